@@ -1,0 +1,60 @@
+// Reading and writing whole files, and what lies in a directory.
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace NS_TEST {
+
+// The bytes of the file. Throws std::runtime_error when it cannot be read.
+inline std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// The file's lines without their newlines; a last line without one counts.
+inline std::vector<std::string> ReadLines(const std::string& path) {
+    const std::string text = ReadFile(path);
+    std::vector<std::string> lines;
+    for (std::string::size_type begin = 0; begin < text.size();) {
+        const auto end = std::min(text.find('\n', begin), text.size());
+        lines.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return lines;
+}
+
+// Replaces the file's contents; directories on the way are created. Throws std::runtime_error.
+inline void WriteFile(const std::string& path, const std::string& content) {
+    const auto parent = std::filesystem::path(path).parent_path();
+    if (!parent.empty()) {
+        std::filesystem::create_directories(parent);
+    }
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(content.data(), static_cast<std::streamsize>(content.size()));
+    out.close();
+    if (!out) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+// The names in the directory, sorted; empty when there is no such directory.
+inline std::vector<std::string> ListFiles(const std::string& directory) {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace NS_TEST
