@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,7 +16,15 @@ inline std::string ReadFile(const std::string& path) {
     if (!in) {
         throw std::runtime_error("cannot read " + path);
     }
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    std::string content;
+    char chunk[65536];
+    while (in.read(chunk, sizeof(chunk)), in.gcount() > 0) {
+        content.append(chunk, static_cast<std::string::size_type>(in.gcount()));
+    }
+    if (in.bad()) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return content;
 }
 
 // The file's lines without their newlines; a last line without one counts.
