@@ -1,0 +1,32 @@
+# How every target of this project is compiled and linked: `qv_options`, linked privately.
+
+add_library(qv_options INTERFACE)
+
+target_compile_options(qv_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wcast-align -Wcast-qual -Wformat=2 -Wundef -Wunused -Wvla
+    -Wnull-dereference -Wextra-semi -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(qv_options INTERFACE
+        -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override)
+endif()
+
+# A library that lacks a symbol must fail to link, not to run: bundles are opened lazily.
+target_link_options(qv_options INTERFACE -Wl,-z,now -Wl,-z,relro -Wl,--as-needed)
+
+if(QV_SANITIZE STREQUAL "address")
+    target_compile_options(qv_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
+elseif(QV_SANITIZE STREQUAL "thread")
+    target_compile_options(qv_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(qv_options INTERFACE -fsanitize=thread)
+elseif(QV_SANITIZE)
+    message(FATAL_ERROR "QV_SANITIZE is '${QV_SANITIZE}': empty, address and thread are known")
+else()
+    # The sanitizers' runtimes resolve symbols late, so this holds for the plain builds only.
+    target_link_options(qv_options INTERFACE -Wl,-z,defs)
+    target_compile_options(qv_options INTERFACE
+        -fstack-protector-strong -fstack-clash-protection -fcf-protection
+        $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+endif()

@@ -1,0 +1,52 @@
+// The bundle manager as bundles see it.
+#pragma once
+
+#include <ace/Recursive_Thread_Mutex.h>
+#include <ace/Thread_Mutex.h>
+
+#include <vector>
+
+#include "bundlemgr/logproxy.h"
+#include "bundlemgr/platformapi.h"
+#include "bundlemgr/serviceobjectbase.h"
+
+namespace NS_BUNDLEMGR1 {
+
+// The process-wide mutex under which bundles create objects that exist once in the process.
+// Held only for the time of such a creation.
+QV_PLATFORM_API extern ACE_Thread_Mutex _g_actualmutex;
+
+// Virtual slots: 0 and 1 destructor, then as declared. The meaning of the operations that are
+// called ReservedN is the platform's own; N is the slot. They are declared so that slot 12 keeps
+// its place, and bundles do not call them.
+class QV_PLATFORM_API BundleMgr {
+  public:
+    virtual ~BundleMgr() {}
+
+    // The bundle manager of this process; never null.
+    static BundleMgr* Instance();
+
+    virtual void Reserved2() = 0;
+    virtual void Reserved3() = 0;
+    virtual void Reserved4() = 0;
+    virtual void Reserved5() = 0;
+    virtual void Reserved6() = 0;
+    virtual void Reserved7() = 0;
+    virtual void Reserved8() = 0;
+    virtual void Reserved9() = 0;
+    virtual void Reserved10() = 0;
+    virtual void Reserved11() = 0;
+
+    // Slot 12. Who gives out log proxies, or null when this process has none.
+    virtual LogProxyProvider* GetLogProxyProvider() = 0;
+
+    // Guards the list of service objects. Recursive: a service object may look up an interface
+    // from inside an operation that the manager calls under this lock.
+    ACE_Recursive_Thread_Mutex& GetLock();
+
+    // The service objects that exist, in the order of their creation. The caller holds GetLock()
+    // for as long as it uses the list.
+    const std::vector<ServiceObjectBase*>& GetServiceObjects() const;
+};
+
+}  // namespace NS_BUNDLEMGR1

@@ -1,0 +1,44 @@
+// The agent's configuration items.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "bundlemgr/platformapi.h"
+
+namespace NS_BUNDLEMGR1 {
+
+// One item of the configuration.
+struct NameValueStru {
+    std::string name;
+    std::string value;
+};
+
+// Finds the value of `key` in `items`; of several items with that name the last one counts.
+// Returns false, and leaves `value` alone, when there is none.
+QV_PLATFORM_API bool GetValByKey(std::string& value, const std::string& key,
+                                 const std::vector<NameValueStru>& items);
+
+// Thread safety: every operation may be called by any thread.
+class QV_PLATFORM_API CorbaConfigItems {
+  public:
+    virtual ~CorbaConfigItems() {}
+
+    // The configuration of this process; never null.
+    static CorbaConfigItems* Instance();
+
+    // Reads the item `name` as a whole decimal number, a sign allowed. Returns false, and leaves
+    // `value` alone, when the item is missing, is no number or does not fit an int. May raise
+    // InterfaceNotExistException when the store is out of reach.
+    virtual bool GetIntItemInfo(const std::string& name, int& value) = 0;
+
+    // Reads the item `name` as text. Returns false, and leaves `value` alone, when it is missing.
+    // May raise InterfaceNotExistException when the store is out of reach.
+    virtual bool GetStrItemInfo(const std::string& name, std::string& value) = 0;
+
+    // Replaces `items` by all items as they stand now: the store is read anew, in one reading, so
+    // the values belong together. May raise InterfaceNotExistException.
+    virtual void GetCorbaConfigItems(std::vector<NameValueStru>& items) = 0;
+};
+
+}  // namespace NS_BUNDLEMGR1

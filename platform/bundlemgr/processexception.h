@@ -1,0 +1,41 @@
+// The platform's exceptions.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include "bundlemgr/platformapi.h"
+
+namespace NS_BUNDLEMGR1 {
+
+// A failure with a numeric code and three texts: where it was raised and what it is.
+class QV_PLATFORM_API ProcessException : public std::exception {
+  public:
+    ProcessException(uint32_t code, const std::string& file, const std::string& function,
+                     const std::string& description);
+    ~ProcessException() noexcept override;
+
+    // The description.
+    const char* what() const noexcept override;
+
+    uint32_t GetCode() const { return code_; }
+    const std::string& GetFile() const { return file_; }
+    const std::string& GetFunction() const { return function_; }
+    const std::string& GetDescription() const { return description_; }
+
+  private:
+    uint32_t code_;
+    std::string file_;
+    std::string function_;
+    std::string description_;
+};
+
+// No interface is registered, or offered by any service object, under the name that was asked for.
+class QV_PLATFORM_API InterfaceNotExistException : public ProcessException {
+  public:
+    using ProcessException::ProcessException;
+    ~InterfaceNotExistException() noexcept override;
+};
+
+}  // namespace NS_BUNDLEMGR1

@@ -1,0 +1,68 @@
+// The operation that the calling thread carries out: who asked for it, and under which identifier.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bundlemgr/platformapi.h"
+
+namespace NS_UTIL {
+
+// What is known of one operation. A value: copies share their contents, which never change, so a
+// copy costs no more than a counted pointer. A default-constructed context is empty: thread number
+// 0 and empty texts.
+//
+// Thread safety: const operations may be called on one object by any number of threads.
+class QV_PLATFORM_API ThreadContextInfo {
+  public:
+    ThreadContextInfo() noexcept;
+    ThreadContextInfo(int threadId, const std::string& interfaceName, const std::string& userInfo,
+                      const std::string& operUUID);
+    ThreadContextInfo(const ThreadContextInfo&) noexcept;
+    ThreadContextInfo(ThreadContextInfo&&) noexcept;
+    ThreadContextInfo& operator=(const ThreadContextInfo&) noexcept;
+    ThreadContextInfo& operator=(ThreadContextInfo&&) noexcept;
+    ~ThreadContextInfo();
+
+    // The references live as long as this object.
+    int GetThreadId() const noexcept;
+    const std::string& GetInterfaceName() const noexcept;
+    const std::string& GetUserInfo() const noexcept;
+    const std::string& GetOperUUID() const noexcept;
+
+  private:
+    struct Contents;
+    std::shared_ptr<const Contents> contents_;  // null: the empty context
+};
+
+// Thread safety: each thread sees and sets its own context only.
+class QV_PLATFORM_API ThreadContextMgr {
+  public:
+    // The manager of this process; never null.
+    static ThreadContextMgr* Instance();
+
+    // The calling thread's context, empty where none was set.
+    ThreadContextInfo GetThreadContext() const noexcept;
+
+    // Replaces the calling thread's context.
+    void SetThreadContext(const ThreadContextInfo& context) noexcept;
+
+  private:
+    ThreadContextMgr() = default;
+};
+
+// Sets the calling thread's context for the length of a block and puts the previous one back.
+// Construct and destroy it on the same thread; scopes nest.
+class QV_PLATFORM_API ThreadContextScope {
+  public:
+    explicit ThreadContextScope(const ThreadContextInfo& context) noexcept;
+    ~ThreadContextScope();
+
+    ThreadContextScope(const ThreadContextScope&) = delete;
+    ThreadContextScope& operator=(const ThreadContextScope&) = delete;
+
+  private:
+    ThreadContextInfo previous_;
+};
+
+}  // namespace NS_UTIL
