@@ -1,0 +1,143 @@
+// The agent's configuration file: reading it and making items of its lines.
+#include "configfile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <unordered_map>
+
+#include "bundlemgr/processexception.h"
+#include "util/selfutilcommon.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+// Thread safety: belongs to one thread.
+class OpenFile {
+  public:
+    // Not blocking, so that a pipe in the place of the file does not hold up the process.
+    explicit OpenFile(const std::string& path)
+        : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+    ~OpenFile() {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    int Descriptor() const { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
+[[noreturn]] void ThrowUnreadable(const std::string& path, int error) {
+    throw NS_BUNDLEMGR1::InterfaceNotExistException(
+        static_cast<uint32_t>(error), "configfile", "ReadConfigText",
+        "cannot read " + path + ": " + std::generic_category().message(error));
+}
+
+std::string ReadToEnd(const OpenFile& file, const std::string& path) {
+    std::string text;
+    char chunk[16384];
+    for (;;) {
+        const ssize_t length = read(file.Descriptor(), chunk, sizeof(chunk));
+        if (length == 0) {
+            return text;
+        }
+        if (length > 0) {
+            text.append(chunk, static_cast<size_t>(length));
+        } else if (errno != EINTR) {
+            ThrowUnreadable(path, errno);
+        }
+    }
+}
+
+// Collects items so that a key which appears again replaces its value.
+class ItemCollector {
+  public:
+    void Set(std::string name, std::string value) {
+        const auto [place, isNew] = places_.emplace(name, items_.size());
+        if (isNew) {
+            items_.push_back({std::move(name), std::move(value)});
+        } else {
+            items_[place->second].value = std::move(value);
+        }
+    }
+
+    std::vector<NS_BUNDLEMGR1::NameValueStru> Take() { return std::move(items_); }
+
+  private:
+    std::vector<NS_BUNDLEMGR1::NameValueStru> items_;
+    std::unordered_map<std::string, size_t> places_;
+};
+
+// Returns null, or why the line is broken.
+const char* ParseLine(const std::string& line, ItemCollector& items) {
+    const std::string text = NS_UTIL::Trim(line);
+    if (text.empty() || text.front() == '#') {
+        return nullptr;
+    }
+    const size_t equals = text.find('=');
+    if (equals == std::string::npos) {
+        return "no '='";
+    }
+    std::string name = NS_UTIL::Trim(text.substr(0, equals));
+    if (name.empty()) {
+        return "no name in front of '='";
+    }
+    items.Set(std::move(name), NS_UTIL::Trim(text.substr(equals + 1)));
+    return nullptr;
+}
+
+}  // namespace
+
+ConfigText ParseConfigText(const std::string& text) {
+    static const std::string kByteOrderMark = "\xEF\xBB\xBF";
+    ConfigText result;
+    ItemCollector items;
+    size_t begin =
+        text.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0 ? kByteOrderMark.size() : 0;
+    for (size_t number = 1; begin < text.size(); ++number) {
+        const size_t end = std::min(text.find('\n', begin), text.size());
+        if (const char* reason = ParseLine(text.substr(begin, end - begin), items)) {
+            result.brokenLines.push_back({number, reason});
+        }
+        begin = end + 1;
+    }
+    result.items = items.Take();
+    return result;
+}
+
+std::string ConfigFilePath() {
+    std::string path =
+        NS_UTIL::SelfUtilCommon::getEnvValue("_APP_SHARE_DIR") + "/conf/corba_agent.cfg";
+    NS_UTIL::PathFormat(path);
+    return path;
+}
+
+std::string ReadConfigText(const std::string& path) {
+    const OpenFile file(path);
+    if (file.Descriptor() < 0) {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            return std::string();
+        }
+        ThrowUnreadable(path, errno);
+    }
+    struct stat status;
+    if (fstat(file.Descriptor(), &status) != 0) {
+        ThrowUnreadable(path, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        ThrowUnreadable(path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    }
+    return ReadToEnd(file, path);
+}
+
+}  // namespace NS_REFERENCE_HOST

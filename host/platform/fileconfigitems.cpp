@@ -1,0 +1,69 @@
+// The configuration store over the agent's configuration file.
+#include "fileconfigitems.h"
+
+#include <charconv>
+
+#include "bundlemgr/logproxy.h"
+#include "configfile.h"
+#include "hostcontrol.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+// Not through the provider that the process has chosen: that one may be a bundle's, and none is
+// loaded yet when the configuration is first read.
+void ReportBrokenLine(const std::string& path, const BrokenLine& line) {
+    NS_BUNDLEMGR1::LogProxy* proxy =
+        StderrLogProxyProvider()->GetLogProxy("platform CorbaConfigItems");
+    proxy->SetPosition("fileconfigitems", __LINE__);
+    proxy->Print(1, "%s:%zu: %s, the line is skipped", path.c_str(), line.number, line.reason);
+}
+
+bool ParseWholeNumber(const std::string& text, int& value) {
+    const char* begin = text.data();
+    const char* const end = begin + text.size();
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
+        ++begin;
+    }
+    int number = 0;
+    const auto [stop, error] = std::from_chars(begin, end, number, 10);
+    if (error != std::errc() || stop != end) {
+        return false;
+    }
+    value = number;
+    return true;
+}
+
+}  // namespace
+
+void FileConfigItems::Read() {
+    const std::string path = ConfigFilePath();
+    ConfigText text = ParseConfigText(ReadConfigText(path));
+    items_ = std::move(text.items);
+    isRead_ = true;
+    for (const BrokenLine& line : text.brokenLines) {
+        ReportBrokenLine(path, line);
+    }
+}
+
+bool FileConfigItems::GetIntItemInfo(const std::string& name, int& value) {
+    std::string text;
+    return GetStrItemInfo(name, text) && ParseWholeNumber(text, value);
+}
+
+bool FileConfigItems::GetStrItemInfo(const std::string& name, std::string& value) {
+    const std::lock_guard<std::mutex> guard(lock_);
+    if (!isRead_) {
+        Read();
+    }
+    return NS_BUNDLEMGR1::GetValByKey(value, name, items_);
+}
+
+void FileConfigItems::GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) {
+    const std::lock_guard<std::mutex> guard(lock_);
+    Read();
+    items = items_;
+}
+
+}  // namespace NS_REFERENCE_HOST

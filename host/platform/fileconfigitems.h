@@ -1,0 +1,35 @@
+// The configuration store over the agent's configuration file.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "bundlemgr/corbaconfigitems.h"
+
+namespace NS_REFERENCE_HOST {
+
+// Single items come from what was last read, so that items which are asked for one after the
+// other belong together; the first use reads. Asking for all items reads the file anew. A file
+// that is not there holds no items; one that cannot be read raises InterfaceNotExistException and
+// what was read before stays. Broken lines are reported on standard error at each reading.
+//
+// Whoever changes the file while the agent runs should write a new one and rename it: a reading
+// then sees either the old or the new file as a whole.
+//
+// Thread safety: any thread may call any operation.
+class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
+  public:
+    bool GetIntItemInfo(const std::string& name, int& value) override;
+    bool GetStrItemInfo(const std::string& name, std::string& value) override;
+    void GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) override;
+
+  private:
+    void Read();  // the caller holds lock_
+
+    std::mutex lock_;
+    bool isRead_ = false;                              // guarded by lock_
+    std::vector<NS_BUNDLEMGR1::NameValueStru> items_;  // guarded by lock_
+};
+
+}  // namespace NS_REFERENCE_HOST

@@ -1,0 +1,31 @@
+// An object that lives as long as the process.
+#pragma once
+
+#include <new>
+#include <utility>
+
+namespace NS_REFERENCE_HOST {
+
+// Meant for static objects: bundles call the platform from their own static destructors and from
+// threads that end late, when an ordinary static object would be gone already.
+//
+// Thread safety: that of T.
+template <typename T>
+class NeverDestroyed {
+  public:
+    template <typename... Arguments>
+    explicit NeverDestroyed(Arguments&&... arguments)
+        : object_(new (storage_) T(std::forward<Arguments>(arguments)...)) {}
+
+    NeverDestroyed(const NeverDestroyed&) = delete;
+    NeverDestroyed& operator=(const NeverDestroyed&) = delete;
+
+    T& operator*() const { return *object_; }
+    T* operator->() const { return object_; }
+
+  private:
+    alignas(T) unsigned char storage_[sizeof(T)];
+    T* object_;
+};
+
+}  // namespace NS_REFERENCE_HOST

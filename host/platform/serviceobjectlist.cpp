@@ -1,0 +1,27 @@
+// The bundle manager's list of the service objects that exist.
+#include "serviceobjectlist.h"
+
+#include <ace/Guard_T.h>
+
+#include <algorithm>
+
+#include "neverdestroyed.h"
+
+namespace NS_REFERENCE_HOST {
+
+ServiceObjectList& ServiceObjectList::Instance() {
+    static const NeverDestroyed<ServiceObjectList> list;
+    return *list;
+}
+
+void ServiceObjectList::Add(NS_BUNDLEMGR1::ServiceObjectBase* object) {
+    const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(lock_);
+    objects_.push_back(object);
+}
+
+void ServiceObjectList::Remove(const NS_BUNDLEMGR1::ServiceObjectBase* object) {
+    const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(lock_);
+    objects_.erase(std::remove(objects_.begin(), objects_.end(), object), objects_.end());
+}
+
+}  // namespace NS_REFERENCE_HOST

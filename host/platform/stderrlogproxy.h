@@ -1,0 +1,50 @@
+// A log proxy that writes diagnostics to standard error.
+#pragma once
+
+#include <cstdarg>
+#include <mutex>
+#include <string>
+
+#include "bundlemgr/logproxy.h"
+
+namespace NS_REFERENCE_HOST {
+
+// Writes one line per diagnostic:
+//
+//     2024-03-05T14:07:09.000123+01:00 level 1 qv_base_bundle qv_base_log logimpl:210 text
+//
+// Newlines at either end of the text are left out and those inside it appear as \n, so that it
+// stays one line; each line is one write(2). A diagnostic is lost when standard error does not
+// take it.
+//
+// Thread safety: any thread may call any operation.
+class StderrLogProxy final : public NS_BUNDLEMGR1::LogProxy {
+  public:
+    // `name` stands for the bundle until SetBundleName tells a better one.
+    explicit StderrLogProxy(const std::string& name);
+
+    void Reserved2() override {}
+    void Reserved3() override {}
+    void Print(int level, const char* format, ...) override __attribute__((format(printf, 3, 4)));
+    void Reserved5() override {}
+    int Reserved6() override { return 0; }
+    int Reserved7() override { return 0; }
+    int Reserved8() override { return 0; }
+    int Reserved9() override { return 0; }
+    int Reserved10() override { return 0; }
+    void Reserved11() override {}
+    int Reserved12() override { return 0; }
+    void SetPosition(const char* file, int line) override;
+    void SetBundleName(const char* name) override;
+    void SetServiceName(const char* name) override;
+    std::string GetProxyName() const override;
+
+  private:
+    std::string TakeHeader(int level);
+
+    std::mutex lock_;          // guards both names
+    std::string bundleName_;   // guarded by lock_
+    std::string serviceName_;  // guarded by lock_
+};
+
+}  // namespace NS_REFERENCE_HOST
