@@ -1,0 +1,106 @@
+#include "base/boundedstring.h"
+
+#include <safe_str_lib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// The library offers its functions as macros; these names are free of them.
+int LibraryVsnprintf(char* buffer, size_t size, const char* format, va_list arguments) {
+    return vsnprintf_s(buffer, size, format, arguments);
+}
+
+errno_t LibraryStrncpy(char* buffer, size_t size, const char* source, size_t length) {
+    return strncpy_s(buffer, size, source, length);
+}
+
+}  // namespace
+
+#undef vsnprintf_s
+#undef snprintf_s
+#undef strncpy_s
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Above this size the library refuses to copy.
+constexpr size_t kLibraryCopySize = 32768;
+
+// How many characters may stand in the buffer, the zero byte not counted. `size` is not 0.
+size_t Room(size_t size, size_t limit) {
+    return std::min(size - 1, limit);
+}
+
+// Whether a conversion of `format` is %n: flags, argument number, width, precision and length
+// modifiers may stand between the two characters.
+bool HasCountConversion(const char* format) {
+    for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at, '%')) {
+        ++at;
+        at += std::strspn(at, "0123456789$-+ #'I*.hlLqjzt");
+        if (*at == 'n') {
+            return true;
+        }
+        at += *at != '\0' ? 1 : 0;
+    }
+    return false;
+}
+
+}  // namespace
+
+int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_list arguments) {
+    if (size == 0) {
+        return -1;
+    }
+    buffer[0] = '\0';
+    if (format == nullptr || HasCountConversion(format)) {
+        return -1;
+    }
+    const size_t room = Room(size, limit);
+    va_list again;
+    va_copy(again, arguments);
+    int written = std::vsnprintf(buffer, room + 1, format, arguments);
+    if (written < 0) {
+        // The formatter leaves what it had written so far without a zero byte.
+        std::memset(buffer, 0, room + 1);
+        written = std::vsnprintf(buffer, room + 1, format, again);
+        buffer[room] = '\0';
+    }
+    va_end(again);
+    return written >= 0 && static_cast<size_t>(written) > room ? -1 : written;
+}
+
+int snprintf_s(char* buffer, size_t size, size_t limit, const char* format, ...) {
+    if (size == 0) {
+        return -1;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    const int written = LibraryVsnprintf(buffer, Room(size, limit) + 1, format, arguments);
+    va_end(arguments);
+    if (written < 0) {
+        buffer[0] = '\0';
+    }
+    return written;
+}
+
+int strncpy_s(char* buffer, size_t size, const char* source, size_t limit) {
+    if (size == 0) {
+        return ESZEROL;
+    }
+    const size_t length = strnlen(source, limit);
+    if (length >= size) {
+        buffer[0] = '\0';
+        return ESNOSPC;
+    }
+    if (size <= kLibraryCopySize) {
+        return LibraryStrncpy(buffer, size, source, length);
+    }
+    std::memcpy(buffer, source, length);
+    buffer[length] = '\0';
+    return EOK;
+}
+
+}  // namespace NS_LOG_SERVICE1

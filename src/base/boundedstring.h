@@ -1,0 +1,33 @@
+// Formatting and copying that never write past a limit: the only door to the bounds-checked
+// string library.
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+
+namespace NS_LOG_SERVICE1 {
+
+// Common to all three: `size` is the size of `buffer`, `limit` the most characters to write, the
+// zero byte not counted; whichever is tighter holds. A size of 0 writes nothing and fails. Any
+// thread.
+
+// Formats a client's text. Returns the number of characters written, or a negative number when the
+// text was cut or could not be formatted; what fits is kept either way, and ends with a zero byte.
+// A format with the conversion %n, which would write through a client's pointer, is refused: the
+// text is empty then.
+//
+// Goes to the C library: the bounds-checked one prints 1e12 with "%.3f" as 10.000e+11, refuses
+// %Lf and %1$s, and empties what it would have to cut.
+int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_list arguments)
+    __attribute__((format(printf, 4, 0)));
+
+// Formats a text of the service's own, made of plain integers and short strings. Returns the
+// number of characters written, or a negative number when they do not fit: the text is empty then.
+int snprintf_s(char* buffer, size_t size, size_t limit, const char* format, ...)
+    __attribute__((format(printf, 4, 5)));
+
+// Copies `source` up to its first zero byte, at most `limit` characters of it. Returns 0; or
+// another value, with an empty text in `buffer`, when that does not fit.
+int strncpy_s(char* buffer, size_t size, const char* source, size_t limit);
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,68 @@
+// An object that exists at most once in the process, from its first use until it is destroyed.
+#pragma once
+
+#include <ace/Object_Manager.h>
+#include <ace/Recursive_Thread_Mutex.h>
+
+#include <atomic>
+
+#include "base/lockguard.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Creation and destruction are serialised by a lock of the whole process, which is recursive: one
+// singleton may create another while it is created or destroyed itself.
+//
+// Thread safety: Instance may be called by any thread at any time; its fast path is one load.
+// Destroy must not run while another thread uses the object.
+template <class T, class Lock = ACE_Recursive_Thread_Mutex>
+class Singleton {
+  public:
+    using LockAccessor = Lock* (*)();
+
+    constexpr explicit Singleton(LockAccessor lock) : lock_(lock) {}
+
+    // The object, created when there is none. Null only when the lock cannot be taken.
+    T* Instance() {
+        T* instance = instance_.load(std::memory_order_acquire);
+        return instance != nullptr ? instance : Create();
+    }
+
+    // The object, or null when there is none.
+    T* InstanceIfAny() const { return instance_.load(std::memory_order_acquire); }
+
+    // Deletes the object if there is one. Does nothing when the lock cannot be taken.
+    void Destroy() {
+        if (InstanceIfAny() == nullptr) {
+            return;
+        }
+        LockGuard<Lock> guard(*lock_());
+        if (guard.Held()) {
+            delete instance_.load(std::memory_order_acquire);
+            instance_.store(nullptr, std::memory_order_release);
+        }
+    }
+
+  private:
+    T* Create() {
+        LockGuard<Lock> guard(*lock_());
+        T* instance = instance_.load(std::memory_order_acquire);
+        if (guard.Held() && instance == nullptr) {
+            instance = new T;
+            instance_.store(instance, std::memory_order_release);
+        }
+        return instance;
+    }
+
+    LockAccessor lock_;
+    // Owned. A plain pointer, so that nothing is destroyed behind the back of a thread that still
+    // logs while the process exits.
+    std::atomic<T*> instance_{nullptr};
+};
+
+// The lock that the service's singletons share with everything else in the process.
+inline ACE_Recursive_Thread_Mutex* StaticObjectLock() {
+    return ACE_Static_Object_Lock::instance();
+}
+
+}  // namespace NS_LOG_SERVICE1

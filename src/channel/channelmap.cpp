@@ -1,0 +1,44 @@
+#include "channel/channelmap.h"
+
+#include <algorithm>
+
+namespace NS_LOG_SERVICE1 {
+
+const std::array<const char*, 7> kLogCategories = {
+    "debug",    "corbadebug", "corbanotify",         "corba_alarm",
+    "corbasys", "corbaoper",  "corba_internal_oper",
+};
+
+bool IsLogCategory(const std::string& name) {
+    return std::find(kLogCategories.begin(), kLogCategories.end(), name) != kLogCategories.end();
+}
+
+// The map is not locked: no logger exists yet that could look for its channel.
+void ChannelMap::Create(const LogSettings& settings) {
+    for (const char* category : kLogCategories) {
+        std::unique_ptr<TEDebugInfoBuf>& channel = channels_[category];
+        if (channel == nullptr) {
+            channel = std::make_unique<TEDebugInfoBuf>(category, settings.queuebuflength,
+                                                       settings.filterbuflength,
+                                                       settings.logfilesize, settings.logfilecount);
+        }
+    }
+}
+
+TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
+    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    return channels_[category].get();
+}
+
+void ChannelMap::FlushAll() {
+    ForEach([](const std::string& /*category*/, TEDebugInfoBuf& channel) { channel.Flush(); });
+}
+
+void ChannelMap::Destroy() {
+    for (auto& [category, channel] : channels_) {
+        channel.reset();
+    }
+    channels_.clear();
+}
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,27 @@
+// A number that one thread at a time changes and any thread reads.
+#pragma once
+
+#include <cstdint>
+
+#include "base/relaxed.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Changed under the lock that guards what is counted, so that counting costs no locked
+// instruction; read without a lock, perhaps a little late.
+class Counter {
+  public:
+    void Add(uint64_t amount) { value_.Set(value_.Get() + amount); }
+    void Set(uint64_t value) { value_.Set(value); }
+    void RaiseTo(uint64_t value) {
+        if (value > value_.Get()) {
+            value_.Set(value);
+        }
+    }
+    uint64_t Get() const { return value_.Get(); }
+
+  private:
+    Relaxed<uint64_t> value_;
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,32 @@
+// The process's file creation mask, changed for the length of a block.
+#pragma once
+
+#include <ace/Thread_Mutex.h>
+#include <sys/types.h>
+
+#include "base/lockguard.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// The mask belongs to the whole process: two blocks that saved and restored it at once could leave
+// it wrong for good. So one block at a time holds it, and the previous mask comes back on every
+// way out. Files that other code of the process creates meanwhile get this mask too.
+//
+// Thread safety: any thread; a second block waits for the first.
+class ScopedCreationMask {
+  public:
+    explicit ScopedCreationMask(mode_t mask);
+    ~ScopedCreationMask();
+
+    ScopedCreationMask(const ScopedCreationMask&) = delete;
+    ScopedCreationMask& operator=(const ScopedCreationMask&) = delete;
+
+    // Another mask for the rest of the block.
+    void Change(mode_t mask);
+
+  private:
+    LockGuard<ACE_Thread_Mutex> guard_;
+    mode_t previous_;
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,36 @@
+#include "channel/framebuffer.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// A full queue of the default length, as frames, fits easily; a dump of many huge records does not
+// hold on to its memory.
+constexpr size_t kKeptCapacity = 16 * 1024 * 1024;
+
+}  // namespace
+
+char* FrameBuffer::Reserve(size_t size) {
+    if (capacity_ - size_ < size) {
+        const size_t capacity = std::max(size_ + size, 2 * capacity_);
+        std::unique_ptr<char[]> grown(new char[capacity]);
+        if (size_ != 0) {
+            std::memcpy(grown.get(), bytes_.get(), size_);
+        }
+        bytes_ = std::move(grown);
+        capacity_ = capacity;
+    }
+    return bytes_.get() + size_;
+}
+
+void FrameBuffer::Clear() {
+    size_ = 0;
+    if (capacity_ > kKeptCapacity) {
+        bytes_.reset();
+        capacity_ = 0;
+    }
+}
+
+}  // namespace NS_LOG_SERVICE1

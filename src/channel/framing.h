@@ -1,0 +1,31 @@
+// How records look in a log file.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "channel/framebuffer.h"
+#include "record/logrecord.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Each function appends one piece of text to `buffer`. `stamp` is the record's time as the
+// platform renders it; a text ends at its first zero byte.
+
+// A record as it stands in the file, under its number. A record of level -2 is one short line that
+// shows no number.
+void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
+                  const LogRecord& record);
+
+// A dump: the opening with the record that triggered it, the records that were kept back, and the
+// closing, which repeats the number of the opening.
+void AppendDumpOpening(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
+                       const LogRecord& trigger);
+void AppendDumpedRecord(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record);
+void AppendDumpClosing(FrameBuffer& buffer, uint32_t number);
+
+// The first and the last line of a file.
+void AppendFileCreated(FrameBuffer& buffer, std::string_view stamp);
+void AppendFileClosed(FrameBuffer& buffer, std::string_view stamp);
+
+}  // namespace NS_LOG_SERVICE1

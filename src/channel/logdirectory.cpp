@@ -1,0 +1,45 @@
+#include "channel/logdirectory.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "bundlemgr/logsupport.h"
+#include "channel/creationmask.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Takes the write permission of the group, and everything, from others.
+constexpr mode_t kDirectoryMask = 007;
+// Leaves the group to read, and nothing to others.
+constexpr mode_t kFileMask = 037;
+constexpr mode_t kDirectoryMode = 0755;
+
+// Outermost first. A failure shows when the file is created; a directory that exists is one too.
+void MakeDirectories(const std::string& directory) {
+    const std::string parent = NS_BUNDLEMGR1::GetParentPath(directory);
+    const std::string grandparent = NS_BUNDLEMGR1::GetParentPath(parent);
+    for (const std::string* path : {&grandparent, &parent, &directory}) {
+        ::mkdir(path->c_str(), kDirectoryMode);
+    }
+}
+
+}  // namespace
+
+std::string CanonicalPath(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);
+    return error ? path : canonical.string();
+}
+
+bool CreateInDirectory(FileStream& stream, const std::string& directory, const std::string& name) {
+    ScopedCreationMask mask(kDirectoryMask);
+    MakeDirectories(CanonicalPath(directory));
+    mask.Change(kFileMask);
+    // Resolved again: what was missing before exists now.
+    return stream.Create(CanonicalPath(directory) + "/" + name);
+}
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,261 @@
+#include "channel/logfile.h"
+
+#include <ace/OS_NS_sys_time.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+
+#include "bundlemgr/logsupport.h"
+#include "channel/framing.h"
+#include "channel/logdirectory.h"
+#include "channel/logfilename.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+std::string WithoutSeparatorAtEnd(std::string directory) {
+    if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
+        directory.pop_back();
+    }
+    return directory;
+}
+
+}  // namespace
+
+LogFile::LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit)
+    : sizeLimit_(sizeLimit),
+      countLimit_(countLimit),
+      prefix_(prefix),
+      directory_(WithoutSeparatorAtEnd(directory)) {}
+
+LogFile::~LogFile() {
+    try {
+        Close();
+    } catch (...) {  // NOLINT: out of memory for the closing line; the stream closes itself
+    }
+}
+
+void LogFile::Open() {
+    if (IsOpen()) {
+        Close();
+        statistics_.rotations.Add(1);
+    }
+    const std::string name = NewLogFileName(prefix_);
+    if (!CreateInDirectory(stream_, directory_, name)) {
+        NoteFailure();
+        return;
+    }
+    currentPath_ = directory_ + "/" + name;
+    frames_.Clear();
+    AppendFileCreated(frames_, Stamp(ACE_OS::gettimeofday()));
+    WritePiece();
+}
+
+void LogFile::Close() {
+    if (!IsOpen()) {
+        return;
+    }
+    frames_.Clear();
+    AppendFileClosed(frames_, Stamp(ACE_OS::gettimeofday()));
+    if (!WritePiece()) {
+        WritePiece();
+    }
+    stream_.Close();
+    currentPath_.clear();
+    bytesWritten_ = 0;
+}
+
+bool LogFile::EnsureOpen() {
+    if (!IsOpen()) {
+        Open();
+    }
+    return IsOpen();
+}
+
+void LogFile::WriteRecord(const LogRecord& record) {
+    if (!EnsureOpen()) {
+        ++recordNumber_;
+        statistics_.recordsDropped.Add(1);
+        return;
+    }
+    frames_.Clear();
+    AppendNextRecord(record);
+    WriteFrames(1);
+}
+
+void LogFile::WriteRecords(const RecordQueue& records) {
+    RecordQueue::Iterator next = records.begin();
+    while (next != records.end()) {
+        next = WriteBatch(next, records.end());
+    }
+}
+
+// Writes the records from `first` on that still go into the current file. Returns the first one
+// that does not.
+RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQueue::Iterator end) {
+    RecordQueue::Iterator next = first;
+    if (!EnsureOpen()) {
+        ++recordNumber_;
+        statistics_.recordsDropped.Add(1);
+        return ++next;
+    }
+    const uint64_t numberBefore = recordNumber_;
+    frames_.Clear();
+    do {
+        AppendNextRecord(*next);
+        ++next;
+    } while (next != end && bytesWritten_ + frames_.Size() < sizeLimit_);
+
+    const size_t written = stream_.Write(frames_.Bytes());
+    if (written < frames_.Size()) {
+        return SalvageBatch(first, numberBefore, written);
+    }
+    bytesWritten_ += written;
+    statistics_.bytesWritten.Add(written);
+    statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
+    RotateIfFull();
+    return next;
+}
+
+// Of a batch that began with `first`, only `written` bytes reached the file. Leaves the whole
+// records of these in the file, gives up the one that did not fit, and begins a new file for the
+// rest, as writing one by one would have done. Returns the first record of the rest.
+RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
+                                            size_t written) {
+    NoteFailure();
+    RecordQueue::Iterator lost = first;
+    size_t whole = 0;
+    recordNumber_ = numberBefore;
+    for (;; ++lost) {
+        frames_.Clear();
+        AppendNextRecord(*lost);
+        if (whole + frames_.Size() > written) {
+            break;
+        }
+        whole += frames_.Size();
+    }
+    stream_.CutBack(written - whole);
+    bytesWritten_ += whole;
+    statistics_.bytesWritten.Add(whole);
+    statistics_.recordsWritten.Add(recordNumber_ - numberBefore - 1);
+    statistics_.recordsDropped.Add(1);
+    Open();
+    return ++lost;
+}
+
+void LogFile::WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached) {
+    const size_t records = 1 + cached.Count();
+    ++recordNumber_;
+    if (!EnsureOpen()) {
+        statistics_.recordsDropped.Add(records);
+        return;
+    }
+    const auto number = static_cast<uint32_t>(recordNumber_);
+    frames_.Clear();
+    AppendDumpOpening(frames_, number, Stamp(trigger.time), trigger);
+    cached.ForEach([this](const LogRecord& record) {
+        AppendDumpedRecord(frames_, Stamp(record.time), record);
+    });
+    AppendDumpClosing(frames_, number);
+    if (WriteFrames(records)) {
+        statistics_.recordsDumped.Add(cached.Count());
+    }
+}
+
+int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {
+    if (directory == directory_ && prefix == prefix_) {
+        return 0;
+    }
+    directory_ = directory;
+    prefix_ = prefix;
+    if (!IsOpen()) {
+        Open();
+        return 0;
+    }
+    const std::string oldPath = currentPath_;
+    Close();
+    Open();
+    if (IsOpen() && TakeContentsOf(oldPath)) {
+        std::remove(oldPath.c_str());
+    }
+    return 0;
+}
+
+bool LogFile::IsLogFile(const char* name) const {
+    return IsLogFileName(directory_, prefix_, name);
+}
+
+const std::string& LogFile::Stamp(const ACE_Time_Value& time) {
+    NS_BUNDLEMGR1::GetZoneTimeStamp(time, stamp_);
+    return stamp_;
+}
+
+void LogFile::AppendNextRecord(const LogRecord& record) {
+    ++recordNumber_;
+    AppendRecord(frames_, static_cast<uint32_t>(recordNumber_), Stamp(record.time), record);
+}
+
+// Writes the frames of `records` records; a file that fails, or is full now, is left for a new one.
+bool LogFile::WriteFrames(uint64_t records) {
+    if (!WritePiece()) {
+        statistics_.recordsDropped.Add(records);
+        Open();
+        return false;
+    }
+    statistics_.recordsWritten.Add(1);
+    RotateIfFull();
+    return true;
+}
+
+// Writes the frame buffer whole or not at all.
+bool LogFile::WritePiece() {
+    const size_t written = stream_.Write(frames_.Bytes());
+    if (written < frames_.Size()) {
+        NoteFailure();
+        stream_.CutBack(written);
+        return false;
+    }
+    bytesWritten_ += written;
+    statistics_.bytesWritten.Add(written);
+    return true;
+}
+
+void LogFile::NoteFailure() {
+    statistics_.lastError.Set(static_cast<uint64_t>(errno));
+    statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
+}
+
+void LogFile::RotateIfFull() {
+    if (bytesWritten_ >= sizeLimit_) {
+        Open();
+    }
+}
+
+// Appends the contents of the file at `path`. Returns whether the file at `path` is not needed any
+// more: all of it could be taken over, or nothing can be read from it anyway.
+bool LogFile::TakeContentsOf(const std::string& path) {
+    if (stream_.IsSameFile(path)) {
+        return false;  // another spelling of the same directory
+    }
+    const std::unique_ptr<FILE, int (*)(FILE*)> old(std::fopen(CanonicalPath(path).c_str(), "re"),
+                                                    &std::fclose);
+    if (old == nullptr) {
+        return true;
+    }
+    constexpr size_t kChunkSize = 4096;
+    size_t length = 0;
+    do {
+        frames_.Clear();
+        char* chunk = frames_.Reserve(kChunkSize);
+        length = std::fread(chunk, 1, kChunkSize, old.get());
+        frames_.Commit(chunk + length);
+        if (!WritePiece()) {
+            return false;
+        }
+    } while (length == kChunkSize);
+    return std::ferror(old.get()) == 0;
+}
+
+}  // namespace NS_LOG_SERVICE1

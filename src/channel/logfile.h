@@ -1,0 +1,116 @@
+// The text log file of one channel: its name, its creation and rotation, and what is written to it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "channel/counter.h"
+#include "channel/filestream.h"
+#include "channel/framebuffer.h"
+#include "record/logrecord.h"
+#include "record/recordcache.h"
+#include "record/recordqueue.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// What a log file has done so far. Changed by the LogFile, read by any thread.
+struct LogFileStatistics {
+    Counter recordsWritten;   // in frames of their own, and as triggers of dumps
+    Counter recordsDumped;    // kept back first, then written inside a dump
+    Counter recordsDropped;   // no file could be opened, or a write failed
+    Counter bytesWritten;     // everything that reached the files
+    Counter rotations;        // files opened in the place of another one
+    Counter lastError;        // errno of the last failure; 0: none yet
+    Counter lastErrorSecond;  // when it was, in seconds of the wall clock
+};
+
+// Knows neither queues nor filters. Files are limited in size: the write that reaches the limit is
+// completed and a new file begins. Each piece is handed to the kernel in one write; when that
+// fails, the file is cut back to its last whole record, the piece is lost and a new file begins.
+//
+// Files accumulate until something outside the service removes them: the count limit is kept for
+// whoever asks, and no file is ever deleted because of it.
+//
+// Thread safety: none; the channel's file mutex guards it.
+class LogFile {
+  public:
+    // Touches no file. One separator at the end of `directory` is removed. `countLimit` is kept,
+    // never acted on.
+    LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit);
+
+    // Closes the file.
+    ~LogFile();
+
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+
+    // Closes the current file, if any, and begins a new one with its "File create" line. When no
+    // file can be created, the object stays closed. Nothing is reported: each later write tries
+    // again.
+    void Open();
+
+    // Writes the closing line, twice if the first try fails, and closes.
+    void Close();
+
+    // Opens a file if none is open; whether one is open afterwards.
+    bool EnsureOpen();
+
+    // Hands to the kernel what has been written. Every write does that itself, so nothing is left
+    // to do; the operation stays because the channel's steps name it.
+    void Flush() {}
+
+    // Writes one record. Even a record that cannot be written uses up its number.
+    void WriteRecord(const LogRecord& record);
+
+    // Writes all records in their order, with the numbers, bytes and rotations of writing them one
+    // by one, but with one write for all that goes into the same file.
+    void WriteRecords(const RecordQueue& records);
+
+    // Writes the trigger with the cached records inside one dump, which is never split over two
+    // files.
+    void WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached);
+
+    // Counts records that were given up because EnsureOpen failed.
+    void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
+
+    // Goes on in another directory or under another prefix and carries the current file's contents
+    // over; the old file is removed. When the new file cannot be opened, or cannot take all of the
+    // contents, the old one stays. Always returns 0.
+    int ChangePath(const std::string& directory, const std::string& prefix);
+
+    // Whether the entry `name` of the directory belongs to a series of log files.
+    bool IsLogFile(const char* name) const;
+
+    bool IsOpen() const { return stream_.IsOpen(); }
+    // Empty while no file is open.
+    const std::string& CurrentPath() const { return currentPath_; }
+    uint64_t CountLimit() const { return countLimit_; }
+    const LogFileStatistics& Statistics() const { return statistics_; }
+
+  private:
+    // Renders `time` as the platform does; good until the next call.
+    const std::string& Stamp(const ACE_Time_Value& time);
+    void AppendNextRecord(const LogRecord& record);
+    RecordQueue::Iterator WriteBatch(RecordQueue::Iterator first, RecordQueue::Iterator end);
+    RecordQueue::Iterator SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
+                                       size_t written);
+    bool WriteFrames(uint64_t records);
+    bool WritePiece();
+    void NoteFailure();
+    void RotateIfFull();
+    bool TakeContentsOf(const std::string& path);
+
+    FileStream stream_;
+    uint64_t bytesWritten_ = 0;  // to the current file
+    uint64_t sizeLimit_;
+    uint64_t countLimit_;
+    uint64_t recordNumber_ = 0;  // of the last record framed; goes on across files
+    std::string prefix_;
+    std::string directory_;
+    std::string currentPath_;
+    FrameBuffer frames_;  // what is written next; its memory is used again
+    std::string stamp_;
+    LogFileStatistics statistics_;
+};
+
+}  // namespace NS_LOG_SERVICE1

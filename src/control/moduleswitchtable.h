@@ -1,0 +1,44 @@
+// The on/off switches of the bundles' modules.
+#pragma once
+
+#include <ace/RW_Mutex.h>
+
+#include <map>
+
+#include "base/singleton.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// A module whose switch was never set is on. A lock that fails leaves its error code in errno, and
+// the operation goes on without it.
+//
+// Thread safety: any thread may call any operation but Destroy; readers do not wait for each other.
+class ModuleSwitchTable {
+  public:
+    // The table, created on the first call. Null only when the lock under which it is created
+    // cannot be taken.
+    static ModuleSwitchTable* Instance();
+
+    // Deletes the table if there is one. Nobody may use it any more.
+    static void Destroy();
+
+    ModuleSwitchTable() = default;
+    ModuleSwitchTable(const ModuleSwitchTable&) = delete;
+    ModuleSwitchTable& operator=(const ModuleSwitchTable&) = delete;
+
+    // Module numbers are compared as signed numbers.
+    bool Get(const unsigned int& module);
+    void Set(const unsigned int& module, const bool& on);
+
+    // Forgets all switches, so that every module is on again.
+    void Clear();
+
+    // A copy of the switches that were set, by module number.
+    std::map<int, bool> All();
+
+  private:
+    ACE_RW_Mutex mutex_;
+    std::map<int, bool> switches_;  // guarded by mutex_
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,140 @@
+#include "logger/asndump.h"
+
+#include <ace/OS_NS_stdio.h>
+#include <pthread.h>
+
+#include <cstring>
+
+// Deprecated for its growing form; over a fixed array it is what is needed here.
+#pragma push_macro("__DEPRECATED")
+#undef __DEPRECATED
+#include <strstream>
+#pragma pop_macro("__DEPRECATED")
+
+#include "base/boundedstring.h"
+#include "bundlemgr/corbaconfigitems.h"
+#include "diagnostic/diagnostic.h"
+#include "logger/asnmasking.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+constexpr size_t kDumpSize = 4096000;
+// Where the notice of a cut stands: the last bytes of the buffer.
+constexpr size_t kNoticeSize = 50;
+constexpr uint32_t kDefaultLogFileSize = 4194304;
+
+// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded.
+char dumpText[kDumpSize];
+
+// The stream over the buffer, and the lock that gives out turns at both. Never destroyed: a thread
+// may log while the process exits.
+struct DumpStream {
+    ACE_Thread_Mutex mutex;
+    std::strstream stream{dumpText, kDumpSize, std::ios::out};
+    std::ios pristine{nullptr};
+};
+
+DumpStream& Dump() {
+    static DumpStream* const dump = new DumpStream;
+    return *dump;
+}
+
+// The error state goes first: a stream in error does not seek. The format comes last: messages may
+// leave flags behind that would show in the next one.
+void Rewind(DumpStream& dump) {
+    dump.stream.clear();
+    dump.stream.seekp(0);
+    dump.stream.copyfmt(dump.pristine);
+}
+
+size_t TextLength() {
+    return strnlen(dumpText, kDumpSize);
+}
+
+void ReportFormatFailure() {
+    Diagnostic().Print(kDiagnosticFailure, "\nvsnprintf_s failed !!\n");
+}
+
+}  // namespace
+
+AsnDump::AsnDump() : turn_(Dump().mutex) {
+    indentG = 0;
+}
+
+AsnDump::~AsnDump() {
+    Rewind(Dump());
+}
+
+// Whatever goes wrong in the message's code, a text that is only half there, or not masked yet,
+// must not be what a later call repeats.
+void AsnDump::Print(const NS_ASN1::AsnObject& message) {
+    try {
+        PrintWhole(message);
+    } catch (...) {
+        dumpText[0] = '\0';
+        throw;
+    }
+    MarkCut();
+}
+
+void AsnDump::PrintMasked(const NS_ASN1::AsnObject& message) {
+    try {
+        PrintWhole(message);
+        const char* typeName = message.GetTypeName();
+        MaskAsnText(typeName == nullptr ? "" : typeName, dumpText, TextLength());
+    } catch (...) {
+        dumpText[0] = '\0';
+        throw;
+    }
+    MarkCut();
+}
+
+std::string AsnDump::Text() const {
+    return std::string(dumpText, TextLength());
+}
+
+void AsnDump::Echo(const std::string& text) {
+    char header[128] = {};
+    if (snprintf_s(header, sizeof header, sizeof header - 1, "Thread:%d, ASN Trace:\n",
+                   static_cast<int>(pthread_self())) < 0) {
+        ReportFormatFailure();
+    }
+    ACE_OS::printf("%s%s", header, text.c_str());
+}
+
+void AsnDump::PrintWhole(const NS_ASN1::AsnObject& message) {
+    DumpStream& dump = Dump();
+    Rewind(dump);
+    message.Print(dump.stream, 0, 1);
+    dump.stream.put('\0');
+}
+
+// A full buffer, its zero byte included, counts as cut: whether the last byte was lost cannot be
+// told any more.
+void AsnDump::MarkCut() {
+    if (static_cast<size_t>(Dump().stream.pcount()) < kDumpSize) {
+        return;
+    }
+    if (snprintf_s(dumpText + kDumpSize - kNoticeSize, kNoticeSize, kNoticeSize - 1,
+                   "\n...More ASN not print.\n") < 0) {
+        ReportFormatFailure();
+    }
+}
+
+bool ReadAsnTraceFlag(LogSettings& settings) {
+    static Relaxed<int> remembered{0};
+    if (remembered != 0) {
+        return true;
+    }
+    int value = remembered;
+    if (!NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetIntItemInfo("bEnableAsnTrace", value)) {
+        // Names the wrong item and resets its default: operators know the pair of effects.
+        Diagnostic().Print(kDiagnosticFailure, "\nGet Config Item(logfilesize) failed !!\n");
+        settings.logfilesize = kDefaultLogFileSize;
+    }
+    remembered = value;
+    return value != 0;
+}
+
+}  // namespace NS_LOG_SERVICE1

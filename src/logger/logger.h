@@ -1,0 +1,67 @@
+// The logger that clients hold as a LoggerIF.
+#pragma once
+
+#include <ace/Thread_Mutex.h>
+
+#include <string>
+
+#include "base/logsettings.h"
+#include "base/relaxed.h"
+#include "channel/channelmap.h"
+#include "qv_base_log/loggerif.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Builds a record of each call and hands it to the channel of its category: to be written or
+// queued when its level is on, else to be kept in the filtered cache.
+//
+// Thread safety: any thread may call any operation. The level switches are changed under the level
+// mutex and read without it.
+class Logger : public LoggerIF {
+  public:
+    // Starts with a copy of the global level switches. `settings` and the channel live longer than
+    // the logger is used. Without a channel for the category every record is lost.
+    Logger(const std::string& first, const std::string& second, const std::string& category,
+           LogSettings& settings, ChannelMap& channels);
+    ~Logger() override;
+
+    Logger(const Logger&) = delete;
+    Logger& operator=(const Logger&) = delete;
+
+    bool EnableLevel(unsigned int level) override;
+    bool DisableLevel(unsigned int level) override;
+    bool EnableAllLevels() override;
+    bool DisableAllLevels() override;
+    void Log(const std::string& file, const std::string& function, unsigned int line, int level,
+             const std::string& text) override;
+    void LogFormat(const std::string& file, const std::string& function, unsigned int line,
+                   int level, const char* format, ...) override
+        __attribute__((format(printf, 6, 7)));
+    void LogAsnTrace(const std::string& file, const std::string& function, unsigned int line,
+                     NS_ASN1::AsnObject& message) override;
+    void LogAlarm(const std::string& file, const std::string& function, unsigned int line,
+                  const Json::Value& alarms) override;
+    void PrintAsn(const std::string& file, const std::string& function, unsigned int line,
+                  NS_ASN1::AsnObject& message) override;
+    bool IsLevelEnabled(const unsigned int& level) override;
+
+    const std::string& First() const { return first_; }
+    const std::string& Second() const { return second_; }
+    const std::string& Category() const { return category_; }
+    // The logger's own switches, which decide what it writes.
+    LevelSwitches Levels() const { return levels_; }
+    const TEDebugInfoBuf* Channel() const { return channel_; }
+
+  private:
+    bool SetLevel(size_t position, bool on);
+
+    const std::string category_;
+    const std::string first_;
+    const std::string second_;
+    LogSettings& settings_;
+    TEDebugInfoBuf* channel_;  // the channel map's
+    Relaxed<LevelSwitches> levels_;
+    ACE_Thread_Mutex levelMutex_;  // held while levels_ is changed
+};
+
+}  // namespace NS_LOG_SERVICE1

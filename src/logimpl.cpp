@@ -1,0 +1,121 @@
+#include "logimpl.h"
+
+#include <ace/Log_Msg.h>
+
+#include <memory>
+
+#include "bundlemgr/ifbuf.h"
+#include "bundlemgr/processexception.h"
+#include "control/moduleswitchtable.h"
+#include "control/serviceconfiguration.h"
+#include "diagnostic/diagnostic.h"
+#include "logswitchmonitormgr.h"
+#include "lookup/ownlogger.h"
+#include "manager/logmgr.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// The monitor starts whether or not the configuration could be read: the file may come back.
+bool LogSvcIFImpl::Init() {
+    bool configured = true;
+    try {
+        NS_BUNDLEMGR1::CorbaConfigItems* items = NS_BUNDLEMGR1::CorbaConfigItems::Instance();
+        LoadServiceConfiguration(*items, *LogMgr::Instance());
+    } catch (const NS_BUNDLEMGR1::InterfaceNotExistException& exception) {
+        ReportException(exception);
+        configured = false;
+    }
+    LogSwitchMonitorMgr::Instance()->Init();
+    return configured;
+}
+
+void LogSvcIFImpl::Fini() {
+    LogSwitchMonitorMgr::Instance();
+    LogSwitchMonitorMgr::Destroy();
+    LogMgr::DestroyInstance();
+}
+
+LoggerIF* LogSvcIFImpl::GetLogger(const std::string& first, const std::string& second,
+                                  const std::string& category) {
+    return LogMgr::Instance()->GetLogger(first, second, category);
+}
+
+unsigned int LogSvcIFImpl::SetOutputMode(unsigned int mode) {
+    return LogMgr::Instance()->SetOutputMode(mode);
+}
+
+bool LogSvcIFImpl::GetModuleSwitch(const unsigned int& module) {
+    return ModuleSwitchTable::Instance()->Get(module);
+}
+
+void LogSvcIFImpl::SetModuleSwitch(const unsigned int& module, const bool& on) {
+    ModuleSwitchTable::Instance()->Set(module, on);
+}
+
+bool LogSvcIFImpl::IsLevelEnabled(const unsigned int& level) {
+    return LogMgr::Instance()->IsLogLevelEnabled(level);
+}
+
+unsigned int LogSvcIFImpl::IsLogOutputPara() {
+    return LogMgr::Instance()->GetEnableOutputPara();
+}
+
+qv_base_log::qv_base_log() : ServiceObjectBase("qv_base_bundle", "qv_base_log") {}
+
+int qv_base_log::StopService() {
+    LogSwitchMonitorMgr::Instance()->Stop();
+    return 0;
+}
+
+NS_BUNDLEMGR1::ServiceInterface* qv_base_log::CreateInterface() {
+    interface_ = new LogSvcIFImpl;  // the base class owns it by a plain pointer
+    return interface_;
+}
+
+int qv_base_log::fini() {
+    if (interface_ != nullptr) {
+        Interface()->Fini();
+    }
+    RemoveInterface();
+    return 0;
+}
+
+int qv_base_log::init(int /*argc*/, ACE_TCHAR* /*argv*/[]) {
+    if (interface_ != nullptr && Interface()->Init()) {
+        return 0;
+    }
+    Diagnostic().Print(kDiagnosticFailure, "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n");
+    return -1;
+}
+
+namespace {
+
+// A null pointer gets the text of ACE's assertion, but not its end of the process: the bundle
+// manager goes on unloading.
+void Gobble(void* object) {
+    auto* _p = static_cast<ACE_Service_Object*>(object);
+    if (_p == nullptr) {
+        ACE_ERROR((LM_ERROR, ACE_TEXT("ACE_ASSERT: file %N, line %l assertion failed for '%C'.\n"),
+                   "_p != 0"));
+        return;
+    }
+    delete _p;
+}
+
+}  // namespace
+}  // namespace NS_LOG_SERVICE1
+
+ACE_Service_Object* _make_qv_base_log(ACE_Service_Object_Exterminator* gobbler) {
+    if (gobbler != nullptr) {
+        *gobbler = &NS_LOG_SERVICE1::Gobble;
+    }
+    auto service = std::make_unique<NS_LOG_SERVICE1::qv_base_log>();
+    try {
+        NS_BUNDLEMGR1::SetIFBuf(NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME,
+                                service->CreateInterface());
+    } catch (...) {
+        service->RemoveInterface();
+        throw;
+    }
+    return service.release();
+}

@@ -1,0 +1,128 @@
+#include "logswitchmonitormgr.h"
+
+#include <ace/OS_NS_stdio.h>
+#include <ace/OS_NS_sys_stat.h>
+
+#include "base/singleton.h"
+#include "control/switchfile.h"
+#include "diagnostic/diagnostic.h"
+#include "util/selfutilcommon.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+Singleton<LogSwitchMonitorMgr> logSwitchMonitorMgr(&StaticObjectLock);
+
+constexpr int kExitSemaphoreMaximum = 0x7fffffff;
+
+}  // namespace
+
+LogSwitchMonitorMgr* LogSwitchMonitorMgr::Instance() {
+    return logSwitchMonitorMgr.Instance();
+}
+
+void LogSwitchMonitorMgr::Destroy() {
+    logSwitchMonitorMgr.Destroy();
+}
+
+LogSwitchMonitorMgr::LogSwitchMonitorMgr(PollInterval pollInterval)
+    : pollInterval_(pollInterval),
+      stopEvent_(0, 0, USYNC_THREAD, nullptr),
+      exitSemaphore_(0, USYNC_THREAD, nullptr, nullptr, kExitSemaphoreMaximum) {
+    ACE_OS::stat(configFilePath_.c_str(), &lastFileStatus_);
+}
+
+LogSwitchMonitorMgr::~LogSwitchMonitorMgr() {
+    try {
+        MonitorDiagnostic().Print(
+            kDiagnosticFailure,
+            "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!");
+    } catch (...) {
+        ACE_OS::printf("[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] catch unkn ex!\n");
+    }
+}
+
+int LogSwitchMonitorMgr::Init() {
+    stopRequested_ = false;
+    std::string path = NS_UTIL::SelfUtilCommon::getEnvValue("_APP_SHARE_DIR");
+    path += "/conf/corba_agent.cfg";
+    NS_UTIL::PathFormat(path);
+    configFilePath_ = path;
+    if (ACE_OS::stat(configFilePath_.c_str(), &lastFileStatus_) != 0) {
+        MonitorDiagnostic().Print(kDiagnosticFailure,
+                                  "[LogSwitchMonitorMgr::Init] CALL ACE_OS::stat failed!");
+        return -1;
+    }
+    open(nullptr);
+    started_ = true;
+    return 0;
+}
+
+int LogSwitchMonitorMgr::open(void* /*args*/) {
+    if (activate(THR_NEW_LWP, 1) == -1) {
+        exitSemaphore_.release();  // nobody else will: Stop must not wait for a thread never made
+    }
+    return 0;
+}
+
+int LogSwitchMonitorMgr::close(u_long /*flags*/) {
+    return 0;
+}
+
+int LogSwitchMonitorMgr::svc() {
+    started_ = true;
+    while (!stopRequested_) {
+        Sleep();
+        if (stopRequested_) {
+            break;
+        }
+        try {
+            Examine();
+        } catch (...) {
+            MonitorDiagnostic().Print(kDiagnosticFailure,
+                                      "[LogSwitchMonitorMgr::svc] LogSwitchMonitorMgr svc error!");
+        }
+    }
+    exitSemaphore_.release();
+    return 0;
+}
+
+// Whether the time ran out or Stop woke the thread is told by the flag, not by the result: a signal
+// that arrives just as the time runs out is swallowed.
+void LogSwitchMonitorMgr::Sleep() {
+    ACE_Time_Value_T<ACE_Monotonic_Time_Policy> interval;
+    interval.set_msec(static_cast<ACE_UINT64>(pollInterval_.count()));
+    stopEvent_.wait(&interval, 0);
+}
+
+void LogSwitchMonitorMgr::Examine() {
+    struct stat status {};
+    if (ACE_OS::stat(configFilePath_.c_str(), &status) != 0) {
+        MonitorDiagnostic().Print(kDiagnosticFailure,
+                                  "[LogSwitchMonitorMgr::svc] CALL ACE_OS::stat failed!");
+        return;
+    }
+    if (status.st_mtime == lastFileStatus_.st_mtime) {
+        return;
+    }
+    // Remembered first: a change that cannot be applied is not tried again every 30 seconds.
+    lastFileStatus_ = status;
+    Check();
+}
+
+int LogSwitchMonitorMgr::Stop() {
+    stopRequested_ = true;
+    stopEvent_.signal();
+    if (started_) {
+        exitSemaphore_.acquire();
+        // ACE still uses the object after svc has returned.
+        wait();
+    }
+    return 0;
+}
+
+void LogSwitchMonitorMgr::Check() {
+    ApplySwitchFile();
+}
+
+}  // namespace NS_LOG_SERVICE1

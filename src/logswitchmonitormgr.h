@@ -1,0 +1,75 @@
+// The switch monitor: applies changes of the configuration file while the service runs.
+#pragma once
+
+#include <ace/Event.h>
+#include <ace/Monotonic_Time_Policy.h>
+#include <ace/Semaphore.h>
+#include <ace/Task.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+
+namespace NS_LOG_SERVICE1 {
+
+// Owns one thread, which looks at the file's modification time, in whole seconds, every 30 seconds
+// and applies the switches when it has changed. The file as it stands at Init is the baseline: only
+// a later change is applied.
+//
+// Thread safety: the control thread calls Instance, Init, Stop and Destroy; svc and Check run on
+// the monitor's own thread, so that applications never overlap.
+class LogSwitchMonitorMgr : public ACE_Task_Base {
+  public:
+    using PollInterval = std::chrono::milliseconds;
+
+    // The monitor, created on the first call. Null only when the lock under which it is created
+    // cannot be taken.
+    static LogSwitchMonitorMgr* Instance();
+
+    // Deletes the monitor if there is one. Does not end its thread: Stop must have been called.
+    static void Destroy();
+
+    // `pollInterval`: how long the thread sleeps. Tests shorten it; the service never does.
+    explicit LogSwitchMonitorMgr(PollInterval pollInterval = std::chrono::seconds(30));
+    ~LogSwitchMonitorMgr() override;
+
+    LogSwitchMonitorMgr(const LogSwitchMonitorMgr&) = delete;
+    LogSwitchMonitorMgr& operator=(const LogSwitchMonitorMgr&) = delete;
+
+    // Finds the file, takes its status as the baseline and starts the thread. Returns 0; or -1,
+    // without a thread, when the file cannot be examined.
+    int Init();
+
+    // Starts the thread. Always returns 0.
+    int open(void* args = nullptr) override;
+    int close(u_long flags = 0) override;
+
+    // The thread. Returns 0.
+    int svc() override;
+
+    // Asks the thread to end and returns when it is gone: the object may be deleted then. Returns
+    // at once when no thread was started. Must not be called a second time for the same thread:
+    // the end of a thread is signalled once, so that call would wait for ever. Always returns 0.
+    int Stop();
+
+    // Reads the switches from the configuration and applies those that differ from the current
+    // state.
+    void Check();
+
+  private:
+    // What one pass of the thread does between two sleeps.
+    void Examine();
+    void Sleep();
+
+    const PollInterval pollInterval_;
+    std::string configFilePath_;  // written before the thread starts
+    // Waits on the monotonic clock: a wall clock that is set back must not lengthen the sleep.
+    ACE_Event_T<ACE_Monotonic_Time_Policy> stopEvent_;
+    ACE_Semaphore exitSemaphore_;
+    std::atomic<bool> stopRequested_{false};
+    std::atomic<bool> started_{false};
+    struct stat lastFileStatus_ {};  // the thread's, once it runs
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,75 @@
+#include "manager/loggerlist.h"
+
+#include <utility>
+
+#include "diagnostic/diagnostic.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+LoggerName NameOf(const Logger& logger) {
+    return {logger.First(), logger.Second(), logger.Category()};
+}
+
+}  // namespace
+
+LoggerList::~LoggerList() {
+    while (!loggers_.empty()) {
+        loggers_.pop_front();
+    }
+}
+
+size_t LoggerList::NameHash::operator()(const LoggerName& name) const {
+    const std::hash<std::string_view> hash;
+    size_t result = 0;
+    for (const std::string_view part : {name.first, name.second, name.category}) {
+        result = result * 31 + hash(part);
+    }
+    return result;
+}
+
+Logger* LoggerList::FindOrAdd(const LoggerName& name, const Maker& make) {
+    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const auto found = index_.find(name);
+    if (found != index_.end()) {
+        return found->second;
+    }
+    std::unique_ptr<Logger> made = make();
+    if (made == nullptr) {
+        return nullptr;
+    }
+    Logger* logger = made.get();
+    loggers_.push_back(std::move(made));
+    try {
+        index_.emplace(NameOf(*logger), logger);
+    } catch (...) {
+        loggers_.pop_back();
+        throw;
+    }
+    return logger;
+}
+
+// Neither report has a value for its "%d": the texts are old and so are their readers.
+void LoggerList::EnableAll(uint32_t level) {
+    ForEach([level](Logger& logger) {
+        if (!logger.EnableLevel(level)) {
+            Diagnostic().Print(kDiagnosticFailure,
+                               "[LogMgr::EnableAllLogLevel] Disable %s, %s, %s, Level %d error\n",
+                               logger.First().c_str(), logger.Second().c_str(),
+                               logger.Category().c_str());
+        }
+    });
+}
+
+void LoggerList::DisableAll(uint32_t level) {
+    ForEach([level](Logger& logger) {
+        if (!logger.DisableLevel(level)) {
+            Diagnostic().Print(kDiagnosticFailure,
+                               "[LogMgr::DisableAllLogLevel] Disable %s, %s, %s, Level %d error\n",
+                               logger.First().c_str(), logger.Second().c_str(),
+                               logger.Category().c_str());
+        }
+    });
+}
+
+}  // namespace NS_LOG_SERVICE1

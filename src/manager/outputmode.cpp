@@ -1,0 +1,46 @@
+// Switching the output mode while the service runs.
+
+#include "bundlemgr/processexception.h"
+#include "diagnostic/diagnostic.h"
+#include "lookup/interfacelookup.h"
+#include "lookup/ownlogger.h"
+#include "manager/logmgr.h"
+#include "qv_base_log/resultcode.h"
+#include "schedule/schedulesvcinterface.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+constexpr unsigned int kModeDirect = 0;
+constexpr unsigned int kModeQueued = 1;
+constexpr int64_t kNoTask = -1;
+
+}  // namespace
+
+// Mode 1 is acknowledged but not entered, and the mode itself is never written here: switching to
+// 0 takes the periodic task away and nothing else. Whoever wants queued output switched on and off
+// for real uses the maintenance interface.
+unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
+    if (mode == outputmode || mode == kModeQueued) {
+        return LOG_RESULT_OK;
+    }
+    if (mode != kModeDirect) {
+        return LOG_RESULT_INVALID_OUTPUT_MODE;
+    }
+    try {
+        auto& schedule = LookUp<NS_SCHEDULE_SERVICE1::ScheduleSvcInterface>("ScheduleSvcInterface");
+        if (schedule.DeleteTask(outputTask) != 0) {
+            Diagnostic().Print(
+                kDiagnosticRefused,
+                "[LogMgr::SetOutputMode]Delete local task failed, so SetOutputMode failed !!");
+            return LOG_RESULT_DELETE_TASK_FAILED;
+        }
+    } catch (const NS_BUNDLEMGR1::InterfaceNotExistException& exception) {
+        ReportException(exception);
+        return LOG_RESULT_INTERFACE_NOT_EXIST;
+    }
+    outputTask = kNoTask;
+    return LOG_RESULT_OK;
+}
+
+}  // namespace NS_LOG_SERVICE1

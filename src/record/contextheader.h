@@ -1,0 +1,13 @@
+// The context header: which operation a record belongs to.
+#pragma once
+
+#include <string>
+
+namespace NS_LOG_SERVICE1 {
+
+// The calling thread's operation as one line of text:
+//     <operation UUID>,TopT:<thread number>,If:<interface name>,UserMsg:<user information>
+// All labels and separators are always there; pieces that the context lacks are empty.
+std::string BuildContextHeader();
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,88 @@
+#include "record/packedrecord.h"
+
+#include <cstring>
+#include <new>
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Stands in front of the texts, which follow without separators in the order of the lengths.
+struct PackedHeader {
+    size_t packedSize;
+    int64_t seconds;
+    int32_t microseconds;
+    int32_t level;
+    pthread_t thread;
+    size_t fileLength;
+    size_t functionLength;
+    size_t detailLength;
+    size_t contextLength;
+    uint32_t line;
+};
+
+constexpr size_t kAlignment = alignof(PackedHeader);
+static_assert(kAlignment <= alignof(std::max_align_t), "blocks from new must suffice");
+
+std::byte* Put(std::byte* at, std::string_view text) {
+    if (!text.empty()) {
+        std::memcpy(at, text.data(), text.size());
+    }
+    return at + text.size();
+}
+
+std::string_view Take(const char*& at, size_t length) {
+    const std::string_view text(at, length);
+    at += length;
+    return text;
+}
+
+const PackedHeader& HeaderAt(const std::byte* bytes) {
+    return *std::launder(reinterpret_cast<const PackedHeader*>(bytes));
+}
+
+}  // namespace
+
+size_t PackedSize(const LogRecord& record) {
+    const size_t size = sizeof(PackedHeader) + record.file.size() + record.function.size() +
+                        record.detail.size() + record.context.size();
+    return (size + kAlignment - 1) / kAlignment * kAlignment;
+}
+
+void Pack(const LogRecord& record, std::byte* bytes) {
+    new (bytes) PackedHeader{PackedSize(record),
+                             record.time.sec(),
+                             static_cast<int32_t>(record.time.usec()),
+                             record.level,
+                             record.thread,
+                             record.file.size(),
+                             record.function.size(),
+                             record.detail.size(),
+                             record.context.size(),
+                             record.line};
+    std::byte* at = bytes + sizeof(PackedHeader);
+    at = Put(at, record.file);
+    at = Put(at, record.function);
+    at = Put(at, record.detail);
+    Put(at, record.context);
+}
+
+LogRecord Unpack(const std::byte* bytes) {
+    const PackedHeader& header = HeaderAt(bytes);
+    LogRecord record;
+    record.level = header.level;
+    record.time.set(header.seconds, header.microseconds);
+    record.thread = header.thread;
+    record.line = header.line;
+    const char* at = reinterpret_cast<const char*>(bytes + sizeof(PackedHeader));
+    record.file = Take(at, header.fileLength);
+    record.function = Take(at, header.functionLength);
+    record.detail = Take(at, header.detailLength);
+    record.context = Take(at, header.contextLength);
+    return record;
+}
+
+size_t PackedSizeAt(const std::byte* bytes) {
+    return HeaderAt(bytes).packedSize;
+}
+
+}  // namespace NS_LOG_SERVICE1

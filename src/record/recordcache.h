@@ -1,0 +1,43 @@
+// The newest records of a bounded number, oldest first.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "record/packedrecord.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Thread safety: none; the owner's lock guards it.
+class RecordCache {
+  public:
+    // Keeps up to `capacity` records; with 0 every record is evicted at once.
+    explicit RecordCache(size_t capacity);
+
+    // Puts the record at the end and hands back what had to go for it: the oldest record, or the
+    // record itself where the capacity is 0; an empty one while there is room. The caller frees it
+    // after letting go of the lock.
+    PackedRecord Append(PackedRecord record);
+
+    size_t Count() const { return records_.size(); }
+    size_t Capacity() const { return capacity_; }
+
+    // Exchanges all records, and the capacity, with those of `other`.
+    void Swap(RecordCache& other) noexcept;
+
+    // Calls `visit` with each record, oldest first.
+    template <class Visitor>
+    void ForEach(Visitor visit) const {
+        for (size_t i = 0; i < records_.size(); ++i) {
+            visit(records_[(oldest_ + i) % records_.size()].Get());
+        }
+    }
+
+  private:
+    size_t capacity_;
+    // Filled from the front until it holds `capacity_` records, a ring from then on.
+    std::vector<PackedRecord> records_;
+    size_t oldest_ = 0;
+};
+
+}  // namespace NS_LOG_SERVICE1

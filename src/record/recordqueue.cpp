@@ -1,0 +1,81 @@
+#include "record/recordqueue.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "record/packedrecord.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Some 250 records of the usual size.
+constexpr size_t kChunkSize = 64 * 1024;
+
+}  // namespace
+
+LogRecord RecordQueue::Iterator::operator*() const {
+    return Unpack(chunk_->bytes.get() + offset_);
+}
+
+RecordQueue::Iterator& RecordQueue::Iterator::operator++() {
+    offset_ += PackedSizeAt(chunk_->bytes.get() + offset_);
+    if (offset_ == chunk_->used) {
+        ++chunk_;
+        offset_ = 0;
+    }
+    return *this;
+}
+
+RecordQueue::Chunks RecordQueue::MakeChunk(size_t packedSize) {
+    Chunks chunk(1);
+    chunk.front().size = std::max(packedSize, kChunkSize);
+    chunk.front().bytes.reset(new std::byte[chunk.front().size]);
+    return chunk;
+}
+
+bool RecordQueue::LastChunkHasRoomFor(size_t packedSize) const {
+    return !used_.empty() && used_.back().size - used_.back().used >= packedSize;
+}
+
+bool RecordQueue::HasRoomFor(size_t packedSize) const {
+    return LastChunkHasRoomFor(packedSize) ||
+           (!spare_.empty() && spare_.front().size >= packedSize);
+}
+
+void RecordQueue::AddChunk(Chunks& chunk) {
+    spare_.splice(spare_.begin(), chunk);
+}
+
+void RecordQueue::Append(const LogRecord& record) {
+    const size_t packedSize = PackedSize(record);
+    if (!LastChunkHasRoomFor(packedSize)) {
+        used_.splice(used_.end(), spare_, spare_.begin());
+    }
+    Chunk& chunk = used_.back();
+    Pack(record, chunk.bytes.get() + chunk.used);
+    chunk.used += packedSize;
+    ++count_;
+}
+
+RecordQueue::Chunks RecordQueue::Clear() {
+    Chunks outsized;
+    while (!used_.empty()) {
+        used_.front().used = 0;
+        Chunks& target = used_.front().size == kChunkSize ? spare_ : outsized;
+        target.splice(target.end(), used_, used_.begin());
+    }
+    count_ = 0;
+    return outsized;
+}
+
+void RecordQueue::TakeChunks(RecordQueue& cleared) {
+    spare_.splice(spare_.end(), cleared.spare_);
+}
+
+void RecordQueue::Swap(RecordQueue& other) noexcept {
+    used_.swap(other.used_);
+    spare_.swap(other.spare_);
+    std::swap(count_, other.count_);
+}
+
+}  // namespace NS_LOG_SERVICE1
