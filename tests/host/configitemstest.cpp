@@ -1,0 +1,200 @@
+// The agent's configuration items: when they are read and how they are looked up.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <thread>
+
+#include "bundlemgr/processexception.h"
+#include "host/configfixture.h"
+#include "platform/hostcontrol.h"
+
+using NS_BUNDLEMGR1::CorbaConfigItems;
+using NS_BUNDLEMGR1::GetValByKey;
+using NS_BUNDLEMGR1::InterfaceNotExistException;
+using testing::ElementsAre;
+using Item = NS_BUNDLEMGR1::NameValueStru;
+
+namespace {
+
+class ConfigItems : public NS_TEST::ConfigTest {
+  protected:
+    static constexpr int kUntouched = 4711;
+
+    // The number that an item with this value gives, or kUntouched.
+    int NumberOf(const std::string& text) const {
+        ItemsOf("number = " + text + "\n");
+        int value = kUntouched;
+        const bool found = Store().GetIntItemInfo("number", value);
+        EXPECT_EQ(found, value != kUntouched) << text;
+        return value;
+    }
+};
+
+// Needs a process of its own: there is one first use in each.
+TEST_F(ConfigItems, AreReadOnFirstUse) {
+    Write("a = 1\nb = text\n");
+    int number = 0;
+    EXPECT_TRUE(Store().GetIntItemInfo("a", number));
+    EXPECT_EQ(number, 1);
+    std::string text;
+    EXPECT_TRUE(Store().GetStrItemInfo("b", text));
+    EXPECT_EQ(text, "text");
+}
+
+TEST_F(ConfigItems, StayAsTheyWereUntilAllAreAskedFor) {
+    ItemsOf("a = 1\n");
+    Write("a = 2\n");
+    std::string text;
+    EXPECT_TRUE(Store().GetStrItemInfo("a", text));
+    EXPECT_EQ(text, "1");
+    EXPECT_THAT(AllItems(), ElementsAre(Item{"a", "2"}));
+    EXPECT_TRUE(Store().GetStrItemInfo("a", text));
+    EXPECT_EQ(text, "2");
+}
+
+TEST_F(ConfigItems, AreGoneWithTheirFile) {
+    ItemsOf("a = 1\n");
+    std::filesystem::remove(file_);
+    std::vector<Item> items = {{"old", "item"}};
+    Store().GetCorbaConfigItems(items);
+    EXPECT_TRUE(items.empty());
+    std::string text = "untouched";
+    EXPECT_FALSE(Store().GetStrItemInfo("a", text));
+    EXPECT_EQ(text, "untouched");
+}
+
+TEST_F(ConfigItems, FollowTheShareDirectory) {
+    ItemsOf("a = 1\n");
+    const NS_TEST::TemporaryDirectory other;
+    NS_TEST::WriteFile(other.Path("conf/corba_agent.cfg"), "a = 2\n");
+    share_.Set(other.Path() + "/");
+    EXPECT_THAT(AllItems(), ElementsAre(Item{"a", "2"}));
+}
+
+TEST_F(ConfigItems, AreWholeDecimalNumbers) {
+    EXPECT_EQ(NumberOf("0"), 0);
+    EXPECT_EQ(NumberOf("-1"), -1);
+    EXPECT_EQ(NumberOf("+12"), 12);
+    EXPECT_EQ(NumberOf("007"), 7);
+    EXPECT_EQ(NumberOf("2147483647"), 2147483647);
+    EXPECT_EQ(NumberOf("-2147483648"), -2147483647 - 1);
+}
+
+TEST_F(ConfigItems, AreNoNumbersWhenAnythingElseIsInThem) {
+    for (const char* text : {"", "+", "-", "+-1", "--1", "1x", "x1", "1 2", "0x10", "1.0", "1e3",
+                             "2147483648", "-2147483649", "99999999999999999999", "1,1,1,1"}) {
+        EXPECT_EQ(NumberOf(text), kUntouched) << text;
+    }
+}
+
+TEST_F(ConfigItems, LeaveTheValueAloneWhenTheyAreMissing) {
+    int number = kUntouched;
+    EXPECT_FALSE(Store().GetIntItemInfo("missing", number));
+    EXPECT_EQ(number, kUntouched);
+    std::string text = "untouched";
+    EXPECT_FALSE(Store().GetStrItemInfo("missing", text));
+    EXPECT_EQ(text, "untouched");
+}
+
+TEST_F(ConfigItems, AreOutOfReachWhenTheFileIsNone) {
+    std::filesystem::create_directories(file_);
+    EXPECT_THROW(AllItems(), InterfaceNotExistException);
+    std::filesystem::remove(file_);
+    ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+    EXPECT_THROW(AllItems(), InterfaceNotExistException);
+}
+
+// The memory of a process is a regular file that can be opened, but not read from its start.
+TEST_F(ConfigItems, StayAsTheyWereWhenAReadingFails) {
+    ItemsOf("a = 1\n");
+    std::filesystem::remove(file_);
+    std::filesystem::create_symlink("/proc/self/mem", file_);
+    std::vector<Item> items = {{"old", "item"}};
+    EXPECT_THROW(Store().GetCorbaConfigItems(items), InterfaceNotExistException);
+    EXPECT_THAT(items, ElementsAre(Item{"old", "item"}));
+    std::string text;
+    EXPECT_TRUE(Store().GetStrItemInfo("a", text));
+    EXPECT_EQ(text, "1");
+}
+
+TEST_F(ConfigItems, NameTheFileThatCannotBeRead) {
+    std::filesystem::create_directories(file_);
+    try {
+        AllItems();
+        FAIL() << "nothing was raised";
+    } catch (const InterfaceNotExistException& caught) {
+        EXPECT_THAT(caught.GetDescription(), testing::HasSubstr(file_));
+        EXPECT_EQ(caught.GetCode(), static_cast<uint32_t>(EISDIR));
+    }
+}
+
+TEST_F(ConfigItems, OfOneReadingBelongTogether) {
+    Write("first = 0\nsecond = 0\n");
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        for (int round = 0; !stop; ++round) {
+            const std::string value = std::to_string(round);
+            NS_TEST::WriteFile(Path("new"), "first = " + value + "\nsecond = " + value + "\n");
+            std::filesystem::rename(Path("new"), file_);
+        }
+    });
+    std::vector<std::thread> readers;
+    for (int number = 0; number < 3; ++number) {
+        readers.emplace_back([] {
+            for (int round = 0; round < 300; ++round) {
+                const Items items = AllItems();
+                ASSERT_EQ(items.size(), 2u);
+                EXPECT_EQ(items[0].value, items[1].value);
+                std::string text;
+                EXPECT_TRUE(Store().GetStrItemInfo("first", text));
+            }
+        });
+    }
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+    stop = true;
+    writer.join();
+}
+
+class FixedItems final : public CorbaConfigItems {
+  public:
+    bool GetIntItemInfo(const std::string&, int& value) override {
+        value = 42;
+        return true;
+    }
+    bool GetStrItemInfo(const std::string&, std::string& value) override {
+        value = "fixed";
+        return true;
+    }
+    void GetCorbaConfigItems(std::vector<Item>& items) override { items = {{"a", "fixed"}}; }
+};
+
+TEST_F(ConfigItems, ComeFromAnotherStoreWhenTheProcessChoosesOne) {
+    CorbaConfigItems* const fileItems = CorbaConfigItems::Instance();
+    FixedItems fixed;
+    NS_REFERENCE_HOST::SetConfigItems(&fixed);
+    EXPECT_EQ(CorbaConfigItems::Instance(), &fixed);
+    EXPECT_THAT(AllItems(), ElementsAre(Item{"a", "fixed"}));
+    NS_REFERENCE_HOST::SetConfigItems(nullptr);
+    EXPECT_EQ(CorbaConfigItems::Instance(), fileItems);
+}
+
+TEST(ItemLookup, FindsTheLastOfEqualNames) {
+    std::string value;
+    EXPECT_TRUE(GetValByKey(value, "a", {{"a", "1"}, {"b", "2"}, {"a", "3"}, {"ab", "4"}}));
+    EXPECT_EQ(value, "3");
+}
+
+TEST(ItemLookup, LeavesTheValueAloneWhenThereIsNone) {
+    std::string value = "untouched";
+    EXPECT_FALSE(GetValByKey(value, "a", {{"A", "1"}, {"", "2"}}));
+    EXPECT_FALSE(GetValByKey(value, "a", {}));
+    EXPECT_EQ(value, "untouched");
+}
+
+}  // namespace

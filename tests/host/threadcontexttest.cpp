@@ -1,0 +1,148 @@
+// The operation that the calling thread carries out.
+#include "util/threadcontext.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+using NS_UTIL::ThreadContextInfo;
+using NS_UTIL::ThreadContextMgr;
+using NS_UTIL::ThreadContextScope;
+
+namespace {
+
+ThreadContextInfo Current() {
+    return ThreadContextMgr::Instance()->GetThreadContext();
+}
+
+void ExpectEmpty(const ThreadContextInfo& context) {
+    EXPECT_EQ(context.GetThreadId(), 0);
+    EXPECT_EQ(context.GetInterfaceName(), "");
+    EXPECT_EQ(context.GetUserInfo(), "");
+    EXPECT_EQ(context.GetOperUUID(), "");
+}
+
+TEST(ThreadContext, IsEmptyWhereNoneWasSet) {
+    ExpectEmpty(ThreadContextInfo());
+    std::thread([] { ExpectEmpty(Current()); }).join();
+}
+
+TEST(ThreadContext, HoldsWhatWasSet) {
+    ThreadContextMgr::Instance()->SetThreadContext({17, "interface", "user", "uuid"});
+    const ThreadContextInfo context = Current();
+    EXPECT_EQ(context.GetThreadId(), 17);
+    EXPECT_EQ(context.GetInterfaceName(), "interface");
+    EXPECT_EQ(context.GetUserInfo(), "user");
+    EXPECT_EQ(context.GetOperUUID(), "uuid");
+}
+
+TEST(ThreadContext, BelongsToItsThread) {
+    ThreadContextMgr::Instance()->SetThreadContext({1, "here", "", ""});
+    std::thread([] {
+        ExpectEmpty(Current());
+        ThreadContextMgr::Instance()->SetThreadContext({2, "there", "", ""});
+        EXPECT_EQ(Current().GetInterfaceName(), "there");
+    }).join();
+    EXPECT_EQ(Current().GetInterfaceName(), "here");
+}
+
+TEST(ThreadContext, SharesItsContentsWithItsCopies) {
+    const ThreadContextInfo context(1, "interface", "user", "uuid");
+    const ThreadContextInfo copy = context;
+    EXPECT_EQ(&copy.GetUserInfo(), &context.GetUserInfo());
+    ThreadContextMgr::Instance()->SetThreadContext(context);
+    EXPECT_EQ(&Current().GetUserInfo(), &context.GetUserInfo());
+}
+
+TEST(ThreadContext, OutlivesItsReplacementInACopy) {
+    ThreadContextMgr::Instance()->SetThreadContext({1, "first", "", ""});
+    const ThreadContextInfo kept = Current();
+    ThreadContextMgr::Instance()->SetThreadContext({2, "second", "", ""});
+    EXPECT_EQ(kept.GetInterfaceName(), "first");
+    EXPECT_EQ(Current().GetInterfaceName(), "second");
+}
+
+TEST(ThreadContext, IsEmptyAgainOnceItWasMoved) {
+    ThreadContextInfo context(1, "interface", "user", "uuid");
+    const ThreadContextInfo moved = std::move(context);
+    EXPECT_EQ(moved.GetOperUUID(), "uuid");
+    context = ThreadContextInfo();
+    ExpectEmpty(context);
+}
+
+TEST(ThreadContextScope, PutsThePreviousContextBack) {
+    ThreadContextMgr::Instance()->SetThreadContext(ThreadContextInfo());
+    {
+        const ThreadContextScope outer({1, "outer", "", ""});
+        {
+            const ThreadContextScope inner({2, "inner", "", ""});
+            EXPECT_EQ(Current().GetInterfaceName(), "inner");
+        }
+        EXPECT_EQ(Current().GetInterfaceName(), "outer");
+    }
+    ExpectEmpty(Current());
+}
+
+TEST(ThreadContextScope, PutsThePreviousContextBackWhenAnExceptionPasses) {
+    const ThreadContextScope outer({1, "outer", "", ""});
+    try {
+        const ThreadContextScope inner({2, "inner", "", ""});
+        throw 1;
+    } catch (int) {
+        EXPECT_EQ(Current().GetInterfaceName(), "outer");
+    }
+}
+
+// Asks for the context when its thread ends, and tries to set another one.
+struct LateUser {
+    std::string* seen = nullptr;
+    ~LateUser() {
+        if (seen != nullptr) {
+            *seen = "<" + Current().GetInterfaceName() + ">";
+            ThreadContextMgr::Instance()->SetThreadContext({3, "late", "", ""});
+        }
+    }
+};
+
+// Function by function, because a file's thread-local objects are all made at once.
+LateUser& EarlyBorn() {
+    thread_local LateUser user;
+    return user;
+}
+
+LateUser& LateBorn() {
+    thread_local LateUser user;
+    return user;
+}
+
+TEST(ThreadContext, CanBeAskedForWhileItsThreadEnds) {
+    std::string seenFirst;
+    std::string seenLast;
+    std::thread([&] {
+        EarlyBorn().seen = &seenLast;  // made before the context, so destroyed after it
+        ThreadContextMgr::Instance()->SetThreadContext({1, "interface", "", ""});
+        LateBorn().seen = &seenFirst;
+    }).join();
+    EXPECT_EQ(seenFirst, "<interface>");
+    EXPECT_EQ(seenLast, "<>");
+}
+
+TEST(ThreadContext, IsReadByManyThreadsAtOnce) {
+    const ThreadContextInfo shared(1, "interface", "user", "uuid");
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&shared] {
+            for (int round = 0; round < 1000; ++round) {
+                const ThreadContextScope scope(shared);
+                EXPECT_EQ(Current().GetOperUUID(), "uuid");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+}  // namespace

@@ -1,0 +1,235 @@
+// The texts of log records become valid UTF-8.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bundlemgr/logsupport.h"
+
+using NS_BUNDLEMGR1::Convert2UTFforLog;
+
+namespace {
+
+const std::string kReplacement = "\xEF\xBF\xBD";
+
+std::string Encode(uint32_t point) {
+    const auto byte = [](uint32_t value) { return static_cast<char>(value); };
+    if (point < 0x80) {
+        return {byte(point)};
+    }
+    if (point < 0x800) {
+        return {byte(0xC0 | point >> 6), byte(0x80 | (point & 0x3F))};
+    }
+    if (point < 0x10000) {
+        return {byte(0xE0 | point >> 12), byte(0x80 | (point >> 6 & 0x3F)),
+                byte(0x80 | (point & 0x3F))};
+    }
+    return {byte(0xF0 | point >> 18), byte(0x80 | (point >> 12 & 0x3F)),
+            byte(0x80 | (point >> 6 & 0x3F)), byte(0x80 | (point & 0x3F))};
+}
+
+// Knows all characters by having written each of them, and every beginning of a character by
+// having cut them off: no rule of the conversion is used again here.
+class Reference {
+  public:
+    static const Reference& Instance() {
+        static const Reference reference;
+        return reference;
+    }
+
+    std::string Convert(const std::string& text) const {
+        std::string result;
+        for (size_t at = 0; at < text.size();) {
+            const size_t whole = Longest(characters_, text, at);
+            const size_t cut = Longest(beginnings_, text, at);
+            result += whole > 0 ? text.substr(at, whole) : kReplacement;
+            at += whole > 0 ? whole : std::max<size_t>(cut, 1);
+        }
+        return result;
+    }
+
+  private:
+    // By length, each sorted.
+    using Table = std::array<std::vector<uint32_t>, 5>;
+
+    Reference() {
+        for (uint32_t point = 0; point <= 0x10FFFF; ++point) {
+            if (point >= 0xD800 && point <= 0xDFFF) {
+                continue;
+            }
+            const std::string character = Encode(point);
+            characters_[character.size()].push_back(Pack(character, 0, character.size()));
+            for (size_t length = 1; length < character.size(); ++length) {
+                const uint32_t beginning = Pack(character, 0, length);
+                if (beginnings_[length].empty() || beginnings_[length].back() != beginning) {
+                    beginnings_[length].push_back(beginning);
+                }
+            }
+        }
+        for (auto* table : {&characters_, &beginnings_}) {
+            for (auto& values : *table) {
+                std::sort(values.begin(), values.end());
+            }
+        }
+    }
+
+    static uint32_t Pack(const std::string& text, size_t at, size_t length) {
+        uint32_t packed = 0;
+        for (size_t i = 0; i < length; ++i) {
+            packed = packed << 8 | static_cast<unsigned char>(text[at + i]);
+        }
+        return packed;
+    }
+
+    static size_t Longest(const Table& table, const std::string& text, size_t at) {
+        for (size_t length = std::min<size_t>(4, text.size() - at); length > 0; --length) {
+            const auto& values = table[length];
+            if (std::binary_search(values.begin(), values.end(), Pack(text, at, length))) {
+                return length;
+            }
+        }
+        return 0;
+    }
+
+    Table characters_;
+    Table beginnings_;
+};
+
+std::string Hex(const std::string& text) {
+    static const char* const kDigits = "0123456789abcdef";
+    std::string hex;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        hex += {kDigits[byte >> 4], kDigits[byte & 15], ' '};
+    }
+    return hex;
+}
+
+// True when the conversion gives what the reference gives, and the text itself when it is valid.
+bool AgreesWithReference(const std::string& text) {
+    const std::string expected = Reference::Instance().Convert(text);
+    std::string converted = "old";
+    const std::string& result = Convert2UTFforLog(text, converted);
+    return result == expected && (&result == &text) == (expected == text) &&
+           (&result == &text || &result == &converted);
+}
+
+std::string Converted(const std::string& text) {
+    std::string converted;
+    return Convert2UTFforLog(text, converted);
+}
+
+TEST(Utf8, PassesValidTextsUntouched) {
+    for (const std::string text :
+         {"", "plain text", "M\xC3\xBCnchen", "\xE5\x8D\x8E", "\xF0\x9F\x93\xA1 antenna",
+          "exactly8", "just a bit longer than eight \xC3\xA9", "\xEF\xBF\xBD", "\xEF\xBB\xBF"}) {
+        std::string converted = "old";
+        EXPECT_EQ(&Convert2UTFforLog(text, converted), &text) << text;
+        EXPECT_EQ(converted, "old");
+    }
+}
+
+TEST(Utf8, PassesZeroBytes) {
+    const std::string text("a\0b\0\0\0\0\0\0\0\0\0c", 13);
+    std::string converted;
+    EXPECT_EQ(&Convert2UTFforLog(text, converted), &text);
+}
+
+TEST(Utf8, PassesEveryCharacter) {
+    for (uint32_t point = 0; point <= 0x10FFFF; ++point) {
+        if (point < 0xD800 || point > 0xDFFF) {
+            const std::string text = Encode(point);
+            std::string converted;
+            ASSERT_EQ(&Convert2UTFforLog(text, converted), &text) << point;
+        }
+    }
+}
+
+TEST(Utf8, ReplacesBytesOfAnotherEncoding) {
+    EXPECT_EQ(Converted("M\xFCnchen"), "M" + kReplacement + "nchen");
+    EXPECT_EQ(Converted("\xBB\xAA\xCE\xAA"), kReplacement + kReplacement + "\xCE\xAA");
+}
+
+TEST(Utf8, ReplacesACharacterThatWasCutOffByOneMark) {
+    EXPECT_EQ(Converted("cut \xE5\x8D"), "cut " + kReplacement);
+    EXPECT_EQ(Converted("\xF0\x9F\x93"), kReplacement);
+    EXPECT_EQ(Converted("\xF0\x9F\x93x"), kReplacement + "x");
+    EXPECT_EQ(Converted("\xC3"), kReplacement);
+}
+
+TEST(Utf8, ReplacesEachByteOfWhatCannotBeACharacter) {
+    const std::string three = kReplacement + kReplacement + kReplacement;
+    EXPECT_EQ(Converted("\xC0\xAF"), kReplacement + kReplacement) << "too long a form";
+    EXPECT_EQ(Converted("\xE0\x80\xAF"), three) << "too long a form";
+    EXPECT_EQ(Converted("\xED\xA0\x80"), three) << "a surrogate";
+    EXPECT_EQ(Converted("\xF4\x90\x80\x80"), three + kReplacement) << "beyond the last character";
+    EXPECT_EQ(Converted("\xFE\xFF\xF5"), three) << "bytes that are never used";
+}
+
+TEST(Utf8, MarksWhereEachBeginningOfACharacterEnds) {
+    EXPECT_EQ(Converted("\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64"),
+              "a" + kReplacement + kReplacement + kReplacement + "b" + kReplacement + "c" +
+                  kReplacement + kReplacement + "d");
+}
+
+TEST(Utf8, ReusesTheStorageOfTheResult) {
+    std::string converted = "left over from an earlier record that was much longer";
+    EXPECT_EQ(Convert2UTFforLog("\xFF", converted), kReplacement);
+    EXPECT_EQ(Convert2UTFforLog("a\xFF", converted), "a" + kReplacement);
+}
+
+TEST(Utf8, TreatsEveryPairOfBytesAsTheReferenceDoes) {
+    for (int first = 0; first < 256; ++first) {
+        for (int second = 0; second < 256; ++second) {
+            const std::string text = {static_cast<char>(first), static_cast<char>(second)};
+            ASSERT_TRUE(AgreesWithReference(text)) << Hex(text);
+        }
+    }
+}
+
+// The bytes at the edges of every rule, in all combinations of up to four.
+TEST(Utf8, TreatsAllEdgesAsTheReferenceDoes) {
+    const std::string edges =
+        "\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4"
+        "\xF5\xFF";
+    for (const char first : edges) {
+        for (const char second : edges) {
+            for (const char third : edges) {
+                for (const char fourth : edges) {
+                    const std::string text = {first, second, third, fourth};
+                    ASSERT_TRUE(AgreesWithReference(text)) << Hex(text);
+                }
+            }
+        }
+    }
+}
+
+TEST(Utf8, TreatsRandomTextsAsTheReferenceDoes) {
+    std::mt19937 random(20240305);
+    const auto below = [&random](uint32_t limit) {
+        return static_cast<uint32_t>(random() % limit);
+    };
+    for (int round = 0; round < 100'000; ++round) {
+        std::string text;
+        for (uint32_t piece = below(12); piece > 0; --piece) {
+            const uint32_t kind = below(8);
+            if (kind < 3) {
+                text.append(below(20), static_cast<char>(below(0x80)));
+            } else if (kind < 6) {
+                text += Encode(below(0x110000));  // surrogates included
+            } else {
+                text += static_cast<char>(below(0x100));
+            }
+        }
+        if (!text.empty() && below(2) == 0) {
+            text.erase(below(static_cast<uint32_t>(text.size())), 1);
+        }
+        ASSERT_TRUE(AgreesWithReference(text)) << Hex(text);
+    }
+}
+
+}  // namespace

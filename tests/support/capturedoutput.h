@@ -1,0 +1,59 @@
+// What the process writes to standard output or standard error, caught for the length of a block.
+#pragma once
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <system_error>
+
+namespace NS_TEST {
+
+// Catches every write to the descriptor, whoever makes it, in a file without a name.
+//
+// Thread safety: other threads may write meanwhile.
+class CapturedOutput {
+  public:
+    // `descriptor`: STDOUT_FILENO or STDERR_FILENO.
+    explicit CapturedOutput(int descriptor) : descriptor_(descriptor) {
+        std::fflush(nullptr);
+        file_ = std::tmpfile();
+        saved_ = dup(descriptor);
+        if (file_ == nullptr || saved_ < 0 || dup2(fileno(file_), descriptor) < 0) {
+            throw std::system_error(errno, std::generic_category(), "capture output");
+        }
+    }
+
+    ~CapturedOutput() {
+        std::fflush(nullptr);
+        dup2(saved_, descriptor_);
+        close(saved_);
+        std::fclose(file_);
+    }
+
+    CapturedOutput(const CapturedOutput&) = delete;
+    CapturedOutput& operator=(const CapturedOutput&) = delete;
+
+    // Everything since the start of the block.
+    std::string Text() const {
+        std::fflush(nullptr);
+        std::string text;
+        char chunk[4096];
+        for (;;) {
+            const ssize_t length =
+                pread(fileno(file_), chunk, sizeof(chunk), static_cast<off_t>(text.size()));
+            if (length <= 0) {
+                return text;
+            }
+            text.append(chunk, static_cast<std::string::size_type>(length));
+        }
+    }
+
+  private:
+    int descriptor_;
+    int saved_ = -1;
+    std::FILE* file_ = nullptr;
+};
+
+}  // namespace NS_TEST
