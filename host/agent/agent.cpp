@@ -1,0 +1,113 @@
+// One run of the agent.
+#include "agent/agent.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+
+#include "agent/agenterror.h"
+#include "agent/bundleloader.h"
+#include "agent/configuredbundles.h"
+#include "agent/standardinput.h"
+#include "agent/workwatch.h"
+#include "platform/hostcontrol.h"
+#include "util/selfutilcommon.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+constexpr char kShareVariable[] = "_APP_SHARE_DIR";
+
+// The platform takes a missing file for an empty one; to the operator it is another mistake.
+std::string FindConfiguration() {
+    const std::string path =
+        NS_UTIL::SelfUtilCommon::getEnvValue(kShareVariable) + "/conf/corba_agent.cfg";
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) {
+        throw AgentError(ExitCode::BadConfiguration, "there is no configuration file " + path);
+    }
+    return path;
+}
+
+// The platform and the bundles find everything below the directory that this variable names.
+void SetShareDirectory(const std::string& directory) {
+    if (!directory.empty()) {
+        setenv(kShareVariable, directory.c_str(), 1);
+    } else if (NS_UTIL::SelfUtilCommon::getEnvValue(kShareVariable).empty()) {
+        throw AgentError(ExitCode::BadConfiguration,
+                         "no share directory: give --share DIR or set _APP_SHARE_DIR");
+    }
+}
+
+}  // namespace
+
+Agent::Agent(const AgentOptions& options) : options_(options) {
+    SetShareDirectory(options_.shareDirectory);
+    if (!options_.logProxy) {
+        SetLogProxyProvider(nullptr);
+    }
+}
+
+Traffic Agent::ChooseTraffic() const {
+    if (options_.traffic != Traffic::Auto) {
+        return options_.traffic;
+    }
+    switch (LookAtInput(STDIN_FILENO, signals_.GetDescriptor())) {
+        case StandardInput::HasData:
+            return Traffic::Input;
+        case StandardInput::Interrupted:
+            return Traffic::Auto;
+        default:
+            return Traffic::Sample;
+    }
+}
+
+ExitCode Agent::Run() {
+    std::vector<BundleEntry> entries = ReadConfiguredBundles(FindConfiguration());
+    const Traffic traffic = ChooseTraffic();
+    if (traffic == Traffic::Auto) {
+        return ExitCode::Done;
+    }
+    if (traffic == Traffic::Input) {
+        AddBundle(entries, "qv_line_feed", options_.lineFeedArguments);
+    } else if (traffic == Traffic::Sample) {
+        AddBundle(entries, "qv_sample_traffic", options_.sampleArguments);
+    }
+    BundleLoader loader;
+    for (const BundleEntry& entry : entries) {
+        loader.Load(entry);
+    }
+    const bool worked = Serve(loader);
+    const bool stopped = loader.StopAll();
+    if (options_.summary) {
+        summary_.Print(std::cout);
+    }
+    if (!worked) {
+        return ExitCode::WorkFailed;
+    }
+    return stopped ? ExitCode::Done : ExitCode::BadStop;
+}
+
+bool Agent::Serve(const BundleLoader& loader) {
+    WorkWatch watch(signals_.GetDescriptor());
+    for (const auto& bundle : loader.GetBundles()) {
+        if (const WorkingBundle* const work = bundle->FindWork()) {
+            watch.Add(bundle->GetName(), *work);
+        }
+    }
+    const bool hasClients = watch.IsPending();
+    std::fprintf(stderr, "qv_agent: serving, process %d\n", static_cast<int>(getpid()));
+    if (watch.WaitForWork() && (options_.keepRunning || !hasClients)) {
+        if (hasClients) {
+            std::fprintf(stderr, "qv_agent: the clients are done; SIGINT or SIGTERM ends it\n");
+        }
+        watch.WaitForStop();
+    }
+    return !watch.HasFailed();
+}
+
+}  // namespace NS_REFERENCE_HOST

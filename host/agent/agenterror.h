@@ -1,0 +1,23 @@
+// Why the agent program cannot go on.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "agent/exitcode.h"
+
+namespace NS_REFERENCE_HOST {
+
+// A message for the operator and the code that the program ends with.
+class AgentError : public std::runtime_error {
+  public:
+    AgentError(ExitCode exitCode, const std::string& message)
+        : std::runtime_error(message), exitCode_(exitCode) {}
+
+    ExitCode GetExitCode() const noexcept { return exitCode_; }
+
+  private:
+    ExitCode exitCode_;
+};
+
+}  // namespace NS_REFERENCE_HOST

@@ -1,0 +1,33 @@
+// The command line of the agent program.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace NS_REFERENCE_HOST {
+
+// Which client of the logging service the agent adds to the configured bundles.
+enum class Traffic {
+    Auto,    // the input when there is any, else the sample
+    Input,   // the lines of standard input
+    Sample,  // the bundled sample
+    None
+};
+
+// A value; what the command line does not say is as initialised here.
+struct AgentOptions {
+    std::string shareDirectory;  // empty: as the environment says
+    Traffic traffic = Traffic::Auto;
+    std::vector<std::string> lineFeedArguments;
+    std::vector<std::string> sampleArguments;
+    bool keepRunning = false;
+    bool logProxy = true;
+    bool summary = false;
+};
+
+// Reads the command line. No value: help or the version was asked for and has been printed.
+// Throws AgentError.
+std::optional<AgentOptions> ReadCommandLine(int argc, char* argv[]);
+
+}  // namespace NS_REFERENCE_HOST

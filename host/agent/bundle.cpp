@@ -1,0 +1,122 @@
+// One bundle: its library and its service object.
+#include "agent/bundle.h"
+
+#include <ace/Guard_T.h>
+
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+
+#include "agent/agenterror.h"
+#include "bundlemgr/bundlemgr.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+using Factory = ACE_Service_Object* (*)(ACE_Service_Object_Exterminator*);
+
+std::unique_ptr<SharedLibrary> LoadLibrary(const BundleEntry& entry) {
+    try {
+        return std::make_unique<SharedLibrary>(entry.path.empty() ? FindBundleLibrary(entry.name)
+                                                                  : entry.path);
+    } catch (const std::runtime_error& error) {
+        throw AgentError(ExitCode::BundleNotLoaded,
+                         "bundle " + entry.name + " cannot be loaded: " + error.what());
+    }
+}
+
+// Calls one step of a bundle's end; whatever goes wrong there must not keep the others from ending.
+template <typename Step>
+bool RunStep(const std::string& name, const char* what, Step step) {
+    try {
+        if (step() == 0) {
+            return true;
+        }
+        std::fprintf(stderr, "qv_agent: bundle %s: %s failed\n", name.c_str(), what);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qv_agent: bundle %s: %s failed: %s\n", name.c_str(), what,
+                     error.what());
+    }
+    return false;
+}
+
+}  // namespace
+
+void Bundle::Gobbler::operator()(ACE_Service_Object* object) const {
+    if (free != nullptr) {
+        free(object);
+    } else {
+        delete object;
+    }
+}
+
+Bundle::Bundle(const BundleEntry& entry)
+    : entry_(entry), library_(LoadLibrary(entry)), object_(MakeServiceObject()) {
+    for (std::string& argument : entry_.arguments) {
+        argumentVector_.push_back(argument.data());
+    }
+    argumentVector_.push_back(nullptr);
+}
+
+Bundle::ServiceObject Bundle::MakeServiceObject() const {
+    const std::string symbol = "_make_" + entry_.name;
+    void* const address = library_->Find(symbol);
+    if (address == nullptr) {
+        throw AgentError(ExitCode::BundleNotLoaded,
+                         "bundle " + entry_.name + ": its library has no factory " + symbol);
+    }
+    Gobbler gobbler{nullptr};
+    try {
+        ACE_Service_Object* const object = reinterpret_cast<Factory>(address)(&gobbler.free);
+        if (object == nullptr) {
+            throw std::runtime_error("no object");
+        }
+        return ServiceObject(object, gobbler);
+    } catch (const std::exception& error) {
+        throw AgentError(ExitCode::BundleRefused,
+                         "bundle " + entry_.name + ": its factory failed: " + error.what());
+    }
+}
+
+void Bundle::Init() {
+    std::string reason;
+    try {
+        // Without the program's name in front, as the service configurator passes them.
+        const int count = static_cast<int>(entry_.arguments.size());
+        if (object_->init(count, argumentVector_.data()) == 0) {
+            return;
+        }
+    } catch (const std::exception& error) {
+        reason = std::string(": ") + error.what();
+    }
+    throw AgentError(ExitCode::BundleRefused,
+                     "bundle " + entry_.name + " refused to start" + reason);
+}
+
+NS_BUNDLEMGR1::ServiceObjectBase* Bundle::GetBase() const {
+    return dynamic_cast<NS_BUNDLEMGR1::ServiceObjectBase*>(object_.get());
+}
+
+bool Bundle::StopService() {
+    NS_BUNDLEMGR1::ServiceObjectBase* const base = GetBase();
+    return base == nullptr ||
+           RunStep(entry_.name, "StopService", [base] { return base->StopService(); });
+}
+
+bool Bundle::FiniAndFree() {
+    const bool success = RunStep(entry_.name, "fini", [this] { return object_->fini(); });
+    object_.reset();
+    return success;
+}
+
+const WorkingBundle* Bundle::FindWork() const {
+    NS_BUNDLEMGR1::ServiceObjectBase* const base = GetBase();
+    if (base == nullptr) {
+        return nullptr;
+    }
+    ACE_Guard<ACE_Recursive_Thread_Mutex> guard(NS_BUNDLEMGR1::BundleMgr::Instance()->GetLock());
+    return dynamic_cast<const WorkingBundle*>(base->GetInterface());
+}
+
+}  // namespace NS_REFERENCE_HOST

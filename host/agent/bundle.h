@@ -1,0 +1,61 @@
+// One bundle: its library and its service object.
+#pragma once
+
+#include <ace/Service_Object.h>
+#include <ace/Service_Types.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "agent/configuredbundles.h"
+#include "agent/sharedlibrary.h"
+#include "bundlemgr/serviceobjectbase.h"
+#include "bundles/workingbundle.h"
+
+namespace NS_REFERENCE_HOST {
+
+// Loaded by the constructor, unloaded by the destructor; in between the owner calls Init,
+// StopService and FiniAndFree in this order. A bundle whose Init failed is stopped and finished
+// like any other: part of it may be running.
+//
+// Thread safety: one thread.
+class Bundle {
+  public:
+    // Loads the library and has its factory make the service object. Throws AgentError.
+    explicit Bundle(const BundleEntry& entry);
+    ~Bundle() = default;
+
+    Bundle(const Bundle&) = delete;
+    Bundle& operator=(const Bundle&) = delete;
+
+    const std::string& GetName() const { return entry_.name; }
+
+    // Starts the service. Throws AgentError when it refuses.
+    void Init();
+
+    // Both report a failure on standard error and return false then.
+    bool StopService();
+    bool FiniAndFree();
+
+    // What the bundle offers when it has work to do, else null. Good until FiniAndFree.
+    const WorkingBundle* FindWork() const;
+
+  private:
+    // Frees the object through the function that the factory handed out for this.
+    struct Gobbler {
+        ACE_Service_Object_Exterminator free;
+        void operator()(ACE_Service_Object* object) const;
+    };
+    using ServiceObject = std::unique_ptr<ACE_Service_Object, Gobbler>;
+
+    ServiceObject MakeServiceObject() const;
+    NS_BUNDLEMGR1::ServiceObjectBase* GetBase() const;
+
+    BundleEntry entry_;
+    std::vector<char*> argumentVector_;  // points into entry_
+    std::unique_ptr<SharedLibrary> library_;
+    ServiceObject object_;  // behind the library: its code frees it
+};
+
+}  // namespace NS_REFERENCE_HOST

@@ -1,0 +1,20 @@
+// The agent program.
+#include <cstdio>
+#include <exception>
+
+#include "agent/agent.h"
+#include "agent/agenterror.h"
+
+int main(int argc, char* argv[]) {
+    using namespace NS_REFERENCE_HOST;
+    try {
+        const std::optional<AgentOptions> options = ReadCommandLine(argc, argv);
+        return static_cast<int>(options ? Agent(*options).Run() : ExitCode::Done);
+    } catch (const AgentError& error) {
+        std::fprintf(stderr, "qv_agent: %s\n", error.what());
+        return static_cast<int>(error.GetExitCode());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qv_agent: %s\n", error.what());
+        return static_cast<int>(ExitCode::WorkFailed);
+    }
+}

@@ -1,0 +1,50 @@
+// A shared library that is loaded for as long as the object lives.
+#include "agent/sharedlibrary.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+// A sanitizer's report at the end of the process names functions, so the code must still be there.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kKeepCode = RTLD_NODELETE;
+#else
+constexpr int kKeepCode = 0;
+#endif
+
+void* Open(const std::string& path) {
+    // At once rather than lazily: an unresolved symbol is a bundle that cannot be loaded, not a
+    // process that dies later.
+    void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | kKeepCode);
+    if (handle == nullptr) {
+        throw std::runtime_error(dlerror());
+    }
+    return handle;
+}
+
+}  // namespace
+
+SharedLibrary::SharedLibrary(const std::string& path) : handle_(Open(path)) {}
+
+SharedLibrary::~SharedLibrary() {
+    dlclose(handle_);
+}
+
+void* SharedLibrary::Find(const std::string& symbol) const {
+    return dlsym(handle_, symbol.c_str());
+}
+
+std::string FindBundleLibrary(const std::string& name) {
+    const std::string file = "lib" + name + ".so";
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const auto beside = program.parent_path().parent_path() / "lib" / file;
+    return !error && std::filesystem::exists(beside, error) ? beside.string() : file;
+}
+
+}  // namespace NS_REFERENCE_HOST

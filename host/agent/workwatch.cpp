@@ -1,0 +1,70 @@
+// Waits for the bundles that have work to do.
+#include "agent/workwatch.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+void WaitForAny(std::vector<pollfd>& entries) {
+    while (poll(entries.data(), entries.size(), -1) < 0) {
+        if (errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
+    }
+}
+
+}  // namespace
+
+WorkWatch::WorkWatch(int stop) : stop_(stop) {}
+
+void WorkWatch::Add(const std::string& bundle, const WorkingBundle& work) {
+    pending_.push_back({bundle, &work});
+}
+
+bool WorkWatch::WaitForWork() {
+    while (!pending_.empty()) {
+        std::vector<pollfd> entries{{stop_, POLLIN, 0}};
+        for (const Entry& entry : pending_) {
+            entries.push_back({entry.work->GetDoneDescriptor(), POLLIN, 0});
+        }
+        WaitForAny(entries);
+        if (entries.front().revents != 0) {
+            return false;
+        }
+        std::vector<int> done;
+        for (const pollfd& entry : entries) {
+            if (entry.revents != 0) {
+                done.push_back(entry.fd);
+            }
+        }
+        TakeOutDone(done);
+    }
+    return true;
+}
+
+void WorkWatch::TakeOutDone(const std::vector<int>& done) {
+    const auto ended = [&done](const Entry& entry) {
+        return std::count(done.begin(), done.end(), entry.work->GetDoneDescriptor()) != 0;
+    };
+    for (const Entry& entry : pending_) {
+        if (ended(entry) && !entry.work->HasSucceeded()) {
+            std::fprintf(stderr, "qv_agent: bundle %s failed in its work\n", entry.bundle.c_str());
+            failed_ = true;
+        }
+    }
+    pending_.erase(std::remove_if(pending_.begin(), pending_.end(), ended), pending_.end());
+}
+
+void WorkWatch::WaitForStop() const {
+    std::vector<pollfd> entries{{stop_, POLLIN, 0}};
+    WaitForAny(entries);
+}
+
+}  // namespace NS_REFERENCE_HOST

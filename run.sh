@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Builds the agent with the logging service and runs it. ./run.sh --help says more.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+share=$root/var
+configuration=$share/conf/corba_agent.cfg
+targets=(qv_agent qv_base_log qv_line_feed qv_sample_traffic)
+
+print_help() {
+    cat <<EOF
+Usage: ./run.sh [OPTION...] [< FILE]
+
+Installs what is missing (Debian packages, as root or through sudo), builds the agent and runs it.
+Every line of standard input becomes a log record. When standard input is a terminal or empty, the
+bundled sample traffic runs instead. Then the agent stops, and path, size and last record of each
+log file that it has written are printed. Works from any directory.
+
+    ./run.sh < FILE                                   every line of FILE, category corbaoper, level 1
+    ./run.sh --category corbasys --level 2 < FILE     another category and level
+    tail -f FILE | ./run.sh                           whatever a program prints, as it comes
+    ./run.sh --sample --threads 8 --operations 1000   the sample, with more of everything
+    ./run.sh --keep-running                           serve until Ctrl-C, SIGINT or SIGTERM
+    ./run.sh --traffic none                           only serve, without a client
+
+Configuration:  $configuration
+                written with defaults if it is not there, with a comment on each item
+Log files:      $share/log
+Build log:      $root/build/run.log
+
+Categories: debug corbadebug corbanotify corba_alarm corbasys corbaoper corba_internal_oper
+Levels:     0 (gravest) to 3, -2 for short records of one line
+
+A zero byte in a line is logged as the sign U+2400; bytes that are no UTF-8 as U+FFFD.
+All options go to the agent: build/release/bin/qv_agent --help lists them and the exit codes.
+EOF
+}
+
+build() {
+    qv_configure "$root" release && qv_build "$root" release "${targets[@]}"
+}
+
+for argument in "$@"; do
+    if [[ $argument == --help || $argument == -h ]]; then
+        print_help
+        exit 0
+    fi
+done
+
+source "$root/scripts/setup.sh"
+qv_install_packages "${qv_packages[@]}"
+
+mkdir -p "$root/build"
+if ! build >"$root/build/run.log" 2>&1; then
+    cat "$root/build/run.log" >&2
+    echo "run.sh: the build failed, see above" >&2
+    exit 1
+fi
+
+mkdir -p "$share/conf" "$share/log"
+if [[ ! -e $configuration ]]; then
+    cp "$root/host/agent/corba_agent.cfg" "$configuration"
+fi
+
+# In the place of the shell, so that signals reach the agent and its exit code the caller.
+exec "$root/build/release/bin/qv_agent" --share "$share" --summary "$@"

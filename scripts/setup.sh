@@ -1,0 +1,71 @@
+# Sourced by run.sh and test.sh: what the build needs from the system, and how it is built.
+
+# Everything that the presets configure with. A package that is missing is installed; the others
+# are left alone, whatever their version.
+qv_packages=(
+    g++
+    cmake
+    ninja-build
+    ccache
+    pkgconf
+    libace-dev
+    libjsoncpp-dev
+    libsafec-dev
+    libcli11-dev
+    libgtest-dev
+    libgmock-dev
+    libbenchmark-dev
+)
+
+# The presets name no generator of their own; a build directory keeps the one it was made with.
+export CMAKE_GENERATOR="${CMAKE_GENERATOR:-Ninja}"
+
+qv_is_installed() {
+    [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
+}
+
+# qv_install_packages PACKAGE...: installs those that are missing, and does nothing when all are
+# there. Takes nothing from standard input, which belongs to the program that is run afterwards.
+qv_install_packages() {
+    local package
+    local missing=()
+    if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+        echo "This system has no apt-get; expecting to find installed: $*" >&2
+        return 0
+    fi
+    for package in "$@"; do
+        qv_is_installed "$package" || missing+=("$package")
+    done
+    if ((${#missing[@]} == 0)); then
+        return 0
+    fi
+    local as_root=()
+    if ((EUID != 0)); then
+        if ! command -v sudo >/dev/null; then
+            echo "Missing packages: ${missing[*]}. Install them as root, or install sudo." >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q
+        -o DPkg::Lock::Timeout=300)
+    echo "Installing: ${missing[*]}" >&2
+    "${apt[@]}" update </dev/null >&2 &&
+        "${apt[@]}" install --no-install-recommends "${missing[@]}" </dev/null >&2
+}
+
+# qv_configure ROOT PRESET [OPTION...]: configures the preset. A build directory that was made for
+# another place (a copied tree, say) cannot be used, so a failure is tried again from scratch.
+qv_configure() {
+    local root=$1 preset=$2
+    shift 2
+    (cd "$root" && { cmake --preset "$preset" "$@" || cmake --fresh --preset "$preset" "$@"; }) \
+        </dev/null
+}
+
+# qv_build ROOT PRESET [TARGET...]: builds the targets, or everything.
+qv_build() {
+    local root=$1 preset=$2
+    shift 2
+    (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) </dev/null
+}
