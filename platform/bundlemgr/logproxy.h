@@ -23,7 +23,8 @@ class LogProxy {
 
     // Slot 4. Writes one diagnostic, printf style. `level`: 1 for failures at start-up and in
     // checks, 2 for a refused operation; smaller is graver.
-    virtual void Print(int level, const char* format, ...) __attribute__((format(printf, 3, 4))) = 0;
+    virtual void Print(int level, const char* format, ...)
+        __attribute__((format(printf, 3, 4))) = 0;
 
     virtual void Reserved5() = 0;
     virtual int Reserved6() = 0;
