@@ -67,18 +67,18 @@ Traffic Agent::ChooseTraffic() const {
 }
 
 ExitCode Agent::Run() {
-    std::vector<BundleEntry> entries = ReadConfiguredBundles(FindConfiguration());
+    ConfiguredBundles bundles(FindConfiguration());
     const Traffic traffic = ChooseTraffic();
     if (traffic == Traffic::Auto) {
         return ExitCode::Done;
     }
     if (traffic == Traffic::Input) {
-        AddBundle(entries, "qv_line_feed", options_.lineFeedArguments);
+        bundles.Add("qv_line_feed", options_.lineFeedArguments);
     } else if (traffic == Traffic::Sample) {
-        AddBundle(entries, "qv_sample_traffic", options_.sampleArguments);
+        bundles.Add("qv_sample_traffic", options_.sampleArguments);
     }
     BundleLoader loader;
-    for (const BundleEntry& entry : entries) {
+    for (const BundleEntry& entry : bundles.GetEntries()) {
         loader.Load(entry);
     }
     const bool worked = Serve(loader);

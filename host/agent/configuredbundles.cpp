@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "agent/agenterror.h"
-#include "bundlemgr/corbaconfigitems.h"
 #include "bundlemgr/processexception.h"
 #include "util/selfutilcommon.h"
 
@@ -16,7 +15,6 @@ namespace {
 
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::NameValueStru;
-using Entries = std::vector<BundleEntry>;
 
 std::vector<NameValueStru> ReadItems() {
     std::vector<NameValueStru> items;
@@ -26,11 +24,6 @@ std::vector<NameValueStru> ReadItems() {
         throw AgentError(ExitCode::BadConfiguration, error.GetDescription());
     }
     return items;
-}
-
-Entries::iterator Find(Entries& entries, const std::string& name) {
-    return std::find_if(entries.begin(), entries.end(),
-                        [&name](const BundleEntry& entry) { return entry.name == name; });
 }
 
 // The name becomes part of a symbol, so it is written like one.
@@ -56,49 +49,49 @@ BundleEntry ReadEntry(const std::string& text) {
     return entry;
 }
 
-std::vector<std::string> ReadArguments(const std::string& name,
-                                       const std::vector<NameValueStru>& items) {
+}  // namespace
+
+ConfiguredBundles::ConfiguredBundles(const std::string& source) : items_(ReadItems()) {
+    std::string list;
+    std::vector<std::string> texts;
+    if (!GetValByKey(list, "bundles", items_) || NS_UTIL::Trim(list).empty()) {
+        throw AgentError(ExitCode::BadConfiguration,
+                         source + " lists no bundles (item \"bundles\")");
+    }
+    NS_UTIL::SplitStringByTag(list, texts, ',', std::bitset<16>());
+    for (const std::string& text : texts) {
+        BundleEntry entry = ReadEntry(text);
+        if (Find(entry.name) != entries_.end()) {
+            throw AgentError(ExitCode::BadConfiguration, "configuration item \"bundles\": '" +
+                                                             entry.name + "' is listed twice");
+        }
+        entry.arguments = ReadArguments(entry.name);
+        entries_.push_back(std::move(entry));
+    }
+}
+
+void ConfiguredBundles::Add(const std::string& name, const std::vector<std::string>& arguments) {
+    auto entry = Find(name);
+    if (entry == entries_.end()) {
+        entry = entries_.insert(entry, BundleEntry{name, "", ReadArguments(name)});
+    }
+    entry->arguments.insert(entry->arguments.end(), arguments.begin(), arguments.end());
+}
+
+std::vector<BundleEntry>::iterator ConfiguredBundles::Find(const std::string& name) {
+    return std::find_if(entries_.begin(), entries_.end(),
+                        [&name](const BundleEntry& entry) { return entry.name == name; });
+}
+
+std::vector<std::string> ConfiguredBundles::ReadArguments(const std::string& name) const {
     std::string value;
-    GetValByKey(value, name + ".arguments", items);
+    GetValByKey(value, name + ".arguments", items_);
     std::istringstream words(value);
     std::vector<std::string> arguments;
     for (std::string word; words >> word;) {
         arguments.push_back(word);
     }
     return arguments;
-}
-
-}  // namespace
-
-std::vector<BundleEntry> ReadConfiguredBundles(const std::string& source) {
-    const std::vector<NameValueStru> items = ReadItems();
-    std::string list;
-    std::vector<std::string> texts;
-    if (!GetValByKey(list, "bundles", items) || NS_UTIL::Trim(list).empty()) {
-        throw AgentError(ExitCode::BadConfiguration,
-                         source + " lists no bundles (item \"bundles\")");
-    }
-    NS_UTIL::SplitStringByTag(list, texts, ',', std::bitset<16>());
-    Entries entries;
-    for (const std::string& text : texts) {
-        BundleEntry entry = ReadEntry(text);
-        if (Find(entries, entry.name) != entries.end()) {
-            throw AgentError(ExitCode::BadConfiguration, "configuration item \"bundles\": '" +
-                                                             entry.name + "' is listed twice");
-        }
-        entry.arguments = ReadArguments(entry.name, items);
-        entries.push_back(std::move(entry));
-    }
-    return entries;
-}
-
-void AddBundle(std::vector<BundleEntry>& entries, const std::string& name,
-               const std::vector<std::string>& arguments) {
-    auto entry = Find(entries, name);
-    if (entry == entries.end()) {
-        entry = entries.insert(entries.end(), BundleEntry{name, "", {}});
-    }
-    entry->arguments.insert(entry->arguments.end(), arguments.begin(), arguments.end());
 }
 
 }  // namespace NS_REFERENCE_HOST

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "bundlemgr/corbaconfigitems.h"
+
 namespace NS_REFERENCE_HOST {
 
 // One bundle to load. A value.
@@ -14,14 +16,27 @@ struct BundleEntry {
 };
 
 // The bundles that the item "bundles" lists, in its order, with the arguments that the items
-// "NAME.arguments" give them. Throws AgentError when the configuration cannot be read, and for an
-// empty list, an entry without a name and a bundle that is listed twice; `source` names the
-// configuration in its message.
-std::vector<BundleEntry> ReadConfiguredBundles(const std::string& source);
+// "NAME.arguments" give them.
+//
+// Thread safety: one thread.
+class ConfiguredBundles {
+  public:
+    // Reads the configuration, which is called `source` in messages. Throws AgentError when it
+    // cannot be read, and for an empty list, an entry without a name and a bundle listed twice.
+    explicit ConfiguredBundles(const std::string& source);
 
-// Appends `arguments` to those of the bundle `name`, which is put at the end of the list if it is
-// not in it yet.
-void AddBundle(std::vector<BundleEntry>& entries, const std::string& name,
-               const std::vector<std::string>& arguments);
+    // Puts the bundle `name` at the end of the list if it is not in it yet. `arguments` follow
+    // those that the configuration gives it.
+    void Add(const std::string& name, const std::vector<std::string>& arguments);
+
+    const std::vector<BundleEntry>& GetEntries() const { return entries_; }
+
+  private:
+    std::vector<BundleEntry>::iterator Find(const std::string& name);
+    std::vector<std::string> ReadArguments(const std::string& name) const;
+
+    std::vector<NS_BUNDLEMGR1::NameValueStru> items_;
+    std::vector<BundleEntry> entries_;
+};
 
 }  // namespace NS_REFERENCE_HOST

@@ -1,0 +1,94 @@
+// A bundle that notes what its manager does with it, and fails where it is told to.
+//
+// Each event goes as a line "NAME EVENT" into the file that the variable QV_TEST_EVENTS names. The
+// arguments of `init` choose the steps that fail: refuse, throw, fail-stop, fail-fini. The variable
+// QV_TEST_FACTORY makes the factory fail: throw, null.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bundlemgr/platformapi.h"
+#include "bundlemgr/serviceobjectbase.h"
+
+// QV_TEST_NAME and QV_TEST_FACTORY_SYMBOL come from the build: one library for each name.
+
+namespace {
+
+std::string Variable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? std::string() : value;
+}
+
+void Note(const std::string& event) {
+    const std::string line = std::string(QV_TEST_NAME) + " " + event + "\n";
+    const int file = open(Variable("QV_TEST_EVENTS").c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
+    if (file >= 0) {
+        static_cast<void>(!write(file, line.data(), line.size()));
+        close(file);
+    }
+}
+
+// Goes with the library.
+struct Library {
+    ~Library() { Note("unload"); }
+} library;
+
+// Thread safety: the manager's thread only.
+class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
+  public:
+    Recorder() : ServiceObjectBase(QV_TEST_NAME, QV_TEST_NAME) {}
+    ~Recorder() override { Note("destructor"); }
+
+    int init(int argc, ACE_TCHAR* argv[]) override {
+        arguments_.assign(argv, argv + argc);
+        std::string event = "init";
+        for (const std::string& argument : arguments_) {
+            event += " " + argument;
+        }
+        Note(event);
+        if (IsTold("throw")) {
+            throw std::runtime_error("out of patience");
+        }
+        return IsTold("refuse") ? -1 : 0;
+    }
+
+    int StopService() override {
+        Note("StopService");
+        return IsTold("fail-stop") ? -1 : 0;
+    }
+
+    int fini() override {
+        Note("fini");
+        return IsTold("fail-fini") ? -1 : 0;
+    }
+
+  private:
+    bool IsTold(const char* word) const {
+        return std::count(arguments_.begin(), arguments_.end(), word) > 0;
+    }
+
+    std::vector<std::string> arguments_;
+};
+
+void Gobble(void* object) {
+    Note("gobbler");
+    delete static_cast<ACE_Service_Object*>(object);
+}
+
+}  // namespace
+
+extern "C" QV_PLATFORM_API ACE_Service_Object* QV_TEST_FACTORY_SYMBOL(
+    ACE_Service_Object_Exterminator* gobbler) {
+    Note("factory");
+    const std::string wanted = Variable("QV_TEST_FACTORY");
+    if (wanted == "throw") {
+        throw std::runtime_error("no room");
+    }
+    *gobbler = &Gobble;
+    return wanted == "null" ? nullptr : new Recorder;
+}

@@ -1,0 +1,188 @@
+// The promise of the line feed: every line of the input becomes a record, in order.
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "agenttest.h"
+#include "bundlemgr/logsupport.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+
+// What a line of the input looks like in the log: zero bytes shown by their sign, and then what is
+// no UTF-8 in the platform's readable form.
+std::string Shown(const std::string& line) {
+    std::string text;
+    for (const char c : line) {
+        text += c == '\0' ? std::string("\u2400") : std::string(1, c);
+    }
+    std::string converted;
+    return NS_BUNDLEMGR1::Convert2UTFforLog(text, converted);
+}
+
+class LineFeed : public NS_TEST::AgentTest {
+  protected:
+    // Feeds the lines, joined by newlines, and expects them back; with `end` behind the last one.
+    void ExpectEveryLine(const std::vector<std::string>& lines, const std::string& end,
+                         const std::vector<std::string>& options = {},
+                         const std::string& category = "corbaoper", int level = 1) {
+        std::string input;
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            input += (i == 0 ? "" : "\n") + lines[i];
+        }
+        const auto result = RunWith(input + end, options);
+        ASSERT_EQ(result.exitCode, 0) << result.errors;
+        const auto records = Records(category);
+        ASSERT_EQ(records.size(), lines.size());
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            ASSERT_EQ(records[i].detail, Shown(lines[i])) << "line " << i + 1;
+            ASSERT_EQ(records[i].level, level);
+            if (level != -2) {
+                ASSERT_EQ(records[i].number, i + 1);
+                ASSERT_EQ(records[i].line, i + 1);
+            }
+        }
+    }
+};
+
+const std::vector<std::string> kPlain = {"first", "second", "third"};
+
+TEST_F(LineFeed, LogsLinesInOrder) {
+    ExpectEveryLine(kPlain, "\n");
+}
+
+TEST_F(LineFeed, LogsALastLineWithoutANewline) {
+    ExpectEveryLine(kPlain, "");
+}
+
+TEST_F(LineFeed, LogsEmptyLines) {
+    ExpectEveryLine({"", "", "a", "", ""}, "\n");
+}
+
+TEST_F(LineFeed, KeepsCarriageReturnsAndBlanks) {
+    ExpectEveryLine({"dos\r", "\r", "  \t both \v ends\f ", "\r\r"}, "\n");
+}
+
+TEST_F(LineFeed, ShowsZeroBytesAndLosesNothingBehindThem) {
+    using namespace std::string_literals;
+    ASSERT_EQ(RunWith("a\0b\0\0c\n\0\nend\0"s, {}).exitCode, 0);
+    const auto records = Records("corbaoper");
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0].detail, "a\u2400b\u2400\u2400c");
+    EXPECT_EQ(records[1].detail, "\u2400");
+    EXPECT_EQ(records[2].detail, "end\u2400");
+}
+
+TEST_F(LineFeed, ReplacesBytesThatAreNoText) {
+    ASSERT_EQ(RunWith("a\xFF"
+                      "b\nfine \u20AC\n\xE2\x82\n",
+                      {})
+                  .exitCode,
+              0);
+    const auto records = Records("corbaoper");
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0].detail,
+              "a\uFFFD"
+              "b");
+    EXPECT_EQ(records[1].detail, "fine \u20AC");
+    EXPECT_EQ(records[2].detail, "\uFFFD");
+}
+
+TEST_F(LineFeed, TakesConversionsAndFramesForText) {
+    ExpectEveryLine({"%s %n %d %%", "<1>", "</2>", "</3>", "File close at now.", " Detail: x",
+                     "*********** Dump filtered debug information end **********", "a,b\\n"},
+                    "\n");
+}
+
+TEST_F(LineFeed, LogsLongLinesWhole) {
+    ExpectEveryLine({std::string(1 << 20, 'a'), "short", std::string(5000000, 'b') + "\r",
+                     std::string(256 * 1024, 'c'), std::string(256 * 1024 - 1, 'd'), ""},
+                    "\n");
+}
+
+TEST_F(LineFeed, LogsALineOfZeroBytesOnly) {
+    ExpectEveryLine({std::string(300000, '\0')}, "\n");
+}
+
+TEST_F(LineFeed, LogsManyLines) {
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < 100000; ++i) {
+        lines.push_back("line " + std::to_string(i) + std::string(i % 97, '.'));
+    }
+    ExpectEveryLine(lines, "\n");
+}
+
+TEST_F(LineFeed, LogsRandomBytes) {
+    std::mt19937 random(20240305);  // the same bytes in every run
+    std::vector<std::string> lines(1);
+    for (int i = 0; i < 2000000; ++i) {
+        const auto byte = static_cast<char>(random() & 0xFF);
+        if (byte == '\n') {
+            lines.emplace_back();
+        } else {
+            lines.back() += byte;
+        }
+    }
+    ExpectEveryLine(lines, "\n");
+}
+
+TEST_F(LineFeed, LogsIntoEachCategory) {
+    for (const char* category : {"debug", "corbadebug", "corbanotify", "corba_alarm", "corbasys",
+                                 "corbaoper", "corba_internal_oper"}) {
+        ExpectEveryLine(kPlain, "\n", {"--category", category}, category);
+    }
+}
+
+TEST_F(LineFeed, LogsWithTheLevelAskedFor) {
+    const std::vector<std::pair<int, const char*>> levels = {
+        {-1, "debug"}, {0, "corbadebug"}, {2, "corbasys"}, {3, "corbanotify"}};
+    for (const auto& [level, category] : levels) {
+        ExpectEveryLine(kPlain, "\n", {"--level", std::to_string(level), "--category", category},
+                        category, level);
+    }
+}
+
+TEST_F(LineFeed, WritesADumpForEachLineOfLevelZero) {
+    ASSERT_EQ(RunWith("a\nb\n", {"--level", "0"}).exitCode, 0);
+    const auto records = Records("corbaoper");
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_TRUE(records[0].isDump);
+    EXPECT_TRUE(records[1].isDump);
+}
+
+TEST_F(LineFeed, LogsShortRecords) {
+    ExpectEveryLine({"one", "two", "three"}, "\n", {"--level", "-2"}, "corbaoper", -2);
+}
+
+TEST_F(LineFeed, SaysWhenTheLevelIsSwitchedOff) {
+    Configure("bundles = qv_base_log\nlogswitch = 1,0,1,1\n");
+    const auto result = RunWith("a\n", {});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, HasSubstr("level 1 is switched off"));
+    EXPECT_TRUE(Records("corbaoper").empty());
+}
+
+TEST_F(LineFeed, RefusesAnUnknownCategoryByName) {
+    const auto result = RunWith("a\n", {"--category", "CorbaOper"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("there is no log category 'CorbaOper'"));
+}
+
+TEST_F(LineFeed, RefusesUnknownArguments) {
+    Configure("bundles = qv_base_log\nqv_line_feed.arguments = --colour red\n");
+    const auto result = RunWith("a\n", {});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("--colour"));
+}
+
+TEST_F(LineFeed, NamesTheInputInItsRecords) {
+    ASSERT_EQ(RunWith("a\n", {}).exitCode, 0);
+    const auto records = Records("corbaoper");
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records.front().file, "stdin");
+    EXPECT_EQ(records.front().function, "LineFeed");
+    EXPECT_EQ(records.front().context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
+}
+
+}  // namespace

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Runs run.sh as an operator does. The only argument is the directory that it lies in. The log files
+# that it leaves are removed again.
+set -euo pipefail
+
+root=$1
+work=$(mktemp -d)
+written=()
+
+clean_up() {
+    rm -rf "$work"
+    if ((${#written[@]} > 0)); then
+        rm -f "${written[@]}"
+    fi
+}
+trap clean_up EXIT
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+# Runs run.sh with the arguments, from a directory that is not its own; the exit code is checked.
+# Remembers the log files that were written, and prints nothing.
+run() {
+    local expected=$1
+    shift
+    local code=0
+    (cd "$work" && "$root/run.sh" "$@" >output 2>errors) || code=$?
+    [[ $code == "$expected" ]] ||
+        { cat "$work/errors" >&2; fail "run.sh $* ended with $code, not $expected"; }
+    mapfile -t files < <(grep '^/.*\.log$' "$work/output" || true)
+    written+=("${files[@]}")
+}
+
+run 0 --help
+grep -q -- --keep-running "$work/output" || fail "the help does not say how to keep it running"
+grep -q "$root/var/conf/corba_agent.cfg" "$work/output" || fail "the help names no configuration"
+
+printf 'first\nl\0st' >"$work/input"
+for round in 1 2; do
+    run 0 --category corbasys --level 2 <"$work/input"
+    [[ ${#files[@]} == 1 && ${files[0]} == */unbi_corbasys_*.log ]] ||
+        fail "round $round: wrote ${files[*]}"
+    grep -q '^ Detail: first$' "${files[0]}" || fail "round $round: the first line is missing"
+    grep -q $'^ Detail: l\xe2\x90\x80st$' "${files[0]}" || fail "round $round: the last line is missing"
+    grep -q $'^     Detail: l\xe2\x90\x80st$' "$work/output" || fail "round $round: no last record shown"
+done
+[[ -s $root/var/conf/corba_agent.cfg ]] || fail "there is no configuration"
+
+run 0 </dev/null
+[[ ${#files[@]} == 7 ]] || fail "the sample wrote ${#files[@]} files"
+
+run 2 --no-such-option </dev/null
+grep -q -- --no-such-option "$work/errors" || fail "the unknown option is not named"
+
+echo "run.sh: all as expected"

@@ -1,0 +1,141 @@
+// The sample traffic: what it leaves in the log files.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "agenttest.h"
+#include "support/files.h"
+
+namespace {
+
+using NS_TEST::LoggedRecord;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+const std::vector<std::string> kCategories = {
+    "debug",    "corbadebug", "corbanotify",        "corba_alarm",
+    "corbasys", "corbaoper",  "corba_internal_oper"};
+
+class SampleTraffic : public NS_TEST::AgentTest {
+  protected:
+    // Runs the sample: two sessions of ten operations each, so every tenth operation occurs.
+    void RunSample() {
+        const auto result = Run({"--sample", "--threads", "2", "--operations", "10"});
+        ASSERT_EQ(result.exitCode, 0) << result.errors;
+    }
+
+    std::map<std::string, std::size_t> Counts() const {
+        std::map<std::string, std::size_t> counts;
+        for (const std::string& category : kCategories) {
+            counts[category] = Records(category).size();
+        }
+        return counts;
+    }
+};
+
+TEST_F(SampleTraffic, LogsTheSameAmountInEveryRun) {
+    RunSample();
+    const std::map<std::string, std::size_t> expected = {
+        {"debug", 2},    {"corbadebug", 20}, {"corbanotify", 24},        {"corba_alarm", 16},
+        {"corbasys", 4}, {"corbaoper", 40},  {"corba_internal_oper", 20}};
+    EXPECT_EQ(Counts(), expected);
+}
+
+TEST_F(SampleTraffic, UsesAllLevels) {
+    RunSample();
+    std::set<int> levels;
+    for (const std::string& category : kCategories) {
+        for (const LoggedRecord& record : Records(category)) {
+            levels.insert(record.level);
+        }
+    }
+    EXPECT_EQ(levels, (std::set<int>{-2, -1, 0, 1, 2, 3}));
+}
+
+TEST_F(SampleTraffic, NumbersTheRecordsOfAFileWithoutAGap) {
+    RunSample();
+    for (const std::string& category : kCategories) {
+        unsigned long number = 0;
+        for (const LoggedRecord& record : Records(category)) {
+            ++number;
+            if (record.level != -2) {  // a short record takes a number and does not show it
+                EXPECT_EQ(record.number, number) << category;
+            }
+        }
+    }
+}
+
+TEST_F(SampleTraffic, ShowsTheHistoryOfAnErrorThatWasKeptBack) {
+    RunSample();
+    const auto records = Records("debug");
+    ASSERT_EQ(records.size(), 2U);
+    std::string history;
+    for (const LoggedRecord& record : records) {
+        EXPECT_TRUE(record.isDump);
+        EXPECT_THAT(record.detail, HasSubstr("failed"));
+        for (const std::string& line : record.history) {
+            history += line + "\n";
+        }
+    }
+    EXPECT_THAT(history, HasSubstr(" Detail : operation 9: checking the rights of "));
+    EXPECT_THAT(history, HasSubstr(" Detail : operation 9: row 0: "));
+}
+
+TEST_F(SampleTraffic, CarriesTheContextOfItsOperations) {
+    RunSample();
+    std::set<std::string> contexts;
+    for (const LoggedRecord& record : Records("corbaoper")) {
+        contexts.insert(record.context);
+    }
+    EXPECT_EQ(contexts.size(), 20U);
+    EXPECT_EQ(contexts.count("00000002-0000-4000-8000-000000000003,TopT:2,"
+                             "If:createTransferSchedule,UserMsg:nms-client-2@192.0.2.3"),
+              1U);
+}
+
+TEST_F(SampleTraffic, RunsItsSessionsOnThreadsOfTheirOwn) {
+    RunSample();
+    std::map<std::string, std::set<std::string>> threadsOfSession;
+    for (const LoggedRecord& record : Records("corbaoper")) {
+        const std::string session = record.context.substr(0, record.context.find('-'));
+        threadsOfSession[session].insert(record.thread);
+    }
+    ASSERT_EQ(threadsOfSession.size(), 2U);
+    for (const auto& [session, threads] : threadsOfSession) {
+        EXPECT_EQ(threads.size(), 1U) << session;
+    }
+}
+
+TEST_F(SampleTraffic, LeavesNoPasswordInAnyFile) {
+    RunSample();
+    for (const std::string& category : kCategories) {
+        for (const std::string& path : LogFiles(category)) {
+            const std::string content = NS_TEST::ReadFile(path);
+            EXPECT_THAT(content, Not(HasSubstr("Elem3nt!pass"))) << category;
+            EXPECT_THAT(content, Not(HasSubstr("tr4nsfer-secret"))) << category;
+            EXPECT_THAT(content, Not(HasSubstr("Springfield"))) << category;
+        }
+    }
+    const auto messages = Records("corbadebug");
+    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const LoggedRecord& record) {
+        return record.detail.find("NEPwd = \"************\"") != std::string::npos;
+    }));
+    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const LoggedRecord& record) {
+        return record.detail.find("<FTPPassWord>***************</FTPPassWord>") !=
+               std::string::npos;
+    }));
+}
+
+TEST_F(SampleTraffic, LogsAlarmsAsCompactJson) {
+    RunSample();
+    const auto alarms = Records("corba_alarm");
+    ASSERT_EQ(alarms.size(), 16U);
+    for (const LoggedRecord& alarm : alarms) {
+        EXPECT_EQ(alarm.level, 3);
+        EXPECT_THAT(alarm.detail, ::testing::StartsWith("\n RestAlarm:{\"managedElement\":\"NE-"));
+    }
+}
+
+}  // namespace
