@@ -57,6 +57,13 @@ Sequence NextSequence(const Byte* text, const Byte* end) {
     return {lead.length, true};
 }
 
+// A character of three bytes whose second byte has no rule of its own: nearly all of the texts
+// that are neither Latin nor Greek nor Cyrillic.
+bool IsPlainThree(const Byte* text, const Byte* end) {
+    return end - text >= 3 && (text[0] & 0xF0) == 0xE0 && text[0] != 0xE0 && text[0] != 0xED &&
+           (text[1] & 0xC0) == 0x80 && (text[2] & 0xC0) == 0x80;
+}
+
 // Most log texts are ASCII: eight bytes are looked at at once.
 const Byte* SkipAscii(const Byte* text, const Byte* end) {
     constexpr uint64_t kHighBits = 0x8080808080808080;
@@ -82,6 +89,10 @@ const Byte* SkipValid(const Byte* text, const Byte* end) {
             return end;
         }
         do {
+            if (IsPlainThree(text, end)) {
+                text += 3;
+                continue;
+            }
             const Sequence sequence = NextSequence(text, end);
             if (!sequence.isValid) {
                 return text;

@@ -1,9 +1,9 @@
-// Local times for log records, such as 2024-03-05T14:07:09.000123+01:00.
+// Local times for log records, such as 2024-03-05T14:07:09.000123+01:00. A process that changes
+// its time zone calls tzset(3) afterwards; changing the variable TZ alone is not noticed.
 #include <time.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 
 #include "bundlemgr/logsupport.h"
@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int kMicrosPerSecond = 1000000;
-constexpr size_t kMicroDigits = 6;
+constexpr int kMicroDigits = 6;
 
 // The zone that the C library computes with, as far as it can be seen from outside. tzset(3)
 // writes these while other threads may read them, hence the relaxed reads.
@@ -41,42 +41,65 @@ struct RenderedSecond {
 
 thread_local RenderedSecond rendered;
 
+// Writes the last `count` decimal digits of `number`; returns the place behind them.
+char* WriteDigits(int number, int count, char* out) {
+    for (int i = count - 1; i >= 0; --i) {
+        out[i] = static_cast<char>('0' + number % 10);
+        number /= 10;
+    }
+    return out + count;
+}
+
+char* WriteCharacter(char character, char* out) {
+    *out = character;
+    return out + 1;
+}
+
+// Years of four digits are written by hand: a thread that logs less than once a second comes here
+// for each record.
+char* WriteYear(const struct tm& local, char* out, size_t room) {
+    if (local.tm_year >= -1900 && local.tm_year < 10000 - 1900) {
+        return WriteDigits(local.tm_year + 1900, 4, out);
+    }
+    return out + std::snprintf(out, room, "%04lld", local.tm_year + 1900LL);
+}
+
+char* WriteDateAndTime(const struct tm& local, char* out, size_t room) {
+    out = WriteCharacter('-', WriteYear(local, out, room));
+    out = WriteCharacter('-', WriteDigits(local.tm_mon + 1, 2, out));
+    out = WriteCharacter('T', WriteDigits(local.tm_mday, 2, out));
+    out = WriteCharacter(':', WriteDigits(local.tm_hour, 2, out));
+    out = WriteCharacter(':', WriteDigits(local.tm_min, 2, out));
+    return WriteCharacter('.', WriteDigits(local.tm_sec, 2, out));
+}
+
+char* WriteOffset(const struct tm& local, char* out) {
+    const int minutes = static_cast<int>(local.tm_gmtoff / 60);
+    out = WriteCharacter(minutes < 0 ? '-' : '+', out);
+    out = WriteCharacter(':', WriteDigits(std::abs(minutes) / 60, 2, out));
+    return WriteDigits(std::abs(minutes) % 60, 2, out);
+}
+
 // The daylight-saving rules of a zone may change its offset at any second, so each second is
 // asked for; a change of the zone itself is seen once somebody has called tzset(3), by the next
 // second at the latest.
-void Render(time_t second, const Zone& zone) {
+void Render(time_t second, const Zone& zone, RenderedSecond& result) {
     struct tm local;
-    RenderedSecond& result = rendered;
-    result.isValid = false;
-    int head = 0;
-    int tail = 0;
+    char* out = result.text;
     if (localtime_r(&second, &local) != nullptr) {
-        head = std::snprintf(result.text, sizeof(result.text), "%04lld-%02d-%02dT%02d:%02d:%02d.",
-                             local.tm_year + 1900LL, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                             local.tm_min, local.tm_sec);
-        const int minutes = static_cast<int>(local.tm_gmtoff / 60);
-        tail = std::snprintf(result.text + head, sizeof(result.text) - static_cast<size_t>(head),
-                             "000000%c%02d:%02d", minutes < 0 ? '-' : '+', std::abs(minutes) / 60,
-                             std::abs(minutes) % 60);
+        out = WriteDateAndTime(local, out, sizeof(result.text));
+        result.microsAt = static_cast<size_t>(out - result.text);
+        out = WriteOffset(local, out + kMicroDigits);
     } else {
         // The year does not fit the calendar: the bare count of seconds still tells the time.
-        head = std::snprintf(result.text, sizeof(result.text), "@%lld.",
-                             static_cast<long long>(second));
-        tail = std::snprintf(result.text + head, sizeof(result.text) - static_cast<size_t>(head),
-                             "000000");
+        out += std::snprintf(out, sizeof(result.text), "@%lld.", static_cast<long long>(second));
+        result.microsAt = static_cast<size_t>(out - result.text);
+        out += kMicroDigits;
     }
-    result.microsAt = static_cast<size_t>(head);
-    result.length = static_cast<size_t>(head + tail);
+    result.length = static_cast<size_t>(out - result.text);
     result.second = second;
     result.zone = zone;
     result.isValid = true;
-}
-
-void WriteMicros(int micros, char* digits) {
-    for (size_t i = kMicroDigits; i > 0; --i) {
-        digits[i - 1] = static_cast<char>('0' + micros % 10);
-        micros /= 10;
-    }
 }
 
 }  // namespace
@@ -103,9 +126,9 @@ void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
     const Zone zone = Zone::Current();
     RenderedSecond& cached = rendered;
     if (!cached.isValid || cached.second != second || !(cached.zone == zone)) {
-        Render(second, zone);
+        Render(second, zone, cached);
     }
-    WriteMicros(micros, cached.text + cached.microsAt);
+    WriteDigits(micros, kMicroDigits, cached.text + cached.microsAt);
     stamp.assign(cached.text, cached.length);
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <time.h>
 
+#include <atomic>
 #include <cstdio>
 #include <limits>
 #include <random>
@@ -151,12 +152,18 @@ TEST(ZoneTimeStamp, AgreesWithTheLibraryAtRandomTimes) {
 
 TEST(ZoneTimeStamp, IsRightOnManyThreadsAtOnce) {
     const ScopedTimeZone zone(NS_TEST::BERLIN);
+    constexpr int kThreads = 4;
+    std::atomic<int> ready{0};
     std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([number] {
-            for (int round = 0; round < 5'000; ++round) {
-                const time_t second = kBeforeSummer + (round + number) % 3;
-                ASSERT_EQ(Stamp(second, round), Reference(second, round));
+    for (int number = 0; number < kThreads; ++number) {
+        threads.emplace_back([number, &ready] {
+            const time_t second = kBeforeSummer + number;
+            const std::string expected = Reference(second, number);
+            for (++ready; ready < kThreads;) {
+                std::this_thread::yield();
+            }
+            for (int round = 0; round < 100'000; ++round) {
+                ASSERT_EQ(Stamp(second, number), expected);
             }
         });
     }
