@@ -39,7 +39,7 @@ size_t Room(size_t size, size_t limit) {
 bool HasCountConversion(const char* format) {
     for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at, '%')) {
         ++at;
-        at += std::strspn(at, "0123456789$-+ #'I*.hlLqjzt");
+        at += std::strspn(at, "0123456789$-+ #'I*.hlLqjzZt");
         if (*at == 'n') {
             return true;
         }
@@ -76,12 +76,15 @@ int snprintf_s(char* buffer, size_t size, size_t limit, const char* format, ...)
     if (size == 0) {
         return -1;
     }
+    const size_t room = Room(size, limit);
     va_list arguments;
     va_start(arguments, format);
-    const int written = LibraryVsnprintf(buffer, Room(size, limit) + 1, format, arguments);
+    const int written = LibraryVsnprintf(buffer, room + 1, format, arguments);
     va_end(arguments);
-    if (written < 0) {
+    // The library reports some cuts by the length that would have been needed.
+    if (written < 0 || static_cast<size_t>(written) > room) {
         buffer[0] = '\0';
+        return -1;
     }
     return written;
 }

@@ -1,0 +1,109 @@
+// Holding a lock for the length of a block.
+#include "base/lockguard.h"
+
+#include <gtest/gtest.h>
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Counts what is asked of it, and fails on demand.
+struct CountingLock {
+    int acquire() {
+        ++acquired;
+        return result;
+    }
+    int release() {
+        ++released;
+        return 0;
+    }
+
+    int result = 0;
+    int acquired = 0;
+    int released = 0;
+};
+
+TEST(LockGuard, HoldsTheLockForTheLengthOfTheBlock) {
+    CountingLock lock;
+    {
+        const LockGuard<CountingLock> guard(lock);
+        EXPECT_TRUE(guard.Held());
+        EXPECT_EQ(lock.acquired, 1);
+        EXPECT_EQ(lock.released, 0);
+    }
+    EXPECT_EQ(lock.acquired, 1);
+    EXPECT_EQ(lock.released, 1);
+}
+
+TEST(LockGuard, ReleasesNothingThatCouldNotBeTaken) {
+    CountingLock lock;
+    lock.result = -1;
+    bool ran = false;
+    {
+        LockGuard<CountingLock> guard(lock);
+        ran = true;
+        EXPECT_FALSE(guard.Held());
+        guard.Release();
+    }
+    EXPECT_TRUE(ran);
+    EXPECT_EQ(lock.acquired, 1);
+    EXPECT_EQ(lock.released, 0);
+}
+
+TEST(LockGuard, TakesOnlyMinusOneForAFailure) {
+    CountingLock lock;
+    lock.result = 1;
+    {
+        const LockGuard<CountingLock> guard(lock);
+        EXPECT_TRUE(guard.Held());
+    }
+    EXPECT_EQ(lock.released, 1);
+}
+
+TEST(LockGuard, ReleasesOnceWhenLetGoEarly) {
+    CountingLock lock;
+    {
+        LockGuard<CountingLock> guard(lock);
+        guard.Release();
+        EXPECT_FALSE(guard.Held());
+        guard.Release();
+        EXPECT_EQ(lock.released, 1);
+    }
+    EXPECT_EQ(lock.released, 1);
+}
+
+TEST(LockGuard, CanBeTakenAgain) {
+    CountingLock lock;
+    {
+        LockGuard<CountingLock> guard(lock);
+        guard.Release();
+        guard.Acquire();
+        EXPECT_TRUE(guard.Held());
+        EXPECT_EQ(lock.acquired, 2);
+    }
+    EXPECT_EQ(lock.released, 2);
+}
+
+TEST(LockGuard, ReleasesNothingThatCouldNotBeTakenAgain) {
+    CountingLock lock;
+    {
+        LockGuard<CountingLock> guard(lock);
+        guard.Release();
+        lock.result = -1;
+        guard.Acquire();
+        EXPECT_FALSE(guard.Held());
+    }
+    EXPECT_EQ(lock.released, 1);
+}
+
+TEST(LockGuard, ReleasesWhenAnExceptionLeavesTheBlock) {
+    CountingLock lock;
+    try {
+        const LockGuard<CountingLock> guard(lock);
+        throw 1;
+    } catch (int) {
+    }
+    EXPECT_EQ(lock.released, 1);
+}
+
+}  // namespace
+}  // namespace NS_LOG_SERVICE1

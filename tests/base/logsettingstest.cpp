@@ -1,0 +1,83 @@
+// The sizes and switches of the service, and the fields they are made of.
+#include "base/logsettings.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+TEST(LogSettings, StartWithValuesThatDoWithoutAConfiguration) {
+    const LogSettings settings;
+    EXPECT_EQ(settings.logtimeinterval, 60u);
+    EXPECT_EQ(settings.queuebuflength, 16384u);
+    EXPECT_EQ(settings.filterbuflength, 128u);
+    EXPECT_EQ(settings.logfilesize, 20971520u);
+    EXPECT_EQ(settings.logfilecount, 10000u);
+    EXPECT_EQ(settings.outputTask, 0);
+    EXPECT_EQ(settings.outputmode, 0u);
+    EXPECT_EQ(settings.bEnableAsnLog, 0u);
+    EXPECT_EQ(settings.bLogOutputPara, 0u);
+    EXPECT_TRUE(settings.levelSwitches.Get().none());
+}
+
+TEST(LogSettings, HaveFourSwitchesAndNoneAboveThem) {
+    LevelSwitches switches;
+    EXPECT_EQ(switches.size(), 4u);
+    for (uint32_t level = 0; level < 4; ++level) {
+        EXPECT_FALSE(IsLevelOn(switches, level));
+        switches.set(level);
+        EXPECT_TRUE(IsLevelOn(switches, level));
+    }
+    EXPECT_FALSE(IsLevelOn(switches, 4));
+    EXPECT_FALSE(IsLevelOn(switches, 64));
+    EXPECT_FALSE(IsLevelOn(switches, 4294967295u));
+}
+
+TEST(RelaxedField, ReadsAndWritesLikeAPlainField) {
+    Relaxed<uint32_t> field(7);
+    EXPECT_EQ(field, 7u);
+    field = 8;
+    EXPECT_EQ(field.Get(), 8u);
+    field.Set(9);
+    const uint32_t value = field;
+    EXPECT_EQ(value, 9u);
+    EXPECT_EQ(Relaxed<int64_t>(), 0);
+}
+
+TEST(RelaxedField, LosesNoUpdateOfSeveralThreads) {
+    Relaxed<uint32_t> field;
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 8; ++number) {
+        threads.emplace_back([&field] {
+            for (int round = 0; round < 1000; ++round) {
+                field.Update([](uint32_t value) { return value + 1; });
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(field, 8000u);
+}
+
+TEST(RelaxedField, KeepsTheSwitchesThatOtherThreadsChange) {
+    Relaxed<LevelSwitches> field;
+    std::vector<std::thread> threads;
+    for (size_t level = 0; level < 4; ++level) {
+        threads.emplace_back([&field, level] {
+            for (int round = 0; round <= 1000; ++round) {
+                field.Update([level](LevelSwitches switches) { return switches.flip(level); });
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(field.Get().all());
+}
+
+}  // namespace
+}  // namespace NS_LOG_SERVICE1
