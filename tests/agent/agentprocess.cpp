@@ -31,6 +31,9 @@ int OpenFor(const std::string& path, int flags) {
     dup2(input, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(error, STDERR_FILENO);
+    if (start.closeInput) {
+        close(STDIN_FILENO);
+    }
     for (const auto& [name, value] : start.environment) {
         setenv(name.c_str(), value.c_str(), 1);
     }

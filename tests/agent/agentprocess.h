@@ -14,6 +14,7 @@ struct AgentStart {
     std::vector<std::string> arguments;
     std::map<std::string, std::string> environment;  // added to the test's own
     int input = -1;                                  // its standard input; -1: the null device
+    bool closeInput = false;                         // no standard input at all
     std::string outputPath;                          // the file that gets its standard output
 };
 

@@ -60,6 +60,13 @@ TEST_F(AgentInput, NullDeviceMeansTheSample) {
     EXPECT_TRUE(HasRunSample());
 }
 
+TEST_F(AgentInput, ClosedInputMeansTheSample) {
+    AgentStart start = Start({});
+    start.closeInput = true;
+    EXPECT_EQ(RunAs(start).exitCode, 0);
+    EXPECT_TRUE(HasRunSample());
+}
+
 TEST_F(AgentInput, EmptyFileMeansTheSample) {
     EXPECT_EQ(RunWith("", {}).exitCode, 0);
     EXPECT_TRUE(HasRunSample());
@@ -142,6 +149,22 @@ TEST_F(AgentInput, AStopInTheMiddleLogsWhatHasBeenRead) {
     ASSERT_EQ(records.size(), 3U);
     EXPECT_EQ(records[1].detail, "second");
     EXPECT_EQ(records[2].detail, "incomp");
+}
+
+TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
+    AgentStart start = Start({});
+    start.input = open("/dev/urandom", O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(start.input, 0);
+    AgentProcess agent(start);
+    close(start.input);
+    ASSERT_TRUE(agent.WaitForError("serving"));
+    agent.Signal(SIGTERM);
+    EXPECT_EQ(agent.Wait(), 0);
+    // Parsed to its last byte: no record is torn.
+    unsigned long number = 0;
+    for (const auto& record : Records("corbaoper")) {
+        EXPECT_EQ(record.number, ++number);
+    }
 }
 
 TEST_F(AgentInput, ADirectoryCannotBeReadAndThatIsAFailure) {
