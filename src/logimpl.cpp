@@ -6,6 +6,7 @@
 
 #include "bundlemgr/ifbuf.h"
 #include "bundlemgr/processexception.h"
+#include "control/maintenanceservice.h"
 #include "control/moduleswitchtable.h"
 #include "control/serviceconfiguration.h"
 #include "diagnostic/diagnostic.h"
@@ -73,6 +74,7 @@ NS_BUNDLEMGR1::ServiceInterface* qv_base_log::CreateInterface() {
 }
 
 int qv_base_log::fini() {
+    MaintenanceService::Finish();
     if (interface_ != nullptr) {
         Interface()->Fini();
     }
@@ -82,6 +84,7 @@ int qv_base_log::fini() {
 
 int qv_base_log::init(int /*argc*/, ACE_TCHAR* /*argv*/[]) {
     if (interface_ != nullptr && Interface()->Init()) {
+        MaintenanceService::Start();
         return 0;
     }
     Diagnostic().Print(kDiagnosticFailure, "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n");

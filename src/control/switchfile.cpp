@@ -97,15 +97,8 @@ std::string ApplyLevel(LogMgr& manager, uint32_t level, int32_t value) {
     if (value != 0 && value != 1) {
         return name + " undefined value.";
     }
-    const bool on = value == 1;
-    manager.levelSwitches.Update(
-        [level, on](LevelSwitches switches) { return switches.set(level, on); });
-    if (on) {
-        manager.EnableAllLogLevel(level);
-        return name + " open ";
-    }
-    manager.DisableAllLogLevel(level);
-    return name + " close ";
+    manager.SwitchLevel(level, value == 1);
+    return name + (value == 1 ? " open " : " close ");
 }
 
 void ApplyLevels(LogMgr& manager, const std::vector<std::string>& parts) {

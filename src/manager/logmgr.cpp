@@ -56,6 +56,15 @@ int LogMgr::DisableAllLogLevel(const uint32_t& level) {
     return 1;
 }
 
+void LogMgr::SwitchLevel(uint32_t level, bool on) {
+    levelSwitches.Update([level, on](LevelSwitches switches) { return switches.set(level, on); });
+    if (on) {
+        EnableAllLogLevel(level);
+    } else {
+        DisableAllLogLevel(level);
+    }
+}
+
 int LogMgr::EnableLogLevel(const std::string& first, const std::string& second,
                            const std::string& category, uint32_t level) {
     return loggers_.WithLogger({first, second, category},

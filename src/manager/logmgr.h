@@ -53,6 +53,10 @@ class LogMgr : public LogSettings {
     int EnableAllLogLevel(const uint32_t& level);
     int DisableAllLogLevel(const uint32_t& level);
 
+    // Switches one level (0 to 3) everywhere: globally first, so that a logger that is created
+    // meanwhile has it either way, then for every logger.
+    void SwitchLevel(uint32_t level, bool on);
+
     // Switch one level, or all, of the logger of that name; return the logger's answer, 0 when
     // there is no such logger. The last two throw std::out_of_range for every logger there is.
     int EnableLogLevel(const std::string& first, const std::string& second,

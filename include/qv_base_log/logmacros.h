@@ -1,0 +1,60 @@
+// Logging with the source position filled in. Header-only and optional.
+//
+//     QV_LOG(logger, NS_LOG_SERVICE1::LOG_LEVEL_1, "link is up");
+//     QV_LOG_FORMAT(logger, NS_LOG_SERVICE1::LOG_LEVEL_2, "%d alarms of %s", count, name.c_str());
+//
+// `logger` is a LoggerIF*; where it is null, nothing is logged. The other arguments are evaluated
+// only when it is not. The strings that name the file and the function are built once for each call
+// site, when it is first reached, and not at each call. May be used by any thread, and while the
+// process exits.
+#pragma once
+
+#include <cstring>
+#include <string>
+
+#include "qv_base_log/loggerif.h"
+#include "qv_base_log/loglevel.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Where in the source a record comes from. The file goes without its directories.
+struct LogCallSite {
+    LogCallSite(const char* path, const char* functionName)
+        : file(FileName(path)), function(functionName) {}
+
+    static const char* FileName(const char* path) {
+        const char* separator = std::strrchr(path, '/');
+        return separator == nullptr ? path : separator + 1;
+    }
+
+    const std::string file;
+    const std::string function;
+};
+
+}  // namespace NS_LOG_SERVICE1
+
+// Never destroyed: a thread may still log while the static objects of the process go.
+#define QV_LOG_CALL_(logger, operation, ...)                                                   \
+    do {                                                                                       \
+        ::NS_LOG_SERVICE1::LoggerIF* const qvLogTarget = (logger);                             \
+        if (qvLogTarget != nullptr) {                                                          \
+            static const ::NS_LOG_SERVICE1::LogCallSite& qvLogSite =                           \
+                *new ::NS_LOG_SERVICE1::LogCallSite(__FILE__, __func__);                       \
+            qvLogTarget->operation(qvLogSite.file, qvLogSite.function, __LINE__, __VA_ARGS__); \
+        }                                                                                      \
+    } while (false)
+
+// A text. See LoggerIF::Log.
+#define QV_LOG(logger, level, text) QV_LOG_CALL_(logger, Log, level, text)
+
+// A message in printf style. See LoggerIF::LogFormat.
+#define QV_LOG_FORMAT(logger, level, ...) QV_LOG_CALL_(logger, LogFormat, level, __VA_ARGS__)
+
+// A JSON array of alarms. See LoggerIF::LogAlarm.
+#define QV_LOG_ALARM(logger, alarms) QV_LOG_CALL_(logger, LogAlarm, alarms)
+
+// An ASN message with its secrets masked. See LoggerIF::LogAsnTrace.
+#define QV_LOG_ASN_TRACE(logger, message) QV_LOG_CALL_(logger, LogAsnTrace, message)
+
+// An ASN message as it is: nothing is masked. See LoggerIF::PrintAsn.
+#define QV_LOG_ASN(logger, message) QV_LOG_CALL_(logger, PrintAsn, message)

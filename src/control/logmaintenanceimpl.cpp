@@ -1,0 +1,120 @@
+#include "control/logmaintenanceimpl.h"
+
+#include "control/moduleswitchtable.h"
+#include "manager/logmgr.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+ChannelStatus StatusOf(const std::string& category, TEDebugInfoBuf& channel) {
+    const ChannelStatistics& waiting = channel.Statistics();
+    const LogFileStatistics& file = channel.FileStatistics();
+    ChannelStatus status;
+    status.category = category;
+    status.currentFile = channel.CurrentPath();
+    status.recordsWritten = file.recordsWritten.Get();
+    status.recordsDumped = file.recordsDumped.Get();
+    status.recordsDropped = file.recordsDropped.Get();
+    status.recordsEvicted = waiting.evicted.Get();
+    status.recordsQueued = waiting.queued.Get();
+    status.recordsQueuedMost = waiting.queuedMost.Get();
+    status.recordsCached = waiting.cached.Get();
+    status.bytesWritten = file.bytesWritten.Get();
+    status.rotations = file.rotations.Get();
+    status.lastError = static_cast<int>(file.lastError.Get());
+    status.lastErrorTime = static_cast<int64_t>(file.lastErrorSecond.Get());
+    return status;
+}
+
+LoggerStatus StatusOf(const Logger& logger) {
+    LoggerStatus status;
+    status.first = logger.First();
+    status.second = logger.Second();
+    status.category = logger.Category();
+    const LevelSwitches levels = logger.Levels();
+    for (size_t level = 0; level < levels.size(); ++level) {
+        status.levels[level] = levels[level];
+    }
+    return status;
+}
+
+}  // namespace
+
+LogMaintenanceImpl::~LogMaintenanceImpl() {
+    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+        queuedOutput_.EndPeriodicOutput(*manager);
+    }
+}
+
+void LogMaintenanceImpl::FlushAll() {
+    LogMgr::Instance()->FlushAll();
+}
+
+// The channels are collected first and written out afterwards: a new logger looks for its channel
+// in the map, and must not wait for a whole dump. They live as long as the manager.
+bool LogMaintenanceImpl::OutputAll(const std::string& category) {
+    std::vector<TEDebugInfoBuf*> chosen;
+    LogMgr::Instance()->Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
+        if (category.empty() || name == category) {
+            chosen.push_back(&channel);
+        }
+    });
+    for (TEDebugInfoBuf* channel : chosen) {
+        channel->OutputAll();
+    }
+    return !chosen.empty();
+}
+
+unsigned int LogMaintenanceImpl::SetQueuedOutput(bool on) {
+    LogMgr& manager = *LogMgr::Instance();
+    return on ? queuedOutput_.SwitchOn(manager) : queuedOutput_.SwitchOff(manager);
+}
+
+unsigned int LogMaintenanceImpl::GetOutputMode() {
+    return LogMgr::Instance()->outputmode;
+}
+
+bool LogMaintenanceImpl::HasPeriodicOutput() {
+    return QueuedOutput::HasPeriodicOutput(*LogMgr::Instance());
+}
+
+void LogMaintenanceImpl::GetLoggers(std::vector<LoggerStatus>& loggers) {
+    loggers.clear();
+    LogMgr::Instance()->Loggers().ForEach(
+        [&loggers](const Logger& logger) { loggers.push_back(StatusOf(logger)); });
+}
+
+bool LogMaintenanceImpl::SetLoggerLevel(const std::string& first, const std::string& second,
+                                        const std::string& category, unsigned int level, bool on) {
+    if (level >= LOG_LEVEL_COUNT) {
+        return false;
+    }
+    LogMgr& manager = *LogMgr::Instance();
+    return (on ? manager.EnableLogLevel(first, second, category, level)
+               : manager.DisableLogLevel(first, second, category, level)) != 0;
+}
+
+bool LogMaintenanceImpl::SetLevel(unsigned int level, bool on) {
+    if (level >= LOG_LEVEL_COUNT) {
+        return false;
+    }
+    LogMgr::Instance()->SwitchLevel(level, on);
+    return true;
+}
+
+void LogMaintenanceImpl::GetChannels(std::vector<ChannelStatus>& channels) {
+    channels.clear();
+    LogMgr::Instance()->Channels().ForEach(
+        [&channels](const std::string& name, TEDebugInfoBuf& channel) {
+            channels.push_back(StatusOf(name, channel));
+        });
+}
+
+void LogMaintenanceImpl::GetModules(std::vector<ModuleStatus>& modules) {
+    modules.clear();
+    for (const auto& [module, on] : ModuleSwitchTable::Instance()->All()) {
+        modules.push_back({module, on});
+    }
+}
+
+}  // namespace NS_LOG_SERVICE1

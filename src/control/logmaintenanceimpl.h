@@ -1,0 +1,38 @@
+// The maintenance interface.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "control/queuedoutput.h"
+#include "qv_base_log/logmaintenanceinterface.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Thread safety: any thread. The log manager exists for as long as this object does.
+class LogMaintenanceImpl : public LogMaintenanceInterface {
+  public:
+    // Takes the periodic output away.
+    ~LogMaintenanceImpl() override;
+
+    std::string GetIFName() const override { return LOG_MAINTENANCE_INTERFACE_NAME; }
+    bool IsValid() const override { return true; }
+    unsigned int GetVersion() const override { return LOG_MAINTENANCE_VERSION; }
+
+    void FlushAll() override;
+    bool OutputAll(const std::string& category) override;
+    unsigned int SetQueuedOutput(bool on) override;
+    unsigned int GetOutputMode() override;
+    bool HasPeriodicOutput() override;
+    void GetLoggers(std::vector<LoggerStatus>& loggers) override;
+    bool SetLoggerLevel(const std::string& first, const std::string& second,
+                        const std::string& category, unsigned int level, bool on) override;
+    bool SetLevel(unsigned int level, bool on) override;
+    void GetChannels(std::vector<ChannelStatus>& channels) override;
+    void GetModules(std::vector<ModuleStatus>& modules) override;
+
+  private:
+    QueuedOutput queuedOutput_;
+};
+
+}  // namespace NS_LOG_SERVICE1

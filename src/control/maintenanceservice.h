@@ -1,0 +1,25 @@
+// Offering the maintenance interface to the process.
+#pragma once
+
+#include "bundlemgr/serviceobjectbase.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// A service object of its own, because a service object holds one interface. It is not made by a
+// factory: the log service starts it behind its own start and ends it before its own end.
+//
+// Thread safety: Start and Finish are called by the bundle manager's thread.
+class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
+  public:
+    // Creates and registers the interface, unless that has been done.
+    static void Start();
+
+    // Takes the interface away, writes out the queues and reports the records that could not be
+    // written since the start. Does nothing without Start.
+    static void Finish();
+
+    MaintenanceService();
+    NS_BUNDLEMGR1::ServiceInterface* CreateInterface() override;
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,90 @@
+#include "control/queuedoutput.h"
+
+#include <algorithm>
+
+#include "base/lockguard.h"
+#include "bundlemgr/processexception.h"
+#include "lookup/interfacelookup.h"
+#include "qv_base_log/resultcode.h"
+#include "schedule/schedulesvcinterface.h"
+
+namespace NS_LOG_SERVICE1 {
+
+using NS_SCHEDULE_SERVICE1::PeriodicTasks;
+using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
+
+namespace {
+
+constexpr uint32_t kDirectMode = 0;
+constexpr uint32_t kQueuedMode = 1;
+constexpr int64_t kNoTask = -1;
+
+// Null when there is none.
+ScheduleSvcInterface* FindScheduleService() {
+    try {
+        return &LookUp<ScheduleSvcInterface>("ScheduleSvcInterface");
+    } catch (const NS_BUNDLEMGR1::InterfaceNotExistException&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
+    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    if (manager.outputmode == kDirectMode) {
+        StartPeriodicOutput(manager);
+        manager.outputmode = kQueuedMode;
+    }
+    return LOG_RESULT_OK;
+}
+
+unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
+    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    if (manager.outputmode == kDirectMode) {
+        return LOG_RESULT_OK;
+    }
+    if (!EndPeriodicOutput(manager)) {
+        return LOG_RESULT_DELETE_TASK_FAILED;
+    }
+    // Once before, so that few older records are left to be overtaken by those that are written
+    // directly from now on; and once after, for these.
+    manager.FlushAll();
+    manager.outputmode = kDirectMode;
+    manager.FlushAll();
+    return LOG_RESULT_OK;
+}
+
+bool QueuedOutput::EndPeriodicOutput(LogMgr& manager) {
+    if (!HasPeriodicOutput(manager)) {
+        return true;
+    }
+    // A service that is gone has taken its tasks along.
+    ScheduleSvcInterface* schedule = FindScheduleService();
+    if (schedule != nullptr && schedule->DeleteTask(manager.outputTask) != 0) {
+        return false;
+    }
+    manager.outputTask = kNoTask;
+    return true;
+}
+
+// 0 is what the manager starts with; no task has that handle.
+bool QueuedOutput::HasPeriodicOutput(const LogMgr& manager) {
+    return manager.outputTask > 0;
+}
+
+void QueuedOutput::StartPeriodicOutput(LogMgr& manager) {
+    auto* tasks = dynamic_cast<PeriodicTasks*>(FindScheduleService());
+    if (tasks != nullptr) {
+        const uint32_t interval = std::max<uint32_t>(manager.logtimeinterval, 1);
+        manager.outputTask = std::max(tasks->CreatePeriodicTask(interval, *this), kNoTask);
+    }
+}
+
+void QueuedOutput::Run() {
+    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+        manager->FlushAll();
+    }
+}
+
+}  // namespace NS_LOG_SERVICE1
