@@ -1,0 +1,165 @@
+// Many threads that log into all categories at once.
+#include <map>
+#include <set>
+
+#include "manager/managertest.h"
+#include "support/logfileparser.h"
+
+using NS_LOG_SERVICE1::kLogCategories;
+using NS_LOG_SERVICE1::LevelSwitches;
+using NS_LOG_SERVICE1::LogMgr;
+using NS_TEST::OfKind;
+using NS_TEST::ParsedPiece;
+using NS_TEST::ParsedRecord;
+
+namespace {
+
+constexpr int kThreads = 8;
+constexpr int kRounds = 60;
+
+// In each round a thread writes, keeps back and dumps this many records into each category.
+constexpr int kWrittenPerRound = 2;
+
+// The parameter is the output mode.
+class ManyThreads : public NS_TEST::BareManagerTest, public testing::WithParamInterface<uint32_t> {
+  protected:
+    ManyThreads() {
+        Manager().filterbuflength = kThreads * kRounds;
+        Manager().queuebuflength = 50;
+        Manager().outputmode = GetParam();
+        Manager().levelSwitches = LevelSwitches(0b0011);
+        Manager().CreateChannels();
+    }
+
+    static void LogFromManyThreads() {
+        std::vector<std::thread> threads;
+        for (int number = 0; number < kThreads; ++number) {
+            threads.emplace_back([number] {
+                for (int round = 0; round < kRounds; ++round) {
+                    for (const char* category : kLogCategories) {
+                        LogRound(number, round, category);
+                    }
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        // Brings out what is still kept back.
+        for (const char* category : kLogCategories) {
+            LogMgr::Instance()->GetLogger("last", "", category)->Log("f", "last", 0, 0, "end");
+        }
+    }
+
+    // The function carries the thread, the line the place in that thread's order.
+    static void LogRound(int number, int round, const char* category) {
+        NS_LOG_SERVICE1::LoggerIF* const logger =
+            LogMgr::Instance()->GetLogger("bundle" + std::to_string(number), "service", category);
+        const std::string thread = std::to_string(number);
+        const auto line = static_cast<unsigned>(round);
+        logger->Log("written", thread, 2 * line, 1, Detail(number, round));
+        logger->Log("kept", thread, line, 2, Detail(number, round));
+        logger->LogFormat("written", thread, 2 * line + 1, -1, "%s", Detail(number, round).c_str());
+        if (round % 10 == number % 10) {
+            logger->Log("trigger", thread, line, 0, Detail(number, round));
+        }
+    }
+
+    // Of a length that differs from record to record.
+    static std::string Detail(int number, int round) {
+        return std::string(static_cast<size_t>(1 + round * 13 % 300),
+                           static_cast<char>('a' + number));
+    }
+};
+
+// Checks that each thread's records arrive in their order, and collects how many there are.
+class OrderByThread {
+  public:
+    void Add(const ParsedRecord& record) {
+        const long line = std::stol(record.line);
+        const auto last = last_.find(record.function);
+        if (last != last_.end() && line <= last->second) {
+            ADD_FAILURE() << record.file << " of thread " << record.function << ": " << line
+                          << " behind " << last->second;
+        }
+        last_[record.function] = line;
+        ++count_;
+    }
+    int Count() const { return count_; }
+
+  private:
+    std::map<std::string, long> last_;
+    int count_ = 0;
+};
+
+void ExpectDetailIntact(const ParsedRecord& record) {
+    const char letter = static_cast<char>('a' + std::stoi(record.function));
+    EXPECT_EQ(record.detail.find_first_not_of(letter), std::string::npos) << record.detail;
+    const int line = std::stoi(record.line);
+    const int round = record.file == "written" ? line / 2 : line;
+    EXPECT_EQ(record.detail.size(), static_cast<size_t>(1 + round * 13 % 300));
+}
+
+// Reads all of one category and checks it.
+class CategoryCheck {
+  public:
+    explicit CategoryCheck(const std::vector<ParsedPiece>& pieces) {
+        for (const ParsedPiece& piece : pieces) {
+            if (piece.kind == ParsedPiece::RECORD || piece.kind == ParsedPiece::DUMP) {
+                EXPECT_EQ(piece.number, ++lastNumber_);
+                AddNumbered(piece);
+            }
+        }
+    }
+
+    OrderByThread written;
+    OrderByThread kept;
+    OrderByThread triggers;
+    int notices = 0;
+
+  private:
+    void AddNumbered(const ParsedPiece& piece) {
+        if (piece.record.function == "TEDebugInfoBuf::AppendOutputInfo") {
+            EXPECT_EQ(piece.record.detail, "Debug cache is full, force output execute.");
+            ++notices;
+            return;
+        }
+        EXPECT_EQ(piece.kind == ParsedPiece::DUMP, piece.record.level == 0);
+        if (piece.kind == ParsedPiece::DUMP) {
+            triggers.Add(piece.record);
+        } else {
+            written.Add(piece.record);
+            ExpectDetailIntact(piece.record);
+        }
+        for (const ParsedRecord& record : piece.dumped) {
+            kept.Add(record);
+            ExpectDetailIntact(record);
+        }
+    }
+
+    uint64_t lastNumber_ = 0;
+};
+
+TEST_P(ManyThreads, LoseNothingAndTearNothing) {
+    LogFromManyThreads();
+    LogMgr::DestroyInstance();
+    int triggersPerCategory = 1;
+    for (int number = 0; number < kThreads; ++number) {
+        triggersPerCategory += kRounds / 10;
+    }
+    for (const char* category : kLogCategories) {
+        SCOPED_TRACE(category);
+        ASSERT_EQ(Files(category).size(), 1u);
+        const CategoryCheck found(NS_TEST::ParseLogPieces(Path("log/" + Files(category).front())));
+        EXPECT_EQ(found.written.Count(), kThreads * kRounds * kWrittenPerRound);
+        EXPECT_EQ(found.kept.Count(), kThreads * kRounds);
+        EXPECT_EQ(found.triggers.Count(), triggersPerCategory);
+        if (GetParam() == 0) {
+            EXPECT_EQ(found.notices, 0);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(InMode, ManyThreads, testing::Values(0u, 1u));
+
+}  // namespace

@@ -1,0 +1,130 @@
+// A log manager with its channels, writing into a fresh directory.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <pthread.h>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <regex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bundlemgr/corbaconfigitems.h"
+#include "manager/logmgr.h"
+#include "manager/recordinglogproxy.h"
+#include "support/environment.h"
+#include "support/files.h"
+#include "support/temporarydirectory.h"
+
+namespace NS_TEST {
+
+const char* const kStampPattern =
+    "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{6}[+-][0-9]{2}:[0-9]{2}";
+
+// The text with STAMP in the place of each time stamp.
+inline std::string WithoutStamps(const std::string& text) {
+    return std::regex_replace(text, std::regex(kStampPattern), "STAMP");
+}
+
+// A thread as records show it.
+inline std::string ThreadText(pthread_t thread = pthread_self()) {
+    return std::to_string(static_cast<long>(thread));
+}
+
+// Whether `action` comes to its end on a thread of its own. One that waits for ever for a lock is
+// left to itself.
+inline bool EndsOnAnotherThread(std::function<void()> action) {
+    std::packaged_task<void()> task(std::move(action));
+    std::future<void> done = task.get_future();
+    std::thread thread(std::move(task));
+    if (done.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+        thread.detach();
+        return false;
+    }
+    thread.join();
+    done.get();
+    return true;
+}
+
+// Sizes are set, and the channels created, by the test.
+class BareManagerTest : public DirectoryTest {
+  protected:
+    BareManagerTest() : share_("_APP_SHARE_DIR", Path()) {
+        NS_LOG_SERVICE1::LogMgr::DestroyInstance();
+        std::vector<NS_BUNDLEMGR1::NameValueStru> items;
+        NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetCorbaConfigItems(items);
+        Diagnostics().Clear();
+    }
+    ~BareManagerTest() override { NS_LOG_SERVICE1::LogMgr::DestroyInstance(); }
+
+    static NS_LOG_SERVICE1::LogMgr& Manager() { return *NS_LOG_SERVICE1::LogMgr::Instance(); }
+
+    // The files of the category, without their directory.
+    std::vector<std::string> Files(const std::string& category) const {
+        std::vector<std::string> files;
+        for (const std::string& name : ListFiles(Path("log"))) {
+            if (name.rfind("unbi_" + category + "_", 0) == 0) {
+                files.push_back(name);
+            }
+        }
+        return files;
+    }
+
+    // Everything that the category's files hold, oldest file first.
+    std::string Content(const std::string& category) const {
+        std::string content;
+        for (const std::string& name : Files(category)) {
+            content += ReadFile(Path("log/" + name));
+        }
+        return content;
+    }
+
+    // The same, but without the line about the creation of a file and with STAMP for time stamps.
+    std::string Written(const std::string& category) const {
+        std::string text = WithoutStamps(Content(category));
+        const std::string created = "File create at STAMP.\n";
+        return text.rfind(created, 0) == 0 ? text.substr(created.size()) : text;
+    }
+
+  private:
+    ScopedVariable share_;
+};
+
+// The channels exist, with the sizes that a manager starts with. All levels are off.
+class ManagerTest : public BareManagerTest {
+  protected:
+    ManagerTest() { Manager().CreateChannels(); }
+
+    static NS_LOG_SERVICE1::Logger* Debug() { return Manager().GetLogger("a", "b", "debug"); }
+};
+
+// What a record of a thread without an operation looks like in a file.
+inline std::string Frame(unsigned number, int level, const std::string& detail,
+                         const std::string& context = ",TopT:0,If:,UserMsg:") {
+    const std::string n = std::to_string(number);
+    return "<" + n + ">\nSTAMP, " + context + ", T:" + ThreadText() +
+           ", DL:" + std::to_string(level) + ", File: f.cpp Func:Run Line:7\n Detail: " + detail +
+           "\n</" + n + ">\n\n";
+}
+
+// The same around which `history` was dumped.
+inline std::string DumpFrame(unsigned number, const std::string& detail,
+                             const std::string& history = "") {
+    const std::string n = std::to_string(number);
+    return "<" + n + ">\nSTAMP, ,TopT:0,If:,UserMsg:, T:" + ThreadText() +
+           ", DL:0, File: f.cpp Func:Run Line:7\n Detail: " + detail +
+           "\n*********** Dump filtered debug information begin **********\n" + history +
+           "*********** Dump filtered debug information end **********\n</" + n + ">\n\n";
+}
+
+// A record inside a dump.
+inline std::string DumpedLine(int level, const std::string& detail,
+                              const std::string& context = ",TopT:0,If:,UserMsg:") {
+    return "STAMP, " + context + ", T:" + ThreadText() + ", DL:" + std::to_string(level) +
+           ", File: f.cpp Func:Run Line:7\n Detail : " + detail + "\n";
+}
+
+}  // namespace NS_TEST
