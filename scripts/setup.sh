@@ -17,6 +17,15 @@ qv_packages=(
     libbenchmark-dev
 )
 
+# What only the checks need.
+qv_test_packages=(
+    clang
+    clang-format
+    clang-tidy
+    libclang-rt-14-dev
+    git
+)
+
 # The presets name no generator of their own; a build directory keeps the one it was made with.
 export CMAKE_GENERATOR="${CMAKE_GENERATOR:-Ninja}"
 

@@ -35,7 +35,7 @@ namespace NS_LOG_SERVICE1 {
 // Virtual slots: 0 and 1 destructor, then as declared (2 to 11).
 class LoggerIF {
   public:
-    virtual ~LoggerIF() {}
+    virtual ~LoggerIF() = default;
 
     // Switches `level` (0 to 3) on or off for this logger. Always returns true. Throws
     // std::out_of_range for a level of 4 or more, and changes nothing then.

@@ -14,7 +14,7 @@ namespace NS_ASN1 {
 
 class AsnObject {
   public:
-    virtual ~AsnObject() {}
+    virtual ~AsnObject() = default;
 
     // Writes the message's text form to `out`, `indent` blanks deep. `format` 1: one field a line.
     virtual void Print(std::ostream& out, unsigned short indent, int format) const = 0;

@@ -21,7 +21,7 @@ QV_PLATFORM_API extern ACE_Thread_Mutex _g_actualmutex;
 // its place, and bundles do not call them.
 class QV_PLATFORM_API BundleMgr {
   public:
-    virtual ~BundleMgr() {}
+    virtual ~BundleMgr() = default;
 
     // The bundle manager of this process; never null.
     static BundleMgr* Instance();

@@ -22,7 +22,7 @@ QV_PLATFORM_API bool GetValByKey(std::string& value, const std::string& key,
 // Thread safety: every operation may be called by any thread.
 class QV_PLATFORM_API CorbaConfigItems {
   public:
-    virtual ~CorbaConfigItems() {}
+    virtual ~CorbaConfigItems() = default;
 
     // The configuration of this process; never null.
     static CorbaConfigItems* Instance();

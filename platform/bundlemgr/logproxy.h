@@ -16,7 +16,7 @@ namespace NS_BUNDLEMGR1 {
 // belongs to the next Print of the same thread.
 class LogProxy {
   public:
-    virtual ~LogProxy() {}
+    virtual ~LogProxy() = default;
 
     virtual void Reserved2() = 0;
     virtual void Reserved3() = 0;

@@ -11,7 +11,7 @@ namespace NS_BUNDLEMGR1 {
 // Virtual slots: 0 and 1 destructor, 2 GetIFName, 3 IsValid.
 class ServiceInterface {
   public:
-    virtual ~ServiceInterface() {}
+    virtual ~ServiceInterface() = default;
 
     // The name that the interface gives itself; it may differ from the name it is registered
     // under. Never throws but for lack of memory. Any thread.

@@ -9,7 +9,7 @@ namespace NS_SCHEDULE_SERVICE1 {
 // caught there, and the task goes on.
 class ScheduledTask {
   public:
-    virtual ~ScheduledTask() {}
+    virtual ~ScheduledTask() = default;
     virtual void Run() = 0;
 };
 
@@ -20,7 +20,7 @@ class ScheduledTask {
 // Thread safety: any thread.
 class PeriodicTasks {
   public:
-    virtual ~PeriodicTasks() {}
+    virtual ~PeriodicTasks() = default;
 
     // Runs `task` every `intervalSeconds` seconds (at least 1), for the first time after one
     // interval, until ScheduleSvcInterface::DeleteTask is called with the handle that this returns.

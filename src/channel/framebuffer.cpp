@@ -8,7 +8,7 @@ namespace {
 
 // A full queue of the default length, as frames, fits easily; a dump of many huge records does not
 // hold on to its memory.
-constexpr size_t kKeptCapacity = 16 * 1024 * 1024;
+constexpr size_t kKeptCapacity = size_t{16} * 1024 * 1024;
 
 }  // namespace
 

@@ -8,7 +8,9 @@ namespace {
 Singleton<ModuleSwitchTable> moduleSwitchTable(&StaticObjectLock);
 
 // The switches outlive a stop of the service and go when the library does.
-__attribute__((destructor)) void DestroyAtUnload() { moduleSwitchTable.Destroy(); }
+__attribute__((destructor)) void DestroyAtUnload() {
+    moduleSwitchTable.Destroy();
+}
 
 // The two ways to hold a reader-writer lock, as LockGuard expects a lock.
 struct ReadSide {

@@ -9,7 +9,7 @@ namespace NS_LOG_SERVICE1 {
 namespace {
 
 // Some 250 records of the usual size.
-constexpr size_t kChunkSize = 64 * 1024;
+constexpr size_t kChunkSize = size_t{64} * 1024;
 
 }  // namespace
 

@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Builds and tests everything. ./test.sh --help says more.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+presets=(release asan tsan)
+filter=.
+fuzz=false
+lint=true
+
+print_help() {
+    cat <<EOF
+Usage: ./test.sh [OPTION...]
+
+Installs what is missing (Debian packages, as root or through sudo), checks format and static
+rules, builds the presets release, asan and tsan without a warning, and runs all tests in each of
+them. Works from any directory; what is up to date is not built again.
+
+    --quick            only the preset release, and no static checks
+    --preset NAME      only this preset
+    --filter REGEX     only the tests whose names match
+    --fuzz             fuzz the masking of ASN dumps for one minute as well
+    --help             this text
+EOF
+}
+
+while (($#)); do
+    case $1 in
+        --quick) presets=(release) lint=false ;;
+        --preset) presets=("${2:?--preset needs a name}") && shift ;;
+        --filter) filter=${2:?--filter needs an expression} && shift ;;
+        --fuzz) fuzz=true ;;
+        --help | -h) print_help && exit 0 ;;
+        *) echo "test.sh: unknown option '$1'; see --help" >&2 && exit 2 ;;
+    esac
+    shift
+done
+
+source "$root/scripts/setup.sh"
+qv_install_packages "${qv_packages[@]}" "${qv_test_packages[@]}"
+
+for preset in "${presets[@]}"; do
+    echo "== Build: $preset"
+    qv_configure "$root" "$preset" >/dev/null
+    qv_build "$root" "$preset"
+done
+
+if $lint; then
+    echo "== Format and static checks"
+    "$root/scripts/lint.sh" "$root/build/${presets[0]}"
+fi
+
+for preset in "${presets[@]}"; do
+    echo "== Tests: $preset"
+    ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error \
+        --parallel "$(nproc)" --tests-regex "$filter" |
+        grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
+done
+
+if $fuzz; then
+    echo "== Fuzzing"
+    "$root/scripts/fuzz.sh" 60
+fi
