@@ -3,8 +3,10 @@
 #include <safe_str_lib.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -34,12 +36,23 @@ size_t Room(size_t size, size_t limit) {
     return std::min(size - 1, limit);
 }
 
-// Whether a conversion of `format` is %n: flags, argument number, width, precision and length
-// modifiers may stand between the two characters.
+// The characters that may stand between the two of %n: flags, argument number, width, precision and
+// length modifiers. A table, because every message of a client's is searched.
+constexpr std::array<bool, 256> MakeModifiers() {
+    std::array<bool, 256> modifiers{};
+    for (const char modifier : std::string_view("0123456789$-+ #'I*.hlLqjzZt")) {
+        modifiers[static_cast<unsigned char>(modifier)] = true;
+    }
+    return modifiers;
+}
+constexpr std::array<bool, 256> kModifiers = MakeModifiers();
+
 bool HasCountConversion(const char* format) {
     for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at, '%')) {
         ++at;
-        at += std::strspn(at, "0123456789$-+ #'I*.hlLqjzZt");
+        while (kModifiers[static_cast<unsigned char>(*at)]) {
+            ++at;
+        }
         if (*at == 'n') {
             return true;
         }
