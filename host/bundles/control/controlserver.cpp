@@ -1,0 +1,154 @@
+// Serves the control socket on a thread of its own.
+#include "control/controlserver.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include "common/report.h"
+#include "control/peer.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+constexpr char kName[] = "qv_control";
+
+// How long to leave the clients in the queue when the process has no descriptor for them.
+constexpr std::chrono::milliseconds kAcceptPause{200};
+
+// The entries in front of the clients' in the list that is polled.
+enum : std::size_t { kStopEntry, kSocketEntry, kFirstClientEntry };
+
+}  // namespace
+
+ControlServer::ControlServer(const std::string& path, Answerer answer,
+                             Connection::Clock::duration patience)
+    : socket_(path), answer_(std::move(answer)), patience_(patience) {}
+
+ControlServer::~ControlServer() {
+    Stop();
+}
+
+void ControlServer::Start() {
+    thread_ = std::thread([this] { Serve(); });
+}
+
+void ControlServer::Stop() {
+    stop_.Signal();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+    clients_.clear();
+}
+
+void ControlServer::Serve() {
+    pthread_setname_np(pthread_self(), kName);
+    std::vector<pollfd> entries;
+    while (WaitForEvents(entries)) {
+        const Clock::time_point begin = Clock::now();
+        ServeClients(entries);
+        clients_.remove_if(
+            [begin](const Connection& client) { return client.GetDeadline() <= begin; });
+        const Clock::duration spent = Clock::now() - begin;
+        for (Connection& client : clients_) {
+            client.Extend(spent);
+        }
+        if ((entries[kSocketEntry].revents & POLLIN) != 0) {
+            Accept();
+        }
+    }
+}
+
+bool ControlServer::IsAccepting() const {
+    return clients_.size() < kMaximumClients && Clock::now() >= acceptAgain_;
+}
+
+int ControlServer::GetTimeout() const {
+    const Clock::time_point now = Clock::now();
+    Clock::time_point next = Clock::time_point::max();
+    if (acceptAgain_ > now) {
+        next = acceptAgain_;
+    }
+    for (const Connection& client : clients_) {
+        next = std::min(next, client.GetDeadline());
+    }
+    if (next == Clock::time_point::max()) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - now).count();
+    return static_cast<int>(std::max<decltype(left)>(left, 0));
+}
+
+// Fills `entries`. False: it is time to end.
+bool ControlServer::WaitForEvents(std::vector<pollfd>& entries) const {
+    entries.clear();
+    entries.push_back({stop_.GetDescriptor(), POLLIN, 0});
+    // A negative descriptor keeps its place and is not looked at.
+    entries.push_back({IsAccepting() ? socket_.GetDescriptor() : -1, POLLIN, 0});
+    for (const Connection& client : clients_) {
+        entries.push_back({client.GetDescriptor(), client.GetEvents(), 0});
+    }
+    while (poll(entries.data(), entries.size(), GetTimeout()) < 0) {
+        if (errno != EINTR) {
+            Report(kName, std::string("poll: ") + std::generic_category().message(errno));
+            return false;
+        }
+    }
+    return entries[kStopEntry].revents == 0;
+}
+
+void ControlServer::ServeClients(const std::vector<pollfd>& entries) {
+    auto entry = entries.begin() + kFirstClientEntry;
+    for (auto client = clients_.begin(); client != clients_.end(); ++entry) {
+        const bool goesOn = entry->revents == 0 || stop_.IsSignalled() || Proceed(*client);
+        client = goesOn ? std::next(client) : clients_.erase(client);
+    }
+}
+
+// False: the connection is at its end.
+bool ControlServer::Proceed(Connection& client) {
+    try {
+        return client.Proceed(answer_);
+    } catch (const std::exception& error) {
+        Report(kName, std::string("a client was given up: ") + error.what());
+        return false;
+    }
+}
+
+void ControlServer::Accept() {
+    while (clients_.size() < kMaximumClients) {
+        FileDescriptor socket(
+            accept4(socket_.GetDescriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (socket.IsOpen()) {
+            Admit(std::move(socket));
+        } else if (errno == EAGAIN) {
+            return;
+        } else if (errno != EINTR && errno != ECONNABORTED) {
+            acceptAgain_ = Clock::now() + kAcceptPause;
+            return;
+        }
+    }
+}
+
+void ControlServer::Admit(FileDescriptor socket) {
+    try {
+        const uid_t peer = GetPeer(socket.Get());
+        clients_.emplace_back(std::move(socket), patience_);
+        if (!IsPermittedPeer(peer, geteuid())) {
+            Report(kName, "refused user " + std::to_string(peer));
+            clients_.back().Refuse("only the agent's own user and root may control it");
+        }
+    } catch (const std::exception& error) {
+        Report(kName, std::string("a client was turned away: ") + error.what());
+    }
+}
+
+}  // namespace NS_REFERENCE_HOST

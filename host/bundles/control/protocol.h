@@ -1,0 +1,22 @@
+// What the control bundle and its clients agree on.
+//
+// A client connects, sends one request and gets one answer; then the agent closes the connection.
+// Both are one JSON object in one line, ended by a newline. A request names a command and what it
+// needs: {"command":"level","level":2,"on":true}. An answer is {"ok":true,"data":{...}}, or
+// {"ok":false,"error":"why"}, with the "code" of resultcode.h where an operation gave one.
+//
+// Texts stand in the JSON with the bytes they have, so that a logger can be named back whatever its
+// name holds; they need not be valid UTF-8.
+#pragma once
+
+#include <cstddef>
+
+namespace NS_REFERENCE_HOST {
+
+// The socket's name in the share directory.
+constexpr char kControlSocketName[] = "qv_agent.sock";
+
+// The longest request in bytes, with its newline.
+constexpr std::size_t kMaximumRequest = 4096;
+
+}  // namespace NS_REFERENCE_HOST

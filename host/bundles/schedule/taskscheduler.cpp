@@ -1,0 +1,119 @@
+// Runs periodic tasks on one thread.
+#include "schedule/taskscheduler.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <exception>
+#include <string>
+
+#include "common/report.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+constexpr char kName[] = "qv_schedule";
+
+// A task that fails must not take the others, or the process, with it.
+void RunGuarded(NS_SCHEDULE_SERVICE1::ScheduledTask& task, int64_t handle) {
+    std::string reason;
+    try {
+        task.Run();
+        return;
+    } catch (const std::exception& error) {
+        reason = error.what();
+    } catch (...) {
+        reason = "something that is no exception";
+    }
+    Report(kName, "task " + std::to_string(handle) + " threw: " + reason);
+}
+
+}  // namespace
+
+TaskScheduler::~TaskScheduler() {
+    Stop();
+}
+
+void TaskScheduler::Start() {
+    thread_ = std::thread([this] { Serve(); });
+}
+
+void TaskScheduler::Stop() {
+    {
+        const std::lock_guard<std::mutex> guard(lock_);
+        stopped_ = true;
+    }
+    wake_.notify_all();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+int64_t TaskScheduler::Create(std::chrono::milliseconds interval,
+                              NS_SCHEDULE_SERVICE1::ScheduledTask& task) {
+    int64_t handle = kNone;
+    {
+        const std::lock_guard<std::mutex> guard(lock_);
+        if (stopped_ || interval <= std::chrono::milliseconds::zero()) {
+            return kNone;
+        }
+        handle = ++lastHandle_;
+        tasks_.emplace(handle, Task{interval, Clock::now() + interval, &task});
+    }
+    wake_.notify_all();
+    return handle;
+}
+
+bool TaskScheduler::Delete(int64_t handle) {
+    std::unique_lock<std::mutex> guard(lock_);
+    const bool found = tasks_.erase(handle) == 1;
+    // Whoever comes second waits as well: it may be about to free the task. No task has the handle
+    // that stands for none, but users pass it.
+    if (handle != kNone && running_ == handle && std::this_thread::get_id() != threadId_) {
+        idle_.wait(guard, [this, handle] { return running_ != handle; });
+    }
+    return found;
+}
+
+TaskScheduler::Tasks::iterator TaskScheduler::FindNext() {
+    return std::min_element(tasks_.begin(), tasks_.end(),
+                            [](const Tasks::value_type& left, const Tasks::value_type& right) {
+                                return left.second.due < right.second.due;
+                            });
+}
+
+void TaskScheduler::Serve() {
+    pthread_setname_np(pthread_self(), kName);
+    std::unique_lock<std::mutex> guard(lock_);
+    threadId_ = std::this_thread::get_id();
+    while (!stopped_) {
+        const Tasks::iterator next = FindNext();
+        if (next == tasks_.end()) {
+            wake_.wait(guard);
+        } else if (const Clock::time_point due = next->second.due; Clock::now() < due) {
+            wake_.wait_until(guard, due);
+        } else {
+            RunTask(next, guard);
+        }
+    }
+}
+
+void TaskScheduler::RunTask(Tasks::iterator next, std::unique_lock<std::mutex>& guard) {
+    const int64_t handle = next->first;
+    NS_SCHEDULE_SERVICE1::ScheduledTask& task = *next->second.task;
+    running_ = handle;
+    guard.unlock();
+    RunGuarded(task, handle);
+    guard.lock();
+    running_ = kNone;
+    idle_.notify_all();
+    const Tasks::iterator found = tasks_.find(handle);
+    if (found != tasks_.end()) {
+        Task& entry = found->second;
+        const auto passed = (Clock::now() - entry.due) / entry.interval;
+        entry.due += entry.interval * (passed + 1);
+    }
+}
+
+}  // namespace NS_REFERENCE_HOST

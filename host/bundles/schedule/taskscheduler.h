@@ -1,0 +1,73 @@
+// Runs periodic tasks on one thread.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "schedule/periodictasks.h"
+
+namespace NS_REFERENCE_HOST {
+
+// A task is due after each of its intervals, counted from its creation on a clock that nobody
+// sets. Runs that were missed, because a task took long, are left out: the next one comes at the
+// next full interval.
+//
+// Thread safety: any thread may call Create and Delete, a task's own callback included; Start and
+// Stop belong to the owner's thread, which must not be inside a callback.
+class TaskScheduler {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    TaskScheduler() = default;
+    ~TaskScheduler();
+
+    TaskScheduler(const TaskScheduler&) = delete;
+    TaskScheduler& operator=(const TaskScheduler&) = delete;
+
+    // Starts the thread; due tasks run from now on. Throws std::system_error when there is none to
+    // be had.
+    void Start();
+
+    // Ends the thread, waiting for a callback that runs. No callback starts any more; the tasks
+    // can still be deleted.
+    void Stop();
+
+    // Adds a task and returns its handle: 1 or more, and never used again. -1 for an interval that
+    // is not positive, and after Stop.
+    int64_t Create(std::chrono::milliseconds interval, NS_SCHEDULE_SERVICE1::ScheduledTask& task);
+
+    // Ends the task. Whether there was one; of several threads that delete the same one, the first
+    // is told so. Returns only when the task's callback does not run, whatever the answer; but on
+    // the scheduler's own thread, inside a callback, it waits for nothing.
+    bool Delete(int64_t handle);
+
+  private:
+    struct Task {
+        Clock::duration interval;
+        Clock::time_point due;
+        NS_SCHEDULE_SERVICE1::ScheduledTask* task;  // the creator's
+    };
+    using Tasks = std::map<int64_t, Task>;
+
+    static constexpr int64_t kNone = -1;
+
+    void Serve();
+    Tasks::iterator FindNext();                                               // under lock_
+    void RunTask(Tasks::iterator next, std::unique_lock<std::mutex>& guard);  // under lock_
+
+    std::mutex lock_;
+    std::condition_variable wake_;  // the thread's: another task is next, or the end
+    std::condition_variable idle_;  // the deleters': no callback runs
+    Tasks tasks_;                   // guarded by lock_
+    int64_t lastHandle_ = 0;        // guarded by lock_
+    int64_t running_ = kNone;       // the task whose callback runs; guarded by lock_
+    bool stopped_ = false;          // guarded by lock_
+    std::thread::id threadId_;      // the thread's own; guarded by lock_
+    std::thread thread_;            // the owner's
+};
+
+}  // namespace NS_REFERENCE_HOST

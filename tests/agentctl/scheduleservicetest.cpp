@@ -1,0 +1,95 @@
+// The schedule service as its users find it.
+#include "schedule/scheduleservice.h"
+
+#include <gmock/gmock.h>
+
+#include "agentctl/tasks.h"
+#include "bundlemgr/ifbuf.h"
+#include "schedule/scheduleserviceobject.h"
+#include "support/capturedoutput.h"
+
+namespace {
+
+using NS_REFERENCE_HOST::ScheduleServiceObject;
+using NS_SCHEDULE_SERVICE1::PeriodicTasks;
+using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
+using NS_TEST::CountingTask;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+ScheduleSvcInterface* Find() {
+    const auto found = NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface");
+    return found.empty() ? nullptr : dynamic_cast<ScheduleSvcInterface*>(found.front());
+}
+
+TEST(ScheduleService, IsRegisteredFromInitToFini) {
+    ScheduleServiceObject object;
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), IsEmpty());
+    ASSERT_EQ(object.init(0, nullptr), 0);
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), SizeIs(1));
+    EXPECT_EQ(Find()->GetIFName(), "ScheduleSvcInterface");
+    EXPECT_TRUE(Find()->IsValid());
+    EXPECT_EQ(object.StopService(), 0);
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), SizeIs(1));
+    EXPECT_EQ(object.fini(), 0);
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), IsEmpty());
+}
+
+TEST(ScheduleService, RunsTasksEverySecondUntilTheyAreDeleted) {
+    ScheduleServiceObject object;
+    ASSERT_EQ(object.init(0, nullptr), 0);
+    ScheduleSvcInterface* const service = Find();
+    auto* const tasks = dynamic_cast<PeriodicTasks*>(service);
+    ASSERT_NE(tasks, nullptr);
+    CountingTask task;
+    const int64_t handle = tasks->CreatePeriodicTask(1, task);
+    EXPECT_GE(handle, 1);
+    EXPECT_TRUE(task.AwaitRuns(2));
+    EXPECT_EQ(service->DeleteTask(handle), 0);
+    EXPECT_NE(service->DeleteTask(handle), 0);
+    EXPECT_EQ(object.fini(), 0);
+}
+
+TEST(ScheduleService, RefusesAnIntervalOfZero) {
+    NS_REFERENCE_HOST::ScheduleService service;
+    CountingTask task;
+    EXPECT_LT(service.CreatePeriodicTask(0, task), 0);
+}
+
+TEST(ScheduleService, TakesTheLongestInterval) {
+    NS_REFERENCE_HOST::ScheduleService service;
+    CountingTask task;
+    service.Start();
+    EXPECT_EQ(service.CreatePeriodicTask(UINT32_MAX, task), 1);
+    EXPECT_EQ(service.DeleteTask(1), 0);
+    service.Stop();
+    EXPECT_EQ(task.Runs(), 0);
+}
+
+TEST(ScheduleService, TasksCanBePutAwayAfterStopService) {
+    ScheduleServiceObject object;
+    ASSERT_EQ(object.init(0, nullptr), 0);
+    CountingTask task;
+    const int64_t handle = dynamic_cast<PeriodicTasks*>(Find())->CreatePeriodicTask(3600, task);
+    object.StopService();
+    EXPECT_EQ(Find()->DeleteTask(handle), 0);
+}
+
+TEST(ScheduleService, EndsWithoutHavingBeenStarted) {
+    ScheduleServiceObject object;
+    EXPECT_EQ(object.StopService(), 0);
+    EXPECT_EQ(object.fini(), 0);
+}
+
+TEST(ScheduleService, RefusesArgumentsThatItDoesNotKnow) {
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    ScheduleServiceObject object;
+    char argument[] = "--fast";
+    char* arguments[] = {argument, nullptr};
+    EXPECT_EQ(object.init(1, arguments), -1);
+    EXPECT_THAT(errors.Text(), HasSubstr("--fast"));
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,289 @@
+// Periodic tasks: when they run, and how they end.
+#include "schedule/taskscheduler.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "agentctl/tasks.h"
+#include "support/capturedoutput.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using NS_REFERENCE_HOST::TaskScheduler;
+using NS_TEST::CountingTask;
+using NS_TEST::Happening;
+using ::testing::HasSubstr;
+using Clock = TaskScheduler::Clock;
+
+TEST(TaskScheduler, RunsATaskAgainAndAgain) {
+    CountingTask task;
+    TaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Create(1ms, task);
+    EXPECT_TRUE(task.AwaitRuns(5));
+}
+
+TEST(TaskScheduler, RunsATaskForTheFirstTimeAfterOneInterval) {
+    Clock::time_point first;
+    Happening ran;
+    CountingTask task([&] {
+        if (!ran.HasHappened()) {
+            first = Clock::now();
+            ran.Happen();
+        }
+    });
+    TaskScheduler scheduler;
+    scheduler.Start();
+    const Clock::time_point created = Clock::now();
+    scheduler.Create(50ms, task);
+    ASSERT_TRUE(ran.Await());
+    EXPECT_GE(first - created, 50ms);
+}
+
+TEST(TaskScheduler, ATaskThatIsDueSoonerGoesAheadOfOneThatIsDueLater) {
+    CountingTask later;
+    CountingTask sooner;
+    TaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Create(1h, later);
+    scheduler.Create(1ms, sooner);
+    EXPECT_TRUE(sooner.AwaitRuns(3));
+    EXPECT_EQ(later.Runs(), 0);
+}
+
+TEST(TaskScheduler, HandlesStartAtOneAndAreNeverUsedAgain) {
+    CountingTask task;
+    TaskScheduler scheduler;
+    EXPECT_EQ(scheduler.Create(1h, task), 1);
+    EXPECT_EQ(scheduler.Create(1h, task), 2);
+    EXPECT_TRUE(scheduler.Delete(2));
+    EXPECT_TRUE(scheduler.Delete(1));
+    EXPECT_EQ(scheduler.Create(1h, task), 3);
+}
+
+TEST(TaskScheduler, RefusesAnIntervalThatIsNotPositive) {
+    CountingTask task;
+    TaskScheduler scheduler;
+    EXPECT_LT(scheduler.Create(0ms, task), 0);
+    EXPECT_LT(scheduler.Create(-1ms, task), 0);
+}
+
+TEST(TaskScheduler, DeletingWhatIsNotThereIsTold) {
+    CountingTask task;
+    TaskScheduler scheduler;
+    const int64_t handle = scheduler.Create(1h, task);
+    EXPECT_FALSE(scheduler.Delete(handle + 1));
+    EXPECT_FALSE(scheduler.Delete(0));
+    EXPECT_FALSE(scheduler.Delete(-1));
+    EXPECT_TRUE(scheduler.Delete(handle));
+    EXPECT_FALSE(scheduler.Delete(handle));
+}
+
+TEST(TaskScheduler, ADeletedTaskDoesNotRunAnyMore) {
+    CountingTask deleted;
+    CountingTask other;
+    TaskScheduler scheduler;
+    scheduler.Start();
+    const int64_t handle = scheduler.Create(1ms, deleted);
+    ASSERT_TRUE(deleted.AwaitRuns(1));
+    EXPECT_TRUE(scheduler.Delete(handle));
+    const int runs = deleted.Runs();
+    scheduler.Create(1ms, other);
+    ASSERT_TRUE(other.AwaitRuns(20));
+    EXPECT_EQ(deleted.Runs(), runs);
+}
+
+TEST(TaskScheduler, DeletingWaitsForTheCallbackThatRuns) {
+    Happening entered;
+    Happening mayLeave;
+    std::atomic<bool> left{false};
+    CountingTask task([&] {
+        entered.Happen();
+        mayLeave.Await();
+        left = true;
+    });
+    TaskScheduler scheduler;
+    scheduler.Start();
+    const int64_t handle = scheduler.Create(1ms, task);
+    ASSERT_TRUE(entered.Await());
+    std::thread helper([&] { mayLeave.Happen(); });
+    EXPECT_TRUE(scheduler.Delete(handle));
+    EXPECT_TRUE(left);
+    helper.join();
+    EXPECT_EQ(task.Runs(), 1);
+}
+
+TEST(TaskScheduler, OfTwoThreadsThatDeleteATaskExactlyOneIsToldSoAndBothWait) {
+    for (int round = 0; round < 100; ++round) {
+        std::atomic<bool> inside{false};
+        CountingTask task([&] {
+            inside = true;
+            std::this_thread::yield();
+            inside = false;
+        });
+        TaskScheduler scheduler;
+        scheduler.Start();
+        const int64_t handle = scheduler.Create(1ms, task);
+        ASSERT_TRUE(task.AwaitRuns(1));
+        std::atomic<int> deleted{0};
+        std::atomic<int> foundInside{0};
+        const auto erase = [&] {
+            deleted += scheduler.Delete(handle) ? 1 : 0;
+            foundInside += inside ? 1 : 0;
+        };
+        std::thread first(erase);
+        std::thread second(erase);
+        first.join();
+        second.join();
+        EXPECT_EQ(deleted, 1);
+        EXPECT_EQ(foundInside, 0);
+    }
+}
+
+TEST(TaskScheduler, ATaskThatDeletesItselfEndsAfterItsCallback) {
+    TaskScheduler scheduler;
+    std::atomic<int64_t> handle{0};
+    std::atomic<bool> deleted{false};
+    Happening finished;
+    CountingTask itself([&] {
+        deleted = scheduler.Delete(handle);
+        finished.Happen();
+    });
+    handle = scheduler.Create(1ms, itself);
+    scheduler.Start();
+    ASSERT_TRUE(finished.Await());
+    EXPECT_TRUE(deleted);
+    CountingTask other;
+    scheduler.Create(1ms, other);
+    ASSERT_TRUE(other.AwaitRuns(20));
+    EXPECT_EQ(itself.Runs(), 1);
+    EXPECT_FALSE(scheduler.Delete(handle));
+    scheduler.Stop();
+}
+
+TEST(TaskScheduler, ACallbackMayCreateAnotherTask) {
+    TaskScheduler scheduler;
+    CountingTask child;
+    Happening created;
+    CountingTask parent([&] {
+        if (!created.HasHappened()) {
+            scheduler.Create(1ms, child);
+            created.Happen();
+        }
+    });
+    scheduler.Create(1ms, parent);
+    scheduler.Start();
+    EXPECT_TRUE(child.AwaitRuns(2));
+    scheduler.Stop();
+}
+
+TEST(TaskScheduler, ATaskThatThrowsIsReportedAndGoesOn) {
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    CountingTask task([] { throw std::runtime_error("out of ink"); });
+    TaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Create(1ms, task);
+    EXPECT_TRUE(task.AwaitRuns(3));
+    scheduler.Stop();
+    EXPECT_THAT(errors.Text(), HasSubstr("task 1 threw: out of ink"));
+}
+
+TEST(TaskScheduler, WhatIsThrownNeedNotBeAnException) {
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    CountingTask task([] { throw 7; });
+    TaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Create(1ms, task);
+    EXPECT_TRUE(task.AwaitRuns(2));
+    scheduler.Stop();
+    EXPECT_THAT(errors.Text(), HasSubstr("task 1 threw"));
+}
+
+// The blocked run lasts through many intervals. Were the missed runs made up for, at least that
+// many would follow at once; so the run after the next is not due before another interval is over.
+TEST(TaskScheduler, MissedRunsAreLeftOut) {
+    constexpr auto kInterval = 20ms;
+    std::vector<Clock::time_point> begins;
+    Happening enough;
+    CountingTask task([&] {
+        begins.push_back(Clock::now());
+        if (begins.size() == 1) {
+            std::this_thread::sleep_until(begins.front() + 10 * kInterval);
+        } else if (begins.size() == 3) {
+            enough.Happen();
+        }
+    });
+    TaskScheduler scheduler;
+    const Clock::time_point created = Clock::now();
+    scheduler.Create(kInterval, task);
+    scheduler.Start();
+    ASSERT_TRUE(enough.Await());
+    scheduler.Stop();
+    // Due times lie on the task's own grid: after the first run at one interval, ten are skipped.
+    EXPECT_GE(begins[0], created + kInterval);
+    EXPECT_GE(begins[1], created + 11 * kInterval);
+    EXPECT_GE(begins[2], created + 12 * kInterval);
+}
+
+TEST(TaskScheduler, AfterStopNothingRunsAndNothingIsTaken) {
+    CountingTask task;
+    TaskScheduler scheduler;
+    scheduler.Start();
+    const int64_t handle = scheduler.Create(1ms, task);
+    ASSERT_TRUE(task.AwaitRuns(2));
+    scheduler.Stop();
+    const int runs = task.Runs();
+    EXPECT_LT(scheduler.Create(1ms, task), 0);
+    EXPECT_TRUE(scheduler.Delete(handle));
+    EXPECT_FALSE(scheduler.Delete(handle));
+    EXPECT_EQ(task.Runs(), runs);
+}
+
+TEST(TaskScheduler, StopWaitsForTheCallbackThatRuns) {
+    Happening entered;
+    Happening mayLeave;
+    std::atomic<bool> left{false};
+    CountingTask task([&] {
+        entered.Happen();
+        mayLeave.Await();
+        left = true;
+    });
+    TaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Create(1ms, task);
+    ASSERT_TRUE(entered.Await());
+    std::thread helper([&] { mayLeave.Happen(); });
+    scheduler.Stop();
+    EXPECT_TRUE(left);
+    helper.join();
+}
+
+TEST(TaskScheduler, SurvivesManyThreadsThatCreateAndDelete) {
+    TaskScheduler scheduler;
+    scheduler.Start();
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 200; ++round) {
+                CountingTask task;
+                const int64_t handle = scheduler.Create(1ms, task);
+                if (round % 20 == 0 && !task.AwaitRuns(1)) {
+                    ++failures;
+                }
+                failures += scheduler.Delete(handle) ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
+}
+
+}  // namespace
