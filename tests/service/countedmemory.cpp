@@ -1,0 +1,88 @@
+// Counting what is allocated, and letting an allocation fail.
+#include "service/countedmemory.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<long> g_live{0};
+thread_local long g_successesLeft = -1;
+
+void* Allocate(std::size_t size) noexcept {
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    if (block != nullptr) {
+        ++g_live;
+    }
+    return block;
+}
+
+void* AllocateOrThrow(std::size_t size) {
+    if (g_successesLeft == 0) {
+        throw std::bad_alloc();
+    }
+    if (g_successesLeft > 0) {
+        --g_successesLeft;
+    }
+    void* const block = Allocate(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void Free(void* block) noexcept {
+    if (block != nullptr) {
+        --g_live;
+        std::free(block);
+    }
+}
+
+}  // namespace
+
+namespace NS_TEST {
+
+long LiveAllocations() {
+    return g_live;
+}
+
+void FailAllocationsAfter(long successes) {
+    g_successesLeft = successes;
+}
+
+}  // namespace NS_TEST
+
+// The libraries of the process must get these too.
+#define QV_EXPORTED __attribute__((visibility("default")))
+
+QV_EXPORTED void* operator new(std::size_t size) {
+    return AllocateOrThrow(size);
+}
+QV_EXPORTED void* operator new[](std::size_t size) {
+    return AllocateOrThrow(size);
+}
+QV_EXPORTED void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Allocate(size);
+}
+QV_EXPORTED void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return Allocate(size);
+}
+QV_EXPORTED void operator delete(void* block) noexcept {
+    Free(block);
+}
+QV_EXPORTED void operator delete[](void* block) noexcept {
+    Free(block);
+}
+QV_EXPORTED void operator delete(void* block, std::size_t) noexcept {
+    Free(block);
+}
+QV_EXPORTED void operator delete[](void* block, std::size_t) noexcept {
+    Free(block);
+}
+QV_EXPORTED void operator delete(void* block, const std::nothrow_t&) noexcept {
+    Free(block);
+}
+QV_EXPORTED void operator delete[](void* block, const std::nothrow_t&) noexcept {
+    Free(block);
+}

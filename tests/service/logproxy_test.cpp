@@ -1,0 +1,165 @@
+// The way to the platform's log proxy, and what stands in for it.
+#include <unistd.h>
+
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "diagnostic/defaultlogproxy.h"
+#include "diagnostic/diagnostic.h"
+#include "diagnostic/logproxycache.h"
+#include "manager/recordinglogproxy.h"
+#include "platform/hostcontrol.h"
+#include "support/capturedoutput.h"
+
+using NS_BUNDLEMGR1::DefaultLogProxy;
+using NS_BUNDLEMGR1::LogProxy;
+using NS_LOG_SERVICE1::LogProxyCache;
+using NS_REFERENCE_HOST::SetLogProxyProvider;
+using NS_TEST::CapturedOutput;
+using NS_TEST::RecordingProvider;
+using testing::ElementsAre;
+
+namespace {
+
+class LogProxyAccess : public testing::Test {
+  protected:
+    LogProxyAccess() { SetLogProxyProvider(&provider_); }
+    ~LogProxyAccess() override { SetLogProxyProvider(nullptr); }
+
+    RecordingProvider provider_;
+    LogProxyCache cache_;
+};
+
+TEST_F(LogProxyAccess, AsksTheBundleManagerOnceAndTellsTheNamesOnce) {
+    LogProxy* const proxy = cache_.Get();
+    EXPECT_EQ(proxy, &provider_.Proxy());
+    EXPECT_EQ(cache_.Get(), proxy);
+    EXPECT_EQ(cache_.Get(), proxy);
+    EXPECT_THAT(provider_.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
+    EXPECT_THAT(provider_.Proxy().Names(), ElementsAre("qv_base_bundle", "qv_base_log"));
+    EXPECT_TRUE(provider_.Proxy().All().empty());
+}
+
+TEST_F(LogProxyAccess, KeepsItsProxyWhateverIsOfferedLater) {
+    LogProxy* const proxy = cache_.Get();
+    RecordingProvider other;
+    SetLogProxyProvider(&other);
+    EXPECT_EQ(cache_.Get(), proxy);
+    SetLogProxyProvider(nullptr);
+    EXPECT_EQ(cache_.Get(), proxy);
+    EXPECT_TRUE(other.Asked().empty());
+}
+
+TEST_F(LogProxyAccess, FallsBackWhereNobodyGivesOutProxies) {
+    SetLogProxyProvider(nullptr);
+    LogProxy* const proxy = cache_.Get();
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->GetProxyName(), "DefaultLogProxy");
+    EXPECT_EQ(cache_.Get(), proxy);
+    SetLogProxyProvider(&provider_);
+    EXPECT_EQ(cache_.Get(), proxy);
+    EXPECT_TRUE(provider_.Asked().empty());
+}
+
+TEST_F(LogProxyAccess, FallsBackWhereThereIsNoProxyForTheService) {
+    provider_.SetHasProxy(false);
+    LogProxy* const proxy = cache_.Get();
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->GetProxyName(), "DefaultLogProxy");
+    provider_.SetHasProxy(true);
+    EXPECT_EQ(cache_.Get(), proxy);
+    EXPECT_THAT(provider_.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
+    EXPECT_TRUE(provider_.Proxy().Names().empty());
+}
+
+TEST_F(LogProxyAccess, GivesEveryThreadAProxy) {
+    for (NS_BUNDLEMGR1::LogProxyProvider* provider :
+         {static_cast<NS_BUNDLEMGR1::LogProxyProvider*>(&provider_),
+          static_cast<NS_BUNDLEMGR1::LogProxyProvider*>(nullptr)}) {
+        SetLogProxyProvider(provider);
+        LogProxyCache cache;
+        std::vector<std::thread> threads;
+        for (int number = 0; number < 8; ++number) {
+            threads.emplace_back([&cache] {
+                for (int round = 0; round < 100; ++round) {
+                    ASSERT_NE(cache.Get(), nullptr);
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+}
+
+// Needs a process of its own: there is one first use in each.
+TEST(ServiceLogProxy, IsOneForTheProcess) {
+    RecordingProvider& provider = *new RecordingProvider;
+    SetLogProxyProvider(&provider);
+    LogProxy* const proxy = NS_LOG_SERVICE1::GetLogProxy();
+    EXPECT_EQ(proxy, &provider.Proxy());
+    EXPECT_EQ(NS_LOG_SERVICE1::GetLogProxy(), proxy);
+
+    NS_LOG_SERVICE1::Diagnostic().Print(2, "text %d %s", 5, "value");
+    const auto reports = provider.Proxy().All();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].level, 2);
+    EXPECT_EQ(reports[0].text, "text 5 value");
+    EXPECT_EQ(reports[0].file, "logimpl");
+    EXPECT_GT(reports[0].line, 0);
+    EXPECT_THAT(provider.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
+}
+
+TEST(FallbackLogProxy, PrintsTheFormatItself) {
+    DefaultLogProxy proxy;
+    const CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput errors(STDERR_FILENO);
+    proxy.SetPosition("logimpl", 210);
+    proxy.Print(1, "\nlog output mode value : %d, it is meaningless !!\n", 7);
+    EXPECT_EQ(output.Text(), "\nlog output mode value : %d, it is meaningless !!\n");
+    proxy.Print(2, "%s %s %%\n", "a", "b");
+    EXPECT_EQ(output.Text(), "\nlog output mode value : %d, it is meaningless !!\n%s %s %%\n");
+    EXPECT_EQ(errors.Text(), "");
+}
+
+TEST(FallbackLogProxy, PrintsLongAndEmptyTexts) {
+    DefaultLogProxy proxy;
+    const CapturedOutput output(STDOUT_FILENO);
+    const std::string text(100'000, '%');
+    proxy.Print(1, "%s", "");
+    EXPECT_EQ(output.Text(), "%s");
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+    const char* const format = text.c_str();
+    proxy.Print(1, format);
+#pragma GCC diagnostic pop
+    EXPECT_EQ(output.Text(), "%s" + text);
+}
+
+TEST(FallbackLogProxy, DoesNothingElse) {
+    const CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput errors(STDERR_FILENO);
+    DefaultLogProxy proxy;
+    proxy.Reserved2();
+    proxy.Reserved3();
+    proxy.Reserved5();
+    EXPECT_EQ(proxy.Reserved6(), 0);
+    EXPECT_EQ(proxy.Reserved7(), 0);
+    EXPECT_EQ(proxy.Reserved8(), 0);
+    EXPECT_EQ(proxy.Reserved9(), 0);
+    EXPECT_EQ(proxy.Reserved10(), 0);
+    proxy.Reserved11();
+    EXPECT_EQ(proxy.Reserved12(), 0);
+    proxy.SetPosition(nullptr, -1);
+    proxy.SetBundleName(nullptr);
+    proxy.SetServiceName(nullptr);
+    EXPECT_EQ(proxy.GetProxyName(), "DefaultLogProxy");
+    EXPECT_EQ(output.Text(), "");
+    EXPECT_EQ(errors.Text(), "");
+    EXPECT_EQ(sizeof(DefaultLogProxy), sizeof(void*));
+}
+
+}  // namespace
