@@ -1,0 +1,108 @@
+// A service with its maintenance interface, as the bundle manager starts it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "bundlemgr/ifbuf.h"
+#include "control/controlfixture.h"
+#include "control/scheduleservice.h"
+#include "logimpl.h"
+#include "qv_base_log/logmaintenanceinterface.h"
+#include "schedule/periodictasks.h"
+
+namespace NS_TEST {
+
+// Takes tasks and runs them when the test says so. For one thread.
+class ManualScheduleService : public RecordingScheduleService,
+                              public NS_SCHEDULE_SERVICE1::PeriodicTasks {
+  public:
+    int64_t CreatePeriodicTask(uint32_t intervalSeconds,
+                               NS_SCHEDULE_SERVICE1::ScheduledTask& created) override {
+        interval = intervalSeconds;
+        task = &created;
+        return nextHandle;
+    }
+
+    int64_t nextHandle = 41;
+    uint32_t interval = 0;
+    NS_SCHEDULE_SERVICE1::ScheduledTask* task = nullptr;
+};
+
+// The service is started by Start and ended by Stop, which the destructor calls otherwise.
+class MaintenanceTest : public ControlTest {
+  protected:
+    MaintenanceTest() { store_.Set("logswitch", "1,1,0,0"); }
+    ~MaintenanceTest() override { Stop(); }
+
+    void Start() {
+        service_ = _make_qv_base_log(&free_);
+        ASSERT_EQ(service_->init(0, nullptr), 0);
+    }
+
+    void Stop() {
+        if (service_ != nullptr) {
+            static_cast<NS_LOG_SERVICE1::qv_base_log*>(service_)->StopService();
+            service_->fini();
+            free_(service_);
+            service_ = nullptr;
+        }
+    }
+
+    // Null while the interface is not offered.
+    static NS_LOG_SERVICE1::LogMaintenanceInterface* Found() {
+        const auto found =
+            NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
+        return found.empty()
+                   ? nullptr
+                   : dynamic_cast<NS_LOG_SERVICE1::LogMaintenanceInterface*>(found.front());
+    }
+    static NS_LOG_SERVICE1::LogMaintenanceInterface& Maintenance() { return *Found(); }
+
+    static NS_LOG_SERVICE1::Logger& OperLogger() {
+        return *Manager().GetLogger("bundle", "service", "corbaoper");
+    }
+    static void Log(int level, const std::string& text) {
+        OperLogger().Log("file.cpp", "Function", 7, level, text);
+    }
+
+    // The details of the records in the files of a category; dumped ones behind their trigger.
+    std::vector<std::string> Written(const std::string& category) const {
+        std::vector<std::string> details;
+        for (const std::string& name : ListFiles(Path("log"))) {
+            if (name.rfind("unbi_" + category + "_2", 0) != 0) {
+                continue;
+            }
+            const std::string text = ReadFile(Path("log/" + name));
+            for (const ParsedPiece& piece : LogTextParser(text).Pieces()) {
+                if (piece.kind == ParsedPiece::RECORD || piece.kind == ParsedPiece::DUMP) {
+                    details.push_back(piece.record.detail);
+                }
+                for (const ParsedRecord& dumped : piece.dumped) {
+                    details.push_back(dumped.detail);
+                }
+            }
+        }
+        return details;
+    }
+
+    static NS_LOG_SERVICE1::ChannelStatus Channel(const std::string& category) {
+        std::vector<NS_LOG_SERVICE1::ChannelStatus> channels;
+        Maintenance().GetChannels(channels);
+        for (const NS_LOG_SERVICE1::ChannelStatus& channel : channels) {
+            if (channel.category == category) {
+                return channel;
+            }
+        }
+        ADD_FAILURE() << "no channel " << category;
+        return NS_LOG_SERVICE1::ChannelStatus();
+    }
+
+  private:
+    ACE_Service_Object* service_ = nullptr;
+    ACE_Service_Object_Exterminator free_ = nullptr;
+};
+
+}  // namespace NS_TEST

@@ -1,0 +1,222 @@
+// What the maintenance interface shows and changes, but for queued output.
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "maintenance/maintenancefixture.h"
+
+namespace NS_TEST {
+namespace {
+
+using NS_LOG_SERVICE1::ChannelStatus;
+using NS_LOG_SERVICE1::LoggerStatus;
+using NS_LOG_SERVICE1::ModuleStatus;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class MaintenanceInterface : public MaintenanceTest {};
+
+TEST_F(MaintenanceInterface, IsOfferedFromInitToFini) {
+    EXPECT_EQ(Found(), nullptr);
+    Start();
+    ASSERT_NE(Found(), nullptr);
+    EXPECT_TRUE(Found()->IsValid());
+    EXPECT_EQ(Found()->GetIFName(), "LogMaintenanceInterface");
+    Stop();
+    EXPECT_EQ(Found(), nullptr);
+}
+
+TEST_F(MaintenanceInterface, IsNotOfferedWhenTheServiceDoesNotStart) {
+    store_.OnAsked("logfilesize", RaiseStoreOutOfReach);
+    ACE_Service_Object* service = _make_qv_base_log(nullptr);
+    EXPECT_EQ(service->init(0, nullptr), -1);
+    EXPECT_EQ(Found(), nullptr);
+    static_cast<NS_LOG_SERVICE1::qv_base_log*>(service)->StopService();
+    service->fini();
+    delete service;
+}
+
+TEST_F(MaintenanceInterface, SaysItsVersion) {
+    Start();
+    EXPECT_EQ(Maintenance().GetVersion(), 1U);
+}
+
+TEST_F(MaintenanceInterface, FlushesEveryCategory) {
+    Start();
+    Manager().outputmode = 1;
+    Log(1, "queued");
+    Manager().GetLogger("a", "b", "debug")->Log("f", "g", 1, 1, "queued too");
+    EXPECT_THAT(Written("corbaoper"), IsEmpty());
+    Maintenance().FlushAll();
+    EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
+    EXPECT_THAT(Written("debug"), ElementsAre("queued too"));
+}
+
+TEST_F(MaintenanceInterface, DumpsOneCategoryOrAll) {
+    Start();
+    Log(3, "kept back");
+    Manager().GetLogger("a", "b", "debug")->Log("f", "g", 1, 3, "kept back too");
+    EXPECT_TRUE(Maintenance().OutputAll("corbaoper"));
+    const std::string head = "The follow message was dump by maintenance command flushall.";
+    EXPECT_THAT(Written("corbaoper"), ElementsAre(head, "kept back"));
+    EXPECT_THAT(Written("debug"), IsEmpty());
+    EXPECT_TRUE(Maintenance().OutputAll(""));
+    EXPECT_THAT(Written("corbaoper"), ElementsAre(head, "kept back", head));
+    EXPECT_THAT(Written("debug"), ElementsAre(head, "kept back too"));
+}
+
+TEST_F(MaintenanceInterface, RefusesToDumpACategoryThatDoesNotExist) {
+    Start();
+    EXPECT_FALSE(Maintenance().OutputAll("corba"));
+    EXPECT_FALSE(Maintenance().OutputAll("CorbaOper"));
+}
+
+TEST_F(MaintenanceInterface, ListsLoggersInTheOrderOfTheirCreation) {
+    Start();
+    Manager().GetLogger("z", "1", "debug");
+    Manager().GetLogger("a", "2", "corbasys")->EnableLevel(3);
+    std::vector<LoggerStatus> loggers(5);
+    Maintenance().GetLoggers(loggers);
+    ASSERT_EQ(loggers.size(), 2U);
+    EXPECT_EQ(loggers[0].first, "z");
+    EXPECT_EQ(loggers[0].second, "1");
+    EXPECT_EQ(loggers[0].category, "debug");
+    EXPECT_THAT(loggers[0].levels, ElementsAre(true, true, false, false));
+    EXPECT_EQ(loggers[1].first, "a");
+    EXPECT_THAT(loggers[1].levels, ElementsAre(true, true, false, true));
+}
+
+TEST_F(MaintenanceInterface, SwitchesALevelOfOneLogger) {
+    Start();
+    Manager().GetLogger("other", "service", "corbaoper");
+    OperLogger();
+    EXPECT_TRUE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 3, true));
+    EXPECT_TRUE(OperLogger().Levels()[3]);
+    EXPECT_FALSE(Manager().GetLogger("other", "service", "corbaoper")->Levels()[3]);
+    EXPECT_TRUE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 0, false));
+    EXPECT_FALSE(OperLogger().Levels()[0]);
+    EXPECT_EQ(Levels(), "1100");
+}
+
+TEST_F(MaintenanceInterface, RefusesALoggerOrALevelThatDoesNotExist) {
+    Start();
+    OperLogger();
+    EXPECT_FALSE(Maintenance().SetLoggerLevel("bundle", "service", "debug", 1, true));
+    EXPECT_FALSE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 4, true));
+    EXPECT_FALSE(Maintenance().SetLevel(4, true));
+    EXPECT_FALSE(Maintenance().SetLevel(0xffffffff, false));
+    EXPECT_EQ(Levels(), "1100");
+}
+
+TEST_F(MaintenanceInterface, SwitchesALevelForAllLoggersAndThoseToCome) {
+    Start();
+    OperLogger();
+    EXPECT_TRUE(Maintenance().SetLevel(2, true));
+    EXPECT_TRUE(Maintenance().SetLevel(0, false));
+    EXPECT_EQ(Levels(), "0110");
+    EXPECT_EQ(Levels(OperLogger().Levels()), "0110");
+    EXPECT_EQ(Levels(Manager().GetLogger("new", "one", "debug")->Levels()), "0110");
+}
+
+TEST_F(MaintenanceInterface, ShowsTheModulesThatWereSet) {
+    Start();
+    NS_LOG_SERVICE1::ModuleSwitchTable::Instance()->Set(7, false);
+    NS_LOG_SERVICE1::ModuleSwitchTable::Instance()->Set(3, true);
+    std::vector<ModuleStatus> modules(4);
+    Maintenance().GetModules(modules);
+    ASSERT_EQ(modules.size(), 2U);
+    EXPECT_EQ(modules[0].module, 3);
+    EXPECT_TRUE(modules[0].on);
+    EXPECT_EQ(modules[1].module, 7);
+    EXPECT_FALSE(modules[1].on);
+}
+
+TEST_F(MaintenanceInterface, ShowsSevenChannelsInTheOrderOfTheirNames) {
+    Start();
+    std::vector<ChannelStatus> channels(1);
+    Maintenance().GetChannels(channels);
+    std::vector<std::string> names;
+    for (const ChannelStatus& channel : channels) {
+        names.push_back(channel.category);
+        EXPECT_EQ(channel.currentFile, "");
+        EXPECT_EQ(channel.bytesWritten, 0U);
+        EXPECT_EQ(channel.lastError, 0);
+    }
+    EXPECT_THAT(names, ElementsAre("corba_alarm", "corba_internal_oper", "corbadebug",
+                                   "corbanotify", "corbaoper", "corbasys", "debug"));
+}
+
+TEST_F(MaintenanceInterface, CountsWhatAChannelHasDone) {
+    store_.Set("filterbuflength", "2");
+    Start();
+    for (const char* text : {"a", "b", "c"}) {
+        Log(3, text);
+    }
+    EXPECT_EQ(Channel("corbaoper").recordsCached, 2U);
+    EXPECT_EQ(Channel("corbaoper").recordsEvicted, 1U);
+    Log(1, "written");
+    Log(0, "with the history");
+    Manager().outputmode = 1;
+    Log(1, "queued");
+    Log(1, "queued");
+
+    const ChannelStatus channel = Channel("corbaoper");
+    EXPECT_EQ(channel.recordsCached, 0U);
+    EXPECT_EQ(channel.recordsWritten, 2U);
+    EXPECT_EQ(channel.recordsDumped, 2U);
+    EXPECT_EQ(channel.recordsDropped, 0U);
+    EXPECT_EQ(channel.recordsQueued, 2U);
+    EXPECT_EQ(channel.recordsQueuedMost, 2U);
+    EXPECT_EQ(channel.rotations, 0U);
+    EXPECT_EQ(channel.bytesWritten, std::filesystem::file_size(channel.currentFile));
+    EXPECT_THAT(channel.currentFile,
+                AllOf(HasSubstr(Path("log/unbi_corbaoper_")), EndsWith(".log")));
+
+    Maintenance().FlushAll();
+    EXPECT_EQ(Channel("corbaoper").recordsQueued, 0U);
+    EXPECT_EQ(Channel("corbaoper").recordsQueuedMost, 2U);
+    EXPECT_EQ(Channel("corbaoper").recordsWritten, 4U);
+    EXPECT_EQ(Channel("debug").recordsWritten, 0U);
+}
+
+TEST_F(MaintenanceInterface, ShowsWhyRecordsWereDropped) {
+    Start();
+    WriteFile(Path("log"), "in the way");
+    Log(1, "lost");
+    const ChannelStatus channel = Channel("corbaoper");
+    EXPECT_EQ(channel.recordsDropped, 1U);
+    EXPECT_EQ(channel.recordsWritten, 0U);
+    EXPECT_EQ(channel.lastError, ENOTDIR);
+    EXPECT_GT(channel.lastErrorTime, 1700000000);
+}
+
+TEST_F(MaintenanceInterface, ReportsAtTheEndWhatCouldNotBeWritten) {
+    Start();
+    WriteFile(Path("log"), "in the way");
+    Manager().outputmode = 1;
+    Log(1, "queued until the end");
+    Log(1, "this one too");
+    Stop();
+    EXPECT_THAT(Proxy().Printed(),
+                Contains(IsDiagnostic(1, "logimpl",
+                                      "\n[qv_base_log::fini] corbaoper: 2 records could not be "
+                                      "written (last error: Not a directory) !!\n")));
+    EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("fini] debug:"))));
+}
+
+TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
+    Start();
+    Log(1, "written");
+    Stop();
+    EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("qv_base_log::fini"))));
+}
+
+}  // namespace
+}  // namespace NS_TEST
