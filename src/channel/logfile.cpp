@@ -233,8 +233,9 @@ void LogFile::RotateIfFull() {
     }
 }
 
-// Appends the contents of the file at `path`. Returns whether the file at `path` is not needed any
-// more: all of it could be taken over, or nothing can be read from it anyway.
+// Appends the contents of the file at `path`, whole or not at all: a part could end in the middle
+// of a record. Returns whether the file at `path` is not needed any more: all of it could be taken
+// over, or nothing can be read from it anyway.
 bool LogFile::TakeContentsOf(const std::string& path) {
     if (stream_.IsSameFile(path)) {
         return false;  // another spelling of the same directory
@@ -245,17 +246,22 @@ bool LogFile::TakeContentsOf(const std::string& path) {
         return true;
     }
     constexpr size_t kChunkSize = 4096;
+    const uint64_t bytesBefore = bytesWritten_;
+    bool taken = true;
     size_t length = 0;
     do {
         frames_.Clear();
         char* chunk = frames_.Reserve(kChunkSize);
         length = std::fread(chunk, 1, kChunkSize, old.get());
         frames_.Commit(chunk + length);
-        if (!WritePiece()) {
-            return false;
-        }
-    } while (length == kChunkSize);
-    return std::ferror(old.get()) == 0;
+        taken = WritePiece();
+    } while (taken && length == kChunkSize);
+    if (!taken || std::ferror(old.get()) != 0) {
+        stream_.CutBack(bytesWritten_ - bytesBefore);
+        bytesWritten_ = bytesBefore;
+        return false;
+    }
+    return true;
 }
 
 }  // namespace NS_LOG_SERVICE1
