@@ -1,0 +1,107 @@
+// The library as it is delivered: what it exports, and its objects as a client with nothing but
+// slot numbers sees them.
+#include <ace/Service_Object.h>
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <sstream>
+
+#include "abi/slots.h"
+#include "bundlemgr/ifbuf.h"
+#include "bundlemgr/serviceobjectbase.h"
+#include "support/environment.h"
+#include "support/files.h"
+#include "support/temporarydirectory.h"
+
+using NS_TEST::CallSlot;
+using testing::ElementsAre;
+
+namespace {
+
+// What the command writes to standard output, line by line.
+std::vector<std::string> LinesOf(const std::string& command) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string text;
+    std::array<char, 4096> chunk;
+    while (std::fgets(chunk.data(), static_cast<int>(chunk.size()), pipe.get()) != nullptr) {
+        text += chunk.data();
+    }
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(Library, ExportsItsFactoryAndNothingElse) {
+    std::vector<std::string> symbols;
+    for (const std::string& line : LinesOf("nm -D --defined-only '" QV_LIBRARY "'")) {
+        std::istringstream in(line);
+        std::string address;
+        std::string kind;
+        std::string name;
+        in >> address >> kind >> name;
+        symbols.push_back(kind + " " + name);
+    }
+    EXPECT_THAT(symbols, ElementsAre("T _make_qv_base_log"));
+}
+
+class LoadedLibrary : public NS_TEST::DirectoryTest {
+  protected:
+    LoadedLibrary()
+        : share_("_APP_SHARE_DIR", Path()), library_(dlopen(QV_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
+        NS_TEST::WriteFile(Path("conf/corba_agent.cfg"), "logswitch = 1,1,1,1\n");
+    }
+
+    // Null when there is no such symbol.
+    template <class Function>
+    Function Symbol(const char* name) {
+        void* const symbol = dlsym(library_, name);
+        Function function;
+        std::memcpy(&function, &symbol, sizeof(function));
+        return function;
+    }
+
+    NS_TEST::ScopedVariable share_;
+    void* library_;
+};
+
+TEST_F(LoadedLibrary, HasEverySymbolThatItNeeds) {
+    ASSERT_NE(library_, nullptr) << dlerror();
+}
+
+TEST_F(LoadedLibrary, ServesAClientThatKnowsSlotNumbersOnly) {
+    ASSERT_NE(library_, nullptr) << dlerror();
+    const auto factory = Symbol<ACE_Service_Object* (*)(void (**)(void*))>("_make_qv_base_log");
+    ASSERT_NE(factory, nullptr);
+    void (*gobbler)(void*) = nullptr;
+    ACE_Service_Object* const object = factory(&gobbler);
+    ASSERT_NE(gobbler, nullptr);
+    EXPECT_EQ(object->init(0, nullptr), 0);
+
+    const auto found = NS_BUNDLEMGR1::CheckIFBuf("LogSvcInterface");
+    ASSERT_EQ(found.size(), 1u);
+    using Text = const std::string&;
+    const std::string name = "a";
+    const std::string category = "debug";
+    const std::string text = "hello";
+    EXPECT_EQ(CallSlot<std::string>(2, found.front()), "LogSvcInterface!");
+    void* const logger = CallSlot<void*, Text, Text, Text>(6, found.front(), name, name, category);
+    ASSERT_NE(logger, nullptr);
+    CallSlot<void, Text, Text, unsigned, int, Text>(6, logger, name, name, 7, 1, text);
+    const auto files = NS_TEST::ListFiles(Path("log"));
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_THAT(NS_TEST::ReadFile(Path("log/" + files.front())),
+                testing::EndsWith(", DL:1, File: a Func:a Line:7\n Detail: hello\n</1>\n\n"));
+
+    EXPECT_EQ(dynamic_cast<NS_BUNDLEMGR1::ServiceObjectBase*>(object)->StopService(), 0);
+    EXPECT_EQ(object->fini(), 0);
+    gobbler(object);
+    EXPECT_TRUE(NS_BUNDLEMGR1::CheckIFBuf("LogSvcInterface").empty());
+}
+
+}  // namespace
