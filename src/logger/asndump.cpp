@@ -40,12 +40,16 @@ DumpStream& Dump() {
     return *dump;
 }
 
-// The error state goes first: a stream in error does not seek. The format comes last: messages may
-// leave flags behind that would show in the next one.
-void Rewind(DumpStream& dump) {
-    dump.stream.clear();
-    dump.stream.seekp(0);
+// Puts right whatever a message has done to the stream: its looks, the exceptions that it raises
+// (first, so that nothing here does), its buffer, and with that its error state.
+void Restore(DumpStream& dump) {
     dump.stream.copyfmt(dump.pristine);
+    static_cast<std::ios&>(dump.stream).rdbuf(dump.stream.rdbuf());
+}
+
+void Rewind(DumpStream& dump) {
+    Restore(dump);
+    dump.stream.seekp(0);
 }
 
 size_t TextLength() {
@@ -103,10 +107,14 @@ void AsnDump::Echo(const std::string& text) {
     ACE_OS::printf("%s%s", header, text.c_str());
 }
 
+// The text must end here even when the message has left the stream in error: what stands behind it
+// belongs to an older dump, and what an older message printed behind a zero byte, or before it
+// threw, was never masked.
 void AsnDump::PrintWhole(const NS_ASN1::AsnObject& message) {
     DumpStream& dump = Dump();
     Rewind(dump);
     message.Print(dump.stream, 0, 1);
+    Restore(dump);
     dump.stream.put('\0');
 }
 
