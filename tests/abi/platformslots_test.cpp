@@ -6,11 +6,14 @@
 #include <vector>
 
 #include "abi/slots.h"
+#include "asn/asnobject.h"
 #include "bundlemgr/bundlemgr.h"
+#include "bundlemgr/corbaconfigitems.h"
 #include "diagnostic/defaultlogproxy.h"
 #include "diagnostic/logproxycache.h"
 #include "lookup/nullserviceinterface.h"
 #include "manager/recordinglogproxy.h"
+#include "schedule/periodictasks.h"
 #include "schedule/schedulesvcinterface.h"
 #include "support/capturedoutput.h"
 
@@ -92,6 +95,22 @@ TEST(ScheduleSlots, DeleteATaskInSlotSix) {
     EXPECT_EQ(SlotOf(&ScheduleSvcInterface::GetIFName), 2u);
     EXPECT_EQ(SlotOf(&ScheduleSvcInterface::IsValid), 3u);
     EXPECT_EQ(SlotOf(&ScheduleSvcInterface::DeleteTask), 6u);
+}
+
+TEST(ScheduleSlots, CreateAndRunTasksBehindTheDestructors) {
+    EXPECT_EQ(SlotOf(&NS_SCHEDULE_SERVICE1::PeriodicTasks::CreatePeriodicTask), 2u);
+    EXPECT_EQ(SlotOf(&NS_SCHEDULE_SERVICE1::ScheduledTask::Run), 2u);
+}
+
+TEST(ConfigurationSlots, AreNumberedAsDeclared) {
+    EXPECT_EQ(SlotOf(&NS_BUNDLEMGR1::CorbaConfigItems::GetIntItemInfo), 2u);
+    EXPECT_EQ(SlotOf(&NS_BUNDLEMGR1::CorbaConfigItems::GetStrItemInfo), 3u);
+    EXPECT_EQ(SlotOf(&NS_BUNDLEMGR1::CorbaConfigItems::GetCorbaConfigItems), 4u);
+}
+
+TEST(MessageSlots, AreNumberedAsDeclared) {
+    EXPECT_EQ(SlotOf(&NS_ASN1::AsnObject::Print), 2u);
+    EXPECT_EQ(SlotOf(&NS_ASN1::AsnObject::GetTypeName), 3u);
 }
 
 TEST(ServiceInterfaceSlots, AreNumberedAsThePlatformWasBuilt) {

@@ -2,6 +2,7 @@
 #include "abi/slots.h"
 #include "logimpl.h"
 #include "manager/managertest.h"
+#include "qv_base_log/logmaintenanceinterface.h"
 #include "service/servicetest.h"
 
 using NS_LOG_SERVICE1::LoggerIF;
@@ -32,6 +33,23 @@ void ExpectSlotsOfTheInterface() {
 TEST(InterfaceSlots, AreNumberedAsClientsWereBuilt) {
     ExpectSlotsOfTheInterface<LogSvcInterface>();
     ExpectSlotsOfTheInterface<LogSvcIFImpl>();
+}
+
+TEST(InterfaceSlots, OfTheMaintenanceInterfaceAreNumberedAsDeclared) {
+    using Interface = NS_LOG_SERVICE1::LogMaintenanceInterface;
+    EXPECT_EQ(SlotOf(&Interface::GetIFName), 2u);
+    EXPECT_EQ(SlotOf(&Interface::IsValid), 3u);
+    EXPECT_EQ(SlotOf(&Interface::GetVersion), 4u);
+    EXPECT_EQ(SlotOf(&Interface::FlushAll), 5u);
+    EXPECT_EQ(SlotOf(&Interface::OutputAll), 6u);
+    EXPECT_EQ(SlotOf(&Interface::SetQueuedOutput), 7u);
+    EXPECT_EQ(SlotOf(&Interface::GetOutputMode), 8u);
+    EXPECT_EQ(SlotOf(&Interface::HasPeriodicOutput), 9u);
+    EXPECT_EQ(SlotOf(&Interface::GetLoggers), 10u);
+    EXPECT_EQ(SlotOf(&Interface::SetLoggerLevel), 11u);
+    EXPECT_EQ(SlotOf(&Interface::SetLevel), 12u);
+    EXPECT_EQ(SlotOf(&Interface::GetChannels), 13u);
+    EXPECT_EQ(SlotOf(&Interface::GetModules), 14u);
 }
 
 using ServiceTable = NS_TEST::RecordedServiceTest;

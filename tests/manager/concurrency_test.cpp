@@ -1,6 +1,6 @@
 // Many threads that log into all categories at once.
+#include <atomic>
 #include <map>
-#include <set>
 
 #include "manager/managertest.h"
 #include "support/logfileparser.h"
@@ -158,6 +158,103 @@ TEST_P(ManyThreads, LoseNothingAndTearNothing) {
             EXPECT_EQ(found.notices, 0);
         }
     }
+}
+
+// How often each detail stands in the file, as a record or inside a dump.
+std::map<std::string, int> Occurrences(const std::string& path) {
+    std::map<std::string, int> occurrences;
+    for (const ParsedPiece& piece : NS_TEST::ParseLogPieces(path)) {
+        if (piece.kind == ParsedPiece::RECORD) {
+            ++occurrences[piece.record.detail];
+        }
+        for (const ParsedRecord& record : piece.dumped) {
+            ++occurrences[record.detail];
+        }
+    }
+    return occurrences;
+}
+
+class ManyThreadsWhileThingsChange : public NS_TEST::BareManagerTest {
+  protected:
+    static constexpr int kRecords = 1000;
+
+    ManyThreadsWhileThingsChange() {
+        Manager().filterbuflength = kThreads * kRecords;
+        Manager().levelSwitches = LevelSwitches(0b0011);
+        Manager().CreateChannels();
+    }
+
+    // Calls `change` with a growing number for as long as the threads log.
+    template <class Change>
+    void LogWhile(Change change) {
+        std::atomic<int> running{kThreads};
+        std::vector<std::thread> threads;
+        for (int number = 0; number < kThreads; ++number) {
+            threads.emplace_back([number, &running] {
+                NS_LOG_SERVICE1::LoggerIF* const logger =
+                    LogMgr::Instance()->GetLogger("a", std::to_string(number), "debug");
+                for (int record = 0; record < kRecords; ++record) {
+                    logger->Log("f.cpp", "Run", 7, 1,
+                                std::to_string(number) + ":" + std::to_string(record));
+                }
+                --running;
+            });
+        }
+        for (unsigned round = 0; running > 0; ++round) {
+            change(round);
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        Manager().FlushAll();
+        Manager().GetLogger("last", "", "debug")->Log("f.cpp", "Run", 7, 0, "end");
+    }
+
+    void ExpectEachRecordOnce() const {
+        ASSERT_EQ(Files("debug").size(), 1u);
+        const auto occurrences = Occurrences(Path("log/" + Files("debug").front()));
+        for (int number = 0; number < kThreads; ++number) {
+            for (int record = 0; record < kRecords; ++record) {
+                const std::string detail = std::to_string(number) + ":" + std::to_string(record);
+                const auto found = occurrences.find(detail);
+                ASSERT_TRUE(found != occurrences.end()) << detail << " is lost";
+                ASSERT_EQ(found->second, 1) << detail;
+            }
+        }
+    }
+};
+
+TEST_F(ManyThreadsWhileThingsChange, LoseNothingToTheOutputMode) {
+    LogWhile([](unsigned round) {
+        Manager().outputmode = round % 2;
+        Manager().FlushAll();
+    });
+    ExpectEachRecordOnce();
+}
+
+TEST_F(ManyThreadsWhileThingsChange, LoseNothingToTheLevelSwitches) {
+    LogWhile([](unsigned round) {
+        if (round % 2 == 0) {
+            Manager().DisableAllLogLevel(1);
+        } else {
+            Manager().EnableAllLogLevel(1);
+        }
+    });
+    ExpectEachRecordOnce();
+}
+
+TEST_F(ManyThreadsWhileThingsChange, LoseNothingToDumps) {
+    Manager().outputmode = 1;
+    NS_LOG_SERVICE1::TEDebugInfoBuf* const channel = Manager().Channels().Find("debug");
+    LogWhile([channel](unsigned round) {
+        Manager().DisableAllLogLevel(1);
+        channel->OutputAll();
+        Manager().EnableAllLogLevel(1);
+        if (round % 2 == 0) {
+            channel->Flush();
+        }
+    });
+    ExpectEachRecordOnce();
 }
 
 INSTANTIATE_TEST_SUITE_P(InMode, ManyThreads, testing::Values(0u, 1u));

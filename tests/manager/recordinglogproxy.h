@@ -3,8 +3,10 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bundlemgr/logproxy.h"
@@ -31,6 +33,13 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
     void Clear() {
         const std::lock_guard<std::mutex> guard(mutex_);
         diagnostics_.clear();
+        listener_ = nullptr;
+    }
+
+    // Calls `listener` with each diagnostic to come, until the next Clear.
+    void SetListener(std::function<void(const RecordedDiagnostic&)> listener) {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        listener_ = std::move(listener);
     }
 
     void Print(int level, const char* format, ...) override __attribute__((format(printf, 3, 4))) {
@@ -42,6 +51,9 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
         const std::lock_guard<std::mutex> guard(mutex_);
         diagnostics_.push_back({level, format, text, Position().file, Position().line});
         Position() = {};
+        if (listener_) {
+            listener_(diagnostics_.back());
+        }
     }
     void SetPosition(const char* file, int line) override { Position() = {file, line}; }
     void SetBundleName(const char* name) override { names_.push_back(name); }
@@ -73,7 +85,8 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
     }
 
     mutable std::mutex mutex_;
-    std::vector<RecordedDiagnostic> diagnostics_;  // guarded by mutex_
+    std::vector<RecordedDiagnostic> diagnostics_;              // guarded by mutex_
+    std::function<void(const RecordedDiagnostic&)> listener_;  // guarded by mutex_
     std::vector<std::string> names_;
 };
 

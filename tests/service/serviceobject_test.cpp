@@ -146,6 +146,30 @@ TEST_F(ServiceObject, ServesClientsAfterItsThreadWasStopped) {
     Gobble(object);
 }
 
+// The monitor is created where there was none, so that its end is reported either way.
+TEST_F(ServiceObject, EndsTheMonitorBeforeTheManager) {
+    for (const bool started : {true, false}) {
+        qv_base_log* const object = Make();
+        if (started) {
+            EXPECT_EQ(object->init(0, nullptr), 0);
+        }
+        EXPECT_EQ(object->StopService(), 0);
+        Diagnostics().Clear();
+        std::vector<bool> managerWasThere;
+        Diagnostics().SetListener([&managerWasThere](const NS_TEST::RecordedDiagnostic& report) {
+            EXPECT_EQ(report.text,
+                      "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!");
+            EXPECT_EQ(report.file, "logswitchmonitormgr");
+            managerWasThere.push_back(LogMgr::InstanceIfAny() != nullptr);
+        });
+        EXPECT_EQ(object->fini(), 0);
+        EXPECT_THAT(managerWasThere, ElementsAre(started));
+        EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+        Diagnostics().Clear();
+        Gobble(object);
+    }
+}
+
 // The manager is gone by the time the interface is removed, and that is done by the object's own
 // class.
 TEST_F(ServiceObject, EndsTheServiceBeforeItRemovesTheInterface) {
