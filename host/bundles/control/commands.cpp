@@ -101,8 +101,10 @@ Json::Value Level(const Request& request) {
         }
         return Json::objectValue;
     }
-    if (!FindMaintenance().SetLoggerLevel(request.GetText("first"), request.GetText("second"),
-                                          request.GetText("category"), level, on)) {
+    const std::string first = request.GetText("first");
+    const std::string second = request.GetText("second");
+    const std::string category = request.GetText("category");
+    if (!FindMaintenance().SetLoggerLevel(first, second, category, level, on)) {
         throw RequestError("there is no such logger, or level " + std::to_string(level) +
                            " has no switch");
     }

@@ -1,0 +1,23 @@
+// Why the control program cannot go on.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "agentctl/exitcode.h"
+
+namespace NS_REFERENCE_HOST {
+
+// A message for the operator and the code that the program ends with.
+class ControlError : public std::runtime_error {
+  public:
+    ControlError(ControlExit exitCode, const std::string& message)
+        : std::runtime_error(message), exitCode_(exitCode) {}
+
+    ControlExit GetExitCode() const noexcept { return exitCode_; }
+
+  private:
+    ControlExit exitCode_;
+};
+
+}  // namespace NS_REFERENCE_HOST

@@ -1,0 +1,167 @@
+// The control program without an agent, and with agents that do not answer as they should.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "agentctl/program.h"
+#include "agentctl/tasks.h"
+#include "control/controlserver.h"
+#include "support/temporarydirectory.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using NS_REFERENCE_HOST::ControlServer;
+using NS_TEST::ProgramResult;
+using NS_TEST::RunProgram;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class ControlProgram : public NS_TEST::DirectoryTest {
+  protected:
+    ControlProgram() { unsetenv("_APP_SHARE_DIR"); }
+
+    static ProgramResult Run(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), QV_AGENTCTL);
+        return RunProgram(arguments);
+    }
+
+    std::string Socket() const { return Path("socket"); }
+
+    // An agent that gives everybody this answer.
+    std::unique_ptr<ControlServer> Serve(const std::string& answer) const {
+        auto server = std::make_unique<ControlServer>(
+            Socket(), [answer](const std::string&) { return answer; }, 60s);
+        server->Start();
+        return server;
+    }
+};
+
+TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
+    const ProgramResult result = Run({"--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, IsEmpty());
+    for (const char* expected :
+         {"status [--watch", "flushall [CATEGORY]", "queue on|off", "loggers",
+          "level N on|off [FIRST SECOND CATEGORY]", "module show", "mode N", "--json",
+          "--share DIR", "--socket PATH", "--timeout SECONDS", "Exit codes:"}) {
+        EXPECT_THAT(result.output, HasSubstr(expected));
+    }
+}
+
+TEST_F(ControlProgram, VersionIsOneLine) {
+    EXPECT_THAT(Run({"--version"}).output, ::testing::MatchesRegex("qv_agentctl [0-9.]+\n"));
+}
+
+TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"nonsense"},
+        {"status", "extra"},
+        {"status", "--nonsense"},
+        {"status", "flush"},
+        {"status", "--watch", "never"},
+        {"queue"},
+        {"queue", "maybe"},
+        {"level"},
+        {"level", "1"},
+        {"level", "4", "on"},
+        {"level", "-1", "on"},
+        {"level", "1", "on", "first"},
+        {"level", "1", "on", "first", "second"},
+        {"level", "1", "on", "first", "second", "category", "more"},
+        {"module"},
+        {"module", "7"},
+        {"module", "x", "on"},
+        {"module", "-7", "on"},
+        {"module", "99999999999", "on"},
+        {"module", "show", "on"},
+        {"mode"},
+        {"mode", "x"},
+        {"flushall", "a", "b"},
+        {"level", "1", "on", std::string(5000, 'x'), "second", "debug"}};
+    for (std::vector<std::string> arguments : wrong) {
+        SCOPED_TRACE(::testing::PrintToString(arguments));
+        arguments.insert(arguments.begin(), {"--socket", Socket()});
+        const ProgramResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errors, HasSubstr("qv_agentctl: "));
+    }
+}
+
+TEST_F(ControlProgram, WithoutAPlaceToLookItSaysWhatToGive) {
+    const ProgramResult result = Run({"status"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("--share DIR or --socket PATH"));
+}
+
+TEST_F(ControlProgram, WithoutAnAgentItEndsWithThree) {
+    const ProgramResult result = Run({"--share", Path(), "status"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_THAT(result.errors, HasSubstr(Path("qv_agent.sock") + ": No such file or directory"));
+    EXPECT_EQ(Run({"--share", Path("nowhere"), "status"}).exitCode, 3);
+    EXPECT_EQ(Run({"--socket", Path(std::string(200, 'n')), "status"}).exitCode, 3);
+}
+
+TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
+    NS_TEST::Happening mayAnswer;
+    ControlServer server(
+        Socket(),
+        [&mayAnswer](const std::string&) {
+            mayAnswer.Await();
+            return std::string();
+        },
+        60s);
+    server.Start();
+    const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
+    mayAnswer.Happen();
+}
+
+TEST_F(ControlProgram, AnAnswerThatMakesNoSenseIsFour) {
+    for (const char* answer : {"", "nonsense", "[]", "{\"ok\":7.5x}", "{\"ok\":true,\"data\":7}",
+                               "{\"ok\":true,\"data\":{\"channels\":[7]}}"}) {
+        const auto server = Serve(answer);
+        const ProgramResult result = Run({"--socket", Socket(), "status"});
+        EXPECT_EQ(result.exitCode, 4) << answer;
+        EXPECT_THAT(result.errors, HasSubstr("cannot be understood")) << answer;
+        EXPECT_THAT(result.output, IsEmpty());
+    }
+}
+
+TEST_F(ControlProgram, AnAgentThatBreaksOffIsFour) {
+    ControlServer server(
+        Socket(), [](const std::string&) -> std::string { throw std::runtime_error("lost"); }, 60s);
+    server.Start();
+    const ProgramResult result = Run({"--socket", Socket(), "status"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.errors, HasSubstr("broke off"));
+}
+
+TEST_F(ControlProgram, ARefusalIsOneWithReasonAndCode) {
+    const auto server = Serve(R"({"ok":false,"error":"too \u001b[31mred","code":1091043331})");
+    const ProgramResult result = Run({"--socket", Socket(), "mode", "9"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.errors, "qv_agentctl: too \\x1b[31mred (0x41080003)\n");
+}
+
+TEST_F(ControlProgram, JsonIsTheDataInOneLineOfValidText) {
+    const auto server = Serve("{\"ok\":true,\"data\":{\"loggers\":[\"a\xff\"]}}");
+    const ProgramResult result = Run({"--socket", Socket(), "loggers", "--json"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "{\"loggers\":[\"a\uFFFD\"]}\n");
+}
+
+TEST_F(ControlProgram, OutputThatCannotBeWrittenIsNoSuccess) {
+    const auto server = Serve(R"({"ok":true,"data":{"modules":[]}})");
+    const ProgramResult result = RunProgram({"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
+                                             QV_AGENTCTL, "--socket", Socket(), "module", "show"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, HasSubstr("could not be written"));
+}
+
+}  // namespace

@@ -1,0 +1,264 @@
+// The control socket's server and its clients, those that behave and the others.
+#include "control/controlserver.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "agentctl/socketclient.h"
+#include "agentctl/tasks.h"
+#include "control/peer.h"
+#include "control/protocol.h"
+#include "support/capturedoutput.h"
+#include "support/temporarydirectory.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using NS_REFERENCE_HOST::ControlServer;
+using NS_REFERENCE_HOST::IsPermittedPeer;
+using NS_REFERENCE_HOST::kMaximumRequest;
+using NS_TEST::AskServer;
+using NS_TEST::SocketClient;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr std::string::size_type kLongAnswer = 16 * 1024 * 1024;
+
+// Answers with the request in brackets, but for some requests that a test has a use for.
+class ControlServerTest : public NS_TEST::DirectoryTest {
+  protected:
+    void Start(std::chrono::milliseconds patience) {
+        server_ = std::make_unique<ControlServer>(
+            Socket(), [this](const std::string& request) { return Answer(request); }, patience);
+        server_->Start();
+    }
+
+    std::string Socket() const { return Path("socket"); }
+
+    std::string Answer(const std::string& request) {
+        if (request == "long") {
+            return std::string(kLongAnswer, 'x');
+        }
+        if (request == "throw") {
+            throw std::runtime_error("broken");
+        }
+        if (request == "wait") {
+            entered_.Happen();
+            mayLeave_.Await();
+        }
+        return "[" + request + "]";
+    }
+
+    NS_TEST::Happening entered_;
+    NS_TEST::Happening mayLeave_;
+    std::unique_ptr<ControlServer> server_;
+};
+
+TEST_F(ControlServerTest, AnswersOneRequestInOneLineAndCloses) {
+    Start(60s);
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+    EXPECT_EQ(AskServer(Socket(), ""), "[]\n");
+}
+
+TEST_F(ControlServerTest, ARequestMayComeInPieces) {
+    Start(60s);
+    SocketClient client(Socket());
+    for (const char* piece : {"he", "l", "lo", "\n"}) {
+        client.Send(piece);
+        EXPECT_EQ(AskServer(Socket(), "other"), "[other]\n");  // the piece has been read by now
+    }
+    EXPECT_EQ(client.ReceiveAll(), "[hello]\n");
+}
+
+TEST_F(ControlServerTest, TakesARequestOfTheGreatestLength) {
+    Start(60s);
+    const std::string longest(kMaximumRequest - 1, 'a');
+    EXPECT_EQ(AskServer(Socket(), longest), "[" + longest + "]\n");
+}
+
+TEST_F(ControlServerTest, RefusesALongerRequest) {
+    Start(60s);
+    EXPECT_THAT(AskServer(Socket(), std::string(kMaximumRequest, 'a')),
+                HasSubstr("longer than 4096 bytes"));
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerTest, AFloodDoesNotKeepItFromServing) {
+    Start(60s);
+    for (int round = 0; round < 20; ++round) {
+        SocketClient client(Socket());
+        client.Send(std::string(1000000, 'a'));
+    }
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerTest, ARequestWithoutANewlineIsAnsweredWithTheReason) {
+    Start(60s);
+    SocketClient client(Socket());
+    client.Send("half");
+    client.EndSending();
+    EXPECT_THAT(client.ReceiveAll(), HasSubstr("does not end with a newline"));
+}
+
+TEST_F(ControlServerTest, ASilentClientIsGivenUpAndHoldsUpNobody) {
+    Start(200ms);
+    SocketClient silent(Socket());
+    silent.Send("half a li");
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+    EXPECT_THAT(silent.ReceiveAll(), IsEmpty());
+}
+
+TEST_F(ControlServerTest, AClientThatVanishesInTheMiddleOfItsAnswerHarmsNobody) {
+    Start(60s);
+    for (int round = 0; round < 10; ++round) {
+        SocketClient client(Socket());
+        client.Send("long\n");
+        EXPECT_THAT(client.ReceiveSome(1), SizeIs(1));
+    }
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerTest, AClientThatDoesNotTakeItsAnswerIsGivenUp) {
+    Start(200ms);
+    SocketClient lazy(Socket());
+    lazy.Send("long\n");
+    // The places of those who are given up are free again for these.
+    std::vector<std::unique_ptr<SocketClient>> silent;
+    for (std::size_t index = 0; index < ControlServer::kMaximumClients; ++index) {
+        silent.push_back(std::make_unique<SocketClient>(Socket()));
+    }
+    for (const auto& client : silent) {
+        EXPECT_THAT(client->ReceiveAll(), IsEmpty());
+    }
+    EXPECT_LT(lazy.ReceiveAll().size(), kLongAnswer);
+}
+
+TEST_F(ControlServerTest, ALongAnswerArrivesWhole) {
+    Start(60s);
+    EXPECT_THAT(AskServer(Socket(), "long"), SizeIs(kLongAnswer + 1));
+}
+
+TEST_F(ControlServerTest, MoreClientsThanPlacesGetTheirTurn) {
+    Start(200ms);
+    std::vector<std::unique_ptr<SocketClient>> silent;
+    for (std::size_t index = 0; index < ControlServer::kMaximumClients; ++index) {
+        silent.push_back(std::make_unique<SocketClient>(Socket()));
+    }
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerTest, ServesEightClientsAtOnce) {
+    Start(60s);
+    std::vector<std::thread> threads;
+    std::atomic<int> right{0};
+    for (int thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int round = 0; round < 50; ++round) {
+                const std::string text = std::to_string(thread * 1000 + round);
+                right += AskServer(Socket(), text) == "[" + text + "]\n" ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(right, 8 * 50);
+}
+
+TEST_F(ControlServerTest, TheTimeOfALongRequestIsNotCountedAgainstTheOthers) {
+    Start(300ms);
+    SocketClient other(Socket());
+    other.Send("he");
+    EXPECT_EQ(AskServer(Socket(), "first"), "[first]\n");  // so the other one has been admitted
+    SocketClient slow(Socket());
+    slow.Send("wait\n");
+    ASSERT_TRUE(entered_.Await());
+    std::this_thread::sleep_for(600ms);  // what the others must not lose
+    mayLeave_.Happen();
+    EXPECT_EQ(slow.ReceiveAll(), "[wait]\n");
+    other.Send("llo\n");
+    EXPECT_EQ(other.ReceiveAll(), "[hello]\n");
+}
+
+TEST_F(ControlServerTest, ARequestThatFailsCostsOnlyItsClient) {
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    Start(60s);
+    EXPECT_THAT(AskServer(Socket(), "throw"), IsEmpty());
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+    EXPECT_THAT(errors.Text(), HasSubstr("broken"));
+}
+
+TEST_F(ControlServerTest, TheEndDropsTheClientsAndRemovesTheSocket) {
+    Start(60s);
+    SocketClient waiting(Socket());
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+    server_.reset();
+    EXPECT_THAT(waiting.ReceiveAll(), IsEmpty());
+    EXPECT_NE(access(Socket().c_str(), F_OK), 0);
+}
+
+TEST_F(ControlServerTest, TheEndWaitsForTheRequestThatIsCarriedOut) {
+    Start(60s);
+    SocketClient slow(Socket());
+    slow.Send("wait\n");
+    ASSERT_TRUE(entered_.Await());
+    std::thread helper([this] { mayLeave_.Happen(); });
+    server_.reset();
+    EXPECT_TRUE(mayLeave_.HasHappened());
+    helper.join();
+}
+
+TEST(ControlPeer, TheSameUserAndRootArePermitted) {
+    EXPECT_TRUE(IsPermittedPeer(1000, 1000));
+    EXPECT_TRUE(IsPermittedPeer(0, 1000));
+    EXPECT_TRUE(IsPermittedPeer(0, 0));
+    EXPECT_FALSE(IsPermittedPeer(1001, 1000));
+    EXPECT_FALSE(IsPermittedPeer(1000, 0));
+}
+
+TEST(ControlPeer, IsKnownByTheSystem) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    EXPECT_EQ(NS_REFERENCE_HOST::GetPeer(ends[0]), geteuid());
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_THROW(NS_REFERENCE_HOST::GetPeer(ends[0]), std::system_error);
+}
+
+// Another user comes as far as this only when somebody has opened the socket's mode. Becoming
+// another user takes root; for others the two tests above have to do.
+TEST_F(ControlServerTest, AnotherUserIsRefusedEvenWhereTheModeWouldLetHimIn) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    Start(60s);
+    ASSERT_EQ(chmod(Path().c_str(), 0711), 0);
+    ASSERT_EQ(chmod(Socket().c_str(), 0666), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        bool refused = false;
+        if (setresuid(65534, 65534, 65534) == 0) {
+            refused =
+                AskServer(Socket(), "hello").find("only the agent's own user") != std::string::npos;
+        }
+        _exit(refused ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_THAT(errors.Text(), HasSubstr("refused user 65534"));
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+// The control bundle's life.
+#include "control/controlserviceobject.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "agentctl/fakelogservice.h"
+#include "agentctl/socketclient.h"
+#include "support/capturedoutput.h"
+#include "support/environment.h"
+#include "support/temporarydirectory.h"
+
+namespace {
+
+using NS_REFERENCE_HOST::ControlServiceObject;
+using NS_TEST::CapturedOutput;
+using ::testing::HasSubstr;
+
+class ControlBundle : public NS_TEST::DirectoryTest {
+  protected:
+    std::string Socket() const { return Path("qv_agent.sock"); }
+
+  private:
+    NS_TEST::ScopedVariable share_{"_APP_SHARE_DIR", Path()};
+};
+
+TEST_F(ControlBundle, ServesFromInitToStopService) {
+    const NS_TEST::FakeMaintenance fake;
+    ControlServiceObject object;
+    ASSERT_EQ(object.init(0, nullptr), 0);
+    EXPECT_THAT(NS_TEST::AskServer(Socket(), R"({"command":"status"})"), HasSubstr("\"ok\":true"));
+    EXPECT_EQ(object.StopService(), 0);
+    EXPECT_FALSE(std::filesystem::exists(Socket()));
+    EXPECT_EQ(object.fini(), 0);
+}
+
+TEST_F(ControlBundle, ASecondAgentInTheSamePlaceIsRefusedAndTheFirstGoesOn) {
+    const CapturedOutput errors(STDERR_FILENO);
+    const NS_TEST::FakeMaintenance fake;
+    ControlServiceObject first;
+    ControlServiceObject second;
+    ASSERT_EQ(first.init(0, nullptr), 0);
+    EXPECT_EQ(second.init(0, nullptr), -1);
+    EXPECT_THAT(errors.Text(), HasSubstr("another agent serves " + Socket()));
+    second.fini();
+    EXPECT_THAT(NS_TEST::AskServer(Socket(), R"({"command":"status"})"), HasSubstr("\"ok\":true"));
+    first.fini();
+}
+
+TEST_F(ControlBundle, RefusesToStartWithoutAShareDirectory) {
+    const NS_TEST::ScopedVariable none("_APP_SHARE_DIR", std::nullopt);
+    const CapturedOutput errors(STDERR_FILENO);
+    ControlServiceObject object;
+    EXPECT_EQ(object.init(0, nullptr), -1);
+    EXPECT_THAT(errors.Text(), HasSubstr("_APP_SHARE_DIR"));
+}
+
+TEST_F(ControlBundle, RefusesArgumentsThatItDoesNotKnow) {
+    const CapturedOutput errors(STDERR_FILENO);
+    ControlServiceObject object;
+    char argument[] = "--open";
+    char* arguments[] = {argument, nullptr};
+    EXPECT_EQ(object.init(1, arguments), -1);
+    EXPECT_THAT(errors.Text(), HasSubstr("--open"));
+    EXPECT_FALSE(std::filesystem::exists(Socket()));
+}
+
+}  // namespace

@@ -1,0 +1,102 @@
+// A logging service that notes what it is asked to do.
+#pragma once
+
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bundlemgr/ifbuf.h"
+#include "platform/hostcontrol.h"
+#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logsvcinterface.h"
+
+namespace NS_TEST {
+
+// Registered as long as it lives. The fields are the test's to set and to read.
+//
+// Thread safety: one thread at a time.
+class FakeMaintenance : public NS_LOG_SERVICE1::LogMaintenanceInterface {
+  public:
+    FakeMaintenance() {
+        NS_BUNDLEMGR1::SetIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME, this);
+    }
+    ~FakeMaintenance() override { NS_REFERENCE_HOST::RemoveFromIFBuf(this); }
+
+    std::string GetIFName() const override { return "fake"; }
+    bool IsValid() const override { return true; }
+    unsigned int GetVersion() const override { return version; }
+    void FlushAll() override { calls.push_back("FlushAll"); }
+    bool OutputAll(const std::string& category) override {
+        calls.push_back("OutputAll " + category);
+        return success;
+    }
+    unsigned int SetQueuedOutput(bool on) override {
+        calls.push_back(on ? "SetQueuedOutput on" : "SetQueuedOutput off");
+        return code;
+    }
+    unsigned int GetOutputMode() override { return 1; }
+    bool HasPeriodicOutput() override { return true; }
+    void GetLoggers(std::vector<NS_LOG_SERVICE1::LoggerStatus>& all) override {
+        if (throws) {
+            throw std::runtime_error("out of breath");
+        }
+        all = loggers;
+    }
+    bool SetLoggerLevel(const std::string& first, const std::string& second,
+                        const std::string& category, unsigned int level, bool on) override {
+        calls.push_back("SetLoggerLevel " + first + "|" + second + "|" + category + " " +
+                        std::to_string(level) + (on ? " on" : " off"));
+        return success;
+    }
+    bool SetLevel(unsigned int level, bool on) override {
+        calls.push_back("SetLevel " + std::to_string(level) + (on ? " on" : " off"));
+        return success;
+    }
+    void GetChannels(std::vector<NS_LOG_SERVICE1::ChannelStatus>& all) override { all = channels; }
+    void GetModules(std::vector<NS_LOG_SERVICE1::ModuleStatus>& all) override { all = modules; }
+
+    std::vector<std::string> calls;
+    std::vector<NS_LOG_SERVICE1::LoggerStatus> loggers;
+    std::vector<NS_LOG_SERVICE1::ChannelStatus> channels;
+    std::vector<NS_LOG_SERVICE1::ModuleStatus> modules;
+    unsigned int version = NS_LOG_SERVICE1::LOG_MAINTENANCE_VERSION;
+    unsigned int code = 0;
+    bool success = true;
+    bool throws = false;
+};
+
+// The same for the service itself.
+class FakeLogService : public NS_LOG_SERVICE1::LogSvcInterface {
+  public:
+    FakeLogService() { NS_BUNDLEMGR1::SetIFBuf(NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME, this); }
+    ~FakeLogService() override { NS_REFERENCE_HOST::RemoveFromIFBuf(this); }
+
+    std::string GetIFName() const override { return "fake"; }
+    bool IsValid() const override { return true; }
+    bool Init() override { return true; }
+    void Fini() override {}
+    NS_LOG_SERVICE1::LoggerIF* GetLogger(const std::string&, const std::string&,
+                                         const std::string&) override {
+        return nullptr;
+    }
+    unsigned int SetOutputMode(unsigned int mode) override {
+        modes.push_back(mode);
+        return code;
+    }
+    bool GetModuleSwitch(const unsigned int& module) override {
+        const auto found = switches.find(module);
+        return found == switches.end() || found->second;
+    }
+    void SetModuleSwitch(const unsigned int& module, const bool& on) override {
+        switches[module] = on;
+    }
+    bool IsLevelEnabled(const unsigned int&) override { return true; }
+    unsigned int IsLogOutputPara() override { return 0; }
+
+    std::vector<unsigned int> modes;
+    std::map<unsigned int, bool> switches;
+    unsigned int code = 0;
+};
+
+}  // namespace NS_TEST

@@ -1,0 +1,155 @@
+// The control socket in the file system.
+#include "control/listeningsocket.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+
+#include "agentctl/socketclient.h"
+#include "support/files.h"
+#include "support/temporarydirectory.h"
+
+namespace {
+
+using NS_REFERENCE_HOST::FileDescriptor;
+using NS_REFERENCE_HOST::ListeningSocket;
+using NS_REFERENCE_HOST::SocketAddress;
+using NS_TEST::SocketClient;
+using ::testing::HasSubstr;
+
+class ListeningSocketTest : public NS_TEST::DirectoryTest {
+  protected:
+    std::string Socket() const { return Path("socket"); }
+
+    // Why no socket can be made there; empty when one can.
+    std::string Reason() const {
+        try {
+            const ListeningSocket made(Socket());
+            return std::string();
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+    }
+
+    mode_t Mode() const {
+        struct stat found {};
+        return stat(Socket().c_str(), &found) == 0 ? found.st_mode : 0;
+    }
+
+    // What an agent leaves that has been killed.
+    void LeaveSocket() const {
+        const FileDescriptor dead(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const SocketAddress address(Socket());
+        ASSERT_EQ(bind(dead.Get(), address.Get(), address.GetSize()), 0);
+    }
+};
+
+TEST_F(ListeningSocketTest, IsForItsOwnerOnlyWhateverTheMask) {
+    for (const mode_t mask : {0U, 0022U, 0077U, 0777U}) {
+        const mode_t before = umask(mask);
+        const ListeningSocket made(Socket());
+        umask(before);
+        EXPECT_EQ(Mode(), S_IFSOCK | 0600);
+        EXPECT_NO_THROW(SocketClient client(Socket()));
+    }
+}
+
+TEST_F(ListeningSocketTest, LeavesTheMaskAlone) {
+    const mode_t before = umask(0031);
+    const ListeningSocket made(Socket());
+    EXPECT_EQ(umask(before), 0031U);
+}
+
+TEST_F(ListeningSocketTest, LeavesNothingElseInTheDirectory) {
+    {
+        const ListeningSocket made(Socket());
+        EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::ElementsAre("socket"));
+    }
+    EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::IsEmpty());
+}
+
+TEST_F(ListeningSocketTest, ReplacesTheSocketOfADeadAgent) {
+    LeaveSocket();
+    const ListeningSocket made(Socket());
+    EXPECT_NO_THROW(SocketClient client(Socket()));
+    EXPECT_EQ(Mode(), S_IFSOCK | 0600);
+}
+
+TEST_F(ListeningSocketTest, DoesNotReplaceTheSocketOfALivingAgent) {
+    const ListeningSocket living(Socket());
+    EXPECT_THAT(Reason(), HasSubstr("another agent serves " + Socket()));
+    EXPECT_NO_THROW(SocketClient client(Socket()));
+}
+
+TEST_F(ListeningSocketTest, TakesAFullQueueForASignOfLife) {
+    const FileDescriptor busy(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const SocketAddress address(Socket());
+    ASSERT_EQ(bind(busy.Get(), address.Get(), address.GetSize()), 0);
+    ASSERT_EQ(listen(busy.Get(), 0), 0);
+    const SocketClient first(Socket());
+    EXPECT_THAT(Reason(), HasSubstr("another agent serves"));
+}
+
+TEST_F(ListeningSocketTest, DoesNotReplaceWhatIsNoSocket) {
+    NS_TEST::WriteFile(Socket(), "precious");
+    EXPECT_THAT(Reason(), HasSubstr("is no socket"));
+    EXPECT_EQ(NS_TEST::ReadFile(Socket()), "precious");
+}
+
+TEST_F(ListeningSocketTest, DoesNotFollowASymbolicLink) {
+    std::filesystem::create_symlink(Path("elsewhere"), Socket());
+    EXPECT_THAT(Reason(), HasSubstr("is no socket"));
+    EXPECT_FALSE(std::filesystem::exists(Path("elsewhere")));
+}
+
+TEST_F(ListeningSocketTest, GivesWayToAnAgentThatIsStartingInTheSameDirectory) {
+    const FileDescriptor directory(open(Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(directory.Get(), LOCK_EX), 0);
+    EXPECT_THAT(Reason(), HasSubstr("is locked"));
+    ASSERT_EQ(flock(directory.Get(), LOCK_UN), 0);
+    EXPECT_EQ(Reason(), "");
+}
+
+TEST_F(ListeningSocketTest, SaysSoWhenThereIsNoDirectory) {
+    try {
+        const ListeningSocket made(Path("nowhere/socket"));
+        FAIL() << "made a socket in a directory that does not exist";
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("nowhere: No such file or directory"));
+    }
+}
+
+TEST_F(ListeningSocketTest, DoesNotRemoveTheSocketThatHasTakenItsPlace) {
+    std::optional<ListeningSocket> first(std::in_place, Socket());
+    std::filesystem::rename(Socket(), Path("moved"));
+    const ListeningSocket second(Socket());
+    first.reset();
+    EXPECT_NO_THROW(SocketClient client(Socket()));
+}
+
+TEST_F(ListeningSocketTest, ThePathMayBeLongerThanASocketAddress) {
+    std::string directory = Path();
+    for (int depth = 0; depth < 5; ++depth) {
+        directory += "/" + std::string(50, 'd');
+    }
+    std::filesystem::create_directories(directory);
+    const std::string path = directory + "/socket";
+    ASSERT_GT(path.size(), sizeof(sockaddr_un::sun_path));
+    {
+        const ListeningSocket made(path);
+        EXPECT_NO_THROW(SocketClient client(path));
+        EXPECT_THROW(ListeningSocket again(path), std::runtime_error);
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(ListeningSocketTest, ANameThatIsTooLongIsRefused) {
+    EXPECT_THROW(SocketAddress address(Path(std::string(120, 'n'))), std::system_error);
+}
+
+}  // namespace

@@ -1,0 +1,287 @@
+// Every command of the control program against a running agent.
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "agentctl/liveagent.h"
+
+namespace {
+
+using NS_TEST::LiveAgent;
+using NS_TEST::Program;
+using NS_TEST::ProgramResult;
+using ::testing::AnyOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+TEST_F(LiveAgent, StatusShowsTheSevenChannels) {
+    Start({"--traffic", "none"});
+    const std::string status = Succeed({"status"});
+    EXPECT_THAT(status, HasSubstr("output: direct (mode 0)\n"));
+    for (const char* category : {"debug", "corbadebug", "corbanotify", "corba_alarm", "corbasys",
+                                 "corbaoper", "corba_internal_oper"}) {
+        EXPECT_THAT(status, HasSubstr("\n" + std::string(category) + " "));
+    }
+    EXPECT_EQ(Data({"status"})["channels"].size(), 7U);
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_FALSE(std::filesystem::exists(Path("qv_agent.sock")));
+}
+
+TEST_F(LiveAgent, StatusCountsWhatIsWritten) {
+    StartWithInput();
+    Log("one");
+    Log("two");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 2; }));
+    const Json::Value channel = Channel("corbaoper");
+    EXPECT_EQ(channel["bytesWritten"].asUInt64(),
+              std::filesystem::file_size(channel["currentFile"].asString()));
+    EXPECT_EQ(channel["lastError"].asInt(), 0);
+    EXPECT_THAT(Succeed({"status"}), HasSubstr(channel["currentFile"].asString()));
+}
+
+TEST_F(LiveAgent, QueuedRecordsAreWrittenAfterTheIntervalWithoutAnyFlush) {
+    StartWithInput();
+    EXPECT_THAT(Succeed({"queue", "on"}), HasSubstr("queued (mode 1), written out periodically"));
+    EXPECT_TRUE(Data({"status"})["periodic"].asBool());
+    Log("written by the schedule service");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    EXPECT_EQ(Channel("corbaoper")["recordsQueuedMost"].asInt(), 1);
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("written by the schedule service"));
+    Log("once more");
+    EXPECT_TRUE(
+        Await([this] { return Logged("corbaoper").find("once more") != std::string::npos; }));
+    EXPECT_THAT(Succeed({"queue", "off"}), HasSubstr("direct"));
+    EXPECT_FALSE(Data({"status"})["periodic"].asBool());
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(LiveAgent, WithoutTheScheduleServiceQueuedRecordsWaitForFlush) {
+    Configure("qv_base_log, qv_control");
+    StartWithInput();
+    EXPECT_THAT(Succeed({"queue", "on"}), HasSubstr("not written out periodically"));
+    Log("waiting");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsQueued"].asInt() == 1; }));
+    EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("waiting")));
+    EXPECT_THAT(Succeed({"flush"}), IsEmpty());
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("waiting"));
+    EXPECT_EQ(Channel("corbaoper")["recordsQueued"].asInt(), 0);
+}
+
+TEST_F(LiveAgent, SwitchingTheQueueOffWritesWhatIsQueued) {
+    Configure("qv_base_log, qv_control");
+    StartWithInput();
+    Succeed({"queue", "on"});
+    Log("waiting");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsQueued"].asInt() == 1; }));
+    Succeed({"queue", "off"});
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("waiting"));
+}
+
+TEST_F(LiveAgent, AnAgentThatEndsWithPeriodicOutputOnLosesNothing) {
+    StartWithInput();
+    Succeed({"queue", "on"});
+    Log("the last word");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsQueuedMost"].asInt() == 1; }));
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("the last word"));
+}
+
+TEST_F(LiveAgent, LevelsAreSwitchedGloballyAndPerLogger) {
+    Start({"--sample", "--keep-running"});
+    ASSERT_TRUE(agent_->WaitForError("the clients are done"));
+    Succeed({"level", "1", "off"});
+    const Json::Value all = Data({"loggers"})["loggers"];
+    for (const Json::Value& logger : all) {
+        EXPECT_FALSE(logger["levels"][1].asBool());
+    }
+    const Json::Value chosen = Data({"loggers"})["loggers"][2];
+    Succeed({"level", "1", "on", chosen["first"].asString(), chosen["second"].asString(),
+             chosen["category"].asString()});
+    const Json::Value loggers = Data({"loggers"})["loggers"];
+    for (Json::ArrayIndex index = 0; index < loggers.size(); ++index) {
+        EXPECT_EQ(loggers[index]["levels"][1].asBool(), index == 2);
+    }
+    EXPECT_THAT(Succeed({"loggers"}), HasSubstr(chosen["second"].asString()));
+    const ProgramResult unknown = Control({"level", "1", "on", "no", "such", "logger"});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_THAT(unknown.errors, HasSubstr("no such logger"));
+}
+
+TEST_F(LiveAgent, ALevelThatIsOffKeepsRecordsBackAndFlushallWritesThem) {
+    StartWithInput();
+    Log("first");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    Succeed({"level", "1", "off"});
+    Log("kept back");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 1; }));
+    Succeed({"flushall", "debug"});
+    EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("kept back")));
+    Succeed({"flushall", "corbaoper"});
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("kept back"));
+    EXPECT_EQ(Channel("corbaoper")["recordsCached"].asInt(), 0);
+    EXPECT_EQ(Channel("corbaoper")["recordsDumped"].asInt(), 1);
+}
+
+TEST_F(LiveAgent, FlushallWithoutACategoryDumpsEveryChannel) {
+    Start({"--traffic", "none"});
+    Succeed({"flushall"});
+    const Json::Value channels = Data({"status"})["channels"];
+    for (const Json::Value& channel : channels) {
+        EXPECT_THAT(Logged(channel["category"].asString()), HasSubstr("maintenance command"));
+    }
+    const ProgramResult unknown = Control({"flushall", "nonsense"});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_THAT(unknown.errors, HasSubstr("no category \"nonsense\""));
+}
+
+TEST_F(LiveAgent, ModulesAreSwitched) {
+    Start({"--traffic", "none"});
+    EXPECT_THAT(Succeed({"module", "show"}), HasSubstr("all modules are on"));
+    EXPECT_EQ(Succeed({"module", "7", "show"}), "module 7 is on\n");
+    EXPECT_EQ(Succeed({"module", "7", "off"}), "module 7 is off\n");
+    EXPECT_EQ(Succeed({"module", "2147483647", "off"}), "module 2147483647 is off\n");
+    EXPECT_EQ(Succeed({"module", "7", "show"}), "module 7 is off\n");
+    const Json::Value modules = Data({"module", "show"})["modules"];
+    ASSERT_EQ(modules.size(), 2U);
+    EXPECT_EQ(modules[0]["module"].asInt(), 7);
+    EXPECT_EQ(modules[1]["module"].asInt(), 2147483647);
+    EXPECT_EQ(Succeed({"module", "7", "on"}), "module 7 is on\n");
+}
+
+TEST_F(LiveAgent, ModeEndsThePeriodicOutputAndRefusesWhatItDoesNotKnow) {
+    Start({"--traffic", "none"});
+    EXPECT_THAT(Succeed({"mode", "0"}), IsEmpty());
+    EXPECT_THAT(Succeed({"mode", "1"}), IsEmpty());
+    EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
+    const ProgramResult refused = Control({"mode", "2"});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("neither 0 nor 1 (0x41180003)"));
+    Succeed({"queue", "on"});
+    Succeed({"mode", "0"});
+    EXPECT_FALSE(Data({"status"})["periodic"].asBool());
+    // The task has gone and can be deleted no second time; there is nothing more to end either.
+    const ProgramResult again = Control({"mode", "0"});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_THAT(again.errors, HasSubstr("refused to delete the periodic output task"));
+    Succeed({"queue", "off"});
+    EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
+}
+
+TEST_F(LiveAgent, NamesThatATerminalWouldObeyAreEscapedAndCanBeNamedBack) {
+    Configure(std::string("qv_base_log, qv_control, oddloggers=") + QV_ODD_LOGGERS);
+    Start({"--traffic", "none"});
+    const std::string shown = Succeed({"loggers"});
+    EXPECT_THAT(shown, HasSubstr("evil\\x1b[2J\\n\\xff"));
+    EXPECT_THAT(shown, Not(HasSubstr("\x1b")));
+    Succeed({"level", "3", "off", "evil\x1b[2J\n\xff", "", "debug"});
+    EXPECT_FALSE(Data({"loggers"})["loggers"][0]["levels"][3].asBool());
+}
+
+TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignal) {
+    Start({"--traffic", "none"});
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Program watch({QV_AGENTCTL, "--share", Path(), "status", "--watch", "0.1"});
+        EXPECT_TRUE(watch.WaitForOutput("output: direct", 3));
+        watch.Signal(signal);
+        const ProgramResult result = watch.Wait();
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.errors, "");
+        EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));  // no terminal, nothing to redraw
+    }
+}
+
+TEST_F(LiveAgent, WatchEndsWhenNobodyReadsAnyMore) {
+    Start({"--traffic", "none"});
+    Program watch({QV_AGENTCTL, "--share", Path(), "--json", "status", "--watch", "3600"});
+    ASSERT_TRUE(watch.WaitForOutput("\n"));
+    watch.CloseOutput();
+    EXPECT_EQ(watch.Wait().exitCode, 0);
+}
+
+TEST_F(LiveAgent, WatchEndsWithTheAgent) {
+    Start({"--traffic", "none"});
+    Program watch({QV_AGENTCTL, "--share", Path(), "status", "--watch", "0.1"});
+    ASSERT_TRUE(watch.WaitForOutput("output: direct", 1));
+    EXPECT_EQ(Stop(), 0);
+    // The end may come between two requests or in the middle of one.
+    EXPECT_THAT(watch.Wait().exitCode, AnyOf(3, 4));
+}
+
+TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
+    Configure("qv_control");
+    Start({"--traffic", "none"});
+    const std::vector<std::vector<std::string>> commands = {{"status"},
+                                                            {"flush"},
+                                                            {"flushall"},
+                                                            {"queue", "on"},
+                                                            {"loggers"},
+                                                            {"mode", "0"},
+                                                            {"module", "show"},
+                                                            {"level", "1", "on"},
+                                                            {"module", "7", "show"}};
+    for (const auto& command : commands) {
+        const ProgramResult result = Control(command);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.errors, HasSubstr("runs no logging service"));
+    }
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(LiveAgent, ASecondAgentInTheSameDirectoryDoesNotStart) {
+    Start({"--traffic", "none"});
+    const ProgramResult second =
+        NS_TEST::RunProgram({QV_AGENT, "--share", Path(), "--traffic", "none"});
+    EXPECT_EQ(second.exitCode, 5);
+    EXPECT_THAT(second.errors, HasSubstr("another agent serves " + Path("qv_agent.sock")));
+    EXPECT_THAT(Succeed({"status"}), HasSubstr("output: direct"));
+}
+
+TEST_F(LiveAgent, TheSocketOfAKilledAgentIsReplaced) {
+    Start({"--traffic", "none"});
+    agent_->Signal(SIGKILL);
+    EXPECT_EQ(agent_->Wait(), -SIGKILL);
+    EXPECT_TRUE(std::filesystem::exists(Path("qv_agent.sock")));
+    EXPECT_EQ(Control({"status"}).exitCode, 3);
+    Start({"--traffic", "none"});
+    EXPECT_THAT(Succeed({"status"}), HasSubstr("output: direct"));
+    struct stat found {};
+    ASSERT_EQ(stat(Path("qv_agent.sock").c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777, 0600U);
+}
+
+TEST_F(LiveAgent, EightOperatorsAtOnceWhileEightThreadsLog) {
+    Start({"--sample", "--threads", "8", "--operations", "1000000"});
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() > 0; }));
+    const std::vector<std::vector<std::string>> commands = {
+        {"status"},           {"flush"},        {"flushall"},
+        {"queue", "on"},      {"queue", "off"}, {"level", "3", "off"},
+        {"level", "3", "on"}, {"loggers"}};
+    std::atomic<int> failed{0};
+    std::vector<std::thread> operators;
+    for (std::size_t index = 0; index < 8; ++index) {
+        operators.emplace_back([&, index] {
+            for (std::size_t round = 0; round < 4; ++round) {
+                auto arguments = commands[(index + round) % commands.size()];
+                arguments.insert(arguments.begin(), {"--timeout", "100"});
+                failed += Control(arguments).exitCode == 0 ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : operators) {
+        thread.join();
+    }
+    EXPECT_EQ(failed, 0);
+    Succeed({"queue", "off"});
+    const Json::Value channels = Data({"status"})["channels"];
+    for (const Json::Value& channel : channels) {
+        EXPECT_EQ(channel["recordsDropped"].asUInt64(), 0U);
+    }
+    EXPECT_EQ(Stop(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,69 @@
+// A client of the control socket that may behave as badly as it likes.
+#pragma once
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+#include "control/filedescriptor.h"
+#include "control/socketaddress.h"
+
+namespace NS_TEST {
+
+// Thread safety: one thread.
+class SocketClient {
+  public:
+    // Throws std::system_error when nobody listens at `path`.
+    explicit SocketClient(const std::string& path)
+        : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        const NS_REFERENCE_HOST::SocketAddress address(path);
+        if (connect(socket_.Get(), address.Get(), address.GetSize()) != 0) {
+            throw std::system_error(errno, std::generic_category(), path);
+        }
+    }
+
+    // Sends what the other end takes.
+    void Send(const std::string& text) {
+        for (std::string::size_type sent = 0; sent < text.size();) {
+            const ssize_t length =
+                send(socket_.Get(), text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+            if (length < 0) {
+                return;
+            }
+            sent += static_cast<std::string::size_type>(length);
+        }
+    }
+
+    void EndSending() { shutdown(socket_.Get(), SHUT_WR); }
+
+    // At most `size` bytes, as soon as there are any; none at the end.
+    std::string ReceiveSome(std::string::size_type size) {
+        std::string text(size, '\0');
+        const ssize_t length = recv(socket_.Get(), text.data(), text.size(), 0);
+        text.resize(length > 0 ? static_cast<std::string::size_type>(length) : 0);
+        return text;
+    }
+
+    // Everything until the other end closes.
+    std::string ReceiveAll() {
+        std::string all;
+        for (std::string some = ReceiveSome(65536); !some.empty(); some = ReceiveSome(65536)) {
+            all += some;
+        }
+        return all;
+    }
+
+  private:
+    NS_REFERENCE_HOST::FileDescriptor socket_;
+};
+
+// One request by a client that behaves.
+inline std::string AskServer(const std::string& path, const std::string& request) {
+    SocketClient client(path);
+    client.Send(request + "\n");
+    return client.ReceiveAll();
+}
+
+}  // namespace NS_TEST
