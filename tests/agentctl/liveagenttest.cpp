@@ -195,6 +195,16 @@ TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignal) {
     }
 }
 
+TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlace) {
+    Start({"--traffic", "none"});
+    const std::string command =
+        std::string(QV_AGENTCTL) + " --share " + Path() + " status --watch 0.1";
+    Program terminal({"script", "-qefc", command, "/dev/null"});
+    EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[Joutput: direct", 3));
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_THAT(terminal.Wait().exitCode, AnyOf(3, 4));
+}
+
 TEST_F(LiveAgent, WatchEndsWhenNobodyReadsAnyMore) {
     Start({"--traffic", "none"});
     Program watch({QV_AGENTCTL, "--share", Path(), "--json", "status", "--watch", "3600"});
