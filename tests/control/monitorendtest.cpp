@@ -1,0 +1,187 @@
+// The monitor's end: stopping its thread and deleting it.
+#include <fstream>
+#include <stdexcept>
+
+#include "control/monitorfixture.h"
+#include "support/capturedoutput.h"
+
+using NS_TEST::EXIT;
+using NS_TEST::Finishes;
+using NS_TEST::IsStillBlocked;
+using testing::ElementsAre;
+
+namespace {
+
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr int kRounds = 1000;
+#else
+constexpr int kRounds = 10000;
+#endif
+
+class MonitorEnd : public NS_TEST::MonitorTest {
+  protected:
+    static std::future<int> StopInBackground(Monitor& monitor) {
+        return std::async(std::launch::async, [&monitor] { return monitor.Stop(); });
+    }
+
+    // How many areas of memory the process has mapped; each thread that was never waited for
+    // leaves its stack behind.
+    static int MappedAreas() {
+        std::ifstream maps("/proc/self/maps");
+        std::string line;
+        int areas = 0;
+        while (std::getline(maps, line)) {
+            ++areas;
+        }
+        return areas;
+    }
+};
+
+TEST_F(MonitorEnd, WakesTheSleepingThreadAtOnce) {
+    Monitor monitor(std::chrono::hours(24));
+    ASSERT_EQ(monitor.Init(), 0);
+    auto stopped = StopInBackground(monitor);
+    ASSERT_TRUE(Finishes(stopped));
+    EXPECT_EQ(stopped.get(), 0);
+    EXPECT_EQ(monitor.thr_count(), 0U);
+}
+
+TEST_F(MonitorEnd, OfTheServicesOwnMonitorDoesNotWaitForItsThirtySeconds) {
+    ASSERT_EQ(Monitor::Instance()->Init(), 0);
+    auto stopped = StopInBackground(*Monitor::Instance());
+    EXPECT_EQ(stopped.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+}
+
+TEST_F(MonitorEnd, WithoutAStartReturnsAtOnceAndAgain) {
+    EXPECT_EQ(monitor_.Stop(), 0);
+    EXPECT_EQ(monitor_.Stop(), 0);
+}
+
+TEST_F(MonitorEnd, AfterAFailedStartReturnsAtOnceAndAgain) {
+    std::filesystem::remove(configFile_);
+    ASSERT_EQ(monitor_.Init(), -1);
+    EXPECT_EQ(monitor_.Stop(), 0);
+    EXPECT_EQ(monitor_.Stop(), 0);
+}
+
+TEST_F(MonitorEnd, EndsTheLooksAtTheFile) {
+    ASSERT_EQ(monitor_.Init(), 0);
+    AwaitFullPass();
+    monitor_.Stop();
+    SetTime(kBaseline + 1);
+    EXPECT_EQ(monitor_.thr_count(), 0U);
+    EXPECT_EQ(store_.AllAsked(), 0);
+}
+
+TEST_F(MonitorEnd, MayBeFollowedByAnotherStart) {
+    for (int round = 1; round <= 3; ++round) {
+        ASSERT_EQ(monitor_.Init(), 0);
+        SetTime(kBaseline + round);
+        AwaitFullPass();
+        EXPECT_EQ(store_.AllAsked(), round);
+        monitor_.Stop();
+    }
+}
+
+// The end of a thread is signalled once. Running the thread's body by hand signals it again.
+TEST_F(MonitorEnd, AskedForASecondTimeBlocks) {
+    ASSERT_EQ(monitor_.Init(), 0);
+    monitor_.Stop();
+    auto second = StopInBackground(monitor_);
+    EXPECT_TRUE(IsStillBlocked(second));
+    EXPECT_EQ(monitor_.svc(), 0);
+    ASSERT_TRUE(Finishes(second));
+    EXPECT_EQ(second.get(), 0);
+}
+
+TEST_F(MonitorEnd, AskedForBeforeTheThreadRunsEndsItAtOnce) {
+    EXPECT_EQ(monitor_.Stop(), 0);
+    EXPECT_EQ(monitor_.svc(), 0);
+    auto stopped = StopInBackground(monitor_);
+    EXPECT_TRUE(Finishes(stopped));
+}
+
+TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
+    std::promise<void> reached;
+    std::promise<void> release;
+    store_.OnAllAsked([&] {
+        reached.set_value();
+        release.get_future().wait();
+    });
+    store_.Set("logswitch", "0,0,0,0");
+    ASSERT_EQ(monitor_.Init(), 0);
+    SetTime(kBaseline + 1);
+    reached.get_future().wait();
+
+    auto stopped = StopInBackground(monitor_);
+    EXPECT_TRUE(IsStillBlocked(stopped));
+    EXPECT_EQ(Levels(), "1111");
+    release.set_value();
+    ASSERT_TRUE(Finishes(stopped));
+    EXPECT_EQ(Levels(), "0000");
+    EXPECT_EQ(store_.AllAsked(), 1);
+}
+
+TEST_F(MonitorEnd, SaysGoodbyeAtItsDestructionAndNotBefore) {
+    {
+        Monitor monitor(std::chrono::hours(1));
+        ASSERT_EQ(monitor.Init(), 0);
+        monitor.Stop();
+        EXPECT_THAT(Proxy().Texts(), testing::IsEmpty());
+    }
+    EXPECT_THAT(Proxy().Printed(),
+                ElementsAre(NS_TEST::IsDiagnostic(1, "logswitchmonitormgr", EXIT)));
+}
+
+TEST_F(MonitorEnd, GoesOnWhenTheGoodbyeFails) {
+    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    Proxy().onPrint = [](const std::string&) { throw std::runtime_error("broken"); };
+    delete new Monitor;
+    Proxy().onPrint = [](const std::string&) { throw 42; };
+    Monitor::Instance();
+    Monitor::Destroy();
+    Proxy().onPrint = nullptr;
+    EXPECT_EQ(output.Text(),
+              "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] catch unkn ex!\n"
+              "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] catch unkn ex!\n");
+}
+
+TEST_F(MonitorEnd, MayBeFollowedByTheDeletionAtOnce) {
+    Monitor first(std::chrono::hours(1));
+    ASSERT_EQ(first.Init(), 0);
+    first.Stop();
+    const int areasBefore = MappedAreas();
+    for (int round = 0; round < kRounds; ++round) {
+        auto monitor = std::make_unique<Monitor>(std::chrono::hours(1));
+        ASSERT_EQ(monitor->Init(), 0);
+        ASSERT_EQ(monitor->Stop(), 0);
+    }
+    EXPECT_LT(MappedAreas() - areasBefore, kRounds / 2);
+    EXPECT_EQ(Proxy().Texts().size(), static_cast<size_t>(kRounds));
+}
+
+// The thread does not sleep, so the stop meets it at every place.
+TEST_F(MonitorEnd, MayMeetTheThreadAnywhere) {
+    for (int round = 0; round < kRounds / 10; ++round) {
+        auto monitor = std::make_unique<Monitor>(std::chrono::milliseconds(0));
+        SetTime(kBaseline + round);
+        ASSERT_EQ(monitor->Init(), 0);
+        SetTime(kBaseline + round + 1);
+        if (round % 3 == 0) {
+            ASSERT_TRUE(NS_TEST::StatWatch::WaitForLooks(configFile_, 1));
+        }
+        ASSERT_EQ(monitor->Stop(), 0);
+    }
+    EXPECT_THAT(Proxy().Texts(), testing::Each(EXIT));
+}
+
+TEST_F(MonitorEnd, OfTheProcessesMonitorMayBeFollowedByItsDestructionAtOnce) {
+    for (int round = 0; round < 100; ++round) {
+        ASSERT_EQ(Monitor::Instance()->Init(), 0);
+        ASSERT_EQ(Monitor::Instance()->Stop(), 0);
+        Monitor::Destroy();
+    }
+    EXPECT_EQ(Proxy().Texts(), std::vector<std::string>(100, EXIT));
+}
+
+}  // namespace

@@ -1,0 +1,66 @@
+// Loggers that remember how their levels were switched, or refuse to have them switched.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "control/controlfixture.h"
+#include "logger/logger.h"
+
+namespace NS_TEST {
+
+// A real logger beneath. For one thread, unless a hook takes care.
+class SwitchingLogger : public NS_LOG_SERVICE1::Logger {
+  public:
+    using Logger::Logger;
+
+    bool EnableLevel(unsigned int level) override {
+        return Note("+" + std::to_string(level)) && Logger::EnableLevel(level);
+    }
+    bool DisableLevel(unsigned int level) override {
+        return Note("-" + std::to_string(level)) && Logger::DisableLevel(level);
+    }
+
+    std::vector<std::string> calls;  // "+1": level 1 was to be enabled; "-1": disabled
+    bool refuses = false;
+    std::function<void()> onSwitched;  // may throw
+
+  private:
+    bool Note(const std::string& call) {
+        calls.push_back(call);
+        if (onSwitched) {
+            onSwitched();
+        }
+        return !refuses;
+    }
+};
+
+class SwitchingTest : public ControlTest {
+  protected:
+    SwitchingTest() {
+        SetLevels("0101");
+        Manager().CreateChannels();
+    }
+
+    // Adds a logger behind those that are there.
+    static SwitchingLogger& Add(const std::string& first, const std::string& second,
+                                const std::string& category = "debug") {
+        NS_LOG_SERVICE1::LogMgr& manager = Manager();
+        auto* logger = manager.Loggers().FindOrAdd({first, second, category}, [&] {
+            return std::make_unique<SwitchingLogger>(first, second, category, manager,
+                                                     manager.Channels());
+        });
+        return dynamic_cast<SwitchingLogger&>(*logger);
+    }
+
+    // Whether another thread can take the lock of the list.
+    static bool IsListFree() {
+        auto asked = std::async(std::launch::async,
+                                [] { return Manager().GetLogger("another", "one", "debug"); });
+        return Finishes(asked);
+    }
+};
+
+}  // namespace NS_TEST
