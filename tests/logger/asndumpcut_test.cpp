@@ -121,11 +121,16 @@ std::string OverTheCut(const std::string& front, size_t before, const std::strin
     return text + behind;
 }
 
+// The text with that value masked. All of it stands in the last two thousand characters.
+std::string Masked(std::string text) {
+    std::replace(text.end() - 2000, text.end(), 'Z', '*');
+    return text;
+}
+
 TEST_F(LongTrace, MasksTheRestOfALineOverTheCut) {
     for (const size_t before : {900u, 51u, 50u, 49u, 1u}) {
         const std::string text = OverTheCut("\nname", before, "\nend\n");
-        std::string expected = text.substr(0, kBuffer);
-        std::replace(expected.begin(), expected.end(), 'Z', '*');
+        const std::string expected = Masked(text.substr(0, kBuffer));
         const std::string traced = Traced(TextMessage(kLocationType, text));
         EXPECT_TRUE(Same(traced, Cut(expected))) << before;
         EXPECT_EQ(traced.find('Z'), std::string::npos) << before;
@@ -134,8 +139,7 @@ TEST_F(LongTrace, MasksTheRestOfALineOverTheCut) {
 
 TEST_F(LongTrace, MasksAQuotedValueOverTheCut) {
     const std::string text = OverTheCut("NEPwd = \"", 900, "\"\nend\n");
-    std::string expected = text.substr(0, kBuffer);
-    std::replace(expected.begin(), expected.end(), 'Z', '*');
+    const std::string expected = Masked(text.substr(0, kBuffer));
     const std::string traced = Traced(TextMessage(kQuotedType, text));
     EXPECT_TRUE(Same(traced, Cut(expected)));
     EXPECT_EQ(traced.find('Z'), std::string::npos);
@@ -147,8 +151,7 @@ TEST_F(LongTrace, MasksAValueThatEndsUnderTheNotice) {
     const std::string value(500, 'Z');
     std::string text = LongText(kBuffer - end.size() - value.size() - 13) + "<FTPPassWord>";
     text += value + end + LongText(100);
-    std::string expected = text.substr(0, kBuffer);
-    std::replace(expected.begin(), expected.end(), 'Z', '*');
+    const std::string expected = Masked(text.substr(0, kBuffer));
     const std::string traced = Traced(TextMessage(kTaggedType, text));
     EXPECT_TRUE(Same(traced, Cut(expected)));
     EXPECT_EQ(traced.find('Z'), std::string::npos);

@@ -65,14 +65,18 @@ inline ScriptedMessage TextMessage(const std::string& text) {
     return TextMessage("QAsnGetAlarmsRsp", text);
 }
 
-// `size` characters in which no place looks like its neighbourhood, without a zero byte and without
-// a newline.
+// `size` characters without a zero byte, a newline and capital letters, which look different
+// wherever one looks. In blocks: a loop over single characters takes too long under a sanitizer.
 inline std::string LongText(std::size_t size) {
+    std::string block;
+    while (block.size() < 8192) {
+        block += std::to_string(block.size()) + (block.size() % 3 == 0 ? ".a" : "-b");
+    }
     std::string text;
-    text.reserve(size + 16);
-    for (std::size_t i = 0; text.size() < size; ++i) {
-        text += std::to_string(i * 2654435761u % 1000003u);
-        text += '.';
+    text.reserve(size + block.size() + 32);
+    while (text.size() < size) {
+        text += '[' + std::to_string(text.size()) + ']';
+        text += block;
     }
     text.resize(size);
     return text;
