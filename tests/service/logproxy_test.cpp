@@ -74,6 +74,39 @@ TEST_F(LogProxyAccess, FallsBackWhereThereIsNoProxyForTheService) {
     EXPECT_TRUE(provider_.Proxy().Names().empty());
 }
 
+// A proxy may have something to say while it is told its names; that must not lead round in
+// circles.
+TEST_F(LogProxyAccess, IsThereAlreadyWhileItIsToldItsNames) {
+    class AskingProxy : public NS_TEST::RecordingLogProxy {
+      public:
+        explicit AskingProxy(LogProxyCache& cache) : cache_(cache) {}
+        void SetBundleName(const char*) override { seen.push_back(cache_.Get()); }
+        void SetServiceName(const char*) override { seen.push_back(cache_.Get()); }
+        std::vector<LogProxy*> seen;
+
+      private:
+        LogProxyCache& cache_;
+    };
+    class Provider final : public NS_BUNDLEMGR1::LogProxyProvider {
+      public:
+        explicit Provider(LogProxy& proxy) : proxy_(proxy) {}
+        LogProxy* GetLogProxy(const std::string&) override {
+            ++asked;
+            return &proxy_;
+        }
+        int asked = 0;
+
+      private:
+        LogProxy& proxy_;
+    };
+    AskingProxy proxy(cache_);
+    Provider provider(proxy);
+    SetLogProxyProvider(&provider);
+    EXPECT_EQ(cache_.Get(), &proxy);
+    EXPECT_EQ(provider.asked, 1);
+    EXPECT_THAT(proxy.seen, ElementsAre(&proxy, &proxy));
+}
+
 TEST_F(LogProxyAccess, GivesEveryThreadAProxy) {
     for (NS_BUNDLEMGR1::LogProxyProvider* provider :
          {static_cast<NS_BUNDLEMGR1::LogProxyProvider*>(&provider_),
