@@ -111,7 +111,7 @@ TEST_F(BatchEquality, HoldsForAnEmptyBatch) {
 
 TEST_F(BatchEquality, HoldsForAnySizesAndLimits) {
     std::mt19937 random(1);
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 40; ++round) {
         const uint64_t limit = random() % 4 == 0 ? random() % 100 : random() % 6000;
         ExpectEquality(RandomRecords(random), limit, &Nothing);
         ASSERT_FALSE(HasFailure()) << "round " << round;
@@ -129,7 +129,7 @@ TEST_F(BatchEquality, HoldsWhereARecordReachesTheLimitExactly) {
 
 TEST_F(BatchEquality, HoldsWhereFilesCannotGrow) {
     std::mt19937 random(2);
-    for (int round = 0; round < 80; ++round) {
+    for (int round = 0; round < 50; ++round) {
         const size_t largest = random() % 3 == 0 ? random() % 300 : random() % 5000;
         const uint64_t limit = random() % 2 == 0 ? 1000000 : random() % 6000;
         ExpectEquality(RandomRecords(random), limit,
@@ -141,7 +141,7 @@ TEST_F(BatchEquality, HoldsWhereFilesCannotGrow) {
 
 TEST_F(BatchEquality, HoldsWhereFilesCannotBeOpened) {
     std::mt19937 random(3);
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 40; ++round) {
         const uint64_t first = 1 + random() % 6;
         const uint64_t last = first + random() % 6;
         ExpectEquality(RandomRecords(random), random() % 1500, [this, first, last] {
@@ -156,7 +156,7 @@ TEST_F(BatchEquality, HoldsWhereFilesCannotBeOpened) {
 
 TEST_F(BatchEquality, HoldsWhereFilesCannotGrowAndSomeCannotBeOpened) {
     std::mt19937 random(4);
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 40; ++round) {
         const size_t largest = random() % 4000;
         const uint64_t every = 2 + random() % 3;
         ExpectEquality(RandomRecords(random), random() % 4000, [this, largest, every] {

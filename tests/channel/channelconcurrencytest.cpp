@@ -230,7 +230,7 @@ TEST_F(ChannelConcurrency, CarriesContentsOverWhileOthersWrite) {
         OnThreads([this, &channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 channel.Output(WithDetail(1, Detail(thread, record)).Get());
-                if (thread == 0 && record % 60 == 5) {
+                if (thread == 0 && record % 90 == 5) {
                     channel.ChangePath(Path("log" + std::to_string(record)), "unbi_debug_");
                 }
                 EXPECT_NE(channel.CurrentPath(), "");

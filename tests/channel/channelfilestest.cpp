@@ -79,7 +79,7 @@ TEST_F(ChannelFiles, LeaveTheCreationMaskAloneWhenManyAreOpenedAtOnce) {
             while (!go) {
                 std::this_thread::yield();
             }
-            for (int round = 0; round < 20; ++round) {
+            for (int round = 0; round < 10; ++round) {
                 TEDebugInfoBuf channel(category.c_str(), 10, 10, 1, 5);
                 channel.ChangePath(Path(category + "/" + std::to_string(round) + "/log"),
                                    "unbi_" + category + "_");
@@ -100,7 +100,7 @@ TEST_F(ChannelFiles, LeaveTheCreationMaskAloneWhenManyAreOpenedAtOnce) {
         EXPECT_EQ(status.st_mode & 07777, entry.is_directory() ? 0750u : 0640u) << entry.path();
         files += entry.is_regular_file() ? 1u : 0u;
     }
-    EXPECT_EQ(files, 8u * 20u * 2u);
+    EXPECT_EQ(files, 8u * 10u * 2u);
 }
 
 }  // namespace
