@@ -23,8 +23,10 @@ namespace NS_LOG_SERVICE1 {
 //
 // Errors: the logging operations report nothing to the caller. A record is lost when no log file
 // can be opened or a write fails. What crosses the interface as an exception is std::bad_alloc,
-// what the caller's own objects throw (JSON values, ASN messages), and std::out_of_range where it
-// is named below. No lock is held any more when an exception arrives.
+// what the caller's own objects throw (JSON values, ASN messages), std::out_of_range where it is
+// named below, and, from the first dump of an ASN message, the platform's
+// InterfaceNotExistException when the configuration is out of reach. No lock is held any more when
+// an exception arrives.
 //
 // Thread safety: any thread may call any operation at any time. The records of one thread keep
 // their order within a category.
