@@ -150,6 +150,13 @@ TEST_F(FileStreams, TryAgainAfterASignal) {
     EXPECT_EQ(ReadFile(path_), "abcd");
 }
 
+TEST_F(FileStreams, TryToOpenAgainAfterASignal) {
+    Calls().ScriptOpens([](uint64_t number) { return number == 1 ? EINTR : 0; });
+    EXPECT_TRUE(stream_.Create(path_));
+    EXPECT_EQ(stream_.Write("text"), 4u);
+    EXPECT_EQ(ReadFile(path_), "text");
+}
+
 TEST_F(FileStreams, ReportHowMuchWasWrittenBeforeAFailure) {
     ASSERT_TRUE(stream_.Create(path_));
     stream_.Write("abc");
