@@ -61,7 +61,7 @@ TEST_F(LogProxy, IsKeptWhenTheProviderGoesAway) {
 TEST_F(LogProxy, GetsThePositionWithEachDiagnostic) {
     Diagnostic().Print(2, "value %d", 5);
     const int line = __LINE__ - 1;
-    Diagnostic().Print(1, "%s");
+    Diagnostic().Print(1, "no value");
     EXPECT_THAT(proxy_.Printed(),
                 ElementsAre(NS_TEST::IsDiagnostic(2, "logimpl", "value 5"), testing::_));
     EXPECT_EQ(proxy_.Printed().at(0).line, line);
