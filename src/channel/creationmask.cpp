@@ -2,12 +2,13 @@
 
 #include <sys/stat.h>
 
+#include "base/neverdestroyed.h"
+
 namespace NS_LOG_SERVICE1 {
 namespace {
 
 ACE_Thread_Mutex& MaskMutex() {
-    // Never destroyed: a thread may open a log file while the process exits.
-    static ACE_Thread_Mutex* const mutex = new ACE_Thread_Mutex;
+    static const NeverDestroyed<ACE_Thread_Mutex> mutex;
     return *mutex;
 }
 

@@ -12,6 +12,7 @@
 #pragma pop_macro("__DEPRECATED")
 
 #include "base/boundedstring.h"
+#include "base/neverdestroyed.h"
 #include "bundlemgr/corbaconfigitems.h"
 #include "diagnostic/diagnostic.h"
 #include "logger/asnmasking.h"
@@ -27,8 +28,7 @@ constexpr uint32_t kDefaultLogFileSize = 4194304;
 // Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded.
 char dumpText[kDumpSize];
 
-// The stream over the buffer, and the lock that gives out turns at both. Never destroyed: a thread
-// may log while the process exits.
+// The stream over the buffer, and the lock that gives out turns at both.
 struct DumpStream {
     ACE_Thread_Mutex mutex;
     std::strstream stream{dumpText, kDumpSize, std::ios::out};
@@ -36,7 +36,7 @@ struct DumpStream {
 };
 
 DumpStream& Dump() {
-    static DumpStream* const dump = new DumpStream;
+    static const NeverDestroyed<DumpStream> dump;
     return *dump;
 }
 
