@@ -176,7 +176,7 @@ std::map<std::string, int> Occurrences(const std::string& path) {
 
 class ManyThreadsWhileThingsChange : public NS_TEST::BareManagerTest {
   protected:
-    static constexpr int kRecords = 300;
+    static constexpr int kRecords = 150;
 
     ManyThreadsWhileThingsChange() {
         Manager().filterbuflength = kThreads * kRecords;
