@@ -30,8 +30,10 @@ bool LogSvcIFImpl::Init() {
     return configured;
 }
 
+// A bundle manager stops a service before it finishes it, but ACE's configurator finishes one whose
+// init failed without stopping it, and the monitor runs by then.
 void LogSvcIFImpl::Fini() {
-    LogSwitchMonitorMgr::Instance();
+    LogSwitchMonitorMgr::Instance()->EndForgottenThread();
     LogSwitchMonitorMgr::Destroy();
     LogMgr::DestroyInstance();
 }

@@ -30,8 +30,8 @@ class LogSvcIFImpl : public LogSvcInterface {
 };
 
 // Life: made by the factory, which also makes and registers the interface; init; in service;
-// StopService, which must come before fini, because destroying the monitor does not stop its
-// thread; fini; freed through the gobbler or its destructor, which leave the interface alone.
+// StopService, which ends the monitor's thread and should come first; fini, which ends a thread
+// that was forgotten; freed through the gobbler or its destructor, which leave the interface alone.
 class qv_base_log : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     qv_base_log();

@@ -55,6 +55,7 @@ int LogSwitchMonitorMgr::Init() {
     }
     open(nullptr);
     started_ = true;
+    threadToEnd_ = true;
     return 0;
 }
 
@@ -79,12 +80,20 @@ int LogSwitchMonitorMgr::svc() {
         try {
             Examine();
         } catch (...) {
-            MonitorDiagnostic().Print(kDiagnosticFailure,
-                                      "[LogSwitchMonitorMgr::svc] LogSwitchMonitorMgr svc error!");
+            ReportFailedPass();
         }
     }
     exitSemaphore_.release();
     return 0;
+}
+
+// A log proxy that throws here as well must not end the process.
+void LogSwitchMonitorMgr::ReportFailedPass() {
+    try {
+        MonitorDiagnostic().Print(kDiagnosticFailure,
+                                  "[LogSwitchMonitorMgr::svc] LogSwitchMonitorMgr svc error!");
+    } catch (...) {  // NOLINT: there is nobody left to tell
+    }
 }
 
 // Whether the time ran out or Stop woke the thread is told by the flag, not by the result: a signal
@@ -111,6 +120,7 @@ void LogSwitchMonitorMgr::Examine() {
 }
 
 int LogSwitchMonitorMgr::Stop() {
+    threadToEnd_ = false;
     stopRequested_ = true;
     stopEvent_.signal();
     if (started_) {
@@ -119,6 +129,12 @@ int LogSwitchMonitorMgr::Stop() {
         wait();
     }
     return 0;
+}
+
+void LogSwitchMonitorMgr::EndForgottenThread() {
+    if (threadToEnd_) {
+        Stop();
+    }
 }
 
 void LogSwitchMonitorMgr::Check() {

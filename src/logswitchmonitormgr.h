@@ -53,6 +53,9 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     // the end of a thread is signalled once, so that call would wait for ever. Always returns 0.
     int Stop();
 
+    // Ends the thread if it runs and nobody has called Stop for it: the object is about to go.
+    void EndForgottenThread();
+
     // Reads the switches from the configuration and applies those that differ from the current
     // state.
     void Check();
@@ -61,6 +64,7 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     // What one pass of the thread does between two sleeps.
     void Examine();
     void Sleep();
+    static void ReportFailedPass();
 
     const PollInterval pollInterval_;
     std::string configFilePath_;  // written before the thread starts
@@ -69,6 +73,7 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     ACE_Semaphore exitSemaphore_;
     std::atomic<bool> stopRequested_{false};
     std::atomic<bool> started_{false};
+    bool threadToEnd_ = false;       // the control thread's: started, and Stop not called yet
     struct stat lastFileStatus_ {};  // the thread's, once it runs
 };
 

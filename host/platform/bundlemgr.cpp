@@ -40,7 +40,7 @@ class ReferenceBundleMgr final : public NS_BUNDLEMGR1::BundleMgr {
 };
 
 ReferenceBundleMgr& Manager() {
-    static const NeverDestroyed<ReferenceBundleMgr> manager;
+    static NeverDestroyed<ReferenceBundleMgr> manager;
     return *manager;
 }
 

@@ -10,7 +10,7 @@
 namespace NS_REFERENCE_HOST {
 
 ServiceObjectList& ServiceObjectList::Instance() {
-    static const NeverDestroyed<ServiceObjectList> list;
+    static NeverDestroyed<ServiceObjectList> list;
     return *list;
 }
 

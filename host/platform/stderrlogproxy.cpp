@@ -163,7 +163,7 @@ std::string StderrLogProxy::GetProxyName() const {
 }
 
 NS_BUNDLEMGR1::LogProxyProvider* StderrLogProxyProvider() {
-    static const NeverDestroyed<Provider> provider;
+    static NeverDestroyed<Provider> provider;
     return &*provider;
 }
 

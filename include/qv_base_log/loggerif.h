@@ -28,8 +28,9 @@ namespace NS_LOG_SERVICE1 {
 // InterfaceNotExistException when the configuration is out of reach. No lock is held any more when
 // an exception arrives.
 //
-// Thread safety: any thread may call any operation at any time. The records of one thread keep
-// their order within a category.
+// Thread safety: any thread may call any operation at any time. The records of one thread that are
+// written keep their order within a category, except while queued output is written out from
+// elsewhere (periodically or on request) or is switched: a record may then overtake older ones.
 //
 // Texts: every text ends, in the file, at its first zero byte. The text of a record is converted
 // to valid UTF-8; file and function are written as they are.

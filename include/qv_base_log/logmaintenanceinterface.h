@@ -72,7 +72,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Switches queued output on: records are queued from now on; and, where the schedule service
     // offers periodic tasks, the queues are written out every "logtimeinterval" seconds. Off:
     // records are written at once from now on, and what is queued is written out. A record that is
-    // logged at the very moment of switching off may stand in the file before an older one.
+    // logged at the very moment of switching off may stand in the file before an older one, or wait
+    // in its queue for the next FlushAll or the service's end.
     // Switching on what is on, or off what is off, changes nothing. Returns one of the codes in
     // resultcode.h; when the periodic task cannot be deleted, output stays queued.
     virtual unsigned int SetQueuedOutput(bool on) = 0;

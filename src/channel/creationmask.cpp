@@ -8,7 +8,7 @@ namespace NS_LOG_SERVICE1 {
 namespace {
 
 ACE_Thread_Mutex& MaskMutex() {
-    static const NeverDestroyed<ACE_Thread_Mutex> mutex;
+    static NeverDestroyed<ACE_Thread_Mutex> mutex;
     return *mutex;
 }
 

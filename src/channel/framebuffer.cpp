@@ -7,7 +7,7 @@ namespace NS_LOG_SERVICE1 {
 namespace {
 
 // A full queue of the default length, as frames, fits easily; a dump of many huge records does not
-// hold on to its memory.
+// hold on to its memory beyond the next write.
 constexpr size_t kKeptCapacity = size_t{16} * 1024 * 1024;
 
 }  // namespace

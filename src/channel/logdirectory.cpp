@@ -11,7 +11,7 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// Takes the write permission of the group, and everything, from others.
+// Takes everything from others.
 constexpr mode_t kDirectoryMask = 007;
 // Leaves the group to read, and nothing to others.
 constexpr mode_t kFileMask = 037;

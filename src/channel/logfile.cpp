@@ -15,6 +15,10 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
+// What is handed to the kernel at once, at most: a full queue of the default length and usual
+// records fits, and long records do not need their size twice in memory.
+constexpr size_t kBatchSize = size_t{16} * 1024 * 1024;
+
 std::string WithoutSeparatorAtEnd(std::string directory) {
     if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
         directory.pop_back();
@@ -106,7 +110,8 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
     do {
         AppendNextRecord(*next);
         ++next;
-    } while (next != end && bytesWritten_ + frames_.Size() < sizeLimit_);
+    } while (next != end && frames_.Size() < kBatchSize &&
+             bytesWritten_ + frames_.Size() < sizeLimit_);
 
     const size_t written = stream_.Write(frames_.Bytes());
     if (written < frames_.Size()) {

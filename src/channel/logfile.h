@@ -55,8 +55,8 @@ class LogFile {
     // Opens a file if none is open; whether one is open afterwards.
     bool EnsureOpen();
 
-    // Hands to the kernel what has been written. Every write does that itself, so nothing is left
-    // to do; the operation stays because the channel's steps name it.
+    // The end of a batch. Every write reaches the kernel by itself, so there is nothing to do; a
+    // stream with a buffer of its own would be emptied here.
     void Flush() {}
 
     // Writes one record. Even a record that cannot be written uses up its number.

@@ -94,7 +94,7 @@ void TEDebugInfoBuf::Flush() {
     RecordQueue taken;
     {
         const Guard bufferGuard(bufferMutex_);
-        taken.Swap(queue_);
+        queue_.MoveRecordsTo(taken);
         CountBuffered();
     }
     // Between the two locks another thread may write newer records: logging goes on while the old
@@ -111,7 +111,7 @@ void TEDebugInfoBuf::OutputAll() {
     RecordCache takenCache(cacheCapacity_);
     {
         const Guard bufferGuard(bufferMutex_);
-        takenQueue.Swap(queue_);
+        queue_.MoveRecordsTo(takenQueue);
         takenCache.Swap(filteredCache_);
         CountBuffered();
     }

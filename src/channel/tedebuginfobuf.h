@@ -27,7 +27,7 @@ struct ChannelStatistics {
 // Holds the category's record queue and its filtered cache, and owns its log file.
 //
 // Thread safety: any thread may call any operation. Lock order: buffer mutex, then file mutex.
-// Nothing is allocated or freed under the buffer mutex in the steady state.
+// What a record needs is allocated and freed outside both.
 class TEDebugInfoBuf {
   public:
     // The four lengths and sizes are copied; later changes do not reach the channel. Touches no

@@ -41,8 +41,11 @@ LoggerStatus StatusOf(const Logger& logger) {
 }  // namespace
 
 LogMaintenanceImpl::~LogMaintenanceImpl() {
-    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-        queuedOutput_.EndPeriodicOutput(*manager);
+    try {
+        if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+            queuedOutput_.EndPeriodicOutput(*manager);
+        }
+    } catch (...) {  // NOLINT: a schedule service that throws must not keep the service from ending
     }
 }
 

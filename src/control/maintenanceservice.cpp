@@ -26,6 +26,16 @@ void ReportLoss(const std::string& category, const LogFileStatistics& file) {
     }
 }
 
+void ReportLosses() {
+    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+        // First, so that what cannot be written at the very end is counted as well.
+        manager->FlushAll();
+        manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
+            ReportLoss(category, channel.FileStatistics());
+        });
+    }
+}
+
 }  // namespace
 
 MaintenanceService::MaintenanceService()
@@ -45,12 +55,9 @@ void MaintenanceService::Finish() {
     }
     service->RemoveInterface();
     maintenanceService.Destroy();
-    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-        // First, so that what cannot be written at the very end is counted as well.
-        manager->FlushAll();
-        manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
-            ReportLoss(category, channel.FileStatistics());
-        });
+    try {
+        ReportLosses();
+    } catch (...) {  // NOLINT: whatever a report meets, the service must end
     }
 }
 

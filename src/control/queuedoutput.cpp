@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "base/lockguard.h"
+#include "base/neverdestroyed.h"
 #include "bundlemgr/processexception.h"
 #include "lookup/interfacelookup.h"
 #include "qv_base_log/resultcode.h"
+#include "schedule/periodictasks.h"
 #include "schedule/schedulesvcinterface.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -18,6 +20,22 @@ namespace {
 constexpr uint32_t kDirectMode = 0;
 constexpr uint32_t kQueuedMode = 1;
 constexpr int64_t kNoTask = -1;
+
+// Has no state, and stands in the library: a schedule service that refuses to delete it may go on
+// running it when whoever started it is gone.
+class PeriodicOutput : public NS_SCHEDULE_SERVICE1::ScheduledTask {
+  public:
+    void Run() override {
+        if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+            manager->FlushAll();
+        }
+    }
+};
+
+PeriodicOutput& ThePeriodicOutput() {
+    static NeverDestroyed<PeriodicOutput> task;
+    return *task;
+}
 
 // Null when there is none.
 ScheduleSvcInterface* FindScheduleService() {
@@ -77,13 +95,8 @@ void QueuedOutput::StartPeriodicOutput(LogMgr& manager) {
     auto* tasks = dynamic_cast<PeriodicTasks*>(FindScheduleService());
     if (tasks != nullptr) {
         const uint32_t interval = std::max<uint32_t>(manager.logtimeinterval, 1);
-        manager.outputTask = std::max(tasks->CreatePeriodicTask(interval, *this), kNoTask);
-    }
-}
-
-void QueuedOutput::Run() {
-    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-        manager->FlushAll();
+        manager.outputTask =
+            std::max(tasks->CreatePeriodicTask(interval, ThePeriodicOutput()), kNoTask);
     }
 }
 

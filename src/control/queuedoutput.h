@@ -4,16 +4,15 @@
 #include <ace/Thread_Mutex.h>
 
 #include "manager/logmgr.h"
-#include "schedule/periodictasks.h"
 
 namespace NS_LOG_SERVICE1 {
 
 // Queued output goes with a periodic task at the schedule service, where there is one that takes
 // tasks; its handle stands in the manager's settings, where LogMgr::SetOutputMode finds it.
 //
-// Thread safety: any thread; one switching at a time. The periodic task takes no lock of this
+// Thread safety: any thread; one switching at a time. The periodic task knows nothing of this
 // object, so that switching off can wait for it.
-class QueuedOutput : private NS_SCHEDULE_SERVICE1::ScheduledTask {
+class QueuedOutput {
   public:
     // Both return a result code and change nothing when things are as wanted already.
     unsigned int SwitchOn(LogMgr& manager);
@@ -26,8 +25,7 @@ class QueuedOutput : private NS_SCHEDULE_SERVICE1::ScheduledTask {
     static bool HasPeriodicOutput(const LogMgr& manager);
 
   private:
-    void StartPeriodicOutput(LogMgr& manager);
-    void Run() override;
+    static void StartPeriodicOutput(LogMgr& manager);
 
     ACE_Thread_Mutex mutex_;  // held while output is switched
 };

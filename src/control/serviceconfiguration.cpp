@@ -32,8 +32,7 @@ const NumberItem kChannelItems[] = {
 const NumberItem kIntervalItem = {"logtimeinterval", &LogSettings::logtimeinterval, 1,
                                   "\nGet Config Item(logtimeinterval) failed !!\n"};
 
-// Read through a number of their own, so that the field changes once. The report for the first one
-// names another item; operators' scripts look for it as it is.
+// The report for the first one names another item; operators' scripts look for it as it is.
 const NumberItem kFlagItems[] = {
     {"bEnableAsnLog", &LogSettings::bEnableAsnLog, 1, "\nGet Config Item(outputmode) failed !!\n"},
     {"bLogOutputPara", &LogSettings::bLogOutputPara, 0,

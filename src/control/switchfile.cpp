@@ -47,11 +47,6 @@ const FlagItem kOutputParaFlag = {
     "[LogSwitchMonitorMgr::Check] bEnableOutputPara<%d> is invalid.\n",
     "[LogSwitchMonitorMgr::Check] end change bEnableOutputPara = %d \n"};
 
-template <class... Values>
-void Report(const char* format, Values... values) {
-    MonitorDiagnostic().Print(kDiagnosticFailure, format, values...);
-}
-
 // The leading digits; what follows them is not looked at, and 32 bits are kept.
 int32_t ToNumber(const std::string& text) {
     return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
@@ -65,7 +60,7 @@ std::vector<std::string> ReadSwitchItems() {
     for (const SwitchItem& item : kSwitchItems) {
         std::string value;
         if (!NS_BUNDLEMGR1::GetValByKey(value, item.key, items)) {
-            Report(item.missing);
+            MonitorDiagnostic().Print(kDiagnosticFailure, item.missing);
             return {};
         }
         values.push_back(NS_UTIL::Trim(value));
@@ -77,11 +72,14 @@ std::vector<std::string> ReadSwitchItems() {
 std::vector<std::string> SplitLevels(const std::string& value) {
     std::vector<std::string> parts;
     if (!NS_UTIL::SplitStringByTag(value, parts, ',', std::bitset<16>())) {
-        Report("[LogSwitchMonitorMgr::Check] Call SplitStringByTag<%s> failed\n", value.c_str());
+        MonitorDiagnostic().Print(kDiagnosticFailure,
+                                  "[LogSwitchMonitorMgr::Check] Call SplitStringByTag<%s> failed\n",
+                                  value.c_str());
         return {};
     }
     if (parts.size() != LOG_LEVEL_COUNT) {
-        Report("[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n");
+        MonitorDiagnostic().Print(kDiagnosticFailure,
+                                  "[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n");
         return {};
     }
     return parts;
@@ -107,19 +105,20 @@ void ApplyLevels(LogMgr& manager, const std::vector<std::string>& parts) {
         report += ApplyLevel(manager, level, ToNumber(parts[level]));
     }
     if (!report.empty()) {
-        Report("[LogSwitchMonitorMgr::Check] %s\n", report.c_str());
+        MonitorDiagnostic().Print(kDiagnosticFailure, "[LogSwitchMonitorMgr::Check] %s\n",
+                                  report.c_str());
     }
 }
 
 void ApplyFlag(LogMgr& manager, const FlagItem& flag, int32_t value) {
     if (value != 0 && value != 1) {
-        Report(flag.invalid, value);
+        MonitorDiagnostic().Print(kDiagnosticFailure, flag.invalid, value);
         return;
     }
     const auto wanted = static_cast<uint32_t>(value);
     if (wanted != (manager.*flag.get)()) {
         (manager.*flag.set)(wanted);
-        Report(flag.changed, value);
+        MonitorDiagnostic().Print(kDiagnosticFailure, flag.changed, value);
     }
 }
 
@@ -141,7 +140,8 @@ void ApplySwitchFile() {
     }
     LogMgr* manager = LogMgr::Instance();
     if (manager == nullptr) {
-        Report("[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n");
+        MonitorDiagnostic().Print(kDiagnosticFailure,
+                                  "[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n");
         return;
     }
     ApplyLevels(*manager, levels);

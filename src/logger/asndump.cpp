@@ -36,7 +36,7 @@ struct DumpStream {
 };
 
 DumpStream& Dump() {
-    static const NeverDestroyed<DumpStream> dump;
+    static NeverDestroyed<DumpStream> dump;
     return *dump;
 }
 

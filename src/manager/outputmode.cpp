@@ -27,9 +27,10 @@ unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
     if (mode != kModeDirect) {
         return LOG_RESULT_INVALID_OUTPUT_MODE;
     }
+    const int64_t task = outputTask;
     try {
         auto& schedule = LookUp<NS_SCHEDULE_SERVICE1::ScheduleSvcInterface>("ScheduleSvcInterface");
-        if (schedule.DeleteTask(outputTask) != 0) {
+        if (schedule.DeleteTask(task) != 0) {
             Diagnostic().Print(
                 kDiagnosticRefused,
                 "[LogMgr::SetOutputMode]Delete local task failed, so SetOutputMode failed !!");
@@ -39,7 +40,8 @@ unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
         ReportException(exception);
         return LOG_RESULT_INTERFACE_NOT_EXIST;
     }
-    outputTask = kNoTask;
+    // A task that was started meanwhile stays known.
+    outputTask.Update([task](int64_t now) { return now == task ? kNoTask : now; });
     return LOG_RESULT_OK;
 }
 

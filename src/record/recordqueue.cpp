@@ -11,6 +11,9 @@ namespace {
 // Some 250 records of the usual size.
 constexpr size_t kChunkSize = size_t{64} * 1024;
 
+// Empty chunks that are kept: enough for a full queue of the default length and usual records.
+constexpr size_t kSpareChunks = 256;
+
 }  // namespace
 
 LogRecord RecordQueue::Iterator::operator*() const {
@@ -58,24 +61,26 @@ void RecordQueue::Append(const LogRecord& record) {
 }
 
 RecordQueue::Chunks RecordQueue::Clear() {
-    Chunks outsized;
+    Chunks surplus;
     while (!used_.empty()) {
         used_.front().used = 0;
-        Chunks& target = used_.front().size == kChunkSize ? spare_ : outsized;
+        const bool kept = used_.front().size == kChunkSize && spare_.size() < kSpareChunks;
+        Chunks& target = kept ? spare_ : surplus;
         target.splice(target.end(), used_, used_.begin());
     }
     count_ = 0;
-    return outsized;
+    return surplus;
+}
+
+void RecordQueue::MoveRecordsTo(RecordQueue& empty) noexcept {
+    used_.swap(empty.used_);
+    std::swap(count_, empty.count_);
 }
 
 void RecordQueue::TakeChunks(RecordQueue& cleared) {
-    spare_.splice(spare_.end(), cleared.spare_);
-}
-
-void RecordQueue::Swap(RecordQueue& other) noexcept {
-    used_.swap(other.used_);
-    spare_.swap(other.spare_);
-    std::swap(count_, other.count_);
+    while (!cleared.spare_.empty() && spare_.size() < kSpareChunks) {
+        spare_.splice(spare_.end(), cleared.spare_, cleared.spare_.begin());
+    }
 }
 
 }  // namespace NS_LOG_SERVICE1

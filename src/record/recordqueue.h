@@ -54,15 +54,16 @@ class RecordQueue {
     // Appends a copy of the record. HasRoomFor(PackedSize(record)) holds.
     void Append(const LogRecord& record);
 
-    // Empties the queue but keeps its chunks; hands back those that were made for an outsized
-    // record, for the caller to free.
+    // Empties the queue but keeps its chunks, up to a bound, for records to come; hands back the
+    // others, and those that were made for an outsized record, for the caller to free.
     [[nodiscard]] Chunks Clear();
 
-    // Takes the chunks of `cleared`, a queue without records, for records to come.
-    void TakeChunks(RecordQueue& cleared);
+    // Hands all records over to `empty`, a queue without records. Empty chunks stay here, so that
+    // the next record finds one.
+    void MoveRecordsTo(RecordQueue& empty) noexcept;
 
-    // Exchanges everything with `other`.
-    void Swap(RecordQueue& other) noexcept;
+    // Takes chunks of `cleared`, a queue without records, for records to come, up to the bound.
+    void TakeChunks(RecordQueue& cleared);
 
     size_t Count() const { return count_; }
     bool Empty() const { return count_ == 0; }

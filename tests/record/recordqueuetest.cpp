@@ -160,19 +160,59 @@ TEST(RecordQueue, CanBeClearedWhenEmpty) {
     EXPECT_EQ(Details(queue), Texts({"1"}));
 }
 
-TEST(RecordQueue, ExchangesEverything) {
+TEST(RecordQueue, HandsItsRecordsOverAndKeepsItsEmptyChunks) {
     RecordQueue queue;
-    RecordQueue other;
+    RecordQueue taken;
     Append(queue, WithDetail("1"));
     Append(queue, WithDetail("2"));
-    queue.Swap(other);
+    RecordQueue::Chunks chunk = RecordQueue::MakeChunk(1);
+    queue.AddChunk(chunk);
+    queue.MoveRecordsTo(taken);
     EXPECT_TRUE(queue.Empty());
     EXPECT_EQ(Details(queue), Texts());
-    EXPECT_EQ(Details(other), Texts({"1", "2"}));
+    EXPECT_EQ(Details(taken), Texts({"1", "2"}));
+    EXPECT_TRUE(queue.HasRoomFor(PackedSize(OwnedRecord().Get())));
     Append(queue, WithDetail("3"));
-    queue.Swap(other);
-    EXPECT_EQ(Details(queue), Texts({"1", "2"}));
-    EXPECT_EQ(Details(other), Texts({"3"}));
+    EXPECT_EQ(Details(queue), Texts({"3"}));
+    EXPECT_EQ(Details(taken), Texts({"1", "2"}));
+}
+
+// A record that is logged while a batch is written needs a chunk of its own; when the batch's
+// chunks come back, round after round, they must not pile up.
+TEST(RecordQueue, NeedsFewChunksHoweverOftenItIsWrittenOut) {
+    RecordQueue queue;
+    int made = 0;
+    for (int round = 0; round < 1000; ++round) {
+        RecordQueue taken;
+        queue.MoveRecordsTo(taken);
+        if (!queue.HasRoomFor(PackedSize(WithDetail("1").Get()))) {
+            RecordQueue::Chunks chunk = RecordQueue::MakeChunk(1);
+            queue.AddChunk(chunk);
+            ++made;
+        }
+        queue.Append(WithDetail("1").Get());
+        EXPECT_TRUE(taken.Clear().empty());
+        queue.TakeChunks(taken);
+    }
+    EXPECT_LE(made, 2);
+}
+
+// One burst of long records must not hold on to its memory for ever.
+TEST(RecordQueue, GivesUpTheChunksOfAnUnusuallyLongBatch) {
+    RecordQueue queue;
+    const OwnedRecord record = WithDetail(std::string(60000, 'x'));
+    for (int number = 0; number < 1000; ++number) {
+        Append(queue, record);
+    }
+    EXPECT_EQ(queue.Clear().size(), 1000U - 256U);
+
+    RecordQueue other;
+    for (int number = 0; number < 100; ++number) {
+        Append(other, record);
+    }
+    EXPECT_TRUE(other.Clear().empty());
+    queue.TakeChunks(other);
+    EXPECT_TRUE(other.HasRoomFor(PackedSize(record.Get())));
 }
 
 TEST(RecordQueue, TakesTheChunksOfAClearedQueue) {
@@ -206,7 +246,9 @@ TEST(RecordQueue, AgreesWithPlainListsWhateverIsDone) {
                 models[which].clear();
                 break;
             case 1:
-                queues[0].Swap(queues[1]);
+                EXPECT_LE(queues[1 - which].Clear().size(), models[1 - which].size());
+                models[1 - which].clear();
+                queues[which].MoveRecordsTo(queues[1 - which]);
                 std::swap(models[0], models[1]);
                 break;
             case 2:

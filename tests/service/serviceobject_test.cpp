@@ -219,6 +219,19 @@ TEST_F(ServiceObject, ReportsAStartThatFailed) {
     Gobble(object);
 }
 
+// ACE's configurator finishes an object whose init failed without stopping it first.
+TEST_F(ServiceObject, EndsTheThreadThatNobodyStopped) {
+    NS_TEST::UnreachableItems items;
+    const size_t before = Threads();
+    qv_base_log* const object = Make();
+    NS_REFERENCE_HOST::SetConfigItems(&items);
+    EXPECT_EQ(object->init(0, nullptr), -1);
+    EXPECT_EQ(Threads(), before + 1);
+    EXPECT_EQ(object->fini(), 0);
+    EXPECT_TRUE(ThreadsBecome(before)) << Threads() << " instead of " << before;
+    Gobble(object);
+}
+
 TEST_F(ServiceObject, PassesOnWhatElseTheConfigurationThrows) {
     class ThrowingItems : public NS_TEST::UnreachableItems {
       public:
