@@ -24,7 +24,7 @@ constexpr char kShareVariable[] = "_APP_SHARE_DIR";
 
 // The platform takes a missing file for an empty one; to the operator it is another mistake.
 std::string FindConfiguration() {
-    const std::string path =
+    std::string path =
         NS_UTIL::SelfUtilCommon::getEnvValue(kShareVariable) + "/conf/corba_agent.cfg";
     std::error_code error;
     if (!std::filesystem::exists(path, error)) {

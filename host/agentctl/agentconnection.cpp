@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Far above what an agent with some hundred thousand loggers says.
-constexpr std::string::size_type kMaximumAnswer = 256 * 1024 * 1024;
+constexpr std::string::size_type kMaximumAnswer = std::string::size_type{256} * 1024 * 1024;
 
 std::string LastError() {
     return std::generic_category().message(errno);

@@ -17,7 +17,7 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-constexpr std::size_t kChunkSize = 256 * 1024;
+constexpr std::size_t kChunkSize = std::size_t{256} * 1024;
 
 // The sign for a zero byte, in UTF-8.
 constexpr char kZeroByteSign[] = "\xE2\x90\x80";
