@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "agentctl/liveagent.h"
+#include "support/files.h"
 
 namespace {
 
@@ -57,6 +58,32 @@ TEST_F(LiveAgent, QueuedRecordsAreWrittenAfterTheIntervalWithoutAnyFlush) {
         Await([this] { return Logged("corbaoper").find("once more") != std::string::npos; }));
     EXPECT_THAT(Succeed({"queue", "off"}), HasSubstr("direct"));
     EXPECT_FALSE(Data({"status"})["periodic"].asBool());
+    EXPECT_EQ(Stop(), 0);
+}
+
+// The product's own interval: nothing shortens it from outside.
+TEST_F(LiveAgent, AppliesAChangeOfTheConfigurationWithinHalfAMinute) {
+    StartWithInput();
+    Log("known before");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    const std::string file = Path("conf/corba_agent.cfg");
+    const auto before = std::filesystem::last_write_time(file);
+    const std::string text = NS_TEST::ReadFile(file);
+    const std::string old = "logswitch = 1,1,1,1";
+    ASSERT_NE(text.find(old), std::string::npos);
+    NS_TEST::WriteFile(file + ".new", std::string(text).replace(text.find(old), old.size(),
+                                                                "logswitch = 1,0,1,1"));
+    std::filesystem::last_write_time(file + ".new", before + std::chrono::seconds(10));
+    std::filesystem::rename(file + ".new", file);
+
+    const auto levelIsOff = [this] {
+        return !Data({"loggers"})["loggers"][0]["levels"][1].asBool();
+    };
+    ASSERT_TRUE(Await(levelIsOff)) << agent_->GetErrors();
+    EXPECT_TRUE(agent_->WaitForError("LogLevel_1 close "));
+    Log("kept back now");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 1; }));
+    EXPECT_EQ(Channel("corbaoper")["recordsWritten"].asInt(), 1);
     EXPECT_EQ(Stop(), 0);
 }
 
