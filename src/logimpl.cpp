@@ -13,60 +13,92 @@
 #include "logswitchmonitormgr.h"
 #include "lookup/ownlogger.h"
 #include "manager/logmgr.h"
+#include "qv_base_log/resultcode.h"
 
 namespace NS_LOG_SERVICE1 {
 
-// The monitor starts whether or not the configuration could be read: the file may come back.
-bool LogSvcIFImpl::Init() {
-    bool configured = true;
+namespace {
+
+// False when the configuration is out of reach, which is reported, or there is no manager to take
+// it.
+bool Configure() {
+    LogMgr* manager = nullptr;
     try {
         NS_BUNDLEMGR1::CorbaConfigItems* items = NS_BUNDLEMGR1::CorbaConfigItems::Instance();
-        LoadServiceConfiguration(*items, *LogMgr::Instance());
+        manager = LogMgr::Instance();
+        if (manager != nullptr) {
+            LoadServiceConfiguration(*items, *manager);
+        }
+        return manager != nullptr;
     } catch (const NS_BUNDLEMGR1::InterfaceNotExistException& exception) {
         ReportException(exception);
-        configured = false;
+        return false;
     }
-    LogSwitchMonitorMgr::Instance()->Init();
+}
+
+}  // namespace
+
+// Without the lock under which they are created, the manager, the monitor and the table may be
+// missing; then there are no loggers, nothing is switched, and what is asked for reads as never
+// set.
+
+// The monitor starts whether or not the configuration could be read: the file may come back.
+bool LogSvcIFImpl::Init() {
+    const bool configured = Configure();
+    if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
+        monitor->Init();
+    }
     return configured;
 }
 
 // A bundle manager stops a service before it finishes it, but ACE's configurator finishes one whose
 // init failed without stopping it, and the monitor runs by then.
 void LogSvcIFImpl::Fini() {
-    LogSwitchMonitorMgr::Instance()->EndForgottenThread();
+    if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
+        monitor->EndForgottenThread();
+    }
     LogSwitchMonitorMgr::Destroy();
     LogMgr::DestroyInstance();
 }
 
 LoggerIF* LogSvcIFImpl::GetLogger(const std::string& first, const std::string& second,
                                   const std::string& category) {
-    return LogMgr::Instance()->GetLogger(first, second, category);
+    LogMgr* manager = LogMgr::Instance();
+    return manager == nullptr ? nullptr : manager->GetLogger(first, second, category);
 }
 
 unsigned int LogSvcIFImpl::SetOutputMode(unsigned int mode) {
-    return LogMgr::Instance()->SetOutputMode(mode);
+    LogMgr* manager = LogMgr::Instance();
+    return manager == nullptr ? LOG_RESULT_INTERFACE_NOT_EXIST : manager->SetOutputMode(mode);
 }
 
 bool LogSvcIFImpl::GetModuleSwitch(const unsigned int& module) {
-    return ModuleSwitchTable::Instance()->Get(module);
+    ModuleSwitchTable* table = ModuleSwitchTable::Instance();
+    return table == nullptr || table->Get(module);
 }
 
 void LogSvcIFImpl::SetModuleSwitch(const unsigned int& module, const bool& on) {
-    ModuleSwitchTable::Instance()->Set(module, on);
+    if (ModuleSwitchTable* table = ModuleSwitchTable::Instance()) {
+        table->Set(module, on);
+    }
 }
 
 bool LogSvcIFImpl::IsLevelEnabled(const unsigned int& level) {
-    return LogMgr::Instance()->IsLogLevelEnabled(level);
+    const LogMgr* manager = LogMgr::Instance();
+    return manager != nullptr && manager->IsLogLevelEnabled(level);
 }
 
 unsigned int LogSvcIFImpl::IsLogOutputPara() {
-    return LogMgr::Instance()->GetEnableOutputPara();
+    const LogMgr* manager = LogMgr::Instance();
+    return manager == nullptr ? 0 : manager->GetEnableOutputPara();
 }
 
 qv_base_log::qv_base_log() : ServiceObjectBase("qv_base_bundle", "qv_base_log") {}
 
 int qv_base_log::StopService() {
-    LogSwitchMonitorMgr::Instance()->Stop();
+    if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
+        monitor->Stop();
+    }
     return 0;
 }
 

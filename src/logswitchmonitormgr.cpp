@@ -17,8 +17,8 @@ constexpr int kExitSemaphoreMaximum = 0x7fffffff;
 
 }  // namespace
 
-LogSwitchMonitorMgr* LogSwitchMonitorMgr::Instance() {
-    return logSwitchMonitorMgr.Instance();
+LogSwitchMonitorMgr* LogSwitchMonitorMgr::Instance(PollInterval pollInterval) {
+    return logSwitchMonitorMgr.Instance(pollInterval);
 }
 
 void LogSwitchMonitorMgr::Destroy() {

@@ -23,15 +23,18 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
   public:
     using PollInterval = std::chrono::milliseconds;
 
-    // The monitor, created on the first call. Null only when the lock under which it is created
-    // cannot be taken.
-    static LogSwitchMonitorMgr* Instance();
+    // How long the service's monitor sleeps.
+    static constexpr PollInterval kPollInterval = std::chrono::seconds(30);
+
+    // The monitor, created on the first call; `pollInterval` is then as for the constructor. Null
+    // only when the lock under which it is created cannot be taken.
+    static LogSwitchMonitorMgr* Instance(PollInterval pollInterval = kPollInterval);
 
     // Deletes the monitor if there is one. Does not end its thread: Stop must have been called.
     static void Destroy();
 
     // `pollInterval`: how long the thread sleeps. Tests shorten it; the service never does.
-    explicit LogSwitchMonitorMgr(PollInterval pollInterval = std::chrono::seconds(30));
+    explicit LogSwitchMonitorMgr(PollInterval pollInterval = kPollInterval);
     ~LogSwitchMonitorMgr() override;
 
     LogSwitchMonitorMgr(const LogSwitchMonitorMgr&) = delete;

@@ -22,10 +22,12 @@ class Singleton {
 
     constexpr explicit Singleton(LockAccessor lock) : lock_(lock) {}
 
-    // The object, created when there is none. Null only when the lock cannot be taken.
-    T* Instance() {
+    // The object, created from the arguments when there is none. Null only when the lock cannot be
+    // taken.
+    template <class... Arguments>
+    T* Instance(const Arguments&... arguments) {
         T* instance = instance_.load(std::memory_order_acquire);
-        return instance != nullptr ? instance : Create();
+        return instance != nullptr ? instance : Create(arguments...);
     }
 
     // The object, or null when there is none.
@@ -44,11 +46,12 @@ class Singleton {
     }
 
   private:
-    T* Create() {
+    template <class... Arguments>
+    T* Create(const Arguments&... arguments) {
         LockGuard<Lock> guard(*lock_());
         T* instance = instance_.load(std::memory_order_acquire);
         if (guard.Held() && instance == nullptr) {
-            instance = new T;
+            instance = new T(arguments...);
             instance_.store(instance, std::memory_order_release);
         }
         return instance;

@@ -1,7 +1,6 @@
 #include "control/logmaintenanceimpl.h"
 
 #include "control/moduleswitchtable.h"
-#include "manager/logmgr.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -42,22 +41,20 @@ LoggerStatus StatusOf(const Logger& logger) {
 
 LogMaintenanceImpl::~LogMaintenanceImpl() {
     try {
-        if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-            queuedOutput_.EndPeriodicOutput(*manager);
-        }
+        queuedOutput_.EndPeriodicOutput(manager_);
     } catch (...) {  // NOLINT: a schedule service that throws must not keep the service from ending
     }
 }
 
 void LogMaintenanceImpl::FlushAll() {
-    LogMgr::Instance()->FlushAll();
+    manager_.FlushAll();
 }
 
 // The channels are collected first and written out afterwards: a new logger looks for its channel
 // in the map, and must not wait for a whole dump. They live as long as the manager.
 bool LogMaintenanceImpl::OutputAll(const std::string& category) {
     std::vector<TEDebugInfoBuf*> chosen;
-    LogMgr::Instance()->Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
+    manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
         if (category.empty() || name == category) {
             chosen.push_back(&channel);
         }
@@ -69,21 +66,20 @@ bool LogMaintenanceImpl::OutputAll(const std::string& category) {
 }
 
 unsigned int LogMaintenanceImpl::SetQueuedOutput(bool on) {
-    LogMgr& manager = *LogMgr::Instance();
-    return on ? queuedOutput_.SwitchOn(manager) : queuedOutput_.SwitchOff(manager);
+    return on ? queuedOutput_.SwitchOn(manager_) : queuedOutput_.SwitchOff(manager_);
 }
 
 unsigned int LogMaintenanceImpl::GetOutputMode() {
-    return LogMgr::Instance()->outputmode;
+    return manager_.outputmode;
 }
 
 bool LogMaintenanceImpl::HasPeriodicOutput() {
-    return QueuedOutput::HasPeriodicOutput(*LogMgr::Instance());
+    return QueuedOutput::HasPeriodicOutput(manager_);
 }
 
 void LogMaintenanceImpl::GetLoggers(std::vector<LoggerStatus>& loggers) {
     loggers.clear();
-    LogMgr::Instance()->Loggers().ForEach(
+    manager_.Loggers().ForEach(
         [&loggers](const Logger& logger) { loggers.push_back(StatusOf(logger)); });
 }
 
@@ -92,31 +88,31 @@ bool LogMaintenanceImpl::SetLoggerLevel(const std::string& first, const std::str
     if (level >= LOG_LEVEL_COUNT) {
         return false;
     }
-    LogMgr& manager = *LogMgr::Instance();
-    return (on ? manager.EnableLogLevel(first, second, category, level)
-               : manager.DisableLogLevel(first, second, category, level)) != 0;
+    return (on ? manager_.EnableLogLevel(first, second, category, level)
+               : manager_.DisableLogLevel(first, second, category, level)) != 0;
 }
 
 bool LogMaintenanceImpl::SetLevel(unsigned int level, bool on) {
     if (level >= LOG_LEVEL_COUNT) {
         return false;
     }
-    LogMgr::Instance()->SwitchLevel(level, on);
+    manager_.SwitchLevel(level, on);
     return true;
 }
 
 void LogMaintenanceImpl::GetChannels(std::vector<ChannelStatus>& channels) {
     channels.clear();
-    LogMgr::Instance()->Channels().ForEach(
-        [&channels](const std::string& name, TEDebugInfoBuf& channel) {
-            channels.push_back(StatusOf(name, channel));
-        });
+    manager_.Channels().ForEach([&channels](const std::string& name, TEDebugInfoBuf& channel) {
+        channels.push_back(StatusOf(name, channel));
+    });
 }
 
 void LogMaintenanceImpl::GetModules(std::vector<ModuleStatus>& modules) {
     modules.clear();
-    for (const auto& [module, on] : ModuleSwitchTable::Instance()->All()) {
-        modules.push_back({module, on});
+    if (ModuleSwitchTable* table = ModuleSwitchTable::Instance()) {
+        for (const auto& [module, on] : table->All()) {
+            modules.push_back({module, on});
+        }
     }
 }
 

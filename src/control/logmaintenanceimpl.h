@@ -5,13 +5,17 @@
 #include <vector>
 
 #include "control/queuedoutput.h"
+#include "manager/logmgr.h"
 #include "qv_base_log/logmaintenanceinterface.h"
 
 namespace NS_LOG_SERVICE1 {
 
-// Thread safety: any thread. The log manager exists for as long as this object does.
+// Thread safety: any thread.
 class LogMaintenanceImpl : public LogMaintenanceInterface {
   public:
+    // `manager` lives longer than this object.
+    explicit LogMaintenanceImpl(LogMgr& manager) : manager_(manager) {}
+
     // Takes the periodic output away.
     ~LogMaintenanceImpl() override;
 
@@ -32,6 +36,7 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     void GetModules(std::vector<ModuleStatus>& modules) override;
 
   private:
+    LogMgr& manager_;
     QueuedOutput queuedOutput_;
 };
 

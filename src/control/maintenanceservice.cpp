@@ -42,9 +42,10 @@ MaintenanceService::MaintenanceService()
     : ServiceObjectBase("qv_base_bundle", "qv_base_log_maintenance") {}
 
 void MaintenanceService::Start() {
-    MaintenanceService& service = *maintenanceService.Instance();
-    if (service.GetInterface() == nullptr) {
-        NS_BUNDLEMGR1::SetIFBuf(LOG_MAINTENANCE_INTERFACE_NAME, service.CreateInterface());
+    MaintenanceService* service = maintenanceService.Instance();
+    if (service != nullptr && service->GetInterface() == nullptr &&
+        service->CreateInterface() != nullptr) {
+        NS_BUNDLEMGR1::SetIFBuf(LOG_MAINTENANCE_INTERFACE_NAME, service->GetInterface());
     }
 }
 
@@ -62,7 +63,9 @@ void MaintenanceService::Finish() {
 }
 
 NS_BUNDLEMGR1::ServiceInterface* MaintenanceService::CreateInterface() {
-    interface_ = new LogMaintenanceImpl;  // the base class owns it by a plain pointer
+    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+        interface_ = new LogMaintenanceImpl(*manager);  // the base class owns it by a plain pointer
+    }
     return interface_;
 }
 

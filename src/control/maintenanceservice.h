@@ -11,7 +11,7 @@ namespace NS_LOG_SERVICE1 {
 // Thread safety: Start and Finish are called by the bundle manager's thread.
 class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
-    // Creates and registers the interface, unless that has been done.
+    // Creates and registers the interface, unless that has been done or there is no log manager.
     static void Start();
 
     // Takes the interface away, writes out the queues and reports the records that could not be
@@ -19,6 +19,8 @@ class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
     static void Finish();
 
     MaintenanceService();
+
+    // Null without a log manager.
     NS_BUNDLEMGR1::ServiceInterface* CreateInterface() override;
 };
 

@@ -12,11 +12,7 @@ using testing::ElementsAre;
 
 namespace {
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr int kRounds = 1000;
-#else
 constexpr int kRounds = 10000;
-#endif
 
 class MonitorEnd : public NS_TEST::MonitorTest {
   protected:

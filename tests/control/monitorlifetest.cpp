@@ -112,7 +112,7 @@ TEST_F(TheProcessesMonitor, IsOne) {
 TEST_F(TheProcessesMonitor, IsOneForAllThreadsThatAskFirst) {
     std::vector<std::future<Monitor*>> asked;
     for (int i = 0; i < 4; ++i) {
-        asked.push_back(std::async(std::launch::async, &Monitor::Instance));
+        asked.push_back(std::async(std::launch::async, [] { return Monitor::Instance(); }));
     }
     for (std::future<Monitor*>& one : asked) {
         EXPECT_EQ(one.get(), Monitor::Instance());

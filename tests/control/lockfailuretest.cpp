@@ -1,0 +1,257 @@
+// Locks that cannot be taken: what is under way goes on without them, and nothing is lost.
+#include <ace/Object_Manager.h>
+
+#include <cerrno>
+
+#include "bundlemgr/bundlemgr.h"
+#include "control/switchapplicationfixture.h"
+#include "logimpl.h"
+#include "lookup/interfacelookup.h"
+#include "qv_base_log/resultcode.h"
+#include "support/failinglocks.h"
+
+using NS_LOG_SERVICE1::LogMgr;
+using NS_LOG_SERVICE1::LogSwitchMonitorMgr;
+using NS_LOG_SERVICE1::ModuleSwitchTable;
+using NS_LOG_SERVICE1::TEDebugInfoBuf;
+using NS_TEST::FailingLocks;
+using NS_TEST::LockFailure;
+using NS_TEST::MonitorSays;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// Nothing of the service exists yet.
+class WithoutTheStaticObjectLock : public NS_TEST::ControlTest {
+  protected:
+    WithoutTheStaticObjectLock() {
+        store_.Set("logswitch", "0,0,0,0");
+        store_.Set("bEnableAsnLog", "1");
+        store_.Set("bLogOutputPara", "1");
+    }
+
+    static const ACE_Recursive_Thread_Mutex& Lock() { return *ACE_Static_Object_Lock::instance(); }
+
+    LogSwitchMonitorMgr monitor_;
+    NS_LOG_SERVICE1::LogSvcIFImpl service_;
+};
+
+TEST_F(WithoutTheStaticObjectLock, NothingIsCreated) {
+    const FailingLocks failing(Lock());
+    EXPECT_EQ(LogMgr::Instance(), nullptr);
+    EXPECT_EQ(LogSwitchMonitorMgr::Instance(), nullptr);
+    EXPECT_EQ(ModuleSwitchTable::Instance(), nullptr);
+    EXPECT_EQ(failing.Failures(), 3);
+    EXPECT_EQ(failing.Releases(), 0);
+}
+
+TEST_F(WithoutTheStaticObjectLock, WhatExistsIsFoundAndNotDestroyed) {
+    LogMgr* const manager = LogMgr::Instance();
+    LogSwitchMonitorMgr* const monitor = LogSwitchMonitorMgr::Instance();
+    ModuleSwitchTable* const table = ModuleSwitchTable::Instance();
+    table->Set(7, false);
+    {
+        const FailingLocks failing(Lock());
+        LogMgr::DestroyInstance();
+        LogSwitchMonitorMgr::Destroy();
+        ModuleSwitchTable::Destroy();
+        EXPECT_EQ(failing.Failures(), 3);
+        EXPECT_EQ(failing.Releases(), 0);
+        EXPECT_EQ(LogMgr::Instance(), manager);
+        EXPECT_EQ(LogSwitchMonitorMgr::Instance(), monitor);
+        EXPECT_EQ(ModuleSwitchTable::Instance(), table);
+    }
+    EXPECT_FALSE(table->Get(7));
+    EXPECT_THAT(Proxy().Texts(), IsEmpty());
+}
+
+TEST_F(WithoutTheStaticObjectLock, TheSwitchesAreNotAppliedForWantOfAManager) {
+    {
+        const FailingLocks failing(Lock());
+        monitor_.Check();
+    }
+    EXPECT_THAT(
+        Proxy().Printed(),
+        ElementsAre(MonitorSays("[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n")));
+    EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+}
+
+// The manager is asked for last.
+TEST_F(WithoutTheStaticObjectLock, SwitchesThatCannotBeUsedAreReportedAsSuch) {
+    store_.Set("logswitch", "0,0,0");
+    {
+        const FailingLocks failing(Lock());
+        monitor_.Check();
+    }
+    EXPECT_THAT(
+        Proxy().Printed(),
+        ElementsAre(MonitorSays("[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n")));
+}
+
+TEST_F(WithoutTheStaticObjectLock, TheInterfaceAnswersAsIfNothingWereSet) {
+    const FailingLocks failing(Lock());
+    EXPECT_EQ(service_.GetLogger("bundle", "service", "debug"), nullptr);
+    EXPECT_EQ(service_.SetOutputMode(0), NS_LOG_SERVICE1::LOG_RESULT_INTERFACE_NOT_EXIST);
+    EXPECT_FALSE(service_.IsLevelEnabled(0));
+    EXPECT_EQ(service_.IsLogOutputPara(), 0U);
+    service_.SetModuleSwitch(7, false);
+    EXPECT_TRUE(service_.GetModuleSwitch(7));
+}
+
+TEST_F(WithoutTheStaticObjectLock, TheServiceDoesNotStartAndCanBeFinished) {
+    ACE_Service_Object_Exterminator free = nullptr;
+    ACE_Service_Object* const object = _make_qv_base_log(&free);
+    {
+        const FailingLocks failing(Lock());
+        EXPECT_EQ(object->init(0, nullptr), -1);
+        EXPECT_EQ(static_cast<NS_LOG_SERVICE1::qv_base_log*>(object)->StopService(), 0);
+        EXPECT_EQ(object->fini(), 0);
+    }
+    EXPECT_THAT(Proxy().Texts(),
+                ElementsAre("\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n"));
+    EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+    free(object);
+}
+
+class WithoutItsLock : public NS_TEST::SwitchApplicationTest {
+  protected:
+    WithoutItsLock() { Add("a", "b"); }
+
+    static ModuleSwitchTable& Table() { return *ModuleSwitchTable::Instance(); }
+    static NS_TEST::SwitchingLogger& FirstLogger() { return Add("a", "b"); }
+    static TEDebugInfoBuf& Channel() { return *Manager().Channels().Find("debug"); }
+
+    static void Log(int level, const std::string& text) {
+        FirstLogger().Log("file.cpp", "Function", 7, level, text);
+    }
+
+    // The details of what stands in the files, dumped records behind their trigger.
+    std::vector<std::string> Written() const {
+        std::vector<std::string> details;
+        for (const NS_TEST::ParsedPiece& piece : NS_TEST::ParseLogDirectory(Path("log"))) {
+            if (!piece.record.detail.empty()) {
+                details.push_back(piece.record.detail);
+            }
+            for (const NS_TEST::ParsedRecord& dumped : piece.dumped) {
+                details.push_back(dumped.detail);
+            }
+        }
+        return details;
+    }
+};
+
+TEST_F(WithoutItsLock, TheModuleTableWorksAndLeavesTheErrorCode) {
+    const FailingLocks failing(Table());
+    errno = 0;
+    Table().Set(7, false);
+    EXPECT_EQ(errno, EAGAIN);
+    errno = 0;
+    EXPECT_FALSE(Table().Get(7));
+    EXPECT_EQ(errno, EAGAIN);
+    errno = 0;
+    Table().Clear();
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_TRUE(Table().Get(7));
+    EXPECT_EQ(failing.Failures(), 4);
+    EXPECT_EQ(failing.Releases(), 0);
+}
+
+TEST_F(WithoutItsLock, TheModuleTableThatCannotReleaseItLeavesTheErrorCode) {
+    const FailingLocks failing(Table(), LockFailure::Releasing);
+    errno = 0;
+    Table().Set(7, false);
+    EXPECT_EQ(errno, EPERM);
+    errno = 0;
+    EXPECT_FALSE(Table().Get(7));
+    EXPECT_EQ(errno, EPERM);
+    errno = 0;
+    Table().Clear();
+    EXPECT_EQ(errno, EPERM);
+    EXPECT_EQ(failing.Failures(), 3);
+    EXPECT_EQ(failing.Releases(), 3);
+}
+
+TEST_F(WithoutItsLock, ALoggerSwitchesItsLevels) {
+    const FailingLocks failing(FirstLogger());
+    EXPECT_TRUE(FirstLogger().DisableLevel(1));
+    EXPECT_TRUE(FirstLogger().EnableLevel(3));
+    EXPECT_EQ(Levels(FirstLogger().Levels()), "1011");
+    EXPECT_THROW(FirstLogger().EnableAllLevels(), std::out_of_range);
+    EXPECT_EQ(failing.Failures(), 3);
+    EXPECT_EQ(failing.Releases(), 0);
+}
+
+TEST_F(WithoutItsLock, TheManagerFindsAndSwitchesLoggers) {
+    LogMgr& manager = Manager();
+    const FailingLocks failing(manager);
+    NS_LOG_SERVICE1::Logger* const added = manager.GetLogger("later", "one", "corbaoper");
+    ASSERT_NE(added, nullptr);
+    EXPECT_EQ(manager.GetLogger("later", "one", "corbaoper"), added);
+    EXPECT_NE(added->Channel(), nullptr);
+    EXPECT_EQ(manager.DisableAllLogLevel(0), 1);
+    EXPECT_EQ(manager.EnableLogLevel("later", "one", "corbaoper", 0), 1);
+    EXPECT_EQ(Levels(FirstLogger().Levels()), "0111");
+    EXPECT_EQ(Levels(added->Levels()), "1111");
+    manager.FlushAll();
+    EXPECT_GE(failing.Failures(), 6);
+    EXPECT_EQ(failing.Releases(), 0);
+}
+
+TEST_F(WithoutItsLock, AChannelWritesAtOnce) {
+    {
+        const FailingLocks failing(Channel());
+        Log(1, "first");
+        FirstLogger().DisableLevel(2);
+        Log(2, "kept back");
+        Log(0, "an error");
+        EXPECT_EQ(failing.Failures(), 4);
+        EXPECT_EQ(failing.Releases(), 0);
+    }
+    EXPECT_THAT(Written(), ElementsAre("first", "an error", "kept back"));
+}
+
+TEST_F(WithoutItsLock, AChannelQueuesFlushesAndDumps) {
+    Manager().outputmode = 1;
+    {
+        const FailingLocks failing(Channel());
+        Log(1, "queued");
+        EXPECT_THAT(Written(), IsEmpty());
+        Channel().Flush();
+        EXPECT_THAT(Written(), ElementsAre("queued"));
+        Log(1, "queued again");
+        FirstLogger().DisableLevel(2);
+        Log(2, "kept back");
+        Log(0, "an error");
+        Log(1, "the last one");
+        Channel().OutputAll();
+        EXPECT_GE(failing.Failures(), 8);
+        EXPECT_EQ(failing.Releases(), 0);
+    }
+    EXPECT_THAT(Written(),
+                ElementsAre("queued", "queued again", "an error", "kept back", "the last one",
+                            "The follow message was dump by maintenance command flushall."));
+}
+
+TEST_F(WithoutItsLock, TheChannelIsUsableAfterwards) {
+    {
+        const FailingLocks failing(Channel());
+        Log(1, "first");
+    }
+    auto logged = std::async(std::launch::async, [] { Log(1, "second"); });
+    ASSERT_TRUE(NS_TEST::Finishes(logged));
+    EXPECT_THAT(Written(), ElementsAre("first", "second"));
+}
+
+TEST_F(WithoutItsLock, AnInterfaceIsLookedUp) {
+    NS_LOG_SERVICE1::LogSvcIFImpl service;
+    const NS_TEST::RegisteredInterface registered(NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME, service);
+    const FailingLocks failing(NS_BUNDLEMGR1::_g_actualmutex);
+    EXPECT_EQ(&NS_LOG_SERVICE1::LookUp<NS_LOG_SERVICE1::LogSvcInterface>(
+                  NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME),
+              &service);
+    EXPECT_GE(failing.Failures(), 1);
+    EXPECT_EQ(failing.Releases(), 0);
+}
+
+}  // namespace
