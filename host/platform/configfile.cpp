@@ -7,7 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <system_error>
+#include <thread>
 #include <unordered_map>
 
 #include "bundlemgr/processexception.h"
@@ -56,6 +59,42 @@ std::string ReadToEnd(const OpenFile& file, const std::string& path) {
         } else if (errno != EINTR) {
             ThrowUnreadable(path, errno);
         }
+    }
+}
+
+// By how much the times that the system gives to files may lag behind its clock.
+constexpr std::chrono::milliseconds kFileTimeLag{20};
+
+constexpr int kReadingsOfAChangingFile = 5;
+
+// What tells one state of a file from another; all zero where there is no file.
+struct FileState {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec changed{};
+
+    bool operator==(const FileState& other) const {
+        return device == other.device && inode == other.inode && size == other.size &&
+               changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
+    }
+};
+
+FileState StateOf(const std::string& path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0) {
+        return FileState();
+    }
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
+}
+
+// One sleep of a bounded length, so that nobody waits for a clock that was set back.
+void AwaitEndOfSecond(time_t second) {
+    using std::chrono::system_clock;
+    const auto end = system_clock::from_time_t(second + 1) + kFileTimeLag;
+    const auto remaining = end - system_clock::now();
+    if (remaining <= std::chrono::seconds(1) + kFileTimeLag) {
+        std::this_thread::sleep_for(remaining);
     }
 }
 
@@ -138,6 +177,19 @@ std::string ReadConfigText(const std::string& path) {
         ThrowUnreadable(path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
     return ReadToEnd(file, path);
+}
+
+std::string ReadSettledConfigText(const std::string& path) {
+    std::string text;
+    for (int reading = 0; reading < kReadingsOfAChangingFile; ++reading) {
+        const FileState before = StateOf(path);
+        AwaitEndOfSecond(before.changed.tv_sec);
+        text = ReadConfigText(path);
+        if (StateOf(path) == before) {
+            break;
+        }
+    }
+    return text;
 }
 
 }  // namespace NS_REFERENCE_HOST

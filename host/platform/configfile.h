@@ -31,4 +31,11 @@ std::string ConfigFilePath();
 // InterfaceNotExistException, whose code is the errno, when the file cannot be read to its end.
 std::string ReadConfigText(const std::string& path);
 
+// The same for a file that somebody may be writing in place at this moment: the bytes as they stand
+// once the second of the last change is over, and between two changes where that can be had.
+// Whoever compares modification times in whole seconds thus sees every change that came too late
+// for this reading. Takes up to a good second for a file that was changed just now, a few where it
+// is changed again and again.
+std::string ReadSettledConfigText(const std::string& path);
+
 }  // namespace NS_REFERENCE_HOST

@@ -37,14 +37,18 @@ bool ParseWholeNumber(const std::string& text, int& value) {
 
 }  // namespace
 
-void FileConfigItems::Read() {
-    const std::string path = ConfigFilePath();
-    ConfigText text = ParseConfigText(ReadConfigText(path));
-    items_ = std::move(text.items);
+void FileConfigItems::Take(const std::string& path, const std::string& text) {
+    ConfigText parsed = ParseConfigText(text);
+    items_ = std::move(parsed.items);
     isRead_ = true;
-    for (const BrokenLine& line : text.brokenLines) {
+    for (const BrokenLine& line : parsed.brokenLines) {
         ReportBrokenLine(path, line);
     }
+}
+
+bool FileConfigItems::HasRead() {
+    const std::lock_guard<std::mutex> guard(lock_);
+    return isRead_;
 }
 
 bool FileConfigItems::GetIntItemInfo(const std::string& name, int& value) {
@@ -55,14 +59,17 @@ bool FileConfigItems::GetIntItemInfo(const std::string& name, int& value) {
 bool FileConfigItems::GetStrItemInfo(const std::string& name, std::string& value) {
     const std::lock_guard<std::mutex> guard(lock_);
     if (!isRead_) {
-        Read();
+        const std::string path = ConfigFilePath();
+        Take(path, ReadConfigText(path));
     }
     return NS_BUNDLEMGR1::GetValByKey(value, name, items_);
 }
 
 void FileConfigItems::GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) {
+    const std::string path = ConfigFilePath();
+    const std::string text = HasRead() ? ReadSettledConfigText(path) : ReadConfigText(path);
     const std::lock_guard<std::mutex> guard(lock_);
-    Read();
+    Take(path, text);
     items = items_;
 }
 

@@ -14,8 +14,9 @@ namespace NS_REFERENCE_HOST {
 // that is not there holds no items; one that cannot be read raises InterfaceNotExistException and
 // what was read before stays. Broken lines are reported on standard error at each reading.
 //
-// Whoever changes the file while the agent runs should write a new one and rename it: a reading
-// then sees either the old or the new file as a whole.
+// The file may be changed while the agent runs, by renaming a new one over it or by rewriting it in
+// place: asking for all items again waits, up to a good second, for a writer who is at it. The lock
+// is not held meanwhile.
 //
 // Thread safety: any thread may call any operation.
 class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
@@ -25,7 +26,8 @@ class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
     void GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) override;
 
   private:
-    void Read();  // the caller holds lock_
+    bool HasRead();
+    void Take(const std::string& path, const std::string& text);  // the caller holds lock_
 
     std::mutex lock_;
     bool isRead_ = false;                              // guarded by lock_

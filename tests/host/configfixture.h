@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -32,7 +34,12 @@ class ConfigTest : public DirectoryTest {
     // Starts with a share directory that holds nothing.
     ConfigTest() : share_("_APP_SHARE_DIR", Path()), file_(Path("conf/corba_agent.cfg")) {}
 
-    void Write(const std::string& text) const { WriteFile(file_, text); }
+    // As if the file had been written a while ago.
+    void Write(const std::string& text) const {
+        WriteFile(file_, text);
+        std::filesystem::last_write_time(
+            file_, std::filesystem::last_write_time(file_) - std::chrono::hours(1));
+    }
 
     static NS_BUNDLEMGR1::CorbaConfigItems& Store() {
         return *NS_BUNDLEMGR1::CorbaConfigItems::Instance();
