@@ -16,6 +16,7 @@ struct AgentStart {
     int input = -1;                                  // its standard input; -1: the null device
     bool closeInput = false;                         // no standard input at all
     std::string outputPath;                          // the file that gets its standard output
+    bool obeysPermissions = false;                   // of files, even if the test runs as root
 };
 
 // Thread safety: one thread.
@@ -30,8 +31,9 @@ class AgentProcess {
     AgentProcess(const AgentProcess&) = delete;
     AgentProcess& operator=(const AgentProcess&) = delete;
 
-    // Waits until `text` has appeared on standard error; false when that ended without it.
-    bool WaitForError(const std::string& text);
+    // Waits until `text` has appeared so many times on standard error; false when that ended
+    // before.
+    bool WaitForError(const std::string& text, int times = 1);
 
     // Sends a signal.
     void Signal(int number) const;

@@ -32,8 +32,9 @@ void LiveAgent::Configure(const std::string& bundles, const std::string& lines) 
                   bundles + "\n" + lines);
 }
 
-void LiveAgent::Start(const std::vector<std::string>& options) {
+void LiveAgent::Start(const std::vector<std::string>& options, ObeysPermissions obeysPermissions) {
     AgentStart start;
+    start.obeysPermissions = obeysPermissions == ObeysPermissions::Yes;
     start.arguments = {"--share", Path()};
     start.arguments.insert(start.arguments.end(), options.begin(), options.end());
     start.outputPath = Path("output");

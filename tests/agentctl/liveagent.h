@@ -25,7 +25,9 @@ class LiveAgent : public DirectoryTest {
     void Configure(const std::string& bundles, const std::string& lines = "") const;
 
     // Starts an agent and waits until it serves.
-    void Start(const std::vector<std::string>& options);
+    enum class ObeysPermissions { No, Yes };
+    void Start(const std::vector<std::string>& options,
+               ObeysPermissions obeysPermissions = ObeysPermissions::No);
 
     // Starts one that logs each line that Log writes to it, category corbaoper.
     void StartWithInput();

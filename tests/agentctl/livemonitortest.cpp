@@ -1,0 +1,244 @@
+// Changes of the configuration file under a running agent. Its monitor is the service's own but for
+// the interval at which it looks.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+
+#include "agentctl/liveagent.h"
+#include "support/files.h"
+
+namespace {
+
+using std::filesystem::perms;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+const char* const kNoStatus = "[LogSwitchMonitorMgr::svc] CALL ACE_OS::stat failed!";
+const char* const kLevel1Closed = "[LogSwitchMonitorMgr::Check] LogLevel_1 close ";
+
+class LiveMonitor : public NS_TEST::LiveAgent {
+  protected:
+    LiveMonitor() : file_(Path("conf/corba_agent.cfg")), pipe_(Path("names")) {
+        Configure("qv_schedule, quickmonitor=" + std::string(QV_QUICK_MONITOR) +
+                      ", qv_control, laterloggers=" + QV_LATER_LOGGERS,
+                  "laterloggers.arguments = " + pipe_ + "\n");
+        original_ = NS_TEST::ReadFile(file_);
+        SetTime(kBaseline);
+        EXPECT_EQ(mkfifo(pipe_.c_str(), 0600), 0);
+    }
+
+    // An agent with one logger, "known".
+    void StartAgent() {
+        Start({"--traffic", "none"}, ObeysPermissions::Yes);
+        LogWith("known");
+        ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    }
+
+    // Has a logger made, unless it is there, and a record of level 1 logged with it.
+    void LogWith(const std::string& name) const {
+        std::ofstream(pipe_) << name + "\n" << std::flush;
+    }
+
+    // The four switches of the logger, level 0 first; empty while there is no such logger.
+    std::string LevelsOf(const std::string& name) const {
+        std::string levels;
+        const Json::Value loggers = Data({"loggers"})["loggers"];
+        for (const Json::Value& logger : loggers) {
+            if (logger["second"].asString() == name) {
+                for (const Json::Value& level : logger["levels"]) {
+                    levels += level.asBool() ? '1' : '0';
+                }
+            }
+        }
+        return levels;
+    }
+
+    // The configuration as at the start but for these items, each "name = value".
+    std::string Changed(const std::vector<std::string>& items) const {
+        std::string text = original_;
+        for (const std::string& item : items) {
+            const size_t begin = text.find(item.substr(0, item.find('=') + 1));
+            EXPECT_NE(begin, std::string::npos);
+            text.replace(begin, text.find('\n', begin) - begin, item);
+        }
+        return text;
+    }
+
+    // Puts a new file in the place of the old one.
+    void Replace(const std::string& text, time_t time) const {
+        NS_TEST::WriteFile(file_ + ".new", text);
+        SetTime(time, file_ + ".new");
+        std::filesystem::rename(file_ + ".new", file_);
+    }
+
+    void SetTime(time_t time) const { SetTime(time, file_); }
+    static void SetTime(time_t time, const std::string& path) {
+        const struct timespec times[] = {{time, 0}, {time, 0}};
+        EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    }
+
+    static int CountIn(const std::string& text, const std::string& part) {
+        int count = 0;
+        for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+            ++count;
+        }
+        return count;
+    }
+
+    // Long ago, so that nobody waits for a writer who may be at it.
+    static constexpr time_t kBaseline = 1700000000;
+
+    const std::string file_;
+    const std::string pipe_;
+    std::string original_;
+};
+
+TEST_F(LiveMonitor, SwitchesLoggersThatExistAndThoseThatComeLater) {
+    StartAgent();
+    EXPECT_EQ(LevelsOf("known"), "1111");
+    Replace(Changed({"logswitch = 1,0,1,1"}), kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError(kLevel1Closed));
+    EXPECT_EQ(LevelsOf("known"), "1011");
+
+    LogWith("known");
+    LogWith("late");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 2; }));
+    EXPECT_EQ(LevelsOf("late"), "1011");
+    EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("from late")));
+
+    Replace(original_, kBaseline + 2);
+    ASSERT_TRUE(agent_->WaitForError("[LogSwitchMonitorMgr::Check] LogLevel_1 open "));
+    EXPECT_EQ(LevelsOf("known"), "1111");
+    EXPECT_EQ(LevelsOf("late"), "1111");
+    LogWith("later");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 2; }));
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("from later"));
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(LiveMonitor, FollowsAFileThatIsRewrittenInPlace) {
+    StartAgent();
+    NS_TEST::WriteFile(file_, Changed({"logswitch = 0,0,1,1", "bLogOutputPara = 1"}));
+    ASSERT_TRUE(agent_->WaitForError("LogLevel_0 close LogLevel_1 close "));
+    ASSERT_TRUE(agent_->WaitForError("end change bEnableOutputPara = 1"));
+    EXPECT_EQ(LevelsOf("known"), "0011");
+    EXPECT_EQ(Stop(), 0);
+}
+
+// The writer takes his time: the file has got another time by the second half.
+TEST_F(LiveMonitor, AppliesNothingOfAHalfWrittenFile) {
+    StartAgent();
+    const std::string text = Changed({"logswitch = 1,0,1,1", "bEnableAsnLog = 0"});
+    const size_t half = text.find("bLogOutputPara");
+    Replace(text.substr(0, half), kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError("get strEnableOutputPara Info error."));
+    EXPECT_EQ(LevelsOf("known"), "1111");
+    std::ofstream(file_, std::ios::app) << text.substr(half);
+    ASSERT_TRUE(agent_->WaitForError(kLevel1Closed));
+    EXPECT_EQ(LevelsOf("known"), "1011");
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(CountIn(agent_->GetErrors(), "end change bEnableAsnLog = 0"), 1);
+}
+
+TEST_F(LiveMonitor, RefusesBadValuesAndAppliesTheOthers) {
+    StartAgent();
+    Replace(Changed({"logswitch = 2,0,1,x", "bEnableAsnLog = -1", "bLogOutputPara = 1"}),
+            kBaseline + 1);
+    ASSERT_TRUE(
+        agent_->WaitForError("[LogSwitchMonitorMgr::Check] LogLevel_0 undefined "
+                             "value.LogLevel_1 close LogLevel_3 close "));
+    ASSERT_TRUE(agent_->WaitForError("[LogSwitchMonitorMgr::Check] bEnableAsnLog<-1> is invalid."));
+    ASSERT_TRUE(
+        agent_->WaitForError("[LogSwitchMonitorMgr::Check] end change bEnableOutputPara = 1"));
+    EXPECT_EQ(LevelsOf("known"), "1010");
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(LiveMonitor, AppliesNothingWhenTheLevelsAreNotFour) {
+    StartAgent();
+    Replace(Changed({"logswitch = 0,0,0", "bLogOutputPara = 1"}), kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError("[LogSwitchMonitorMgr::Check] logswitch Info is invalid."));
+    Replace(Changed({"logswitch = 0,0,0,0,0", "bLogOutputPara = 1"}), kBaseline + 2);
+    ASSERT_TRUE(agent_->WaitForError("[LogSwitchMonitorMgr::Check] logswitch Info is invalid.", 2));
+    EXPECT_EQ(LevelsOf("known"), "1111");
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_THAT(agent_->GetErrors(), Not(HasSubstr("end change")));
+}
+
+TEST_F(LiveMonitor, GoesOnWithoutTheFileAndAppliesItOnceItIsBack) {
+    StartAgent();
+    std::filesystem::remove(file_);
+    ASSERT_TRUE(agent_->WaitForError(kNoStatus, 3));
+    LogWith("known");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 2; }));
+    EXPECT_EQ(LevelsOf("known"), "1111");
+
+    Replace(Changed({"logswitch = 1,0,1,1"}), kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError(kLevel1Closed));
+    EXPECT_EQ(LevelsOf("known"), "1011");
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(CountIn(agent_->GetErrors(), "[LogSwitchMonitorMgr::Check]"), 1);
+}
+
+TEST_F(LiveMonitor, GoesOnWhileTheDirectoryIsUnreadable) {
+    StartAgent();
+    const std::string directory = Path("conf");
+    std::filesystem::permissions(directory, perms::none);
+    ASSERT_TRUE(agent_->WaitForError(kNoStatus, 3));
+    LogWith("known");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 2; }));
+    EXPECT_EQ(LevelsOf("known"), "1111");
+
+    std::filesystem::permissions(directory, perms::owner_all);
+    Replace(Changed({"logswitch = 1,0,1,1"}), kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError(kLevel1Closed));
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(CountIn(agent_->GetErrors(), "[LogSwitchMonitorMgr::Check]"), 1);
+}
+
+TEST_F(LiveMonitor, DoesNotTryAgainToReadAFileThatItMayNotRead) {
+    StartAgent();
+    std::filesystem::permissions(file_, perms::none);
+    SetTime(kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError("[LogSwitchMonitorMgr::svc] LogSwitchMonitorMgr svc error!"));
+    std::filesystem::permissions(file_, perms::owner_all);
+    EXPECT_EQ(LevelsOf("known"), "1111");
+
+    Replace(Changed({"logswitch = 1,0,1,1"}), kBaseline + 2);
+    ASSERT_TRUE(agent_->WaitForError(kLevel1Closed));
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(CountIn(agent_->GetErrors(), "LogSwitchMonitorMgr svc error!"), 1);
+}
+
+// Each broken line is reported, and this test does not read on: the agent has to wait in the middle
+// of the reading, because the reports fill the pipe to the test many times over.
+TEST_F(LiveMonitor, FinishesWhatItAppliesBeforeTheAgentEnds) {
+    StartAgent();
+    std::string text = Changed({"logswitch = 1,0,1,1"});
+    for (int line = 0; line < 5000; ++line) {
+        text += "a line that is no item\n";
+    }
+    Replace(text, kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError("no '=', the line is skipped"));
+    agent_->Signal(SIGTERM);
+    // The control service ends before the logging service does.
+    ASSERT_TRUE(Await([this] { return !std::filesystem::exists(Path("qv_agent.sock")); }));
+    EXPECT_THAT(agent_->GetErrors(), Not(HasSubstr(kLevel1Closed)));
+
+    EXPECT_EQ(agent_->Wait(), 0);
+    const std::string& errors = agent_->GetErrors();
+    EXPECT_EQ(CountIn(errors, "the line is skipped"), 5000);
+    const size_t applied = errors.find(kLevel1Closed);
+    const size_t gone = errors.find("LogSwitchMonitorMgr Exit!");
+    ASSERT_NE(applied, std::string::npos);
+    ASSERT_NE(gone, std::string::npos);
+    EXPECT_LT(applied, gone);
+}
+
+}  // namespace
