@@ -12,10 +12,10 @@
 #include "diagnostic/defaultlogproxy.h"
 #include "diagnostic/logproxycache.h"
 #include "lookup/nullserviceinterface.h"
-#include "manager/recordinglogproxy.h"
 #include "schedule/periodictasks.h"
 #include "schedule/schedulesvcinterface.h"
 #include "support/capturedoutput.h"
+#include "support/recordinglogproxy.h"
 
 using NS_BUNDLEMGR1::BundleMgr;
 using NS_BUNDLEMGR1::DefaultLogProxy;
@@ -81,12 +81,13 @@ TEST(LogProxySlots, LeadTheServiceToItsProxy) {
     EXPECT_EQ(SlotOf(&BundleMgr::GetLogProxyProvider), 12u);
     EXPECT_EQ(SlotOf(&LogProxyProvider::GetLogProxy), 0u);
 
-    NS_TEST::RecordingProvider provider;
+    NS_TEST::RecordingLogProxy proxy;
+    NS_TEST::RecordingLogProxyProvider provider(&proxy);
     NS_REFERENCE_HOST::SetLogProxyProvider(&provider);
     EXPECT_EQ(CallSlot<LogProxyProvider*>(12, BundleMgr::Instance()), &provider);
     const std::string name = "qv_base_bundleqv_base_log";
     LogProxyProvider* const found = &provider;
-    EXPECT_EQ((CallSlot<LogProxy*, const std::string&>(0, found, name)), &provider.Proxy());
+    EXPECT_EQ((CallSlot<LogProxy*, const std::string&>(0, found, name)), &proxy);
     NS_REFERENCE_HOST::SetLogProxyProvider(nullptr);
     EXPECT_EQ(CallSlot<LogProxyProvider*>(12, BundleMgr::Instance()), nullptr);
 }

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <iterator>
+#include <utility>
 
 #include "support/files.h"
 
@@ -68,22 +70,18 @@ AgentResult AgentTest::RunWith(const std::string& input,
 }
 
 std::vector<std::string> AgentTest::LogFiles(const std::string& category) const {
-    // The digits of the time stamp follow: "corba_..." does not stand for "corba_internal_...".
-    const std::string prefix = "unbi_" + category + "_2";
     std::vector<std::string> paths;
-    for (const std::string& name : ListFiles(Path("log"))) {
-        if (name.compare(0, prefix.size(), prefix) == 0) {
-            paths.push_back(Path("log/" + name));
-        }
+    for (const std::string& name : ListLogFiles(Path("log"), category)) {
+        paths.push_back(Path("log/" + name));
     }
     return paths;
 }
 
-std::vector<LoggedRecord> AgentTest::Records(const std::string& category) const {
-    std::vector<LoggedRecord> records;
+std::vector<ParsedPiece> AgentTest::Records(const std::string& category) const {
+    std::vector<ParsedPiece> records;
     for (const std::string& path : LogFiles(category)) {
-        const std::vector<LoggedRecord> more = ParseLogFile(path);
-        records.insert(records.end(), more.begin(), more.end());
+        std::vector<ParsedPiece> more = ParseClosedLogFile(path);
+        std::move(more.begin(), more.end(), std::back_inserter(records));
     }
     return records;
 }

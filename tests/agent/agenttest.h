@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "agentprocess.h"
-#include "logfileparser.h"
+#include "support/logfileparser.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
@@ -44,7 +44,7 @@ class AgentTest : public DirectoryTest {
 
     // The records of all log files of the category. Every run that gets as far as starting the
     // service leaves a file for each category at its end, with or without records.
-    std::vector<LoggedRecord> Records(const std::string& category) const;
+    std::vector<ParsedPiece> Records(const std::string& category) const;
 
     // What the recording bundles have noted.
     std::vector<std::string> Events() const;

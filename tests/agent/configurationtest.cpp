@@ -73,7 +73,7 @@ TEST_F(AgentConfiguration, AListedClientGetsTheConfiguredArgumentsAndIsNotAddedA
     EXPECT_EQ(RunWith("one\n", {}).exitCode, 0);
     const auto records = Records("corbasys");
     ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().level, 2);
+    EXPECT_EQ(records.front().record.level, 2);
     EXPECT_TRUE(Records("corbaoper").empty());
 }
 
@@ -84,7 +84,7 @@ TEST_F(AgentConfiguration, TheCommandLineWinsOverConfiguredArguments) {
     EXPECT_EQ(RunWith("one\n", {"--category", "debug"}).exitCode, 0);
     const auto records = Records("debug");
     ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().level, 2);
+    EXPECT_EQ(records.front().record.level, 2);
 }
 
 }  // namespace

@@ -100,7 +100,7 @@ TEST_F(AgentInput, OneByteIsAnInputAndIsNotLost) {
     EXPECT_EQ(RunWith("x", {}).exitCode, 0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().detail, "x");
+    EXPECT_EQ(records.front().record.detail, "x");
     EXPECT_FALSE(HasRunSample());
 }
 
@@ -115,8 +115,8 @@ TEST_F(AgentInput, ALateWriterIsWaitedFor) {
     EXPECT_EQ(agent.Wait(), 0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 2U);
-    EXPECT_EQ(records[0].detail, "first");
-    EXPECT_EQ(records[1].detail, "second");
+    EXPECT_EQ(records[0].record.detail, "first");
+    EXPECT_EQ(records[1].record.detail, "second");
 }
 
 TEST_F(AgentInput, ASignalEndsTheWaitForTheFirstByte) {
@@ -147,8 +147,8 @@ TEST_F(AgentInput, AStopInTheMiddleLogsWhatHasBeenRead) {
     EXPECT_EQ(agent.Wait(), 0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 3U);
-    EXPECT_EQ(records[1].detail, "second");
-    EXPECT_EQ(records[2].detail, "incomp");
+    EXPECT_EQ(records[1].record.detail, "second");
+    EXPECT_EQ(records[2].record.detail, "incomp");
 }
 
 TEST_F(AgentInput, ASignalEndsAnEndlessInput) {

@@ -36,11 +36,11 @@ class LineFeed : public NS_TEST::AgentTest {
         const auto records = Records(category);
         ASSERT_EQ(records.size(), lines.size());
         for (std::size_t i = 0; i < lines.size(); ++i) {
-            ASSERT_EQ(records[i].detail, Shown(lines[i])) << "line " << i + 1;
-            ASSERT_EQ(records[i].level, level);
+            ASSERT_EQ(records[i].record.detail, Shown(lines[i])) << "line " << i + 1;
+            ASSERT_EQ(records[i].record.level, level);
             if (level != -2) {
                 ASSERT_EQ(records[i].number, i + 1);
-                ASSERT_EQ(records[i].line, i + 1);
+                ASSERT_EQ(records[i].record.line, std::to_string(i + 1));
             }
         }
     }
@@ -69,9 +69,9 @@ TEST_F(LineFeed, ShowsZeroBytesAndLosesNothingBehindThem) {
     ASSERT_EQ(RunWith("a\0b\0\0c\n\0\nend\0"s, {}).exitCode, 0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 3U);
-    EXPECT_EQ(records[0].detail, "a\u2400b\u2400\u2400c");
-    EXPECT_EQ(records[1].detail, "\u2400");
-    EXPECT_EQ(records[2].detail, "end\u2400");
+    EXPECT_EQ(records[0].record.detail, "a\u2400b\u2400\u2400c");
+    EXPECT_EQ(records[1].record.detail, "\u2400");
+    EXPECT_EQ(records[2].record.detail, "end\u2400");
 }
 
 TEST_F(LineFeed, ReplacesBytesThatAreNoText) {
@@ -82,11 +82,11 @@ TEST_F(LineFeed, ReplacesBytesThatAreNoText) {
               0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 3U);
-    EXPECT_EQ(records[0].detail,
+    EXPECT_EQ(records[0].record.detail,
               "a\uFFFD"
               "b");
-    EXPECT_EQ(records[1].detail, "fine \u20AC");
-    EXPECT_EQ(records[2].detail, "\uFFFD");
+    EXPECT_EQ(records[1].record.detail, "fine \u20AC");
+    EXPECT_EQ(records[2].record.detail, "\uFFFD");
 }
 
 TEST_F(LineFeed, TakesConversionsAndFramesForText) {
@@ -147,8 +147,8 @@ TEST_F(LineFeed, WritesADumpForEachLineOfLevelZero) {
     ASSERT_EQ(RunWith("a\nb\n", {"--level", "0"}).exitCode, 0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 2U);
-    EXPECT_TRUE(records[0].isDump);
-    EXPECT_TRUE(records[1].isDump);
+    EXPECT_EQ(records[0].kind, NS_TEST::ParsedPiece::DUMP);
+    EXPECT_EQ(records[1].kind, NS_TEST::ParsedPiece::DUMP);
 }
 
 TEST_F(LineFeed, LogsShortRecords) {
@@ -180,9 +180,9 @@ TEST_F(LineFeed, NamesTheInputInItsRecords) {
     ASSERT_EQ(RunWith("a\n", {}).exitCode, 0);
     const auto records = Records("corbaoper");
     ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().file, "stdin");
-    EXPECT_EQ(records.front().function, "LineFeed");
-    EXPECT_EQ(records.front().context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
+    EXPECT_EQ(records.front().record.file, "stdin");
+    EXPECT_EQ(records.front().record.function, "LineFeed");
+    EXPECT_EQ(records.front().record.context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
 }
 
 }  // namespace

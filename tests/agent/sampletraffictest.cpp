@@ -10,9 +10,11 @@
 
 namespace {
 
-using NS_TEST::LoggedRecord;
+using NS_TEST::ParsedPiece;
+using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 const std::vector<std::string> kCategories = {
     "debug",    "corbadebug", "corbanotify",        "corba_alarm",
@@ -47,8 +49,8 @@ TEST_F(SampleTraffic, UsesAllLevels) {
     RunSample();
     std::set<int> levels;
     for (const std::string& category : kCategories) {
-        for (const LoggedRecord& record : Records(category)) {
-            levels.insert(record.level);
+        for (const ParsedPiece& piece : Records(category)) {
+            levels.insert(piece.record.level);
         }
     }
     EXPECT_EQ(levels, (std::set<int>{-2, -1, 0, 1, 2, 3}));
@@ -58,10 +60,10 @@ TEST_F(SampleTraffic, NumbersTheRecordsOfAFileWithoutAGap) {
     RunSample();
     for (const std::string& category : kCategories) {
         unsigned long number = 0;
-        for (const LoggedRecord& record : Records(category)) {
+        for (const ParsedPiece& piece : Records(category)) {
             ++number;
-            if (record.level != -2) {  // a short record takes a number and does not show it
-                EXPECT_EQ(record.number, number) << category;
+            if (piece.record.level != -2) {  // a short record takes a number and does not show it
+                EXPECT_EQ(piece.number, number) << category;
             }
         }
     }
@@ -71,23 +73,23 @@ TEST_F(SampleTraffic, ShowsTheHistoryOfAnErrorThatWasKeptBack) {
     RunSample();
     const auto records = Records("debug");
     ASSERT_EQ(records.size(), 2U);
-    std::string history;
-    for (const LoggedRecord& record : records) {
-        EXPECT_TRUE(record.isDump);
-        EXPECT_THAT(record.detail, HasSubstr("failed"));
-        for (const std::string& line : record.history) {
-            history += line + "\n";
+    std::vector<std::string> history;
+    for (const ParsedPiece& piece : records) {
+        EXPECT_EQ(piece.kind, ParsedPiece::DUMP);
+        EXPECT_THAT(piece.record.detail, HasSubstr("failed"));
+        for (const NS_TEST::ParsedRecord& dumped : piece.dumped) {
+            history.push_back(dumped.detail);
         }
     }
-    EXPECT_THAT(history, HasSubstr(" Detail : operation 9: checking the rights of "));
-    EXPECT_THAT(history, HasSubstr(" Detail : operation 9: row 0: "));
+    EXPECT_THAT(history, Contains(StartsWith("operation 9: checking the rights of ")));
+    EXPECT_THAT(history, Contains(StartsWith("operation 9: row 0: ")));
 }
 
 TEST_F(SampleTraffic, CarriesTheContextOfItsOperations) {
     RunSample();
     std::set<std::string> contexts;
-    for (const LoggedRecord& record : Records("corbaoper")) {
-        contexts.insert(record.context);
+    for (const ParsedPiece& piece : Records("corbaoper")) {
+        contexts.insert(piece.record.context);
     }
     EXPECT_EQ(contexts.size(), 20U);
     EXPECT_EQ(contexts.count("00000002-0000-4000-8000-000000000003,TopT:2,"
@@ -98,9 +100,9 @@ TEST_F(SampleTraffic, CarriesTheContextOfItsOperations) {
 TEST_F(SampleTraffic, RunsItsSessionsOnThreadsOfTheirOwn) {
     RunSample();
     std::map<std::string, std::set<std::string>> threadsOfSession;
-    for (const LoggedRecord& record : Records("corbaoper")) {
-        const std::string session = record.context.substr(0, record.context.find('-'));
-        threadsOfSession[session].insert(record.thread);
+    for (const ParsedPiece& piece : Records("corbaoper")) {
+        const std::string session = piece.record.context.substr(0, piece.record.context.find('-'));
+        threadsOfSession[session].insert(piece.record.thread);
     }
     ASSERT_EQ(threadsOfSession.size(), 2U);
     for (const auto& [session, threads] : threadsOfSession) {
@@ -119,11 +121,11 @@ TEST_F(SampleTraffic, LeavesNoPasswordInAnyFile) {
         }
     }
     const auto messages = Records("corbadebug");
-    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const LoggedRecord& record) {
-        return record.detail.find("NEPwd = \"************\"") != std::string::npos;
+    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const ParsedPiece& piece) {
+        return piece.record.detail.find("NEPwd = \"************\"") != std::string::npos;
     }));
-    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const LoggedRecord& record) {
-        return record.detail.find("<FTPPassWord>***************</FTPPassWord>") !=
+    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const ParsedPiece& piece) {
+        return piece.record.detail.find("<FTPPassWord>***************</FTPPassWord>") !=
                std::string::npos;
     }));
 }
@@ -132,9 +134,9 @@ TEST_F(SampleTraffic, LogsAlarmsAsCompactJson) {
     RunSample();
     const auto alarms = Records("corba_alarm");
     ASSERT_EQ(alarms.size(), 16U);
-    for (const LoggedRecord& alarm : alarms) {
-        EXPECT_EQ(alarm.level, 3);
-        EXPECT_THAT(alarm.detail, ::testing::StartsWith("\n RestAlarm:{\"managedElement\":\"NE-"));
+    for (const ParsedPiece& alarm : alarms) {
+        EXPECT_EQ(alarm.record.level, 3);
+        EXPECT_THAT(alarm.record.detail, StartsWith("\n RestAlarm:{\"managedElement\":\"NE-"));
     }
 }
 

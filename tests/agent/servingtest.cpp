@@ -45,7 +45,7 @@ TEST_F(AgentServing, ASignalStopsAClientInTheMiddleAndNothingIsTorn) {
     EXPECT_EQ(agent.Wait(), 0);
     const auto sessions = Records("corbasys");
     ASSERT_EQ(sessions.size(), 8U);
-    EXPECT_THAT(sessions.back().detail, HasSubstr("closed"));
+    EXPECT_THAT(sessions.back().record.detail, HasSubstr("closed"));
     EXPECT_LT(Records("corbaoper").size(), 8000000U);
 }
 

@@ -6,8 +6,9 @@
 #include <atomic>
 #include <set>
 #include <stdexcept>
-#include <thread>
 #include <vector>
+
+#include "support/onthreads.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -104,21 +105,8 @@ TEST_F(SingletonObject, IsFoundAndKeptWithoutTheLock) {
 
 TEST_F(SingletonObject, IsTheSameForAllThreads) {
     Shared singleton(&StaticObjectLock);
-    std::atomic<bool> go{false};
     std::vector<Counted*> found(8);
-    std::vector<std::thread> threads;
-    for (Counted*& instance : found) {
-        threads.emplace_back([&singleton, &go, &instance] {
-            while (!go) {
-                std::this_thread::yield();
-            }
-            instance = singleton.Instance();
-        });
-    }
-    go = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(found.size(), [&](size_t thread) { found[thread] = singleton.Instance(); });
     EXPECT_EQ(std::set<Counted*>(found.begin(), found.end()).size(), 1u);
     EXPECT_EQ(created, 1);
     singleton.Destroy();

@@ -2,17 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
-#include <functional>
 #include <map>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "channel/channelfixture.h"
 #include "channel/tedebuginfobuf.h"
+#include "support/onthreads.h"
 
+using NS_TEST::OnThreads;
 using NS_TEST::ParsedPiece;
 using NS_TEST::WithDetail;
 
@@ -26,24 +25,6 @@ class ChannelConcurrency : public NS_TEST::ChannelTest {
   protected:
     // Every file begins in a second of its own, so none is truncated.
     ChannelConcurrency() { LetFilesDiffer(); }
-
-    // Runs `work` with the numbers 0 to kThreads - 1 on as many threads at once.
-    static void OnThreads(const std::function<void(int)>& work) {
-        std::atomic<bool> go{false};
-        std::vector<std::thread> threads;
-        for (int number = 0; number < kThreads; ++number) {
-            threads.emplace_back([&go, &work, number] {
-                while (!go) {
-                    std::this_thread::yield();
-                }
-                work(number);
-            });
-        }
-        go = true;
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-    }
 
     static std::string Detail(int thread, int record) {
         return "t" + std::to_string(thread) + " r" + std::to_string(record) + " " +
@@ -109,7 +90,7 @@ class ChannelConcurrency : public NS_TEST::ChannelTest {
 TEST_F(ChannelConcurrency, KeepsTheOrderOfRecordsThatAreWrittenAtOnce) {
     {
         TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads([&channel](int thread) {
+        OnThreads(kThreads, [&channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 channel.Output(WithDetail(record % 50 == 7 ? 0 : 1, Detail(thread, record)).Get());
             }
@@ -123,7 +104,7 @@ TEST_F(ChannelConcurrency, KeepsTheOrderOfRecordsThatAreWrittenAtOnce) {
 TEST_F(ChannelConcurrency, KeepsTheOrderOfRecordsThatAreQueued) {
     {
         TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads([&channel](int thread) {
+        OnThreads(kThreads, [&channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 channel.AppendOutputInfo(
                     WithDetail(record % 50 == 7 ? 0 : 1, Detail(thread, record)).Get());
@@ -139,7 +120,7 @@ TEST_F(ChannelConcurrency, KeepsTheOrderOfOutsizedRecordsThatAreQueued) {
     const std::string large(70000, 'L');
     {
         TEDebugInfoBuf channel("debug", 7, 16, 100000000, 5);
-        OnThreads([&channel, &large](int thread) {
+        OnThreads(kThreads, [&channel, &large](int thread) {
             for (int record = 0; record < 40; ++record) {
                 auto outsized = WithDetail(1, Detail(thread, record));
                 outsized.context = record % 5 == 0 ? large : "c";
@@ -160,7 +141,7 @@ TEST_F(ChannelConcurrency, KeepsTheOrderOfOutsizedRecordsThatAreQueued) {
 TEST_F(ChannelConcurrency, LosesNothingWhenQueuesAreFlushedMeanwhile) {
     {
         TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads([&channel](int thread) {
+        OnThreads(kThreads, [&channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 channel.AppendOutputInfo(WithDetail(1, Detail(thread, record)).Get());
                 if (record % 10 == thread) {
@@ -175,7 +156,7 @@ TEST_F(ChannelConcurrency, LosesNothingWhenQueuesAreFlushedMeanwhile) {
 TEST_F(ChannelConcurrency, KeepsTheOrderWhereOneThreadFlushesAndNoQueueFills) {
     {
         TEDebugInfoBuf channel("debug", 1000000, 16, 20000, 5);
-        OnThreads([&channel](int thread) {
+        OnThreads(kThreads, [&channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 channel.AppendOutputInfo(WithDetail(1, Detail(thread, record)).Get());
                 if (thread == 0 && record % 5 == 0) {
@@ -192,7 +173,7 @@ TEST_F(ChannelConcurrency, AccountsForEveryRecordWhateverIsDoneAtOnce) {
     uint64_t cached = 0;
     {
         TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads([&channel](int thread) {
+        OnThreads(kThreads, [&channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 const auto entry = WithDetail(record % 40 == 9 ? 0 : 2, Detail(thread, record));
                 thread % 2 == 0 ? channel.Output(entry.Get())
@@ -227,7 +208,7 @@ TEST_F(ChannelConcurrency, AccountsForEveryRecordWhateverIsDoneAtOnce) {
 TEST_F(ChannelConcurrency, CarriesContentsOverWhileOthersWrite) {
     {
         TEDebugInfoBuf channel("debug", 16, 16, 100000000, 5);
-        OnThreads([this, &channel](int thread) {
+        OnThreads(kThreads, [this, &channel](int thread) {
             for (int record = 0; record < kRecords; ++record) {
                 channel.Output(WithDetail(1, Detail(thread, record)).Get());
                 if (thread == 0 && record % 90 == 5) {
@@ -243,7 +224,7 @@ TEST_F(ChannelConcurrency, CarriesContentsOverWhileOthersWrite) {
 
 TEST_F(ChannelConcurrency, LetsAnyThreadReadTheStatistics) {
     TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-    OnThreads([&channel](int thread) {
+    OnThreads(kThreads, [&channel](int thread) {
         uint64_t written = 0;
         for (int record = 0; record < kRecords; ++record) {
             if (thread % 2 == 0) {

@@ -2,14 +2,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "channel/channelfixture.h"
 #include "channel/tedebuginfobuf.h"
+#include "support/onthreads.h"
 
 using NS_TEST::Frame;
 using NS_TEST::kCreated;
@@ -71,26 +70,15 @@ TEST_F(ChannelFiles, CanBeMoved) {
 TEST_F(ChannelFiles, LeaveTheCreationMaskAloneWhenManyAreOpenedAtOnce) {
     umask(0123);
     LetFilesDiffer();
-    std::atomic<bool> go{false};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([this, number, &go] {
-            const std::string category = "c" + std::to_string(number);
-            while (!go) {
-                std::this_thread::yield();
-            }
-            for (int round = 0; round < 10; ++round) {
-                TEDebugInfoBuf channel(category.c_str(), 10, 10, 1, 5);
-                channel.ChangePath(Path(category + "/" + std::to_string(round) + "/log"),
-                                   "unbi_" + category + "_");
-                channel.Output(WithDetail(1, "one").Get());
-            }
-        });
-    }
-    go = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(8, [this](int number) {
+        const std::string category = "c" + std::to_string(number);
+        for (int round = 0; round < 10; ++round) {
+            TEDebugInfoBuf channel(category.c_str(), 10, 10, 1, 5);
+            channel.ChangePath(Path(category + "/" + std::to_string(round) + "/log"),
+                               "unbi_" + category + "_");
+            channel.Output(WithDetail(1, "one").Get());
+        }
+    });
     EXPECT_EQ(ProcessStatus("Umask"), "0123");
     umask(022);
     size_t files = 0;

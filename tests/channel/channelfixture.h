@@ -58,6 +58,14 @@ inline std::string DumpFrame(uint64_t number, int level, const std::string& deta
 static const char* const kCreated = "File create at 2024-03-05T14:07:09.654321+00:00.\n";
 static const char* const kClosed = "\nFile close at 2024-03-05T14:07:09.654321+00:00.\n";
 
+// The same at another time of that day.
+inline std::string CreatedAt(const std::string& time) {
+    return "File create at 2024-03-05T" + time + ".654321+00:00.\n";
+}
+inline std::string ClosedAt(const std::string& time) {
+    return "\nFile close at 2024-03-05T" + time + ".654321+00:00.\n";
+}
+
 // Appends a copy of the record, and a chunk for it where there is no room.
 inline void AppendTo(NS_LOG_SERVICE1::RecordQueue& queue, const OwnedRecord& record) {
     const size_t size = NS_LOG_SERVICE1::PackedSize(record.Get());

@@ -7,6 +7,8 @@
 #include "channel/channelfixture.h"
 #include "channel/logfile.h"
 
+using NS_TEST::ClosedAt;
+using NS_TEST::CreatedAt;
 using NS_TEST::DumpFrame;
 using NS_TEST::Frame;
 using NS_TEST::kClosed;
@@ -20,14 +22,6 @@ namespace {
 
 // The bytes of "File create at " + stamp + ".\n".
 constexpr uint64_t kCreatedSize = 49;
-
-std::string CreatedAt(const std::string& time) {
-    return "File create at 2024-03-05T" + time + ".654321+00:00.\n";
-}
-
-std::string ClosedAt(const std::string& time) {
-    return "\nFile close at 2024-03-05T" + time + ".654321+00:00.\n";
-}
 
 class Rotation : public NS_TEST::ChannelTest {
   protected:

@@ -14,6 +14,8 @@
 namespace fs = std::filesystem;
 
 using NS_TEST::AppendTo;
+using NS_TEST::ClosedAt;
+using NS_TEST::CreatedAt;
 using NS_TEST::Frame;
 using NS_TEST::ListFiles;
 using NS_TEST::ParsedPiece;
@@ -23,14 +25,6 @@ using Fate = NS_TEST::SystemCalls::Fate;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
-
-std::string CreatedAt(const std::string& time) {
-    return "File create at 2024-03-05T" + time + ".654321+00:00.\n";
-}
-
-std::string ClosedAt(const std::string& time) {
-    return "\nFile close at 2024-03-05T" + time + ".654321+00:00.\n";
-}
 
 class WriteFailure : public NS_TEST::ChannelTest {
   protected:

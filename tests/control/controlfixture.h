@@ -70,7 +70,7 @@ class ControlTest : public DirectoryTest {
   protected:
     ControlTest() : share_("_APP_SHARE_DIR", Path()), configFile_(Path("conf/corba_agent.cfg")) {
         WriteFile(configFile_, "");
-        NS_REFERENCE_HOST::SetLogProxyProvider(&Provider());
+        OfferDiagnostics();
         NS_REFERENCE_HOST::SetConfigItems(&store_);
     }
 
@@ -85,15 +85,7 @@ class ControlTest : public DirectoryTest {
         NS_REFERENCE_HOST::SetConfigItems(nullptr);
     }
 
-    // The service remembers its proxy for the life of the process, so these are never freed.
-    static RecordingLogProxy& Proxy() {
-        static RecordingLogProxy* const proxy = new RecordingLogProxy;
-        return *proxy;
-    }
-    static RecordingLogProxyProvider& Provider() {
-        static RecordingLogProxyProvider* const provider = new RecordingLogProxyProvider(&Proxy());
-        return *provider;
-    }
+    static RecordingLogProxy& Proxy() { return Diagnostics(); }
 
     static NS_LOG_SERVICE1::LogMgr& Manager() { return *NS_LOG_SERVICE1::LogMgr::Instance(); }
 

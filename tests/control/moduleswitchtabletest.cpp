@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "logimpl.h"
+#include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::ModuleSwitchTable;
 using testing::ElementsAre;
@@ -106,20 +107,8 @@ TEST_F(ModuleSwitches, AreReachedThroughTheServiceInterface) {
 
 TEST_F(ModuleSwitches, StandInOneTableForAllThreadsThatAskFirst) {
     std::vector<ModuleSwitchTable*> tables(8);
-    std::atomic<size_t> waiting{tables.size()};
-    std::vector<std::thread> threads;
-    for (ModuleSwitchTable*& table : tables) {
-        threads.emplace_back([&] {
-            --waiting;
-            while (waiting > 0) {
-                std::this_thread::yield();
-            }
-            table = ModuleSwitchTable::Instance();
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(tables.size(),
+                       [&](size_t thread) { tables[thread] = ModuleSwitchTable::Instance(); });
     EXPECT_THAT(tables, testing::Each(ModuleSwitchTable::Instance()));
 }
 

@@ -4,8 +4,8 @@
 #include <new>
 #include <string>
 
-#include "logger/allocationcount.h"
 #include "logger/asndumpfixture.h"
+#include "support/allocations.h"
 #include "support/capturedoutput.h"
 
 namespace {

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <functional>
 #include <mutex>
 #include <ostream>
@@ -88,31 +87,12 @@ inline void Dump(AsnOperation operation, NS_LOG_SERVICE1::LoggerIF& logger,
     }
 }
 
-// Runs `action` with the numbers from 0 on, each on a thread of its own, all at the same time.
-template <class Action>
-void OnThreads(int count, Action action) {
-    std::atomic<int> waiting{count};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back([&waiting, &action, i] {
-            --waiting;
-            while (waiting > 0) {
-                std::this_thread::yield();
-            }
-            action(i);
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 // ASN logging and all levels are on. The buffer of the dumps, and whether they are echoed, belong
 // to the process: these tests need one for each of them.
 class AsnLoggingTest : public DirectoryTest {
   protected:
     AsnLoggingTest() : share_("_APP_SHARE_DIR", Path()) {
-        NS_REFERENCE_HOST::SetLogProxyProvider(&Provider());
+        OfferDiagnostics();
         NS_REFERENCE_HOST::SetConfigItems(&store_);
         store_.Set("bEnableAsnTrace", "0");
         settings_.bEnableAsnLog = 1;
@@ -124,15 +104,7 @@ class AsnLoggingTest : public DirectoryTest {
         NS_REFERENCE_HOST::SetConfigItems(nullptr);
     }
 
-    // The service remembers its proxy for the life of the process, so these are never freed.
-    static RecordingLogProxy& Proxy() {
-        static RecordingLogProxy* const proxy = new RecordingLogProxy;
-        return *proxy;
-    }
-    static RecordingLogProxyProvider& Provider() {
-        static RecordingLogProxyProvider* const provider = new RecordingLogProxyProvider(&Proxy());
-        return *provider;
-    }
+    static RecordingLogProxy& Proxy() { return Diagnostics(); }
 
     NS_LOG_SERVICE1::TEDebugInfoBuf& Channel() { return *channels_.Find("debug"); }
 

@@ -13,6 +13,7 @@
 #include "logger/asndumpfixture.h"
 #include "support/capturedoutput.h"
 #include "support/logfileparser.h"
+#include "support/onthreads.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "logger/asndumpfixture.h"
 #include "support/capturedoutput.h"
 #include "support/logfileparser.h"
+#include "support/onthreads.h"
 
 namespace {
 
@@ -208,13 +209,13 @@ TEST_P(AsnSecretsOfType, AreFoundWherePrintAsnWritesThem) {
 }
 
 TEST_F(AsnSecrets, StayInTheProcessWhenAllTypesAreTracedAtOnce) {
-    constexpr int kRounds = 6;
+    constexpr size_t kRounds = 6;
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
     for (const uint32_t mode : {0u, 1u}) {
         settings_.outputmode = mode;
-        OnThreads(static_cast<int>(kTypes.size()), [&](int thread) {
-            for (int round = 0; round < kRounds; ++round) {
-                const size_t type = static_cast<size_t>(thread + round) % kTypes.size();
+        OnThreads(kTypes.size(), [&](size_t thread) {
+            for (size_t round = 0; round < kRounds; ++round) {
+                const size_t type = (thread + round) % kTypes.size();
                 Trace(kTypes[type], std::to_string(mode) + "." + std::to_string(thread) + "." +
                                         std::to_string(round));
             }

@@ -54,16 +54,16 @@ class LogFormat : public NS_TEST::ManagerTest {
     }
 
     static void ExpectOneReport() {
-        const auto reports = Diagnostics().All();
+        const auto reports = Diagnostics().Printed();
         ASSERT_EQ(reports.size(), 1u);
         EXPECT_EQ(reports[0].text, "\nvsnprintf_s failed !!\n");
         EXPECT_EQ(reports[0].file, "logimpl.cpp");
         EXPECT_GT(reports[0].line, 0);
         EXPECT_EQ(reports[0].level, 1);
-        Diagnostics().Clear();
+        Diagnostics().Forget();
     }
     static void ExpectNoReport() {
-        EXPECT_TRUE(Diagnostics().All().empty());
+        EXPECT_TRUE(Diagnostics().Printed().empty());
     }
 
     OverridingLogger logger_;
@@ -210,7 +210,7 @@ TEST_F(LogFormat, ReportsOncePerCall) {
     for (int call = 0; call < 3; ++call) {
         Format("%s", std::string(5000, 'a').c_str());
     }
-    EXPECT_EQ(Diagnostics().All().size(), 3u);
+    EXPECT_EQ(Diagnostics().Printed().size(), 3u);
 }
 
 TEST_F(LogFormat, LetsTheExceptionsOfADerivedLogPassOut) {

@@ -71,12 +71,8 @@ class MaintenanceTest : public ControlTest {
     // The details of the records in the files of a category; dumped ones behind their trigger.
     std::vector<std::string> Written(const std::string& category) const {
         std::vector<std::string> details;
-        for (const std::string& name : ListFiles(Path("log"))) {
-            if (name.rfind("unbi_" + category + "_2", 0) != 0) {
-                continue;
-            }
-            const std::string text = ReadFile(Path("log/" + name));
-            for (const ParsedPiece& piece : LogTextParser(text).Pieces()) {
+        for (const std::string& name : ListLogFiles(Path("log"), category)) {
+            for (const ParsedPiece& piece : ParseLogPieces(Path("log/" + name))) {
                 if (piece.kind == ParsedPiece::RECORD || piece.kind == ParsedPiece::DUMP) {
                     details.push_back(piece.record.detail);
                 }

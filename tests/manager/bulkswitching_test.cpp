@@ -59,7 +59,7 @@ TEST_F(BulkSwitching, AnswersOneAndReportsNothingWithoutLoggers) {
         EXPECT_EQ(Manager().EnableAllLogLevel(level), 1);
         EXPECT_EQ(Manager().DisableAllLogLevel(level), 1);
     }
-    EXPECT_TRUE(Diagnostics().All().empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
     EXPECT_TRUE(IsListFree());
 }
 
@@ -76,7 +76,7 @@ TEST_F(BulkSwitching, ReachesEveryLogger) {
     for (const char* first : {"one", "two", "three"}) {
         EXPECT_EQ(Levels(first), 0b0001u) << first;
     }
-    EXPECT_TRUE(Diagnostics().All().empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
 }
 
 TEST_F(BulkSwitching, LeavesTheGlobalSwitchesAlone) {
@@ -98,7 +98,7 @@ TEST_F(BulkSwitching, ReportsARefusalToEnableAndGoesOn) {
     EXPECT_EQ(Levels("before"), 0b1000u);
     EXPECT_EQ(Levels("after"), 0b1000u);
 
-    const auto reports = Diagnostics().All();
+    const auto reports = Diagnostics().Printed();
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_EQ(reports[0].level, 1);
     EXPECT_EQ(reports[0].format,
@@ -122,7 +122,7 @@ TEST_F(BulkSwitching, ReportsARefusalToDisableAndGoesOn) {
     EXPECT_EQ(Levels("before"), 0b1101u);
     EXPECT_EQ(Levels("after"), 0b1101u);
 
-    const auto reports = Diagnostics().All();
+    const auto reports = Diagnostics().Printed();
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_EQ(reports[0].level, 1);
     EXPECT_EQ(reports[0].format,
@@ -137,7 +137,7 @@ TEST_F(BulkSwitching, ReportsEachLoggerThatRefuses) {
     AddRefusing("", "two", "corbasys");
     AddRefusing("%s%n", "50%", "corba_alarm");
     EXPECT_EQ(Manager().EnableAllLogLevel(0), 1);
-    const auto reports = Diagnostics().All();
+    const auto reports = Diagnostics().Printed();
     ASSERT_EQ(reports.size(), 3u);
     EXPECT_THAT(reports[0].text, StartsWith("[LogMgr::EnableAllLogLevel] Disable one, , debug, "));
     EXPECT_THAT(reports[1].text, StartsWith("[LogMgr::EnableAllLogLevel] Disable , two, corbasys"));
@@ -155,7 +155,7 @@ TEST_F(BulkSwitching, EndsAtTheFirstLoggerForALevelWithoutASwitch) {
     }
     EXPECT_EQ(second.Asked(), 0);
     EXPECT_EQ(Levels("first"), 0u);
-    EXPECT_TRUE(Diagnostics().All().empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
 }
 
 // A refusal in front of it is reported all the same.
@@ -164,7 +164,7 @@ TEST_F(BulkSwitching, PassesALevelWithoutASwitchOnAsItIs) {
     Levels("throwing");
     EXPECT_THROW(Manager().EnableAllLogLevel(4), std::out_of_range);
     EXPECT_EQ(refusing.Asked(), 1);
-    EXPECT_EQ(Diagnostics().All().size(), 1u);
+    EXPECT_EQ(Diagnostics().Printed().size(), 1u);
 }
 
 using SingleSwitching = BulkSwitching;
@@ -182,7 +182,7 @@ TEST_F(SingleSwitching, SwitchesTheNamedLoggerOnly) {
     EXPECT_EQ(Manager().DisableLogLevel("two", "b", "debug", 3), 1);
     EXPECT_EQ(Levels("two"), 0b0001u);
     EXPECT_EQ(Manager().DisableLogLevel("two", "b", "debug", 3), 1);
-    EXPECT_TRUE(Diagnostics().All().empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
 }
 
 TEST_F(SingleSwitching, AnswersZeroForALoggerThatDoesNotExist) {
@@ -203,7 +203,7 @@ TEST_F(SingleSwitching, AnswersZeroForALoggerThatDoesNotExist) {
     Manager().Loggers().ForEach([&loggers](Logger&) { ++loggers; });
     EXPECT_EQ(loggers, 1);
     EXPECT_EQ(Levels("one"), 0u);
-    EXPECT_TRUE(Diagnostics().All().empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
     EXPECT_TRUE(IsListFree());
 }
 
@@ -217,7 +217,7 @@ TEST_F(SingleSwitching, AnswersZeroForARefusalAndReportsNothing) {
     AddRefusing("a", "b", "corbaoper");
     EXPECT_EQ(Manager().EnableLogLevel("a", "b", "corbaoper", 1), 0);
     EXPECT_EQ(Manager().DisableLogLevel("a", "b", "corbaoper", 1), 0);
-    EXPECT_TRUE(Diagnostics().All().empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
 }
 
 TEST_F(SingleSwitching, LetsALevelWithoutASwitchPassOut) {

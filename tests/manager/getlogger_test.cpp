@@ -1,11 +1,11 @@
 // Asking the manager for loggers.
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <memory>
 #include <stdexcept>
 
 #include "manager/managertest.h"
+#include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::kLogCategories;
 using NS_LOG_SERVICE1::Logger;
@@ -77,7 +77,7 @@ TEST_F(GetLogger, GivesNothingForAnUnknownCategory) {
         EXPECT_EQ(Manager().GetLogger("a", "b", category), nullptr) << category;
     }
     EXPECT_TRUE(AllLoggers().empty());
-    EXPECT_TRUE(NS_TEST::Diagnostics().All().empty());
+    EXPECT_TRUE(NS_TEST::Diagnostics().Printed().empty());
 }
 
 TEST_F(GetLogger, LetsOthersInAfterAnUnknownCategory) {
@@ -187,25 +187,15 @@ TEST_F(GetLogger, AgreesOnOneLoggerWhenManyThreadsAskForItFirst) {
     constexpr size_t kThreads = 8;
     constexpr size_t kNames = 200;
     std::array<std::vector<Logger*>, kThreads> found;
-    std::atomic<size_t> waiting{0};
-    std::vector<std::thread> threads;
-    for (size_t number = 0; number < kThreads; ++number) {
-        threads.emplace_back([&found, &waiting, number] {
-            for (++waiting; waiting < kThreads;) {
-                std::this_thread::yield();
-            }
-            for (size_t name = 0; name < kNames; ++name) {
-                found[number].push_back(Manager().GetLogger("shared" + std::to_string(name), "",
-                                                            kLogCategories[name % 7]));
-                found[number].push_back(Manager().GetLogger("own" + std::to_string(number),
-                                                            std::to_string(name), "corbasys"));
-                Manager().GetLogger("a", "b", "nonsense");
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(kThreads, [&found](size_t number) {
+        for (size_t name = 0; name < kNames; ++name) {
+            found[number].push_back(
+                Manager().GetLogger("shared" + std::to_string(name), "", kLogCategories[name % 7]));
+            found[number].push_back(Manager().GetLogger("own" + std::to_string(number),
+                                                        std::to_string(name), "corbasys"));
+            Manager().GetLogger("a", "b", "nonsense");
+        }
+    });
     std::vector<Logger*> all = AllLoggers();
     EXPECT_EQ(all.size(), kNames + kThreads * kNames);
     for (size_t number = 0; number < kThreads; ++number) {

@@ -1,8 +1,8 @@
 // The manager's beginning and end.
-#include <atomic>
 #include <set>
 
 #include "manager/managertest.h"
+#include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::LogMgr;
 using NS_TEST::Frame;
@@ -130,20 +130,8 @@ TEST_F(Lifecycle, NumbersRecordsFromOneAgainInANewLife) {
 TEST_F(Lifecycle, BeginsOnceForManyThreads) {
     for (int round = 0; round < 50; ++round) {
         LogMgr::DestroyInstance();
-        std::atomic<int> waiting{0};
         std::vector<LogMgr*> seen(8);
-        std::vector<std::thread> threads;
-        for (LogMgr*& own : seen) {
-            threads.emplace_back([&waiting, &own] {
-                for (++waiting; waiting < 8;) {
-                    std::this_thread::yield();
-                }
-                own = LogMgr::Instance();
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        NS_TEST::OnThreads(seen.size(), [&](size_t thread) { seen[thread] = LogMgr::Instance(); });
         EXPECT_EQ(std::set<LogMgr*>(seen.begin(), seen.end()),
                   std::set<LogMgr*>{LogMgr::InstanceIfAny()});
     }

@@ -13,33 +13,16 @@
 
 #include "bundlemgr/corbaconfigitems.h"
 #include "manager/logmgr.h"
-#include "manager/recordinglogproxy.h"
 #include "support/environment.h"
 #include "support/files.h"
+#include "support/logfileparser.h"
+#include "support/recordinglogproxy.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
 
-// Whether a time stamp stands at `position`.
-inline bool IsStampAt(const std::string& text, size_t position) {
-    const std::string shape = "0000-00-00T00:00:00.000000+00:00";
-    if (position + shape.size() > text.size()) {
-        return false;
-    }
-    for (size_t i = 0; i < shape.size(); ++i) {
-        const char c = text[position + i];
-        const bool fits =
-            shape[i] == '0' ? c >= '0' && c <= '9' : c == shape[i] || (shape[i] == '+' && c == '-');
-        if (!fits) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // The text with STAMP in the place of each time stamp.
 inline std::string WithoutStamps(const std::string& text) {
-    constexpr size_t kStampSize = 32;
     std::string result;
     for (size_t i = 0; i < text.size();) {
         const bool isStamp = IsStampAt(text, i);
@@ -76,7 +59,7 @@ class BareManagerTest : public DirectoryTest {
         NS_LOG_SERVICE1::LogMgr::DestroyInstance();
         std::vector<NS_BUNDLEMGR1::NameValueStru> items;
         NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetCorbaConfigItems(items);
-        Diagnostics().Clear();
+        OfferDiagnostics();
     }
     ~BareManagerTest() override { NS_LOG_SERVICE1::LogMgr::DestroyInstance(); }
 
@@ -84,13 +67,7 @@ class BareManagerTest : public DirectoryTest {
 
     // The files of the category, without their directory.
     std::vector<std::string> Files(const std::string& category) const {
-        std::vector<std::string> files;
-        for (const std::string& name : ListFiles(Path("log"))) {
-            if (name.rfind("unbi_" + category + "_", 0) == 0) {
-                files.push_back(name);
-            }
-        }
-        return files;
+        return ListLogFiles(Path("log"), category);
     }
 
     // Everything that the category's files hold, oldest file first.

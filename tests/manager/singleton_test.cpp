@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/onthreads.h"
+
 using NS_LOG_SERVICE1::Singleton;
 
 namespace {
@@ -145,20 +147,9 @@ std::atomic<int> Slow::made{0};
 TEST(ProcessWideSingleton, IsCreatedOnceForManyThreads) {
     for (int round = 1; round <= 50; ++round) {
         Singleton<Slow> singleton(&NS_LOG_SERVICE1::StaticObjectLock);
-        std::atomic<int> waiting{0};
-        std::vector<std::thread> threads;
         std::vector<Slow*> seen(8);
-        for (Slow*& own : seen) {
-            threads.emplace_back([&singleton, &waiting, &own] {
-                for (++waiting; waiting < 8;) {
-                    std::this_thread::yield();
-                }
-                own = singleton.Instance();
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        NS_TEST::OnThreads(seen.size(),
+                           [&](size_t thread) { seen[thread] = singleton.Instance(); });
         EXPECT_EQ(seen, std::vector<Slow*>(8, singleton.InstanceIfAny()));
         EXPECT_EQ(Slow::made, round);
         singleton.Destroy();

@@ -1,8 +1,8 @@
 // The entry to the service when memory runs out.
 #include <new>
 
-#include "service/countedmemory.h"
 #include "service/servicetest.h"
+#include "support/allocations.h"
 #include "support/logfileparser.h"
 
 using NS_LOG_SERVICE1::LogMgr;

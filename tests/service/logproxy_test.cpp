@@ -10,16 +10,17 @@
 #include "diagnostic/defaultlogproxy.h"
 #include "diagnostic/diagnostic.h"
 #include "diagnostic/logproxycache.h"
-#include "manager/recordinglogproxy.h"
 #include "platform/hostcontrol.h"
 #include "support/capturedoutput.h"
+#include "support/recordinglogproxy.h"
 
 using NS_BUNDLEMGR1::DefaultLogProxy;
 using NS_BUNDLEMGR1::LogProxy;
 using NS_LOG_SERVICE1::LogProxyCache;
 using NS_REFERENCE_HOST::SetLogProxyProvider;
 using NS_TEST::CapturedOutput;
-using NS_TEST::RecordingProvider;
+using NS_TEST::RecordingLogProxy;
+using NS_TEST::RecordingLogProxyProvider;
 using testing::ElementsAre;
 
 namespace {
@@ -29,23 +30,25 @@ class LogProxyAccess : public testing::Test {
     LogProxyAccess() { SetLogProxyProvider(&provider_); }
     ~LogProxyAccess() override { SetLogProxyProvider(nullptr); }
 
-    RecordingProvider provider_;
+    RecordingLogProxy proxy_;
+    RecordingLogProxyProvider provider_{&proxy_};
     LogProxyCache cache_;
 };
 
 TEST_F(LogProxyAccess, AsksTheBundleManagerOnceAndTellsTheNamesOnce) {
     LogProxy* const proxy = cache_.Get();
-    EXPECT_EQ(proxy, &provider_.Proxy());
+    EXPECT_EQ(proxy, &proxy_);
     EXPECT_EQ(cache_.Get(), proxy);
     EXPECT_EQ(cache_.Get(), proxy);
     EXPECT_THAT(provider_.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
-    EXPECT_THAT(provider_.Proxy().Names(), ElementsAre("qv_base_bundle", "qv_base_log"));
-    EXPECT_TRUE(provider_.Proxy().All().empty());
+    EXPECT_THAT(proxy_.Names(), ElementsAre("bundle qv_base_bundle", "service qv_base_log"));
+    EXPECT_TRUE(proxy_.Printed().empty());
 }
 
 TEST_F(LogProxyAccess, KeepsItsProxyWhateverIsOfferedLater) {
     LogProxy* const proxy = cache_.Get();
-    RecordingProvider other;
+    RecordingLogProxy second;
+    RecordingLogProxyProvider other(&second);
     SetLogProxyProvider(&other);
     EXPECT_EQ(cache_.Get(), proxy);
     SetLogProxyProvider(nullptr);
@@ -66,21 +69,21 @@ TEST_F(LogProxyAccess, FallsBackWhereNobodyGivesOutProxies) {
 }
 
 TEST_F(LogProxyAccess, FallsBackWhereThereIsNoProxyForTheService) {
-    provider_.SetHasProxy(false);
+    provider_.SetProxy(nullptr);
     LogProxy* const proxy = cache_.Get();
     ASSERT_NE(proxy, nullptr);
     const std::unique_ptr<LogProxy> notFreedByTheCache(proxy);
     EXPECT_EQ(proxy->GetProxyName(), "DefaultLogProxy");
-    provider_.SetHasProxy(true);
+    provider_.SetProxy(&proxy_);
     EXPECT_EQ(cache_.Get(), proxy);
     EXPECT_THAT(provider_.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
-    EXPECT_TRUE(provider_.Proxy().Names().empty());
+    EXPECT_TRUE(proxy_.Names().empty());
 }
 
 // A proxy may have something to say while it is told its names; that must not lead round in
 // circles.
 TEST_F(LogProxyAccess, IsThereAlreadyWhileItIsToldItsNames) {
-    class AskingProxy : public NS_TEST::RecordingLogProxy {
+    class AskingProxy : public RecordingLogProxy {
       public:
         explicit AskingProxy(LogProxyCache& cache) : cache_(cache) {}
         void SetBundleName(const char*) override { seen.push_back(cache_.Get()); }
@@ -90,23 +93,11 @@ TEST_F(LogProxyAccess, IsThereAlreadyWhileItIsToldItsNames) {
       private:
         LogProxyCache& cache_;
     };
-    class Provider final : public NS_BUNDLEMGR1::LogProxyProvider {
-      public:
-        explicit Provider(LogProxy& proxy) : proxy_(proxy) {}
-        LogProxy* GetLogProxy(const std::string&) override {
-            ++asked;
-            return &proxy_;
-        }
-        int asked = 0;
-
-      private:
-        LogProxy& proxy_;
-    };
     AskingProxy proxy(cache_);
-    Provider provider(proxy);
+    RecordingLogProxyProvider provider(&proxy);
     SetLogProxyProvider(&provider);
     EXPECT_EQ(cache_.Get(), &proxy);
-    EXPECT_EQ(provider.asked, 1);
+    EXPECT_THAT(provider.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
     EXPECT_THAT(proxy.seen, ElementsAre(&proxy, &proxy));
 }
 
@@ -129,7 +120,7 @@ std::set<LogProxy*> ProxiesOfManyThreads() {
 }
 
 TEST_F(LogProxyAccess, GivesEveryThreadTheProxyThatIsOffered) {
-    EXPECT_THAT(ProxiesOfManyThreads(), ElementsAre(&provider_.Proxy()));
+    EXPECT_THAT(ProxiesOfManyThreads(), ElementsAre(&proxy_));
 }
 
 // Threads that come first at the same moment may each make one.
@@ -146,14 +137,15 @@ TEST_F(LogProxyAccess, GivesEveryThreadAFallback) {
 
 // Needs a process of its own: there is one first use in each.
 TEST(ServiceLogProxy, IsOneForTheProcess) {
-    RecordingProvider& provider = *new RecordingProvider;
+    RecordingLogProxy& offered = *new RecordingLogProxy;
+    RecordingLogProxyProvider& provider = *new RecordingLogProxyProvider(&offered);
     SetLogProxyProvider(&provider);
     LogProxy* const proxy = NS_LOG_SERVICE1::GetLogProxy();
-    EXPECT_EQ(proxy, &provider.Proxy());
+    EXPECT_EQ(proxy, &offered);
     EXPECT_EQ(NS_LOG_SERVICE1::GetLogProxy(), proxy);
 
     NS_LOG_SERVICE1::Diagnostic().Print(2, "text %d %s", 5, "value");
-    const auto reports = provider.Proxy().All();
+    const auto reports = offered.Printed();
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_EQ(reports[0].level, 2);
     EXPECT_EQ(reports[0].text, "text 5 value");

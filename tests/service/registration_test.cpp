@@ -2,8 +2,8 @@
 // the place of the platform's.
 #include <stdexcept>
 
-#include "service/countedmemory.h"
 #include "service/servicetest.h"
+#include "support/allocations.h"
 
 using NS_BUNDLEMGR1::ServiceInterface;
 using NS_LOG_SERVICE1::qv_base_log;

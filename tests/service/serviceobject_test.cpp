@@ -159,18 +159,19 @@ TEST_F(ServiceObject, EndsTheMonitorBeforeTheManager) {
             EXPECT_EQ(object->init(0, nullptr), 0);
         }
         EXPECT_EQ(object->StopService(), 0);
-        Diagnostics().Clear();
+        Diagnostics().Forget();
         std::vector<bool> managerWasThere;
-        Diagnostics().SetListener([&managerWasThere](const NS_TEST::RecordedDiagnostic& report) {
-            EXPECT_EQ(report.text,
-                      "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!");
-            EXPECT_EQ(report.file, "logswitchmonitormgr");
+        Diagnostics().onPrint = [&managerWasThere](const std::string& /*text*/) {
             managerWasThere.push_back(LogMgr::InstanceIfAny() != nullptr);
-        });
+        };
         EXPECT_EQ(object->fini(), 0);
+        Diagnostics().onPrint = nullptr;
         EXPECT_THAT(managerWasThere, ElementsAre(started));
+        EXPECT_THAT(Diagnostics().Printed(),
+                    ElementsAre(NS_TEST::IsDiagnostic(
+                        1, "logswitchmonitormgr",
+                        "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!")));
         EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
-        Diagnostics().Clear();
         Gobble(object);
     }
 }
@@ -207,7 +208,7 @@ TEST_F(ServiceObject, ReportsAStartThatFailed) {
     ServiceInterface* const interface = object->GetInterface();
     NS_REFERENCE_HOST::SetConfigItems(&items);
     EXPECT_EQ(object->init(0, nullptr), -1);
-    const auto reports = Diagnostics().All();
+    const auto reports = Diagnostics().Printed();
     ASSERT_THAT(reports, testing::Not(IsEmpty()));
     EXPECT_EQ(reports.back().text, "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n");
     EXPECT_EQ(reports.back().level, 1);
@@ -258,7 +259,7 @@ TEST_F(ServiceObject, SaysNothingWhenItStarts) {
         "bLogOutputPara=0\n");
     qv_base_log* const object = Make();
     EXPECT_EQ(object->init(0, nullptr), 0);
-    EXPECT_THAT(Diagnostics().All(), SizeIs(0));
+    EXPECT_THAT(Diagnostics().Printed(), SizeIs(0));
     End(object);
 }
 

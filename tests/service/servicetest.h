@@ -13,10 +13,10 @@
 #include "bundlemgr/processexception.h"
 #include "logimpl.h"
 #include "manager/logmgr.h"
-#include "manager/recordinglogproxy.h"
 #include "platform/hostcontrol.h"
 #include "support/environment.h"
 #include "support/files.h"
+#include "support/recordinglogproxy.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
@@ -72,7 +72,7 @@ class ServiceTest : public DirectoryTest {
 // A service object whose diagnostics are recorded. Not for processes without log proxies.
 class RecordedServiceTest : public ServiceTest {
   protected:
-    RecordedServiceTest() { Diagnostics().Clear(); }
+    RecordedServiceTest() { OfferDiagnostics(); }
 };
 
 // Every read raises: the store is out of reach.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -61,6 +62,21 @@ inline std::vector<std::string> ListFiles(const std::string& directory) {
         names.push_back(entry.path().filename().string());
     }
     std::sort(names.begin(), names.end());
+    return names;
+}
+
+// The names of the log files of `category` in the directory, sorted. The digits of the time stamp
+// tell them apart from those of a category whose name only begins the same.
+inline std::vector<std::string> ListLogFiles(const std::string& directory,
+                                             const std::string& category) {
+    const std::string prefix = "unbi_" + category + "_";
+    std::vector<std::string> names;
+    for (const std::string& name : ListFiles(directory)) {
+        if (name.rfind(prefix, 0) == 0 &&
+            std::isdigit(static_cast<unsigned char>(name[prefix.size()])) != 0) {
+            names.push_back(name);
+        }
+    }
     return names;
 }
 

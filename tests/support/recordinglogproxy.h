@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "bundlemgr/logproxy.h"
+#include "platform/hostcontrol.h"
 
 namespace NS_TEST {
 
@@ -43,7 +44,8 @@ inline auto IsDiagnostic(int level, const std::string& file, const std::string& 
                           Field("text", &PrintedDiagnostic::text, text));
 }
 
-// Thread safety: any thread may call any operation; `onPrint` is set before others use the proxy.
+// Thread safety: any thread may call any operation, and has a position of its own; `onPrint` is set
+// while no other thread uses the proxy.
 class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
   public:
     void Reserved2() override {}
@@ -59,7 +61,7 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
     std::string GetProxyName() const override { return "RecordingLogProxy"; }
 
     void Print(int level, const char* format, ...) override __attribute__((format(printf, 3, 4))) {
-        char text[4096];
+        char text[8192];
         va_list values;
         va_start(values, format);
         std::vsnprintf(text, sizeof(text), format, values);
@@ -144,6 +146,12 @@ class RecordingLogProxyProvider final : public NS_BUNDLEMGR1::LogProxyProvider {
     // `proxy` may be null.
     explicit RecordingLogProxyProvider(NS_BUNDLEMGR1::LogProxy* proxy) : proxy_(proxy) {}
 
+    // What is given out from now on; null for nothing.
+    void SetProxy(NS_BUNDLEMGR1::LogProxy* proxy) {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        proxy_ = proxy;
+    }
+
     NS_BUNDLEMGR1::LogProxy* GetLogProxy(const std::string& name) override {
         const std::lock_guard<std::mutex> guard(mutex_);
         asked_.push_back(name);
@@ -157,9 +165,25 @@ class RecordingLogProxyProvider final : public NS_BUNDLEMGR1::LogProxyProvider {
     }
 
   private:
-    NS_BUNDLEMGR1::LogProxy* const proxy_;
     mutable std::mutex mutex_;
+    NS_BUNDLEMGR1::LogProxy* proxy_;  // guarded by mutex_
     std::vector<std::string> asked_;  // guarded by mutex_
 };
+
+// What the service says about itself in this process, from OfferDiagnostics on. The service keeps
+// the proxy that it was given first for as long as the process lives, so this one is never freed.
+inline RecordingLogProxy& Diagnostics() {
+    static RecordingLogProxy* const proxy = new RecordingLogProxy;
+    return *proxy;
+}
+
+// Lets the service have that proxy, without what it has recorded so far.
+inline void OfferDiagnostics() {
+    static RecordingLogProxyProvider* const provider =
+        new RecordingLogProxyProvider(&Diagnostics());
+    NS_REFERENCE_HOST::SetLogProxyProvider(provider);
+    Diagnostics().onPrint = nullptr;
+    Diagnostics().Forget();
+}
 
 }  // namespace NS_TEST

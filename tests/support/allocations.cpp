@@ -1,5 +1,5 @@
 // Counting what is allocated, and letting an allocation fail.
-#include "service/countedmemory.h"
+#include "support/allocations.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -8,18 +8,23 @@
 namespace {
 
 std::atomic<long> g_live{0};
+thread_local NS_TEST::Allocations g_allocations;
 thread_local long g_successesLeft = -1;
+thread_local bool g_failsOnce = false;
 
 void* Allocate(std::size_t size) noexcept {
     void* const block = std::malloc(size == 0 ? 1 : size);
     if (block != nullptr) {
         ++g_live;
+        ++g_allocations.count;
+        g_allocations.bytes += size;
     }
     return block;
 }
 
 void* AllocateOrThrow(std::size_t size) {
     if (g_successesLeft == 0) {
+        g_successesLeft = g_failsOnce ? -1 : 0;
         throw std::bad_alloc();
     }
     if (g_successesLeft > 0) {
@@ -43,12 +48,26 @@ void Free(void* block) noexcept {
 
 namespace NS_TEST {
 
+Allocations AllocationsOfThisThread() {
+    return g_allocations;
+}
+
+void ForgetAllocations() {
+    g_allocations = {};
+}
+
 long LiveAllocations() {
     return g_live;
 }
 
 void FailAllocationsAfter(long successes) {
     g_successesLeft = successes;
+    g_failsOnce = false;
+}
+
+void FailNextAllocation() {
+    g_successesLeft = 0;
+    g_failsOnce = true;
 }
 
 }  // namespace NS_TEST
@@ -62,10 +81,10 @@ QV_EXPORTED void* operator new(std::size_t size) {
 QV_EXPORTED void* operator new[](std::size_t size) {
     return AllocateOrThrow(size);
 }
-QV_EXPORTED void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+QV_EXPORTED void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     return Allocate(size);
 }
-QV_EXPORTED void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+QV_EXPORTED void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     return Allocate(size);
 }
 QV_EXPORTED void operator delete(void* block) noexcept {
@@ -74,15 +93,15 @@ QV_EXPORTED void operator delete(void* block) noexcept {
 QV_EXPORTED void operator delete[](void* block) noexcept {
     Free(block);
 }
-QV_EXPORTED void operator delete(void* block, std::size_t) noexcept {
+QV_EXPORTED void operator delete(void* block, std::size_t /*size*/) noexcept {
     Free(block);
 }
-QV_EXPORTED void operator delete[](void* block, std::size_t) noexcept {
+QV_EXPORTED void operator delete[](void* block, std::size_t /*size*/) noexcept {
     Free(block);
 }
-QV_EXPORTED void operator delete(void* block, const std::nothrow_t&) noexcept {
+QV_EXPORTED void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
     Free(block);
 }
-QV_EXPORTED void operator delete[](void* block, const std::nothrow_t&) noexcept {
+QV_EXPORTED void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept {
     Free(block);
 }

@@ -1,0 +1,29 @@
+// Counting what is allocated, and letting an allocation fail. Linking this replaces the program's
+// operators new and delete; what malloc gives out directly does not count.
+#pragma once
+
+#include <cstddef>
+
+namespace NS_TEST {
+
+struct Allocations {
+    std::size_t count = 0;
+    std::size_t bytes = 0;
+};
+
+// Of the calling thread, since it called ForgetAllocations last.
+Allocations AllocationsOfThisThread();
+void ForgetAllocations();
+
+// How many blocks exist in the process.
+long LiveAllocations();
+
+// Lets the allocation of the calling thread after `successes` more throw std::bad_alloc, and all
+// behind it; a negative number lets all succeed again. Allocations that answer null instead of
+// throwing never fail: ACE makes its events that way and uses them unexamined.
+void FailAllocationsAfter(long successes);
+
+// The same for the calling thread's next allocation alone.
+void FailNextAllocation();
+
+}  // namespace NS_TEST
