@@ -88,13 +88,15 @@ FileState StateOf(const std::string& path) {
     return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
 }
 
-// One sleep of a bounded length, so that nobody waits for a clock that was set back.
+// Returns at once where `second` is another one than the present second. One sleep of a bounded
+// length, so that nobody waits for a clock that was set back.
 void AwaitEndOfSecond(time_t second) {
-    using std::chrono::system_clock;
-    const auto end = system_clock::from_time_t(second + 1) + kFileTimeLag;
-    const auto remaining = end - system_clock::now();
-    if (remaining <= std::chrono::seconds(1) + kFileTimeLag) {
-        std::this_thread::sleep_for(remaining);
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    constexpr auto kLag = std::chrono::duration_cast<std::chrono::nanoseconds>(kFileTimeLag);
+    if (second == now.tv_sec || (second == now.tv_sec - 1 && now.tv_nsec < kLag.count())) {
+        const std::chrono::seconds ahead(second + 1 - now.tv_sec);
+        std::this_thread::sleep_for(ahead + kLag - std::chrono::nanoseconds(now.tv_nsec));
     }
 }
 
@@ -151,6 +153,18 @@ ConfigText ParseConfigText(const std::string& text) {
         begin = end + 1;
     }
     result.items = items.Take();
+    return result;
+}
+
+bool EndsWithNewline(const std::string& text) {
+    return text.empty() || text.back() == '\n';
+}
+
+ConfigText ParseUnfinishedConfigText(const std::string& text) {
+    const std::string whole = text.substr(0, text.rfind('\n') + 1);  // none: the empty text
+    ConfigText result = ParseConfigText(whole);
+    const auto lines = static_cast<size_t>(std::count(whole.begin(), whole.end(), '\n'));
+    result.brokenLines.push_back({lines + 1, "no newline at its end, as if more were to come"});
     return result;
 }
 

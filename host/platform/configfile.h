@@ -24,6 +24,12 @@ struct ConfigText {
 
 ConfigText ParseConfigText(const std::string& text);
 
+// Whether the last line has its end. There is none in an empty text.
+bool EndsWithNewline(const std::string& text);
+
+// What a text says of which more may follow: its last line, whose end is missing, is a broken one.
+ConfigText ParseUnfinishedConfigText(const std::string& text);
+
 // The path of the configuration file, as the environment says at this moment.
 std::string ConfigFilePath();
 

@@ -37,12 +37,29 @@ bool ParseWholeNumber(const std::string& text, int& value) {
 
 }  // namespace
 
-void FileConfigItems::Take(const std::string& path, const std::string& text) {
-    ConfigText parsed = ParseConfigText(text);
-    items_ = std::move(parsed.items);
+void FileConfigItems::Take(const std::string& path, ConfigText text) {
+    items_ = std::move(text.items);
     isRead_ = true;
-    for (const BrokenLine& line : parsed.brokenLines) {
+    for (const BrokenLine& line : text.brokenLines) {
         ReportBrokenLine(path, line);
+    }
+}
+
+void FileConfigItems::Read(const std::string& path) {
+    const std::string text = ReadConfigText(path);
+    endsWithNewline_ = EndsWithNewline(text);
+    Take(path, ParseConfigText(text));
+}
+
+void FileConfigItems::ReadAgain(const std::string& path) {
+    const std::string text = ReadSettledConfigText(path);
+    const std::lock_guard<std::mutex> guard(lock_);
+    if (endsWithNewline_ && !EndsWithNewline(text)) {
+        Take(path, ParseUnfinishedConfigText(text));
+    } else {
+        // A file that is not there, or empty, tells nothing about how it usually ends.
+        endsWithNewline_ = text.empty() ? endsWithNewline_ : EndsWithNewline(text);
+        Take(path, ParseConfigText(text));
     }
 }
 
@@ -59,17 +76,21 @@ bool FileConfigItems::GetIntItemInfo(const std::string& name, int& value) {
 bool FileConfigItems::GetStrItemInfo(const std::string& name, std::string& value) {
     const std::lock_guard<std::mutex> guard(lock_);
     if (!isRead_) {
-        const std::string path = ConfigFilePath();
-        Take(path, ReadConfigText(path));
+        Read(ConfigFilePath());
     }
     return NS_BUNDLEMGR1::GetValByKey(value, name, items_);
 }
 
 void FileConfigItems::GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) {
+    const std::lock_guard<std::mutex> readingGuard(readingLock_);
     const std::string path = ConfigFilePath();
-    const std::string text = HasRead() ? ReadSettledConfigText(path) : ReadConfigText(path);
+    if (HasRead()) {
+        ReadAgain(path);
+    }
     const std::lock_guard<std::mutex> guard(lock_);
-    Take(path, text);
+    if (!isRead_) {
+        Read(path);
+    }
     items = items_;
 }
 

@@ -146,6 +146,18 @@ TEST_F(LiveMonitor, AppliesNothingOfAHalfWrittenFile) {
     EXPECT_EQ(CountIn(agent_->GetErrors(), "end change bEnableAsnLog = 0"), 1);
 }
 
+TEST_F(LiveMonitor, TakesNoHalfValueForAValue) {
+    StartAgent();
+    const std::string text = Changed({"logswitch = 1,0,1,1"});
+    const size_t half = text.find("bLogOutputPara = ") + 17;
+    Replace(text.substr(0, half), kBaseline + 1);
+    ASSERT_TRUE(agent_->WaitForError("get strEnableOutputPara Info error."));
+    EXPECT_EQ(LevelsOf("known"), "1111");
+    std::ofstream(file_, std::ios::app) << text.substr(half);
+    ASSERT_TRUE(agent_->WaitForError(kLevel1Closed));
+    EXPECT_EQ(Stop(), 0);
+}
+
 TEST_F(LiveMonitor, RefusesBadValuesAndAppliesTheOthers) {
     StartAgent();
     Replace(Changed({"logswitch = 2,0,1,x", "bEnableAsnLog = -1", "bLogOutputPara = 1"}),

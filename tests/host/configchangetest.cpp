@@ -1,18 +1,21 @@
 // A configuration file that is changed while it is read.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <fstream>
 #include <future>
-#include <set>
 #include <thread>
 
 #include "host/configfixture.h"
+#include "support/capturedoutput.h"
 
 using NS_BUNDLEMGR1::NameValueStru;
-using testing::AnyOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
 
 namespace {
 
@@ -55,6 +58,9 @@ TEST_F(ChangingConfig, IsReadAtOnceWhenItsTimeLiesInTheFuture) {
     const auto future = std::filesystem::last_write_time(file_) + std::chrono::hours(1000);
     std::filesystem::last_write_time(file_, future);
     EXPECT_THAT(AllItems(), ElementsAre(NameValueStru{"a", "1"}));
+    const struct timespec farAway[] = {{9999999999, 0}, {9999999999, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, file_.c_str(), farAway, 0), 0);
+    EXPECT_THAT(AllItems(), ElementsAre(NameValueStru{"a", "1"}));
 }
 
 TEST_F(ChangingConfig, IsReadEvenIfTheChangesNeverEnd) {
@@ -73,28 +79,25 @@ TEST_F(ChangingConfig, IsReadEvenIfTheChangesNeverEnd) {
     writer.join();
 }
 
-// Each reading sees one of the files and no mixture.
-TEST_F(ChangingConfig, IsReplacedAsAWholeByRenaming) {
-    const auto past = std::filesystem::last_write_time(file_);
-    const std::string filler = "\nfiller = " + std::string(100000, 'x') + "\n";
-    std::atomic<bool> done{false};
-    std::thread writer([&] {
-        for (int change = 1; !done; ++change) {
-            const std::string value = std::to_string(change);
-            NS_TEST::WriteFile(file_ + ".new", "a = " + value + filler + "b = " + value + "\n");
-            std::filesystem::last_write_time(file_ + ".new", past - std::chrono::seconds(change));
-            std::filesystem::rename(file_ + ".new", file_);
-        }
-    });
-    std::set<std::string> seen;
-    while (seen.size() < 50) {
-        const Items items = AllItems();
-        EXPECT_THAT(items.size(), AnyOf(1U, 3U));
-        EXPECT_EQ(items.front().value, items.size() == 1 ? "0" : items.back().value);
-        seen.insert(items.front().value);
-    }
-    done = true;
-    writer.join();
+// Half a value must not be taken for the value.
+TEST_F(ChangingConfig, IsNotReadInItsLastLineWhileThatHasNoEnd) {
+    Write("a = 1\nb = 1");
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    EXPECT_THAT(AllItems(), ElementsAre(NameValueStru{"a", "1"}));
+    EXPECT_THAT(errors.Text(), HasSubstr(file_ + ":2: no newline at its end"));
+    Write("a = 1\nb = 12\n");
+    EXPECT_THAT(AllItems(), ElementsAre(NameValueStru{"a", "1"}, NameValueStru{"b", "12"}));
+    Write("a");
+    EXPECT_THAT(AllItems(), IsEmpty());
+}
+
+class ConfigWithoutNewline : public NS_TEST::ConfigTest {};
+
+TEST_F(ConfigWithoutNewline, IsReadInItsLastLineWhenItNeverHadAnEnd) {
+    EXPECT_THAT(ItemsOf("a = 1"), ElementsAre(NameValueStru{"a", "1"}));
+    EXPECT_THAT(ItemsOf("a = 2"), ElementsAre(NameValueStru{"a", "2"}));
+    EXPECT_THAT(ItemsOf(""), IsEmpty());
+    EXPECT_THAT(ItemsOf("a = 3"), ElementsAre(NameValueStru{"a", "3"}));
 }
 
 }  // namespace

@@ -134,11 +134,13 @@ TEST_F(ConfigItems, NameTheFileThatCannotBeRead) {
 
 TEST_F(ConfigItems, OfOneReadingBelongTogether) {
     Write("first = 0\nsecond = 0\n");
+    const auto past = std::filesystem::last_write_time(file_);
     std::atomic<bool> stop{false};
     std::thread writer([&] {
         for (int round = 0; !stop; ++round) {
             const std::string value = std::to_string(round);
             NS_TEST::WriteFile(Path("new"), "first = " + value + "\nsecond = " + value + "\n");
+            std::filesystem::last_write_time(Path("new"), past - std::chrono::seconds(round));
             std::filesystem::rename(Path("new"), file_);
         }
     });
