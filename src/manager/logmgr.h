@@ -1,6 +1,8 @@
 // The log manager: owner of everything that outlives a single log call.
 #pragma once
 
+#include <ace/Thread_Mutex.h>
+
 #include <cstdint>
 #include <string>
 
@@ -14,8 +16,8 @@ namespace NS_LOG_SERVICE1 {
 // Its settings are the fields that it inherits.
 //
 // Thread safety: any thread may call any operation but CreateChannels and DestroyInstance. Lock
-// order: logger list, logger's level switches or channel map, then a channel's buffer mutex, then
-// its file mutex.
+// order: level switching, logger list, logger's level switches or channel map, then a channel's
+// buffer mutex, then its file mutex.
 class LogMgr : public LogSettings {
   public:
     // The manager, created on the first call. Null only when the lock under which it is created
@@ -54,7 +56,8 @@ class LogMgr : public LogSettings {
     int DisableAllLogLevel(const uint32_t& level);
 
     // Switches one level (0 to 3) everywhere: globally first, so that a logger that is created
-    // meanwhile has it either way, then for every logger.
+    // meanwhile has it either way, then for every logger. Of two threads that switch at once, one
+    // does both before the other.
     void SwitchLevel(uint32_t level, bool on);
 
     // Switch one level, or all, of the logger of that name; return the logger's answer, 0 when
@@ -84,6 +87,7 @@ class LogMgr : public LogSettings {
     LogMgr() = default;
     ~LogMgr();
 
+    ACE_Thread_Mutex switchingMutex_;  // held while a level is switched everywhere
     ChannelMap channels_;
     LoggerList loggers_;
 };

@@ -173,4 +173,24 @@ TEST_F(BulkSwitching, MayRunWhileLoggersAreCreatedAndUsed) {
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
+// Else a level could be off globally and on in the loggers, and no change of the configuration
+// would find anything to do.
+TEST_F(BulkSwitching, OfTwoThreadsAtOnceLeavesAllAsOneOfThemWantsIt) {
+    SwitchingLogger& logger = Add("a", "b");
+    logger.onSwitched = [] { std::this_thread::yield(); };
+    for (int round = 0; round < 500; ++round) {
+        std::atomic<int> waiting{2};
+        const auto switchLevel = [&waiting](bool on) {
+            --waiting;
+            while (waiting > 0) {
+            }
+            Manager().SwitchLevel(1, on);
+        };
+        std::thread other(switchLevel, true);
+        switchLevel(false);
+        other.join();
+        ASSERT_EQ(Manager().IsLogLevelEnabled(1), logger.Levels()[1]);
+    }
+}
+
 }  // namespace
