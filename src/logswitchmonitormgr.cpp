@@ -51,6 +51,8 @@ int LogSwitchMonitorMgr::Init() {
     if (ACE_OS::stat(configFilePath_.c_str(), &lastFileStatus_) != 0) {
         MonitorDiagnostic().Print(kDiagnosticFailure,
                                   "[LogSwitchMonitorMgr::Init] CALL ACE_OS::stat failed!");
+        // Stop has nothing to wait for, unless the thread of an earlier Init still runs.
+        started_ = threadToEnd_;
         return -1;
     }
     open(nullptr);

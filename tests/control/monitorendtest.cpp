@@ -1,4 +1,6 @@
 // The monitor's end: stopping its thread and deleting it.
+#include <unistd.h>
+
 #include <fstream>
 #include <stdexcept>
 
@@ -178,6 +180,45 @@ TEST_F(MonitorEnd, OfTheProcessesMonitorMayBeFollowedByItsDestructionAtOnce) {
         Monitor::Destroy();
     }
     EXPECT_EQ(Proxy().Texts(), std::vector<std::string>(100, EXIT));
+}
+
+TEST_F(MonitorEnd, AfterARestartThatFailedReturnsAtOnceAndAgain) {
+    ASSERT_EQ(monitor_.Init(), 0);
+    monitor_.Stop();
+    std::filesystem::remove(configFile_);
+    ASSERT_EQ(monitor_.Init(), -1);
+    auto stopped = StopInBackground(monitor_);
+    ASSERT_TRUE(Finishes(stopped));
+    EXPECT_EQ(monitor_.Stop(), 0);
+}
+
+TEST_F(MonitorEnd, AfterARestartThatFailedEndsTheThreadThatStillRuns) {
+    ASSERT_EQ(monitor_.Init(), 0);
+    HideFile();
+    ASSERT_EQ(monitor_.Init(), -1);
+    EXPECT_EQ(monitor_.thr_count(), 1U);
+    EXPECT_EQ(monitor_.Stop(), 0);
+    EXPECT_EQ(monitor_.thr_count(), 0U);
+}
+
+// Nobody waits for the thread that is left behind, which must not run on without its object: it
+// never comes back from the store.
+TEST_F(MonitorEnd, IsNotWaitedForByTheDestruction) {
+    auto& store = *new NS_TEST::ScriptedConfigItems;
+    auto& reached = *new std::promise<void>;
+    store.OnAllAsked([&reached] {
+        reached.set_value();
+        for (;;) {
+            pause();
+        }
+    });
+    NS_REFERENCE_HOST::SetConfigItems(&store);
+    Monitor* const monitor = Monitor::Instance(std::chrono::milliseconds(5));
+    ASSERT_EQ(monitor->Init(), 0);
+    SetTime(kBaseline + 1);
+    reached.get_future().wait();
+    Monitor::Destroy();
+    EXPECT_THAT(Proxy().Texts(), ElementsAre(EXIT));
 }
 
 }  // namespace

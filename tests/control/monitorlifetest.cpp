@@ -1,5 +1,6 @@
 // The monitor's start, and the one monitor of the process.
 #include "control/monitorfixture.h"
+#include "control/threadcalls.h"
 
 using NS_TEST::EXIT;
 using NS_TEST::NO_STATUS_IN_INIT;
@@ -156,6 +157,40 @@ TEST_F(TheProcessesMonitor, MayBeDestroyedAfterAFailedStart) {
     EXPECT_EQ(Monitor::Instance()->Init(), -1);
     Monitor::Destroy();
     EXPECT_THAT(Proxy().Texts(), ElementsAre(NO_STATUS_IN_INIT, EXIT));
+}
+
+// A wall clock that is set back would lengthen a sleep that ends at a time of day.
+TEST_F(TheProcessesMonitor, SleepsThirtySecondsOfTheMonotonicClock) {
+    NS_TEST::ThreadCalls::Forget();
+    ASSERT_EQ(Monitor::Instance()->Init(), 0);
+    const timespec wakesAt = NS_TEST::ThreadCalls::AwaitDeadline();
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    EXPECT_LE(wakesAt.tv_sec, now.tv_sec + 30);
+    EXPECT_GT(wakesAt.tv_sec, now.tv_sec + 30 - 25);
+    Monitor::Instance()->Stop();
+}
+
+TEST_F(MonitorStart, IsAnsweredWithZeroEvenWhenThereIsNoThreadToBeHad) {
+    {
+        const NS_TEST::ThreadCalls::NoThreads none;
+        EXPECT_EQ(monitor_.open(), 0);
+        EXPECT_EQ(monitor_.Init(), 0);
+    }
+    EXPECT_EQ(monitor_.thr_count(), 0U);
+}
+
+TEST_F(MonitorStart, WithoutAThreadCanBeStoppedAndTriedAgain) {
+    {
+        const NS_TEST::ThreadCalls::NoThreads none;
+        EXPECT_EQ(monitor_.Init(), 0);
+    }
+    auto stopped = std::async(std::launch::async, [this] { return monitor_.Stop(); });
+    ASSERT_TRUE(NS_TEST::Finishes(stopped));
+    EXPECT_EQ(monitor_.Init(), 0);
+    SetTime(kBaseline + 1);
+    AwaitFullPass();
+    EXPECT_EQ(store_.AllAsked(), 1);
 }
 
 }  // namespace
