@@ -44,7 +44,7 @@ struct ChannelStatus {
 
 // One module switch that was set.
 struct ModuleStatus {
-    int module;
+    unsigned int module;  // as SetModuleSwitch was told
     bool on;
 };
 
@@ -98,7 +98,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Replaces `channels` by the status of all channels, in the order of their names.
     virtual void GetChannels(std::vector<ChannelStatus>& channels) = 0;
 
-    // Replaces `modules` by the module switches that were set, by number.
+    // Replaces `modules` by the module switches that were set. They are in the order of the numbers
+    // as signed ones: 2147483648 comes first, 4294967295 right before 0.
     virtual void GetModules(std::vector<ModuleStatus>& modules) = 0;
 };
 

@@ -24,8 +24,8 @@ class PeriodicTasks {
 
     // Runs `task` every `intervalSeconds` seconds (at least 1), for the first time after one
     // interval, until ScheduleSvcInterface::DeleteTask is called with the handle that this returns.
-    // The caller keeps the task alive until then. Returns a negative number when the service takes
-    // no more tasks.
+    // The caller keeps the task alive until then. A handle is 1 or more: bundles keep 0 for a task
+    // that they never had. Returns a negative number when the service takes no more tasks.
     virtual int64_t CreatePeriodicTask(uint32_t intervalSeconds, ScheduledTask& task) = 0;
 };
 

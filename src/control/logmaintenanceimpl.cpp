@@ -111,7 +111,7 @@ void LogMaintenanceImpl::GetModules(std::vector<ModuleStatus>& modules) {
     modules.clear();
     if (ModuleSwitchTable* table = ModuleSwitchTable::Instance()) {
         for (const auto& [module, on] : table->All()) {
-            modules.push_back({module, on});
+            modules.push_back({static_cast<unsigned int>(module), on});
         }
     }
 }

@@ -14,15 +14,26 @@ namespace {
 
 Singleton<MaintenanceService> maintenanceService(&StaticObjectLock);
 
-void ReportLoss(const std::string& category, const LogFileStatistics& file) {
-    const uint64_t lost = file.recordsDropped.Get();
-    if (lost != 0) {
+void ReportDropped(const std::string& category, const LogFileStatistics& file) {
+    const unsigned long long dropped = file.recordsDropped.Get();
+    if (dropped != 0) {
         const std::string reason =
             std::generic_category().message(static_cast<int>(file.lastError.Get()));
         Diagnostic().Print(kDiagnosticFailure,
                            "\n[qv_base_log::fini] %s: %llu records could not be written "
                            "(last error: %s) !!\n",
-                           category.c_str(), static_cast<unsigned long long>(lost), reason.c_str());
+                           category.c_str(), dropped, reason.c_str());
+    }
+}
+
+// Nobody has asked for them in time: neither a record of level 0 nor a maintenance command.
+void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
+    const unsigned long long lost = waiting.evicted.Get() + waiting.cached.Get();
+    if (lost != 0) {
+        Diagnostic().Print(kDiagnosticFailure,
+                           "\n[qv_base_log::fini] %s: %llu records of switched-off levels were "
+                           "never written !!\n",
+                           category.c_str(), lost);
     }
 }
 
@@ -31,7 +42,8 @@ void ReportLosses() {
         // First, so that what cannot be written at the very end is counted as well.
         manager->FlushAll();
         manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
-            ReportLoss(category, channel.FileStatistics());
+            ReportDropped(category, channel.FileStatistics());
+            ReportKeptBack(category, channel.Statistics());
         });
     }
 }

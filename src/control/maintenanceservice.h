@@ -14,8 +14,9 @@ class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
     // Creates and registers the interface, unless that has been done or there is no log manager.
     static void Start();
 
-    // Takes the interface away, writes out the queues and reports the records that could not be
-    // written since the start. Does nothing without Start.
+    // Takes the interface away, writes out the queues and reports how many records were lost since
+    // the start: could not be written, or were kept back and never asked for. Does nothing without
+    // Start.
     static void Finish();
 
     MaintenanceService();

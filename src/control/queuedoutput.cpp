@@ -50,10 +50,12 @@ ScheduleSvcInterface* FindScheduleService() {
 
 unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
     const LockGuard<ACE_Thread_Mutex> guard(mutex_);
-    if (manager.outputmode == kDirectMode) {
+    // Output may be queued and the task gone: LogMgr::SetOutputMode takes nothing but the task
+    // away.
+    if (!HasPeriodicOutput(manager)) {
         StartPeriodicOutput(manager);
-        manager.outputmode = kQueuedMode;
     }
+    manager.outputmode = kQueuedMode;
     return LOG_RESULT_OK;
 }
 

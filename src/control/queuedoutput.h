@@ -14,7 +14,8 @@ namespace NS_LOG_SERVICE1 {
 // object, so that switching off can wait for it.
 class QueuedOutput {
   public:
-    // Both return a result code and change nothing when things are as wanted already.
+    // Both return a result code and change nothing when things are as wanted already. Switching on
+    // starts the task whenever there is none and the schedule service takes one.
     unsigned int SwitchOn(LogMgr& manager);
     unsigned int SwitchOff(LogMgr& manager);
 

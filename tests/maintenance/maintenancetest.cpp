@@ -211,6 +211,22 @@ TEST_F(MaintenanceInterface, ReportsAtTheEndWhatCouldNotBeWritten) {
     EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("fini] debug:"))));
 }
 
+TEST_F(MaintenanceInterface, ReportsAtTheEndWhatWasKeptBackAndNeverAskedFor) {
+    store_.Set("filterbuflength", "2");
+    Start();
+    for (const char* text : {"evicted", "asked for", "asked for"}) {
+        Log(2, text);
+    }
+    Maintenance().OutputAll("corbaoper");
+    Log(2, "still there");
+    Stop();
+    EXPECT_THAT(Proxy().Printed(),
+                Contains(IsDiagnostic(1, "logimpl",
+                                      "\n[qv_base_log::fini] corbaoper: 2 records of switched-off "
+                                      "levels were never written !!\n")));
+    EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("fini] debug:"))));
+}
+
 TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
     Start();
     Log(1, "written");

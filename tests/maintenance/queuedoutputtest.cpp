@@ -145,5 +145,28 @@ TEST_F(QueuedOutput, TakesItsTaskAwayWhenTheServiceEnds) {
     EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
 }
 
+TEST_F(QueuedOutput, StartsItsTaskAgainAfterTheOutputModeHasDeletedIt) {
+    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    Manager().SetOutputMode(0);
+    schedule_.nextHandle = 42;
+    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+    EXPECT_EQ(Manager().outputTask, 42);
+    EXPECT_TRUE(Maintenance().HasPeriodicOutput());
+    Stop();
+    EXPECT_THAT(schedule_.deleted, ElementsAre(41, 42));
+}
+
+TEST_F(QueuedOutput, StartsItsTaskWhenTheScheduleServiceComesLater) {
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
+    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
+    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+    EXPECT_EQ(Manager().outputTask, 41);
+    Stop();
+}
+
 }  // namespace
 }  // namespace NS_TEST
