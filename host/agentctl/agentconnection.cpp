@@ -26,62 +26,86 @@ std::string LastError() {
     return std::generic_category().message(errno);
 }
 
-std::chrono::milliseconds Left(Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    return std::max(left, std::chrono::milliseconds::zero());
-}
-
 [[noreturn]] void FailLate() {
     throw ControlError(ControlExit::NoAnswer, "the agent did not answer in time");
 }
 
-// While the agent's queue of connections is full, connect waits, for as long as sending may take.
-void LimitSending(int socket, std::chrono::milliseconds timeout) {
-    timeval limit{};
-    limit.tv_sec = timeout.count() / 1000;
-    limit.tv_usec = (timeout.count() % 1000) * 1000;
-    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+// Nobody wants the answer any more. Never leaves this file.
+struct Unwanted {};
+
+// One conversation, up to its deadline.
+//
+// Thread safety: one thread.
+class Conversation {
+  public:
+    explicit Conversation(const Patience& patience)
+        : stopDescriptor_(patience.stopDescriptor), deadline_(Clock::now() + patience.timeout) {}
+
+    void Connect(const std::string& path);
+    void Send(const std::string& line);
+    std::string Receive();
+
+  private:
+    void WaitFor(short events);
+    bool Wait(short events, std::chrono::milliseconds time);
+
+    const int stopDescriptor_;
+    const Clock::time_point deadline_;
+    FileDescriptor socket_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
+};
+
+// Whether the socket got ready in that time. No events: just the time passes.
+bool Conversation::Wait(short events, std::chrono::milliseconds time) {
+    pollfd entries[] = {{stopDescriptor_, POLLIN, 0},
+                        {events != 0 ? socket_.Get() : -1, events, 0}};
+    const int ready = poll(entries, 2, static_cast<int>(std::max<int64_t>(time.count(), 0)));
+    if (ready > 0 && entries[0].revents != 0) {
+        throw Unwanted();
+    }
+    return ready > 0;
 }
 
-FileDescriptor Connect(const std::string& path, std::chrono::milliseconds timeout) {
-    FileDescriptor connected(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!connected.IsOpen()) {
+void Conversation::WaitFor(short events) {
+    bool ready = false;
+    while (!ready) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+        ready = Wait(events, left);
+        if (!ready && left.count() <= 0) {
+            FailLate();
+        }
+    }
+}
+
+// While the agent's queue of connections is full, nothing tells when there is room again.
+void Conversation::Connect(const std::string& path) {
+    constexpr std::chrono::milliseconds kPause{10};
+    if (!socket_.IsOpen()) {
         throw ControlError(ControlExit::NoAgent, "no socket: " + LastError());
     }
-    LimitSending(connected.Get(), timeout);
     try {
         const SocketAddress address(path);
-        if (connect(connected.Get(), address.Get(), address.GetSize()) == 0) {
-            return connected;
+        while (connect(socket_.Get(), address.Get(), address.GetSize()) != 0) {
+            if (errno != EAGAIN) {
+                throw ControlError(ControlExit::NoAgent,
+                                   "no agent can be reached at " + path + ": " + LastError());
+            }
+            Wait(0, kPause);
+            if (Clock::now() >= deadline_) {
+                FailLate();
+            }
         }
     } catch (const std::system_error& error) {
         throw ControlError(ControlExit::NoAgent,
                            std::string("no agent can be reached: ") + error.what());
     }
-    if (errno == EAGAIN) {
-        FailLate();
-    }
-    throw ControlError(ControlExit::NoAgent,
-                       "no agent can be reached at " + path + ": " + LastError());
-}
-
-void WaitFor(int socket, short events, Clock::time_point deadline) {
-    pollfd entry{socket, events, 0};
-    int ready = 0;
-    do {
-        ready = poll(&entry, 1, static_cast<int>(Left(deadline).count()));
-    } while (ready < 0 && errno == EINTR);
-    if (ready <= 0) {
-        FailLate();
-    }
 }
 
 // Stops when the agent takes no more: it may have answered already, and says why then.
-void Send(int socket, const std::string& line, Clock::time_point deadline) {
+void Conversation::Send(const std::string& line) {
     for (std::string::size_type sent = 0; sent < line.size();) {
-        WaitFor(socket, POLLOUT, deadline);
+        WaitFor(POLLOUT);
         const ssize_t length =
-            send(socket, line.data() + sent, line.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+            send(socket_.Get(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
         if (length >= 0) {
             sent += static_cast<std::string::size_type>(length);
         } else if (errno != EAGAIN && errno != EINTR) {
@@ -90,12 +114,12 @@ void Send(int socket, const std::string& line, Clock::time_point deadline) {
     }
 }
 
-std::string Receive(int socket, Clock::time_point deadline) {
+std::string Conversation::Receive() {
     std::string answer;
     char chunk[65536];
     while (answer.size() < kMaximumAnswer) {
-        WaitFor(socket, POLLIN, deadline);
-        const ssize_t length = recv(socket, chunk, sizeof(chunk), MSG_DONTWAIT);
+        WaitFor(POLLIN);
+        const ssize_t length = recv(socket_.Get(), chunk, sizeof(chunk), 0);
         if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
             continue;
         }
@@ -113,16 +137,20 @@ std::string Receive(int socket, Clock::time_point deadline) {
 
 }  // namespace
 
-std::string Ask(const std::string& path, const std::string& request,
-                std::chrono::milliseconds timeout) {
-    const Clock::time_point deadline = Clock::now() + timeout;
+std::optional<std::string> Ask(const std::string& path, const std::string& request,
+                               const Patience& patience) {
     const std::string line = request + "\n";
     if (line.size() > kMaximumRequest) {
         throw ControlError(ControlExit::BadCommandLine, "the names are too long for a request");
     }
-    const FileDescriptor socket = Connect(path, timeout);
-    Send(socket.Get(), line, deadline);
-    return Receive(socket.Get(), deadline);
+    try {
+        Conversation conversation(patience);
+        conversation.Connect(path);
+        conversation.Send(line);
+        return conversation.Receive();
+    } catch (const Unwanted&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace NS_REFERENCE_HOST

@@ -2,14 +2,21 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace NS_REFERENCE_HOST {
 
+// What ends the waiting for an agent.
+struct Patience {
+    std::chrono::milliseconds timeout;  // for everything together
+    int stopDescriptor = -1;            // polls as readable once nobody wants the answer; -1: none
+};
+
 // Sends one request, without its newline, to the agent whose socket is at `path`, and returns the
-// answer line without its newline. All of that takes at most `timeout`. Throws ControlError: no
+// answer line without its newline; nothing when nobody wants it any more. Throws ControlError: no
 // agent, no answer in time, or a broken one.
-std::string Ask(const std::string& path, const std::string& request,
-                std::chrono::milliseconds timeout);
+std::optional<std::string> Ask(const std::string& path, const std::string& request,
+                               const Patience& patience);
 
 }  // namespace NS_REFERENCE_HOST

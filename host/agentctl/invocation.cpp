@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <cstdlib>
 #include <iostream>
 
@@ -16,6 +17,17 @@ namespace NS_REFERENCE_HOST {
 namespace {
 
 const CLI::Range kLevels(0U, 3U);
+
+// Up to a day. Not CLI::Range, which takes what is not a number for one that is in it.
+CLI::Validator Seconds(double least) {
+    const auto check = [least](const std::string& text) {
+        double seconds = 0;
+        const bool isInRange =
+            CLI::detail::lexical_cast(text, seconds) && seconds >= least && seconds <= 86400;
+        return isInRange ? std::string() : "'" + text + "' is no number of seconds up to a day";
+    };
+    return CLI::Validator(check, "");
+}
 
 // The words of the command line that are put together once all of them are known.
 struct Words {
@@ -88,7 +100,7 @@ void CommandLine::DeclareGlobal() {
         .add_option("--timeout", words_.timeoutSeconds,
                     "How long to wait for the agent (default: 10)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, 86400.0).description(""));
+        ->check(Seconds(0.001));
     parser_.add_flag("--json", invocation_.json,
                      "Print the data of the answer as JSON, in one line");
 }
@@ -112,7 +124,7 @@ void CommandLine::DeclareOutput() {
         ->type_name("SECONDS")
         ->expected(0, 1)
         ->default_str("2")
-        ->check(CLI::Range(0.1, 86400.0).description(""));
+        ->check(Seconds(0.1));
     Add("flush", "Write out what is queued, in all categories", &ViewNothing);
     CLI::App* const all =
         Add("flushall", "Write out what is queued and what is kept back", &ViewNothing);
@@ -171,8 +183,11 @@ void CommandLine::CompleteModule() {
         invocation_.view = &ViewModules;
         return;
     }
-    int number = 0;
-    if (!CLI::detail::lexical_cast(words_.target, number) || number < 0) {
+    // Decimal only: a leading zero means nothing to whoever reads a list of numbers.
+    unsigned int number = 0;
+    const char* const end = words_.target.data() + words_.target.size();
+    const auto [stop, error] = std::from_chars(words_.target.data(), end, number);
+    if (error != std::errc() || stop != end) {
         FailUsage("module: '" + words_.target + "' is no module's number");
     }
     if (words_.action.empty()) {
@@ -208,6 +223,9 @@ std::optional<Invocation> CommandLine::Read(int argc, char* argv[]) {
         parser_.parse(argc, argv);
     } catch (const CLI::Success& request) {
         parser_.exit(request, std::cout, std::cerr);
+        if (!std::cout.flush()) {
+            throw ControlError(ControlExit::Refused, "the output could not be written");
+        }
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         FailUsage(error.what());

@@ -1,6 +1,8 @@
 // The control program.
 #include <cstdio>
 #include <exception>
+#include <optional>
+#include <string>
 
 #include "agentctl/agentconnection.h"
 #include "agentctl/controlerror.h"
@@ -24,9 +26,7 @@ std::string DescribeFailure(const Json::Value& answer) {
 }
 
 // What to print when the agent has done what it was asked for. Throws ControlError.
-std::string Perform(const Invocation& invocation, bool utf8) {
-    const std::string text =
-        Ask(invocation.socketPath, WriteJson(invocation.request), invocation.timeout);
+std::string Describe(const Invocation& invocation, const std::string& text, bool utf8) {
     try {
         const Json::Value answer = ReadJsonObject(text);
         if (!answer["ok"].asBool()) {
@@ -46,10 +46,12 @@ std::string Perform(const Invocation& invocation, bool utf8) {
 
 void Watch(const Invocation& invocation, bool utf8) {
     WatchedOutput output;
-    bool goesOn = true;
-    while (goesOn) {
-        goesOn = output.Show(Perform(invocation, utf8)) && output.Wait(*invocation.watchInterval);
-    }
+    const Patience patience{invocation.timeout, output.GetStopDescriptor()};
+    std::optional<std::string> answer;
+    do {
+        answer = Ask(invocation.socketPath, WriteJson(invocation.request), patience);
+    } while (answer && output.Show(Describe(invocation, *answer, utf8)) &&
+             output.Wait(*invocation.watchInterval));
 }
 
 void Print(const std::string& text) {
@@ -64,7 +66,9 @@ ControlExit Run(int argc, char* argv[], bool utf8) {
     if (invocation && invocation->watchInterval) {
         Watch(*invocation, utf8);
     } else if (invocation) {
-        Print(Perform(*invocation, utf8));
+        const std::optional<std::string> answer =
+            Ask(invocation->socketPath, WriteJson(invocation->request), {invocation->timeout});
+        Print(Describe(*invocation, answer.value(), utf8));
     }
     return ControlExit::Done;
 }

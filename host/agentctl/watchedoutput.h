@@ -15,6 +15,9 @@ class WatchedOutput {
     // signal asks for the end, or nobody reads any more.
     bool Show(const std::string& text);
 
+    // Polls as readable once a signal asks for the end.
+    int GetStopDescriptor() const { return signals_.GetDescriptor(); }
+
     // Waits. False: as with Show.
     bool Wait(std::chrono::milliseconds time);
 

@@ -1,13 +1,17 @@
 // The control program without an agent, and with agents that do not answer as they should.
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
 
 #include "agentctl/program.h"
+#include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
 #include "control/controlserver.h"
+#include "control/socketaddress.h"
 #include "support/temporarydirectory.h"
 
 namespace {
@@ -77,6 +81,14 @@ TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
         {"module", "x", "on"},
         {"module", "-7", "on"},
         {"module", "99999999999", "on"},
+        {"module", "4294967296", "on"},
+        {"module", "0x10", "on"},
+        {"module", "7x", "on"},
+        {"module", "", "on"},
+        {"status", "--timeout", "nan"},
+        {"status", "--timeout", "0"},
+        {"status", "--timeout", "86401"},
+        {"status", "--watch", "0.01"},
         {"module", "show", "on"},
         {"mode"},
         {"mode", "x"},
@@ -120,6 +132,60 @@ TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
     mayAnswer.Happen();
+}
+
+TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        NS_TEST::Happening asked;
+        NS_TEST::Happening mayAnswer;
+        ControlServer server(
+            Socket(),
+            [&](const std::string&) {
+                asked.Happen();
+                mayAnswer.Await();
+                return std::string();
+            },
+            60s);
+        server.Start();
+        NS_TEST::Program watch(
+            {QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"});
+        ASSERT_TRUE(asked.Await());
+        watch.Signal(signal);
+        const ProgramResult result = watch.Wait();
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.errors, "");
+        mayAnswer.Happen();
+    }
+}
+
+// The agent's queue of connections is full: nobody takes any of them.
+TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
+    const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const NS_REFERENCE_HOST::SocketAddress address(Socket());
+    ASSERT_EQ(bind(listening, address.Get(), address.GetSize()), 0);
+    ASSERT_EQ(listen(listening, 0), 0);
+    const NS_TEST::SocketClient first(Socket());
+    const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
+    close(listening);
+}
+
+TEST_F(ControlProgram, ModuleNumbersAreDecimal) {
+    std::string request;
+    ControlServer server(
+        Socket(),
+        [&](const std::string& text) {
+            request += text;
+            return R"({"ok":true,"data":{"module":4294967295,"on":true}})";
+        },
+        60s);
+    server.Start();
+    EXPECT_EQ(Run({"--socket", Socket(), "module", "010", "off"}).exitCode, 0);
+    EXPECT_THAT(request, HasSubstr(R"("module":10,)"));
+    EXPECT_EQ(Run({"--socket", Socket(), "module", "4294967295", "show"}).output,
+              "module 4294967295 is on\n");
+    EXPECT_THAT(request, HasSubstr(R"("module":4294967295)"));
 }
 
 TEST_F(ControlProgram, AnAnswerThatMakesNoSenseIsFour) {

@@ -69,4 +69,15 @@ TEST(Completion, OffersDirectoriesForTheShareDirectory) {
     EXPECT_THAT(Complete({"--timeout", ""}), IsEmpty());
 }
 
+// Bash makes three words of "--share=DIR".
+TEST(Completion, KnowsTheValuesBehindAnEqualsSign) {
+    const NS_TEST::TemporaryDirectory directory;
+    const std::string start = directory.Path().substr(0, directory.Path().size() - 1);
+    EXPECT_THAT(Complete({"--share", "=", start}), Contains(directory.Path()));
+    EXPECT_THAT(Complete({"--share", "=", "/tmp", "lo"}), ElementsAre("loggers"));
+    EXPECT_THAT(Complete({"--timeout", "=", "3", "queue", ""}), ElementsAre("on", "off"));
+    EXPECT_THAT(Complete({"status", "--watch", "=", "3", "--j"}), ElementsAre("--json"));
+    EXPECT_THAT(Complete({"--timeout", "="}), IsEmpty());
+}
+
 }  // namespace

@@ -157,6 +157,18 @@ TEST_F(ControlServerTest, MoreClientsThanPlacesGetTheirTurn) {
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
 }
 
+// They have not run out of their patience by far.
+TEST_F(ControlServerTest, ThoseWhoHangDoNotKeepTheOthersOut) {
+    Start(30s);
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<std::unique_ptr<SocketClient>> silent;
+    for (std::size_t index = 0; index < ControlServer::kMaximumClients; ++index) {
+        silent.push_back(std::make_unique<SocketClient>(Socket()));
+    }
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 30s);
+}
+
 TEST_F(ControlServerTest, ServesEightClientsAtOnce) {
     Start(60s);
     std::vector<std::thread> threads;

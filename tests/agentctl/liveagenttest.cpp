@@ -195,8 +195,25 @@ TEST_F(LiveAgent, ModeEndsThePeriodicOutputAndRefusesWhatItDoesNotKnow) {
     const ProgramResult again = Control({"mode", "0"});
     EXPECT_EQ(again.exitCode, 1);
     EXPECT_THAT(again.errors, HasSubstr("refused to delete the periodic output task"));
+    Succeed({"queue", "on"});
+    EXPECT_TRUE(Data({"status"})["periodic"].asBool());
     Succeed({"queue", "off"});
     EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
+}
+
+TEST_F(LiveAgent, AnAgentSaysAtItsEndWhatWasLost) {
+    NS_TEST::WriteFile(Path("log"), "in the way");
+    StartWithInput();
+    Log("nowhere to go");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsDropped"].asInt() == 1; }));
+    Succeed({"level", "1", "off"});
+    Log("kept back");
+    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 1; }));
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_THAT(agent_->GetErrors(),
+                HasSubstr("corbaoper: 1 records could not be written (last error: "));
+    EXPECT_THAT(agent_->GetErrors(),
+                HasSubstr("corbaoper: 1 records of switched-off levels were never written"));
 }
 
 TEST_F(LiveAgent, NamesThatATerminalWouldObeyAreEscapedAndCanBeNamedBack) {

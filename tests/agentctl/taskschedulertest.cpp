@@ -3,7 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -284,6 +287,34 @@ TEST(TaskScheduler, SurvivesManyThreadsThatCreateAndDelete) {
         thread.join();
     }
     EXPECT_EQ(failures, 0);
+}
+
+TEST(TaskScheduler, RunsAllTasksOnOneThread) {
+    std::atomic<int> running{0};
+    std::atomic<int> most{0};
+    std::mutex lock;
+    std::set<std::thread::id> threads;
+    const auto note = [&] {
+        most = std::max<int>(most, ++running);
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            threads.insert(std::this_thread::get_id());
+        }
+        std::this_thread::yield();
+        --running;
+    };
+    CountingTask first(note);
+    CountingTask second(note);
+    {
+        TaskScheduler scheduler;
+        scheduler.Start();
+        scheduler.Create(1ms, first);
+        scheduler.Create(1ms, second);
+        EXPECT_TRUE(first.AwaitRuns(20));
+        EXPECT_TRUE(second.AwaitRuns(20));
+    }
+    EXPECT_EQ(most, 1);
+    EXPECT_THAT(threads, ::testing::SizeIs(1));
 }
 
 }  // namespace

@@ -24,6 +24,9 @@ constexpr char kName[] = "qv_control";
 // How long to leave the clients in the queue when the process has no descriptor for them.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
+// How much sooner a client is given up while there is no place for another one.
+constexpr int kHaste = 10;
+
 // The entries in front of the clients' in the list that is polled.
 enum : std::size_t { kStopEntry, kSocketEntry, kFirstClientEntry };
 
@@ -55,8 +58,9 @@ void ControlServer::Serve() {
     while (WaitForEvents(entries)) {
         const Clock::time_point begin = Clock::now();
         ServeClients(entries);
+        const Clock::time_point late = begin + GetHaste();
         clients_.remove_if(
-            [begin](const Connection& client) { return client.GetDeadline() <= begin; });
+            [late](const Connection& client) { return client.GetDeadline() <= late; });
         const Clock::duration spent = Clock::now() - begin;
         for (Connection& client : clients_) {
             client.Extend(spent);
@@ -65,6 +69,12 @@ void ControlServer::Serve() {
             Accept();
         }
     }
+}
+
+// By how much sooner than usual the clients are given up.
+ControlServer::Clock::duration ControlServer::GetHaste() const {
+    const bool isFull = clients_.size() >= kMaximumClients;
+    return isFull ? patience_ - patience_ / kHaste : Clock::duration::zero();
 }
 
 bool ControlServer::IsAccepting() const {
@@ -77,8 +87,9 @@ int ControlServer::GetTimeout() const {
     if (acceptAgain_ > now) {
         next = acceptAgain_;
     }
+    const Clock::duration haste = GetHaste();
     for (const Connection& client : clients_) {
-        next = std::min(next, client.GetDeadline());
+        next = std::min(next, client.GetDeadline() - haste);
     }
     if (next == Clock::time_point::max()) {
         return -1;

@@ -19,8 +19,9 @@ namespace NS_REFERENCE_HOST {
 // other. While a long one is at work, the other clients wait for their turn; the time that it takes
 // is not counted against them.
 //
-// Up to kMaximumClients are served at a time; more wait in the system's queue, and since each
-// client has a deadline, they get their turn.
+// Up to kMaximumClients are served at a time; more wait in the system's queue. Each client has a
+// deadline, which comes ten times as soon while all places are taken: those who hang must not keep
+// the others out.
 //
 // Thread safety: the owner's thread only.
 class ControlServer {
@@ -46,6 +47,7 @@ class ControlServer {
     void Serve();
     bool WaitForEvents(std::vector<pollfd>& entries) const;
     int GetTimeout() const;
+    Clock::duration GetHaste() const;
     bool IsAccepting() const;
     void ServeClients(const std::vector<pollfd>& entries);
     bool Proceed(Connection& client);
