@@ -1,12 +1,15 @@
 // A client of the control socket that may behave as badly as it likes.
 #pragma once
 
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <system_error>
 
+#include "agentctl/tasks.h"
 #include "control/filedescriptor.h"
 #include "control/socketaddress.h"
 
@@ -53,6 +56,14 @@ class SocketClient {
             all += some;
         }
         return all;
+    }
+
+    // Whether the server ends the connection before the patience is at its end. Takes nothing of
+    // what it has sent.
+    bool AwaitHangUp() const {
+        pollfd entry{socket_.Get(), POLLRDHUP, 0};
+        constexpr std::chrono::milliseconds kLongest = kPatience;
+        return poll(&entry, 1, static_cast<int>(kLongest.count())) == 1;
     }
 
   private:
