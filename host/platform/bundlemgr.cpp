@@ -4,7 +4,7 @@
 #include <atomic>
 
 #include "hostcontrol.h"
-#include "neverdestroyed.h"
+#include "nodestructor.h"
 #include "serviceobjectlist.h"
 
 namespace NS_REFERENCE_HOST {
@@ -40,7 +40,7 @@ class ReferenceBundleMgr final : public NS_BUNDLEMGR1::BundleMgr {
 };
 
 ReferenceBundleMgr& Manager() {
-    static NeverDestroyed<ReferenceBundleMgr> manager;
+    static NoDestructor<ReferenceBundleMgr> manager;
     return *manager;
 }
 

@@ -5,7 +5,7 @@
 
 #include "fileconfigitems.h"
 #include "hostcontrol.h"
-#include "neverdestroyed.h"
+#include "nodestructor.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ bool GetValByKey(std::string& value, const std::string& key,
 }
 
 CorbaConfigItems* CorbaConfigItems::Instance() {
-    static const NS_REFERENCE_HOST::NeverDestroyed<NS_REFERENCE_HOST::FileConfigItems> fileItems;
+    static const NS_REFERENCE_HOST::NoDestructor<NS_REFERENCE_HOST::FileConfigItems> fileItems;
     CorbaConfigItems* chosen = chosenItems.load(std::memory_order_acquire);
     return chosen == nullptr ? &*fileItems : chosen;
 }

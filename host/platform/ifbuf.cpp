@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "hostcontrol.h"
-#include "neverdestroyed.h"
+#include "nodestructor.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ using NS_BUNDLEMGR1::ServiceInterface;
 class InterfaceRegistry {
   public:
     static InterfaceRegistry& Instance() {
-        static const NS_REFERENCE_HOST::NeverDestroyed<InterfaceRegistry> registry;
+        static const NS_REFERENCE_HOST::NoDestructor<InterfaceRegistry> registry;
         return *registry;
     }
 

@@ -5,12 +5,12 @@
 
 #include <algorithm>
 
-#include "neverdestroyed.h"
+#include "nodestructor.h"
 
 namespace NS_REFERENCE_HOST {
 
 ServiceObjectList& ServiceObjectList::Instance() {
-    static NeverDestroyed<ServiceObjectList> list;
+    static NoDestructor<ServiceObjectList> list;
     return *list;
 }
 

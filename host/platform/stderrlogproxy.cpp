@@ -11,7 +11,7 @@
 
 #include "bundlemgr/logsupport.h"
 #include "hostcontrol.h"
-#include "neverdestroyed.h"
+#include "nodestructor.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -163,7 +163,7 @@ std::string StderrLogProxy::GetProxyName() const {
 }
 
 NS_BUNDLEMGR1::LogProxyProvider* StderrLogProxyProvider() {
-    static NeverDestroyed<Provider> provider;
+    static NoDestructor<Provider> provider;
     return &*provider;
 }
 

@@ -1,7 +1,7 @@
 // The operation that the calling thread carries out.
 #include "util/threadcontext.h"
 
-#include "neverdestroyed.h"
+#include "nodestructor.h"
 
 namespace NS_UTIL {
 
@@ -15,7 +15,7 @@ struct ThreadContextInfo::Contents {
 namespace {
 
 const std::string& EmptyText() {
-    static const NS_REFERENCE_HOST::NeverDestroyed<std::string> text;
+    static const NS_REFERENCE_HOST::NoDestructor<std::string> text;
     return *text;
 }
 

@@ -4,7 +4,7 @@
 #include <bitset>
 #include <cstdint>
 
-#include "base/relaxed.h"
+#include "base/relaxedatomic.h"
 #include "qv_base_log/loglevel.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -23,25 +23,25 @@ inline bool IsLevelOn(LevelSwitches switches, uint32_t level) {
 // Thread safety: each field may be read and written by any thread; there is no order between them.
 struct LogSettings {
     // Seconds between two periodic outputs of the queues.
-    Relaxed<uint32_t> logtimeinterval{60};
+    RelaxedAtomic<uint32_t> logtimeinterval{60};
     // Records that a channel's queue holds before it is written out.
-    Relaxed<uint32_t> queuebuflength{16384};
+    RelaxedAtomic<uint32_t> queuebuflength{16384};
     // Records of switched-off levels that a channel keeps.
-    Relaxed<uint32_t> filterbuflength{128};
+    RelaxedAtomic<uint32_t> filterbuflength{128};
     // Bytes at which a log file is closed and a new one begins.
-    Relaxed<uint32_t> logfilesize{20971520};
+    RelaxedAtomic<uint32_t> logfilesize{20971520};
     // Kept for whoever asks; no file is removed because of it.
-    Relaxed<uint32_t> logfilecount{10000};
+    RelaxedAtomic<uint32_t> logfilecount{10000};
     // The periodic output task at the schedule service; -1: none.
-    Relaxed<int64_t> outputTask{0};
+    RelaxedAtomic<int64_t> outputTask{0};
     // 0: records are written at once; otherwise they are queued.
-    Relaxed<uint32_t> outputmode{0};
+    RelaxedAtomic<uint32_t> outputmode{0};
     // Whether ASN messages and alarms are logged.
-    Relaxed<uint32_t> bEnableAsnLog{0};
+    RelaxedAtomic<uint32_t> bEnableAsnLog{0};
     // Handed to whoever asks the service for it.
-    Relaxed<uint32_t> bLogOutputPara{0};
+    RelaxedAtomic<uint32_t> bLogOutputPara{0};
     // The global switches; a new logger starts with a copy of them.
-    Relaxed<LevelSwitches> levelSwitches;
+    RelaxedAtomic<LevelSwitches> levelSwitches;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "base/logsettings.h"
-#include "channel/tedebuginfobuf.h"
+#include "channel/channel.h"
 
 namespace NS_LOG_SERVICE1 {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "base/relaxed.h"
+#include "base/relaxedatomic.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -21,7 +21,7 @@ class Counter {
     uint64_t Get() const { return value_.Get(); }
 
   private:
-    Relaxed<uint64_t> value_;
+    RelaxedAtomic<uint64_t> value_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -2,13 +2,13 @@
 
 #include <sys/stat.h>
 
-#include "base/neverdestroyed.h"
+#include "base/nodestructor.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
 ACE_Thread_Mutex& MaskMutex() {
-    static NeverDestroyed<ACE_Thread_Mutex> mutex;
+    static NoDestructor<ACE_Thread_Mutex> mutex;
     return *mutex;
 }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/lockguard.h"
-#include "base/neverdestroyed.h"
+#include "base/nodestructor.h"
 #include "bundlemgr/processexception.h"
 #include "lookup/interfacelookup.h"
 #include "qv_base_log/resultcode.h"
@@ -33,7 +33,7 @@ class PeriodicOutput : public NS_SCHEDULE_SERVICE1::ScheduledTask {
 };
 
 PeriodicOutput& ThePeriodicOutput() {
-    static NeverDestroyed<PeriodicOutput> task;
+    static NoDestructor<PeriodicOutput> task;
     return *task;
 }
 

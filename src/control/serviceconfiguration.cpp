@@ -12,7 +12,7 @@ namespace {
 
 struct NumberItem {
     const char* name;
-    Relaxed<uint32_t> LogSettings::*field;
+    RelaxedAtomic<uint32_t> LogSettings::*field;
     uint32_t fallback;
     const char* report;
 };

@@ -12,7 +12,7 @@
 #pragma pop_macro("__DEPRECATED")
 
 #include "base/boundedstring.h"
-#include "base/neverdestroyed.h"
+#include "base/nodestructor.h"
 #include "bundlemgr/corbaconfigitems.h"
 #include "diagnostic/diagnostic.h"
 #include "logger/asnmasking.h"
@@ -36,7 +36,7 @@ struct DumpStream {
 };
 
 DumpStream& Dump() {
-    static NeverDestroyed<DumpStream> dump;
+    static NoDestructor<DumpStream> dump;
     return *dump;
 }
 
@@ -131,7 +131,7 @@ void AsnDump::MarkCut() {
 }
 
 bool ReadAsnTraceFlag(LogSettings& settings) {
-    static Relaxed<int> remembered{0};
+    static RelaxedAtomic<int> remembered{0};
     if (remembered != 0) {
         return true;
     }

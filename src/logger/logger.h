@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/logsettings.h"
-#include "base/relaxed.h"
+#include "base/relaxedatomic.h"
 #include "channel/channelmap.h"
 #include "qv_base_log/loggerif.h"
 
@@ -60,7 +60,7 @@ class Logger : public LoggerIF {
     const std::string second_;
     LogSettings& settings_;
     TEDebugInfoBuf* channel_;  // the channel map's
-    Relaxed<LevelSwitches> levels_;
+    RelaxedAtomic<LevelSwitches> levels_;
     ACE_Thread_Mutex levelMutex_;  // held while levels_ is changed
 };
 

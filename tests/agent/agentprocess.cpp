@@ -16,14 +16,14 @@ namespace NS_TEST {
 
 namespace {
 
-[[noreturn]] void Fail(const char* what) {
+[[noreturn]] void FailLaunch(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
 int OpenFor(const std::string& path, int flags) {
     const int descriptor = open(path.c_str(), flags | O_CLOEXEC, 0600);
     if (descriptor < 0) {
-        Fail(path.c_str());
+        FailLaunch(path.c_str());
     }
     return descriptor;
 }
@@ -66,7 +66,7 @@ void ObeyPermissions() {
 AgentProcess::AgentProcess(const AgentStart& start) {
     int errors[2];
     if (pipe2(errors, O_CLOEXEC) != 0) {
-        Fail("pipe2");
+        FailLaunch("pipe2");
     }
     const int input = start.input >= 0 ? dup(start.input) : OpenFor("/dev/null", O_RDONLY);
     const int output = OpenFor(start.outputPath, O_WRONLY | O_CREAT | O_TRUNC);
@@ -80,7 +80,7 @@ AgentProcess::AgentProcess(const AgentStart& start) {
     errorDescriptor_ = errors[0];
     if (id_ < 0) {
         close(errorDescriptor_);
-        Fail("fork");
+        FailLaunch("fork");
     }
 }
 
@@ -125,7 +125,7 @@ int AgentProcess::Wait() {
     int status = 0;
     while (waitpid(id_, &status, 0) < 0) {
         if (errno != EINTR) {
-            Fail("waitpid");
+            FailLaunch("waitpid");
         }
     }
     id_ = -1;

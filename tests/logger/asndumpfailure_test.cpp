@@ -16,8 +16,8 @@ using NS_TEST::ScriptedMessage;
 using NS_TEST::TextMessage;
 using testing::IsEmpty;
 
-constexpr size_t kBuffer = 4096000;
-constexpr const char* kQuotedType = "QAsnGetNEInfoRsp";
+constexpr size_t kBufferSize = 4096000;
+constexpr const char* kSecretType = "QAsnGetNEInfoRsp";
 
 // What a message throws.
 struct PrintFailure : std::runtime_error {
@@ -49,9 +49,9 @@ class MisbehavingMessage : public NS_TEST::EachAsnOperation {
         EXPECT_EQ(PrintedByAnotherThread("other thread"), "other thread");
         EXPECT_EQ(Printed(Sample()), kSampleText);
         EXPECT_EQ(Traced(Sample()), kSampleText);
-        EXPECT_EQ(Traced(TextMessage(kQuotedType, "NEPwd = \"abcd\"")), "NEPwd = \"****\"");
-        std::string text(kBuffer + 10, 'x');
-        EXPECT_EQ(Printed(TextMessage(text)).size(), kBuffer - 50 + 24);
+        EXPECT_EQ(Traced(TextMessage(kSecretType, "NEPwd = \"abcd\"")), "NEPwd = \"****\"");
+        std::string text(kBufferSize + 10, 'x');
+        EXPECT_EQ(Printed(TextMessage(text)).size(), kBufferSize - 50 + 24);
     }
 };
 QV_FOR_EACH_ASN_OPERATION(MisbehavingMessage);
@@ -114,7 +114,7 @@ TEST_P(MisbehavingMessage, EndsItsTextWhereTheStreamFailed) {
 
 // What a message prints behind a zero byte is never looked at, so it is not masked either.
 TEST_P(MisbehavingMessage, DoesNotUncoverWhatStoodBehindAZeroByte) {
-    Traced(TextMessage(kQuotedType, std::string("ab\0NEPwd = \"secret\"", 19)));
+    Traced(TextMessage(kSecretType, std::string("ab\0NEPwd = \"secret\"", 19)));
     const std::string dumped = Dumped(ScriptedMessage(nullptr, [](std::ostream& out) {
         out << "xyz";
         out.setstate(std::ios::failbit);
@@ -133,12 +133,12 @@ TEST_P(MisbehavingMessage, LeavesNoExceptionsBehind) {
 }
 
 TEST_P(MisbehavingMessage, IsCutAlsoWhenItAskedForExceptionsAndFilledTheBuffer) {
-    const std::string text(kBuffer, 'x');
+    const std::string text(kBufferSize, 'x');
     const std::string dumped = Dumped(ScriptedMessage(nullptr, [&](std::ostream& out) {
         out << text;
         out.exceptions(std::ios::badbit);
     }));
-    EXPECT_EQ(dumped.size(), kBuffer - 50 + 24);
+    EXPECT_EQ(dumped.size(), kBufferSize - 50 + 24);
     EXPECT_EQ(dumped.substr(dumped.size() - 24), "\n...More ASN not print.\n");
 }
 
@@ -189,7 +189,7 @@ TEST_P(MisbehavingMessage, MayThrowWithTheStreamInEveryKindOfDisorder) {
 }
 
 TEST_P(MisbehavingMessage, ThatAsksForExceptionsGetsThemAtTheBuffersEnd) {
-    const std::string text(kBuffer + 1, 'x');
+    const std::string text(kBufferSize + 1, 'x');
     EXPECT_THROW(Dumped(ScriptedMessage(nullptr,
                                         [&](std::ostream& out) {
                                             out.exceptions(std::ios::badbit);
@@ -204,7 +204,7 @@ TEST_P(MisbehavingMessage, ThatAsksForExceptionsGetsThemAtTheBuffersEnd) {
 // be there.
 TEST_P(MisbehavingMessage, IsNotRepeatedAfterItThrew) {
     Dumped(TextMessage("an older dump"));
-    ExpectThrown(ScriptedMessage(kQuotedType, [](std::ostream& out) {
+    ExpectThrown(ScriptedMessage(kSecretType, [](std::ostream& out) {
         out << "NEPwd = \"secret\"";
         throw PrintFailure("print");
     }));
@@ -212,7 +212,7 @@ TEST_P(MisbehavingMessage, IsNotRepeatedAfterItThrew) {
 }
 
 TEST_P(MisbehavingMessage, DoesNotUncoverWhatAnotherOneHadPrintedBeforeItThrew) {
-    ExpectThrown(ScriptedMessage(kQuotedType, [](std::ostream& out) {
+    ExpectThrown(ScriptedMessage(kSecretType, [](std::ostream& out) {
         out << "NEPwd = \"secret\"";
         throw PrintFailure("print");
     }));
@@ -237,13 +237,13 @@ TEST_P(MisbehavingMessage, LeavesTheTurnToOthersWhenLogThrows) {
 }
 
 TEST_F(FailingTrace, LeavesNothingUnmaskedWhenTheTypeNameThrows) {
-    ScriptedMessage message = TextMessage(kQuotedType, "NEPwd = \"secret\"");
+    ScriptedMessage message = TextMessage(kSecretType, "NEPwd = \"secret\"");
     message.onTypeNameAsked = [] { throw PrintFailure("type name"); };
     EXPECT_THROW(logger_.LogAsnTrace("f.cpp", "Run", 7, message), PrintFailure);
     EXPECT_THAT(logger_.Calls(), IsEmpty());
     EXPECT_EQ(Repeated(), "");
     EXPECT_EQ(PrintedByAnotherThread("other thread"), "other thread");
-    EXPECT_EQ(Traced(TextMessage(kQuotedType, "NEPwd = \"abcd\"")), "NEPwd = \"****\"");
+    EXPECT_EQ(Traced(TextMessage(kSecretType, "NEPwd = \"abcd\"")), "NEPwd = \"****\"");
 }
 
 }  // namespace

@@ -209,12 +209,12 @@ TEST_P(AsnSecretsOfType, AreFoundWherePrintAsnWritesThem) {
 }
 
 TEST_F(AsnSecrets, StayInTheProcessWhenAllTypesAreTracedAtOnce) {
-    constexpr size_t kRounds = 6;
+    constexpr size_t kTurns = 6;
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
     for (const uint32_t mode : {0u, 1u}) {
         settings_.outputmode = mode;
         OnThreads(kTypes.size(), [&](size_t thread) {
-            for (size_t round = 0; round < kRounds; ++round) {
+            for (size_t round = 0; round < kTurns; ++round) {
                 const size_t type = (thread + round) % kTypes.size();
                 Trace(kTypes[type], std::to_string(mode) + "." + std::to_string(thread) + "." +
                                         std::to_string(round));
@@ -223,7 +223,7 @@ TEST_F(AsnSecrets, StayInTheProcessWhenAllTypesAreTracedAtOnce) {
     }
     WriteOut();
     ExpectNothingLeaked(output.Text());
-    ExpectEverythingElseThere(output.Text(), 2 * kRounds * kTypes.size());
+    ExpectEverythingElseThere(output.Text(), 2 * kTurns * kTypes.size());
 }
 
 }  // namespace

@@ -184,10 +184,10 @@ TEST_F(GetLogger, DoesNotMakeALoggerThatIsThere) {
 }
 
 TEST_F(GetLogger, AgreesOnOneLoggerWhenManyThreadsAskForItFirst) {
-    constexpr size_t kThreads = 8;
+    constexpr size_t kCallers = 8;
     constexpr size_t kNames = 200;
-    std::array<std::vector<Logger*>, kThreads> found;
-    NS_TEST::OnThreads(kThreads, [&found](size_t number) {
+    std::array<std::vector<Logger*>, kCallers> found;
+    NS_TEST::OnThreads(kCallers, [&found](size_t number) {
         for (size_t name = 0; name < kNames; ++name) {
             found[number].push_back(
                 Manager().GetLogger("shared" + std::to_string(name), "", kLogCategories[name % 7]));
@@ -197,8 +197,8 @@ TEST_F(GetLogger, AgreesOnOneLoggerWhenManyThreadsAskForItFirst) {
         }
     });
     std::vector<Logger*> all = AllLoggers();
-    EXPECT_EQ(all.size(), kNames + kThreads * kNames);
-    for (size_t number = 0; number < kThreads; ++number) {
+    EXPECT_EQ(all.size(), kNames + kCallers * kNames);
+    for (size_t number = 0; number < kCallers; ++number) {
         for (size_t name = 0; name < kNames; ++name) {
             EXPECT_EQ(found[number][2 * name], found[0][2 * name]);
             EXPECT_EQ(found[number][2 * name + 1]->First(), "own" + std::to_string(number));

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <string>
 
+#include "channel/channel.h"
 #include "channel/channelfixture.h"
 #include "channel/logfile.h"
-#include "channel/tedebuginfobuf.h"
 
 using NS_TEST::WithDetail;
 using NS_TEST::WriteFile;

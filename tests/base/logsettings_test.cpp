@@ -37,18 +37,18 @@ TEST(LogSettings, HaveFourSwitchesAndNoneAboveThem) {
 }
 
 TEST(RelaxedField, ReadsAndWritesLikeAPlainField) {
-    Relaxed<uint32_t> field(7);
+    RelaxedAtomic<uint32_t> field(7);
     EXPECT_EQ(field, 7u);
     field = 8;
     EXPECT_EQ(field.Get(), 8u);
     field.Set(9);
     const uint32_t value = field;
     EXPECT_EQ(value, 9u);
-    EXPECT_EQ(Relaxed<int64_t>(), 0);
+    EXPECT_EQ(RelaxedAtomic<int64_t>(), 0);
 }
 
 TEST(RelaxedField, LosesNoUpdateOfSeveralThreads) {
-    Relaxed<uint32_t> field;
+    RelaxedAtomic<uint32_t> field;
     std::vector<std::thread> threads;
     for (int number = 0; number < 8; ++number) {
         threads.emplace_back([&field] {
@@ -64,7 +64,7 @@ TEST(RelaxedField, LosesNoUpdateOfSeveralThreads) {
 }
 
 TEST(RelaxedField, KeepsTheSwitchesThatOtherThreadsChange) {
-    Relaxed<LevelSwitches> field;
+    RelaxedAtomic<LevelSwitches> field;
     std::vector<std::thread> threads;
     for (size_t level = 0; level < 4; ++level) {
         threads.emplace_back([&field, level] {

@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 #include "bundlemgr/logsupport.h"
 
 namespace {

@@ -11,14 +11,14 @@ namespace NS_REFERENCE_HOST {
 //
 // Thread safety: that of T.
 template <typename T>
-class NeverDestroyed {
+class NoDestructor {
   public:
     template <typename... Arguments>
-    explicit NeverDestroyed(Arguments&&... arguments)
+    explicit NoDestructor(Arguments&&... arguments)
         : object_(new (storage_) T(std::forward<Arguments>(arguments)...)) {}
 
-    NeverDestroyed(const NeverDestroyed&) = delete;
-    NeverDestroyed& operator=(const NeverDestroyed&) = delete;
+    NoDestructor(const NoDestructor&) = delete;
+    NoDestructor& operator=(const NoDestructor&) = delete;
 
     T& operator*() const { return *object_; }
     T* operator->() const { return object_; }

@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "channel/channel.h"
 #include "channel/channelfixture.h"
 #include "channel/logfile.h"
-#include "channel/tedebuginfobuf.h"
 
 using NS_TEST::AppendTo;
 using NS_TEST::ListFiles;

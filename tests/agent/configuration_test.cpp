@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 
 namespace {
 

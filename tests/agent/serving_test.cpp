@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 #include "support/files.h"
 
 namespace {

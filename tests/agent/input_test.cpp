@@ -7,7 +7,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 
 namespace {
 

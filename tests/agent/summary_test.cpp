@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 #include "support/files.h"
 
 namespace {

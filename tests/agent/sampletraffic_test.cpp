@@ -5,7 +5,7 @@
 #include <map>
 #include <set>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 #include "support/files.h"
 
 namespace {

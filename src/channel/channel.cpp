@@ -1,4 +1,4 @@
-#include "channel/tedebuginfobuf.h"
+#include "channel/channel.h"
 
 #include <ace/OS_NS_sys_time.h>
 #include <pthread.h>

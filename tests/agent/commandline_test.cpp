@@ -1,7 +1,7 @@
 // The agent's options.
 #include <gmock/gmock.h>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // What the agent's tests have in common.
-#include "agenttest.h"
+#include "agentfixture.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -11,12 +11,12 @@ namespace NS_LOG_SERVICE1 {
 //
 // Thread safety: that of T.
 template <class T>
-class NeverDestroyed {
+class NoDestructor {
   public:
-    NeverDestroyed() : object_(new (storage_) T) {}
+    NoDestructor() : object_(new (storage_) T) {}
 
-    NeverDestroyed(const NeverDestroyed&) = delete;
-    NeverDestroyed& operator=(const NeverDestroyed&) = delete;
+    NoDestructor(const NoDestructor&) = delete;
+    NoDestructor& operator=(const NoDestructor&) = delete;
 
     T& operator*() const { return *object_; }
 

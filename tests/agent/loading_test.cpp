@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "agenttest.h"
+#include "agentfixture.h"
 
 namespace {
 

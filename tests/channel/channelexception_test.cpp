@@ -6,8 +6,8 @@
 #include <new>
 #include <string>
 
+#include "channel/channel.h"
 #include "channel/channelfixture.h"
-#include "channel/tedebuginfobuf.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "channel/channel.h"
 #include "channel/channelfixture.h"
-#include "channel/tedebuginfobuf.h"
 #include "support/onthreads.h"
 
 using NS_TEST::Frame;

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "channel/channel.h"
 #include "channel/channelfixture.h"
-#include "channel/tedebuginfobuf.h"
 #include "util/threadcontext.h"
 
 namespace fs = std::filesystem;

@@ -34,10 +34,10 @@ std::string Encode(uint32_t point) {
 
 // Knows all characters by having written each of them, and every beginning of a character by
 // having cut them off: no rule of the conversion is used again here.
-class Reference {
+class ReferenceConversion {
   public:
-    static const Reference& Instance() {
-        static const Reference reference;
+    static const ReferenceConversion& Instance() {
+        static const ReferenceConversion reference;
         return reference;
     }
 
@@ -56,7 +56,7 @@ class Reference {
     // By length, each sorted.
     using Table = std::array<std::vector<uint32_t>, 5>;
 
-    Reference() {
+    ReferenceConversion() {
         for (uint32_t point = 0; point <= 0x10FFFF; ++point) {
             if (point >= 0xD800 && point <= 0xDFFF) {
                 continue;
@@ -111,7 +111,7 @@ std::string Hex(const std::string& text) {
 
 // True when the conversion gives what the reference gives, and the text itself when it is valid.
 bool AgreesWithReference(const std::string& text) {
-    const std::string expected = Reference::Instance().Convert(text);
+    const std::string expected = ReferenceConversion::Instance().Convert(text);
     std::string converted = "old";
     const std::string& result = Convert2UTFforLog(text, converted);
     return result == expected && (&result == &text) == (expected == text) &&

@@ -8,19 +8,19 @@ namespace NS_LOG_SERVICE1 {
 // Reads and writes like a plain field but without a data race. A reader may see a new value a
 // little late, and sees no order between two such fields.
 template <class T>
-class Relaxed {
+class RelaxedAtomic {
   public:
-    constexpr Relaxed() noexcept : value_(T()) {}
-    constexpr Relaxed(T value) noexcept : value_(value) {}  // NOLINT: reads like a plain field
+    constexpr RelaxedAtomic() noexcept : value_(T()) {}
+    constexpr RelaxedAtomic(T value) noexcept : value_(value) {}  // NOLINT: like a plain field
 
-    Relaxed(const Relaxed&) = delete;
-    Relaxed& operator=(const Relaxed&) = delete;
+    RelaxedAtomic(const RelaxedAtomic&) = delete;
+    RelaxedAtomic& operator=(const RelaxedAtomic&) = delete;
 
     T Get() const noexcept { return value_.load(std::memory_order_relaxed); }
     void Set(T value) noexcept { value_.store(value, std::memory_order_relaxed); }
 
     operator T() const noexcept { return Get(); }  // NOLINT: reads like a plain field
-    Relaxed& operator=(T value) noexcept {
+    RelaxedAtomic& operator=(T value) noexcept {
         Set(value);
         return *this;
     }
