@@ -72,16 +72,7 @@ int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_
         return -1;
     }
     const size_t room = Room(size, limit);
-    va_list again;
-    va_copy(again, arguments);
-    int written = std::vsnprintf(buffer, room + 1, format, arguments);
-    if (written < 0) {
-        // The formatter leaves what it had written so far without a zero byte.
-        std::memset(buffer, 0, room + 1);
-        written = std::vsnprintf(buffer, room + 1, format, again);
-        buffer[room] = '\0';
-    }
-    va_end(again);
+    const int written = std::vsnprintf(buffer, room + 1, format, arguments);
     return written >= 0 && static_cast<size_t>(written) > room ? -1 : written;
 }
 

@@ -33,19 +33,26 @@ class Singleton {
     // The object, or null when there is none.
     T* InstanceIfAny() const { return instance_.load(std::memory_order_acquire); }
 
-    // Deletes the object if there is one. Does nothing when the lock cannot be taken.
-    void Destroy() {
+    // Deletes the object if there is one. When the lock cannot be taken, it stays.
+    void Destroy() { DestroyUnder(LockNeeded::kYes); }
+
+    // The same, but goes on without a lock that cannot be taken.
+    void DestroyInAnyCase() { DestroyUnder(LockNeeded::kNo); }
+
+  private:
+    enum class LockNeeded { kYes, kNo };
+
+    void DestroyUnder(LockNeeded needed) {
         if (InstanceIfAny() == nullptr) {
             return;
         }
         LockGuard<Lock> guard(*lock_());
-        if (guard.Held()) {
+        if (guard.Held() || needed == LockNeeded::kNo) {
             delete instance_.load(std::memory_order_acquire);
             instance_.store(nullptr, std::memory_order_release);
         }
     }
 
-  private:
     template <class... Arguments>
     T* Create(const Arguments&... arguments) {
         LockGuard<Lock> guard(*lock_());

@@ -157,9 +157,10 @@ void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
         WriteAll(queue_);
         outsized = queue_.Clear();
     }
-    dumped.Swap(filteredCache_);
-    logFile_->WriteRecordWithDump(trigger, dumped);
+    logFile_->WriteRecordWithDump(trigger, filteredCache_);
     fileGuard.Release();
+    // Not before: a dump for which there is no memory leaves the cache as it was.
+    dumped.Swap(filteredCache_);
     CountBuffered();
     bufferGuard.Release();
 }

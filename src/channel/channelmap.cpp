@@ -1,6 +1,7 @@
 #include "channel/channelmap.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace NS_LOG_SERVICE1 {
 
@@ -13,15 +14,17 @@ bool IsLogCategory(const std::string& name) {
     return std::find(kLogCategories.begin(), kLogCategories.end(), name) != kLogCategories.end();
 }
 
-// The map is not locked: no logger exists yet that could look for its channel.
+// A channel is made without the lock: making it asks the platform, which may ask back.
 void ChannelMap::Create(const LogSettings& settings) {
     for (const char* category : kLogCategories) {
-        std::unique_ptr<TEDebugInfoBuf>& channel = channels_[category];
-        if (channel == nullptr) {
-            channel = std::make_unique<TEDebugInfoBuf>(category, settings.queuebuflength,
-                                                       settings.filterbuflength,
-                                                       settings.logfilesize, settings.logfilecount);
+        if (Find(category) != nullptr) {
+            continue;
         }
+        auto channel = std::make_unique<TEDebugInfoBuf>(
+            category, settings.queuebuflength, settings.filterbuflength, settings.logfilesize,
+            settings.logfilecount);
+        const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+        channels_[category] = std::move(channel);
     }
 }
 

@@ -18,8 +18,8 @@ extern const std::array<const char*, 7> kLogCategories;
 
 bool IsLogCategory(const std::string& name);
 
-// Thread safety: any thread may call any operation but Create and Destroy, which the manager calls
-// before the first logger exists and after the last one has logged.
+// Thread safety: any thread may call any operation but Create, which one thread at a time calls,
+// and Destroy, which the manager calls after the last logger has logged.
 class ChannelMap {
   public:
     // Creates the channels that are not there yet, with the sizes of `settings` as they are now.

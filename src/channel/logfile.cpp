@@ -86,7 +86,7 @@ void LogFile::WriteRecord(const LogRecord& record) {
     }
     frames_.Clear();
     AppendNextRecord(record);
-    WriteFrames(1);
+    WriteFrame();
 }
 
 void LogFile::WriteRecords(const RecordQueue& records) {
@@ -151,12 +151,36 @@ RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_
 }
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached) {
-    const size_t records = 1 + cached.Count();
     ++recordNumber_;
     if (!EnsureOpen()) {
-        statistics_.recordsDropped.Add(records);
+        statistics_.recordsDropped.Add(1 + cached.Count());
         return;
     }
+    FrameDump(trigger, cached);
+    if (!WritePiece()) {
+        statistics_.recordsDropped.Add(cached.Count());
+        Open();
+        WriteTriggerAlone(trigger);
+        return;
+    }
+    statistics_.recordsWritten.Add(1);
+    statistics_.recordsDumped.Add(cached.Count());
+    RotateIfFull();
+}
+
+// The history has found no place, but the record that tells of the error may find one: it is much
+// smaller, and the file is a new one.
+void LogFile::WriteTriggerAlone(const LogRecord& trigger) {
+    if (!IsOpen()) {
+        statistics_.recordsDropped.Add(1);
+        return;
+    }
+    FrameDump(trigger, RecordCache(0));
+    WriteFrame();
+}
+
+// The opening and the closing carry the same number.
+void LogFile::FrameDump(const LogRecord& trigger, const RecordCache& cached) {
     const auto number = static_cast<uint32_t>(recordNumber_);
     frames_.Clear();
     AppendDumpOpening(frames_, number, Stamp(trigger.time), trigger);
@@ -164,9 +188,6 @@ void LogFile::WriteRecordWithDump(const LogRecord& trigger, const RecordCache& c
         AppendDumpedRecord(frames_, Stamp(record.time), record);
     });
     AppendDumpClosing(frames_, number);
-    if (WriteFrames(records)) {
-        statistics_.recordsDumped.Add(cached.Count());
-    }
 }
 
 int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {
@@ -202,16 +223,15 @@ void LogFile::AppendNextRecord(const LogRecord& record) {
     AppendRecord(frames_, static_cast<uint32_t>(recordNumber_), Stamp(record.time), record);
 }
 
-// Writes the frames of `records` records; a file that fails, or is full now, is left for a new one.
-bool LogFile::WriteFrames(uint64_t records) {
+// Writes the frame of one record; a file that fails, or is full now, is left for a new one.
+void LogFile::WriteFrame() {
     if (!WritePiece()) {
-        statistics_.recordsDropped.Add(records);
+        statistics_.recordsDropped.Add(1);
         Open();
-        return false;
+        return;
     }
     statistics_.recordsWritten.Add(1);
     RotateIfFull();
-    return true;
 }
 
 // Writes the frame buffer whole or not at all.

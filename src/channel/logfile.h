@@ -67,7 +67,8 @@ class LogFile {
     void WriteRecords(const RecordQueue& records);
 
     // Writes the trigger with the cached records inside one dump, which is never split over two
-    // files.
+    // files. When the dump cannot be written, the cached records are lost; the trigger goes into a
+    // new file as a dump without any.
     void WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached);
 
     // Counts records that were given up because EnsureOpen failed.
@@ -94,7 +95,9 @@ class LogFile {
     RecordQueue::Iterator WriteBatch(RecordQueue::Iterator first, RecordQueue::Iterator end);
     RecordQueue::Iterator SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
                                        size_t written);
-    bool WriteFrames(uint64_t records);
+    void FrameDump(const LogRecord& trigger, const RecordCache& cached);
+    void WriteTriggerAlone(const LogRecord& trigger);
+    void WriteFrame();
     bool WritePiece();
     void NoteFailure();
     void RotateIfFull();

@@ -37,8 +37,8 @@ class ModuleSwitchTable {
     std::map<int, bool> All();
 
   private:
-    ACE_RW_Mutex mutex_;
     std::map<int, bool> switches_;  // guarded by mutex_
+    ACE_RW_Mutex mutex_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -39,15 +39,23 @@ const NumberItem kFlagItems[] = {
      "\nGet Config Item(LogOutputPara) failed !!\n"},
 };
 
-// The number may be negative: the field then holds it modulo 2^32.
-void ReadNumber(CorbaConfigItems& items, const NumberItem& item, LogSettings& settings) {
-    int value = 0;
+// `value` is what the store is handed: what the field becomes when it answers without writing. The
+// number may be negative: the field then holds it modulo 2^32.
+void ReadNumber(CorbaConfigItems& items, const NumberItem& item, int value, LogSettings& settings) {
     if (items.GetIntItemInfo(item.name, value)) {
         settings.*item.field = static_cast<uint32_t>(value);
         return;
     }
     Diagnostic().Print(kDiagnosticFailure, item.report);
     settings.*item.field = item.fallback;
+}
+
+void ReadSize(CorbaConfigItems& items, const NumberItem& item, LogSettings& settings) {
+    ReadNumber(items, item, static_cast<int>((settings.*item.field).Get()), settings);
+}
+
+void ReadFlag(CorbaConfigItems& items, const NumberItem& item, LogSettings& settings) {
+    ReadNumber(items, item, 0, settings);
 }
 
 // The value is four switches with one character between each two, which is not looked at. A value
@@ -89,14 +97,14 @@ void ReadOutputMode(CorbaConfigItems& items, LogSettings& settings) {
 
 void LoadServiceConfiguration(CorbaConfigItems& items, LogMgr& manager) {
     for (const NumberItem& item : kChannelItems) {
-        ReadNumber(items, item, manager);
+        ReadSize(items, item, manager);
     }
     manager.CreateChannels();
-    ReadNumber(items, kIntervalItem, manager);
+    ReadSize(items, kIntervalItem, manager);
     ReadLevelSwitches(items, manager);
     ReadOutputMode(items, manager);
     for (const NumberItem& item : kFlagItems) {
-        ReadNumber(items, item, manager);
+        ReadFlag(items, item, manager);
     }
 }
 

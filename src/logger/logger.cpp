@@ -35,6 +35,7 @@ Logger::Logger(const std::string& first, const std::string& second, const std::s
       first_(first),
       second_(second),
       settings_(settings),
+      channels_(channels),
       channel_(channels.Find(category)),
       levels_(settings.levelSwitches.Get()) {}
 
@@ -83,17 +84,28 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
     const std::string context = BuildContextHeader();
     record.context = context;
 
-    if (channel_ == nullptr) {
+    TEDebugInfoBuf* channel = FindChannel();
+    if (channel == nullptr) {
         return;
     }
     const bool on = record.level < 0 || levels_.Get()[static_cast<size_t>(record.level)];
     if (!on) {
-        channel_->AppendFiltered(record);
+        channel->AppendFiltered(record);
     } else if (settings_.outputmode != 0) {
-        channel_->AppendOutputInfo(record);
+        channel->AppendOutputInfo(record);
     } else {
-        channel_->Output(record);
+        channel->Output(record);
     }
+}
+
+// The map is asked again only by a logger that was made before the channels.
+TEDebugInfoBuf* Logger::FindChannel() {
+    TEDebugInfoBuf* channel = channel_.load(std::memory_order_acquire);
+    if (channel == nullptr) {
+        channel = channels_.Find(category_);
+        channel_.store(channel, std::memory_order_release);
+    }
+    return channel;
 }
 
 void Logger::LogFormat(const std::string& file, const std::string& function, unsigned int line,

@@ -3,6 +3,7 @@
 
 #include <ace/Thread_Mutex.h>
 
+#include <atomic>
 #include <string>
 
 #include "base/logsettings.h"
@@ -19,8 +20,9 @@ namespace NS_LOG_SERVICE1 {
 // mutex and read without it.
 class Logger : public LoggerIF {
   public:
-    // Starts with a copy of the global level switches. `settings` and the channel live longer than
-    // the logger is used. Without a channel for the category every record is lost.
+    // Starts with a copy of the global level switches. `settings` and `channels` live longer than
+    // the logger is used. A logger made before its category has a channel looks again with each
+    // record, and loses the record while there is none.
     Logger(const std::string& first, const std::string& second, const std::string& category,
            LogSettings& settings, ChannelMap& channels);
     ~Logger() override;
@@ -50,16 +52,19 @@ class Logger : public LoggerIF {
     const std::string& Category() const { return category_; }
     // The logger's own switches, which decide what it writes.
     LevelSwitches Levels() const { return levels_; }
-    const TEDebugInfoBuf* Channel() const { return channel_; }
+    // Null until the category has a channel.
+    const TEDebugInfoBuf* Channel() const { return channel_.load(std::memory_order_acquire); }
 
   private:
     bool SetLevel(size_t position, bool on);
+    TEDebugInfoBuf* FindChannel();
 
     const std::string category_;
     const std::string first_;
     const std::string second_;
     LogSettings& settings_;
-    TEDebugInfoBuf* channel_;  // the channel map's
+    ChannelMap& channels_;
+    std::atomic<TEDebugInfoBuf*> channel_;  // the channel map's
     RelaxedAtomic<LevelSwitches> levels_;
     ACE_Thread_Mutex levelMutex_;  // held while levels_ is changed
 };

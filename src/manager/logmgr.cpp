@@ -21,7 +21,7 @@ LogMgr* LogMgr::InstanceIfAny() {
 }
 
 void LogMgr::DestroyInstance() {
-    logMgr.Destroy();
+    logMgr.DestroyInAnyCase();
 }
 
 LogMgr::~LogMgr() {

@@ -28,7 +28,7 @@ class LogMgr : public LogSettings {
     static LogMgr* InstanceIfAny();
 
     // Destroys the manager if there is one: writes out the queues, closes the files and deletes
-    // every logger. Whoever still logs has no logger any more.
+    // every logger, also when the lock cannot be taken. Whoever still logs has no logger any more.
     static void DestroyInstance();
 
     LogMgr(const LogMgr&) = delete;

@@ -71,6 +71,22 @@ TEST_F(ChannelException, LeavesNoLockBehind) {
     ExpectNoLockHeldAfter([](TEDebugInfoBuf& channel) { channel.OutputAll(); });
 }
 
+TEST_F(ChannelException, LeavesTheHistoryForTheNextError) {
+    for (const bool queued : {false, true}) {
+        TEDebugInfoBuf channel(queued ? "queued" : "direct", 10, 10, 1000000, 5);
+        const auto error = [&](const std::string& detail) {
+            const auto record = WithDetail(0, detail);
+            queued ? channel.AppendOutputInfo(record.Get()) : channel.Output(record.Get());
+        };
+        channel.AppendFiltered(WithDetail(3, "kept").Get());
+        Refuse("refused");
+        EXPECT_THROW(error("refused"), std::bad_alloc);
+        Calls().ScriptWrites(nullptr);
+        error("the next one");
+        EXPECT_NE(ReadFile(channel.CurrentPath()).find("kept"), std::string::npos);
+    }
+}
+
 TEST_F(ChannelException, LeavesTheCreationMaskAsItWas) {
     umask(0123);
     TEDebugInfoBuf channel("debug", 10, 10, 1000000, 5);

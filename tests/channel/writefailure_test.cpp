@@ -131,22 +131,36 @@ TEST_F(WriteFailure, TakesATornClosingLineBack) {
               Texts({CreatedAt("14:07:09") + Frame(1, 1, "one") + ClosedAt("14:07:10")}));
 }
 
-TEST_F(WriteFailure, LosesADumpAsAWhole) {
+// The history is lost as a whole; the error itself goes into the next file, under its number.
+TEST_F(WriteFailure, LeavesOfADumpItsTriggerInTheNextFile) {
     RecordCache cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     cached.Append(PackedRecord(WithDetail(3, "kept too").Get()));
     Write("one");
-    for (const size_t bytes : {10u, 150u, 250u, 480u}) {
+    for (const size_t bytes : {0u, 10u, 150u, 250u, 480u}) {
         Tear(1, bytes);
         file_.WriteRecordWithDump(WithDetail(0, "error").Get(), cached);
     }
-    Calls().ScriptWrites(nullptr);
-    file_.WriteRecordWithDump(WithDetail(0, "error").Get(), RecordCache(0));
-    const Texts written = Written();
-    ASSERT_EQ(written.size(), 5u);
-    EXPECT_EQ(written[0], CreatedAt("14:07:09") + Frame(1, 1, "one") + ClosedAt("14:07:10"));
-    EXPECT_EQ(written[3], CreatedAt("14:07:12") + ClosedAt("14:07:13"));
-    EXPECT_EQ(written[4], CreatedAt("14:07:13") + NS_TEST::DumpFrame(6, 0, "error", ""));
+    EXPECT_EQ(
+        Written(),
+        Texts({CreatedAt("14:07:09") + Frame(1, 1, "one") + ClosedAt("14:07:10"),
+               CreatedAt("14:07:10") + NS_TEST::DumpFrame(2, 0, "error", "") + ClosedAt("14:07:11"),
+               CreatedAt("14:07:11") + NS_TEST::DumpFrame(3, 0, "error", "") + ClosedAt("14:07:12"),
+               CreatedAt("14:07:12") + NS_TEST::DumpFrame(4, 0, "error", "") + ClosedAt("14:07:13"),
+               CreatedAt("14:07:13") + NS_TEST::DumpFrame(5, 0, "error", "") + ClosedAt("14:07:14"),
+               CreatedAt("14:07:14") + NS_TEST::DumpFrame(6, 0, "error", "")}));
+    EXPECT_EQ(file_.Statistics().recordsDropped.Get(), 10u);
+    EXPECT_EQ(file_.Statistics().recordsWritten.Get(), 6u);
+}
+
+TEST_F(WriteFailure, ThatLastsLosesTheTriggerOfADumpToo) {
+    RecordCache cached(10);
+    cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
+    Write("one");
+    Fail(1, UINT64_MAX, ENOSPC);
+    file_.WriteRecordWithDump(WithDetail(0, "error").Get(), cached);
+    EXPECT_EQ(file_.Statistics().recordsDropped.Get(), 2u);
+    EXPECT_EQ(file_.Statistics().recordsWritten.Get(), 1u);
 }
 
 TEST_F(WriteFailure, ThatLastsTriesOneNewFileForEachRecord) {
