@@ -9,13 +9,61 @@
 #include "control/maintenanceservice.h"
 #include "control/moduleswitchtable.h"
 #include "control/serviceconfiguration.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/logproxycache.h"
+#include "diagnostic/messages.h"
 #include "logswitchmonitormgr.h"
 #include "lookup/ownlogger.h"
 #include "manager/logmgr.h"
 #include "qv_base_log/resultcode.h"
 
 namespace NS_LOG_SERVICE1 {
+
+namespace {
+
+constexpr DiagnosticSource kSource = {"logimpl", &GetLogProxy};
+
+constexpr Diagnostic Failure(const char* text, int line = __builtin_LINE()) {
+    return Diagnostic(kSource, kDiagnosticFailure, text, line);
+}
+constexpr Diagnostic Refusal(const char* text, int line = __builtin_LINE()) {
+    return Diagnostic(kSource, kDiagnosticRefused, text, line);
+}
+
+}  // namespace
+
+constexpr Diagnostic kInitFailed = Failure("\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n");
+
+constexpr Diagnostic kNoLogFileSize = Failure("\nGet Config Item(logfilesize) failed !!\n");
+constexpr Diagnostic kNoLogFileCount = Failure("\nGet Config Item(logfilecount) failed !!\n");
+constexpr Diagnostic kNoQueueLength = Failure("\nGet Config Item(queuebuflength) failed !!\n");
+constexpr Diagnostic kNoFilterLength = Failure("\nGet Config Item(filterbuflength) failed !!\n");
+constexpr Diagnostic kNoLogTimeInterval = Failure("\nGet Config Item(logtimeinterval) failed !!\n");
+constexpr Diagnostic kNoOutputMode = Failure("\nGet Config Item(outputmode) failed !!\n");
+// These three name another item than the missing one. Operators' scripts look for them as they are.
+constexpr Diagnostic kNoEnableAsnLog = Failure("\nGet Config Item(outputmode) failed !!\n");
+constexpr Diagnostic kNoLogOutputPara = Failure("\nGet Config Item(LogOutputPara) failed !!\n");
+constexpr Diagnostic kNoEnableAsnTrace = Failure("\nGet Config Item(logfilesize) failed !!\n");
+constexpr Diagnostic kMeaninglessOutputMode =
+    Failure("\nlog output mode value : %d, it is meaningless !!\n");
+
+constexpr Diagnostic kTaskNotDeleted =
+    Refusal("[LogMgr::SetOutputMode]Delete local task failed, so SetOutputMode failed !!");
+// Neither has a value for its "%d". "Disable" in the first one is part of its text.
+constexpr Diagnostic kEnablingRefused =
+    Failure("[LogMgr::EnableAllLogLevel] Disable %s, %s, %s, Level %d error\n");
+constexpr Diagnostic kDisablingRefused =
+    Failure("[LogMgr::DisableAllLogLevel] Disable %s, %s, %s, Level %d error\n");
+
+// This one names its source with the ending.
+constexpr DiagnosticSource kSourceWithEnding = {"logimpl.cpp", &GetLogProxy};
+constexpr Diagnostic kFormatFailed = {kSourceWithEnding, kDiagnosticFailure,
+                                      "\nvsnprintf_s failed !!\n"};
+constexpr Diagnostic kDumpFormatFailed = Failure("\nvsnprintf_s failed !!\n");
+
+constexpr Diagnostic kRecordsNotWritten =
+    Failure("\n[qv_base_log::fini] %s: %llu records could not be written (last error: %s) !!\n");
+constexpr Diagnostic kRecordsKeptBack = Failure(
+    "\n[qv_base_log::fini] %s: %llu records of switched-off levels were never written !!\n");
 
 namespace {
 
@@ -121,7 +169,7 @@ int qv_base_log::init(int /*argc*/, ACE_TCHAR* /*argv*/[]) {
         MaintenanceService::Start();
         return 0;
     }
-    Diagnostic().Print(kDiagnosticFailure, "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n");
+    kInitFailed.Report();
     return -1;
 }
 

@@ -5,7 +5,8 @@
 
 #include "base/singleton.h"
 #include "control/switchfile.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/logproxycache.h"
+#include "diagnostic/messages.h"
 #include "util/selfutilcommon.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -15,7 +16,50 @@ Singleton<LogSwitchMonitorMgr> logSwitchMonitorMgr(&StaticObjectLock);
 
 constexpr int kExitSemaphoreMaximum = 0x7fffffff;
 
+// The monitor asks for the proxy itself and remembers it for itself.
+NS_BUNDLEMGR1::LogProxy* MonitorLogProxy() {
+    static LogProxyCache cache;
+    return cache.Get();
+}
+
+constexpr DiagnosticSource kSource = {"logswitchmonitormgr", &MonitorLogProxy};
+
+constexpr Diagnostic Failure(const char* text, int line = __builtin_LINE()) {
+    return Diagnostic(kSource, kDiagnosticFailure, text, line);
+}
+
 }  // namespace
+
+constexpr Diagnostic kMonitorWithoutFile =
+    Failure("[LogSwitchMonitorMgr::Init] CALL ACE_OS::stat failed!");
+constexpr Diagnostic kFileOutOfReach =
+    Failure("[LogSwitchMonitorMgr::svc] CALL ACE_OS::stat failed!");
+constexpr Diagnostic kPassFailed =
+    Failure("[LogSwitchMonitorMgr::svc] LogSwitchMonitorMgr svc error!");
+constexpr Diagnostic kMonitorGone =
+    Failure("[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!");
+constexpr Diagnostic kNoLogSwitchItem =
+    Failure("[LogSwitchMonitorMgr::Check] call GetValByKey, get logswitch Info error.\n");
+constexpr Diagnostic kNoAsnLogItem =
+    Failure("[LogSwitchMonitorMgr::Check] call GetValByKey, get bEnableAsnLog Info error.\n");
+// Names a variable, not the item: part of the text.
+constexpr Diagnostic kNoOutputParaItem =
+    Failure("[LogSwitchMonitorMgr::Check] call GetValByKey, get strEnableOutputPara Info error.\n");
+constexpr Diagnostic kLogSwitchNotSplit =
+    Failure("[LogSwitchMonitorMgr::Check] Call SplitStringByTag<%s> failed\n");
+constexpr Diagnostic kLogSwitchInvalid =
+    Failure("[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n");
+constexpr Diagnostic kNoLogManager =
+    Failure("[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n");
+constexpr Diagnostic kLevelsChanged = Failure("[LogSwitchMonitorMgr::Check] %s\n");
+constexpr Diagnostic kAsnLogInvalid =
+    Failure("[LogSwitchMonitorMgr::Check] bEnableAsnLog<%d> is invalid.\n");
+constexpr Diagnostic kAsnLogChanged =
+    Failure("[LogSwitchMonitorMgr::Check] end change bEnableAsnLog = %d \n");
+constexpr Diagnostic kOutputParaInvalid =
+    Failure("[LogSwitchMonitorMgr::Check] bEnableOutputPara<%d> is invalid.\n");
+constexpr Diagnostic kOutputParaChanged =
+    Failure("[LogSwitchMonitorMgr::Check] end change bEnableOutputPara = %d \n");
 
 LogSwitchMonitorMgr* LogSwitchMonitorMgr::Instance(PollInterval pollInterval) {
     return logSwitchMonitorMgr.Instance(pollInterval);
@@ -34,9 +78,7 @@ LogSwitchMonitorMgr::LogSwitchMonitorMgr(PollInterval pollInterval)
 
 LogSwitchMonitorMgr::~LogSwitchMonitorMgr() {
     try {
-        MonitorDiagnostic().Print(
-            kDiagnosticFailure,
-            "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!");
+        kMonitorGone.Report();
     } catch (...) {
         ACE_OS::printf("[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] catch unkn ex!\n");
     }
@@ -49,8 +91,7 @@ int LogSwitchMonitorMgr::Init() {
     NS_UTIL::PathFormat(path);
     configFilePath_ = path;
     if (ACE_OS::stat(configFilePath_.c_str(), &lastFileStatus_) != 0) {
-        MonitorDiagnostic().Print(kDiagnosticFailure,
-                                  "[LogSwitchMonitorMgr::Init] CALL ACE_OS::stat failed!");
+        kMonitorWithoutFile.Report();
         // Stop has nothing to wait for, unless the thread of an earlier Init still runs.
         started_ = threadToEnd_;
         return -1;
@@ -92,8 +133,7 @@ int LogSwitchMonitorMgr::svc() {
 // A log proxy that throws here as well must not end the process.
 void LogSwitchMonitorMgr::ReportFailedPass() {
     try {
-        MonitorDiagnostic().Print(kDiagnosticFailure,
-                                  "[LogSwitchMonitorMgr::svc] LogSwitchMonitorMgr svc error!");
+        kPassFailed.Report();
     } catch (...) {  // NOLINT: there is nobody left to tell
     }
 }
@@ -109,8 +149,7 @@ void LogSwitchMonitorMgr::Sleep() {
 void LogSwitchMonitorMgr::Examine() {
     struct stat status {};
     if (ACE_OS::stat(configFilePath_.c_str(), &status) != 0) {
-        MonitorDiagnostic().Print(kDiagnosticFailure,
-                                  "[LogSwitchMonitorMgr::svc] CALL ACE_OS::stat failed!");
+        kFileOutOfReach.Report();
         return;
     }
     if (status.st_mtime == lastFileStatus_.st_mtime) {

@@ -6,7 +6,7 @@
 #include "base/singleton.h"
 #include "bundlemgr/ifbuf.h"
 #include "control/logmaintenanceimpl.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/messages.h"
 #include "manager/logmgr.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -19,10 +19,7 @@ void ReportDropped(const std::string& category, const LogFileStatistics& file) {
     if (dropped != 0) {
         const std::string reason =
             std::generic_category().message(static_cast<int>(file.lastError.Get()));
-        Diagnostic().Print(kDiagnosticFailure,
-                           "\n[qv_base_log::fini] %s: %llu records could not be written "
-                           "(last error: %s) !!\n",
-                           category.c_str(), dropped, reason.c_str());
+        kRecordsNotWritten.Report(category.c_str(), dropped, reason.c_str());
     }
 }
 
@@ -30,10 +27,7 @@ void ReportDropped(const std::string& category, const LogFileStatistics& file) {
 void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
     const unsigned long long lost = waiting.evicted.Get() + waiting.cached.Get();
     if (lost != 0) {
-        Diagnostic().Print(kDiagnosticFailure,
-                           "\n[qv_base_log::fini] %s: %llu records of switched-off levels were "
-                           "never written !!\n",
-                           category.c_str(), lost);
+        kRecordsKeptBack.Report(category.c_str(), lost);
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/messages.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -14,29 +14,23 @@ struct NumberItem {
     const char* name;
     RelaxedAtomic<uint32_t> LogSettings::*field;
     uint32_t fallback;
-    const char* report;
+    const Diagnostic& missing;
 };
 
 // In the order of their reading. The channels are created behind these four, with these sizes.
 const NumberItem kChannelItems[] = {
-    {"logfilesize", &LogSettings::logfilesize, 4194304,
-     "\nGet Config Item(logfilesize) failed !!\n"},
-    {"logfilecount", &LogSettings::logfilecount, 100,
-     "\nGet Config Item(logfilecount) failed !!\n"},
-    {"queuebuflength", &LogSettings::queuebuflength, 16384,
-     "\nGet Config Item(queuebuflength) failed !!\n"},
-    {"filterbuflength", &LogSettings::filterbuflength, 128,
-     "\nGet Config Item(filterbuflength) failed !!\n"},
+    {"logfilesize", &LogSettings::logfilesize, 4194304, kNoLogFileSize},
+    {"logfilecount", &LogSettings::logfilecount, 100, kNoLogFileCount},
+    {"queuebuflength", &LogSettings::queuebuflength, 16384, kNoQueueLength},
+    {"filterbuflength", &LogSettings::filterbuflength, 128, kNoFilterLength},
 };
 
 const NumberItem kIntervalItem = {"logtimeinterval", &LogSettings::logtimeinterval, 1,
-                                  "\nGet Config Item(logtimeinterval) failed !!\n"};
+                                  kNoLogTimeInterval};
 
-// The report for the first one names another item; operators' scripts look for it as it is.
 const NumberItem kFlagItems[] = {
-    {"bEnableAsnLog", &LogSettings::bEnableAsnLog, 1, "\nGet Config Item(outputmode) failed !!\n"},
-    {"bLogOutputPara", &LogSettings::bLogOutputPara, 0,
-     "\nGet Config Item(LogOutputPara) failed !!\n"},
+    {"bEnableAsnLog", &LogSettings::bEnableAsnLog, 1, kNoEnableAsnLog},
+    {"bLogOutputPara", &LogSettings::bLogOutputPara, 0, kNoLogOutputPara},
 };
 
 // `value` is what the store is handed: what the field becomes when it answers without writing. The
@@ -46,7 +40,7 @@ void ReadNumber(CorbaConfigItems& items, const NumberItem& item, int value, LogS
         settings.*item.field = static_cast<uint32_t>(value);
         return;
     }
-    Diagnostic().Print(kDiagnosticFailure, item.report);
+    item.missing.Report();
     settings.*item.field = item.fallback;
 }
 
@@ -84,10 +78,9 @@ void ReadOutputMode(CorbaConfigItems& items, LogSettings& settings) {
         return;
     }
     if (!read) {
-        Diagnostic().Print(kDiagnosticFailure, "\nGet Config Item(outputmode) failed !!\n");
+        kNoOutputMode.Report();
     } else if (mode != 0) {
-        Diagnostic().Print(kDiagnosticFailure,
-                           "\nlog output mode value : %d, it is meaningless !!\n", mode);
+        kMeaninglessOutputMode.Report(mode);
     }
     settings.outputTask = -1;
     settings.outputmode = 0;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bundlemgr/corbaconfigitems.h"
+#include "diagnostic/messages.h"
 #include "manager/logmgr.h"
 #include "util/selfutilcommon.h"
 
@@ -18,34 +19,28 @@ namespace {
 
 struct SwitchItem {
     const char* key;
-    const char* missing;
+    const Diagnostic& missing;
 };
 
-// In the order in which they are looked for; the first one that is missing ends it. The last report
-// names the item as the code has always called it.
+// In the order in which they are looked for; the first one that is missing ends it.
 const SwitchItem kSwitchItems[] = {
-    {"logswitch", "[LogSwitchMonitorMgr::Check] call GetValByKey, get logswitch Info error.\n"},
-    {"bEnableAsnLog",
-     "[LogSwitchMonitorMgr::Check] call GetValByKey, get bEnableAsnLog Info error.\n"},
-    {"bLogOutputPara",
-     "[LogSwitchMonitorMgr::Check] call GetValByKey, get strEnableOutputPara Info error.\n"},
+    {"logswitch", kNoLogSwitchItem},
+    {"bEnableAsnLog", kNoAsnLogItem},
+    {"bLogOutputPara", kNoOutputParaItem},
 };
 
 struct FlagItem {
     uint32_t (LogMgr::*get)() const;
     void (LogMgr::*set)(const uint32_t&);
-    const char* invalid;
-    const char* changed;
+    const Diagnostic& invalid;
+    const Diagnostic& changed;
 };
 
-const FlagItem kAsnLogFlag = {&LogMgr::GetEnableAsnLog, &LogMgr::SetEnableAsnLog,
-                              "[LogSwitchMonitorMgr::Check] bEnableAsnLog<%d> is invalid.\n",
-                              "[LogSwitchMonitorMgr::Check] end change bEnableAsnLog = %d \n"};
+const FlagItem kAsnLogFlag = {&LogMgr::GetEnableAsnLog, &LogMgr::SetEnableAsnLog, kAsnLogInvalid,
+                              kAsnLogChanged};
 
-const FlagItem kOutputParaFlag = {
-    &LogMgr::GetEnableOutputPara, &LogMgr::SetEnableOutputPara,
-    "[LogSwitchMonitorMgr::Check] bEnableOutputPara<%d> is invalid.\n",
-    "[LogSwitchMonitorMgr::Check] end change bEnableOutputPara = %d \n"};
+const FlagItem kOutputParaFlag = {&LogMgr::GetEnableOutputPara, &LogMgr::SetEnableOutputPara,
+                                  kOutputParaInvalid, kOutputParaChanged};
 
 // The leading digits; what follows them is not looked at, and 32 bits are kept.
 int32_t ToNumber(const std::string& text) {
@@ -60,7 +55,7 @@ std::vector<std::string> ReadSwitchItems() {
     for (const SwitchItem& item : kSwitchItems) {
         std::string value;
         if (!NS_BUNDLEMGR1::GetValByKey(value, item.key, items)) {
-            MonitorDiagnostic().Print(kDiagnosticFailure, item.missing);
+            item.missing.Report();
             return {};
         }
         values.push_back(NS_UTIL::Trim(value));
@@ -72,14 +67,11 @@ std::vector<std::string> ReadSwitchItems() {
 std::vector<std::string> SplitLevels(const std::string& value) {
     std::vector<std::string> parts;
     if (!NS_UTIL::SplitStringByTag(value, parts, ',', std::bitset<16>())) {
-        MonitorDiagnostic().Print(kDiagnosticFailure,
-                                  "[LogSwitchMonitorMgr::Check] Call SplitStringByTag<%s> failed\n",
-                                  value.c_str());
+        kLogSwitchNotSplit.Report(value.c_str());
         return {};
     }
     if (parts.size() != LOG_LEVEL_COUNT) {
-        MonitorDiagnostic().Print(kDiagnosticFailure,
-                                  "[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n");
+        kLogSwitchInvalid.Report();
         return {};
     }
     return parts;
@@ -105,26 +97,20 @@ void ApplyLevels(LogMgr& manager, const std::vector<std::string>& parts) {
         report += ApplyLevel(manager, level, ToNumber(parts[level]));
     }
     if (!report.empty()) {
-        MonitorDiagnostic().Print(kDiagnosticFailure, "[LogSwitchMonitorMgr::Check] %s\n",
-                                  report.c_str());
+        kLevelsChanged.Report(report.c_str());
     }
 }
 
 void ApplyFlag(LogMgr& manager, const FlagItem& flag, int32_t value) {
     if (value != 0 && value != 1) {
-        MonitorDiagnostic().Print(kDiagnosticFailure, flag.invalid, value);
+        flag.invalid.Report(value);
         return;
     }
     const auto wanted = static_cast<uint32_t>(value);
     if (wanted != (manager.*flag.get)()) {
         (manager.*flag.set)(wanted);
-        MonitorDiagnostic().Print(kDiagnosticFailure, flag.changed, value);
+        flag.changed.Report(value);
     }
-}
-
-NS_BUNDLEMGR1::LogProxy* MonitorLogProxy() {
-    static LogProxyCache cache;
-    return cache.Get();
 }
 
 }  // namespace
@@ -140,17 +126,12 @@ void ApplySwitchFile() {
     }
     LogMgr* manager = LogMgr::Instance();
     if (manager == nullptr) {
-        MonitorDiagnostic().Print(kDiagnosticFailure,
-                                  "[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n");
+        kNoLogManager.Report();
         return;
     }
     ApplyLevels(*manager, levels);
     ApplyFlag(*manager, kAsnLogFlag, ToNumber(values[1]));
     ApplyFlag(*manager, kOutputParaFlag, ToNumber(values[2]));
-}
-
-Diagnostic MonitorDiagnostic(int line) {
-    return Diagnostic("logswitchmonitormgr", &MonitorLogProxy, line);
 }
 
 }  // namespace NS_LOG_SERVICE1

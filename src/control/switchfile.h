@@ -1,8 +1,6 @@
 // Bringing the running service into line with the switches in the configuration file.
 #pragma once
 
-#include "diagnostic/diagnostic.h"
-
 namespace NS_LOG_SERVICE1 {
 
 // Reads the items "logswitch", "bEnableAsnLog" and "bLogOutputPara", all from one reading of the
@@ -12,8 +10,5 @@ namespace NS_LOG_SERVICE1 {
 //
 // Called by one thread at a time.
 void ApplySwitchFile();
-
-// A diagnostic of the switch monitor, which reports under a name of its own.
-Diagnostic MonitorDiagnostic(int line = __builtin_LINE());
 
 }  // namespace NS_LOG_SERVICE1

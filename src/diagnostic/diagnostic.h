@@ -1,7 +1,7 @@
-// One diagnostic of the service about itself.
+// What the service says about itself through the platform's log proxy.
 #pragma once
 
-#include "diagnostic/logproxycache.h"
+#include "bundlemgr/logproxy.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -10,34 +10,50 @@ constexpr int kDiagnosticFailure = 1;
 // Level of an operation that was refused.
 constexpr int kDiagnosticRefused = 2;
 
-// Captures the source position where it is constructed:
-//     Diagnostic().Print(kDiagnosticFailure, "\nvsnprintf_s failed !!\n");
+// The name under which a diagnostic gives its source, and the way to the proxy.
+struct DiagnosticSource {
+    const char* name;
+    NS_BUNDLEMGR1::LogProxy* (*proxy)();
+};
+
+// One text of the service. Operators know two source files, "logimpl" and "logswitchmonitormgr":
+// every text is defined in the one that it names, and its position is the line where it stands
+// there.
 //
-// The source is named as operators know it from the messages, whatever file the code stands in.
+// Thread safety: constant.
 class Diagnostic {
   public:
-    using ProxyAccessor = NS_BUNDLEMGR1::LogProxy* (*)();
+    // `line`: where the text stands.
+    constexpr Diagnostic(const DiagnosticSource& source, int level, const char* text,
+                         int line = __builtin_LINE())
+        : source_(&source), level_(level), text_(text), line_(line) {}
 
-    explicit Diagnostic(const char* source = "logimpl", ProxyAccessor proxy = &GetLogProxy,
-                        int line = __builtin_LINE())
-        : source_(source), proxy_(proxy), line_(line) {}
-
-    // `format` is one of the service's own texts. Where no proxy is offered, it is printed with
-    // its placeholders as they are.
+    // Fills `values` into the text and reports it. Where no proxy is offered, the text is printed
+    // with its placeholders as they are.
     template <class... Values>
-    void Print(int level, const char* format, Values... values) const {
-        proxy_()->SetPosition(source_, line_);
+    void Report(Values... values) const;
+
+    const char* Source() const { return source_->name; }
+    const char* Text() const { return text_; }
+    int Line() const { return line_; }
+
+  private:
+    const DiagnosticSource* source_;
+    int level_;
+    const char* text_;
+    int line_;
+};
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
-        proxy_()->Print(level, format, values...);
-#pragma GCC diagnostic pop
-    }
 
-  private:
-    const char* source_;
-    ProxyAccessor proxy_;
-    int line_;
-};
+template <class... Values>
+void Diagnostic::Report(Values... values) const {
+    source_->proxy()->SetPosition(source_->name, line_);
+    source_->proxy()->Print(level_, text_, values...);
+}
+
+#pragma GCC diagnostic pop
 
 }  // namespace NS_LOG_SERVICE1

@@ -14,7 +14,7 @@
 #include "base/boundedstring.h"
 #include "base/nodestructor.h"
 #include "bundlemgr/corbaconfigitems.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/messages.h"
 #include "logger/asnmasking.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -54,10 +54,6 @@ void Rewind(DumpStream& dump) {
 
 size_t TextLength() {
     return strnlen(dumpText, kDumpSize);
-}
-
-void ReportFormatFailure() {
-    Diagnostic().Print(kDiagnosticFailure, "\nvsnprintf_s failed !!\n");
 }
 
 }  // namespace
@@ -102,7 +98,7 @@ void AsnDump::Echo(const std::string& text) {
     char header[128] = {};
     if (snprintf_s(header, sizeof header, sizeof header - 1, "Thread:%d, ASN Trace:\n",
                    static_cast<int>(pthread_self())) < 0) {
-        ReportFormatFailure();
+        kDumpFormatFailed.Report();
     }
     ACE_OS::printf("%s%s", header, text.c_str());
 }
@@ -126,7 +122,7 @@ void AsnDump::MarkCut() {
     }
     if (snprintf_s(dumpText + kDumpSize - kNoticeSize, kNoticeSize, kNoticeSize - 1,
                    "\n...More ASN not print.\n") < 0) {
-        ReportFormatFailure();
+        kDumpFormatFailed.Report();
     }
 }
 
@@ -137,8 +133,8 @@ bool ReadAsnTraceFlag(LogSettings& settings) {
     }
     int value = remembered;
     if (!NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetIntItemInfo("bEnableAsnTrace", value)) {
-        // Names the wrong item and resets its default: operators know the pair of effects.
-        Diagnostic().Print(kDiagnosticFailure, "\nGet Config Item(logfilesize) failed !!\n");
+        // The report and this default belong together: operators know the pair of effects.
+        kNoEnableAsnTrace.Report();
         settings.logfilesize = kDefaultLogFileSize;
     }
     remembered = value;

@@ -12,7 +12,7 @@
 #include "base/boundedstring.h"
 #include "base/lockguard.h"
 #include "bundlemgr/logsupport.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/messages.h"
 #include "logger/asndump.h"
 #include "qv_base_log/loglevel.h"
 #include "record/contextheader.h"
@@ -116,8 +116,7 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     const int length = vsnprintf_s(message, sizeof message, sizeof message - 1, format, arguments);
     va_end(arguments);
     if (length < 0) {
-        // With its ending, unlike everywhere else: that is how this report has always named it.
-        Diagnostic("logimpl.cpp").Print(kDiagnosticFailure, "\nvsnprintf_s failed !!\n");
+        kFormatFailed.Report();
     }
     Log(file, function, line, level, message);
 }

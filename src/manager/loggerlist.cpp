@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/messages.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -49,14 +49,11 @@ Logger* LoggerList::FindOrAdd(const LoggerName& name, const Maker& make) {
     return logger;
 }
 
-// Neither report has a value for its "%d": the texts are old and so are their readers.
 void LoggerList::EnableAll(uint32_t level) {
     ForEach([level](Logger& logger) {
         if (!logger.EnableLevel(level)) {
-            Diagnostic().Print(kDiagnosticFailure,
-                               "[LogMgr::EnableAllLogLevel] Disable %s, %s, %s, Level %d error\n",
-                               logger.First().c_str(), logger.Second().c_str(),
-                               logger.Category().c_str());
+            kEnablingRefused.Report(logger.First().c_str(), logger.Second().c_str(),
+                                    logger.Category().c_str());
         }
     });
 }
@@ -64,10 +61,8 @@ void LoggerList::EnableAll(uint32_t level) {
 void LoggerList::DisableAll(uint32_t level) {
     ForEach([level](Logger& logger) {
         if (!logger.DisableLevel(level)) {
-            Diagnostic().Print(kDiagnosticFailure,
-                               "[LogMgr::DisableAllLogLevel] Disable %s, %s, %s, Level %d error\n",
-                               logger.First().c_str(), logger.Second().c_str(),
-                               logger.Category().c_str());
+            kDisablingRefused.Report(logger.First().c_str(), logger.Second().c_str(),
+                                     logger.Category().c_str());
         }
     });
 }

@@ -1,7 +1,7 @@
 // Switching the output mode while the service runs.
 
 #include "bundlemgr/processexception.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/messages.h"
 #include "lookup/interfacelookup.h"
 #include "lookup/ownlogger.h"
 #include "manager/logmgr.h"
@@ -31,9 +31,7 @@ unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
     try {
         auto& schedule = LookUp<NS_SCHEDULE_SERVICE1::ScheduleSvcInterface>("ScheduleSvcInterface");
         if (schedule.DeleteTask(task) != 0) {
-            Diagnostic().Print(
-                kDiagnosticRefused,
-                "[LogMgr::SetOutputMode]Delete local task failed, so SetOutputMode failed !!");
+            kTaskNotDeleted.Report();
             return LOG_RESULT_DELETE_TASK_FAILED;
         }
     } catch (const NS_BUNDLEMGR1::InterfaceNotExistException& exception) {

@@ -5,9 +5,9 @@
 #include <thread>
 #include <type_traits>
 
-#include "control/switchfile.h"
 #include "diagnostic/defaultlogproxy.h"
-#include "diagnostic/diagnostic.h"
+#include "diagnostic/logproxycache.h"
+#include "diagnostic/messages.h"
 #include "lookup/nullserviceinterface.h"
 #include "platform/hostcontrol.h"
 #include "support/capturedoutput.h"
@@ -16,8 +16,12 @@
 using NS_BUNDLEMGR1::DefaultLogProxy;
 using NS_BUNDLEMGR1::NULLServiceInterface;
 using NS_LOG_SERVICE1::Diagnostic;
+using NS_LOG_SERVICE1::DiagnosticSource;
 using NS_LOG_SERVICE1::GetLogProxy;
-using NS_LOG_SERVICE1::MonitorDiagnostic;
+using NS_LOG_SERVICE1::kDumpFormatFailed;
+using NS_LOG_SERVICE1::kFormatFailed;
+using NS_LOG_SERVICE1::kMonitorGone;
+using NS_LOG_SERVICE1::kPassFailed;
 using NS_REFERENCE_HOST::SetLogProxyProvider;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -47,7 +51,7 @@ TEST_F(LogProxy, IsAskedForAndToldOnlyOnce) {
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(GetLogProxy(), &proxy_);
     }
-    Diagnostic().Print(1, "text");
+    kFormatFailed.Report();
     EXPECT_THAT(provider_.Asked(), testing::SizeIs(1));
     EXPECT_THAT(proxy_.Names(), testing::SizeIs(2));
 }
@@ -59,9 +63,10 @@ TEST_F(LogProxy, IsKeptWhenTheProviderGoesAway) {
 }
 
 TEST_F(LogProxy, GetsThePositionWithEachDiagnostic) {
-    Diagnostic().Print(2, "value %d", 5);
+    const DiagnosticSource source = {"logimpl", &GetLogProxy};
+    Diagnostic(source, 2, "value %d").Report(5);
     const int line = __LINE__ - 1;
-    Diagnostic().Print(1, "no value");
+    Diagnostic(source, 1, "no value").Report();
     EXPECT_THAT(proxy_.Printed(),
                 ElementsAre(NS_TEST::IsDiagnostic(2, "logimpl", "value 5"), testing::_));
     EXPECT_EQ(proxy_.Printed().at(0).line, line);
@@ -74,17 +79,17 @@ TEST_F(LogProxy, IsAskedForByTheMonitorOnItsOwn) {
     NS_TEST::RecordingLogProxyProvider secondProvider(&second);
     SetLogProxyProvider(&secondProvider);
 
-    MonitorDiagnostic().Print(1, "from the monitor");
-    MonitorDiagnostic().Print(1, "again");
-    Diagnostic().Print(1, "from the rest");
+    kPassFailed.Report();
+    kMonitorGone.Report();
+    kDumpFormatFailed.Report();
 
     EXPECT_THAT(secondProvider.Asked(), ElementsAre("qv_base_bundleqv_base_log"));
     EXPECT_THAT(second.Names(), ElementsAre("bundle qv_base_bundle", "service qv_base_log"));
     EXPECT_THAT(second.Printed(),
-                ElementsAre(NS_TEST::IsDiagnostic(1, "logswitchmonitormgr", "from the monitor"),
-                            NS_TEST::IsDiagnostic(1, "logswitchmonitormgr", "again")));
+                ElementsAre(NS_TEST::IsDiagnostic(1, "logswitchmonitormgr", kPassFailed.Text()),
+                            NS_TEST::IsDiagnostic(1, "logswitchmonitormgr", kMonitorGone.Text())));
     EXPECT_THAT(proxy_.Printed(),
-                ElementsAre(NS_TEST::IsDiagnostic(1, "logimpl", "from the rest")));
+                ElementsAre(NS_TEST::IsDiagnostic(1, "logimpl", kDumpFormatFailed.Text())));
 }
 
 TEST_F(LogProxy, IsTheSameForAllThreadsThatAskFirst) {

@@ -144,7 +144,8 @@ TEST(ServiceLogProxy, IsOneForTheProcess) {
     EXPECT_EQ(proxy, &offered);
     EXPECT_EQ(NS_LOG_SERVICE1::GetLogProxy(), proxy);
 
-    NS_LOG_SERVICE1::Diagnostic().Print(2, "text %d %s", 5, "value");
+    const NS_LOG_SERVICE1::DiagnosticSource source = {"logimpl", &NS_LOG_SERVICE1::GetLogProxy};
+    NS_LOG_SERVICE1::Diagnostic(source, 2, "text %d %s").Report(5, "value");
     const auto reports = offered.Printed();
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_EQ(reports[0].level, 2);
