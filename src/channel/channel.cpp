@@ -67,9 +67,15 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         WriteDump(record, true);
         return;
     }
+    const size_t packedSize = PackedSize(record);
     RecordQueue::Chunks outsized;
     Guard bufferGuard(bufferMutex_);
-    MakeRoom(bufferGuard, record);
+    while (!queue_.HasRoomFor(packedSize)) {
+        bufferGuard.Release();
+        RecordQueue::Chunks chunk = RecordQueue::MakeChunk(packedSize);
+        bufferGuard.Acquire();
+        queue_.AddChunk(chunk);
+    }
     queue_.Append(record);
     CountBuffered();
     if (queue_.Count() >= queueCapacity_) {
@@ -174,16 +180,6 @@ RecordQueue::Chunks TEDebugInfoBuf::WriteFullQueue() {
     RecordQueue::Chunks outsized = queue_.Clear();
     logFile_->WriteRecord(notice);
     return outsized;
-}
-
-void TEDebugInfoBuf::MakeRoom(Guard& bufferGuard, const LogRecord& record) {
-    const size_t packedSize = PackedSize(record);
-    while (!queue_.HasRoomFor(packedSize)) {
-        bufferGuard.Release();
-        RecordQueue::Chunks chunk = RecordQueue::MakeChunk(packedSize);
-        bufferGuard.Acquire();
-        queue_.AddChunk(chunk);
-    }
 }
 
 void TEDebugInfoBuf::GiveBack(RecordQueue& written) {

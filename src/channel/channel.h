@@ -1,13 +1,12 @@
 // The channel of one log category.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "base/lockguard.h"
+#include "base/mutex.h"
 #include "channel/counter.h"
 #include "channel/logfile.h"
 #include "record/logrecord.h"
@@ -26,8 +25,8 @@ struct ChannelStatistics {
 
 // Holds the category's record queue and its filtered cache, and owns its log file.
 //
-// Thread safety: any thread may call any operation. Lock order: buffer mutex, then file mutex.
-// What a record needs is allocated and freed outside both.
+// Thread safety: any thread may call any operation. What a record needs is allocated and freed
+// outside both mutexes.
 class TEDebugInfoBuf {
   public:
     // The four lengths and sizes are copied; later changes do not reach the channel. Touches no
@@ -45,67 +44,65 @@ class TEDebugInfoBuf {
 
     // Writes the record at once. A record of level 0 is written as a dump, together with the
     // filtered cache, which is empty afterwards. Never looks at the queue.
-    void Output(const LogRecord& record);
+    void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
 
     // Appends the record to the queue; the record that fills the queue has the queue written out,
     // followed by a notice. A record of level 0 is not queued: the queue is written out, and the
     // record behind it as Output writes it.
-    void AppendOutputInfo(const LogRecord& record);
+    void AppendOutputInfo(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
 
     // Keeps a record whose level is switched off; the oldest one goes when there are too many.
-    void AppendFiltered(const LogRecord& record);
+    void AppendFiltered(const LogRecord& record) EXCLUDES(bufferMutex_);
 
     // Writes out the queue. Opens the file if none is open, even when nothing is queued.
-    void Flush();
+    void Flush() EXCLUDES(bufferMutex_, fileMutex_);
 
     // Writes out the queue, and then the filtered cache as a dump that a maintenance command
     // triggered.
-    void OutputAll();
+    void OutputAll() EXCLUDES(bufferMutex_, fileMutex_);
 
     // Goes on in another directory or under another file name prefix; see LogFile::ChangePath.
-    int ChangePath(const std::string& directory, const std::string& prefix);
+    int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t CacheCapacity() const { return cacheCapacity_; }
 
     const ChannelStatistics& Statistics() const { return statistics_; }
-    const LogFileStatistics& FileStatistics() const { return logFile_->Statistics(); }
+    // Unlocked: the file's counters are made to be read while they change.
+    const LogFileStatistics& FileStatistics() const NO_THREAD_SAFETY_ANALYSIS {
+        return logFile_->Statistics();
+    }
     // The open file, empty while none is open.
-    std::string CurrentPath();
+    std::string CurrentPath() EXCLUDES(fileMutex_);
 
   private:
-    using Guard = LockGuard<ACE_Thread_Mutex>;
+    using Guard = LockGuard<Mutex>;
 
-    // Writes the records in order; the file mutex is held. Opens the file first, and loses the
-    // records when that fails.
-    void WriteAll(const RecordQueue& records);
+    // Writes the records in order. Opens the file first, and loses the records when that fails.
+    void WriteAll(const RecordQueue& records) REQUIRES(fileMutex_);
 
     // Writes the queue if `withQueue`, then the trigger and the filtered cache as one dump, and
     // empties both.
-    void WriteDump(const LogRecord& trigger, bool withQueue);
+    void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Writes the full queue and the notice behind it; the buffer mutex is held. Hands back memory
-    // to be freed outside the lock.
-    RecordQueue::Chunks WriteFullQueue();
-
-    // Makes sure that the record can be appended; lets go of the buffer mutex where memory is
-    // needed.
-    void MakeRoom(Guard& bufferGuard, const LogRecord& record);
+    // Writes the full queue and the notice behind it. Hands back memory to be freed outside the
+    // lock.
+    RecordQueue::Chunks WriteFullQueue() REQUIRES(bufferMutex_) EXCLUDES(fileMutex_);
 
     // Gives the memory of a queue that was written out back to this channel's queue.
-    void GiveBack(RecordQueue& written);
+    void GiveBack(RecordQueue& written) EXCLUDES(bufferMutex_);
 
-    void CountBuffered();
+    void CountBuffered() REQUIRES(bufferMutex_);
 
-    ACE_Thread_Mutex bufferMutex_;
-    RecordQueue queue_;          // guarded by bufferMutex_
-    RecordCache filteredCache_;  // guarded by bufferMutex_
+    Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
+    RecordQueue queue_ GUARDED_BY(bufferMutex_);
+    RecordCache filteredCache_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t cacheCapacity_;
-    ChannelStatistics statistics_;  // changed under bufferMutex_
+    ChannelStatistics statistics_;  // changed under bufferMutex_, read without it
 
-    ACE_Thread_Mutex fileMutex_;
-    std::unique_ptr<LogFile> logFile_;  // guarded by fileMutex_, but for its statistics
+    Mutex fileMutex_;
+    std::unique_ptr<LogFile> logFile_ PT_GUARDED_BY(fileMutex_);
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -13,7 +13,6 @@ bool IsLogCategory(const std::string& name) {
     return std::find(kLogCategories.begin(), kLogCategories.end(), name) != kLogCategories.end();
 }
 
-// The map is not locked: no logger exists yet that could look for its channel.
 void ChannelMap::Create(const LogSettings& settings) {
     for (const char* category : kLogCategories) {
         std::unique_ptr<TEDebugInfoBuf>& channel = channels_[category];
@@ -26,7 +25,7 @@ void ChannelMap::Create(const LogSettings& settings) {
 }
 
 TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const LockGuard<Mutex> guard(mutex_);
     return channels_[category].get();
 }
 

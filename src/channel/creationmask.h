@@ -1,10 +1,10 @@
 // The process's file creation mask, changed for the length of a block.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
 #include <sys/types.h>
 
 #include "base/lockguard.h"
+#include "base/mutex.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -25,7 +25,7 @@ class ScopedCreationMask {
     void Change(mode_t mask);
 
   private:
-    LockGuard<ACE_Thread_Mutex> guard_;
+    LockGuard<Mutex> guard_;
     mode_t previous_;
 };
 

@@ -49,7 +49,7 @@ ScheduleSvcInterface* FindScheduleService() {
 }  // namespace
 
 unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const LockGuard<Mutex> guard(mutex_);
     // Output may be queued and the task gone: LogMgr::SetOutputMode takes nothing but the task
     // away.
     if (!HasPeriodicOutput(manager)) {
@@ -60,7 +60,7 @@ unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
 }
 
 unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const LockGuard<Mutex> guard(mutex_);
     if (manager.outputmode == kDirectMode) {
         return LOG_RESULT_OK;
     }

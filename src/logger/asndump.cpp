@@ -25,12 +25,13 @@ constexpr size_t kDumpSize = 4096000;
 constexpr size_t kNoticeSize = 50;
 constexpr uint32_t kDefaultLogFileSize = 4194304;
 
-// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded.
+// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded. Guarded
+// by the dump's mutex, which an AsnDump holds as long as it lives: its operations need not ask.
 char dumpText[kDumpSize];
 
 // The stream over the buffer, and the lock that gives out turns at both.
 struct DumpStream {
-    ACE_Thread_Mutex mutex;
+    Mutex mutex;
     std::strstream stream{dumpText, kDumpSize, std::ios::out};
     std::ios pristine{nullptr};
 };

@@ -60,7 +60,7 @@ bool Logger::DisableAllLevels() {
 
 // A level without a switch is reported by std::out_of_range, never by a false result.
 bool Logger::SetLevel(size_t position, bool on) {
-    const LockGuard<ACE_Thread_Mutex> guard(levelMutex_);
+    const LockGuard<Mutex> guard(levelMutex_);
     LevelSwitches levels = levels_;
     levels.set(position, on);
     levels_ = levels;

@@ -1,11 +1,10 @@
 // The logger that clients hold as a LoggerIF.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <string>
 
 #include "base/logsettings.h"
+#include "base/mutex.h"
 #include "base/relaxedatomic.h"
 #include "channel/channelmap.h"
 #include "qv_base_log/loggerif.h"
@@ -15,8 +14,7 @@ namespace NS_LOG_SERVICE1 {
 // Builds a record of each call and hands it to the channel of its category: to be written or
 // queued when its level is on, else to be kept in the filtered cache.
 //
-// Thread safety: any thread may call any operation. The level switches are changed under the level
-// mutex and read without it.
+// Thread safety: any thread may call any operation.
 class Logger : public LoggerIF {
   public:
     // Starts with a copy of the global level switches. `settings` and the channel live longer than
@@ -53,15 +51,15 @@ class Logger : public LoggerIF {
     const TEDebugInfoBuf* Channel() const { return channel_; }
 
   private:
-    bool SetLevel(size_t position, bool on);
+    bool SetLevel(size_t position, bool on) EXCLUDES(levelMutex_);
 
     const std::string category_;
     const std::string first_;
     const std::string second_;
     LogSettings& settings_;
-    TEDebugInfoBuf* channel_;  // the channel map's
-    RelaxedAtomic<LevelSwitches> levels_;
-    ACE_Thread_Mutex levelMutex_;  // held while levels_ is changed
+    TEDebugInfoBuf* channel_;              // the channel map's
+    RelaxedAtomic<LevelSwitches> levels_;  // changed under levelMutex_, read without it
+    Mutex levelMutex_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -58,7 +58,7 @@ int LogMgr::DisableAllLogLevel(const uint32_t& level) {
 }
 
 void LogMgr::SwitchLevel(uint32_t level, bool on) {
-    const LockGuard<ACE_Thread_Mutex> guard(switchingMutex_);
+    const LockGuard<Mutex> guard(switchingMutex_);
     levelSwitches.Update([level, on](LevelSwitches switches) { return switches.set(level, on); });
     if (on) {
         EnableAllLogLevel(level);
