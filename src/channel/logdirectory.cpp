@@ -34,7 +34,8 @@ std::string CanonicalPath(const std::string& path) {
     return error ? path : canonical.string();
 }
 
-bool CreateInDirectory(FileStream& stream, const std::string& directory, const std::string& name) {
+std::error_code CreateInDirectory(FileStream& stream, const std::string& directory,
+                                  const std::string& name) {
     ScopedCreationMask mask(kDirectoryMask);
     MakeDirectories(CanonicalPath(directory));
     mask.Change(kFileMask);

@@ -2,7 +2,6 @@
 
 #include <ace/OS_NS_sys_time.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -47,8 +46,8 @@ void LogFile::Open() {
         statistics_.rotations.Add(1);
     }
     const std::string name = NewLogFileName(prefix_);
-    if (!CreateInDirectory(stream_, directory_, name)) {
-        NoteFailure();
+    if (const std::error_code error = CreateInDirectory(stream_, directory_, name)) {
+        NoteFailure(error);
         return;
     }
     currentPath_ = directory_ + "/" + name;
@@ -113,8 +112,9 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
     } while (next != end && frames_.Size() < kBatchSize &&
              bytesWritten_ + frames_.Size() < sizeLimit_);
 
-    const size_t written = stream_.Write(frames_.Bytes());
-    if (written < frames_.Size()) {
+    const auto [written, error] = stream_.Write(frames_.Bytes());
+    if (error) {
+        NoteFailure(error);
         return SalvageBatch(first, numberBefore, written);
     }
     bytesWritten_ += written;
@@ -129,7 +129,6 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
 // rest, as writing one by one would have done. Returns the first record of the rest.
 RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
                                             size_t written) {
-    NoteFailure();
     RecordQueue::Iterator lost = first;
     size_t whole = 0;
     recordNumber_ = numberBefore;
@@ -216,9 +215,9 @@ bool LogFile::WriteFrames(uint64_t records) {
 
 // Writes the frame buffer whole or not at all.
 bool LogFile::WritePiece() {
-    const size_t written = stream_.Write(frames_.Bytes());
-    if (written < frames_.Size()) {
-        NoteFailure();
+    const auto [written, error] = stream_.Write(frames_.Bytes());
+    if (error) {
+        NoteFailure(error);
         stream_.CutBack(written);
         return false;
     }
@@ -227,8 +226,8 @@ bool LogFile::WritePiece() {
     return true;
 }
 
-void LogFile::NoteFailure() {
-    statistics_.lastError.Set(static_cast<uint64_t>(errno));
+void LogFile::NoteFailure(const std::error_code& error) {
+    statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
     statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
 }
 

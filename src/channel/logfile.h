@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <system_error>
 
 #include "channel/counter.h"
 #include "channel/filestream.h"
@@ -96,7 +97,7 @@ class LogFile {
                                        size_t written);
     bool WriteFrames(uint64_t records);
     bool WritePiece();
-    void NoteFailure();
+    void NoteFailure(const std::error_code& error);
     void RotateIfFull();
     bool TakeContentsOf(const std::string& path);
 
