@@ -17,6 +17,15 @@ inline bool IsLevelOn(LevelSwitches switches, uint32_t level) {
     return level < switches.size() && switches[level];
 }
 
+// What `outputmode` may be: records are written at once, or queued.
+enum OutputMode : uint32_t { kDirectOutput = 0, kQueuedOutput = 1 };
+
+// The value of `outputTask` when there is none.
+constexpr int64_t kNoOutputTask = -1;
+
+// The size of a log file where the configuration gives none.
+constexpr uint32_t kDefaultLogFileSize = 4194304;
+
 // The fields carry the names of the configuration items that fill them. The values here are what
 // they start with, before the configuration is read.
 //
@@ -32,10 +41,11 @@ struct LogSettings {
     RelaxedAtomic<uint32_t> logfilesize{20971520};
     // Kept for whoever asks; no file is removed because of it.
     RelaxedAtomic<uint32_t> logfilecount{10000};
-    // The periodic output task at the schedule service; -1: none.
+    // The periodic output task at the schedule service, or kNoOutputTask. No task has the 0 that
+    // stands here at first.
     RelaxedAtomic<int64_t> outputTask{0};
-    // 0: records are written at once; otherwise they are queued.
-    RelaxedAtomic<uint32_t> outputmode{0};
+    // An OutputMode.
+    RelaxedAtomic<uint32_t> outputmode{kDirectOutput};
     // Whether ASN messages and alarms are logged.
     RelaxedAtomic<uint32_t> bEnableAsnLog{0};
     // Handed to whoever asks the service for it.

@@ -19,7 +19,7 @@ struct NumberItem {
 
 // In the order of their reading. The channels are created behind these four, with these sizes.
 const NumberItem kChannelItems[] = {
-    {"logfilesize", &LogSettings::logfilesize, 4194304,
+    {"logfilesize", &LogSettings::logfilesize, kDefaultLogFileSize,
      "\nGet Config Item(logfilesize) failed !!\n"},
     {"logfilecount", &LogSettings::logfilecount, 100,
      "\nGet Config Item(logfilecount) failed !!\n"},
@@ -72,17 +72,17 @@ void ReadLevelSwitches(CorbaConfigItems& items, LogSettings& settings) {
 void ReadOutputMode(CorbaConfigItems& items, LogSettings& settings) {
     int mode = 0;
     const bool read = items.GetIntItemInfo("outputmode", mode);
-    if (read && mode == 1) {
+    if (read && static_cast<uint32_t>(mode) == kQueuedOutput) {
         return;
     }
     if (!read) {
         Diagnostic().Print(kDiagnosticFailure, "\nGet Config Item(outputmode) failed !!\n");
-    } else if (mode != 0) {
+    } else if (static_cast<uint32_t>(mode) != kDirectOutput) {
         Diagnostic().Print(kDiagnosticFailure,
                            "\nlog output mode value : %d, it is meaningless !!\n", mode);
     }
-    settings.outputTask = -1;
-    settings.outputmode = 0;
+    settings.outputTask = kNoOutputTask;
+    settings.outputmode = kDirectOutput;
 }
 
 }  // namespace

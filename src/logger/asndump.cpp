@@ -23,7 +23,6 @@ namespace {
 constexpr size_t kDumpSize = 4096000;
 // Where the notice of a cut stands: the last bytes of the buffer.
 constexpr size_t kNoticeSize = 50;
-constexpr uint32_t kDefaultLogFileSize = 4194304;
 
 // Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded. Guarded
 // by the dump's mutex, which an AsnDump holds as long as it lives: its operations need not ask.

@@ -89,7 +89,7 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
     const bool on = record.level < 0 || levels_.Get()[static_cast<size_t>(record.level)];
     if (!on) {
         channel_->AppendFiltered(record);
-    } else if (settings_.outputmode != 0) {
+    } else if (settings_.outputmode != kDirectOutput) {
         channel_->AppendOutputInfo(record);
     } else {
         channel_->Output(record);
@@ -120,6 +120,41 @@ void Logger::LogAlarm(const std::string& file, const std::string& function, unsi
     for (Json::ArrayIndex i = 0; i < alarms.size(); ++i) {
         Json::FastWriter writer;
         Log(file, function, line, LOG_LEVEL_3, "\n RestAlarm:" + writer.write(alarms[i]));
+    }
+}
+
+void Logger::PrintAsn(const std::string& file, const std::string& function, unsigned int line,
+                      NS_ASN1::AsnObject& message) {
+    if (settings_.bEnableAsnLog == 0) {
+        return;
+    }
+    static const bool echo = ReadAsnTraceFlag(settings_);
+    AsnDump dump;
+    dump.Print(message);
+    const std::string text = dump.Text();
+    Log(file, function, line, LOG_LEVEL_ASN_DUMP, text);
+    if (echo) {
+        AsnDump::Echo(text);
+    }
+}
+
+// With level 3 off the message is not even printed, and the record that goes into the filtered
+// cache repeats the previous dump: the shared buffer's text is what there is to log. So a later
+// dump of the cache may show what PrintAsn wrote, unmasked.
+void Logger::LogAsnTrace(const std::string& file, const std::string& function, unsigned int line,
+                         NS_ASN1::AsnObject& message) {
+    if (settings_.bEnableAsnLog == 0) {
+        return;
+    }
+    static const bool echo = ReadAsnTraceFlag(settings_);
+    AsnDump dump;
+    if (levels_.Get()[LOG_LEVEL_3]) {
+        dump.PrintMasked(message);
+    }
+    const std::string text = dump.Text();
+    Log(file, function, line, LOG_LEVEL_3, text);
+    if (echo) {
+        AsnDump::Echo(text);
     }
 }
 
