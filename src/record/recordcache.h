@@ -20,7 +20,6 @@ class RecordCache {
     PackedRecord Append(PackedRecord record);
 
     size_t Count() const { return records_.size(); }
-    size_t Capacity() const { return capacity_; }
 
     // Exchanges all records, and the capacity, with those of `other`.
     void Swap(RecordCache& other) noexcept;

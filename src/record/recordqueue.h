@@ -66,7 +66,6 @@ class RecordQueue {
     void TakeChunks(RecordQueue& cleared);
 
     size_t Count() const { return count_; }
-    bool Empty() const { return count_ == 0; }
 
     Iterator begin() const { return Iterator(used_.begin()); }
     Iterator end() const { return Iterator(used_.end()); }
