@@ -149,8 +149,8 @@ RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_
     return ++lost;
 }
 
-void LogFile::WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached) {
-    const size_t records = 1 + cached.Count();
+void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
+    const size_t records = 1 + keptBack.Count();
     ++recordNumber_;
     if (!EnsureOpen()) {
         statistics_.recordsDropped.Add(records);
@@ -159,12 +159,12 @@ void LogFile::WriteRecordWithDump(const LogRecord& trigger, const RecordCache& c
     const auto number = static_cast<uint32_t>(recordNumber_);
     frames_.Clear();
     AppendDumpOpening(frames_, number, Stamp(trigger.time), trigger);
-    cached.ForEach([this](const LogRecord& record) {
+    keptBack.ForEach([this](const LogRecord& record) {
         AppendDumpedRecord(frames_, Stamp(record.time), record);
     });
     AppendDumpClosing(frames_, number);
     if (WriteFrames(records)) {
-        statistics_.recordsDumped.Add(cached.Count());
+        statistics_.recordsDumped.Add(keptBack.Count());
     }
 }
 

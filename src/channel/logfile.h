@@ -8,8 +8,8 @@
 #include "channel/counter.h"
 #include "channel/filestream.h"
 #include "channel/framebuffer.h"
+#include "record/keptrecords.h"
 #include "record/logrecord.h"
-#include "record/recordcache.h"
 #include "record/recordqueue.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -67,9 +67,9 @@ class LogFile {
     // by one, but with one write for all that goes into the same file.
     void WriteRecords(const RecordQueue& records);
 
-    // Writes the trigger with the cached records inside one dump, which is never split over two
+    // Writes the trigger with the kept-back records inside one dump, which is never split over two
     // files.
-    void WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached);
+    void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
     // Counts records that were given up because EnsureOpen failed.
     void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }

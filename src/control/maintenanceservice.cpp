@@ -28,7 +28,7 @@ void ReportDropped(const std::string& category, const LogFileStatistics& file) {
 
 // Nobody has asked for them in time: neither a record of level 0 nor a maintenance command.
 void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
-    const unsigned long long lost = waiting.evicted.Get() + waiting.cached.Get();
+    const unsigned long long lost = waiting.evicted.Get() + waiting.keptBack.Get();
     if (lost != 0) {
         Diagnostic().Print(kDiagnosticFailure,
                            "\n[qv_base_log::fini] %s: %llu records of switched-off levels were "

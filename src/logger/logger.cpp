@@ -138,9 +138,9 @@ void Logger::PrintAsn(const std::string& file, const std::string& function, unsi
     }
 }
 
-// With level 3 off the message is not even printed, and the record that goes into the filtered
-// cache repeats the previous dump: the shared buffer's text is what there is to log. So a later
-// dump of the cache may show what PrintAsn wrote, unmasked.
+// With level 3 off the message is not even printed, and the record that is kept back
+// repeats the previous dump of the process: the shared buffer's text is what there is to log. So
+// when it is written it may show what PrintAsn wrote, unmasked.
 void Logger::LogAsnTrace(const std::string& file, const std::string& function, unsigned int line,
                          NS_ASN1::AsnObject& message) {
     if (settings_.bEnableAsnLog == 0) {

@@ -12,7 +12,7 @@
 namespace NS_LOG_SERVICE1 {
 
 // Builds a record of each call and hands it to the channel of its category: to be written or
-// queued when its level is on, else to be kept in the filtered cache.
+// queued when its level is on, else to be kept back.
 //
 // Thread safety: any thread may call any operation.
 class Logger : public LoggerIF {

@@ -132,7 +132,7 @@ TEST_F(WriteFailure, TakesATornClosingLineBack) {
 }
 
 TEST_F(WriteFailure, LosesADumpAsAWhole) {
-    RecordCache cached(10);
+    KeptRecords cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     cached.Append(PackedRecord(WithDetail(3, "kept too").Get()));
     Write("one");
@@ -141,7 +141,7 @@ TEST_F(WriteFailure, LosesADumpAsAWhole) {
         file_.WriteRecordWithDump(WithDetail(0, "error").Get(), cached);
     }
     Calls().ScriptWrites(nullptr);
-    file_.WriteRecordWithDump(WithDetail(0, "error").Get(), RecordCache(0));
+    file_.WriteRecordWithDump(WithDetail(0, "error").Get(), KeptRecords(0));
     const Texts written = Written();
     ASSERT_EQ(written.size(), 5u);
     EXPECT_EQ(written[0], CreatedAt("14:07:09") + Frame(1, 1, "one") + ClosedAt("14:07:10"));

@@ -9,10 +9,10 @@
 namespace NS_LOG_SERVICE1 {
 
 // Thread safety: none; the owner's lock guards it.
-class RecordCache {
+class KeptRecords {
   public:
     // Keeps up to `capacity` records; with 0 every record is evicted at once.
-    explicit RecordCache(size_t capacity);
+    explicit KeptRecords(size_t capacity);
 
     // Puts the record at the end and hands back what had to go for it: the oldest record, or the
     // record itself where the capacity is 0; an empty one while there is room. The caller frees it
@@ -22,7 +22,7 @@ class RecordCache {
     size_t Count() const { return records_.size(); }
 
     // Exchanges all records, and the capacity, with those of `other`.
-    void Swap(RecordCache& other) noexcept;
+    void Swap(KeptRecords& other) noexcept;
 
     // Calls `visit` with each record, oldest first.
     template <class Visitor>
