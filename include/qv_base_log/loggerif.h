@@ -45,8 +45,8 @@ class LoggerIF {
     virtual bool EnableLevel(unsigned int level) = 0;
     virtual bool DisableLevel(unsigned int level) = 0;
 
-    // Always throw std::out_of_range and change nothing: old callers rely on the exception. To
-    // switch all levels, call EnableLevel or DisableLevel for each of them.
+    // Always throw std::out_of_range and change nothing. To switch all levels, call EnableLevel or
+    // DisableLevel for each of them.
     virtual bool EnableAllLevels() = 0;
     virtual bool DisableAllLevels() = 0;
 

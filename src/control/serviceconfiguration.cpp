@@ -32,7 +32,8 @@ const NumberItem kChannelItems[] = {
 const NumberItem kIntervalItem = {"logtimeinterval", &LogSettings::logtimeinterval, 1,
                                   "\nGet Config Item(logtimeinterval) failed !!\n"};
 
-// The report for the first one names another item; operators' scripts look for it as it is.
+// Both reports name another item than the one that is missing. The texts are part of the contract
+// with those who read the diagnostics; see docs/compatibility.md.
 const NumberItem kFlagItems[] = {
     {"bEnableAsnLog", &LogSettings::bEnableAsnLog, 1, "\nGet Config Item(outputmode) failed !!\n"},
     {"bLogOutputPara", &LogSettings::bLogOutputPara, 0,

@@ -13,7 +13,8 @@ constexpr int kDiagnosticRefused = 2;
 // Captures the source position where it is constructed:
 //     Diagnostic().Print(kDiagnosticFailure, "\nvsnprintf_s failed !!\n");
 //
-// The source is named as operators know it from the messages, whatever file the code stands in.
+// The name of the source is part of the messages that operators read, so it stays the same whatever
+// file the code stands in.
 class Diagnostic {
   public:
     using ProxyAccessor = NS_BUNDLEMGR1::LogProxy* (*)();

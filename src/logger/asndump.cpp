@@ -137,7 +137,8 @@ bool ReadAsnTraceFlag(LogSettings& settings) {
     }
     int value = remembered;
     if (!NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetIntItemInfo("bEnableAsnTrace", value)) {
-        // Names the wrong item and resets its default: operators know the pair of effects.
+        // The report names another item and that item goes back to its default. Both are part of
+        // the contract with operators; see docs/compatibility.md.
         Diagnostic().Print(kDiagnosticFailure, "\nGet Config Item(logfilesize) failed !!\n");
         settings.logfilesize = kDefaultLogFileSize;
     }

@@ -23,8 +23,8 @@ namespace {
 // The size of a formatted message with its zero byte.
 constexpr size_t kMessageSize = 4096;
 
-// What EnableAllLevels and DisableAllLevels switch: no level. Their callers have come to rely on
-// the exception, so it stays.
+// What EnableAllLevels and DisableAllLevels switch: no level, so both always throw
+// std::out_of_range. The exception is part of the contract with clients; see docs/compatibility.md.
 constexpr size_t kNoLevel = std::numeric_limits<size_t>::max();
 
 }  // namespace
@@ -104,7 +104,8 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     const int length = vsnprintf_s(message, sizeof message, sizeof message - 1, format, arguments);
     va_end(arguments);
     if (length < 0) {
-        // With its ending, unlike everywhere else: that is how this report has always named it.
+        // The source has its ending here, unlike everywhere else: the name is part of the contract
+        // with those who read the diagnostics; see docs/compatibility.md.
         Diagnostic("logimpl.cpp").Print(kDiagnosticFailure, "\nvsnprintf_s failed !!\n");
     }
     Log(file, function, line, level, message);

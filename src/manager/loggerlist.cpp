@@ -49,7 +49,8 @@ Logger* LoggerList::FindOrAdd(const LoggerName& name, const Maker& make) {
     return logger;
 }
 
-// Neither report has a value for its "%d": the texts are old and so are their readers.
+// Both texts say "Disable", and neither has a value for its "%d": the texts are part of the
+// contract with those who read the diagnostics; see docs/compatibility.md.
 void LoggerList::EnableAll(uint32_t level) {
     ForEach([level](Logger& logger) {
         if (!logger.EnableLevel(level)) {
