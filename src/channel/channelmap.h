@@ -26,15 +26,15 @@ class ChannelMap {
     // Unlocked: no logger exists yet that could look for its channel.
     void Create(const LogSettings& settings) NO_THREAD_SAFETY_ANALYSIS;
 
-    // The channel of `category`; null where there is none, which is remembered under the name.
+    // The channel of `category`. Null when there is none; the map then holds a null entry for that
+    // name.
     TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
-    // Writes out the queue of each channel, one after the other in the order of the names, while
-    // the map's mutex is held.
+    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex.
     void FlushAll() EXCLUDES(mutex_);
 
-    // Calls `visit` with the name of each channel and the channel, in the order of the names, while
-    // the map's mutex is held.
+    // Calls `visit` with the name of each channel and the channel, in the order of the names. Holds
+    // the map's mutex.
     template <class Visitor>
     void ForEach(Visitor visit) EXCLUDES(mutex_) {
         const LockGuard<Mutex> guard(mutex_);

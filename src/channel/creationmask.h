@@ -8,9 +8,9 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The mask belongs to the whole process: two blocks that saved and restored it at once could leave
-// it wrong for good. So one block at a time holds it, and the previous mask comes back on every
-// way out. Files that other code of the process creates meanwhile get this mask too.
+// The mask belongs to the whole process. If two blocks saved and restored it at once, it could stay
+// wrong. So one block at a time holds it, and the destructor restores the previous mask. Files that
+// other code of the process creates meanwhile get this mask too.
 //
 // Thread safety: any thread; a second block waits for the first.
 class ScopedCreationMask {

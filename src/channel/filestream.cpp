@@ -17,8 +17,8 @@ std::error_code LastError() {
 
 std::error_code FileStream::Create(const std::string& path) {
     Close();
-    // Appending, so that the file goes on at its end when somebody empties it meanwhile. Closed on
-    // exec, so that a child process does not keep a removed file's space.
+    // O_APPEND: when somebody empties the file, writing continues at its new end. O_CLOEXEC: a
+    // child process does not keep the space of a removed file.
     do {
         descriptor_ =
             ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
@@ -46,7 +46,7 @@ WriteResult FileStream::Write(std::string_view bytes) {
 void FileStream::CutBack(size_t size) {
     const off_t end = ::lseek(descriptor_, 0, SEEK_END);
     if (end >= static_cast<off_t>(size)) {
-        // Where even that fails (a pipe, say), there is nothing left to try.
+        // When this fails too, as for a pipe, nothing else can be done.
         [[maybe_unused]] const int result =
             ::ftruncate(descriptor_, end - static_cast<off_t>(size));
     }

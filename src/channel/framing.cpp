@@ -9,7 +9,7 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// More than all labels, numbers and separators of one piece take together.
+// More than all labels, numbers and separators of one piece need.
 constexpr size_t kFixedTextSize = 256;
 
 constexpr std::string_view kDumpBegin =
@@ -17,11 +17,11 @@ constexpr std::string_view kDumpBegin =
 constexpr std::string_view kDumpEnd =
     "*********** Dump filtered debug information end **********\n";
 
-// The formats of this file are applied by hand: one pass over the record and no parsing of a
-// format text for each of them.
+// Writes the pieces without format strings: parsing one for each record would cost more than
+// writing the record.
 class FrameWriter {
   public:
-    // `textSize`: how many bytes the variable texts of the piece take at most.
+    // `textSize`: the maximum size of the piece's variable texts in bytes.
     FrameWriter(FrameBuffer& buffer, size_t textSize)
         : buffer_(buffer), at_(buffer.Reserve(textSize + kFixedTextSize)) {}
     ~FrameWriter() { buffer_.Commit(at_); }
@@ -29,14 +29,14 @@ class FrameWriter {
     FrameWriter(const FrameWriter&) = delete;
     FrameWriter& operator=(const FrameWriter&) = delete;
 
-    // Text that is known to hold no zero byte.
+    // REQUIRES: `text` contains no zero byte.
     FrameWriter& Fixed(std::string_view text) {
         std::memcpy(at_, text.data(), text.size());
         at_ += text.size();
         return *this;
     }
 
-    // Text of a client's, which ends at its first zero byte.
+    // A client's text, up to its first zero byte.
     FrameWriter& Text(std::string_view text) {
         if (text.empty()) {
             return *this;
@@ -85,7 +85,7 @@ void AppendFields(FrameWriter& writer, std::string_view stamp, const LogRecord& 
 }
 
 constexpr std::string_view kDetailLabel = " Detail: ";
-// Readers tell a record that was kept back by the blank before the colon.
+// The blank before the colon marks a record that was kept back.
 constexpr std::string_view kDumpedDetailLabel = " Detail : ";
 
 }  // namespace
