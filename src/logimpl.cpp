@@ -19,8 +19,8 @@ namespace NS_LOG_SERVICE1 {
 
 namespace {
 
-// False when the configuration is out of reach, which is reported, or there is no manager to take
-// it.
+// Returns false when the configuration cannot be reached, which is reported, or when there is no
+// manager.
 bool Configure() {
     LogMgr* manager = nullptr;
     try {
@@ -38,11 +38,11 @@ bool Configure() {
 
 }  // namespace
 
-// Without the lock under which they are created, the manager, the monitor and the table may be
-// missing; then there are no loggers, nothing is switched, and what is asked for reads as never
-// set.
+// The manager, the monitor and the table are missing when the lock under which they are created
+// cannot be taken. Then there are no loggers, switching does nothing, and every switch reads as
+// never set.
 
-// The monitor starts whether or not the configuration could be read: the file may come back.
+// The monitor starts even when the configuration cannot be read: the file may come back.
 bool LogSvcIFImpl::Init() {
     const bool configured = Configure();
     if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
@@ -51,8 +51,8 @@ bool LogSvcIFImpl::Init() {
     return configured;
 }
 
-// A bundle manager stops a service before it finishes it, but ACE's configurator finishes one whose
-// init failed without stopping it, and the monitor runs by then.
+// ACE's configurator finishes a service whose init failed without stopping it, and the monitor's
+// thread runs by then. A bundle manager stops a service first.
 void LogSvcIFImpl::Fini() {
     if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
         monitor->EndForgottenThread();
@@ -127,8 +127,8 @@ int qv_base_log::init(int /*argc*/, ACE_TCHAR* /*argv*/[]) {
 
 namespace {
 
-// A null pointer gets the text of ACE's assertion, but not its end of the process: the bundle
-// manager goes on unloading.
+// For a null pointer, prints the text of ACE's assertion but does not abort: the bundle manager
+// continues to unload.
 void Gobble(void* object) {
     auto* _p = static_cast<ACE_Service_Object*>(object);
     if (_p == nullptr) {

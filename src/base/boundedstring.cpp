@@ -10,7 +10,7 @@
 
 namespace {
 
-// The library's functions are macros. These functions are not.
+// The library's names are macros, which are undefined below. These functions still reach it.
 int LibraryVsnprintf(char* buffer, size_t size, const char* format, va_list arguments) {
     return vsnprintf_s(buffer, size, format, arguments);
 }

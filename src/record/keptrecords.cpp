@@ -6,9 +6,8 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// Room made before the first record comes, so that a usual number of records never needs more
-// under the owner's lock. A configured capacity can be any number; memory is not set aside for all
-// of it.
+// Reserved at the start, so that a usual number of records allocates nothing under the owner's
+// lock. Not the whole capacity, which may be any number.
 constexpr size_t kReservedRecords = 4096;
 
 }  // namespace
