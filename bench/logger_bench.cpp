@@ -101,7 +101,7 @@ void CountedOnly(benchmark::State& state) {
         queued = (queued + 1) % 16384;
         waiting.queued.Set(queued);
         waiting.queuedMost.RaiseTo(queued);
-        waiting.cached.Set(queued / 128);
+        waiting.keptBack.Set(queued / 128);
         file.bytesWritten.Add(kRecordSize);
         file.recordsWritten.Add(1);
         benchmark::ClobberMemory();

@@ -39,7 +39,8 @@ constexpr Diagnostic kNoQueueLength = Failure("\nGet Config Item(queuebuflength)
 constexpr Diagnostic kNoFilterLength = Failure("\nGet Config Item(filterbuflength) failed !!\n");
 constexpr Diagnostic kNoLogTimeInterval = Failure("\nGet Config Item(logtimeinterval) failed !!\n");
 constexpr Diagnostic kNoOutputMode = Failure("\nGet Config Item(outputmode) failed !!\n");
-// These three name another item than the missing one. Operators' scripts look for them as they are.
+// These three name another item than the missing one: the texts are part of the contract with
+// operators; see docs/compatibility.md.
 constexpr Diagnostic kNoEnableAsnLog = Failure("\nGet Config Item(outputmode) failed !!\n");
 constexpr Diagnostic kNoLogOutputPara = Failure("\nGet Config Item(LogOutputPara) failed !!\n");
 constexpr Diagnostic kNoEnableAsnTrace = Failure("\nGet Config Item(logfilesize) failed !!\n");
@@ -48,13 +49,13 @@ constexpr Diagnostic kMeaninglessOutputMode =
 
 constexpr Diagnostic kTaskNotDeleted =
     Refusal("[LogMgr::SetOutputMode]Delete local task failed, so SetOutputMode failed !!");
-// Neither has a value for its "%d". "Disable" in the first one is part of its text.
+// Both say "Disable", and neither has a value for its "%d"; see docs/compatibility.md.
 constexpr Diagnostic kEnablingRefused =
     Failure("[LogMgr::EnableAllLogLevel] Disable %s, %s, %s, Level %d error\n");
 constexpr Diagnostic kDisablingRefused =
     Failure("[LogMgr::DisableAllLogLevel] Disable %s, %s, %s, Level %d error\n");
 
-// This one names its source with the ending.
+// The source has its ending here: part of the contract too; see docs/compatibility.md.
 constexpr DiagnosticSource kSourceWithEnding = {"logimpl.cpp", &GetLogProxy};
 constexpr Diagnostic kFormatFailed = {kSourceWithEnding, kDiagnosticFailure,
                                       "\nvsnprintf_s failed !!\n"};
@@ -67,8 +68,8 @@ constexpr Diagnostic kRecordsKeptBack = Failure(
 
 namespace {
 
-// False when the configuration is out of reach, which is reported, or there is no manager to take
-// it.
+// Returns false when the configuration cannot be reached, which is reported, or when there is no
+// manager.
 bool Configure() {
     LogMgr* manager = nullptr;
     try {
@@ -86,11 +87,11 @@ bool Configure() {
 
 }  // namespace
 
-// Without the lock under which they are created, the manager, the monitor and the table may be
-// missing; then there are no loggers, nothing is switched, and what is asked for reads as never
-// set.
+// The manager, the monitor and the table are missing when the lock under which they are created
+// cannot be taken. Then there are no loggers, switching does nothing, and every switch reads as
+// never set.
 
-// The monitor starts whether or not the configuration could be read: the file may come back.
+// The monitor starts even when the configuration cannot be read: the file may come back.
 bool LogSvcIFImpl::Init() {
     const bool configured = Configure();
     if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
@@ -99,8 +100,8 @@ bool LogSvcIFImpl::Init() {
     return configured;
 }
 
-// A bundle manager stops a service before it finishes it, but ACE's configurator finishes one whose
-// init failed without stopping it, and the monitor runs by then.
+// ACE's configurator finishes a service whose init failed without stopping it, and the monitor's
+// thread runs by then. A bundle manager stops a service first.
 void LogSvcIFImpl::Fini() {
     if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
         monitor->EndForgottenThread();
@@ -175,8 +176,8 @@ int qv_base_log::init(int /*argc*/, ACE_TCHAR* /*argv*/[]) {
 
 namespace {
 
-// A null pointer gets the text of ACE's assertion, but not its end of the process: the bundle
-// manager goes on unloading.
+// For a null pointer, prints the text of ACE's assertion but does not abort: the bundle manager
+// continues to unload.
 void Gobble(void* object) {
     auto* _p = static_cast<ACE_Service_Object*>(object);
     if (_p == nullptr) {

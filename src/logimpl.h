@@ -10,11 +10,12 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Holds no state: everything is forwarded to the process's log manager, switch monitor and module
-// switch table, which are created when they are first needed.
+// Holds no state. It forwards to the process's log manager, switch monitor and module switch table,
+// which are created on their first use.
 class LogSvcIFImpl : public LogSvcInterface {
   public:
-    // The trailing "!" tells the object's own name from the one it is registered under.
+    // The trailing "!" distinguishes the object's own name from the name under which it is
+    // registered.
     std::string GetIFName() const override { return "LogSvcInterface!"; }
     bool IsValid() const override { return true; }
 
@@ -29,25 +30,24 @@ class LogSvcIFImpl : public LogSvcInterface {
     unsigned int IsLogOutputPara() override;
 };
 
-// Life: made by the factory, which also makes and registers the interface; init; in service;
-// StopService, which ends the monitor's thread and should come first; fini, which ends a thread
-// that was forgotten; freed through the gobbler or its destructor, which leave the interface alone.
+// The order of its life: the factory creates it, and creates and registers the interface; init;
+// StopService, which ends the monitor's thread; fini, which also ends the thread when StopService
+// was left out; the gobbler or the destructor, which do not touch the interface.
 class qv_base_log : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     qv_base_log();
 
-    // Ends the switch monitor's thread and waits for its end. Returns 0.
+    // Ends the switch monitor's thread and waits until it has ended. Returns 0.
     int StopService() override;
 
-    // Creates the interface and stores it; an interface that is there already is not freed.
+    // Creates and stores the interface. Does not free one that is stored already.
     NS_BUNDLEMGR1::ServiceInterface* CreateInterface() override;
 
-    // Ends the service and deletes the interface. Harmless without init, and a second time.
-    // Returns 0.
+    // Ends the service and deletes the interface. May be called without init, and twice. Returns 0.
     int fini() override;
 
-    // Starts the service; the arguments are ignored. Returns 0, or -1 when the configuration was
-    // out of reach: the interface stays registered, and fini cleans up.
+    // Starts the service and ignores the arguments. Returns 0, or -1 when the configuration cannot
+    // be reached. The interface stays registered then, until fini.
     int init(int argc, ACE_TCHAR* argv[]) override;
 
   private:
@@ -56,8 +56,8 @@ class qv_base_log : public NS_BUNDLEMGR1::ServiceObjectBase {
 
 }  // namespace NS_LOG_SERVICE1
 
-// The bundle's one exported symbol. Stores the function that frees the service object in
-// `*gobbler`, unless that is null; then creates the object with its interface and registers the
-// interface. What is thrown passes out and leaves nothing behind.
+// The bundle's only exported symbol. Stores the function that frees the service object in
+// `*gobbler`, unless `gobbler` is null. Then creates the object with its interface and registers
+// the interface. Passes on exceptions; nothing is left allocated or registered then.
 extern "C" __attribute__((visibility("default"))) ACE_Service_Object* _make_qv_base_log(
     ACE_Service_Object_Exterminator* gobbler);

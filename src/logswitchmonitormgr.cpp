@@ -92,7 +92,7 @@ int LogSwitchMonitorMgr::Init() {
     configFilePath_ = path;
     if (ACE_OS::stat(configFilePath_.c_str(), &lastFileStatus_) != 0) {
         kMonitorWithoutFile.Report();
-        // Stop has nothing to wait for, unless the thread of an earlier Init still runs.
+        // Stop waits for a thread only when the one of an earlier Init still runs.
         started_ = threadToEnd_;
         return -1;
     }
@@ -130,7 +130,7 @@ int LogSwitchMonitorMgr::svc() {
     return 0;
 }
 
-// A log proxy that throws here as well must not end the process.
+// A log proxy that throws again must not end the process.
 void LogSwitchMonitorMgr::ReportFailedPass() {
     try {
         kPassFailed.Report();
@@ -138,8 +138,8 @@ void LogSwitchMonitorMgr::ReportFailedPass() {
     }
 }
 
-// Whether the time ran out or Stop woke the thread is told by the flag, not by the result: a signal
-// that arrives just as the time runs out is swallowed.
+// The caller reads the stop flag and not the result of the wait: a signal that arrives just as the
+// time runs out is lost.
 void LogSwitchMonitorMgr::Sleep() {
     ACE_Time_Value_T<ACE_Monotonic_Time_Policy> interval;
     interval.set_msec(static_cast<ACE_UINT64>(pollInterval_.count()));
@@ -155,7 +155,7 @@ void LogSwitchMonitorMgr::Examine() {
     if (status.st_mtime == lastFileStatus_.st_mtime) {
         return;
     }
-    // Remembered first: a change that cannot be applied is not tried again every 30 seconds.
+    // Remember it first: a change that cannot be applied is not tried again every 30 seconds.
     lastFileStatus_ = status;
     Check();
 }

@@ -13,12 +13,12 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Owns one thread, which looks at the file's modification time, in whole seconds, every 30 seconds
-// and applies the switches when it has changed. The file as it stands at Init is the baseline: only
-// a later change is applied.
+// Owns one thread. Every 30 seconds it compares the file's modification time, in whole seconds,
+// with the last one, and applies the switches when it differs. Init takes the first one: only a
+// later change is applied.
 //
-// Thread safety: the control thread calls Instance, Init, Stop and Destroy; svc and Check run on
-// the monitor's own thread, so that applications never overlap.
+// Thread safety: one thread calls Instance, Init, Stop and Destroy. svc and Check run on the
+// monitor's own thread, so that only one Check runs at a time.
 class LogSwitchMonitorMgr : public ACE_Task_Base {
   public:
     using PollInterval = std::chrono::milliseconds;
@@ -40,8 +40,8 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     LogSwitchMonitorMgr(const LogSwitchMonitorMgr&) = delete;
     LogSwitchMonitorMgr& operator=(const LogSwitchMonitorMgr&) = delete;
 
-    // Finds the file, takes its status as the baseline and starts the thread. Returns 0; or -1,
-    // without a thread, when the file cannot be examined.
+    // Finds the file, remembers its modification time and starts the thread. When the file cannot
+    // be examined, returns -1 and starts no thread; otherwise returns 0.
     int Init();
 
     // Starts the thread. Always returns 0.
@@ -51,12 +51,13 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     // The thread. Returns 0.
     int svc() override;
 
-    // Asks the thread to end and returns when it is gone: the object may be deleted then. Returns
-    // at once when no thread was started. Must not be called a second time for the same thread:
-    // the end of a thread is signalled once, so that call would wait for ever. Always returns 0.
+    // Asks the thread to end and waits until it has ended; then the object may be deleted. Returns
+    // at once when no thread was started. Always returns 0. REQUIRES: called only once for each
+    // thread. The thread signals its end once, so a second call would wait for ever.
     int Stop();
 
-    // Ends the thread if it runs and nobody has called Stop for it: the object is about to go.
+    // Ends the thread if it runs and Stop was not called for it. Called before the object is
+    // deleted.
     void EndForgottenThread();
 
     // Reads the switches from the configuration and applies those that differ from the current

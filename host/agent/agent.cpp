@@ -56,7 +56,7 @@ Traffic Agent::ChooseTraffic() const {
     if (options_.traffic != Traffic::Auto) {
         return options_.traffic;
     }
-    switch (LookAtInput(STDIN_FILENO, signals_.GetDescriptor())) {
+    switch (LookAtInput(STDIN_FILENO, signals_.Descriptor())) {
         case StandardInput::HasData:
             return Traffic::Input;
         case StandardInput::Interrupted:
@@ -78,7 +78,7 @@ ExitCode Agent::Run() {
         bundles.Add("qv_sample_traffic", options_.sampleArguments);
     }
     BundleLoader loader;
-    for (const BundleEntry& entry : bundles.GetEntries()) {
+    for (const BundleEntry& entry : bundles.Entries()) {
         loader.Load(entry);
     }
     const bool worked = Serve(loader);
@@ -93,10 +93,10 @@ ExitCode Agent::Run() {
 }
 
 bool Agent::Serve(const BundleLoader& loader) {
-    WorkWatch watch(signals_.GetDescriptor());
-    for (const auto& bundle : loader.GetBundles()) {
+    WorkWatch watch(signals_.Descriptor());
+    for (const auto& bundle : loader.Bundles()) {
         if (const WorkingBundle* const work = bundle->FindWork()) {
-            watch.Add(bundle->GetName(), *work);
+            watch.Add(bundle->Name(), *work);
         }
     }
     const bool hasClients = watch.IsPending();

@@ -14,7 +14,7 @@ class AgentError : public std::runtime_error {
     AgentError(ExitCode exitCode, const std::string& message)
         : std::runtime_error(message), exitCode_(exitCode) {}
 
-    ExitCode GetExitCode() const noexcept { return exitCode_; }
+    ExitCode Code() const noexcept { return exitCode_; }
 
   private:
     ExitCode exitCode_;

@@ -94,12 +94,12 @@ void Bundle::Init() {
                      "bundle " + entry_.name + " refused to start" + reason);
 }
 
-NS_BUNDLEMGR1::ServiceObjectBase* Bundle::GetBase() const {
+NS_BUNDLEMGR1::ServiceObjectBase* Bundle::Base() const {
     return dynamic_cast<NS_BUNDLEMGR1::ServiceObjectBase*>(object_.get());
 }
 
 bool Bundle::StopService() {
-    NS_BUNDLEMGR1::ServiceObjectBase* const base = GetBase();
+    NS_BUNDLEMGR1::ServiceObjectBase* const base = Base();
     return base == nullptr ||
            RunStep(entry_.name, "StopService", [base] { return base->StopService(); });
 }
@@ -111,7 +111,7 @@ bool Bundle::FiniAndFree() {
 }
 
 const WorkingBundle* Bundle::FindWork() const {
-    NS_BUNDLEMGR1::ServiceObjectBase* const base = GetBase();
+    NS_BUNDLEMGR1::ServiceObjectBase* const base = Base();
     if (base == nullptr) {
         return nullptr;
     }

@@ -29,7 +29,7 @@ class Bundle {
     Bundle(const Bundle&) = delete;
     Bundle& operator=(const Bundle&) = delete;
 
-    const std::string& GetName() const { return entry_.name; }
+    const std::string& Name() const { return entry_.name; }
 
     // Starts the service. Throws AgentError when it refuses.
     void Init();
@@ -50,7 +50,7 @@ class Bundle {
     using ServiceObject = std::unique_ptr<ACE_Service_Object, Gobbler>;
 
     ServiceObject MakeServiceObject() const;
-    NS_BUNDLEMGR1::ServiceObjectBase* GetBase() const;
+    NS_BUNDLEMGR1::ServiceObjectBase* Base() const;
 
     BundleEntry entry_;
     std::vector<char*> argumentVector_;  // points into entry_

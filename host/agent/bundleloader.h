@@ -21,7 +21,7 @@ class BundleLoader {
     void Load(const BundleEntry& entry);
 
     // In the order of loading.
-    const std::vector<std::unique_ptr<Bundle>>& GetBundles() const { return bundles_; }
+    const std::vector<std::unique_ptr<Bundle>>& Bundles() const { return bundles_; }
 
     // The last loaded first: ends what each bundle runs in the background, then finishes and frees
     // each one, then unloads the libraries. No library goes while a service object is left, since

@@ -29,7 +29,7 @@ class ConfiguredBundles {
     // those that the configuration gives it.
     void Add(const std::string& name, const std::vector<std::string>& arguments);
 
-    const std::vector<BundleEntry>& GetEntries() const { return entries_; }
+    const std::vector<BundleEntry>& Entries() const { return entries_; }
 
   private:
     std::vector<BundleEntry>::iterator Find(const std::string& name);

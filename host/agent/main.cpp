@@ -30,7 +30,7 @@ int main(int argc, char* argv[]) {
         return static_cast<int>(options ? Agent(*options).Run() : ExitCode::Done);
     } catch (const AgentError& error) {
         std::fprintf(stderr, "qv_agent: %s\n", error.what());
-        return static_cast<int>(error.GetExitCode());
+        return static_cast<int>(error.Code());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "qv_agent: %s\n", error.what());
         return static_cast<int>(ExitCode::WorkFailed);

@@ -20,7 +20,7 @@ class StopSignals {
     StopSignals& operator=(const StopSignals&) = delete;
 
     // Polls as readable once a signal has arrived, and stays so.
-    int GetDescriptor() const { return descriptor_; }
+    int Descriptor() const { return descriptor_; }
 
   private:
     int descriptor_;

@@ -32,7 +32,7 @@ bool WorkWatch::WaitForWork() {
     while (!pending_.empty()) {
         std::vector<pollfd> entries{{stop_, POLLIN, 0}};
         for (const Entry& entry : pending_) {
-            entries.push_back({entry.work->GetDoneDescriptor(), POLLIN, 0});
+            entries.push_back({entry.work->DoneDescriptor(), POLLIN, 0});
         }
         WaitForAny(entries);
         if (entries.front().revents != 0) {
@@ -51,7 +51,7 @@ bool WorkWatch::WaitForWork() {
 
 void WorkWatch::TakeOutDone(const std::vector<int>& done) {
     const auto ended = [&done](const Entry& entry) {
-        return std::count(done.begin(), done.end(), entry.work->GetDoneDescriptor()) != 0;
+        return std::count(done.begin(), done.end(), entry.work->DoneDescriptor()) != 0;
     };
     for (const Entry& entry : pending_) {
         if (ended(entry) && !entry.work->HasSucceeded()) {

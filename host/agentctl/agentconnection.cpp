@@ -84,7 +84,7 @@ void Conversation::Connect(const std::string& path) {
     }
     try {
         const SocketAddress address(path);
-        while (connect(socket_.Get(), address.Get(), address.GetSize()) != 0) {
+        while (connect(socket_.Get(), address.Get(), address.Size()) != 0) {
             if (errno != EAGAIN) {
                 throw ControlError(ControlExit::NoAgent,
                                    "no agent can be reached at " + path + ": " + LastError());

@@ -14,7 +14,7 @@ class ControlError : public std::runtime_error {
     ControlError(ControlExit exitCode, const std::string& message)
         : std::runtime_error(message), exitCode_(exitCode) {}
 
-    ControlExit GetExitCode() const noexcept { return exitCode_; }
+    ControlExit Code() const noexcept { return exitCode_; }
 
   private:
     ControlExit exitCode_;

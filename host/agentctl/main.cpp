@@ -46,7 +46,7 @@ std::string Describe(const Invocation& invocation, const std::string& text, bool
 
 void Watch(const Invocation& invocation, bool utf8) {
     WatchedOutput output;
-    const Patience patience{invocation.timeout, output.GetStopDescriptor()};
+    const Patience patience{invocation.timeout, output.StopDescriptor()};
     std::optional<std::string> answer;
     do {
         answer = Ask(invocation.socketPath, WriteJson(invocation.request), patience);
@@ -85,7 +85,7 @@ int main(int argc, char* argv[]) {
     try {
         return static_cast<int>(Run(argc, argv, utf8));
     } catch (const ControlError& error) {
-        return Fail(error.GetExitCode(), error.what(), utf8);
+        return Fail(error.Code(), error.what(), utf8);
     } catch (const std::exception& error) {
         return Fail(ControlExit::NoAnswer, error.what(), utf8);
     }

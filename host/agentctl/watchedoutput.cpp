@@ -34,7 +34,7 @@ bool WatchedOutput::Wait(std::chrono::milliseconds time) {
 bool WatchedOutput::WaitFor(short events, Clock::time_point deadline, bool& ready) {
     constexpr short kGone = POLLERR | POLLHUP | POLLNVAL;
     for (;;) {
-        pollfd entries[] = {{signals_.GetDescriptor(), POLLIN, 0}, {STDOUT_FILENO, events, 0}};
+        pollfd entries[] = {{signals_.Descriptor(), POLLIN, 0}, {STDOUT_FILENO, events, 0}};
         int timeout = -1;
         if (deadline != Clock::time_point::max()) {
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());

@@ -16,7 +16,7 @@ class WatchedOutput {
     bool Show(const std::string& text);
 
     // Polls as readable once a signal asks for the end.
-    int GetStopDescriptor() const { return signals_.GetDescriptor(); }
+    int StopDescriptor() const { return signals_.Descriptor(); }
 
     // Waits. False: as with Show.
     bool Wait(std::chrono::milliseconds time);

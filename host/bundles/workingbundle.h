@@ -17,7 +17,7 @@ class WorkingBundle : public NS_BUNDLEMGR1::ServiceInterface {
   public:
     // A file descriptor that polls as readable from the moment the work has ended, for whatever
     // reason. It stays with the bundle: poll it, never read or close it.
-    virtual int GetDoneDescriptor() const = 0;
+    virtual int DoneDescriptor() const = 0;
 
     // Whether the work was done without a failure. Of meaning once the descriptor is readable.
     virtual bool HasSucceeded() const = 0;

@@ -64,7 +64,9 @@ ACE_Recursive_Thread_Mutex& BundleMgr::GetLock() {
     return NS_REFERENCE_HOST::ServiceObjectList::Instance().Lock();
 }
 
-const std::vector<ServiceObjectBase*>& BundleMgr::GetServiceObjects() const {
+// Not analysed: the caller holds the lock, which the bundles' header can only say in words.
+const std::vector<ServiceObjectBase*>& BundleMgr::GetServiceObjects() const
+    NO_THREAD_SAFETY_ANALYSIS {
     return NS_REFERENCE_HOST::ServiceObjectList::Instance().Objects();
 }
 

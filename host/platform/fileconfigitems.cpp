@@ -53,7 +53,7 @@ void FileConfigItems::Read(const std::string& path) {
 
 void FileConfigItems::ReadAgain(const std::string& path) {
     const std::string text = ReadSettledConfigText(path);
-    const std::lock_guard<std::mutex> guard(lock_);
+    const MutexLock guard(lock_);
     if (endsWithNewline_ && !EndsWithNewline(text)) {
         Take(path, ParseUnfinishedConfigText(text));
     } else {
@@ -64,7 +64,7 @@ void FileConfigItems::ReadAgain(const std::string& path) {
 }
 
 bool FileConfigItems::HasRead() {
-    const std::lock_guard<std::mutex> guard(lock_);
+    const MutexLock guard(lock_);
     return isRead_;
 }
 
@@ -74,7 +74,7 @@ bool FileConfigItems::GetIntItemInfo(const std::string& name, int& value) {
 }
 
 bool FileConfigItems::GetStrItemInfo(const std::string& name, std::string& value) {
-    const std::lock_guard<std::mutex> guard(lock_);
+    const MutexLock guard(lock_);
     if (!isRead_) {
         Read(ConfigFilePath());
     }
@@ -82,12 +82,12 @@ bool FileConfigItems::GetStrItemInfo(const std::string& name, std::string& value
 }
 
 void FileConfigItems::GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) {
-    const std::lock_guard<std::mutex> readingGuard(readingLock_);
+    const MutexLock readingGuard(readingLock_);
     const std::string path = ConfigFilePath();
     if (HasRead()) {
         ReadAgain(path);
     }
-    const std::lock_guard<std::mutex> guard(lock_);
+    const MutexLock guard(lock_);
     if (!isRead_) {
         Read(path);
     }

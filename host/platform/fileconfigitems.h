@@ -1,12 +1,12 @@
 // The configuration store over the agent's configuration file.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "bundlemgr/corbaconfigitems.h"
 #include "platform/configfile.h"
+#include "platform/mutex.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -23,24 +23,25 @@ namespace NS_REFERENCE_HOST {
 // Thread safety: any thread may call any operation.
 class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
   public:
-    bool GetIntItemInfo(const std::string& name, int& value) override;
-    bool GetStrItemInfo(const std::string& name, std::string& value) override;
-    void GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) override;
+    bool GetIntItemInfo(const std::string& name, int& value) override EXCLUDES(lock_);
+    bool GetStrItemInfo(const std::string& name, std::string& value) override EXCLUDES(lock_);
+    void GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) override
+        EXCLUDES(readingLock_, lock_);
 
   private:
-    bool HasRead();
-    void Read(const std::string& path);                   // the caller holds lock_
-    void ReadAgain(const std::string& path);              // the caller holds readingLock_
-    void Take(const std::string& path, ConfigText text);  // the caller holds lock_
+    bool HasRead() EXCLUDES(lock_);
+    void Read(const std::string& path) REQUIRES(lock_);
+    void ReadAgain(const std::string& path) REQUIRES(readingLock_) EXCLUDES(lock_);
+    void Take(const std::string& path, ConfigText text) REQUIRES(lock_);
 
-    // Held while the file is read again, so that an older text does not replace a newer one.
-    // Taken before lock_.
-    std::mutex readingLock_;
+    // Guards no field: held while the file is read again, so that an older text does not replace a
+    // newer one.
+    Mutex readingLock_ ACQUIRED_BEFORE(lock_);
 
-    std::mutex lock_;
-    bool isRead_ = false;                              // guarded by lock_
-    bool endsWithNewline_ = true;                      // guarded by lock_
-    std::vector<NS_BUNDLEMGR1::NameValueStru> items_;  // guarded by lock_
+    Mutex lock_;
+    bool isRead_ GUARDED_BY(lock_) = false;
+    bool endsWithNewline_ GUARDED_BY(lock_) = true;
+    std::vector<NS_BUNDLEMGR1::NameValueStru> items_ GUARDED_BY(lock_);
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -3,14 +3,16 @@
 
 #include <algorithm>
 #include <map>
-#include <mutex>
 
 #include "hostcontrol.h"
+#include "mutex.h"
 #include "nodestructor.h"
 
 namespace {
 
 using NS_BUNDLEMGR1::ServiceInterface;
+using NS_REFERENCE_HOST::Mutex;
+using NS_REFERENCE_HOST::MutexLock;
 
 // Thread safety: any thread may call any operation.
 class InterfaceRegistry {
@@ -20,22 +22,22 @@ class InterfaceRegistry {
         return *registry;
     }
 
-    void Add(const std::string& name, ServiceInterface* interface) {
-        const std::lock_guard<std::mutex> guard(lock_);
+    void Add(const std::string& name, ServiceInterface* interface) EXCLUDES(lock_) {
+        const MutexLock guard(lock_);
         std::vector<ServiceInterface*>& registered = interfaces_[name];
         if (std::find(registered.begin(), registered.end(), interface) == registered.end()) {
             registered.push_back(interface);
         }
     }
 
-    std::vector<ServiceInterface*> Find(const std::string& name) const {
-        const std::lock_guard<std::mutex> guard(lock_);
+    std::vector<ServiceInterface*> Find(const std::string& name) const EXCLUDES(lock_) {
+        const MutexLock guard(lock_);
         const auto found = interfaces_.find(name);
         return found == interfaces_.end() ? std::vector<ServiceInterface*>() : found->second;
     }
 
-    void Remove(const ServiceInterface* interface) {
-        const std::lock_guard<std::mutex> guard(lock_);
+    void Remove(const ServiceInterface* interface) EXCLUDES(lock_) {
+        const MutexLock guard(lock_);
         for (auto entry = interfaces_.begin(); entry != interfaces_.end();) {
             std::vector<ServiceInterface*>& registered = entry->second;
             registered.erase(std::remove(registered.begin(), registered.end(), interface),
@@ -45,8 +47,8 @@ class InterfaceRegistry {
     }
 
   private:
-    mutable std::mutex lock_;
-    std::map<std::string, std::vector<ServiceInterface*>> interfaces_;  // guarded by lock_
+    mutable Mutex lock_;
+    std::map<std::string, std::vector<ServiceInterface*>> interfaces_ GUARDED_BY(lock_);
 };
 
 }  // namespace

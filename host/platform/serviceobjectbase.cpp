@@ -1,8 +1,6 @@
 // What every bundle's service object has in common.
 #include "bundlemgr/serviceobjectbase.h"
 
-#include <ace/Guard_T.h>
-
 #include <memory>
 
 #include "hostcontrol.h"
@@ -10,6 +8,7 @@
 
 namespace NS_BUNDLEMGR1 {
 
+using NS_REFERENCE_HOST::RecursiveMutexLock;
 using NS_REFERENCE_HOST::ServiceObjectList;
 
 ServiceObjectBase::ServiceObjectBase(const char* bundleName, const char* serviceName)
@@ -49,7 +48,7 @@ void ServiceObjectBase::RemoveInterface() {
     {
         // Whoever goes through the list of service objects does so under this lock and registers
         // what it finds: so the pointer goes first, the registration after it, the object last.
-        const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(ServiceObjectList::Instance().Lock());
+        const RecursiveMutexLock guard(ServiceObjectList::Instance().Lock());
         removed.reset(interface_);
         interface_ = nullptr;
     }

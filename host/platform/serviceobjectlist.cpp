@@ -1,8 +1,6 @@
 // The bundle manager's list of the service objects that exist.
 #include "serviceobjectlist.h"
 
-#include <ace/Guard_T.h>
-
 #include <algorithm>
 
 #include "nodestructor.h"
@@ -15,12 +13,12 @@ ServiceObjectList& ServiceObjectList::Instance() {
 }
 
 void ServiceObjectList::Add(NS_BUNDLEMGR1::ServiceObjectBase* object) {
-    const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(lock_);
+    const RecursiveMutexLock guard(lock_);
     objects_.push_back(object);
 }
 
 void ServiceObjectList::Remove(const NS_BUNDLEMGR1::ServiceObjectBase* object) {
-    const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(lock_);
+    const RecursiveMutexLock guard(lock_);
     objects_.erase(std::remove(objects_.begin(), objects_.end(), object), objects_.end());
 }
 

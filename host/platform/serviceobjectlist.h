@@ -1,11 +1,10 @@
 // The bundle manager's list of the service objects that exist.
 #pragma once
 
-#include <ace/Recursive_Thread_Mutex.h>
-
 #include <vector>
 
 #include "bundlemgr/serviceobjectbase.h"
+#include "platform/mutex.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -19,14 +18,16 @@ class ServiceObjectList {
     // Does nothing when the object is not on the list.
     void Remove(const NS_BUNDLEMGR1::ServiceObjectBase* object);
 
-    ACE_Recursive_Thread_Mutex& Lock() { return lock_; }
+    RecursiveMutex& Lock() RETURN_CAPABILITY(lock_) { return lock_; }
 
     // In the order of Add. The caller holds Lock() for as long as it uses the list.
-    const std::vector<NS_BUNDLEMGR1::ServiceObjectBase*>& Objects() const { return objects_; }
+    const std::vector<NS_BUNDLEMGR1::ServiceObjectBase*>& Objects() const REQUIRES(lock_) {
+        return objects_;
+    }
 
   private:
-    ACE_Recursive_Thread_Mutex lock_;
-    std::vector<NS_BUNDLEMGR1::ServiceObjectBase*> objects_;  // guarded by lock_; not owned
+    RecursiveMutex lock_;
+    std::vector<NS_BUNDLEMGR1::ServiceObjectBase*> objects_ GUARDED_BY(lock_);  // not owned
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -89,8 +89,8 @@ void WriteLine(const std::string& line) {
 // Thread safety: any thread may call any operation.
 class Provider final : public NS_BUNDLEMGR1::LogProxyProvider {
   public:
-    NS_BUNDLEMGR1::LogProxy* GetLogProxy(const std::string& name) override {
-        const std::lock_guard<std::mutex> guard(lock_);
+    NS_BUNDLEMGR1::LogProxy* GetLogProxy(const std::string& name) override EXCLUDES(lock_) {
+        const MutexLock guard(lock_);
         std::unique_ptr<StderrLogProxy>& proxy = proxies_[name];
         if (proxy == nullptr) {
             proxy = std::make_unique<StderrLogProxy>(name);
@@ -99,8 +99,8 @@ class Provider final : public NS_BUNDLEMGR1::LogProxyProvider {
     }
 
   private:
-    std::mutex lock_;
-    std::map<std::string, std::unique_ptr<StderrLogProxy>> proxies_;  // guarded by lock_
+    Mutex lock_;
+    std::map<std::string, std::unique_ptr<StderrLogProxy>> proxies_ GUARDED_BY(lock_);
 };
 
 }  // namespace
@@ -131,7 +131,7 @@ std::string StderrLogProxy::TakeHeader(int level) {
     NS_BUNDLEMGR1::GetZoneTimeStamp(ACE_OS::gettimeofday(), header);
     header += " level " + std::to_string(level) + ' ';
     {
-        const std::lock_guard<std::mutex> guard(lock_);
+        const MutexLock guard(lock_);
         header += bundleName_ + ' ' + serviceName_ + ' ';
     }
     if (nextPosition.proxy == this) {
@@ -149,12 +149,12 @@ void StderrLogProxy::SetPosition(const char* file, int line) {
 }
 
 void StderrLogProxy::SetBundleName(const char* name) {
-    const std::lock_guard<std::mutex> guard(lock_);
+    const MutexLock guard(lock_);
     bundleName_ = name;
 }
 
 void StderrLogProxy::SetServiceName(const char* name) {
-    const std::lock_guard<std::mutex> guard(lock_);
+    const MutexLock guard(lock_);
     serviceName_ = name;
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdarg>
-#include <mutex>
 #include <string>
 
 #include "bundlemgr/logproxy.h"
+#include "platform/mutex.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -35,16 +35,16 @@ class StderrLogProxy final : public NS_BUNDLEMGR1::LogProxy {
     void Reserved11() override {}
     int Reserved12() override { return 0; }
     void SetPosition(const char* file, int line) override;
-    void SetBundleName(const char* name) override;
-    void SetServiceName(const char* name) override;
+    void SetBundleName(const char* name) override EXCLUDES(lock_);
+    void SetServiceName(const char* name) override EXCLUDES(lock_);
     std::string GetProxyName() const override;
 
   private:
-    std::string TakeHeader(int level);
+    std::string TakeHeader(int level) EXCLUDES(lock_);
 
-    std::mutex lock_;          // guards both names
-    std::string bundleName_;   // guarded by lock_
-    std::string serviceName_;  // guarded by lock_
+    Mutex lock_;
+    std::string bundleName_ GUARDED_BY(lock_);
+    std::string serviceName_ GUARDED_BY(lock_);
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -17,9 +17,9 @@ namespace NS_LOG_SERVICE1 {
 // not use it any more once the service has been finished (LogSvcInterface::Fini).
 //
 // Each logger has a switch for each of the levels 0 to 3, which starts as a copy of the service's
-// global switches. A record whose switch is off is not lost at once: the service keeps the newest
-// such records of the category ("filterbuflength" of them) and writes them around the next record
-// of level 0. What falls out of that cache, or is still in it when the service ends, is lost.
+// global switches. A record whose switch is off is not lost at once: the service keeps back the
+// newest such records of the category ("filterbuflength" of them) and writes them around the next
+// record of level 0. Older ones are lost, and so is what is still kept back when the service ends.
 //
 // Errors: the logging operations report nothing to the caller. A record is lost when no log file
 // can be opened or a write fails. What crosses the interface as an exception is std::bad_alloc,
@@ -45,8 +45,8 @@ class LoggerIF {
     virtual bool EnableLevel(unsigned int level) = 0;
     virtual bool DisableLevel(unsigned int level) = 0;
 
-    // Always throw std::out_of_range and change nothing: old callers rely on the exception. To
-    // switch all levels, call EnableLevel or DisableLevel for each of them.
+    // Always throw std::out_of_range and change nothing. To switch all levels, call EnableLevel or
+    // DisableLevel for each of them.
     virtual bool EnableAllLevels() = 0;
     virtual bool DisableAllLevels() = 0;
 

@@ -32,7 +32,7 @@ struct ChannelStatus {
     uint64_t recordsWritten;     // each in a frame of its own
     uint64_t recordsDumped;      // kept back first, then written inside a dump
     uint64_t recordsDropped;     // lost: no file could be opened, or a write failed
-    uint64_t recordsEvicted;     // lost from the cache of records whose level is off
+    uint64_t recordsEvicted;     // kept back, and lost because newer ones took their room
     uint64_t recordsQueued;      // waiting now
     uint64_t recordsQueuedMost;  // waiting at most
     uint64_t recordsCached;      // kept back now, because their level is off
@@ -65,7 +65,7 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Writes out what is queued in every category.
     virtual void FlushAll() = 0;
 
-    // Writes out what is queued in the category, and then what its cache has kept back, as a dump.
+    // Writes out what is queued in the category, and then what is kept back, as a dump.
     // An empty name means all categories. Returns false for a category that does not exist.
     virtual bool OutputAll(const std::string& category) = 0;
 

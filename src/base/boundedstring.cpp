@@ -10,7 +10,7 @@
 
 namespace {
 
-// The library offers its functions as macros; these names are free of them.
+// The library's names are macros, which are undefined below. These functions still reach it.
 int LibraryVsnprintf(char* buffer, size_t size, const char* format, va_list arguments) {
     return vsnprintf_s(buffer, size, format, arguments);
 }
@@ -36,8 +36,8 @@ size_t Room(size_t size, size_t limit) {
     return std::min(size - 1, limit);
 }
 
-// The characters that may stand between the two of %n: flags, argument number, width, precision and
-// length modifiers. A table, because every message of a client's is searched.
+// The characters that may stand between '%' and 'n': flags, argument number, width, precision and
+// length modifiers. This is a table because every message of a client is searched.
 constexpr std::array<bool, 256> MakeModifiers() {
     std::array<bool, 256> modifiers{};
     for (const char modifier : std::string_view("0123456789$-+ #'I*.hlLqjzZt")) {

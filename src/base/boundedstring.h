@@ -1,4 +1,4 @@
-// Formatting and copying that never write past a limit: the only door to the bounds-checked
+// Formatting and copying that never write past a limit. Only this file uses the bounds-checked
 // string library.
 #pragma once
 
@@ -7,27 +7,28 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Common to all three: `size` is the size of `buffer`, `limit` the most characters to write, the
-// zero byte not counted; whichever is tighter holds. A size of 0 writes nothing and fails. Any
-// thread.
+// Common to all three: `size` is the size of `buffer`, `limit` is the maximum number of characters
+// to write, without the zero byte. The smaller one applies. A size of 0 writes nothing and fails.
+// Thread safety: any thread.
 
 // Formats a client's text. Returns the number of characters written, or a negative number when the
 // text was cut or could not be formatted; what fits is kept either way, and ends with a zero byte.
 // A format with the conversion %n, which would write through a client's pointer, is refused: the
 // text is empty then.
 //
-// Goes to the C library: the bounds-checked one prints 1e12 with "%.3f" as 10.000e+11, refuses
-// %Lf and %1$s, and empties what it would have to cut.
+// Uses the C library: the bounds-checked one prints 1e12 with "%.3f" as 10.000e+11, refuses %Lf and
+// %1$s, and empties what it would have to cut.
 int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_list arguments)
     __attribute__((format(printf, 4, 0)));
 
-// Formats a text of the service's own, made of plain integers and short strings. Returns the
-// number of characters written, or a negative number when they do not fit: the text is empty then.
+// Formats one of the service's own texts, which consist of plain integers and short strings.
+// Returns the number of characters written, or a negative number when they do not fit. The text is
+// empty then.
 int snprintf_s(char* buffer, size_t size, size_t limit, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 
-// Copies `source` up to its first zero byte, at most `limit` characters of it. Returns 0; or
-// another value, with an empty text in `buffer`, when that does not fit.
+// Copies `source` up to its first zero byte, at most `limit` characters of it. Returns 0. When that
+// does not fit, returns another value and leaves an empty text in `buffer`.
 int strncpy_s(char* buffer, size_t size, const char* source, size_t limit);
 
 }  // namespace NS_LOG_SERVICE1

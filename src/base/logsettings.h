@@ -17,28 +17,38 @@ inline bool IsLevelOn(LevelSwitches switches, uint32_t level) {
     return level < switches.size() && switches[level];
 }
 
-// The fields carry the names of the configuration items that fill them. The values here are what
-// they start with, before the configuration is read.
+// What `outputmode` may be: records are written at once, or queued.
+enum OutputMode : uint32_t { kDirectOutput = 0, kQueuedOutput = 1 };
+
+// The value of `outputTask` when there is none.
+constexpr int64_t kNoOutputTask = -1;
+
+// The size of a log file where the configuration gives none.
+constexpr uint32_t kDefaultLogFileSize = 4194304;
+
+// The fields have the names of the configuration items that set them. The values here apply until
+// the configuration is read.
 //
-// Thread safety: each field may be read and written by any thread; there is no order between them.
+// Thread safety: any thread may read and write each field. There is no order between the fields.
 struct LogSettings {
     // Seconds between two periodic outputs of the queues.
     RelaxedAtomic<uint32_t> logtimeinterval{60};
     // Records that a channel's queue holds before it is written out.
     RelaxedAtomic<uint32_t> queuebuflength{16384};
-    // Records of switched-off levels that a channel keeps.
+    // The number of records that a channel keeps back.
     RelaxedAtomic<uint32_t> filterbuflength{128};
     // Bytes at which a log file is closed and a new one begins.
     RelaxedAtomic<uint32_t> logfilesize{20971520};
-    // Kept for whoever asks; no file is removed because of it.
+    // Stored only: no file is removed because of it.
     RelaxedAtomic<uint32_t> logfilecount{10000};
-    // The periodic output task at the schedule service; -1: none.
+    // The periodic output task at the schedule service, or kNoOutputTask. No task has the 0 that
+    // stands here at first.
     RelaxedAtomic<int64_t> outputTask{0};
-    // 0: records are written at once; otherwise they are queued.
-    RelaxedAtomic<uint32_t> outputmode{0};
+    // An OutputMode.
+    RelaxedAtomic<uint32_t> outputmode{kDirectOutput};
     // Whether ASN messages and alarms are logged.
     RelaxedAtomic<uint32_t> bEnableAsnLog{0};
-    // Handed to whoever asks the service for it.
+    // The service hands it to its clients and does not use it.
     RelaxedAtomic<uint32_t> bLogOutputPara{0};
     // The global switches; a new logger starts with a copy of them.
     RelaxedAtomic<LevelSwitches> levelSwitches;

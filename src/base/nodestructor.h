@@ -1,13 +1,13 @@
-// A static object that is there until its library is unloaded.
+// A static object that is never destroyed.
 #pragma once
 
 #include <new>
 
 namespace NS_LOG_SERVICE1 {
 
-// Is constructed where it stands and never destroyed: a thread may log while the process exits,
-// when an ordinary static object would be gone already. It takes no memory of its own, which would
-// be lost each time the bundle is unloaded and loaded again.
+// A thread may log while the process exits, after ordinary static objects have been destroyed. The
+// object is stored in place: heap memory would leak each time the bundle is unloaded and loaded
+// again.
 //
 // Thread safety: that of T.
 template <class T>

@@ -1,12 +1,12 @@
-// A field that is read without a lock.
+// An atomic field without ordering.
 #pragma once
 
 #include <atomic>
 
 namespace NS_LOG_SERVICE1 {
 
-// Reads and writes like a plain field but without a data race. A reader may see a new value a
-// little late, and sees no order between two such fields.
+// For fields that are read without a lock. It reads and writes like a plain field, but without a
+// data race. A reader may see a new value late, and there is no order between two such fields.
 template <class T>
 class RelaxedAtomic {
   public:
@@ -25,7 +25,7 @@ class RelaxedAtomic {
         return *this;
     }
 
-    // Replaces the value by `change(value)`, whatever other writers do meanwhile.
+    // Replaces the value by `change(value)` in one atomic step. May call `change` more than once.
     template <class Change>
     void Update(Change change) {
         T value = Get();

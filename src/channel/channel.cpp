@@ -36,9 +36,9 @@ LogRecord OwnRecord(int level, const char* function, const char* detail, const s
 TEDebugInfoBuf::TEDebugInfoBuf(const char* category, const uint32_t& queuebuflength,
                                const uint32_t& filterbuflength, const uint32_t& logfilesize,
                                const uint32_t& logfilecount)
-    : filteredCache_(filterbuflength),
+    : keptBack_(filterbuflength),
       queueCapacity_(queuebuflength),
-      cacheCapacity_(filterbuflength),
+      keptCapacity_(filterbuflength),
       logFile_(std::make_unique<LogFile>(NS_BUNDLEMGR1::GetNBILogPath().c_str(),
                                          LogFilePrefix(category).c_str(), logfilesize,
                                          logfilecount)) {}
@@ -67,9 +67,15 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         WriteDump(record, true);
         return;
     }
+    const size_t packedSize = PackedSize(record);
     RecordQueue::Chunks outsized;
     Guard bufferGuard(bufferMutex_);
-    MakeRoom(bufferGuard, record);
+    while (!queue_.HasRoomFor(packedSize)) {
+        bufferGuard.Release();
+        RecordQueue::Chunks chunk = RecordQueue::MakeChunk(packedSize);
+        bufferGuard.Acquire();
+        queue_.AddChunk(chunk);
+    }
     queue_.Append(record);
     CountBuffered();
     if (queue_.Count() >= queueCapacity_) {
@@ -83,8 +89,8 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record) {
     PackedRecord kept(record);
     PackedRecord evicted;
     Guard bufferGuard(bufferMutex_);
-    const bool full = filteredCache_.Count() == cacheCapacity_;
-    evicted = filteredCache_.Append(std::move(kept));
+    const bool full = keptBack_.Count() == keptCapacity_;
+    evicted = keptBack_.Append(std::move(kept));
     statistics_.evicted.Add(full ? 1 : 0);
     CountBuffered();
     bufferGuard.Release();
@@ -108,11 +114,11 @@ void TEDebugInfoBuf::Flush() {
 
 void TEDebugInfoBuf::OutputAll() {
     RecordQueue takenQueue;
-    RecordCache takenCache(cacheCapacity_);
+    KeptRecords takenKept(keptCapacity_);
     {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
-        takenCache.Swap(filteredCache_);
+        takenKept.Swap(keptBack_);
         CountBuffered();
     }
     {
@@ -123,7 +129,7 @@ void TEDebugInfoBuf::OutputAll() {
             OwnRecord(LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
                       "The follow message was dump by maintenance command flushall.", context,
                       __LINE__),
-            takenCache);
+            takenKept);
         logFile_->Flush();
     }
     GiveBack(takenQueue);
@@ -150,17 +156,17 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
     RecordQueue::Chunks outsized;
-    RecordCache dumped(cacheCapacity_);
+    KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
     Guard fileGuard(fileMutex_);
     if (withQueue) {
         WriteAll(queue_);
         outsized = queue_.Clear();
     }
-    logFile_->WriteRecordWithDump(trigger, filteredCache_);
+    logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();
     // Not before: a dump for which there is no memory leaves the cache as it was.
-    dumped.Swap(filteredCache_);
+    dumped.Swap(keptBack_);
     CountBuffered();
     bufferGuard.Release();
 }
@@ -177,16 +183,6 @@ RecordQueue::Chunks TEDebugInfoBuf::WriteFullQueue() {
     return outsized;
 }
 
-void TEDebugInfoBuf::MakeRoom(Guard& bufferGuard, const LogRecord& record) {
-    const size_t packedSize = PackedSize(record);
-    while (!queue_.HasRoomFor(packedSize)) {
-        bufferGuard.Release();
-        RecordQueue::Chunks chunk = RecordQueue::MakeChunk(packedSize);
-        bufferGuard.Acquire();
-        queue_.AddChunk(chunk);
-    }
-}
-
 void TEDebugInfoBuf::GiveBack(RecordQueue& written) {
     const RecordQueue::Chunks outsized = written.Clear();
     const Guard bufferGuard(bufferMutex_);
@@ -196,7 +192,7 @@ void TEDebugInfoBuf::GiveBack(RecordQueue& written) {
 void TEDebugInfoBuf::CountBuffered() {
     statistics_.queued.Set(queue_.Count());
     statistics_.queuedMost.RaiseTo(queue_.Count());
-    statistics_.cached.Set(filteredCache_.Count());
+    statistics_.keptBack.Set(keptBack_.Count());
 }
 
 }  // namespace NS_LOG_SERVICE1

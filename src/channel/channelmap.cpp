@@ -14,7 +14,6 @@ bool IsLogCategory(const std::string& name) {
     return std::find(kLogCategories.begin(), kLogCategories.end(), name) != kLogCategories.end();
 }
 
-// A channel is made without the lock: making it asks the platform, which may ask back.
 void ChannelMap::Create(const LogSettings& settings) {
     for (const char* category : kLogCategories) {
         if (Find(category) != nullptr) {
@@ -23,13 +22,13 @@ void ChannelMap::Create(const LogSettings& settings) {
         auto channel = std::make_unique<TEDebugInfoBuf>(
             category, settings.queuebuflength, settings.filterbuflength, settings.logfilesize,
             settings.logfilecount);
-        const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+        const LockGuard<Mutex> guard(mutex_);
         channels_[category] = std::move(channel);
     }
 }
 
 TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const LockGuard<Mutex> guard(mutex_);
     return channels_[category].get();
 }
 

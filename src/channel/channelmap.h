@@ -1,14 +1,14 @@
 // The channels of the seven log categories.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <array>
 #include <map>
 #include <memory>
 #include <string>
 
+#include "base/lockguard.h"
 #include "base/logsettings.h"
+#include "base/mutex.h"
 #include "channel/channel.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -22,21 +22,22 @@ bool IsLogCategory(const std::string& name);
 // and Destroy, which the manager calls after the last logger has logged.
 class ChannelMap {
   public:
-    // Creates the channels that are not there yet, with the sizes of `settings` as they are now.
-    void Create(const LogSettings& settings);
+    // Creates the channels that are not there yet, with the sizes of `settings` as they are now. A
+    // channel is made without the lock: making it asks the platform, which may ask back.
+    void Create(const LogSettings& settings) EXCLUDES(mutex_);
 
-    // The channel of `category`; null where there is none, which is remembered under the name.
-    TEDebugInfoBuf* Find(const std::string& category);
+    // The channel of `category`. Null when there is none; the map then holds a null entry for that
+    // name.
+    TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
-    // Writes out the queue of each channel, one after the other in the order of the names, while
-    // the map's mutex is held.
-    void FlushAll();
+    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex.
+    void FlushAll() EXCLUDES(mutex_);
 
-    // Calls `visit` with the name of each channel and the channel, in the order of the names, while
-    // the map's mutex is held.
+    // Calls `visit` with the name of each channel and the channel, in the order of the names. Holds
+    // the map's mutex.
     template <class Visitor>
-    void ForEach(Visitor visit) {
-        const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    void ForEach(Visitor visit) EXCLUDES(mutex_) {
+        const LockGuard<Mutex> guard(mutex_);
         for (const auto& [category, channel] : channels_) {
             if (channel != nullptr) {
                 visit(category, *channel);
@@ -44,12 +45,13 @@ class ChannelMap {
         }
     }
 
-    // Destroys the channels in the order of the names; each writes out its queue first.
-    void Destroy();
+    // Destroys the channels in the order of the names; each writes out its queue first. Unlocked:
+    // the last logger has logged.
+    void Destroy() NO_THREAD_SAFETY_ANALYSIS;
 
   private:
-    ACE_Thread_Mutex mutex_;
-    std::map<std::string, std::unique_ptr<TEDebugInfoBuf>> channels_;  // guarded by mutex_
+    Mutex mutex_;
+    std::map<std::string, std::unique_ptr<TEDebugInfoBuf>> channels_ GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,4 +1,4 @@
-// A number that one thread at a time changes and any thread reads.
+// A counter that one thread at a time changes and any thread reads.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Changed under the lock that guards what is counted, so that counting costs no locked
-// instruction; read without a lock, perhaps a little late.
+// REQUIRES: writers hold the lock that guards what is counted. So counting needs no atomic
+// read-modify-write. Readers need no lock and may see a value late.
 class Counter {
   public:
     void Add(uint64_t amount) { value_.Set(value_.Get() + amount); }

@@ -7,8 +7,8 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-ACE_Thread_Mutex& MaskMutex() {
-    static NoDestructor<ACE_Thread_Mutex> mutex;
+Mutex& MaskMutex() {
+    static NoDestructor<Mutex> mutex;
     return *mutex;
 }
 

@@ -1,16 +1,16 @@
 // The process's file creation mask, changed for the length of a block.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
 #include <sys/types.h>
 
 #include "base/lockguard.h"
+#include "base/mutex.h"
 
 namespace NS_LOG_SERVICE1 {
 
-// The mask belongs to the whole process: two blocks that saved and restored it at once could leave
-// it wrong for good. So one block at a time holds it, and the previous mask comes back on every
-// way out. Files that other code of the process creates meanwhile get this mask too.
+// The mask belongs to the whole process. If two blocks saved and restored it at once, it could stay
+// wrong. So one block at a time holds it, and the destructor restores the previous mask. Files that
+// other code of the process creates meanwhile get this mask too.
 //
 // Thread safety: any thread; a second block waits for the first.
 class ScopedCreationMask {
@@ -25,7 +25,7 @@ class ScopedCreationMask {
     void Change(mode_t mask);
 
   private:
-    LockGuard<ACE_Thread_Mutex> guard_;
+    LockGuard<Mutex> guard_;
     mode_t previous_;
 };
 

@@ -7,40 +7,49 @@
 #include <cerrno>
 
 namespace NS_LOG_SERVICE1 {
+namespace {
 
-bool FileStream::Create(const std::string& path) {
+std::error_code LastError() {
+    return {errno, std::generic_category()};
+}
+
+}  // namespace
+
+std::error_code FileStream::Create(const std::string& path) {
     Close();
-    // Appending, so that the file goes on at its end when somebody empties it meanwhile. Closed on
-    // exec, so that a child process does not keep a removed file's space.
+    // O_APPEND: when somebody empties the file, writing continues at its new end. O_CLOEXEC: a
+    // child process does not keep the space of a removed file.
     do {
         descriptor_ =
             ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
     } while (descriptor_ < 0 && errno == EINTR);
-    return IsOpen();
+    return IsOpen() ? std::error_code() : LastError();
 }
 
-size_t FileStream::Write(std::string_view bytes) {
-    size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t result = ::write(descriptor_, bytes.data() + written, bytes.size() - written);
-        if (result > 0) {
-            written += static_cast<size_t>(result);
-        } else if (result == 0 || errno != EINTR) {
-            break;
+WriteResult FileStream::Write(std::string_view bytes) {
+    WriteResult result;
+    while (result.written < bytes.size() && !result.error) {
+        const ssize_t taken =
+            ::write(descriptor_, bytes.data() + result.written, bytes.size() - result.written);
+        if (taken > 0) {
+            result.written += static_cast<size_t>(taken);
+        } else if (taken == 0) {
+            // Trying again might go on for ever.
+            result.error = std::make_error_code(std::errc::io_error);
+        } else if (errno != EINTR) {
+            result.error = LastError();
         }
     }
-    return written;
+    return result;
 }
 
 void FileStream::CutBack(size_t size) {
-    const int error = errno;
     const off_t end = ::lseek(descriptor_, 0, SEEK_END);
     if (end >= static_cast<off_t>(size)) {
-        // Where even that fails (a pipe, say), there is nothing left to try.
+        // When this fails too, as for a pipe, nothing else can be done.
         [[maybe_unused]] const int result =
             ::ftruncate(descriptor_, end - static_cast<off_t>(size));
     }
-    errno = error;
 }
 
 bool FileStream::IsSameFile(const std::string& path) const {

@@ -6,8 +6,8 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// A full queue of the default length, as frames, fits easily; a dump of many huge records does not
-// hold on to its memory beyond the next write.
+// Enough for the frames of a full queue of the default length. The memory for a dump of many huge
+// records is freed before the next write.
 constexpr size_t kKeptCapacity = size_t{16} * 1024 * 1024;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The bytes that are about to be written to a file.
+// The bytes of the next write to a file.
 #pragma once
 
 #include <cstddef>
@@ -7,20 +7,20 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// A growing buffer whose memory is kept from one write to the next and is not zeroed first.
+// A growing buffer. It reuses its memory from one write to the next and does not zero it.
 //
 // Thread safety: none; the owner's lock guards it.
 class FrameBuffer {
   public:
-    // Room for `size` more bytes at the end; valid until the next call. Commit says how far it
-    // was filled.
+    // Returns room for `size` more bytes at the end, valid until the next call. Commit sets the end
+    // of what was filled.
     char* Reserve(size_t size);
     void Commit(const char* end) { size_ = static_cast<size_t>(end - bytes_.get()); }
 
     size_t Size() const { return size_; }
     std::string_view Bytes() const { return {bytes_.get(), size_}; }
 
-    // Forgets the bytes. Memory beyond what usual batches need is given back.
+    // Removes all bytes. Frees memory that usual batches do not need.
     void Clear();
 
   private:

@@ -1,4 +1,4 @@
-// How records look in a log file.
+// The format of records in a log file.
 #pragma once
 
 #include <cstdint>
@@ -9,16 +9,15 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Each function appends one piece of text to `buffer`. `stamp` is the record's time as the
-// platform renders it; a text ends at its first zero byte.
+// Each function appends one piece of text to `buffer`. `stamp` is the record's time as the platform
+// formats it. Each text ends at its first zero byte.
 
-// A record as it stands in the file, under its number. A record of level -2 is one short line that
-// shows no number.
+// A record with its number. A record of level -2 is one short line without the number.
 void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
                   const LogRecord& record);
 
-// A dump: the opening with the record that triggered it, the records that were kept back, and the
-// closing, which repeats the number of the opening.
+// The parts of a dump: the opening with the record that triggered it, each record that was kept
+// back, and the closing, which repeats the opening's number.
 void AppendDumpOpening(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
                        const LogRecord& trigger);
 void AppendDumpedRecord(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record);

@@ -11,13 +11,14 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// Takes everything from others.
+// No permissions for others.
 constexpr mode_t kDirectoryMask = 007;
-// Leaves the group to read, and nothing to others.
+// The group may read; no permissions for others.
 constexpr mode_t kFileMask = 037;
 constexpr mode_t kDirectoryMode = 0755;
 
-// Outermost first. A failure shows when the file is created; a directory that exists is one too.
+// Outermost first. Results are ignored: a directory may exist, and any other failure shows when the
+// file is created.
 void MakeDirectories(const std::string& directory) {
     const std::string parent = NS_BUNDLEMGR1::GetParentPath(directory);
     const std::string grandparent = NS_BUNDLEMGR1::GetParentPath(parent);
@@ -34,11 +35,12 @@ std::string CanonicalPath(const std::string& path) {
     return error ? path : canonical.string();
 }
 
-bool CreateInDirectory(FileStream& stream, const std::string& directory, const std::string& name) {
+std::error_code CreateInDirectory(FileStream& stream, const std::string& directory,
+                                  const std::string& name) {
     ScopedCreationMask mask(kDirectoryMask);
     MakeDirectories(CanonicalPath(directory));
     mask.Change(kFileMask);
-    // Resolved again: what was missing before exists now.
+    // Resolve it again: directories that were missing exist now.
     return stream.Create(CanonicalPath(directory) + "/" + name);
 }
 

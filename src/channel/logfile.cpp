@@ -2,7 +2,6 @@
 
 #include <ace/OS_NS_sys_time.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -47,8 +46,8 @@ void LogFile::Open() {
         statistics_.rotations.Add(1);
     }
     const std::string name = NewLogFileName(prefix_);
-    if (!CreateInDirectory(stream_, directory_, name)) {
-        NoteFailure();
+    if (const std::error_code error = CreateInDirectory(stream_, directory_, name)) {
+        NoteFailure(error);
         return;
     }
     currentPath_ = directory_ + "/" + name;
@@ -113,8 +112,9 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
     } while (next != end && frames_.Size() < kBatchSize &&
              bytesWritten_ + frames_.Size() < sizeLimit_);
 
-    const size_t written = stream_.Write(frames_.Bytes());
-    if (written < frames_.Size()) {
+    const auto [written, error] = stream_.Write(frames_.Bytes());
+    if (error) {
+        NoteFailure(error);
         return SalvageBatch(first, numberBefore, written);
     }
     bytesWritten_ += written;
@@ -129,7 +129,6 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
 // rest, as writing one by one would have done. Returns the first record of the rest.
 RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
                                             size_t written) {
-    NoteFailure();
     RecordQueue::Iterator lost = first;
     size_t whole = 0;
     recordNumber_ = numberBefore;
@@ -150,21 +149,21 @@ RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_
     return ++lost;
 }
 
-void LogFile::WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached) {
+void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
     ++recordNumber_;
     if (!EnsureOpen()) {
-        statistics_.recordsDropped.Add(1 + cached.Count());
+        statistics_.recordsDropped.Add(1 + keptBack.Count());
         return;
     }
-    FrameDump(trigger, cached);
+    FrameDump(trigger, keptBack);
     if (!WritePiece()) {
-        statistics_.recordsDropped.Add(cached.Count());
+        statistics_.recordsDropped.Add(keptBack.Count());
         Open();
         WriteTriggerAlone(trigger);
         return;
     }
     statistics_.recordsWritten.Add(1);
-    statistics_.recordsDumped.Add(cached.Count());
+    statistics_.recordsDumped.Add(keptBack.Count());
     RotateIfFull();
 }
 
@@ -175,16 +174,16 @@ void LogFile::WriteTriggerAlone(const LogRecord& trigger) {
         statistics_.recordsDropped.Add(1);
         return;
     }
-    FrameDump(trigger, RecordCache(0));
+    FrameDump(trigger, KeptRecords(0));
     WriteFrame();
 }
 
 // The opening and the closing carry the same number.
-void LogFile::FrameDump(const LogRecord& trigger, const RecordCache& cached) {
+void LogFile::FrameDump(const LogRecord& trigger, const KeptRecords& keptBack) {
     const auto number = static_cast<uint32_t>(recordNumber_);
     frames_.Clear();
     AppendDumpOpening(frames_, number, Stamp(trigger.time), trigger);
-    cached.ForEach([this](const LogRecord& record) {
+    keptBack.ForEach([this](const LogRecord& record) {
         AppendDumpedRecord(frames_, Stamp(record.time), record);
     });
     AppendDumpClosing(frames_, number);
@@ -236,9 +235,9 @@ void LogFile::WriteFrame() {
 
 // Writes the frame buffer whole or not at all.
 bool LogFile::WritePiece() {
-    const size_t written = stream_.Write(frames_.Bytes());
-    if (written < frames_.Size()) {
-        NoteFailure();
+    const auto [written, error] = stream_.Write(frames_.Bytes());
+    if (error) {
+        NoteFailure(error);
         stream_.CutBack(written);
         return false;
     }
@@ -247,8 +246,8 @@ bool LogFile::WritePiece() {
     return true;
 }
 
-void LogFile::NoteFailure() {
-    statistics_.lastError.Set(static_cast<uint64_t>(errno));
+void LogFile::NoteFailure(const std::error_code& error) {
+    statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
     statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
 }
 

@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <string>
+#include <system_error>
 
 #include "channel/counter.h"
 #include "channel/filestream.h"
 #include "channel/framebuffer.h"
+#include "record/keptrecords.h"
 #include "record/logrecord.h"
-#include "record/recordcache.h"
 #include "record/recordqueue.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -66,10 +67,10 @@ class LogFile {
     // by one, but with one write for all that goes into the same file.
     void WriteRecords(const RecordQueue& records);
 
-    // Writes the trigger with the cached records inside one dump, which is never split over two
-    // files. When the dump cannot be written, the cached records are lost; the trigger goes into a
-    // new file as a dump without any.
-    void WriteRecordWithDump(const LogRecord& trigger, const RecordCache& cached);
+    // Writes the trigger with the kept-back records inside one dump, which is never split over two
+    // files. When the dump cannot be written, the kept-back records are lost; the trigger goes into
+    // a new file as a dump without any.
+    void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
     // Counts records that were given up because EnsureOpen failed.
     void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
@@ -95,11 +96,11 @@ class LogFile {
     RecordQueue::Iterator WriteBatch(RecordQueue::Iterator first, RecordQueue::Iterator end);
     RecordQueue::Iterator SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
                                        size_t written);
-    void FrameDump(const LogRecord& trigger, const RecordCache& cached);
+    void FrameDump(const LogRecord& trigger, const KeptRecords& keptBack);
     void WriteTriggerAlone(const LogRecord& trigger);
     void WriteFrame();
     bool WritePiece();
-    void NoteFailure();
+    void NoteFailure(const std::error_code& error);
     void RotateIfFull();
     bool TakeContentsOf(const std::string& path);
 

@@ -17,7 +17,7 @@ ChannelStatus StatusOf(const std::string& category, TEDebugInfoBuf& channel) {
     status.recordsEvicted = waiting.evicted.Get();
     status.recordsQueued = waiting.queued.Get();
     status.recordsQueuedMost = waiting.queuedMost.Get();
-    status.recordsCached = waiting.cached.Get();
+    status.recordsCached = waiting.keptBack.Get();
     status.bytesWritten = file.bytesWritten.Get();
     status.rotations = file.rotations.Get();
     status.lastError = static_cast<int>(file.lastError.Get());

@@ -25,7 +25,7 @@ void ReportDropped(const std::string& category, const LogFileStatistics& file) {
 
 // Nobody has asked for them in time: neither a record of level 0 nor a maintenance command.
 void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
-    const unsigned long long lost = waiting.evicted.Get() + waiting.cached.Get();
+    const unsigned long long lost = waiting.evicted.Get() + waiting.keptBack.Get();
     if (lost != 0) {
         kRecordsKeptBack.Report(category.c_str(), lost);
     }

@@ -1,7 +1,5 @@
 #include "control/moduleswitchtable.h"
 
-#include "base/lockguard.h"
-
 namespace NS_LOG_SERVICE1 {
 namespace {
 
@@ -11,18 +9,6 @@ Singleton<ModuleSwitchTable> moduleSwitchTable(&StaticObjectLock);
 __attribute__((destructor)) void DestroyAtUnload() {
     moduleSwitchTable.Destroy();
 }
-
-// The two ways to hold a reader-writer lock, as LockGuard expects a lock.
-struct ReadSide {
-    ACE_RW_Mutex& mutex;
-    int acquire() { return mutex.acquire_read(); }
-    int release() { return mutex.release(); }
-};
-struct WriteSide {
-    ACE_RW_Mutex& mutex;
-    int acquire() { return mutex.acquire_write(); }
-    int release() { return mutex.release(); }
-};
 
 }  // namespace
 
@@ -35,27 +21,23 @@ void ModuleSwitchTable::Destroy() {
 }
 
 bool ModuleSwitchTable::Get(const unsigned int& module) {
-    ReadSide side{mutex_};
-    const LockGuard<ReadSide> guard(side);
+    const ReadGuard guard(mutex_);
     const auto found = switches_.find(static_cast<int>(module));
     return found == switches_.end() || found->second;
 }
 
 void ModuleSwitchTable::Set(const unsigned int& module, const bool& on) {
-    WriteSide side{mutex_};
-    const LockGuard<WriteSide> guard(side);
+    const WriteGuard guard(mutex_);
     switches_[static_cast<int>(module)] = on;
 }
 
 void ModuleSwitchTable::Clear() {
-    WriteSide side{mutex_};
-    const LockGuard<WriteSide> guard(side);
+    const WriteGuard guard(mutex_);
     switches_.clear();
 }
 
 std::map<int, bool> ModuleSwitchTable::All() {
-    ReadSide side{mutex_};
-    const LockGuard<ReadSide> guard(side);
+    const ReadGuard guard(mutex_);
     return switches_;
 }
 

@@ -1,10 +1,9 @@
 // The on/off switches of the bundles' modules.
 #pragma once
 
-#include <ace/RW_Mutex.h>
-
 #include <map>
 
+#include "base/readwritemutex.h"
 #include "base/singleton.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -27,18 +26,18 @@ class ModuleSwitchTable {
     ModuleSwitchTable& operator=(const ModuleSwitchTable&) = delete;
 
     // Module numbers are compared as signed numbers.
-    bool Get(const unsigned int& module);
-    void Set(const unsigned int& module, const bool& on);
+    bool Get(const unsigned int& module) EXCLUDES(mutex_);
+    void Set(const unsigned int& module, const bool& on) EXCLUDES(mutex_);
 
     // Forgets all switches, so that every module is on again.
-    void Clear();
+    void Clear() EXCLUDES(mutex_);
 
     // A copy of the switches that were set, by module number.
-    std::map<int, bool> All();
+    std::map<int, bool> All() EXCLUDES(mutex_);
 
   private:
-    std::map<int, bool> switches_;  // guarded by mutex_
-    ACE_RW_Mutex mutex_;
+    std::map<int, bool> switches_ GUARDED_BY(mutex_);
+    ReadWriteMutex mutex_;
 };
 
 }  // namespace NS_LOG_SERVICE1

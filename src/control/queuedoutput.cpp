@@ -17,10 +17,6 @@ using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 
 namespace {
 
-constexpr uint32_t kDirectMode = 0;
-constexpr uint32_t kQueuedMode = 1;
-constexpr int64_t kNoTask = -1;
-
 // Has no state, and stands in the library: a schedule service that refuses to delete it may go on
 // running it when whoever started it is gone.
 class PeriodicOutput : public NS_SCHEDULE_SERVICE1::ScheduledTask {
@@ -49,19 +45,19 @@ ScheduleSvcInterface* FindScheduleService() {
 }  // namespace
 
 unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const LockGuard<Mutex> guard(mutex_);
     // Output may be queued and the task gone: LogMgr::SetOutputMode takes nothing but the task
     // away.
     if (!HasPeriodicOutput(manager)) {
         StartPeriodicOutput(manager);
     }
-    manager.outputmode = kQueuedMode;
+    manager.outputmode = kQueuedOutput;
     return LOG_RESULT_OK;
 }
 
 unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
-    if (manager.outputmode == kDirectMode) {
+    const LockGuard<Mutex> guard(mutex_);
+    if (manager.outputmode == kDirectOutput) {
         return LOG_RESULT_OK;
     }
     if (!EndPeriodicOutput(manager)) {
@@ -70,7 +66,7 @@ unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
     // Once before, so that few older records are left to be overtaken by those that are written
     // directly from now on; and once after, for these.
     manager.FlushAll();
-    manager.outputmode = kDirectMode;
+    manager.outputmode = kDirectOutput;
     manager.FlushAll();
     return LOG_RESULT_OK;
 }
@@ -84,11 +80,10 @@ bool QueuedOutput::EndPeriodicOutput(LogMgr& manager) {
     if (schedule != nullptr && schedule->DeleteTask(manager.outputTask) != 0) {
         return false;
     }
-    manager.outputTask = kNoTask;
+    manager.outputTask = kNoOutputTask;
     return true;
 }
 
-// 0 is what the manager starts with; no task has that handle.
 bool QueuedOutput::HasPeriodicOutput(const LogMgr& manager) {
     return manager.outputTask > 0;
 }
@@ -98,7 +93,7 @@ void QueuedOutput::StartPeriodicOutput(LogMgr& manager) {
     if (tasks != nullptr) {
         const uint32_t interval = std::max<uint32_t>(manager.logtimeinterval, 1);
         manager.outputTask =
-            std::max(tasks->CreatePeriodicTask(interval, ThePeriodicOutput()), kNoTask);
+            std::max(tasks->CreatePeriodicTask(interval, ThePeriodicOutput()), kNoOutputTask);
     }
 }
 

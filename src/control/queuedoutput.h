@@ -1,8 +1,7 @@
 // Switching queued output on and off while the service runs.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
+#include "base/mutex.h"
 #include "manager/logmgr.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -16,8 +15,8 @@ class QueuedOutput {
   public:
     // Both return a result code and change nothing when things are as wanted already. Switching on
     // starts the task whenever there is none and the schedule service takes one.
-    unsigned int SwitchOn(LogMgr& manager);
-    unsigned int SwitchOff(LogMgr& manager);
+    unsigned int SwitchOn(LogMgr& manager) EXCLUDES(mutex_);
+    unsigned int SwitchOff(LogMgr& manager) EXCLUDES(mutex_);
 
     // Takes the periodic task away; the mode stays. Returns false when the schedule service
     // refuses.
@@ -28,7 +27,7 @@ class QueuedOutput {
   private:
     static void StartPeriodicOutput(LogMgr& manager);
 
-    ACE_Thread_Mutex mutex_;  // held while output is switched
+    Mutex mutex_;  // guards no field: held while output is switched
 };
 
 }  // namespace NS_LOG_SERVICE1

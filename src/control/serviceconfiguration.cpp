@@ -19,7 +19,7 @@ struct NumberItem {
 
 // In the order of their reading. The channels are created behind these four, with these sizes.
 const NumberItem kChannelItems[] = {
-    {"logfilesize", &LogSettings::logfilesize, 4194304, kNoLogFileSize},
+    {"logfilesize", &LogSettings::logfilesize, kDefaultLogFileSize, kNoLogFileSize},
     {"logfilecount", &LogSettings::logfilecount, 100, kNoLogFileCount},
     {"queuebuflength", &LogSettings::queuebuflength, 16384, kNoQueueLength},
     {"filterbuflength", &LogSettings::filterbuflength, 128, kNoFilterLength},
@@ -74,16 +74,16 @@ void ReadLevelSwitches(CorbaConfigItems& items, LogSettings& settings) {
 void ReadOutputMode(CorbaConfigItems& items, LogSettings& settings) {
     int mode = 0;
     const bool read = items.GetIntItemInfo("outputmode", mode);
-    if (read && mode == 1) {
+    if (read && static_cast<uint32_t>(mode) == kQueuedOutput) {
         return;
     }
     if (!read) {
         kNoOutputMode.Report();
-    } else if (mode != 0) {
+    } else if (static_cast<uint32_t>(mode) != kDirectOutput) {
         kMeaninglessOutputMode.Report(mode);
     }
-    settings.outputTask = -1;
-    settings.outputmode = 0;
+    settings.outputTask = kNoOutputTask;
+    settings.outputmode = kDirectOutput;
 }
 
 }  // namespace

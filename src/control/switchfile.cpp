@@ -22,7 +22,9 @@ struct SwitchItem {
     const Diagnostic& missing;
 };
 
-// In the order in which they are looked for; the first one that is missing ends it.
+// The items in the order in which they are looked for. The first one that is missing ends the
+// search. The last report names its item differently: the texts are part of the contract with those
+// who read the diagnostics; see docs/compatibility.md.
 const SwitchItem kSwitchItems[] = {
     {"logswitch", kNoLogSwitchItem},
     {"bEnableAsnLog", kNoAsnLogItem},

@@ -23,14 +23,14 @@ namespace {
 constexpr size_t kDumpSize = 4096000;
 // Where the notice of a cut stands: the last bytes of the buffer.
 constexpr size_t kNoticeSize = 50;
-constexpr uint32_t kDefaultLogFileSize = 4194304;
 
-// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded.
+// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded. Guarded
+// by the dump's mutex, which an AsnDump holds as long as it lives: its operations need not ask.
 char dumpText[kDumpSize];
 
 // The stream over the buffer, and the lock that gives out turns at both.
 struct DumpStream {
-    ACE_Thread_Mutex mutex;
+    Mutex mutex;
     std::strstream stream{dumpText, kDumpSize, std::ios::out};
     std::ios pristine{nullptr};
 };
@@ -133,7 +133,8 @@ bool ReadAsnTraceFlag(LogSettings& settings) {
     }
     int value = remembered;
     if (!NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetIntItemInfo("bEnableAsnTrace", value)) {
-        // The report and this default belong together: operators know the pair of effects.
+        // The item goes back to its default with the report: a part of the contract with operators;
+        // see docs/compatibility.md.
         kNoEnableAsnTrace.Report();
         settings.logfilesize = kDefaultLogFileSize;
     }

@@ -1,13 +1,12 @@
 // One ASN message on its way into the log, as text.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <string>
 
 #include "asn/asnobject.h"
 #include "base/lockguard.h"
 #include "base/logsettings.h"
+#include "base/mutex.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -45,7 +44,7 @@ class AsnDump {
     void PrintWhole(const NS_ASN1::AsnObject& message);
     static void MarkCut();
 
-    LockGuard<ACE_Thread_Mutex> turn_;
+    LockGuard<Mutex> turn_;
 };
 
 // Whether dumps are echoed on standard output: the configuration item "bEnableAsnTrace". A value

@@ -23,8 +23,8 @@ namespace {
 // The size of a formatted message with its zero byte.
 constexpr size_t kMessageSize = 4096;
 
-// What EnableAllLevels and DisableAllLevels switch: no level. Their callers have come to rely on
-// the exception, so it stays.
+// What EnableAllLevels and DisableAllLevels switch: no level, so both always throw
+// std::out_of_range. The exception is part of the contract with clients; see docs/compatibility.md.
 constexpr size_t kNoLevel = std::numeric_limits<size_t>::max();
 
 }  // namespace
@@ -61,7 +61,7 @@ bool Logger::DisableAllLevels() {
 
 // A level without a switch is reported by std::out_of_range, never by a false result.
 bool Logger::SetLevel(size_t position, bool on) {
-    const LockGuard<ACE_Thread_Mutex> guard(levelMutex_);
+    const LockGuard<Mutex> guard(levelMutex_);
     LevelSwitches levels = levels_;
     levels.set(position, on);
     levels_ = levels;
@@ -91,7 +91,7 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
     const bool on = record.level < 0 || levels_.Get()[static_cast<size_t>(record.level)];
     if (!on) {
         channel->AppendFiltered(record);
-    } else if (settings_.outputmode != 0) {
+    } else if (settings_.outputmode != kDirectOutput) {
         channel->AppendOutputInfo(record);
     } else {
         channel->Output(record);
@@ -131,6 +131,41 @@ void Logger::LogAlarm(const std::string& file, const std::string& function, unsi
     for (Json::ArrayIndex i = 0; i < alarms.size(); ++i) {
         Json::FastWriter writer;
         Log(file, function, line, LOG_LEVEL_3, "\n RestAlarm:" + writer.write(alarms[i]));
+    }
+}
+
+void Logger::PrintAsn(const std::string& file, const std::string& function, unsigned int line,
+                      NS_ASN1::AsnObject& message) {
+    if (settings_.bEnableAsnLog == 0) {
+        return;
+    }
+    static const bool echo = ReadAsnTraceFlag(settings_);
+    AsnDump dump;
+    dump.Print(message);
+    const std::string text = dump.Text();
+    Log(file, function, line, LOG_LEVEL_ASN_DUMP, text);
+    if (echo) {
+        AsnDump::Echo(text);
+    }
+}
+
+// With level 3 off the message is not even printed, and the record that is kept back
+// repeats the previous dump of the process: the shared buffer's text is what there is to log. So
+// when it is written it may show what PrintAsn wrote, unmasked.
+void Logger::LogAsnTrace(const std::string& file, const std::string& function, unsigned int line,
+                         NS_ASN1::AsnObject& message) {
+    if (settings_.bEnableAsnLog == 0) {
+        return;
+    }
+    static const bool echo = ReadAsnTraceFlag(settings_);
+    AsnDump dump;
+    if (levels_.Get()[LOG_LEVEL_3]) {
+        dump.PrintMasked(message);
+    }
+    const std::string text = dump.Text();
+    Log(file, function, line, LOG_LEVEL_3, text);
+    if (echo) {
+        AsnDump::Echo(text);
     }
 }
 

@@ -1,12 +1,11 @@
 // The logger that clients hold as a LoggerIF.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <atomic>
 #include <string>
 
 #include "base/logsettings.h"
+#include "base/mutex.h"
 #include "base/relaxedatomic.h"
 #include "channel/channelmap.h"
 #include "qv_base_log/loggerif.h"
@@ -14,10 +13,9 @@
 namespace NS_LOG_SERVICE1 {
 
 // Builds a record of each call and hands it to the channel of its category: to be written or
-// queued when its level is on, else to be kept in the filtered cache.
+// queued when its level is on, else to be kept back.
 //
-// Thread safety: any thread may call any operation. The level switches are changed under the level
-// mutex and read without it.
+// Thread safety: any thread may call any operation.
 class Logger : public LoggerIF {
   public:
     // Starts with a copy of the global level switches. `settings` and `channels` live longer than
@@ -56,7 +54,7 @@ class Logger : public LoggerIF {
     const TEDebugInfoBuf* Channel() const { return channel_.load(std::memory_order_acquire); }
 
   private:
-    bool SetLevel(size_t position, bool on);
+    bool SetLevel(size_t position, bool on) EXCLUDES(levelMutex_);
     TEDebugInfoBuf* FindChannel();
 
     const std::string category_;
@@ -65,8 +63,8 @@ class Logger : public LoggerIF {
     LogSettings& settings_;
     ChannelMap& channels_;
     std::atomic<TEDebugInfoBuf*> channel_;  // the channel map's
-    RelaxedAtomic<LevelSwitches> levels_;
-    ACE_Thread_Mutex levelMutex_;  // held while levels_ is changed
+    RelaxedAtomic<LevelSwitches> levels_;   // changed under levelMutex_, read without it
+    Mutex levelMutex_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,4 +1,4 @@
-// Finding the interface of another bundle's service.
+// Finds the interface of another bundle's service.
 #pragma once
 
 #include <functional>
@@ -8,19 +8,20 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Whether an interface object offers what is looked for.
+// Returns whether an object is the interface that is looked for.
 using InterfaceTest = std::function<bool(NS_BUNDLEMGR1::ServiceInterface*)>;
 
-// The first interface that is registered under `name`; where there is none, the first one of the
-// service objects' that `fits`, and all that do are registered under the name. Raises
-// InterfaceNotExistException with the code 0x41180004 where there is none either. Any thread.
+// Returns the first interface that is registered under `name`. When there is none, registers every
+// service object's interface for which `fits` is true under that name, and returns the first one.
+// Throws InterfaceNotExistException with the code 0x41180004 when there is none either. Thread
+// safety: any thread.
 NS_BUNDLEMGR1::ServiceInterface* LookUpInterface(const std::string& name,
                                                  const InterfaceTest& fits);
 
 [[noreturn]] void RaiseInterfaceNotExist(const std::string& name);
 
-// The same for an interface of class `Interface`. An object of another class that stands under the
-// name counts as none.
+// The same for an interface of class `Interface`. Throws also when the object that is registered
+// under the name is of another class.
 template <class Interface>
 Interface& LookUp(const std::string& name) {
     auto* found = dynamic_cast<Interface*>(

@@ -1,4 +1,4 @@
-// The object that a lookup has in hand while it has found no real interface.
+// The result of a lookup that has found no interface.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@ namespace NS_BUNDLEMGR1 {
 
 class NULLServiceInterface;
 
-// A class that derives from this one virtually cannot be derived from itself: only the named class
-// may construct it, and a virtual base is constructed by the most derived class.
+// A class that derives from this one virtually is final: the most derived class constructs a
+// virtual base, and only the friend may construct this one.
 class FinalClass {
     friend class NULLServiceInterface;
     FinalClass() = default;
@@ -28,7 +28,7 @@ class NULLServiceInterface : public ServiceInterface, private virtual FinalClass
 
 namespace NS_LOG_SERVICE1 {
 
-// The one object of the process, created on the first call and never freed.
+// Returns the process's only object. The first call creates it; it is never freed.
 NS_BUNDLEMGR1::NULLServiceInterface* GetNullServiceInterface();
 
 }  // namespace NS_LOG_SERVICE1

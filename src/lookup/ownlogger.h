@@ -6,14 +6,15 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The service's own logger, of the category "debug", obtained as any client obtains one and kept;
-// null while it cannot be had, and the next call tries again. Never throws. Any thread.
+// Returns the service's own logger, of the category "debug". The first call looks it up as any
+// client does, and it is kept. Returns null when that fails; the next call tries again. Never
+// throws. Thread safety: any thread.
 LoggerIF* GetOwnLogger();
 
-// Forgets the logger: the manager that owns it is about to delete it.
+// Forgets the logger. The manager calls this before it deletes its loggers.
 void ForgetOwnLogger();
 
-// Logs the exception's texts and code at level 1, if the own logger can be had.
+// Logs the exception's texts and code at level 1. Does nothing when there is no own logger.
 void ReportException(const NS_BUNDLEMGR1::ProcessException& exception);
 
 }  // namespace NS_LOG_SERVICE1

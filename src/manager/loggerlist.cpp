@@ -29,7 +29,7 @@ size_t LoggerList::NameHash::operator()(const LoggerName& name) const {
 }
 
 Logger* LoggerList::FindOrAdd(const LoggerName& name, const Maker& make) {
-    const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    const LockGuard<Mutex> guard(mutex_);
     const auto found = index_.find(name);
     if (found != index_.end()) {
         return found->second;

@@ -1,8 +1,6 @@
 // Every logger that was ever handed out.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <deque>
 #include <functional>
 #include <memory>
@@ -11,6 +9,7 @@
 #include <unordered_map>
 
 #include "base/lockguard.h"
+#include "base/mutex.h"
 #include "logger/logger.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -39,26 +38,26 @@ class LoggerList {
 
     // The logger of that name; where there is none, the one that `make` makes, or null when it
     // makes none.
-    Logger* FindOrAdd(const LoggerName& name, const Maker& make);
+    Logger* FindOrAdd(const LoggerName& name, const Maker& make) EXCLUDES(mutex_);
 
     // Switches `level` for every logger, in order. Reports each logger that refuses and goes on.
     // Throws std::out_of_range, from the first logger, for a level without a switch.
-    void EnableAll(uint32_t level);
-    void DisableAll(uint32_t level);
+    void EnableAll(uint32_t level) EXCLUDES(mutex_);
+    void DisableAll(uint32_t level) EXCLUDES(mutex_);
 
     // Calls `operation` with the logger of that name and returns its result; 0 where there is none.
     // What the operation throws passes out.
     template <class Operation>
-    int WithLogger(const LoggerName& name, Operation operation) {
-        const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    int WithLogger(const LoggerName& name, Operation operation) EXCLUDES(mutex_) {
+        const LockGuard<Mutex> guard(mutex_);
         const auto found = index_.find(name);
         return found == index_.end() ? 0 : static_cast<int>(operation(*found->second));
     }
 
     // Calls `visit` with each logger, in order.
     template <class Visitor>
-    void ForEach(Visitor visit) {
-        const LockGuard<ACE_Thread_Mutex> guard(mutex_);
+    void ForEach(Visitor visit) EXCLUDES(mutex_) {
+        const LockGuard<Mutex> guard(mutex_);
         for (const std::unique_ptr<Logger>& logger : loggers_) {
             visit(*logger);
         }
@@ -69,10 +68,10 @@ class LoggerList {
         size_t operator()(const LoggerName& name) const;
     };
 
-    ACE_Thread_Mutex mutex_;
-    std::deque<std::unique_ptr<Logger>> loggers_;  // guarded by mutex_
-    // The names are the loggers' own. Guarded by mutex_.
-    std::unordered_map<LoggerName, Logger*, NameHash> index_;
+    Mutex mutex_;
+    std::deque<std::unique_ptr<Logger>> loggers_ GUARDED_BY(mutex_);
+    // The names are the loggers' own.
+    std::unordered_map<LoggerName, Logger*, NameHash> index_ GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_LOG_SERVICE1

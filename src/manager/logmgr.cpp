@@ -3,7 +3,12 @@
 #include <memory>
 
 #include "base/lockguard.h"
+#include "bundlemgr/processexception.h"
+#include "diagnostic/messages.h"
+#include "lookup/interfacelookup.h"
 #include "lookup/ownlogger.h"
+#include "qv_base_log/resultcode.h"
+#include "schedule/schedulesvcinterface.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -58,7 +63,7 @@ int LogMgr::DisableAllLogLevel(const uint32_t& level) {
 }
 
 void LogMgr::SwitchLevel(uint32_t level, bool on) {
-    const LockGuard<ACE_Thread_Mutex> guard(switchingMutex_);
+    const LockGuard<Mutex> guard(switchingMutex_);
     levelSwitches.Update([level, on](LevelSwitches switches) { return switches.set(level, on); });
     if (on) {
         EnableAllLogLevel(level);
@@ -93,6 +98,32 @@ int LogMgr::DisableLoggerLevels(const std::string& first, const std::string& sec
 
 bool LogMgr::IsLogLevelEnabled(const uint32_t& level) const {
     return IsLevelOn(levelSwitches, level);
+}
+
+// Mode 1 is acknowledged but not entered, and the mode itself is never written here: switching to
+// 0 takes the periodic task away and nothing else. Whoever wants queued output switched on and off
+// for real uses the maintenance interface.
+unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
+    if (mode == outputmode || mode == kQueuedOutput) {
+        return LOG_RESULT_OK;
+    }
+    if (mode != kDirectOutput) {
+        return LOG_RESULT_INVALID_OUTPUT_MODE;
+    }
+    const int64_t task = outputTask;
+    try {
+        auto& schedule = LookUp<NS_SCHEDULE_SERVICE1::ScheduleSvcInterface>("ScheduleSvcInterface");
+        if (schedule.DeleteTask(task) != 0) {
+            kTaskNotDeleted.Report();
+            return LOG_RESULT_DELETE_TASK_FAILED;
+        }
+    } catch (const NS_BUNDLEMGR1::InterfaceNotExistException& exception) {
+        ReportException(exception);
+        return LOG_RESULT_INTERFACE_NOT_EXIST;
+    }
+    // A task that was started meanwhile stays known.
+    outputTask.Update([task](int64_t now) { return now == task ? kNoOutputTask : now; });
+    return LOG_RESULT_OK;
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,12 +1,11 @@
 // The log manager: owner of everything that outlives a single log call.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
-
 #include <cstdint>
 #include <string>
 
 #include "base/logsettings.h"
+#include "base/mutex.h"
 #include "base/singleton.h"
 #include "channel/channelmap.h"
 #include "manager/loggerlist.h"
@@ -58,7 +57,7 @@ class LogMgr : public LogSettings {
     // Switches one level (0 to 3) everywhere: globally first, so that a logger that is created
     // meanwhile has it either way, then for every logger. Of two threads that switch at once, one
     // does both before the other.
-    void SwitchLevel(uint32_t level, bool on);
+    void SwitchLevel(uint32_t level, bool on) EXCLUDES(switchingMutex_);
 
     // Switch one level, or all, of the logger of that name; return the logger's answer, 0 when
     // there is no such logger. The last two throw std::out_of_range for every logger there is.
@@ -87,7 +86,7 @@ class LogMgr : public LogSettings {
     LogMgr() = default;
     ~LogMgr();
 
-    ACE_Thread_Mutex switchingMutex_;  // held while a level is switched everywhere
+    Mutex switchingMutex_;  // guards no field: held while a level is switched everywhere
     ChannelMap channels_;
     LoggerList loggers_;
 };

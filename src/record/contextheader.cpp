@@ -15,8 +15,7 @@ NS_UTIL::ThreadContextInfo ThreadContext() {
 
 }  // namespace
 
-// Each item is taken from a context fetched afresh: the platform may hand out a context that an
-// upper layer completes while the operation runs.
+// Fetches the context anew for each item: an upper layer may complete it while the operation runs.
 std::string BuildContextHeader() {
     constexpr std::string_view threadLabel = ",TopT:";
     constexpr std::string_view interfaceLabel = ",If:";

@@ -5,9 +5,9 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The calling thread's operation as one line of text:
-//     <operation UUID>,TopT:<thread number>,If:<interface name>,UserMsg:<user information>
-// All labels and separators are always there; pieces that the context lacks are empty.
+// The calling thread's operation as one line of text: <operation UUID>,TopT:<thread
+// number>,If:<interface name>,UserMsg:<user information> All labels and separators are always
+// present. An item that the context lacks is empty.
 std::string BuildContextHeader();
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,4 +1,4 @@
-// The log record: everything that is needed to print one entry later, on another thread if need be.
+// The log record: all that is needed to write one entry, also later and on another thread.
 #pragma once
 
 #include <ace/Time_Value.h>
@@ -9,13 +9,13 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// What the logger hands down for one call. The texts are borrowed from the call and are good until
-// it returns; whoever keeps a record longer keeps a PackedRecord, or appends it to a RecordQueue.
+// The logger makes one for each call. It does not own its texts: they are valid until the call
+// returns. To keep a record longer, make a PackedRecord of it or append it to a RecordQueue.
 struct LogRecord {
     int32_t level = 0;
     ACE_Time_Value time;
     pthread_t thread = 0;
-    // The logger's identifying strings. They do not reach the files.
+    // The logger's identifying strings. They are not written to files.
     std::string_view firstName;
     std::string_view secondName;
     std::string_view file;

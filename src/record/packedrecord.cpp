@@ -6,7 +6,7 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// Stands in front of the texts, which follow without separators in the order of the lengths.
+// Precedes the texts, which follow without separators in the order of the lengths.
 struct PackedHeader {
     size_t packedSize;
     int64_t seconds;

@@ -1,4 +1,4 @@
-// A record as packed bytes, for as long as it must be kept.
+// A record that owns its texts, packed into bytes.
 #pragma once
 
 #include <cstddef>
@@ -8,22 +8,22 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// How many bytes the record takes when it is packed; a multiple of the alignment that packed
-// records need, so that they can stand one behind the other.
+// Returns the size of the packed record in bytes. It is a multiple of the alignment that packed
+// records need, so that one can follow the other.
 size_t PackedSize(const LogRecord& record);
 
-// Packs the record into `bytes`, which holds PackedSize(record) bytes and is aligned as `new`
-// aligns. The logger's names stay behind: no file shows them.
+// Packs the record into `bytes`. The logger's names are left out: no file shows them. REQUIRES:
+// `bytes` has room for PackedSize(record) bytes and the alignment of `new`.
 void Pack(const LogRecord& record, std::byte* bytes);
 
-// Reads back what Pack wrote. The texts of the result point into `bytes`.
+// Returns the record that Pack wrote. Its texts point into `bytes`.
 LogRecord Unpack(const std::byte* bytes);
 
-// The size that PackedSize gave for the record at `bytes`.
+// Returns the packed size of the record at `bytes`.
 size_t PackedSizeAt(const std::byte* bytes);
 
-// A kept record in a block of its own. Movable, so that it can be built and freed outside the lock
-// that guards where it is kept.
+// A packed record in its own block of memory. It is movable, so that a container's owner can make
+// and free records outside its lock.
 class PackedRecord {
   public:
     PackedRecord() = default;
@@ -31,7 +31,7 @@ class PackedRecord {
         Pack(record, bytes_.get());
     }
 
-    // Not for an empty one. The texts live as long as this object.
+    // REQUIRES: it is not empty. The texts are valid as long as this object lives.
     LogRecord Get() const { return Unpack(bytes_.get()); }
 
   private:

@@ -11,7 +11,8 @@ namespace {
 // Some 250 records of the usual size.
 constexpr size_t kChunkSize = size_t{64} * 1024;
 
-// Empty chunks that are kept: enough for a full queue of the default length and usual records.
+// The maximum number of empty chunks that are kept: enough for a full queue of the default length
+// and usual records.
 constexpr size_t kSpareChunks = 256;
 
 }  // namespace

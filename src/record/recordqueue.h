@@ -1,4 +1,4 @@
-// Records in the order of their arrival, packed into memory that is used again and again.
+// Records in the order of their arrival, packed into chunks of memory that are reused.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,8 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Made so that its owner needs no allocation while it holds the lock that guards the queue: the
-// owner makes chunks outside the lock and adds them, appends into them, and frees outside the lock
-// what Clear hands back.
+// The owner neither allocates nor frees memory while it holds the lock that guards the queue. It
+// makes chunks before it takes the lock, and frees what Clear returns after it has released it.
 //
 // Thread safety: none; the owner's lock guards it.
 class RecordQueue {
@@ -26,7 +25,7 @@ class RecordQueue {
 
     class Iterator {
       public:
-        // The texts of the record live until the queue is cleared.
+        // The texts of the record are valid until the queue is cleared.
         LogRecord operator*() const;
         Iterator& operator++();
         bool operator==(const Iterator& other) const {
@@ -42,31 +41,31 @@ class RecordQueue {
         size_t offset_ = 0;
     };
 
-    // One chunk in which a record of this packed size fits, as a list to be handed to AddChunk.
+    // Makes a chunk that has room for a record of this packed size, as a list for AddChunk.
     static Chunks MakeChunk(size_t packedSize);
 
     // Whether a record of this packed size can be appended without another chunk.
     bool HasRoomFor(size_t packedSize) const;
 
-    // Takes over the chunk in `chunk`, which is filled next.
+    // Moves the chunk out of `chunk`. It is filled next.
     void AddChunk(Chunks& chunk);
 
-    // Appends a copy of the record. HasRoomFor(PackedSize(record)) holds.
+    // Appends a copy of the record. REQUIRES: HasRoomFor(PackedSize(record)).
     void Append(const LogRecord& record);
 
-    // Empties the queue but keeps its chunks, up to a bound, for records to come; hands back the
-    // others, and those that were made for an outsized record, for the caller to free.
+    // Removes all records. Keeps a bounded number of chunks for later records. Returns the others,
+    // and those that were made for an outsized record; the caller frees them.
     [[nodiscard]] Chunks Clear();
 
-    // Hands all records over to `empty`, a queue without records. Empty chunks stay here, so that
-    // the next record finds one.
+    // Moves all records to `empty`. Empty chunks stay here for the next records. REQUIRES: `empty`
+    // has no records.
     void MoveRecordsTo(RecordQueue& empty) noexcept;
 
-    // Takes chunks of `cleared`, a queue without records, for records to come, up to the bound.
+    // Moves chunks of `cleared` here, up to the bound, for later records. REQUIRES: `cleared` has
+    // no records.
     void TakeChunks(RecordQueue& cleared);
 
     size_t Count() const { return count_; }
-    bool Empty() const { return count_ == 0; }
 
     Iterator begin() const { return Iterator(used_.begin()); }
     Iterator end() const { return Iterator(used_.end()); }
@@ -74,7 +73,7 @@ class RecordQueue {
   private:
     bool LastChunkHasRoomFor(size_t packedSize) const;
 
-    // The chunks that hold records, at least one each; the last one is being filled.
+    // The chunks that hold at least one record. The last one is filled at present.
     Chunks used_;
     // Empty chunks; the first one is filled next.
     Chunks spare_;

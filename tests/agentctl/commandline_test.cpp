@@ -162,7 +162,7 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
 TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
     const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const NS_REFERENCE_HOST::SocketAddress address(Socket());
-    ASSERT_EQ(bind(listening, address.Get(), address.GetSize()), 0);
+    ASSERT_EQ(bind(listening, address.Get(), address.Size()), 0);
     ASSERT_EQ(listen(listening, 0), 0);
     const NS_TEST::SocketClient first(Socket());
     const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});

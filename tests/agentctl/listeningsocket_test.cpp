@@ -45,7 +45,7 @@ class ListeningSocketTest : public NS_TEST::DirectoryTest {
     void LeaveSocket() const {
         const FileDescriptor dead(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         const SocketAddress address(Socket());
-        ASSERT_EQ(bind(dead.Get(), address.Get(), address.GetSize()), 0);
+        ASSERT_EQ(bind(dead.Get(), address.Get(), address.Size()), 0);
     }
 };
 
@@ -89,7 +89,7 @@ TEST_F(ListeningSocketTest, DoesNotReplaceTheSocketOfALivingAgent) {
 TEST_F(ListeningSocketTest, TakesAFullQueueForASignOfLife) {
     const FileDescriptor busy(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const SocketAddress address(Socket());
-    ASSERT_EQ(bind(busy.Get(), address.Get(), address.GetSize()), 0);
+    ASSERT_EQ(bind(busy.Get(), address.Get(), address.Size()), 0);
     ASSERT_EQ(listen(busy.Get(), 0), 0);
     const SocketClient first(Socket());
     EXPECT_THAT(Reason(), HasSubstr("another agent serves"));

@@ -22,7 +22,7 @@ class SocketClient {
     explicit SocketClient(const std::string& path)
         : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         const NS_REFERENCE_HOST::SocketAddress address(path);
-        if (connect(socket_.Get(), address.Get(), address.GetSize()) != 0) {
+        if (connect(socket_.Get(), address.Get(), address.Size()) != 0) {
             throw std::system_error(errno, std::generic_category(), path);
         }
     }

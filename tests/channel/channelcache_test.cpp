@@ -62,7 +62,7 @@ class ChannelCache : public NS_TEST::ChannelTest {
 
 TEST_F(ChannelCache, WritesNothingByItself) {
     Make(2);
-    EXPECT_EQ(channel_->CacheCapacity(), 2u);
+    EXPECT_EQ(channel_->KeptCapacity(), 2u);
     for (int i = 0; i < 10; ++i) {
         Keep("kept");
         Keep("grave but off", 0);
@@ -102,7 +102,7 @@ TEST_F(ChannelCache, MayHoldNothing) {
     Make(0);
     Keep("A");
     Keep("B");
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
     Output("E", 0);
     EXPECT_EQ(Written(), kCreated + DumpFrame(1, 0, "E", ""));
 }
@@ -127,7 +127,7 @@ TEST_F(ChannelCache, IsNotDumpedByOtherLevels) {
     }
     channel_->Flush();
     EXPECT_EQ(Written().find("kept"), std::string::npos);
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 1u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 1u);
 }
 
 TEST_F(ChannelCache, OwnsWhatItKeeps) {
@@ -186,10 +186,10 @@ TEST_F(ChannelCache, IsEmptiedWhereNoFileCanBeOpened) {
     Make(5);
     Keep("lost");
     Output("E", 0);
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
     Keep("lost too");
     channel_->OutputAll();
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
     fs::remove(Path("log"));
     Output("F", 0);
     EXPECT_EQ(Written(), kCreated + DumpFrame(3, 0, "F", ""));
@@ -202,7 +202,7 @@ TEST_F(ChannelCache, IsDumpedOnOrder) {
     channel_->OutputAll();
     EXPECT_EQ(Written(),
               kCreated + Maintenance(Written(), 1, DumpedFrame(3, "A") + DumpedFrame(3, "B")));
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
 }
 
 TEST_F(ChannelCache, IsDumpedOnOrderBehindTheQueue) {
@@ -214,7 +214,7 @@ TEST_F(ChannelCache, IsDumpedOnOrderBehindTheQueue) {
     EXPECT_EQ(Written(), kCreated + Frame(1, 1, "one") + Frame(2, -1, "two") +
                              Maintenance(Written(), 3, DumpedFrame(3, "A")));
     EXPECT_EQ(channel_->Statistics().queued.Get(), 0u);
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
 }
 
 TEST_F(ChannelCache, IsDumpedOnOrderWithAQueueOnly) {
@@ -248,7 +248,7 @@ TEST_F(ChannelCache, KeepsItsCapacityAfterADumpOnOrder) {
         EXPECT_EQ(piece.dumped[0].detail, "B");
         EXPECT_EQ(piece.dumped[1].detail, "C");
     }
-    EXPECT_EQ(channel_->CacheCapacity(), 2u);
+    EXPECT_EQ(channel_->KeptCapacity(), 2u);
 }
 
 TEST_F(ChannelCache, OfADumpOnOrderIsWrittenWhole) {

@@ -191,7 +191,7 @@ TEST_F(ChannelConcurrency, AccountsForEveryRecordWhateverIsDoneAtOnce) {
         EXPECT_EQ(channel.Statistics().queued.Get(), 0u);
         EXPECT_EQ(channel.FileStatistics().recordsDropped.Get(), 0u);
         evicted = channel.Statistics().evicted.Get();
-        cached = channel.Statistics().cached.Get();
+        cached = channel.Statistics().keptBack.Get();
     }
     const Seen seen = Read();
     ExpectAll(seen);

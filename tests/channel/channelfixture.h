@@ -11,7 +11,7 @@
 
 #include "channel/systemcalls.h"
 #include "record/comparerecords.h"
-#include "record/recordcache.h"
+#include "record/keptrecords.h"
 #include "record/recordqueue.h"
 #include "support/environment.h"
 #include "support/files.h"

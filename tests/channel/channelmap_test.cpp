@@ -68,7 +68,7 @@ TEST_F(Channels, HaveTheSizesOfTheMomentOfTheirCreation) {
     settings_.filterbuflength = 80;
     channels_.ForEach([](const std::string&, TEDebugInfoBuf& channel) {
         EXPECT_EQ(channel.QueueCapacity(), 7u);
-        EXPECT_EQ(channel.CacheCapacity(), 8u);
+        EXPECT_EQ(channel.KeptCapacity(), 8u);
     });
 }
 

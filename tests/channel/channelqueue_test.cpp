@@ -124,7 +124,7 @@ TEST_F(ChannelQueue, IsWrittenBeforeALevelZeroRecordAndItsDump) {
     EXPECT_EQ(Written(), kCreated + Frame(1, 1, "one") + Frame(2, 1, "two") +
                              DumpFrame(3, 0, "error", DumpedFrame(3, "kept")));
     EXPECT_EQ(channel_->Statistics().queued.Get(), 0u);
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
     Queue("again", 0);
     EXPECT_EQ(Written(), kCreated + Frame(1, 1, "one") + Frame(2, 1, "two") +
                              DumpFrame(3, 0, "error", DumpedFrame(3, "kept")) +
@@ -286,7 +286,7 @@ TEST_F(ChannelQueue, IsEmptiedByALevelZeroRecordWhereNoFileCanBeOpened) {
     Keep("lost too");
     Queue("error", 0);
     EXPECT_EQ(channel_->Statistics().queued.Get(), 0u);
-    EXPECT_EQ(channel_->Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel_->Statistics().keptBack.Get(), 0u);
     fs::remove(Path("log"));
     Queue("again", 0);
     EXPECT_EQ(Written(), kCreated + DumpFrame(2, 0, "again", ""));
@@ -302,7 +302,7 @@ TEST_F(ChannelQueue, KeepsItsCapacity) {
     cacheLength = 100;
     fileSize = 1;
     EXPECT_EQ(channel.QueueCapacity(), 2u);
-    EXPECT_EQ(channel.CacheCapacity(), 1u);
+    EXPECT_EQ(channel.KeptCapacity(), 1u);
     channel.AppendOutputInfo(WithDetail(1, "one").Get());
     channel.AppendOutputInfo(WithDetail(1, "two").Get());
     EXPECT_EQ(Shown(), Texts({"1:1:one", "2:1:two", "3:1:" + notice_}));

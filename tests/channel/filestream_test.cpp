@@ -30,17 +30,17 @@ TEST_F(FileStreams, AreClosedAtFirst) {
     EXPECT_FALSE(stream_.IsOpen());
     EXPECT_FALSE(stream_.IsSameFile(Path()));
     stream_.Close();
-    EXPECT_EQ(stream_.Write("text"), 0u);
+    EXPECT_EQ(stream_.Write("text").written, 0u);
 }
 
 TEST_F(FileStreams, CreateAFileAndWriteToItsEnd) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     EXPECT_TRUE(stream_.IsOpen());
     EXPECT_EQ(ReadFile(path_), "");
-    EXPECT_EQ(stream_.Write("abc"), 3u);
+    EXPECT_EQ(stream_.Write("abc").written, 3u);
     EXPECT_EQ(ReadFile(path_), "abc");
-    EXPECT_EQ(stream_.Write(""), 0u);
-    EXPECT_EQ(stream_.Write(std::string_view("d\0e", 3)), 3u);
+    EXPECT_EQ(stream_.Write("").written, 0u);
+    EXPECT_EQ(stream_.Write(std::string_view("d\0e", 3)).written, 3u);
     EXPECT_EQ(ReadFile(path_), std::string("abcd\0e", 6));
     stream_.Close();
     EXPECT_FALSE(stream_.IsOpen());
@@ -49,14 +49,14 @@ TEST_F(FileStreams, CreateAFileAndWriteToItsEnd) {
 
 TEST_F(FileStreams, EmptyAFileThatIsThere) {
     WriteFile(path_, "old contents");
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     EXPECT_EQ(ReadFile(path_), "");
 }
 
 TEST_F(FileStreams, CloseWhatWasOpenBefore) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     stream_.Write("first");
-    ASSERT_TRUE(stream_.Create(Path("other")));
+    ASSERT_FALSE(stream_.Create(Path("other")));
     stream_.Write("second");
     EXPECT_EQ(ReadFile(path_), "first");
     EXPECT_EQ(ReadFile(Path("other")), "second");
@@ -65,20 +65,16 @@ TEST_F(FileStreams, CloseWhatWasOpenBefore) {
 }
 
 TEST_F(FileStreams, SayWhyAFileCannotBeCreated) {
-    errno = 0;
-    EXPECT_FALSE(stream_.Create(Path("missing/file")));
-    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(stream_.Create(Path("missing/file")).value(), ENOENT);
     EXPECT_FALSE(stream_.IsOpen());
-    errno = 0;
-    EXPECT_FALSE(stream_.Create(Path()));
-    EXPECT_EQ(errno, EISDIR);
-    ASSERT_TRUE(stream_.Create(path_));
-    EXPECT_FALSE(stream_.Create(Path("missing/file")));
+    EXPECT_EQ(stream_.Create(Path()).value(), EISDIR);
+    ASSERT_FALSE(stream_.Create(path_));
+    EXPECT_TRUE(stream_.Create(Path("missing/file")));
     EXPECT_FALSE(stream_.IsOpen());
 }
 
 TEST_F(FileStreams, AreNotInheritedByOtherPrograms) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
         if (std::filesystem::read_symlink(entry.path(), gone) == path_) {
@@ -95,11 +91,11 @@ TEST_F(FileStreams, AreNotInheritedByOtherPrograms) {
 }
 
 TEST_F(FileStreams, CutBackTheirEndAndGoOnThere) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     stream_.Write("abcdef");
     stream_.CutBack(2);
     EXPECT_EQ(ReadFile(path_), "abcd");
-    EXPECT_EQ(stream_.Write("xyz"), 3u);
+    EXPECT_EQ(stream_.Write("xyz").written, 3u);
     EXPECT_EQ(ReadFile(path_), "abcdxyz");
     stream_.CutBack(0);
     EXPECT_EQ(ReadFile(path_), "abcdxyz");
@@ -110,7 +106,7 @@ TEST_F(FileStreams, CutBackTheirEndAndGoOnThere) {
 }
 
 TEST_F(FileStreams, KnowTheirFileByAnyName) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     std::filesystem::create_symlink(path_, Path("link"));
     std::filesystem::create_hard_link(path_, Path("twin"));
     WriteFile(Path("other"), "");
@@ -125,58 +121,58 @@ TEST_F(FileStreams, KnowTheirFileByAnyName) {
 }
 
 TEST_F(FileStreams, ReportWhatADeviceWithoutRoomTook) {
-    ASSERT_TRUE(stream_.Create("/dev/full"));
-    errno = 0;
-    EXPECT_EQ(stream_.Write("text"), 0u);
-    EXPECT_EQ(errno, ENOSPC);
+    ASSERT_FALSE(stream_.Create("/dev/full"));
+    const WriteResult result = stream_.Write("text");
+    EXPECT_EQ(result.written, 0u);
+    EXPECT_EQ(result.error.value(), ENOSPC);
     stream_.CutBack(0);
     EXPECT_TRUE(stream_.IsOpen());
 }
 
 TEST_F(FileStreams, GoOnAfterAWriteThatWasCutShort) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     Calls().ScriptWrites([](uint64_t, std::string_view) { return Fate{3, 0}; });
-    EXPECT_EQ(stream_.Write("abcdefgh"), 8u);
+    EXPECT_EQ(stream_.Write("abcdefgh").written, 8u);
     EXPECT_EQ(ReadFile(path_), "abcdefgh");
     EXPECT_EQ(Calls().Writes(), 3u);
 }
 
 TEST_F(FileStreams, TryAgainAfterASignal) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     Calls().ScriptWrites([](uint64_t number, std::string_view) {
         return number % 2 == 1 ? Fate{0, EINTR} : Fate{2, 0};
     });
-    EXPECT_EQ(stream_.Write("abcd"), 4u);
+    EXPECT_EQ(stream_.Write("abcd").written, 4u);
     EXPECT_EQ(ReadFile(path_), "abcd");
 }
 
 TEST_F(FileStreams, TryToOpenAgainAfterASignal) {
     Calls().ScriptOpens([](uint64_t number) { return number == 1 ? EINTR : 0; });
-    EXPECT_TRUE(stream_.Create(path_));
-    EXPECT_EQ(stream_.Write("text"), 4u);
+    EXPECT_FALSE(stream_.Create(path_));
+    EXPECT_EQ(stream_.Write("text").written, 4u);
     EXPECT_EQ(ReadFile(path_), "text");
 }
 
 TEST_F(FileStreams, ReportHowMuchWasWrittenBeforeAFailure) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     stream_.Write("abc");
     Calls().ScriptWrites([](uint64_t number, std::string_view) {
         return number == 1 ? Fate{2, 0} : Fate{0, EIO};
     });
-    errno = 0;
-    EXPECT_EQ(stream_.Write("defg"), 2u);
-    EXPECT_EQ(errno, EIO);
+    const WriteResult result = stream_.Write("defg");
+    EXPECT_EQ(result.written, 2u);
+    EXPECT_EQ(result.error.value(), EIO);
     EXPECT_EQ(ReadFile(path_), "abcde");
     stream_.CutBack(2);
     EXPECT_EQ(ReadFile(path_), "abc");
 }
 
 TEST_F(FileStreams, DoNotTryForeverWhereNothingIsTaken) {
-    ASSERT_TRUE(stream_.Create(path_));
+    ASSERT_FALSE(stream_.Create(path_));
     Calls().ScriptWrites([](uint64_t number, std::string_view) {
         return number < 1000 ? Fate{0, 0} : Fate{0, EIO};
     });
-    EXPECT_EQ(stream_.Write("text"), 0u);
+    EXPECT_TRUE(stream_.Write("text").error);
     EXPECT_LT(Calls().Writes(), 1000u);
 }
 
@@ -188,10 +184,10 @@ TEST_F(FileStreams, GiveTheirDescriptorsBack) {
     const auto before = descriptors();
     for (int i = 0; i < 10; ++i) {
         FileStream stream;
-        ASSERT_TRUE(stream.Create(path_));
-        ASSERT_TRUE(stream.Create(Path("other")));
+        ASSERT_FALSE(stream.Create(path_));
+        ASSERT_FALSE(stream.Create(Path("other")));
         stream.Create(Path("missing/file"));
-        ASSERT_TRUE(stream.Create(path_));
+        ASSERT_FALSE(stream.Create(path_));
     }
     EXPECT_EQ(descriptors(), before);
 }

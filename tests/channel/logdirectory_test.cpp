@@ -30,7 +30,7 @@ class LogDirectory : public NS_TEST::ChannelTest {
     ~LogDirectory() override { umask(previous_); }
 
     bool Create(const std::string& directory) {
-        return CreateInDirectory(stream_, directory, "file.log");
+        return !CreateInDirectory(stream_, directory, "file.log");
     }
 
     FileStream stream_;

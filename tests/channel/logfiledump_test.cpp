@@ -26,7 +26,7 @@ class LogFileDump : public NS_TEST::ChannelTest {
 };
 
 TEST_F(LogFileDump, ShowsTheTriggerTheHistoryAndOneNumber) {
-    RecordCache cached(5);
+    KeptRecords cached(5);
     cached.Append(PackedRecord(WithDetail(3, "older").Get()));
     cached.Append(PackedRecord(WithDetail(2, "newer").Get()));
     file_.WriteRecordWithDump(WithDetail(0, "error").Get(), cached);
@@ -45,7 +45,7 @@ TEST_F(LogFileDump, ShowsTheTriggerTheHistoryAndOneNumber) {
 }
 
 TEST_F(LogFileDump, IsThereWithoutAHistory) {
-    file_.WriteRecordWithDump(WithDetail(0, "error").Get(), RecordCache(0));
+    file_.WriteRecordWithDump(WithDetail(0, "error").Get(), KeptRecords(0));
     EXPECT_EQ(Written(),
               "File create at 2024-03-05T14:07:09.654321+00:00.\n"
               "<1>\n2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, "
@@ -55,7 +55,7 @@ TEST_F(LogFileDump, IsThereWithoutAHistory) {
 }
 
 TEST_F(LogFileDump, TakesOneNumber) {
-    RecordCache cached(5);
+    KeptRecords cached(5);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     file_.WriteRecord(WithDetail(1, "one").Get());
     file_.WriteRecordWithDump(WithDetail(0, "two").Get(), cached);
@@ -65,7 +65,7 @@ TEST_F(LogFileDump, TakesOneNumber) {
 }
 
 TEST_F(LogFileDump, ShowsEachRecordsOwnTime) {
-    RecordCache cached(5);
+    KeptRecords cached(5);
     auto kept = WithDetail(3, "kept");
     kept.time = ACE_Time_Value(1709647628, 7);
     cached.Append(PackedRecord(kept.Get()));
@@ -81,7 +81,7 @@ TEST_F(LogFileDump, ShowsEachRecordsOwnTime) {
 }
 
 TEST_F(LogFileDump, ShowsAnyRecordOfTheHistoryInTheSameWay) {
-    RecordCache cached(5);
+    KeptRecords cached(5);
     cached.Append(PackedRecord(WithDetail(-2, "short").Get()));
     cached.Append(PackedRecord(WithDetail(0, "grave").Get()));
     auto cut = WithDetail(1, std::string("cut\0off", 7));
@@ -99,7 +99,7 @@ TEST_F(LogFileDump, ShowsAnyRecordOfTheHistoryInTheSameWay) {
 }
 
 TEST_F(LogFileDump, IsDroppedWithItsNumberWhereNoFileCanBeOpened) {
-    RecordCache cached(5);
+    KeptRecords cached(5);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     Calls().ScriptOpens([](uint64_t number) { return number == 1 ? EMFILE : 0; });
     file_.WriteRecordWithDump(WithDetail(0, "one").Get(), cached);
@@ -109,7 +109,7 @@ TEST_F(LogFileDump, IsDroppedWithItsNumberWhereNoFileCanBeOpened) {
 }
 
 TEST_F(LogFileDump, TakesHugeHistories) {
-    RecordCache cached(100);
+    KeptRecords cached(100);
     std::string lines;
     for (int i = 0; i < 100; ++i) {
         const std::string detail(20000, static_cast<char>('a' + i % 26));

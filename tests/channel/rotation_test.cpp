@@ -170,7 +170,7 @@ TEST_F(Rotation, LeavesTheObjectClosedWhereTheNextFileCannotBeOpened) {
 TEST_F(Rotation, NeverHappensInsideADump) {
     const uint64_t limit = kCreatedSize + 100;
     LogFile file(Path().c_str(), "unbi_debug_", limit, 5);
-    RecordCache cached(128);
+    KeptRecords cached(128);
     std::string lines;
     for (int i = 0; i < 128; ++i) {
         const std::string detail = "kept " + std::to_string(i);
@@ -185,7 +185,7 @@ TEST_F(Rotation, NeverHappensInsideADump) {
 }
 
 TEST_F(Rotation, HappensAfterADumpThatReachesTheLimitExactly) {
-    const RecordCache empty(0);
+    const KeptRecords empty(0);
     const uint64_t size = kCreatedSize + DumpFrame(1, 0, "error", "").size();
     LogFile exact(Path("exact").c_str(), "unbi_debug_", size, 5);
     exact.WriteRecordWithDump(WithDetail(0, "error").Get(), empty);

@@ -32,7 +32,7 @@ TEST_F(Statistics, StartAtZero) {
     const LogFileStatistics& file = channel.FileStatistics();
     for (const Counter* const counter :
          {&channel.Statistics().queued, &channel.Statistics().queuedMost,
-          &channel.Statistics().cached, &channel.Statistics().evicted, &file.recordsWritten,
+          &channel.Statistics().keptBack, &channel.Statistics().evicted, &file.recordsWritten,
           &file.recordsDumped, &file.recordsDropped, &file.bytesWritten, &file.rotations,
           &file.lastError, &file.lastErrorSecond}) {
         EXPECT_EQ(counter->Get(), 0u);
@@ -41,7 +41,7 @@ TEST_F(Statistics, StartAtZero) {
 
 TEST_F(Statistics, CountRecordsAndBytes) {
     LogFile file(Path("log").c_str(), "unbi_debug_", 1000000, 5);
-    RecordCache cached(10);
+    KeptRecords cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     file.WriteRecord(WithDetail(1, "one").Get());
@@ -83,7 +83,7 @@ TEST_F(Statistics, CountRecordsForWhichNoFileCouldBeOpened) {
     EXPECT_EQ(file.Statistics().lastError.Get(), static_cast<uint64_t>(EMFILE));
     EXPECT_GE(file.Statistics().lastErrorSecond.Get(), static_cast<uint64_t>(kNow));
     EXPECT_LE(file.Statistics().lastErrorSecond.Get(), static_cast<uint64_t>(kNow + 20));
-    RecordCache cached(10);
+    KeptRecords cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     file.WriteRecordWithDump(WithDetail(0, "three").Get(), cached);
     EXPECT_EQ(file.Statistics().recordsDropped.Get(), 4u);
@@ -104,7 +104,7 @@ TEST_F(Statistics, CountRecordsThatCouldNotBeWritten) {
     EXPECT_EQ(file.Statistics().recordsWritten.Get(), 1u);
     EXPECT_EQ(file.Statistics().rotations.Get(), 1u);
     EXPECT_EQ(file.Statistics().lastError.Get(), static_cast<uint64_t>(ENOSPC));
-    RecordCache cached(10);
+    KeptRecords cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     Calls().ScriptWrites(failOnce);
     file.WriteRecordWithDump(WithDetail(0, "three").Get(), cached);
@@ -132,10 +132,10 @@ TEST_F(Statistics, ShowWhatWaitsInAChannel) {
     for (int i = 0; i < 5; ++i) {
         channel.AppendFiltered(WithDetail(3, "kept").Get());
     }
-    EXPECT_EQ(channel.Statistics().cached.Get(), 2u);
+    EXPECT_EQ(channel.Statistics().keptBack.Get(), 2u);
     EXPECT_EQ(channel.Statistics().evicted.Get(), 3u);
     channel.Output(WithDetail(0, "error").Get());
-    EXPECT_EQ(channel.Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel.Statistics().keptBack.Get(), 0u);
     EXPECT_EQ(channel.Statistics().evicted.Get(), 3u);
     EXPECT_EQ(channel.FileStatistics().recordsWritten.Get(), 3u);
     EXPECT_EQ(channel.FileStatistics().recordsDumped.Get(), 2u);
@@ -154,7 +154,7 @@ TEST_F(Statistics, CountTheNoticeOfAFullQueue) {
 TEST_F(Statistics, ShowWhatIsEvictedWhereNothingIsKept) {
     TEDebugInfoBuf channel("debug", 4, 0, 1000000, 5);
     channel.AppendFiltered(WithDetail(3, "kept").Get());
-    EXPECT_EQ(channel.Statistics().cached.Get(), 0u);
+    EXPECT_EQ(channel.Statistics().keptBack.Get(), 0u);
     EXPECT_EQ(channel.Statistics().evicted.Get(), 1u);
 }
 

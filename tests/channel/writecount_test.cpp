@@ -38,7 +38,7 @@ TEST_F(WriteCount, IsOneForEachRecordWrittenDirectly) {
 }
 
 TEST_F(WriteCount, IsOneForADump) {
-    RecordCache cached(128);
+    KeptRecords cached(128);
     for (int i = 0; i < 128; ++i) {
         cached.Append(PackedRecord(WithDetail(3, std::string(500, 'x')).Get()));
     }

@@ -133,7 +133,7 @@ TEST_F(WriteFailure, TakesATornClosingLineBack) {
 
 // The history is lost as a whole; the error itself goes into the next file, under its number.
 TEST_F(WriteFailure, LeavesOfADumpItsTriggerInTheNextFile) {
-    RecordCache cached(10);
+    KeptRecords cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     cached.Append(PackedRecord(WithDetail(3, "kept too").Get()));
     Write("one");
@@ -154,7 +154,7 @@ TEST_F(WriteFailure, LeavesOfADumpItsTriggerInTheNextFile) {
 }
 
 TEST_F(WriteFailure, ThatLastsLosesTheTriggerOfADumpToo) {
-    RecordCache cached(10);
+    KeptRecords cached(10);
     cached.Append(PackedRecord(WithDetail(3, "kept").Get()));
     Write("one");
     Fail(1, UINT64_MAX, ENOSPC);

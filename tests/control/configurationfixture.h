@@ -32,7 +32,7 @@ class ConfigurationTest : public ControlTest {
         Manager().Channels().ForEach(
             [&](const std::string&, const NS_LOG_SERVICE1::TEDebugInfoBuf& channel) {
                 capacities.push_back(std::to_string(channel.QueueCapacity()) + "/" +
-                                     std::to_string(channel.CacheCapacity()));
+                                     std::to_string(channel.KeptCapacity()));
             });
         return capacities;
     }

@@ -148,7 +148,7 @@ TEST_F(PrintAsn, IsWrittenAtOnceWithAllLevelsOff) {
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records.front().record.level, -1);
     EXPECT_EQ(records.front().record.detail, "text\n");
-    EXPECT_EQ(Channel().Statistics().cached.Get(), 0u);
+    EXPECT_EQ(Channel().Statistics().keptBack.Get(), 0u);
 }
 
 TEST_F(PrintAsn, IsQueuedWhileOutputIsQueued) {

@@ -190,7 +190,7 @@ TEST_P(AsnSecretsOfType, StayInTheProcess) {
     settings_.outputmode = 1;
     Trace(GetParam(), "queued");
     EXPECT_EQ(Channel().Statistics().queued.Get(), 1u);
-    EXPECT_EQ(Channel().Statistics().cached.Get(), 2u);
+    EXPECT_EQ(Channel().Statistics().keptBack.Get(), 2u);
     WriteOut();
     ExpectNothingLeaked(output.Text());
     ExpectEverythingElseThere(output.Text(), 2);

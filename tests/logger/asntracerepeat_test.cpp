@@ -78,14 +78,14 @@ TEST_F(TraceWithLevelThreeOff, KeepsTheRecordBack) {
     TraceOff();
     TraceOff();
     EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
-    EXPECT_EQ(Channel().Statistics().cached.Get(), 2u);
+    EXPECT_EQ(Channel().Statistics().keptBack.Get(), 2u);
     EXPECT_THAT(KeptBack(), testing::ElementsAre("3 previous", "3 previous"));
 }
 
 TEST_F(TraceWithLevelThreeOff, KeepsTheRecordBackWhileOutputIsQueued) {
     settings_.outputmode = 1;
     TraceOff();
-    EXPECT_EQ(Channel().Statistics().cached.Get(), 1u);
+    EXPECT_EQ(Channel().Statistics().keptBack.Get(), 1u);
     EXPECT_EQ(Channel().Statistics().queued.Get(), 0u);
 }
 

@@ -23,7 +23,7 @@ class Log : public NS_TEST::ManagerTest {
         logger.Log("f.cpp", "Run", 7, level, text);
     }
     static uint64_t Cached() {
-        return Manager().Channels().Find("debug")->Statistics().cached.Get();
+        return Manager().Channels().Find("debug")->Statistics().keptBack.Get();
     }
     static uint64_t Queued() {
         return Manager().Channels().Find("debug")->Statistics().queued.Get();

@@ -34,7 +34,7 @@ class LogAlarm : public NS_TEST::ManagerTest {
     void Write(const Json::Value& alarms) { logger_->LogAlarm("f.cpp", "Run", 7, alarms); }
     std::string Written() const { return ManagerTest::Written("corba_alarm"); }
     static uint64_t Cached() {
-        return Manager().Channels().Find("corba_alarm")->Statistics().cached.Get();
+        return Manager().Channels().Find("corba_alarm")->Statistics().keptBack.Get();
     }
     void ExpectNothing() const {
         EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());

@@ -56,7 +56,7 @@ TEST_F(Channels, HaveTheCapacitiesOfTheMomentOfTheirCreation) {
     ASSERT_EQ(AllChannels().size(), 7u);
     for (const TEDebugInfoBuf* channel : AllChannels()) {
         EXPECT_EQ(channel->QueueCapacity(), 17u);
-        EXPECT_EQ(channel->CacheCapacity(), 4'000'000'000u);
+        EXPECT_EQ(channel->KeptCapacity(), 4'000'000'000u);
     }
 }
 
@@ -65,7 +65,7 @@ TEST_F(Channels, HaveTheCapacitiesThatAManagerStartsWith) {
     ASSERT_EQ(AllChannels().size(), 7u);
     for (const TEDebugInfoBuf* channel : AllChannels()) {
         EXPECT_EQ(channel->QueueCapacity(), 16384u);
-        EXPECT_EQ(channel->CacheCapacity(), 128u);
+        EXPECT_EQ(channel->KeptCapacity(), 128u);
     }
 }
 

@@ -48,7 +48,7 @@ constexpr size_t kOutsized = 1 << 20;
 
 TEST(RecordQueue, StartsEmptyAndWithoutRoom) {
     const RecordQueue queue;
-    EXPECT_TRUE(queue.Empty());
+    EXPECT_EQ(queue.Count(), 0u);
     EXPECT_EQ(queue.Count(), 0u);
     EXPECT_TRUE(queue.begin() == queue.end());
     EXPECT_FALSE(queue.HasRoomFor(PackedSize(OwnedRecord().Get())));
@@ -62,7 +62,7 @@ TEST(RecordQueue, KeepsTheOrderOfArrival) {
         Append(queue, WithDetail(expected.back()));
     }
     EXPECT_EQ(queue.Count(), 5000u);
-    EXPECT_FALSE(queue.Empty());
+    EXPECT_NE(queue.Count(), 0u);
     EXPECT_EQ(Details(queue), expected);
 }
 
@@ -128,7 +128,7 @@ TEST(RecordQueue, NeedsNoChunkAfterItWasCleared) {
         Append(queue, WithDetail("text"));
     }
     EXPECT_TRUE(queue.Clear().empty());
-    EXPECT_TRUE(queue.Empty());
+    EXPECT_EQ(queue.Count(), 0u);
     EXPECT_EQ(queue.Count(), 0u);
     EXPECT_TRUE(queue.begin() == queue.end());
     const OwnedRecord record = WithDetail("more");
@@ -168,7 +168,7 @@ TEST(RecordQueue, HandsItsRecordsOverAndKeepsItsEmptyChunks) {
     RecordQueue::Chunks chunk = RecordQueue::MakeChunk(1);
     queue.AddChunk(chunk);
     queue.MoveRecordsTo(taken);
-    EXPECT_TRUE(queue.Empty());
+    EXPECT_EQ(queue.Count(), 0u);
     EXPECT_EQ(Details(queue), Texts());
     EXPECT_EQ(Details(taken), Texts({"1", "2"}));
     EXPECT_TRUE(queue.HasRoomFor(PackedSize(OwnedRecord().Get())));
@@ -230,7 +230,7 @@ TEST(RecordQueue, TakesTheChunksOfAClearedQueue) {
     EXPECT_EQ(queue.Count(), 101u);
     RecordQueue fresh;
     fresh.TakeChunks(written);
-    EXPECT_TRUE(fresh.Empty());
+    EXPECT_EQ(fresh.Count(), 0u);
 }
 
 // Appends, clears and exchanges at random, and compares with plain lists.

@@ -20,7 +20,7 @@ class EventDescriptor {
     bool IsSignalled() const noexcept;
 
     // Polls as readable once the event has happened.
-    int GetDescriptor() const noexcept { return descriptor_; }
+    int Descriptor() const noexcept { return descriptor_; }
 
   private:
     const int descriptor_;

@@ -13,8 +13,8 @@ bool WorkInterface::IsValid() const {
     return true;
 }
 
-int WorkInterface::GetDoneDescriptor() const {
-    return done_.GetDescriptor();
+int WorkInterface::DoneDescriptor() const {
+    return done_.Descriptor();
 }
 
 bool WorkInterface::HasSucceeded() const {

@@ -16,7 +16,7 @@ class WorkInterface : public WorkingBundle {
 
     std::string GetIFName() const override;
     bool IsValid() const override;
-    int GetDoneDescriptor() const override;
+    int DoneDescriptor() const override;
     bool HasSucceeded() const override;
 
     // Told by the working thread at its end.

@@ -157,8 +157,8 @@ std::string AnswerRequest(const std::string& text) {
         const Request request(text);
         return MakeSuccess(FindCommand(request.GetText("command"))(request));
     } catch (const RequestError& error) {
-        return error.GetCode() == 0 ? MakeFailure(error.what())
-                                    : MakeFailure(error.what(), error.GetCode());
+        return error.Code() == 0 ? MakeFailure(error.what())
+                                 : MakeFailure(error.what(), error.Code());
     } catch (const std::exception& error) {
         return MakeFailure(std::string("the request failed: ") + error.what());
     }

@@ -15,7 +15,7 @@ namespace NS_REFERENCE_HOST {
 Connection::Connection(FileDescriptor socket, Clock::duration patience)
     : socket_(std::move(socket)), patience_(patience), deadline_(Clock::now() + patience) {}
 
-short Connection::GetEvents() const noexcept {
+short Connection::Events() const noexcept {
     return answered_ ? POLLOUT : POLLIN;
 }
 

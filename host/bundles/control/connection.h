@@ -23,13 +23,13 @@ class Connection {
     // within the same time again to take the answer.
     Connection(FileDescriptor socket, Clock::duration patience);
 
-    int GetDescriptor() const noexcept { return socket_.Get(); }
+    int Descriptor() const noexcept { return socket_.Get(); }
 
     // What to poll for.
-    short GetEvents() const noexcept;
+    short Events() const noexcept;
 
     // When to give the client up.
-    Clock::time_point GetDeadline() const noexcept { return deadline_; }
+    Clock::time_point Deadline() const noexcept { return deadline_; }
 
     // Gives the client more time.
     void Extend(Clock::duration time) noexcept { deadline_ += time; }

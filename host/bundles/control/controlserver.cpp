@@ -58,9 +58,8 @@ void ControlServer::Serve() {
     while (WaitForEvents(entries)) {
         const Clock::time_point begin = Clock::now();
         ServeClients(entries);
-        const Clock::time_point late = begin + GetHaste();
-        clients_.remove_if(
-            [late](const Connection& client) { return client.GetDeadline() <= late; });
+        const Clock::time_point late = begin + Haste();
+        clients_.remove_if([late](const Connection& client) { return client.Deadline() <= late; });
         const Clock::duration spent = Clock::now() - begin;
         for (Connection& client : clients_) {
             client.Extend(spent);
@@ -72,7 +71,7 @@ void ControlServer::Serve() {
 }
 
 // By how much sooner than usual the clients are given up.
-ControlServer::Clock::duration ControlServer::GetHaste() const {
+ControlServer::Clock::duration ControlServer::Haste() const {
     const bool isFull = clients_.size() >= kMaximumClients;
     return isFull ? patience_ - patience_ / kHaste : Clock::duration::zero();
 }
@@ -81,15 +80,15 @@ bool ControlServer::IsAccepting() const {
     return clients_.size() < kMaximumClients && Clock::now() >= acceptAgain_;
 }
 
-int ControlServer::GetTimeout() const {
+int ControlServer::Timeout() const {
     const Clock::time_point now = Clock::now();
     Clock::time_point next = Clock::time_point::max();
     if (acceptAgain_ > now) {
         next = acceptAgain_;
     }
-    const Clock::duration haste = GetHaste();
+    const Clock::duration haste = Haste();
     for (const Connection& client : clients_) {
-        next = std::min(next, client.GetDeadline() - haste);
+        next = std::min(next, client.Deadline() - haste);
     }
     if (next == Clock::time_point::max()) {
         return -1;
@@ -101,13 +100,13 @@ int ControlServer::GetTimeout() const {
 // Fills `entries`. False: it is time to end.
 bool ControlServer::WaitForEvents(std::vector<pollfd>& entries) const {
     entries.clear();
-    entries.push_back({stop_.GetDescriptor(), POLLIN, 0});
+    entries.push_back({stop_.Descriptor(), POLLIN, 0});
     // A negative descriptor keeps its place and is not looked at.
-    entries.push_back({IsAccepting() ? socket_.GetDescriptor() : -1, POLLIN, 0});
+    entries.push_back({IsAccepting() ? socket_.Descriptor() : -1, POLLIN, 0});
     for (const Connection& client : clients_) {
-        entries.push_back({client.GetDescriptor(), client.GetEvents(), 0});
+        entries.push_back({client.Descriptor(), client.Events(), 0});
     }
-    while (poll(entries.data(), entries.size(), GetTimeout()) < 0) {
+    while (poll(entries.data(), entries.size(), Timeout()) < 0) {
         if (errno != EINTR) {
             Report(kName, std::string("poll: ") + std::generic_category().message(errno));
             return false;
@@ -137,7 +136,7 @@ bool ControlServer::Proceed(Connection& client) {
 void ControlServer::Accept() {
     while (clients_.size() < kMaximumClients) {
         FileDescriptor socket(
-            accept4(socket_.GetDescriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+            accept4(socket_.Descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (socket.IsOpen()) {
             Admit(std::move(socket));
         } else if (errno == EAGAIN) {

@@ -46,8 +46,8 @@ class ControlServer {
 
     void Serve();
     bool WaitForEvents(std::vector<pollfd>& entries) const;
-    int GetTimeout() const;
-    Clock::duration GetHaste() const;
+    int Timeout() const;
+    Clock::duration Haste() const;
     bool IsAccepting() const;
     void ServeClients(const std::vector<pollfd>& entries);
     bool Proceed(Connection& client);

@@ -72,7 +72,7 @@ void ListeningSocket::RemoveLeftover() const {
     }
     const SocketAddress address(path_);
     const FileDescriptor probe = MakeSocket();
-    if (connect(probe.Get(), address.Get(), address.GetSize()) == 0 || errno == EAGAIN) {
+    if (connect(probe.Get(), address.Get(), address.Size()) == 0 || errno == EAGAIN) {
         throw std::runtime_error("another agent serves " + path_);
     }
     if (errno != ECONNREFUSED) {
@@ -90,7 +90,7 @@ void ListeningSocket::Bind() {
     const SocketAddress address(path_);
     struct stat made {};
     if (fchmod(socket_.Get(), kMode) != 0 ||
-        bind(socket_.Get(), address.Get(), address.GetSize()) != 0 ||
+        bind(socket_.Get(), address.Get(), address.Size()) != 0 ||
         lstat(path_.c_str(), &made) != 0) {
         FailWithErrno(path_);
     }

@@ -26,7 +26,7 @@ class ListeningSocket {
     ListeningSocket& operator=(const ListeningSocket&) = delete;
 
     // Non-blocking; polls as readable while a client waits.
-    int GetDescriptor() const noexcept { return socket_.Get(); }
+    int Descriptor() const noexcept { return socket_.Get(); }
 
   private:
     void RemoveLeftover() const;

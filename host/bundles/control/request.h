@@ -17,7 +17,7 @@ class RequestError : public std::runtime_error {
         : std::runtime_error(reason), code_(code) {}
 
     // 0: none.
-    unsigned int GetCode() const noexcept { return code_; }
+    unsigned int Code() const noexcept { return code_; }
 
   private:
     unsigned int code_ = 0;

@@ -21,7 +21,7 @@ class SocketAddress {
     explicit SocketAddress(const std::string& path);
 
     const sockaddr* Get() const noexcept { return reinterpret_cast<const sockaddr*>(&address_); }
-    socklen_t GetSize() const noexcept { return sizeof(address_); }
+    socklen_t Size() const noexcept { return sizeof(address_); }
 
   private:
     FileDescriptor directory_;

@@ -67,7 +67,7 @@ bool LineFeed::Run(const EventDescriptor& stop) {
 }
 
 bool LineFeed::WaitForInput(const EventDescriptor& stop) const {
-    pollfd entries[] = {{stop.GetDescriptor(), POLLIN, 0}, {descriptor_, POLLIN, 0}};
+    pollfd entries[] = {{stop.Descriptor(), POLLIN, 0}, {descriptor_, POLLIN, 0}};
     while (poll(entries, 2, -1) < 0) {
         if (errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");

@@ -41,7 +41,7 @@ void TaskScheduler::Start() {
 
 void TaskScheduler::Stop() {
     {
-        const std::lock_guard<std::mutex> guard(lock_);
+        const MutexLock guard(lock_);
         stopped_ = true;
     }
     wake_.notify_all();
@@ -54,7 +54,7 @@ int64_t TaskScheduler::Create(std::chrono::milliseconds interval,
                               NS_SCHEDULE_SERVICE1::ScheduledTask& task) {
     int64_t handle = kNone;
     {
-        const std::lock_guard<std::mutex> guard(lock_);
+        const MutexLock guard(lock_);
         if (stopped_ || interval <= std::chrono::milliseconds::zero()) {
             return kNone;
         }
@@ -66,12 +66,14 @@ int64_t TaskScheduler::Create(std::chrono::milliseconds interval,
 }
 
 bool TaskScheduler::Delete(int64_t handle) {
-    std::unique_lock<std::mutex> guard(lock_);
+    MutexLock guard(lock_);
     const bool found = tasks_.erase(handle) == 1;
     // Whoever comes second waits as well: it may be about to free the task. No task has the handle
     // that stands for none, but users pass it.
     if (handle != kNone && running_ == handle && std::this_thread::get_id() != threadId_) {
-        idle_.wait(guard, [this, handle] { return running_ != handle; });
+        while (running_ == handle) {
+            guard.Wait(idle_);
+        }
     }
     return found;
 }
@@ -85,27 +87,28 @@ TaskScheduler::Tasks::iterator TaskScheduler::FindNext() {
 
 void TaskScheduler::Serve() {
     pthread_setname_np(pthread_self(), kName);
-    std::unique_lock<std::mutex> guard(lock_);
+    MutexLock guard(lock_);
     threadId_ = std::this_thread::get_id();
     while (!stopped_) {
         const Tasks::iterator next = FindNext();
         if (next == tasks_.end()) {
-            wake_.wait(guard);
+            guard.Wait(wake_);
         } else if (const Clock::time_point due = next->second.due; Clock::now() < due) {
-            wake_.wait_until(guard, due);
+            guard.WaitUntil(wake_, due);
         } else {
-            RunTask(next, guard);
+            const int64_t handle = next->first;
+            NS_SCHEDULE_SERVICE1::ScheduledTask& task = *next->second.task;
+            running_ = handle;
+            guard.Release();
+            RunGuarded(task, handle);
+            guard.Acquire();
+            EndRun(handle);
         }
     }
 }
 
-void TaskScheduler::RunTask(Tasks::iterator next, std::unique_lock<std::mutex>& guard) {
-    const int64_t handle = next->first;
-    NS_SCHEDULE_SERVICE1::ScheduledTask& task = *next->second.task;
-    running_ = handle;
-    guard.unlock();
-    RunGuarded(task, handle);
-    guard.lock();
+// The task may have been deleted while its callback ran.
+void TaskScheduler::EndRun(int64_t handle) {
     running_ = kNone;
     idle_.notify_all();
     const Tasks::iterator found = tasks_.find(handle);

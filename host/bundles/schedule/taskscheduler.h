@@ -5,9 +5,9 @@
 #include <condition_variable>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <thread>
 
+#include "platform/mutex.h"
 #include "schedule/periodictasks.h"
 
 namespace NS_REFERENCE_HOST {
@@ -34,16 +34,17 @@ class TaskScheduler {
 
     // Ends the thread, waiting for a callback that runs. No callback starts any more; the tasks
     // can still be deleted.
-    void Stop();
+    void Stop() EXCLUDES(lock_);
 
     // Adds a task and returns its handle: 1 or more, and never used again. -1 for an interval that
     // is not positive, and after Stop.
-    int64_t Create(std::chrono::milliseconds interval, NS_SCHEDULE_SERVICE1::ScheduledTask& task);
+    int64_t Create(std::chrono::milliseconds interval, NS_SCHEDULE_SERVICE1::ScheduledTask& task)
+        EXCLUDES(lock_);
 
     // Ends the task. Whether there was one; of several threads that delete the same one, the first
     // is told so. Returns only when the task's callback does not run, whatever the answer; but on
     // the scheduler's own thread, inside a callback, it waits for nothing.
-    bool Delete(int64_t handle);
+    bool Delete(int64_t handle) EXCLUDES(lock_);
 
   private:
     struct Task {
@@ -55,19 +56,19 @@ class TaskScheduler {
 
     static constexpr int64_t kNone = -1;
 
-    void Serve();
-    Tasks::iterator FindNext();                                               // under lock_
-    void RunTask(Tasks::iterator next, std::unique_lock<std::mutex>& guard);  // under lock_
+    void Serve() EXCLUDES(lock_);
+    Tasks::iterator FindNext() REQUIRES(lock_);
+    void EndRun(int64_t handle) REQUIRES(lock_);
 
-    std::mutex lock_;
+    Mutex lock_;
     std::condition_variable wake_;  // the thread's: another task is next, or the end
     std::condition_variable idle_;  // the deleters': no callback runs
-    Tasks tasks_;                   // guarded by lock_
-    int64_t lastHandle_ = 0;        // guarded by lock_
-    int64_t running_ = kNone;       // the task whose callback runs; guarded by lock_
-    bool stopped_ = false;          // guarded by lock_
-    std::thread::id threadId_;      // the thread's own; guarded by lock_
-    std::thread thread_;            // the owner's
+    Tasks tasks_ GUARDED_BY(lock_);
+    int64_t lastHandle_ GUARDED_BY(lock_) = 0;
+    int64_t running_ GUARDED_BY(lock_) = kNone;  // the task whose callback runs
+    bool stopped_ GUARDED_BY(lock_) = false;
+    std::thread::id threadId_ GUARDED_BY(lock_);  // the thread's own
+    std::thread thread_;                          // the owner's
 };
 
 }  // namespace NS_REFERENCE_HOST

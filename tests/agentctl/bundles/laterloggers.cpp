@@ -25,7 +25,7 @@ class LaterLoggers : public NS_REFERENCE_HOST::Work {
     ~LaterLoggers() override { close(pipe_); }
 
     bool Run(const EventDescriptor& stop) override {
-        pollfd entries[] = {{stop.GetDescriptor(), POLLIN, 0}, {pipe_, POLLIN, 0}};
+        pollfd entries[] = {{stop.Descriptor(), POLLIN, 0}, {pipe_, POLLIN, 0}};
         while (poll(entries, 2, -1) >= 0 && entries[0].revents == 0) {
             char next = 0;
             if (read(pipe_, &next, 1) != 1) {

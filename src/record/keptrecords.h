@@ -1,4 +1,4 @@
-// The newest records of a bounded number, oldest first.
+// The newest records, up to a maximum number, oldest first.
 #pragma once
 
 #include <cstddef>
@@ -9,21 +9,20 @@
 namespace NS_LOG_SERVICE1 {
 
 // Thread safety: none; the owner's lock guards it.
-class RecordCache {
+class KeptRecords {
   public:
     // Keeps up to `capacity` records; with 0 every record is evicted at once.
-    explicit RecordCache(size_t capacity);
+    explicit KeptRecords(size_t capacity);
 
-    // Puts the record at the end and hands back what had to go for it: the oldest record, or the
-    // record itself where the capacity is 0; an empty one while there is room. The caller frees it
-    // after letting go of the lock.
+    // Appends the record and returns the one that was evicted for it: the oldest record, or
+    // `record` itself when the capacity is 0. Returns an empty one while there is room. The caller
+    // frees it after it has released its lock.
     PackedRecord Append(PackedRecord record);
 
     size_t Count() const { return records_.size(); }
-    size_t Capacity() const { return capacity_; }
 
-    // Exchanges all records, and the capacity, with those of `other`.
-    void Swap(RecordCache& other) noexcept;
+    // Swaps all records and the capacity with `other`.
+    void Swap(KeptRecords& other) noexcept;
 
     // Calls `visit` with each record, oldest first.
     template <class Visitor>
@@ -35,7 +34,7 @@ class RecordCache {
 
   private:
     size_t capacity_;
-    // Filled from the front until it holds `capacity_` records, a ring from then on.
+    // Grows to `capacity_` records and is a ring buffer from then on.
     std::vector<PackedRecord> records_;
     size_t oldest_ = 0;
 };

@@ -1,4 +1,4 @@
-#include "record/recordcache.h"
+#include "record/keptrecords.h"
 
 #include <algorithm>
 #include <utility>
@@ -6,17 +6,17 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// Room made before the first record comes, so that a cache of a usual size never grows under its
-// owner's lock. A configured capacity can be any number; memory is not set aside for all of it.
+// Reserved at the start, so that a usual number of records allocates nothing under the owner's
+// lock. Not the whole capacity, which may be any number.
 constexpr size_t kReservedRecords = 4096;
 
 }  // namespace
 
-RecordCache::RecordCache(size_t capacity) : capacity_(capacity) {
+KeptRecords::KeptRecords(size_t capacity) : capacity_(capacity) {
     records_.reserve(std::min(capacity_, kReservedRecords));
 }
 
-PackedRecord RecordCache::Append(PackedRecord record) {
+PackedRecord KeptRecords::Append(PackedRecord record) {
     if (capacity_ == 0) {
         return record;
     }
@@ -29,7 +29,7 @@ PackedRecord RecordCache::Append(PackedRecord record) {
     return record;
 }
 
-void RecordCache::Swap(RecordCache& other) noexcept {
+void KeptRecords::Swap(KeptRecords& other) noexcept {
     std::swap(capacity_, other.capacity_);
     std::swap(records_, other.records_);
     std::swap(oldest_, other.oldest_);
