@@ -1,16 +1,87 @@
 // The operation that the calling thread carries out.
 #include "util/threadcontext.h"
 
+#include <atomic>
+#include <cstdint>
+#include <utility>
+
 #include "nodestructor.h"
 
 namespace NS_UTIL {
 
+// Shared by all copies of a context; the last one deletes it.
 struct ThreadContextInfo::Contents {
-    int threadId;
-    std::string interfaceName;
-    std::string userInfo;
-    std::string operUUID;
+    Contents(int id, const std::string& interface, const std::string& user, const std::string& uuid)
+        : threadId(id), interfaceName(interface), userInfo(user), operUUID(uuid) {}
+
+    void Take(int64_t copies) const { count.fetch_add(copies, std::memory_order_relaxed); }
+    void GiveBack(int64_t copies) const {
+        if (count.fetch_sub(copies, std::memory_order_acq_rel) == copies) {
+            delete this;
+        }
+    }
+
+    const int threadId;
+    const std::string interfaceName;
+    const std::string userInfo;
+    const std::string operUUID;
+    mutable std::atomic<int64_t> count{1};
 };
+
+// What the calling thread set. A record asks four times, and a count that goes up and down with
+// each copy costs more than the rest of the asking: so the thread takes many counts at once and
+// hands them out, and takes them back, without a locked instruction. Trivial, so that the objects
+// which a thread destroys at its end can still ask when the storage below is gone.
+struct ThreadContextInfo::ThreadsOwn {
+    static constexpr int64_t kStock = int64_t{1} << 32;
+
+    // Replaces the context. `contents` is counted already, or null.
+    static void Set(const Contents* contents) noexcept;
+
+    // A count for one more copy of the current contents. One count always stays: another thread may
+    // destroy the copy.
+    static const Contents* HandOut() noexcept {
+        if (current == nullptr) {
+            return nullptr;
+        }
+        if (stock == 1) {
+            current->Take(kStock);
+            stock += kStock;
+        }
+        --stock;
+        return current;
+    }
+
+    // Takes back the count of a copy that goes.
+    static void TakeBack(const Contents* contents) noexcept {
+        if (contents == nullptr) {
+            return;
+        }
+        if (contents == current) {
+            ++stock;
+        } else {
+            contents->GiveBack(1);
+        }
+    }
+
+    static thread_local const Contents* current;
+    static thread_local int64_t stock;  // counts of `current` that are in nobody's hand
+    static thread_local bool threadEnds;
+};
+
+thread_local const ThreadContextInfo::Contents* ThreadContextInfo::ThreadsOwn::current = nullptr;
+thread_local int64_t ThreadContextInfo::ThreadsOwn::stock = 0;
+thread_local bool ThreadContextInfo::ThreadsOwn::threadEnds = false;
+
+void ThreadContextInfo::ThreadsOwn::Set(const Contents* contents) noexcept {
+    const Contents* const previous = std::exchange(current, nullptr);
+    const int64_t counts = std::exchange(stock, 0);
+    if (previous != nullptr && counts != 0) {
+        previous->GiveBack(counts);
+    }
+    current = contents;
+    stock = contents == nullptr ? 0 : 1;
+}
 
 namespace {
 
@@ -19,37 +90,38 @@ const std::string& EmptyText() {
     return *text;
 }
 
-// What the calling thread set; null: the empty context. Both are trivial, so that the objects
-// which a thread destroys at its end can still ask when the storage below is gone.
-thread_local const ThreadContextInfo* current = nullptr;
-thread_local bool threadEnds = false;
-
-struct Storage {
-    ~Storage() {
-        current = nullptr;
-        threadEnds = true;
-    }
-    ThreadContextInfo context;
-};
-
-// Only threads that set a context ever touch it.
-thread_local Storage storage;
-
 }  // namespace
 
 ThreadContextInfo::ThreadContextInfo() noexcept = default;
 
 ThreadContextInfo::ThreadContextInfo(int threadId, const std::string& interfaceName,
                                      const std::string& userInfo, const std::string& operUUID)
-    : contents_(
-          std::make_shared<const Contents>(Contents{threadId, interfaceName, userInfo, operUUID})) {
+    : contents_(new Contents(threadId, interfaceName, userInfo, operUUID)) {}
+
+ThreadContextInfo::ThreadContextInfo(const Contents* counted) noexcept : contents_(counted) {}
+
+ThreadContextInfo::ThreadContextInfo(const ThreadContextInfo& other) noexcept
+    : contents_(other.contents_) {
+    if (contents_ != nullptr) {
+        contents_->Take(1);
+    }
 }
 
-ThreadContextInfo::ThreadContextInfo(const ThreadContextInfo&) noexcept = default;
-ThreadContextInfo::ThreadContextInfo(ThreadContextInfo&&) noexcept = default;
-ThreadContextInfo& ThreadContextInfo::operator=(const ThreadContextInfo&) noexcept = default;
-ThreadContextInfo& ThreadContextInfo::operator=(ThreadContextInfo&&) noexcept = default;
-ThreadContextInfo::~ThreadContextInfo() = default;
+ThreadContextInfo::ThreadContextInfo(ThreadContextInfo&& other) noexcept
+    : contents_(std::exchange(other.contents_, nullptr)) {}
+
+ThreadContextInfo& ThreadContextInfo::operator=(const ThreadContextInfo& other) noexcept {
+    return *this = ThreadContextInfo(other);
+}
+
+ThreadContextInfo& ThreadContextInfo::operator=(ThreadContextInfo&& other) noexcept {
+    std::swap(contents_, other.contents_);
+    return *this;
+}
+
+ThreadContextInfo::~ThreadContextInfo() {
+    ThreadsOwn::TakeBack(contents_);
+}
 
 int ThreadContextInfo::GetThreadId() const noexcept {
     return contents_ == nullptr ? 0 : contents_->threadId;
@@ -73,15 +145,24 @@ ThreadContextMgr* ThreadContextMgr::Instance() {
 }
 
 ThreadContextInfo ThreadContextMgr::GetThreadContext() const noexcept {
-    return current == nullptr ? ThreadContextInfo() : *current;
+    return ThreadContextInfo(ThreadContextInfo::ThreadsOwn::HandOut());
 }
 
 void ThreadContextMgr::SetThreadContext(const ThreadContextInfo& context) noexcept {
-    if (threadEnds) {
+    // Gives the contents back at the end of the thread. Only threads that set a context touch it.
+    struct End {
+        ~End() {
+            ThreadContextInfo::ThreadsOwn::Set(nullptr);
+            ThreadContextInfo::ThreadsOwn::threadEnds = true;
+        }
+    };
+    if (ThreadContextInfo::ThreadsOwn::threadEnds) {
         return;
     }
-    storage.context = context;
-    current = &storage.context;
+    thread_local const End end;
+    static_cast<void>(end);
+    ThreadContextInfo copy(context);
+    ThreadContextInfo::ThreadsOwn::Set(std::exchange(copy.contents_, nullptr));
 }
 
 ThreadContextScope::ThreadContextScope(const ThreadContextInfo& context) noexcept

@@ -1,7 +1,6 @@
 // The operation that the calling thread carries out: who asked for it, and under which identifier.
 #pragma once
 
-#include <memory>
 #include <string>
 
 #include "bundlemgr/platformapi.h"
@@ -9,8 +8,8 @@
 namespace NS_UTIL {
 
 // What is known of one operation. A value: copies share their contents, which never change, so a
-// copy costs no more than a counted pointer. A default-constructed context is empty: thread number
-// 0 and empty texts.
+// copy costs no more than a count. A default-constructed context is empty: thread number 0 and
+// empty texts.
 //
 // Thread safety: const operations may be called on one object by any number of threads.
 class QV_PLATFORM_API ThreadContextInfo {
@@ -31,8 +30,13 @@ class QV_PLATFORM_API ThreadContextInfo {
     const std::string& GetOperUUID() const noexcept;
 
   private:
+    friend class ThreadContextMgr;
     struct Contents;
-    std::shared_ptr<const Contents> contents_;  // null: the empty context
+    struct ThreadsOwn;
+
+    explicit ThreadContextInfo(const Contents* counted) noexcept;
+
+    const Contents* contents_ = nullptr;  // counted; null: the empty context
 };
 
 // Thread safety: each thread sees and sets its own context only.
