@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/commonformat.h"
+
 namespace {
 
 // The library's names are macros, which are undefined below. These functions still reach it.
@@ -68,10 +70,18 @@ int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_
         return -1;
     }
     buffer[0] = '\0';
-    if (format == nullptr || HasCountConversion(format)) {
+    if (format == nullptr) {
         return -1;
     }
     const size_t room = Room(size, limit);
+    const int length = FormatCommon(buffer, room, format, arguments);
+    if (length != kNotCommon) {
+        return length;
+    }
+    buffer[0] = '\0';
+    if (HasCountConversion(format)) {
+        return -1;
+    }
     const int written = std::vsnprintf(buffer, room + 1, format, arguments);
     return written >= 0 && static_cast<size_t>(written) > room ? -1 : written;
 }

@@ -281,8 +281,7 @@ bool CommonFormatter::Unsigned(const Conversion& conversion, Arguments& argument
 bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sign,
                               uint64_t magnitude, int base, bool upperCase) {
     char digits[20];
-    char* const digitsEnd =
-        std::to_chars(digits, digits + sizeof digits, magnitude, base).ptr;
+    char* const digitsEnd = std::to_chars(digits, digits + sizeof digits, magnitude, base).ptr;
     if (upperCase) {
         for (char* digit = digits; digit != digitsEnd; ++digit) {
             *digit = static_cast<char>(*digit >= 'a' ? *digit - 'a' + 'A' : *digit);
@@ -310,8 +309,7 @@ bool CommonFormatter::Floating(const Conversion& conversion, Arguments& argument
         return false;
     }
     const double value = va_arg(arguments.list, double);
-    const int precision =
-        conversion.precision == kNone ? kDefaultPrecision : conversion.precision;
+    const int precision = conversion.precision == kNone ? kDefaultPrecision : conversion.precision;
     const char* point = nl_langinfo(RADIXCHAR);
     if (!(std::fabs(value) < kMostMagnitude) || precision > kMostPrecision || point[0] != '.' ||
         point[1] != '\0' || std::fegetround() != FE_TONEAREST) {
@@ -353,8 +351,8 @@ bool CommonFormatter::Character(const Conversion& conversion, Arguments& argumen
 
 bool CommonFormatter::Pointer(const Conversion& conversion, Arguments& arguments) {
     const void* pointer = va_arg(arguments.list, const void*);
-    if (pointer == nullptr || conversion.precision != kNone || conversion.zero ||
-        conversion.plus || conversion.blank || conversion.length != Length::kInt) {
+    if (pointer == nullptr || conversion.precision != kNone || conversion.zero || conversion.plus ||
+        conversion.blank || conversion.length != Length::kInt) {
         return false;
     }
     return Integer(conversion, "0x", reinterpret_cast<uintptr_t>(pointer), 16, false);

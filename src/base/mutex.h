@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ace/Thread_Mutex.h>
+#include <pthread.h>
 
 #include "base/threadannotations.h"
 
@@ -9,9 +10,12 @@ namespace NS_LOG_SERVICE1 {
 
 // Taken through a LockGuard. Both operations return what ACE's do: -1, with errno set, for a
 // failure.
+//
+// A thread that finds the mutex taken looks again for a short while before it sleeps: most of the
+// service's locks are held for less time than the kernel takes to wake a thread.
 class CAPABILITY("mutex") Mutex {
   public:
-    Mutex() = default;
+    Mutex() : mutex_(nullptr, AdaptiveAttributes()) {}
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
@@ -19,6 +23,16 @@ class CAPABILITY("mutex") Mutex {
     int release() RELEASE() { return mutex_.release(); }
 
   private:
+    static ACE_mutexattr_t* AdaptiveAttributes() {
+        static ACE_mutexattr_t attributes = [] {
+            ACE_mutexattr_t adaptive;
+            ::pthread_mutexattr_init(&adaptive);
+            ::pthread_mutexattr_settype(&adaptive, PTHREAD_MUTEX_ADAPTIVE_NP);
+            return adaptive;
+        }();
+        return &attributes;
+    }
+
     ACE_Thread_Mutex mutex_;
 };
 

@@ -3,9 +3,11 @@
 #include <ace/OS_NS_sys_time.h>
 #include <pthread.h>
 
+#include <exception>
 #include <utility>
 
 #include "bundlemgr/logsupport.h"
+#include "channel/framing.h"
 #include "channel/logfilename.h"
 #include "qv_base_log/loglevel.h"
 #include "record/contextheader.h"
@@ -54,12 +56,57 @@ TEDebugInfoBuf::~TEDebugInfoBuf() {
 }
 
 void TEDebugInfoBuf::Output(const LogRecord& record) {
+    const BorrowedCallMemory memory;
+    Output(record, *memory);
+}
+
+void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
     if (record.level == LOG_LEVEL_0) {
         WriteDump(record, false);
         return;
     }
-    const Guard fileGuard(fileMutex_);
-    logFile_->WriteRecord(record);
+    WaitingRecord waiting(record, FrameAhead(record, memory));
+    if (waiting_.Join(waiting)) {
+        WriteGroup(waiting);
+    } else {
+        WaitingRecords::AwaitWriter(waiting);
+    }
+    if (!waiting.done) {
+        // The writer has met an exception before it came to this record.
+        const Guard fileGuard(fileMutex_);
+        logFile_->WriteRecord(record);
+    }
+}
+
+// What needs no lock is done before it is taken. A file's first line is older than its first
+// record, so without a file the record's time is rendered later.
+std::string_view TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& memory) {
+    if (!HasFile()) {
+        return std::string_view();
+    }
+    NS_BUNDLEMGR1::GetZoneTimeStamp(record.time, memory.stamp);
+    memory.frame.Clear();
+    AppendBody(memory.frame, memory.stamp, record);
+    return memory.frame.Bytes();
+}
+
+void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
+    WaitingRecord* group = nullptr;
+    std::exception_ptr failure;
+    waiting_.AwaitTurn();
+    {
+        const Guard fileGuard(fileMutex_);
+        group = waiting_.BeginWriting();
+        try {
+            logFile_->WriteGroup(group);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    }
+    waiting_.EndWriting(group, own);
+    if (failure != nullptr && !own.done) {
+        std::rethrow_exception(failure);
+    }
 }
 
 void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
@@ -68,7 +115,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         return;
     }
     const size_t packedSize = PackedSize(record);
-    RecordQueue::Chunks outsized;
+    RecordQueue full;
     Guard bufferGuard(bufferMutex_);
     while (!queue_.HasRoomFor(packedSize)) {
         bufferGuard.Release();
@@ -78,22 +125,37 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     }
     queue_.Append(record);
     CountBuffered();
-    if (queue_.Count() >= queueCapacity_) {
-        outsized = WriteFullQueue();
-        CountBuffered();
+    if (queue_.Count() < queueCapacity_) {
+        return;
     }
+    const std::string context = BuildContextHeader();
+    const LogRecord notice =
+        OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
+                  "Debug cache is full, force output execute.", context, __LINE__);
+    // Taken before the queue is let go of, so that batches reach the file in their order. The
+    // others fill the next queue while this one is written.
+    Guard fileGuard(fileMutex_);
+    queue_.MoveRecordsTo(full);
+    CountBuffered();
     bufferGuard.Release();
+    WriteAll(full);
+    logFile_->WriteRecord(notice);
+    fileGuard.Release();
+    GiveBack(full);
 }
 
 void TEDebugInfoBuf::AppendFiltered(const LogRecord& record) {
-    PackedRecord kept(record);
-    PackedRecord evicted;
-    Guard bufferGuard(bufferMutex_);
+    const BorrowedCallMemory memory;
+    AppendFiltered(record, *memory);
+}
+
+void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory) {
+    memory.spare.Set(record);
+    const Guard bufferGuard(bufferMutex_);
     const bool full = keptBack_.Count() == keptCapacity_;
-    evicted = keptBack_.Append(std::move(kept));
+    memory.spare = keptBack_.Append(std::move(memory.spare));
     statistics_.evicted.Add(full ? 1 : 0);
-    CountBuffered();
-    bufferGuard.Release();
+    statistics_.keptBack.Set(keptBack_.Count());
 }
 
 void TEDebugInfoBuf::Flush() {
@@ -155,32 +217,24 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 }
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
-    RecordQueue::Chunks outsized;
+    RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
     Guard fileGuard(fileMutex_);
     if (withQueue) {
-        WriteAll(queue_);
-        outsized = queue_.Clear();
+        queue_.MoveRecordsTo(queued);
+        CountBuffered();
+        WriteAll(queued);
     }
     logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();
-    // Not before: a dump for which there is no memory leaves the cache as it was.
+    // Not before: a dump for which there is no memory leaves the history as it was.
     dumped.Swap(keptBack_);
     CountBuffered();
     bufferGuard.Release();
-}
-
-RecordQueue::Chunks TEDebugInfoBuf::WriteFullQueue() {
-    const std::string context = BuildContextHeader();
-    const LogRecord notice =
-        OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
-                  "Debug cache is full, force output execute.", context, __LINE__);
-    const Guard fileGuard(fileMutex_);
-    WriteAll(queue_);
-    RecordQueue::Chunks outsized = queue_.Clear();
-    logFile_->WriteRecord(notice);
-    return outsized;
+    if (withQueue) {
+        GiveBack(queued);
+    }
 }
 
 void TEDebugInfoBuf::GiveBack(RecordQueue& written) {

@@ -4,11 +4,14 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "base/lockguard.h"
 #include "base/mutex.h"
+#include "channel/callmemory.h"
 #include "channel/counter.h"
 #include "channel/logfile.h"
+#include "channel/waitingrecords.h"
 #include "record/keptrecords.h"
 #include "record/logrecord.h"
 #include "record/recordqueue.h"
@@ -45,15 +48,18 @@ class TEDebugInfoBuf {
 
     // Writes the record at once. A record of level 0 is written as a dump, together with
     // what is kept back; nothing is kept back afterwards. Never looks at the queue.
+    // Records of several threads that come at once share their writes.
     void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
+    void Output(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_, fileMutex_);
 
     // Appends the record to the queue; the record that fills the queue has the queue written out,
-    // followed by a notice. A record of level 0 is not queued: the queue is written out, and the
-    // record behind it as Output writes it.
+    // followed by a notice, while others append to the next queue. A record of level 0 is not
+    // queued: the queue is written out, and the record behind it as Output writes it.
     void AppendOutputInfo(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
 
     // Keeps back a record whose level is off; the oldest one goes when there are too many.
     void AppendFiltered(const LogRecord& record) EXCLUDES(bufferMutex_);
+    void AppendFiltered(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_);
 
     // Writes out the queue. Opens the file if none is open, even when nothing is queued.
     void Flush() EXCLUDES(bufferMutex_, fileMutex_);
@@ -86,9 +92,14 @@ class TEDebugInfoBuf {
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Writes the full queue and the notice behind it. Hands back memory to be freed outside the
-    // lock.
-    RecordQueue::Chunks WriteFullQueue() REQUIRES(bufferMutex_) EXCLUDES(fileMutex_);
+    // The record's frame but for its number, in the memory; empty when it is too early for it.
+    std::string_view FrameAhead(const LogRecord& record, CallMemory& memory);
+
+    // Writes the records of all threads that wait. `own` is the calling thread's.
+    void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);
+
+    // Unlocked: the file says it to any thread.
+    bool HasFile() const NO_THREAD_SAFETY_ANALYSIS { return logFile_->HasFile(); }
 
     // Gives the memory of a queue that was written out back to this channel's queue.
     void GiveBack(RecordQueue& written) EXCLUDES(bufferMutex_);
@@ -102,6 +113,7 @@ class TEDebugInfoBuf {
     const uint64_t keptCapacity_;
     ChannelStatistics statistics_;  // changed under bufferMutex_, read without it
 
+    WaitingRecords waiting_;
     Mutex fileMutex_;
     std::unique_ptr<LogFile> logFile_ PT_GUARDED_BY(fileMutex_);
 };

@@ -4,13 +4,6 @@
 #include <cstring>
 
 namespace NS_LOG_SERVICE1 {
-namespace {
-
-// Enough for the frames of a full queue of the default length. The memory for a dump of many huge
-// records is freed before the next write.
-constexpr size_t kKeptCapacity = size_t{16} * 1024 * 1024;
-
-}  // namespace
 
 char* FrameBuffer::Reserve(size_t size) {
     if (capacity_ - size_ < size) {
@@ -25,9 +18,9 @@ char* FrameBuffer::Reserve(size_t size) {
     return bytes_.get() + size_;
 }
 
-void FrameBuffer::Clear() {
+void FrameBuffer::Clear(size_t keptCapacity) {
     size_ = 0;
-    if (capacity_ > kKeptCapacity) {
+    if (capacity_ > keptCapacity) {
         bytes_.reset();
         capacity_ = 0;
     }

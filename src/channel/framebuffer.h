@@ -20,8 +20,11 @@ class FrameBuffer {
     size_t Size() const { return size_; }
     std::string_view Bytes() const { return {bytes_.get(), size_}; }
 
-    // Removes all bytes. Frees memory that usual batches do not need.
-    void Clear();
+    // Enough for the frames of a full queue of the default length.
+    static constexpr size_t kBatchCapacity = size_t{16} * 1024 * 1024;
+
+    // Removes all bytes. Frees the memory when there is more of it than `keptCapacity`.
+    void Clear(size_t keptCapacity = kBatchCapacity);
 
   private:
     std::unique_ptr<char[]> bytes_;

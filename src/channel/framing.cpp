@@ -84,6 +84,10 @@ void AppendFields(FrameWriter& writer, std::string_view stamp, const LogRecord& 
     writer.Fixed("\n").Fixed(detailLabel).Text(record.detail).Fixed("\n");
 }
 
+void AppendShortLine(FrameWriter& writer, std::string_view stamp, const LogRecord& record) {
+    writer.Text(stamp).Fixed(",").Text(record.detail).Fixed("\n");
+}
+
 constexpr std::string_view kDetailLabel = " Detail: ";
 // The blank before the colon marks a record that was kept back.
 constexpr std::string_view kDumpedDetailLabel = " Detail : ";
@@ -94,11 +98,31 @@ void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
                   const LogRecord& record) {
     FrameWriter writer(buffer, TextSize(stamp, record));
     if (record.level == LOG_LEVEL_SHORT) {
-        writer.Text(stamp).Fixed(",").Text(record.detail).Fixed("\n");
+        AppendShortLine(writer, stamp, record);
         return;
     }
     AppendTag(writer, number);
     AppendFields(writer, stamp, record, kDetailLabel);
+    AppendClosingTag(writer, number);
+}
+
+void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record) {
+    FrameWriter writer(buffer, TextSize(stamp, record));
+    if (record.level == LOG_LEVEL_SHORT) {
+        AppendShortLine(writer, stamp, record);
+        return;
+    }
+    AppendFields(writer, stamp, record, kDetailLabel);
+}
+
+void AppendNumbered(FrameBuffer& buffer, uint32_t number, int32_t level, std::string_view body) {
+    FrameWriter writer(buffer, body.size());
+    if (level == LOG_LEVEL_SHORT) {
+        writer.Fixed(body);
+        return;
+    }
+    AppendTag(writer, number);
+    writer.Fixed(body);
     AppendClosingTag(writer, number);
 }
 

@@ -16,6 +16,11 @@ namespace NS_LOG_SERVICE1 {
 void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
                   const LogRecord& record);
 
+// The same in two steps, of which the first needs no lock: the record without its number, and then
+// the number around that body.
+void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record);
+void AppendNumbered(FrameBuffer& buffer, uint32_t number, int32_t level, std::string_view body);
+
 // The parts of a dump: the opening with the record that triggered it, each record that was kept
 // back, and the closing, which repeats the opening's number.
 void AppendDumpOpening(FrameBuffer& buffer, uint32_t number, std::string_view stamp,

@@ -50,6 +50,7 @@ void LogFile::Open() {
         NoteFailure(error);
         return;
     }
+    hasFile_ = true;
     currentPath_ = directory_ + "/" + name;
     frames_.Clear();
     AppendFileCreated(frames_, Stamp(ACE_OS::gettimeofday()));
@@ -66,6 +67,7 @@ void LogFile::Close() {
         WritePiece();
     }
     stream_.Close();
+    hasFile_ = false;
     currentPath_.clear();
     bytesWritten_ = 0;
 }
@@ -88,28 +90,77 @@ void LogFile::WriteRecord(const LogRecord& record) {
     WriteFrame();
 }
 
+// What a batch is made of: the records of a queue, whose frames are made here, or those of threads
+// that wait, which come with their bodies.
+struct LogFile::QueuedRecords {
+    RecordQueue::Iterator at;
+    RecordQueue::Iterator end;
+
+    bool AtEnd() const { return at == end; }
+    void Next() { ++at; }
+    bool Is(const QueuedRecords& other) const { return at == other.at; }
+    void AppendTo(LogFile& file) const { file.AppendNextRecord(*at); }
+    void MarkDone() const {}
+};
+
+struct LogFile::GroupedRecords {
+    WaitingRecord* at;
+
+    bool AtEnd() const { return at == nullptr; }
+    void Next() { at = at->next; }
+    bool Is(const GroupedRecords& other) const { return at == other.at; }
+    void AppendTo(LogFile& file) const {
+        if (at->body.empty()) {
+            file.AppendNextRecord(at->record);
+        } else {
+            AppendNumbered(file.frames_, static_cast<uint32_t>(++file.recordNumber_),
+                           at->record.level, at->body);
+        }
+    }
+    void MarkDone() const { at->done = true; }
+};
+
 void LogFile::WriteRecords(const RecordQueue& records) {
-    RecordQueue::Iterator next = records.begin();
-    while (next != records.end()) {
-        next = WriteBatch(next, records.end());
+    const auto handled = [this] {
+        return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
+    };
+    const uint64_t handledBefore = handled();
+    try {
+        QueuedRecords next{records.begin(), records.end()};
+        while (!next.AtEnd()) {
+            next = WriteBatch(next);
+        }
+    } catch (...) {
+        CountDropped(records.Count() - (handled() - handledBefore));
+        throw;
+    }
+}
+
+void LogFile::WriteGroup(WaitingRecord* first) {
+    GroupedRecords next{first};
+    while (!next.AtEnd()) {
+        next = WriteBatch(next);
     }
 }
 
 // Writes the records from `first` on that still go into the current file. Returns the first one
 // that does not.
-RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQueue::Iterator end) {
-    RecordQueue::Iterator next = first;
+template <class Records>
+Records LogFile::WriteBatch(Records first) {
+    Records next = first;
     if (!EnsureOpen()) {
         ++recordNumber_;
         statistics_.recordsDropped.Add(1);
-        return ++next;
+        next.MarkDone();
+        next.Next();
+        return next;
     }
     const uint64_t numberBefore = recordNumber_;
     frames_.Clear();
     do {
-        AppendNextRecord(*next);
-        ++next;
-    } while (next != end && frames_.Size() < kBatchSize &&
+        next.AppendTo(*this);
+        next.Next();
+    } while (!next.AtEnd() && frames_.Size() < kBatchSize &&
              bytesWritten_ + frames_.Size() < sizeLimit_);
 
     const auto [written, error] = stream_.Write(frames_.Bytes());
@@ -120,6 +171,9 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
     bytesWritten_ += written;
     statistics_.bytesWritten.Add(written);
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
+    for (; !first.Is(next); first.Next()) {
+        first.MarkDone();
+    }
     RotateIfFull();
     return next;
 }
@@ -127,14 +181,15 @@ RecordQueue::Iterator LogFile::WriteBatch(RecordQueue::Iterator first, RecordQue
 // Of a batch that began with `first`, only `written` bytes reached the file. Leaves the whole
 // records of these in the file, gives up the one that did not fit, and begins a new file for the
 // rest, as writing one by one would have done. Returns the first record of the rest.
-RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
-                                            size_t written) {
-    RecordQueue::Iterator lost = first;
+template <class Records>
+Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, size_t written) {
+    Records lost = first;
     size_t whole = 0;
     recordNumber_ = numberBefore;
-    for (;; ++lost) {
+    for (;; lost.Next()) {
         frames_.Clear();
-        AppendNextRecord(*lost);
+        lost.AppendTo(*this);
+        lost.MarkDone();
         if (whole + frames_.Size() > written) {
             break;
         }
@@ -146,7 +201,8 @@ RecordQueue::Iterator LogFile::SalvageBatch(RecordQueue::Iterator first, uint64_
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore - 1);
     statistics_.recordsDropped.Add(1);
     Open();
-    return ++lost;
+    lost.Next();
+    return lost;
 }
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {

@@ -8,6 +8,7 @@
 #include "channel/counter.h"
 #include "channel/filestream.h"
 #include "channel/framebuffer.h"
+#include "channel/waitingrecords.h"
 #include "record/keptrecords.h"
 #include "record/logrecord.h"
 #include "record/recordqueue.h"
@@ -67,6 +68,9 @@ class LogFile {
     // by one, but with one write for all that goes into the same file.
     void WriteRecords(const RecordQueue& records);
 
+    // Writes the records of threads that wait, in the same way, and marks each that is done with.
+    void WriteGroup(WaitingRecord* first);
+
     // Writes the trigger with the kept-back records inside one dump, which is never split over two
     // files. When the dump cannot be written, the kept-back records are lost; the trigger goes into
     // a new file as a dump without any.
@@ -84,6 +88,8 @@ class LogFile {
     bool IsLogFile(const char* name) const;
 
     bool IsOpen() const { return stream_.IsOpen(); }
+    // The same for any thread, perhaps a little late.
+    bool HasFile() const { return hasFile_; }
     // Empty while no file is open.
     const std::string& CurrentPath() const { return currentPath_; }
     uint64_t CountLimit() const { return countLimit_; }
@@ -93,9 +99,12 @@ class LogFile {
     // Renders `time` as the platform does; good until the next call.
     const std::string& Stamp(const ACE_Time_Value& time);
     void AppendNextRecord(const LogRecord& record);
-    RecordQueue::Iterator WriteBatch(RecordQueue::Iterator first, RecordQueue::Iterator end);
-    RecordQueue::Iterator SalvageBatch(RecordQueue::Iterator first, uint64_t numberBefore,
-                                       size_t written);
+    struct QueuedRecords;
+    struct GroupedRecords;
+    template <class Records>
+    Records WriteBatch(Records first);
+    template <class Records>
+    Records SalvageBatch(Records first, uint64_t numberBefore, size_t written);
     void FrameDump(const LogRecord& trigger, const KeptRecords& keptBack);
     void WriteTriggerAlone(const LogRecord& trigger);
     void WriteFrame();
@@ -105,6 +114,7 @@ class LogFile {
     bool TakeContentsOf(const std::string& path);
 
     FileStream stream_;
+    RelaxedAtomic<bool> hasFile_{false};
     uint64_t bytesWritten_ = 0;  // to the current file
     uint64_t sizeLimit_;
     uint64_t countLimit_;

@@ -11,6 +11,8 @@
 
 #include "base/boundedstring.h"
 #include "base/lockguard.h"
+#include "base/nodestructor.h"
+#include "base/objectpool.h"
 #include "bundlemgr/logsupport.h"
 #include "diagnostic/messages.h"
 #include "logger/asndump.h"
@@ -26,6 +28,12 @@ constexpr size_t kMessageSize = 4096;
 // What EnableAllLevels and DisableAllLevels switch: no level, so both always throw
 // std::out_of_range. The exception is part of the contract with clients; see docs/compatibility.md.
 constexpr size_t kNoLevel = std::numeric_limits<size_t>::max();
+
+// The texts of formatted messages. A thread may log while the process exits.
+ObjectPool<std::string>& Messages() {
+    static NoDestructor<ObjectPool<std::string>> messages;
+    return *messages;
+}
 
 }  // namespace
 
@@ -70,19 +78,19 @@ bool Logger::SetLevel(size_t position, bool on) {
 
 void Logger::Log(const std::string& file, const std::string& function, unsigned int line, int level,
                  const std::string& text) {
+    const BorrowedCallMemory memory;
     LogRecord record;
     record.time = ACE_OS::gettimeofday();
     record.level = std::min(level, static_cast<int>(LOG_LEVEL_3));
-    std::string converted;
-    record.detail = NS_BUNDLEMGR1::Convert2UTFforLog(text, converted);
+    record.detail = NS_BUNDLEMGR1::Convert2UTFforLog(text, memory->converted);
     record.firstName = first_;
     record.secondName = second_;
     record.file = file;
     record.function = function;
     record.line = line;
     record.thread = pthread_self();
-    const std::string context = BuildContextHeader();
-    record.context = context;
+    BuildContextHeader(memory->context);
+    record.context = memory->context;
 
     TEDebugInfoBuf* channel = FindChannel();
     if (channel == nullptr) {
@@ -90,11 +98,11 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
     }
     const bool on = record.level < 0 || levels_.Get()[static_cast<size_t>(record.level)];
     if (!on) {
-        channel->AppendFiltered(record);
+        channel->AppendFiltered(record, *memory);
     } else if (settings_.outputmode != kDirectOutput) {
         channel->AppendOutputInfo(record);
     } else {
-        channel->Output(record);
+        channel->Output(record, *memory);
     }
 }
 
@@ -118,7 +126,9 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     if (length < 0) {
         kFormatFailed.Report();
     }
-    Log(file, function, line, level, message);
+    const Borrowed<std::string> text(Messages());
+    text->assign(message);
+    Log(file, function, line, level, *text);
 }
 
 // Alarms are governed by the switch for ASN messages and by level 3 together; with either off they
@@ -167,6 +177,11 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
     if (echo) {
         AsnDump::Echo(text);
     }
+}
+
+void Logger::FreeMemory() {
+    Messages().Clear();
+    BorrowedCallMemory::FreeSpares();
 }
 
 bool Logger::IsLevelEnabled(const unsigned int& level) {

@@ -45,6 +45,9 @@ class Logger : public LoggerIF {
                   NS_ASN1::AsnObject& message) override;
     bool IsLevelEnabled(const unsigned int& level) override;
 
+    // Frees the memory that calls of any logger have left for the next ones.
+    static void FreeMemory();
+
     const std::string& First() const { return first_; }
     const std::string& Second() const { return second_; }
     const std::string& Category() const { return category_; }

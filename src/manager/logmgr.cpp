@@ -32,6 +32,7 @@ void LogMgr::DestroyInstance() {
 LogMgr::~LogMgr() {
     channels_.Destroy();
     ForgetOwnLogger();
+    Logger::FreeMemory();
 }
 
 void LogMgr::CreateChannels() {

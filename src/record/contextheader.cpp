@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <limits>
-#include <string_view>
 
 #include "util/threadcontext.h"
 
@@ -16,29 +15,25 @@ NS_UTIL::ThreadContextInfo ThreadContext() {
 }  // namespace
 
 // Fetches the context anew for each item: an upper layer may complete it while the operation runs.
-std::string BuildContextHeader() {
-    constexpr std::string_view threadLabel = ",TopT:";
-    constexpr std::string_view interfaceLabel = ",If:";
-    constexpr std::string_view userLabel = ",UserMsg:";
-
+void BuildContextHeader(std::string& header) {
     char number[std::numeric_limits<int>::digits10 + 2];
     const auto numberEnd =
         std::to_chars(number, number + sizeof number, ThreadContext().GetThreadId()).ptr;
-    const std::string_view threadId(number, static_cast<size_t>(numberEnd - number));
-
     const NS_UTIL::ThreadContextInfo interfaceContext = ThreadContext();
     const std::string& interfaceName = interfaceContext.GetInterfaceName();
     const NS_UTIL::ThreadContextInfo userContext = ThreadContext();
     const std::string& userInfo = userContext.GetUserInfo();
     const NS_UTIL::ThreadContextInfo operationContext = ThreadContext();
-    const std::string& uuid = operationContext.GetOperUUID();
 
+    header.assign(operationContext.GetOperUUID());
+    header.append(",TopT:").append(number, numberEnd);
+    header.append(",If:").append(interfaceName);
+    header.append(",UserMsg:").append(userInfo);
+}
+
+std::string BuildContextHeader() {
     std::string header;
-    header.reserve(uuid.size() + threadLabel.size() + threadId.size() + interfaceLabel.size() +
-                   interfaceName.size() + userLabel.size() + userInfo.size());
-    header.append(uuid).append(threadLabel).append(threadId);
-    header.append(interfaceLabel).append(interfaceName);
-    header.append(userLabel).append(userInfo);
+    BuildContextHeader(header);
     return header;
 }
 

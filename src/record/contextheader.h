@@ -10,4 +10,7 @@ namespace NS_LOG_SERVICE1 {
 // present. An item that the context lacks is empty.
 std::string BuildContextHeader();
 
+// The same, into memory that is used again.
+void BuildContextHeader(std::string& header);
+
 }  // namespace NS_LOG_SERVICE1

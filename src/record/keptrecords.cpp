@@ -25,7 +25,9 @@ PackedRecord KeptRecords::Append(PackedRecord record) {
         return PackedRecord();
     }
     std::swap(records_[oldest_], record);
-    oldest_ = (oldest_ + 1) % capacity_;
+    if (++oldest_ == capacity_) {
+        oldest_ = 0;
+    }
     return record;
 }
 

@@ -16,7 +16,7 @@ class KeptRecords {
 
     // Appends the record and returns the one that was evicted for it: the oldest record, or
     // `record` itself when the capacity is 0. Returns an empty one while there is room. The caller
-    // frees it after it has released its lock.
+    // uses its memory for the next record, or frees it after it has released its lock.
     PackedRecord Append(PackedRecord record);
 
     size_t Count() const { return records_.size(); }

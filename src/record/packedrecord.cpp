@@ -1,5 +1,6 @@
 #include "record/packedrecord.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -19,6 +20,9 @@ struct PackedHeader {
     size_t contextLength;
     uint32_t line;
 };
+
+// Most records fit, so that blocks can be exchanged without a look at the record.
+constexpr size_t kUsualSize = 512;
 
 constexpr size_t kAlignment = alignof(PackedHeader);
 static_assert(kAlignment <= alignof(std::max_align_t), "blocks from new must suffice");
@@ -83,6 +87,26 @@ LogRecord Unpack(const std::byte* bytes) {
 
 size_t PackedSizeAt(const std::byte* bytes) {
     return HeaderAt(bytes).packedSize;
+}
+
+void PackedRecord::Set(const LogRecord& record) {
+    const size_t size = PackedSize(record);
+    // A block much larger than its record is not kept for it either: a few long records would take
+    // the memory of many.
+    const bool wasteful = capacity_ > kUsualSize && size < capacity_ / 4;
+    if (size > capacity_ || wasteful) {
+        const size_t capacity = std::max(size, kUsualSize);
+        bytes_.reset(new std::byte[capacity]);
+        capacity_ = capacity;
+    }
+    Pack(record, bytes_.get());
+}
+
+void PackedRecord::FreeIfLarger(size_t size) {
+    if (capacity_ > size) {
+        bytes_.reset();
+        capacity_ = 0;
+    }
 }
 
 }  // namespace NS_LOG_SERVICE1

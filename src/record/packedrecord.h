@@ -22,20 +22,25 @@ LogRecord Unpack(const std::byte* bytes);
 // Returns the packed size of the record at `bytes`.
 size_t PackedSizeAt(const std::byte* bytes);
 
-// A packed record in its own block of memory. It is movable, so that a container's owner can make
-// and free records outside its lock.
+// A packed record in its own block of memory, which the next record can use. It is movable, so that
+// a container's owner can make and free records outside its lock.
 class PackedRecord {
   public:
     PackedRecord() = default;
-    explicit PackedRecord(const LogRecord& record) : bytes_(new std::byte[PackedSize(record)]) {
-        Pack(record, bytes_.get());
-    }
+    explicit PackedRecord(const LogRecord& record) { Set(record); }
 
-    // REQUIRES: it is not empty. The texts are valid as long as this object lives.
+    // Takes over a copy of the record. Allocates only when the block is too small.
+    void Set(const LogRecord& record);
+
+    // REQUIRES: it is not empty. The texts are valid as long as this object holds the record.
     LogRecord Get() const { return Unpack(bytes_.get()); }
+
+    // Frees a block of more than `size` bytes, with its record.
+    void FreeIfLarger(size_t size);
 
   private:
     std::unique_ptr<std::byte[]> bytes_;
+    size_t capacity_ = 0;
 };
 
 }  // namespace NS_LOG_SERVICE1
