@@ -106,27 +106,21 @@ TEST(BoundedFormat, KeepsWhatFitsAndReportsWhatIsCut) {
         }
         EXPECT_TRUE(c.size < 100 || buffer.Bytes()[99] == 'x');
     }
-}
-
-TEST(BoundedFormat, CutsInTheMiddleOfANumber) {
     Buffer buffer(6);
     EXPECT_LT(buffer.Format(kNoLimit, "%s:%d", "abc", 1234), 0);
     EXPECT_EQ(buffer.Text(), "abc:1");
 }
 
-TEST(BoundedFormat, FailsWithoutABuffer) {
+TEST(BoundedFormat, FailsWithoutAFormatOrABuffer) {
+    Buffer buffer(10);
+    EXPECT_LT(buffer.Format(kNoLimit, nullptr), 0);
+    EXPECT_EQ(buffer.Text(), "");
     char byte = 'x';
     Buffer none(0);
     EXPECT_LT(none.Format(kNoLimit, "%s", "text"), 0);
     EXPECT_LT(snprintf_s(&byte, 0, 5, "%d", 1), 0);
     EXPECT_NE(strncpy_s(&byte, 0, "a", 1), 0);
     EXPECT_EQ(byte, 'x');
-}
-
-TEST(BoundedFormat, FailsWithoutAFormat) {
-    Buffer buffer(10);
-    EXPECT_LT(buffer.Format(kNoLimit, nullptr), 0);
-    EXPECT_EQ(buffer.Text(), "");
 }
 
 // A character that the locale cannot show, and a text whose length no int counts.

@@ -100,21 +100,6 @@ TEST_F(ChannelQueue, IsWrittenBeforeTheClosingLine) {
     EXPECT_EQ(Written(), Created() + Closed());
 }
 
-TEST_F(ChannelQueue, KeepsItsOrderOverManyBatches) {
-    Make(100);
-    uint64_t number = 0;
-    std::string expected = Created();
-    for (int i = 1; i <= 1050; ++i) {
-        Queue(std::to_string(i));
-        expected += Frame(++number, std::to_string(i));
-        if (i % 100 == 0) {
-            expected += Notice(++number);
-        }
-    }
-    channel_->Flush();
-    EXPECT_EQ(Written(), expected);
-}
-
 TEST_F(ChannelQueue, RotatesWithinABatchAndBehindTheNotice) {
     LetFilesDiffer();
     Make(3, 10, kCreatedSize + 2 * static_cast<uint32_t>(Frame(1, "text").size()));

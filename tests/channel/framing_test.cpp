@@ -40,15 +40,11 @@ std::string Dumped(const OwnedRecord& record, std::string_view stamp = "S") {
 // The record is shown with this heading and this detail, wherever it stands.
 void ExpectShown(const OwnedRecord& record, std::string_view stamp, const std::string& heading,
                  const std::string& detail) {
-    EXPECT_TRUE(Recorded(record, stamp) ==
-                "<1>\n" + heading + "\n Detail: " + detail + "\n</1>\n\n")
-        << Recorded(record, stamp);
-    EXPECT_TRUE(Opened(record, stamp) ==
-                "<1>\n" + heading + "\n Detail: " + detail + "\n" + kDumpBegins)
-        << Opened(record, stamp);
+    EXPECT_EQ(Recorded(record, stamp), "<1>\n" + heading + "\n Detail: " + detail + "\n</1>\n\n");
+    EXPECT_EQ(Opened(record, stamp),
+              "<1>\n" + heading + "\n Detail: " + detail + "\n" + kDumpBegins);
     // A dumped record has a blank before its colon.
-    EXPECT_TRUE(Dumped(record, stamp) == heading + "\n Detail : " + detail + "\n")
-        << Dumped(record, stamp);
+    EXPECT_EQ(Dumped(record, stamp), heading + "\n Detail : " + detail + "\n");
 }
 
 TEST(Framing, ShowsARecordOnItsOwnAndInADump) {

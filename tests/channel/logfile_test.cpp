@@ -98,40 +98,21 @@ TEST_F(LogFiles, ShowEachRecordsOwnTime) {
     EXPECT_EQ(dump.dumped.at(1).stamp, "2024-03-05T14:07:09.123456+00:00");
 }
 
-TEST_F(LogFiles, TakeHugeRecordsAndHistories) {
-    const std::string huge(3000000, 'h');
-    Write(huge);
-    WriteDump("error", {WithDetail(huge, 3), WithDetail("kept", 3), WithDetail(huge, 3)});
-    Write("after");
-    const std::string dumped = DumpedFrame(huge) + DumpedFrame("kept") + DumpedFrame(huge);
-    EXPECT_TRUE(Written() ==
-                Created() + Frame(1, huge) + DumpFrame(2, "error", dumped) + Frame(3, "after"));
-}
-
-TEST_F(LogFiles, LoseOneSeparatorAtTheEndOfTheirDirectory) {
-    for (const auto& [given, kept] : {std::pair<std::string, std::string>{"x/", "x"},
-                                      {"y//", "y/"},
-                                      {"z\\", "z"},
-                                      {"v\\\\", "v\\"}}) {
-        Make(100000, given);
-        Write("text");
-        EXPECT_EQ(file_->CurrentPath(), Path(kept + "/" + NameNow()));
-        EXPECT_EQ(Written(kept), Created() + Frame(1, "text"));
-    }
-}
-
+// But for one separator at its end.
 TEST_F(LogFiles, NameTheirDirectoryAsItWasGiven) {
-    Make(100000, "link");
-    fs::create_directories(Path("real"));
     fs::create_directory_symlink(Path("real"), Path("link"));
-    Write("text");
-    EXPECT_EQ(file_->CurrentPath(), Path("link/" + NameNow()));
-    EXPECT_EQ(Written("real"), Created() + Frame(1, "text"));
     fs::current_path(Path());
-    LogFile relative("logs", "unbi_debug_", 100000, 5);
-    relative.WriteRecord(WithDetail("text").Get());
-    EXPECT_EQ(relative.CurrentPath(), "logs/" + NameNow());
-    EXPECT_EQ(Written("logs"), Created() + Frame(1, "text"));
+    const std::pair<std::string, std::string> cases[] = {
+        {Path("x/"), Path("x")},      {Path("y//"), Path("y/")}, {Path("z\\"), Path("z")},
+        {Path("v\\\\"), Path("v\\")}, {"relative/", "relative"}, {Path("link"), Path("link")}};
+    for (const auto& [given, kept] : cases) {
+        fs::create_directories(Path("real"));
+        LogFile file(given.c_str(), "unbi_debug_", 100000, 5);
+        file.EnsureOpen();
+        EXPECT_EQ(file.CurrentPath(), kept + "/" + NameNow());
+        EXPECT_EQ(ReadFile(file.CurrentPath()), Created());
+    }
+    EXPECT_EQ(Written("real"), Created() + Closed());
 }
 
 TEST_F(LogFiles, AreOpenedOnDemandClosedOnceAndOpenedAnew) {

@@ -1,8 +1,6 @@
 // What becomes of records and files when writing fails.
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
-#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -30,10 +28,6 @@ class WriteFailure : public LogFileTest {
         Calls().ScriptWrites([bytes](uint64_t number, std::string_view) {
             return number == 1 ? Fate{bytes, 0} : number == 2 ? Fate{0, ENOSPC} : Fate();
         });
-    }
-
-    std::vector<ParsedPiece> Records(const std::string& directory = "log") const {
-        return OfKind(ParseLogDirectory(Path(directory)), ParsedPiece::RECORD);
     }
 };
 
@@ -71,16 +65,6 @@ TEST_F(WriteFailure, LosesADumpAsAWhole) {
     EXPECT_EQ(Counts().recordsDumped.Get(), 0u);
     WriteDump("six");
     EXPECT_EQ(Written(), expected + DumpFrame(6, "six"));
-}
-
-TEST_F(WriteFailure, IsNotWhatASignalOrAShortWriteIs) {
-    Calls().ScriptWrites([](uint64_t number, std::string_view) {
-        return number % 3 == 0 ? Fate{0, EINTR} : Fate{7, 0};
-    });
-    Write("one");
-    Write("two");
-    EXPECT_EQ(Written(), Created() + Frame(1, "one") + Frame(2, "two"));
-    EXPECT_EQ(Counts().lastError.Get(), 0u);
 }
 
 TEST_F(WriteFailure, OfTheCreationLineLeavesTheFileOpen) {
@@ -157,7 +141,7 @@ TEST_F(WriteFailure, AtAFileSizeLimitLeavesWholeRecords) {
         }
         Write("text");
         file_->Close();
-        const auto records = Records();
+        const auto records = OfKind(ParseLogDirectory(Path("log")), ParsedPiece::RECORD);
         ASSERT_FALSE(records.empty());
         EXPECT_EQ(records.back().number, 7u);
         // As many as fit into each file, and then one that is lost.
@@ -165,50 +149,6 @@ TEST_F(WriteFailure, AtAFileSizeLimitLeavesWholeRecords) {
             (std::max<size_t>(limit, kCreatedSize) - kCreatedSize) / Frame(1, "text").size();
         EXPECT_EQ(records.size(), fit == 0 ? 1 : 6 - 6 / (fit + 1) + 1);
     }
-}
-
-// A file system of its own with room for a few pages, where this user may mount one.
-class SmallFileSystem {
-  public:
-    explicit SmallFileSystem(const std::string& path) : path_(path) {
-        fs::create_directories(path);
-        mounted_ = mount("none", path.c_str(), "tmpfs", 0, "size=64k") == 0;
-    }
-    ~SmallFileSystem() { mounted_&& umount2(path_.c_str(), MNT_DETACH) == 0; }
-    SmallFileSystem(const SmallFileSystem&) = delete;
-    SmallFileSystem& operator=(const SmallFileSystem&) = delete;
-    bool Mounted() const { return mounted_; }
-
-  private:
-    std::string path_;
-    bool mounted_ = false;
-};
-
-TEST_F(WriteFailure, OnAFullFileSystemLeavesWholeRecords) {
-    const SmallFileSystem small(Path("small"));
-    if (!small.Mounted()) {
-        GTEST_SKIP() << "this user may not mount a file system: " << std::strerror(errno);
-    }
-    Make(1000000, "small/log");
-    for (size_t i = 0; i < 300; ++i) {
-        Write(std::string(i * 7 % 1500, 'x'));
-    }
-    EXPECT_GT(Counts().recordsDropped.Get(), 0u);
-    EXPECT_EQ(Counts().lastError.Get(), static_cast<uint64_t>(ENOSPC));
-    const auto full = Records("small/log");
-    EXPECT_EQ(full.size(), Counts().recordsWritten.Get());
-    EXPECT_GT(full.size(), 20u);
-    for (const ParsedPiece& piece : full) {
-        EXPECT_EQ(piece.record.detail.size(), (piece.number - 1) * 7 % 1500);
-    }
-    // All files but the open one.
-    for (const std::string& name : ListFiles(Path("small/log"))) {
-        if (Path("small/log/" + name) != file_->CurrentPath()) {
-            fs::remove(Path("small/log/" + name));
-        }
-    }
-    Write("room again");
-    EXPECT_EQ(Records("small/log").back().number, 301u);
 }
 
 }  // namespace

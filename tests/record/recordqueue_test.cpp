@@ -42,13 +42,17 @@ Texts Queued(const RecordQueue& queue) {
     return details;
 }
 
-TEST(RecordQueue, StartsEmptyAndWithoutRoom) {
+TEST(RecordQueue, StartsEmptyAndPutsManyRecordsIntoAChunk) {
     RecordQueue queue;
     EXPECT_EQ(Queued(queue), Texts());
     EXPECT_FALSE(HasRoom(queue));
     EXPECT_TRUE(queue.Clear().empty());
-    AppendAll(queue, {"1"});
-    EXPECT_EQ(Queued(queue), Texts({"1"}));
+    AddChunk(queue, 1);
+    for (int number = 0; number < 100; ++number) {
+        ASSERT_TRUE(HasRoom(queue));
+        queue.Append(WithDetail("text").Get());
+    }
+    EXPECT_EQ(Queued(queue), Texts(100, "text"));
 }
 
 TEST(RecordQueue, OwnsItsTexts) {
@@ -58,15 +62,6 @@ TEST(RecordQueue, OwnsItsTexts) {
     const OwnedRecord original = record;
     record.Spoil();
     ExpectSame(*queue.begin(), original.Get());
-}
-
-TEST(RecordQueue, HasRoomForManyRecordsInAChunk) {
-    RecordQueue queue;
-    AddChunk(queue, 1);
-    for (int number = 0; number < 100; ++number) {
-        ASSERT_TRUE(HasRoom(queue));
-        queue.Append(OwnedRecord().Get());
-    }
 }
 
 TEST(RecordQueue, NeedsNoChunkAfterItWasCleared) {
