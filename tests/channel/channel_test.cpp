@@ -117,6 +117,14 @@ TEST_F(Channel, GoesOnAfterAnException) {
     }
 }
 
+TEST_F(Channel, GoesOnAfterAnExceptionWhileItsFileIsOpened) {
+    Calls().ScriptOpens([](uint64_t) -> int { throw std::bad_alloc(); });
+    EXPECT_THROW(Output("lost"), std::bad_alloc);
+    Calls().ScriptOpens(nullptr);
+    Output("written");
+    EXPECT_EQ(Written(), Created() + Frame(1, "written"));
+}
+
 // Writing has failed in a way that is not understood: a closing line would say that all is well.
 TEST_F(Channel, LeavesItsFileOpenWhenItsLastFlushThrows) {
 #if defined(__SANITIZE_ADDRESS__)
