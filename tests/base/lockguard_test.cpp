@@ -22,44 +22,32 @@ struct CountingLock {
     int released = 0;
 };
 
+// Only -1 is a failure.
 TEST(LockGuard, HoldsTheLockForTheLengthOfTheBlock) {
-    CountingLock lock;
-    {
-        const LockGuard<CountingLock> guard(lock);
-        EXPECT_TRUE(guard.Held());
+    for (const int success : {0, 1}) {
+        CountingLock lock{success};
+        {
+            const LockGuard<CountingLock> guard(lock);
+            EXPECT_TRUE(guard.Held());
+            EXPECT_EQ(lock.released, 0);
+        }
         EXPECT_EQ(lock.acquired, 1);
-        EXPECT_EQ(lock.released, 0);
+        EXPECT_EQ(lock.released, 1);
     }
-    EXPECT_EQ(lock.acquired, 1);
-    EXPECT_EQ(lock.released, 1);
 }
 
 TEST(LockGuard, ReleasesNothingThatCouldNotBeTaken) {
-    CountingLock lock;
-    lock.result = -1;
-    bool ran = false;
+    CountingLock lock{-1};
     {
         LockGuard<CountingLock> guard(lock);
-        ran = true;
         EXPECT_FALSE(guard.Held());
         guard.Release();
     }
-    EXPECT_TRUE(ran);
     EXPECT_EQ(lock.acquired, 1);
     EXPECT_EQ(lock.released, 0);
 }
 
-TEST(LockGuard, TakesOnlyMinusOneForAFailure) {
-    CountingLock lock;
-    lock.result = 1;
-    {
-        const LockGuard<CountingLock> guard(lock);
-        EXPECT_TRUE(guard.Held());
-    }
-    EXPECT_EQ(lock.released, 1);
-}
-
-TEST(LockGuard, ReleasesOnceWhenLetGoEarly) {
+TEST(LockGuard, CanBeLetGoEarlyAndTakenAgain) {
     CountingLock lock;
     {
         LockGuard<CountingLock> guard(lock);
@@ -67,32 +55,15 @@ TEST(LockGuard, ReleasesOnceWhenLetGoEarly) {
         EXPECT_FALSE(guard.Held());
         guard.Release();
         EXPECT_EQ(lock.released, 1);
-    }
-    EXPECT_EQ(lock.released, 1);
-}
-
-TEST(LockGuard, CanBeTakenAgain) {
-    CountingLock lock;
-    {
-        LockGuard<CountingLock> guard(lock);
-        guard.Release();
         guard.Acquire();
         EXPECT_TRUE(guard.Held());
         EXPECT_EQ(lock.acquired, 2);
-    }
-    EXPECT_EQ(lock.released, 2);
-}
-
-TEST(LockGuard, ReleasesNothingThatCouldNotBeTakenAgain) {
-    CountingLock lock;
-    {
-        LockGuard<CountingLock> guard(lock);
         guard.Release();
         lock.result = -1;
         guard.Acquire();
         EXPECT_FALSE(guard.Held());
     }
-    EXPECT_EQ(lock.released, 1);
+    EXPECT_EQ(lock.released, 2);
 }
 
 TEST(LockGuard, ReleasesWhenAnExceptionLeavesTheBlock) {

@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
+#include "support/onthreads.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -31,9 +30,9 @@ TEST(LogSettings, HaveFourSwitchesAndNoneAboveThem) {
         switches.set(level);
         EXPECT_TRUE(IsLevelOn(switches, level));
     }
-    EXPECT_FALSE(IsLevelOn(switches, 4));
-    EXPECT_FALSE(IsLevelOn(switches, 64));
-    EXPECT_FALSE(IsLevelOn(switches, 4294967295u));
+    for (const uint32_t level : {4u, 64u, 4294967295u}) {
+        EXPECT_FALSE(IsLevelOn(switches, level));
+    }
 }
 
 TEST(RelaxedField, ReadsAndWritesLikeAPlainField) {
@@ -48,35 +47,17 @@ TEST(RelaxedField, ReadsAndWritesLikeAPlainField) {
 }
 
 TEST(RelaxedField, LosesNoUpdateOfSeveralThreads) {
-    RelaxedAtomic<uint32_t> field;
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([&field] {
-            for (int round = 0; round < 1000; ++round) {
-                field.Update([](uint32_t value) { return value + 1; });
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(field, 8000u);
-}
-
-TEST(RelaxedField, KeepsTheSwitchesThatOtherThreadsChange) {
-    RelaxedAtomic<LevelSwitches> field;
-    std::vector<std::thread> threads;
-    for (size_t level = 0; level < 4; ++level) {
-        threads.emplace_back([&field, level] {
-            for (int round = 0; round <= 1000; ++round) {
-                field.Update([level](LevelSwitches switches) { return switches.flip(level); });
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_TRUE(field.Get().all());
+    RelaxedAtomic<uint32_t> sum;
+    RelaxedAtomic<LevelSwitches> switches;
+    NS_TEST::OnThreads(4, [&](int thread) {
+        for (int round = 0; round <= 1000; ++round) {
+            sum.Update([](uint32_t value) { return value + 1; });
+            switches.Update(
+                [thread](LevelSwitches value) { return value.flip(static_cast<size_t>(thread)); });
+        }
+    });
+    EXPECT_EQ(sum, 4004u);
+    EXPECT_TRUE(switches.Get().all());
 }
 
 }  // namespace

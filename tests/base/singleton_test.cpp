@@ -38,9 +38,6 @@ SwitchedLock* TheSwitchedLock() {
     return &switchedLock;
 }
 
-using Shared = Singleton<Counted>;
-using Lockable = Singleton<Counted, SwitchedLock>;
-
 class SingletonObject : public ::testing::Test {
   protected:
     SingletonObject() {
@@ -48,71 +45,66 @@ class SingletonObject : public ::testing::Test {
         destroyed = 0;
         switchedLock = SwitchedLock();
     }
+    ~SingletonObject() override {
+        singleton_.Destroy();
+        switchedLock.broken = false;
+        lockable_.Destroy();
+    }
+
+    Singleton<Counted> singleton_{&StaticObjectLock};
+    Singleton<Counted, SwitchedLock> lockable_{&TheSwitchedLock};
 };
 
 TEST_F(SingletonObject, IsCreatedOnFirstUse) {
-    Shared singleton(&StaticObjectLock);
-    EXPECT_EQ(singleton.InstanceIfAny(), nullptr);
+    EXPECT_EQ(singleton_.InstanceIfAny(), nullptr);
     EXPECT_EQ(created, 0);
-    Counted* const instance = singleton.Instance();
+    Counted* const instance = singleton_.Instance();
     ASSERT_NE(instance, nullptr);
-    EXPECT_EQ(instance->value, 5);
-    EXPECT_EQ(singleton.Instance(), instance);
-    EXPECT_EQ(singleton.InstanceIfAny(), instance);
+    EXPECT_EQ(singleton_.Instance(), instance);
+    EXPECT_EQ(singleton_.InstanceIfAny(), instance);
     EXPECT_EQ(created, 1);
-    singleton.Destroy();
 }
 
 TEST_F(SingletonObject, IsDestroyedOnceAndCreatedAfresh) {
-    Shared singleton(&StaticObjectLock);
-    singleton.Destroy();
+    singleton_.Destroy();
     EXPECT_EQ(destroyed, 0);
-    singleton.Instance()->value = 6;
-    singleton.Destroy();
-    EXPECT_EQ(destroyed, 1);
-    EXPECT_EQ(singleton.InstanceIfAny(), nullptr);
-    singleton.Destroy();
-    EXPECT_EQ(destroyed, 1);
-    EXPECT_EQ(singleton.Instance()->value, 5);
+    singleton_.Instance()->value = 6;
+    for (int i = 0; i < 2; ++i) {
+        singleton_.Destroy();
+        EXPECT_EQ(destroyed, 1);
+        EXPECT_EQ(singleton_.InstanceIfAny(), nullptr);
+    }
+    EXPECT_EQ(singleton_.Instance()->value, 5);
     EXPECT_EQ(created, 2);
-    singleton.Destroy();
 }
 
 TEST_F(SingletonObject, IsNotCreatedWithoutTheLock) {
-    Lockable singleton(&TheSwitchedLock);
     switchedLock.broken = true;
-    EXPECT_EQ(singleton.Instance(), nullptr);
+    EXPECT_EQ(lockable_.Instance(), nullptr);
     EXPECT_EQ(created, 0);
     EXPECT_EQ(switchedLock.released, 0);
     switchedLock.broken = false;
-    EXPECT_NE(singleton.Instance(), nullptr);
+    EXPECT_NE(lockable_.Instance(), nullptr);
     EXPECT_EQ(switchedLock.released, 1);
-    singleton.Destroy();
 }
 
 TEST_F(SingletonObject, IsFoundAndKeptWithoutTheLock) {
-    Lockable singleton(&TheSwitchedLock);
-    Counted* const instance = singleton.Instance();
+    Counted* const instance = lockable_.Instance();
     switchedLock.broken = true;
-    EXPECT_EQ(singleton.Instance(), instance);
-    singleton.Destroy();
-    EXPECT_EQ(singleton.InstanceIfAny(), instance);
+    EXPECT_EQ(lockable_.Instance(), instance);
+    lockable_.Destroy();
+    EXPECT_EQ(lockable_.InstanceIfAny(), instance);
     EXPECT_EQ(destroyed, 0);
-    switchedLock.broken = false;
-    singleton.Destroy();
-    EXPECT_EQ(destroyed, 1);
 }
 
 TEST_F(SingletonObject, IsTheSameForAllThreads) {
-    Shared singleton(&StaticObjectLock);
     std::vector<Counted*> found(8);
-    NS_TEST::OnThreads(found.size(), [&](size_t thread) { found[thread] = singleton.Instance(); });
+    NS_TEST::OnThreads(found.size(), [&](size_t thread) { found[thread] = singleton_.Instance(); });
     EXPECT_EQ(std::set<Counted*>(found.begin(), found.end()).size(), 1u);
     EXPECT_EQ(created, 1);
-    singleton.Destroy();
 }
 
-Shared inner(&StaticObjectLock);
+Singleton<Counted> inner(&StaticObjectLock);
 
 struct Outer {
     Outer() : value(inner.Instance()->value) {}

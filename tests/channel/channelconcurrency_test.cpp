@@ -7,38 +7,51 @@
 #include <string>
 #include <vector>
 
-#include "channel/channel.h"
 #include "channel/channelfixture.h"
 #include "support/onthreads.h"
-
-using NS_TEST::OnThreads;
-using NS_TEST::ParsedPiece;
-using NS_TEST::WithDetail;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
+using namespace NS_TEST;
+
 constexpr int kThreads = 8;
 constexpr int kRecords = 150;
 
-class ChannelConcurrency : public NS_TEST::ChannelTest {
+class ChannelConcurrency : public ChannelTest {
   protected:
+    // The records of each thread.
+    using RecordsOfThreads = std::map<int, std::vector<int>>;
+
+    // What the files show, in the order of the files.
+    struct Seen {
+        RecordsOfThreads records;  // in frames of their own
+        RecordsOfThreads dumped;   // inside dumps
+        uint64_t others = 0;       // notices, and orders of dumps
+    };
+
     // Every file begins in a second of its own, so none is truncated.
-    ChannelConcurrency() { LetFilesDiffer(); }
+    ChannelConcurrency() {
+        LetFilesDiffer();
+        Make(16, 16, 20000);
+    }
 
     static std::string Detail(int thread, int record) {
         return "t" + std::to_string(thread) + " r" + std::to_string(record) + " " +
                std::string(static_cast<size_t>(record % 40), 'x');
     }
 
-    // What the files show, the records of each thread in the order of the files.
-    struct Seen {
-        std::map<int, std::vector<int>> records;  // of threads, in frames of their own
-        std::map<int, std::vector<int>> dumped;   // of threads, inside dumps
-        uint64_t others = 0;                      // notices, and orders of dumps
-    };
+    // Calls `log` with the number of the thread and of the record, on all threads at once.
+    template <class Log>
+    void LogOnThreads(const Log& log) {
+        OnThreads(kThreads, [&log](int thread) {
+            for (int record = 0; record < kRecords; ++record) {
+                log(thread, record);
+            }
+        });
+    }
 
-    static void Note(std::map<int, std::vector<int>>& records, const std::string& detail) {
+    static void Note(RecordsOfThreads& records, const std::string& detail) {
         int thread = -1;
         int record = -1;
         ASSERT_EQ(std::sscanf(detail.c_str(), "t%d r%d ", &thread, &record), 2) << detail;
@@ -46,12 +59,14 @@ class ChannelConcurrency : public NS_TEST::ChannelTest {
         records[thread].push_back(record);
     }
 
-    // Reads all files; whatever is torn, and every gap in the numbers, is a failure.
-    Seen Read() const {
+    // Ends the channel and reads all files; whatever is torn, and every gap in the numbers, is a
+    // failure.
+    Seen Read() {
+        channel_.reset();
         Seen seen;
         uint64_t number = 0;
         std::vector<ParsedPiece> pieces;
-        EXPECT_NO_THROW(pieces = NS_TEST::ParseLogDirectory(Path("log")));
+        EXPECT_NO_THROW(pieces = ParseLogDirectory(Path("log")));
         for (const ParsedPiece& piece : pieces) {
             if (piece.kind != ParsedPiece::RECORD && piece.kind != ParsedPiece::DUMP) {
                 continue;
@@ -88,111 +103,71 @@ class ChannelConcurrency : public NS_TEST::ChannelTest {
 };
 
 TEST_F(ChannelConcurrency, KeepsTheOrderOfRecordsThatAreWrittenAtOnce) {
-    {
-        TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads(kThreads, [&channel](int thread) {
-            for (int record = 0; record < kRecords; ++record) {
-                channel.Output(WithDetail(record % 50 == 7 ? 0 : 1, Detail(thread, record)).Get());
-            }
-        });
-    }
+    LogOnThreads([this](int thread, int record) {
+        Output(Detail(thread, record), record % 50 == 7 ? 0 : 1);
+    });
     const Seen seen = Read();
     ExpectAllInOrder(seen);
     EXPECT_EQ(seen.others, 0u);
 }
 
+// Some records need a chunk of their own.
 TEST_F(ChannelConcurrency, KeepsTheOrderOfRecordsThatAreQueued) {
-    {
-        TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads(kThreads, [&channel](int thread) {
-            for (int record = 0; record < kRecords; ++record) {
-                channel.AppendOutputInfo(
-                    WithDetail(record % 50 == 7 ? 0 : 1, Detail(thread, record)).Get());
-            }
-        });
-    }
+    const std::string large(70000, 'L');
+    LogOnThreads([this, &large](int thread, int record) {
+        auto queued = WithDetail(Detail(thread, record), record % 50 == 7 ? 0 : 1);
+        queued.context = record % 20 == 0 ? large : "c";
+        channel_->AppendOutputInfo(queued.Get());
+    });
     const Seen seen = Read();
     ExpectAllInOrder(seen);
     EXPECT_GT(seen.others, 0u);
 }
 
-TEST_F(ChannelConcurrency, KeepsTheOrderOfOutsizedRecordsThatAreQueued) {
-    const std::string large(70000, 'L');
-    {
-        TEDebugInfoBuf channel("debug", 7, 16, 100000000, 5);
-        OnThreads(kThreads, [&channel, &large](int thread) {
-            for (int record = 0; record < 40; ++record) {
-                auto outsized = WithDetail(1, Detail(thread, record));
-                outsized.context = record % 5 == 0 ? large : "c";
-                channel.AppendOutputInfo(outsized.Get());
-            }
-        });
-    }
-    const Seen seen = Read();
-    EXPECT_EQ(seen.records.size(), static_cast<size_t>(kThreads));
-    for (const auto& [thread, records] : seen.records) {
-        ASSERT_EQ(records.size(), 40u);
-        EXPECT_TRUE(std::is_sorted(records.begin(), records.end())) << "thread " << thread;
-    }
-}
-
 // A flush writes what it took out of the queue without keeping the queue locked, so that records
 // which came later may be in the file before it.
 TEST_F(ChannelConcurrency, LosesNothingWhenQueuesAreFlushedMeanwhile) {
-    {
-        TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads(kThreads, [&channel](int thread) {
-            for (int record = 0; record < kRecords; ++record) {
-                channel.AppendOutputInfo(WithDetail(1, Detail(thread, record)).Get());
-                if (record % 10 == thread) {
-                    channel.Flush();
-                }
-            }
-        });
-    }
+    LogOnThreads([this](int thread, int record) {
+        Queue(Detail(thread, record));
+        if (record % 10 == thread) {
+            channel_->Flush();
+        }
+    });
     ExpectAll(Read());
 }
 
 TEST_F(ChannelConcurrency, KeepsTheOrderWhereOneThreadFlushesAndNoQueueFills) {
-    {
-        TEDebugInfoBuf channel("debug", 1000000, 16, 20000, 5);
-        OnThreads(kThreads, [&channel](int thread) {
-            for (int record = 0; record < kRecords; ++record) {
-                channel.AppendOutputInfo(WithDetail(1, Detail(thread, record)).Get());
-                if (thread == 0 && record % 5 == 0) {
-                    channel.Flush();
-                }
-            }
-        });
-    }
+    Make(1000000, 16, 20000);
+    LogOnThreads([this](int thread, int record) {
+        Queue(Detail(thread, record));
+        if (thread == 0 && record % 5 == 0) {
+            channel_->Flush();
+        }
+    });
     ExpectAllInOrder(Read());
 }
 
 TEST_F(ChannelConcurrency, AccountsForEveryRecordWhateverIsDoneAtOnce) {
-    uint64_t evicted = 0;
-    uint64_t cached = 0;
-    {
-        TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-        OnThreads(kThreads, [&channel](int thread) {
-            for (int record = 0; record < kRecords; ++record) {
-                const auto entry = WithDetail(record % 40 == 9 ? 0 : 2, Detail(thread, record));
-                thread % 2 == 0 ? channel.Output(entry.Get())
-                                : channel.AppendOutputInfo(entry.Get());
-                channel.AppendFiltered(WithDetail(3, Detail(thread + 100, record)).Get());
-                if (record % 25 == thread) {
-                    channel.Flush();
-                }
-                if (record % 30 == thread) {
-                    channel.OutputAll();
-                }
-            }
-        });
-        channel.Flush();
-        EXPECT_EQ(channel.Statistics().queued.Get(), 0u);
-        EXPECT_EQ(channel.FileStatistics().recordsDropped.Get(), 0u);
-        evicted = channel.Statistics().evicted.Get();
-        cached = channel.Statistics().keptBack.Get();
-    }
+    LogOnThreads([this](int thread, int record) {
+        const uint64_t before = channel_->FileStatistics().recordsWritten.Get();
+        const int level = record % 40 == 9 ? 0 : 2;
+        thread % 2 == 0 ? Output(Detail(thread, record), level)
+                        : Queue(Detail(thread, record), level);
+        Keep(Detail(thread + 100, record));
+        if (record % 25 == thread) {
+            channel_->Flush();
+        }
+        if (record % 30 == thread) {
+            channel_->OutputAll();
+        }
+        EXPECT_GE(channel_->FileStatistics().recordsWritten.Get(), before);
+        EXPECT_LE(Queued(), 16u);
+        EXPECT_LE(Cached(), 16u);
+    });
+    channel_->Flush();
+    EXPECT_EQ(Queued(), 0u);
+    EXPECT_EQ(channel_->FileStatistics().recordsDropped.Get(), 0u);
+    const uint64_t neverWritten = channel_->Statistics().evicted.Get() + Cached();
     const Seen seen = Read();
     ExpectAll(seen);
     uint64_t dumped = 0;
@@ -202,43 +177,20 @@ TEST_F(ChannelConcurrency, AccountsForEveryRecordWhateverIsDoneAtOnce) {
             EXPECT_EQ(std::count(records.begin(), records.end(), record), 1) << thread;
         }
     }
-    EXPECT_EQ(dumped + evicted + cached, static_cast<uint64_t>(kThreads * kRecords));
+    EXPECT_EQ(dumped + neverWritten, static_cast<uint64_t>(kThreads * kRecords));
 }
 
 TEST_F(ChannelConcurrency, CarriesContentsOverWhileOthersWrite) {
-    {
-        TEDebugInfoBuf channel("debug", 16, 16, 100000000, 5);
-        OnThreads(kThreads, [this, &channel](int thread) {
-            for (int record = 0; record < kRecords; ++record) {
-                channel.Output(WithDetail(1, Detail(thread, record)).Get());
-                if (thread == 0 && record % 90 == 5) {
-                    channel.ChangePath(Path("log" + std::to_string(record)), "unbi_debug_");
-                }
-                EXPECT_NE(channel.CurrentPath(), "");
-            }
-        });
-        channel.ChangePath(Path("log"), "unbi_debug_");
-    }
-    ExpectAllInOrder(Read());
-}
-
-TEST_F(ChannelConcurrency, LetsAnyThreadReadTheStatistics) {
-    TEDebugInfoBuf channel("debug", 16, 16, 20000, 5);
-    OnThreads(kThreads, [&channel](int thread) {
-        uint64_t written = 0;
-        for (int record = 0; record < kRecords; ++record) {
-            if (thread % 2 == 0) {
-                channel.Output(WithDetail(1, Detail(thread, record)).Get());
-            } else {
-                const uint64_t now = channel.FileStatistics().recordsWritten.Get();
-                EXPECT_GE(now, written);
-                written = now;
-                EXPECT_LE(channel.Statistics().queued.Get(), 16u);
-            }
+    Make(16, 16);
+    LogOnThreads([this](int thread, int record) {
+        Output(Detail(thread, record));
+        if (thread == 0 && record % 90 == 5) {
+            channel_->ChangePath(Path("log" + std::to_string(record)), "unbi_debug_");
         }
+        EXPECT_NE(channel_->CurrentPath(), "");
     });
-    EXPECT_EQ(channel.FileStatistics().recordsWritten.Get(),
-              static_cast<uint64_t>(kThreads / 2 * kRecords));
+    channel_->ChangePath(Path("log"), "unbi_debug_");
+    ExpectAllInOrder(Read());
 }
 
 }  // namespace

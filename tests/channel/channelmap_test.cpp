@@ -4,48 +4,69 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "channel/channelfixture.h"
-
-using NS_TEST::Frame;
-using NS_TEST::kClosed;
-using NS_TEST::kCreated;
-using NS_TEST::ListFiles;
-using NS_TEST::ReadFile;
-using NS_TEST::WithDetail;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-class Channels : public NS_TEST::ChannelTest {
+using namespace NS_TEST;
+
+class Channels : public FrozenClockTest {
   protected:
-    std::vector<std::string> Names() {
-        std::vector<std::string> names;
+    Texts Names() {
+        Texts names;
         channels_.ForEach(
             [&names](const std::string& name, TEDebugInfoBuf&) { names.push_back(name); });
         return names;
     }
+    // A record with the name of its category waits in each channel, except in that of "debug".
+    void QueueNames() {
+        channels_.ForEach([](const std::string& name, TEDebugInfoBuf& channel) {
+            if (name != "debug") {
+                channel.AppendOutputInfo(WithDetail(name).Get());
+            }
+        });
+    }
+    std::string WrittenBy(const std::string& category) const {
+        return ReadFile(Path("log/" + NameNow("unbi_" + category + "_")));
+    }
+    // The details of the records that `action` writes, in the order of writing.
+    static Texts OrderOfWriting(const std::function<void()>& action) {
+        Texts order;
+        Calls().ScriptWrites([&order](uint64_t, std::string_view bytes) {
+            for (const auto& piece : ParseLogText(std::string(bytes))) {
+                if (piece.kind == ParsedPiece::RECORD) {
+                    order.push_back(piece.record.detail);
+                }
+            }
+            return Fate();
+        });
+        action();
+        Calls().ScriptWrites(nullptr);
+        return order;
+    }
 
-    const std::vector<std::string> sorted_ = {"corba_alarm", "corba_internal_oper", "corbadebug",
-                                              "corbanotify", "corbaoper",           "corbasys",
-                                              "debug"};
+    const Texts sorted_ = {"corba_alarm", "corba_internal_oper", "corbadebug",
+                           "corbanotify", "corbaoper",           "corbasys",
+                           "debug"};
+    const Texts allButDebug_{sorted_.begin(), sorted_.end() - 1};
     LogSettings settings_;
     ChannelMap channels_;
 };
 
 TEST_F(Channels, ExistForSevenCategories) {
-    EXPECT_EQ(std::vector<std::string>(kLogCategories.begin(), kLogCategories.end()),
-              std::vector<std::string>({"debug", "corbadebug", "corbanotify", "corba_alarm",
-                                        "corbasys", "corbaoper", "corba_internal_oper"}));
-    EXPECT_EQ(Names(), std::vector<std::string>());
+    EXPECT_EQ(Texts(kLogCategories.begin(), kLogCategories.end()),
+              Texts({"debug", "corbadebug", "corbanotify", "corba_alarm", "corbasys", "corbaoper",
+                     "corba_internal_oper"}));
+    EXPECT_EQ(Names(), Texts());
     channels_.Create(settings_);
     EXPECT_EQ(Names(), sorted_);
     for (const std::string& name : sorted_) {
         EXPECT_NE(channels_.Find(name), nullptr);
         EXPECT_TRUE(IsLogCategory(name));
     }
-    EXPECT_EQ(ListFiles(Path()), std::vector<std::string>());
+    EXPECT_EQ(ListFiles(Path()), Texts());
 }
 
 TEST_F(Channels, AreFoundByTheExactName) {
@@ -60,51 +81,46 @@ TEST_F(Channels, AreFoundByTheExactName) {
     channels_.Destroy();
 }
 
-TEST_F(Channels, HaveTheSizesOfTheMomentOfTheirCreation) {
+TEST_F(Channels, AreCreatedOnceWithTheSizesOfThatMoment) {
     settings_.queuebuflength = 7;
     settings_.filterbuflength = 8;
+    settings_.logfilesize = 1;
+    settings_.logfilecount = 9;
     channels_.Create(settings_);
+    TEDebugInfoBuf* const debug = channels_.Find("debug");
     settings_.queuebuflength = 70;
     settings_.filterbuflength = 80;
+    channels_.Create(settings_);
+    EXPECT_EQ(channels_.Find("debug"), debug);
+    EXPECT_EQ(Names(), sorted_);
     channels_.ForEach([](const std::string&, TEDebugInfoBuf& channel) {
         EXPECT_EQ(channel.QueueCapacity(), 7u);
         EXPECT_EQ(channel.KeptCapacity(), 8u);
+        channel.Output(WithDetail("text").Get());
+        EXPECT_EQ(channel.FileStatistics().rotations.Get(), 1u);
     });
 }
 
-TEST_F(Channels, AreCreatedOnce) {
+TEST_F(Channels, AreFlushedTogetherInTheOrderOfTheirNames) {
     channels_.Create(settings_);
-    TEDebugInfoBuf* const debug = channels_.Find("debug");
-    settings_.queuebuflength = 7;
-    channels_.Create(settings_);
-    EXPECT_EQ(channels_.Find("debug"), debug);
-    EXPECT_EQ(debug->QueueCapacity(), 16384u);
-    EXPECT_EQ(Names(), sorted_);
-}
-
-TEST_F(Channels, AreFlushedTogether) {
-    channels_.Create(settings_);
-    channels_.ForEach([](const std::string& name, TEDebugInfoBuf& channel) {
-        if (name != "debug") {
-            channel.AppendOutputInfo(WithDetail(1, name).Get());
-        }
-    });
-    channels_.FlushAll();
-    EXPECT_EQ(ListFiles(Path("log")).size(), 7u);
-    for (const std::string& name : sorted_) {
-        EXPECT_EQ(ReadFile(Path("log/" + NameNow("unbi_" + name + "_"))),
-                  kCreated + (name != "debug" ? Frame(1, 1, name) : ""));
+    QueueNames();
+    EXPECT_EQ(OrderOfWriting([this] { channels_.FlushAll(); }), allButDebug_);
+    for (const std::string& name : allButDebug_) {
+        EXPECT_EQ(WrittenBy(name), Created() + Frame(1, name));
     }
+    EXPECT_EQ(WrittenBy("debug"), Created());
 }
 
-TEST_F(Channels, AreWrittenAndClosedWhenTheyAreDestroyed) {
+TEST_F(Channels, AreWrittenAndClosedInTheOrderOfTheirNamesWhenTheyAreDestroyed) {
     channels_.Create(settings_);
-    channels_.Find("corbasys")->AppendOutputInfo(WithDetail(1, "queued").Get());
-    channels_.Find("corbasys")->AppendFiltered(WithDetail(1, "kept").Get());
-    channels_.Destroy();
-    EXPECT_EQ(ReadFile(Path("log/" + NameNow("unbi_corbasys_"))),
-              kCreated + Frame(1, 1, "queued") + kClosed);
-    EXPECT_EQ(Names(), std::vector<std::string>());
+    QueueNames();
+    channels_.Find("corbasys")->AppendFiltered(WithDetail("kept").Get());
+    EXPECT_EQ(OrderOfWriting([this] { channels_.Destroy(); }), allButDebug_);
+    for (const std::string& name : allButDebug_) {
+        EXPECT_EQ(WrittenBy(name), Created() + Frame(1, name) + Closed());
+    }
+    EXPECT_EQ(WrittenBy("debug"), Created() + Closed());
+    EXPECT_EQ(Names(), Texts());
     EXPECT_EQ(channels_.Find("debug"), nullptr);
     channels_.Destroy();
 }

@@ -1,148 +1,115 @@
-// How records look in a log file, byte by byte.
+// How records look in a log file, byte by byte, and the buffer in which they are put together.
 #include "channel/framing.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <string>
 
-#include "record/comparerecords.h"
-
-using NS_TEST::OwnedRecord;
+#include "channel/framebuffer.h"
+#include "support/records.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
+using namespace NS_TEST;
 using std::string_literals::operator""s;
 using std::string_view_literals::operator""sv;
 
-std::string Recorded(uint32_t number, std::string_view stamp, const OwnedRecord& record) {
+constexpr char kDumpBegins[] = "*********** Dump filtered debug information begin **********\n";
+
+std::string Recorded(const OwnedRecord& record, std::string_view stamp = "S", uint32_t number = 1) {
     FrameBuffer buffer;
     AppendRecord(buffer, number, stamp, record.Get());
     return std::string(buffer.Bytes());
 }
 
-std::string Opened(uint32_t number, std::string_view stamp, const OwnedRecord& record) {
+std::string Opened(const OwnedRecord& record, std::string_view stamp = "S", uint32_t number = 1) {
     FrameBuffer buffer;
     AppendDumpOpening(buffer, number, stamp, record.Get());
     return std::string(buffer.Bytes());
 }
 
-std::string Dumped(std::string_view stamp, const OwnedRecord& record) {
+std::string Dumped(const OwnedRecord& record, std::string_view stamp = "S") {
     FrameBuffer buffer;
     AppendDumpedRecord(buffer, stamp, record.Get());
     return std::string(buffer.Bytes());
 }
 
-TEST(Framing, ShowsARecordUnderItsNumber) {
-    EXPECT_EQ(Recorded(1, "STAMP", OwnedRecord()),
-              "<1>\nSTAMP, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:1, File: ne.cpp Func:GetNe "
-              "Line:77\n Detail: text\n</1>\n\n");
+// The record is shown with this heading and this detail, wherever it stands.
+void ExpectShown(const OwnedRecord& record, std::string_view stamp, const std::string& heading,
+                 const std::string& detail) {
+    EXPECT_EQ(Recorded(record, stamp), "<1>\n" + heading + "\n Detail: " + detail + "\n</1>\n\n");
+    EXPECT_EQ(Opened(record, stamp),
+              "<1>\n" + heading + "\n Detail: " + detail + "\n" + kDumpBegins);
+    // A dumped record has a blank before its colon.
+    EXPECT_EQ(Dumped(record, stamp), heading + "\n Detail : " + detail + "\n");
 }
 
-TEST(Framing, ShowsTheOpeningOfADump) {
-    EXPECT_EQ(Opened(17, "STAMP", OwnedRecord()),
-              "<17>\nSTAMP, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:1, File: ne.cpp "
-              "Func:GetNe Line:77\n Detail: text\n"
-              "*********** Dump filtered debug information begin **********\n");
+TEST(Framing, ShowsARecordOnItsOwnAndInADump) {
+    ExpectShown(OwnedRecord(), "STAMP",
+                "STAMP, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:1, File: ne.cpp Func:GetNe "
+                "Line:77",
+                "text");
 }
 
-TEST(Framing, ShowsADumpedRecordWithABlankBeforeItsColon) {
-    EXPECT_EQ(Dumped("STAMP", OwnedRecord()),
-              "STAMP, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:1, File: ne.cpp Func:GetNe "
-              "Line:77\n Detail : text\n");
-}
-
-TEST(Framing, ShowsTheClosingOfADump) {
+TEST(Framing, ShowsTheClosingOfADumpAndTheEndsOfAFile) {
     FrameBuffer buffer;
     AppendDumpClosing(buffer, 4294967295u);
-    EXPECT_EQ(buffer.Bytes(),
-              "*********** Dump filtered debug information end **********\n</4294967295>\n\n");
-}
-
-TEST(Framing, ShowsWhenAFileWasCreatedAndClosed) {
-    FrameBuffer buffer;
     AppendFileCreated(buffer, "STAMP");
-    EXPECT_EQ(buffer.Bytes(), "File create at STAMP.\n");
     AppendFileClosed(buffer, "LATER");
-    EXPECT_EQ(buffer.Bytes(), "File create at STAMP.\n\nFile close at LATER.\n");
+    EXPECT_EQ(buffer.Bytes(),
+              "*********** Dump filtered debug information end **********\n</4294967295>\n\n"
+              "File create at STAMP.\n"
+              "\nFile close at LATER.\n");
 }
 
-TEST(Framing, ShowsAShortRecordOnOneLine) {
+TEST(Framing, ShowsAShortRecordOnOneLineButInDumpsLikeAnyOther) {
     OwnedRecord record;
     record.level = -2;
-    EXPECT_EQ(Recorded(5, "STAMP", record), "STAMP,text\n");
+    const std::string heading =
+        "S, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:-2, File: ne.cpp Func:GetNe Line:77\n";
+    EXPECT_EQ(Dumped(record), heading + " Detail : text\n");
+    EXPECT_EQ(Opened(record), "<1>\n" + heading + " Detail: text\n" + kDumpBegins);
+    EXPECT_EQ(Recorded(record, "STAMP"), "STAMP,text\n");
     record.detail = "";
-    EXPECT_EQ(Recorded(5, "STAMP", record), "STAMP,\n");
-    EXPECT_EQ(Recorded(5, "ST\0AMP"sv, record), "ST,\n");
+    EXPECT_EQ(Recorded(record, "STAMP"), "STAMP,\n");
+    record.detail = "d\0D"s;
+    EXPECT_EQ(Recorded(record, "ST\0AMP"sv), "ST,d\n");
 }
 
-TEST(Framing, ShowsShortRecordsInDumpsLikeAnyOther) {
-    OwnedRecord record;
-    record.level = -2;
-    EXPECT_EQ(Dumped("STAMP", record),
-              "STAMP, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:-2, File: ne.cpp Func:GetNe "
-              "Line:77\n Detail : text\n");
-    EXPECT_EQ(Opened(1, "STAMP", record),
-              "<1>\nSTAMP, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:-2, File: ne.cpp "
-              "Func:GetNe Line:77\n Detail: text\n"
-              "*********** Dump filtered debug information begin **********\n");
-}
-
-TEST(Framing, ShowsEveryLevel) {
-    OwnedRecord record;
-    record.level = -1;
-    EXPECT_NE(Recorded(1, "S", record).find(", DL:-1, File"), std::string::npos);
-    record.level = -3;
-    EXPECT_NE(Recorded(1, "S", record).find(", DL:-3, File"), std::string::npos);
-    record.level = 0;
-    EXPECT_NE(Recorded(1, "S", record).find(", DL:0, File"), std::string::npos);
-    record.level = INT_MIN;
-    EXPECT_NE(Recorded(1, "S", record).find(", DL:-2147483648, File"), std::string::npos);
-    record.level = INT_MAX;
-    EXPECT_NE(Recorded(1, "S", record).find(", DL:2147483647, File"), std::string::npos);
-}
-
-TEST(Framing, ShowsTheThreadWithASign) {
-    OwnedRecord record;
-    record.thread = 0;
-    EXPECT_NE(Recorded(1, "S", record).find(", T:0, DL"), std::string::npos);
-    record.thread = static_cast<pthread_t>(-1);
-    EXPECT_NE(Recorded(1, "S", record).find(", T:-1, DL"), std::string::npos);
-    EXPECT_NE(Opened(1, "S", record).find(", T:-1, DL"), std::string::npos);
-    EXPECT_NE(Dumped("S", record).find(", T:-1, DL"), std::string::npos);
-    record.thread = 0x8000000000000000;
-    EXPECT_NE(Recorded(1, "S", record).find(", T:-9223372036854775808, DL"), std::string::npos);
-    record.thread = 140737353926400;
-    EXPECT_NE(Recorded(1, "S", record).find(", T:140737353926400, DL"), std::string::npos);
-}
-
-TEST(Framing, ShowsTheLineWithoutASign) {
-    OwnedRecord record;
-    record.line = UINT_MAX;
-    EXPECT_NE(Recorded(1, "S", record).find(" Line:4294967295\n"), std::string::npos);
-    record.line = 0;
-    EXPECT_NE(Recorded(1, "S", record).find(" Line:0\n"), std::string::npos);
+// The thread has a sign, the line has none.
+TEST(Framing, ShowsEveryValueOfTheNumbers) {
+    struct Numbers {
+        int32_t level;
+        uint64_t thread;
+        uint32_t line;
+        std::string shown;
+    };
+    for (const Numbers& c :
+         {Numbers{-1, 0, 0, "T:0, DL:-1, File: ne.cpp Func:GetNe Line:0"},
+          Numbers{-3, UINT64_MAX, UINT_MAX, "T:-1, DL:-3, File: ne.cpp Func:GetNe Line:4294967295"},
+          Numbers{0, 140737353926400, 9, "T:140737353926400, DL:0, File: ne.cpp Func:GetNe Line:9"},
+          Numbers{INT_MIN, uint64_t{1} << 63, 10,
+                  "T:-9223372036854775808, DL:-2147483648, File: ne.cpp Func:GetNe Line:10"},
+          Numbers{INT_MAX, 7, 99, "T:7, DL:2147483647, File: ne.cpp Func:GetNe Line:99"}}) {
+        OwnedRecord record;
+        record.level = c.level;
+        record.thread = c.thread;
+        record.line = c.line;
+        ExpectShown(record, "S", "S, U,TopT:12,If:getNE,UserMsg:opr1, " + c.shown, "text");
+    }
 }
 
 TEST(Framing, ShowsEveryNumberAtBothEnds) {
     for (const uint32_t number : {0u, 9u, 10u, 99u, 100u, 2147483648u, 4294967295u}) {
         const std::string text = std::to_string(number);
-        const std::string frame = Recorded(number, "S", OwnedRecord());
+        const std::string frame = Recorded(OwnedRecord(), "S", number);
         EXPECT_EQ(frame.find("<" + text + ">\nS, "), 0u);
         EXPECT_EQ(frame.rfind("\n</" + text + ">\n\n"), frame.size() - text.size() - 6);
+        EXPECT_EQ(Opened(OwnedRecord(), "S", number).find("<" + text + ">\nS, "), 0u);
     }
-    EXPECT_EQ(Recorded(static_cast<uint32_t>(uint64_t{4294967297}), "S", OwnedRecord()).find("<1>"),
-              0u);
-}
-
-TEST(Framing, ShowsEmptyTextsAsNothing) {
-    OwnedRecord record;
-    record.file = record.function = record.detail = record.context = "";
-    record.line = 0;
-    EXPECT_EQ(Recorded(1, "", record),
-              "<1>\n, , T:4242, DL:1, File:  Func: Line:0\n Detail: \n</1>\n\n");
-    EXPECT_EQ(Dumped("", record), ", , T:4242, DL:1, File:  Func: Line:0\n Detail : \n");
 }
 
 TEST(Framing, EndsEachTextAtItsFirstZeroByte) {
@@ -151,18 +118,11 @@ TEST(Framing, EndsEachTextAtItsFirstZeroByte) {
     record.file = "f\0F"s;
     record.function = "g\0G"s;
     record.detail = "d\0D\0"s;
-    const std::string heading = "s, c, T:4242, DL:1, File: f Func:g Line:77\n";
-    EXPECT_EQ(Recorded(1, "s\0S"sv, record), "<1>\n" + heading + " Detail: d\n</1>\n\n");
-    EXPECT_EQ(Opened(1, "s\0S"sv, record),
-              "<1>\n" + heading +
-                  " Detail: d\n*********** Dump filtered debug information begin **********\n");
-    EXPECT_EQ(Dumped("s\0S"sv, record), heading + " Detail : d\n");
-    record.level = -2;
-    EXPECT_EQ(Recorded(1, "s\0S"sv, record), "s,d\n");
-    record.level = 1;
-    record.context = record.file = record.function = record.detail = "\0x"s;
-    EXPECT_EQ(Recorded(1, "s", record),
-              "<1>\ns, , T:4242, DL:1, File:  Func: Line:77\n Detail: \n</1>\n\n");
+    ExpectShown(record, "s\0S"sv, "s, c, T:4242, DL:1, File: f Func:g Line:77", "d");
+    for (const std::string& nothing : {""s, "\0x"s}) {
+        record.context = record.file = record.function = record.detail = nothing;
+        ExpectShown(record, nothing, ", , T:4242, DL:1, File:  Func: Line:77", "");
+    }
 }
 
 TEST(Framing, DoesNotInterpretTexts) {
@@ -171,9 +131,7 @@ TEST(Framing, DoesNotInterpretTexts) {
     record.file = "%n";
     record.function = "%d";
     record.detail = "100% \xff\xfe\r\n</1>\n\n\t";
-    EXPECT_EQ(Recorded(1, "%u", record),
-              "<1>\n%u, %s, T:4242, DL:1, File: %n Func:%d Line:77\n Detail: 100% \xff\xfe\r\n"
-              "</1>\n\n\t\n</1>\n\n");
+    ExpectShown(record, "%u", "%u, %s, T:4242, DL:1, File: %n Func:%d Line:77", record.detail);
 }
 
 TEST(Framing, HasNoLengthLimit) {
@@ -182,24 +140,61 @@ TEST(Framing, HasNoLengthLimit) {
     record.file.assign(5000, 'f');
     record.function.assign(5000, 'g');
     record.detail.assign(3000000, 'd');
-    const std::string heading = "s, " + record.context + ", T:4242, DL:1, File: " + record.file +
-                                " Func:" + record.function + " Line:77\n";
-    EXPECT_TRUE(Recorded(1, "s", record) ==
-                "<1>\n" + heading + " Detail: " + record.detail + "\n</1>\n\n");
-    EXPECT_TRUE(Dumped("s", record) == heading + " Detail : " + record.detail + "\n");
+    ExpectShown(record, "S",
+                "S, " + record.context + ", T:4242, DL:1, File: " + record.file +
+                    " Func:" + record.function + " Line:77",
+                record.detail);
 }
 
 TEST(Framing, AppendsToWhatIsThere) {
     FrameBuffer buffer;
-    OwnedRecord record;
-    record.level = -2;
     std::string expected;
     for (int i = 0; i < 1000; ++i) {
-        record.detail = std::to_string(i);
-        AppendRecord(buffer, 1, "S", record.Get());
-        expected += "S," + record.detail + "\n";
+        AppendRecord(buffer, 1, "S", WithDetail(std::to_string(i), -2).Get());
+        expected += "S," + std::to_string(i) + "\n";
     }
     EXPECT_EQ(buffer.Bytes(), expected);
+}
+
+// Reserves more than is filled.
+void Append(FrameBuffer& buffer, const std::string& text, size_t spare) {
+    char* const end = buffer.Reserve(text.size() + spare);
+    std::memcpy(end, text.data(), text.size());
+    buffer.Commit(end + text.size());
+}
+
+TEST(FrameBuffer, KeepsWhatWasCommittedAndForgetsWhatWasReservedOnly) {
+    FrameBuffer buffer;
+    EXPECT_EQ(buffer.Size(), 0u);
+    EXPECT_EQ(buffer.Bytes(), "");
+    Append(buffer, "abc", 0);
+    std::memset(buffer.Reserve(50), 'x', 50);
+    EXPECT_EQ(buffer.Bytes(), "abc");
+    Append(buffer, "def", 1000);
+    EXPECT_EQ(buffer.Bytes(), "abcdef");
+    EXPECT_EQ(buffer.Size(), 6u);
+}
+
+TEST(FrameBuffer, GrowsAndKeepsItsBytes) {
+    FrameBuffer buffer;
+    std::string expected;
+    for (size_t i = 1; i < 3000; ++i) {
+        const std::string piece(i % 701, static_cast<char>('a' + i % 26));
+        Append(buffer, piece, i % 13);
+        expected += piece;
+    }
+    EXPECT_TRUE(buffer.Bytes() == expected);
+}
+
+TEST(FrameBuffer, CanBeClearedAgainAndAgainWhateverItHeld) {
+    FrameBuffer buffer;
+    for (const size_t size : {0u, 3u, 20000000u, 5u, 1000u}) {
+        buffer.Clear();
+        EXPECT_EQ(buffer.Bytes(), "");
+        Append(buffer, "abc", 0);
+        Append(buffer, std::string(size, 'h'), 100);
+        EXPECT_TRUE(buffer.Bytes() == "abc" + std::string(size, 'h'));
+    }
 }
 
 }  // namespace

@@ -1,36 +1,44 @@
-// Creating log files where their directory may not exist yet.
+// Creating log files where their directory may not exist yet, and the creation mask meanwhile.
 #include "channel/logdirectory.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "channel/channelfixture.h"
-
-using NS_TEST::ProcessStatus;
-using NS_TEST::ReadFile;
-using NS_TEST::WriteFile;
+#include "channel/creationmask.h"
+#include "support/onthreads.h"
 
 namespace fs = std::filesystem;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-unsigned int Mode(const std::string& path) {
-    struct stat status;
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
+using namespace NS_TEST;
 
-class LogDirectory : public NS_TEST::ChannelTest {
+class LogDirectory : public FrozenClockTest {
   protected:
     LogDirectory() : previous_(umask(022)) {}
     ~LogDirectory() override { umask(previous_); }
 
     bool Create(const std::string& directory) {
-        return !CreateInDirectory(stream_, directory, "file.log");
+        const bool created = !CreateInDirectory(stream_, directory, "file.log");
+        EXPECT_EQ(stream_.IsOpen(), created);
+        return created;
+    }
+    // A directory with an inner one, and a link to it.
+    void MakeLink() const {
+        fs::create_directories(Path("real/inner"));
+        fs::create_directory_symlink(Path("real"), Path("link"));
+    }
+    unsigned int ModeOf(const std::string& name) const {
+        struct stat status {};
+        return stat(Path(name).c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
     }
 
     FileStream stream_;
@@ -39,113 +47,83 @@ class LogDirectory : public NS_TEST::ChannelTest {
     mode_t previous_;
 };
 
-TEST_F(LogDirectory, IsUsedWhereItExists) {
+TEST_F(LogDirectory, IsUsedWhereItExistsAndLosesAFileOfThatName) {
+    WriteFile(Path("file.log"), "earlier contents");
     ASSERT_TRUE(Create(Path()));
-    EXPECT_TRUE(stream_.IsOpen());
     EXPECT_TRUE(stream_.IsSameFile(Path("file.log")));
     EXPECT_EQ(ReadFile(Path("file.log")), "");
 }
 
-TEST_F(LogDirectory, IsCreatedWithItsTwoNearestAncestors) {
-    ASSERT_TRUE(Create(Path("a/b/c")));
+TEST_F(LogDirectory, IsNotCreatedWhereMoreThanTwoAncestorsAreMissing) {
+    ASSERT_TRUE(Create(Path()));
+    EXPECT_FALSE(Create(Path("a/b/c/d")));
+    EXPECT_EQ(ListFiles(Path()), Texts({"file.log"}));
+    EXPECT_TRUE(Create(Path("a/b/c")));
     EXPECT_TRUE(stream_.IsSameFile(Path("a/b/c/file.log")));
 }
 
-TEST_F(LogDirectory, IsNotCreatedWhereMoreIsMissing) {
-    EXPECT_FALSE(Create(Path("a/b/c/d")));
-    EXPECT_FALSE(stream_.IsOpen());
-    EXPECT_EQ(NS_TEST::ListFiles(Path()), std::vector<std::string>());
+TEST_F(LogDirectory, HasTheSameModesWhateverTheUsersMask) {
+    for (const mode_t mask : {0u, 022u, 027u, 077u, 0177u, 0777u}) {
+        const std::string base = std::to_string(mask);
+        umask(mask);
+        EXPECT_TRUE(Create(Path(base + "/b/c")));
+        EXPECT_FALSE(Create(Path(base + "/x/y/z/missing")));
+        Calls().ScriptOpens([](uint64_t) -> int { throw std::bad_alloc(); });
+        EXPECT_THROW(Create(Path(base)), std::bad_alloc);
+        EXPECT_EQ(umask(022), mask);
+        Calls().ScriptOpens(nullptr);
+        for (const char* const directory : {"", "/b", "/b/c"}) {
+            EXPECT_EQ(ModeOf(base + directory), 0750u);
+        }
+        EXPECT_EQ(ModeOf(base + "/b/c/file.log"), 0640u);
+    }
 }
 
-class LogDirectoryUnderMask : public LogDirectory, public ::testing::WithParamInterface<mode_t> {};
-
-TEST_P(LogDirectoryUnderMask, HasTheSameModes) {
-    umask(GetParam());
-    ASSERT_TRUE(Create(Path("a/b/c")));
-    const mode_t after = umask(022);
-    EXPECT_EQ(after, GetParam());
-    EXPECT_EQ(Mode(Path("a")), 0750u);
-    EXPECT_EQ(Mode(Path("a/b")), 0750u);
-    EXPECT_EQ(Mode(Path("a/b/c")), 0750u);
-    EXPECT_EQ(Mode(Path("a/b/c/file.log")), 0640u);
+TEST_F(LogDirectory, HasTheSameModesWhenManyAreCreatedAtOnce) {
+    umask(0123);
+    OnThreads(8, [this](int number) {
+        for (int round = 0; round < 20; ++round) {
+            const std::string name = std::to_string(number) + "_" + std::to_string(round);
+            FileStream stream;
+            EXPECT_FALSE(CreateInDirectory(stream, Path(name), "file.log"));
+            EXPECT_EQ(ModeOf(name), 0750u);
+            EXPECT_EQ(ModeOf(name + "/file.log"), 0640u);
+        }
+    });
+    EXPECT_EQ(umask(022), 0123u);
 }
-
-TEST_P(LogDirectoryUnderMask, LeavesTheMaskAsItWasWhenItFails) {
-    umask(GetParam());
-    EXPECT_FALSE(Create(Path("a/b/c/d")));
-    EXPECT_EQ(umask(GetParam()), GetParam());
-    Calls().ScriptOpens([](uint64_t) { return EMFILE; });
-    EXPECT_FALSE(Create(Path("a")));
-    EXPECT_EQ(umask(022), GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(OfAnyUser, LogDirectoryUnderMask,
-                         ::testing::Values(0, 022, 027, 077, 0177, 0777));
 
 TEST_F(LogDirectory, KeepsTheModeItHas) {
     fs::create_directories(Path("a/b"));
     chmod(Path("a").c_str(), 0700);
     chmod(Path("a/b").c_str(), 0777);
     ASSERT_TRUE(Create(Path("a/b/c")));
-    EXPECT_EQ(Mode(Path("a")), 0700u);
-    EXPECT_EQ(Mode(Path("a/b")), 0777u);
-    EXPECT_EQ(Mode(Path("a/b/c")), 0750u);
+    EXPECT_EQ(ModeOf("a"), 0700u);
+    EXPECT_EQ(ModeOf("a/b"), 0777u);
+    EXPECT_EQ(ModeOf("a/b/c"), 0750u);
 }
 
-TEST_F(LogDirectory, EmptiesAFileOfThatName) {
-    WriteFile(Path("file.log"), "old");
-    ASSERT_TRUE(Create(Path()));
-    EXPECT_EQ(ReadFile(Path("file.log")), "");
-}
-
-TEST_F(LogDirectory, MayBeReachedThroughALink) {
-    fs::create_directories(Path("real"));
-    fs::create_directory_symlink(Path("real"), Path("link"));
-    ASSERT_TRUE(Create(Path("link")));
-    EXPECT_TRUE(stream_.IsSameFile(Path("real/file.log")));
-    EXPECT_TRUE(fs::is_symlink(Path("link")));
-}
-
-TEST_F(LogDirectory, IsCreatedBehindALink) {
-    fs::create_directories(Path("real"));
-    fs::create_directory_symlink(Path("real"), Path("link"));
-    ASSERT_TRUE(Create(Path("link/a/b")));
-    EXPECT_TRUE(stream_.IsSameFile(Path("real/a/b/file.log")));
-}
-
-TEST_F(LogDirectory, MayBeRelative) {
+TEST_F(LogDirectory, MayBeRelativeOrBehindALinkOrHaveSuperfluousSeparators) {
+    MakeLink();
     fs::create_directories(Path("here"));
     fs::current_path(Path("here"));
-    ASSERT_TRUE(Create("a/b"));
-    EXPECT_TRUE(stream_.IsSameFile(Path("here/a/b/file.log")));
-    ASSERT_TRUE(Create("."));
-    EXPECT_TRUE(stream_.IsSameFile(Path("here/file.log")));
-    ASSERT_TRUE(Create("../there"));
-    EXPECT_TRUE(stream_.IsSameFile(Path("there/file.log")));
-    ASSERT_TRUE(Create("single"));
-    EXPECT_TRUE(stream_.IsSameFile(Path("here/single/file.log")));
-    fs::current_path("/");
-}
-
-TEST_F(LogDirectory, MayHaveSuperfluousSeparators) {
-    ASSERT_TRUE(Create(Path() + "//a///b//"));
-    EXPECT_TRUE(stream_.IsSameFile(Path("a/b/file.log")));
+    const std::pair<std::string, std::string> cases[] = {
+        {"a/b", "here/a/b"},          {".", "here"},          {"../there", "there"},
+        {"single", "here/single"},    {Path("link"), "real"}, {Path("link/x/y"), "real/x/y"},
+        {Path() + "//p///q//", "p/q"}};
+    for (const auto& [directory, place] : cases) {
+        EXPECT_TRUE(Create(directory));
+        EXPECT_TRUE(stream_.IsSameFile(Path(place + "/file.log"))) << directory;
+    }
+    EXPECT_TRUE(fs::is_symlink(Path("link")));
 }
 
 TEST_F(LogDirectory, MayNotBeAFile) {
     WriteFile(Path("a"), "contents");
-    EXPECT_FALSE(Create(Path("a")));
-    EXPECT_FALSE(Create(Path("a/b")));
-    EXPECT_FALSE(Create(Path("a/b/c")));
-    EXPECT_FALSE(stream_.IsOpen());
+    for (const char* const directory : {"a", "a/b", "a/b/c"}) {
+        EXPECT_FALSE(Create(Path(directory)));
+    }
     EXPECT_EQ(ReadFile(Path("a")), "contents");
-    EXPECT_EQ(ProcessStatus("Umask"), "0022");
-}
-
-TEST_F(LogDirectory, ClosesTheStreamWhenItFails) {
-    ASSERT_TRUE(Create(Path()));
-    EXPECT_FALSE(Create(Path("a/b/c/d")));
-    EXPECT_FALSE(stream_.IsOpen());
 }
 
 TEST_F(LogDirectory, MayHaveAPathOfAnyLengthThatTheSystemTakes) {
@@ -160,23 +138,62 @@ TEST_F(LogDirectory, MayHaveAPathOfAnyLengthThatTheSystemTakes) {
     EXPECT_FALSE(Create(Path(std::string(300, 'x'))));
 }
 
-TEST_F(LogDirectory, IsCanonicalWithoutLinksAndRelativeSteps) {
-    fs::create_directories(Path("real/inner"));
-    fs::create_directory_symlink(Path("real"), Path("link"));
-    EXPECT_EQ(CanonicalPath(Path("link/inner/../inner/.")), Path("real/inner"));
-    EXPECT_EQ(CanonicalPath(Path() + "//real//"), Path("real"));
-    EXPECT_EQ(CanonicalPath("/"), "/");
+TEST_F(LogDirectory, IsCanonicalAsFarAsItExists) {
+    MakeLink();
     fs::current_path(Path("real"));
-    EXPECT_EQ(CanonicalPath("."), Path("real"));
-    EXPECT_EQ(CanonicalPath("inner"), Path("real/inner"));
-    fs::current_path("/");
+    const std::pair<std::string, std::string> cases[] = {
+        {Path("link/inner/../inner/."), Path("real/inner")},
+        {Path() + "//real//", Path("real")},
+        {"/", "/"},
+        {".", Path("real")},
+        {"inner", Path("real/inner")},
+        {Path("link/a/b"), Path("real/a/b")},
+        {Path("missing"), Path("missing")}};
+    for (const auto& [path, canonical] : cases) {
+        EXPECT_EQ(CanonicalPath(path), canonical);
+    }
 }
 
-TEST_F(LogDirectory, IsCanonicalAsFarAsItExists) {
-    fs::create_directories(Path("real"));
-    fs::create_directory_symlink(Path("real"), Path("link"));
-    EXPECT_EQ(CanonicalPath(Path("link/a/b")), Path("real/a/b"));
-    EXPECT_EQ(CanonicalPath(Path("missing")), Path("missing"));
+class CreationMask : public ::testing::Test {
+  protected:
+    CreationMask() : previous_(umask(0123)) {}
+    ~CreationMask() override {
+        EXPECT_EQ(CreationMaskNow(), "0123");
+        umask(previous_);
+    }
+
+  private:
+    mode_t previous_;
+};
+
+TEST_F(CreationMask, HoldsForTheBlock) {
+    ScopedCreationMask mask(007);
+    EXPECT_EQ(CreationMaskNow(), "0007");
+    mask.Change(037);
+    EXPECT_EQ(CreationMaskNow(), "0037");
+    mask.Change(0);
+    EXPECT_EQ(CreationMaskNow(), "0000");
+}
+
+TEST_F(CreationMask, ComesBackWhenAnExceptionLeavesTheBlock) {
+    try {
+        ScopedCreationMask mask(007);
+        mask.Change(037);
+        throw std::runtime_error("left");
+    } catch (const std::runtime_error&) {
+    }
+}
+
+TEST_F(CreationMask, BelongsToOneBlockAtATime) {
+    std::atomic<int> inside{0};
+    OnThreads(8, [&inside](int) {
+        for (int round = 0; round < 300; ++round) {
+            ScopedCreationMask mask(007);
+            EXPECT_EQ(++inside, 1);
+            mask.Change(037);
+            --inside;
+        }
+    });
 }
 
 }  // namespace

@@ -2,265 +2,206 @@
 #include "channel/logfile.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include "channel/channelfixture.h"
 
 namespace fs = std::filesystem;
 
-using NS_TEST::DumpFrame;
-using NS_TEST::Frame;
-using NS_TEST::kClosed;
-using NS_TEST::kCreated;
-using NS_TEST::ListFiles;
-using NS_TEST::ReadFile;
-using NS_TEST::WithDetail;
-using NS_TEST::WriteFile;
-
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-class LogFiles : public NS_TEST::ChannelTest {
-  protected:
-    static constexpr uint64_t kLarge = 1000000000;
+using namespace NS_TEST;
 
-    std::unique_ptr<LogFile> Make(const std::string& directory, uint64_t sizeLimit = kLarge) {
-        return std::make_unique<LogFile>(directory.c_str(), "unbi_debug_", sizeLimit, 5);
-    }
-    std::string NowIn(const std::string& directory) const { return directory + "/" + NameNow(); }
-
-    static void Write(LogFile& file, const std::string& detail, int level = 1) {
-        file.WriteRecord(WithDetail(level, detail).Get());
-    }
-};
+class LogFiles : public LogFileTest {};
 
 TEST_F(LogFiles, TouchNothingBeforeTheFirstRecord) {
-    {
-        const auto file = Make(Path("log"));
-        EXPECT_FALSE(file->IsOpen());
-        EXPECT_EQ(file->CurrentPath(), "");
-        EXPECT_EQ(file->CountLimit(), 5u);
-    }
-    EXPECT_EQ(ListFiles(Path()), std::vector<std::string>());
+    EXPECT_FALSE(file_->IsOpen());
+    EXPECT_EQ(file_->CurrentPath(), "");
+    EXPECT_EQ(file_->CountLimit(), 5u);
+    file_->Close();
+    file_.reset();
+    EXPECT_EQ(ListFiles(Path()), Texts());
 }
 
-TEST_F(LogFiles, BeginWithTheirCreationAndRecordNumberOne) {
-    const auto file = Make(Path("a/b/log"));
-    Write(*file, "text");
-    EXPECT_TRUE(file->IsOpen());
-    EXPECT_EQ(file->CurrentPath(), NowIn(Path("a/b/log")));
-    EXPECT_EQ(ListFiles(Path("a/b/log")), std::vector<std::string>({NameNow()}));
-    EXPECT_EQ(ReadFile(NowIn(Path("a/b/log"))),
+TEST_F(LogFiles, BeginWithTheirCreationAndEndWithTheirClosingLine) {
+    Make(100000, "a/b/log");
+    Write("text");
+    EXPECT_TRUE(file_->IsOpen());
+    EXPECT_EQ(file_->CurrentPath(), Path("a/b/log/" + NameNow()));
+    EXPECT_EQ(ListFiles(Path("a/b/log")), Texts({NameNow()}));
+    file_.reset();
+    EXPECT_EQ(Written("a/b/log"),
               "File create at 2024-03-05T14:07:09.654321+00:00.\n"
               "<1>\n2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, "
-              "DL:1, File: ne.cpp Func:GetNe Line:77\n Detail: text\n</1>\n\n");
+              "DL:1, File: ne.cpp Func:GetNe Line:77\n Detail: text\n</1>\n\n"
+              "\nFile close at 2024-03-05T14:07:09.654321+00:00.\n");
 }
 
-TEST_F(LogFiles, EndWithTheirClosingLine) {
-    auto file = Make(Path());
-    Write(*file, "text");
-    file.reset();
-    EXPECT_EQ(ReadFile(NowIn(Path())), "File create at 2024-03-05T14:07:09.654321+00:00.\n" +
-                                           Frame(1, 1, "text") +
-                                           "\nFile close at 2024-03-05T14:07:09.654321+00:00.\n");
+TEST_F(LogFiles, ShowTheTriggerOfADumpTheHistoryAndOneNumber) {
+    WriteDump("error", {WithDetail("older", -2), WithDetail("newer", 2)});
+    EXPECT_EQ(Written(),
+              "File create at 2024-03-05T14:07:09.654321+00:00.\n"
+              "<1>\n2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, "
+              "DL:0, File: ne.cpp Func:GetNe Line:77\n Detail: error\n"
+              "*********** Dump filtered debug information begin **********\n"
+              "2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:-2, "
+              "File: ne.cpp Func:GetNe Line:77\n Detail : older\n"
+              "2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:2, "
+              "File: ne.cpp Func:GetNe Line:77\n Detail : newer\n"
+              "*********** Dump filtered debug information end **********\n</1>\n\n");
+}
+
+TEST_F(LogFiles, NumberEveryPieceAndShowNoNumberOfAShortRecord) {
+    Write("one");
+    Write("two", -2);
+    Write("three", -1);
+    WriteDump("four", {WithDetail("kept", 3), WithDetail("kept too", 0)});
+    Write("five", 0);
+    WriteDump("six");
+    EXPECT_EQ(Written(),
+              Created() + Frame(1, "one") + ShortFrame("two") + Frame(3, "three", -1) +
+                  DumpFrame(4, "four", DumpedFrame("kept") + DumpedFrame("kept too", 0)) +
+                  Frame(5, "five", 0) + DumpFrame(6, "six"));
 }
 
 TEST_F(LogFiles, ShowTimesInTheLocalZone) {
-    const NS_TEST::ScopedTimeZone zone(NS_TEST::BERLIN);
-    const auto file = Make(Path());
-    Write(*file, "text", -2);
-    EXPECT_EQ(ListFiles(Path()), std::vector<std::string>({NameAt("20240305_150709")}));
-    EXPECT_EQ(Contents(Path()).front(),
+    const ScopedTimeZone zone(BERLIN);
+    Write("text", -2);
+    EXPECT_EQ(ListFiles(Path("log")), Texts({NameAt("20240305_150709")}));
+    EXPECT_EQ(Written(),
               "File create at 2024-03-05T15:07:09.654321+01:00.\n"
               "2024-03-05T15:07:09.123456+01:00,text\n");
 }
 
 TEST_F(LogFiles, ShowEachRecordsOwnTime) {
-    const auto file = Make(Path());
-    auto record = WithDetail(-2, "a");
-    file->WriteRecord(record.Get());
-    record.time = ACE_Time_Value(1709647630, 1);
-    file->WriteRecord(record.Get());
-    record.time = ACE_Time_Value(1709647629, 999999);
-    file->WriteRecord(record.Get());
-    record.time = ACE_Time_Value(-1, 0);
-    file->WriteRecord(record.Get());
-    EXPECT_EQ(ReadFile(NowIn(Path())),
-              kCreated + std::string("2024-03-05T14:07:09.123456+00:00,a\n"
-                                     "2024-03-05T14:07:10.000001+00:00,a\n"
-                                     "2024-03-05T14:07:09.999999+00:00,a\n"
-                                     "1969-12-31T23:59:59.000000+00:00,a\n"));
-}
-
-TEST_F(LogFiles, GiveAShortRecordANumberThatItDoesNotShow) {
-    const auto file = Make(Path());
-    Write(*file, "one");
-    Write(*file, "two", -2);
-    Write(*file, "three", -1);
-    EXPECT_EQ(ReadFile(NowIn(Path())), kCreated + Frame(1, 1, "one") +
-                                           "2024-03-05T14:07:09.123456+00:00,two\n" +
-                                           Frame(3, -1, "three"));
-}
-
-TEST_F(LogFiles, TakeALevelZeroRecordLikeAnyOther) {
-    const auto file = Make(Path());
-    Write(*file, "one", 0);
-    EXPECT_EQ(ReadFile(NowIn(Path())), kCreated + Frame(1, 0, "one"));
-}
-
-TEST_F(LogFiles, TakeHugeRecords) {
-    const auto file = Make(Path());
-    const std::string huge(3000000, 'h');
-    Write(*file, huge);
-    Write(*file, "after");
-    EXPECT_TRUE(ReadFile(NowIn(Path())) == kCreated + Frame(1, 1, huge) + Frame(2, 1, "after"));
-}
-
-TEST_F(LogFiles, EndTextsAtTheirFirstZeroByte) {
-    const auto file = Make(Path());
-    auto record = WithDetail(1, std::string("text\0more", 9));
-    record.context += std::string("\0more", 5);
-    record.file += std::string("\0more", 5);
-    record.function += std::string("\0more", 5);
-    file->WriteRecord(record.Get());
-    EXPECT_EQ(ReadFile(NowIn(Path())), kCreated + Frame(1, 1, "text"));
-}
-
-TEST_F(LogFiles, HaveTheirModesWhateverTheUsersMask) {
-    for (const mode_t mask : {0u, 077u, 0777u}) {
-        const std::string directory = Path("mask" + std::to_string(mask)) + "/b/c";
-        umask(mask);
-        const auto file = Make(directory);
-        Write(*file, "text");
-        EXPECT_EQ(umask(022), mask);
-        struct stat status;
-        ASSERT_EQ(stat(NowIn(directory).c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, 0640u);
-        for (fs::path at = directory; at != Path(); at = at.parent_path()) {
-            ASSERT_EQ(stat(at.c_str(), &status), 0);
-            EXPECT_EQ(status.st_mode & 07777, 0750u) << at;
-        }
+    const std::pair<ACE_Time_Value, std::string> times[] = {
+        {ACE_Time_Value(1709647630, 1), "2024-03-05T14:07:10.000001+00:00"},
+        {ACE_Time_Value(1709647629, 999999), "2024-03-05T14:07:09.999999+00:00"},
+        {ACE_Time_Value(-1, 0), "1969-12-31T23:59:59.000000+00:00"}};
+    auto record = WithDetail("a", -2);
+    std::string expected = Created();
+    for (const auto& [time, stamp] : times) {
+        record.time = time;
+        file_->WriteRecord(record.Get());
+        expected += stamp + ",a\n";
     }
+    EXPECT_EQ(Written(), expected);
+    auto trigger = WithDetail("b", 0);
+    trigger.time = times[0].first;
+    file_->WriteRecordWithDump(trigger.Get(), CacheOf({record, WithDetail("c")}));
+    const auto dump = ParseLogText(Written()).back();
+    EXPECT_EQ(dump.record.stamp, times[0].second);
+    EXPECT_EQ(dump.dumped.at(0).stamp, times[2].second);
+    EXPECT_EQ(dump.dumped.at(1).stamp, "2024-03-05T14:07:09.123456+00:00");
 }
 
-TEST_F(LogFiles, LoseOneSeparatorAtTheEndOfTheirDirectory) {
-    const auto separated = Make(Path("x") + "/");
-    Write(*separated, "text");
-    EXPECT_EQ(separated->CurrentPath(), NowIn(Path("x")));
-    const auto twice = Make(Path("y") + "//");
-    Write(*twice, "text");
-    EXPECT_EQ(twice->CurrentPath(), Path("y") + "//" + NameNow());
-    const auto backslash = Make(Path("z") + "\\");
-    Write(*backslash, "text");
-    EXPECT_EQ(backslash->CurrentPath(), NowIn(Path("z")));
-    EXPECT_EQ(ListFiles(Path("z")), std::vector<std::string>({NameNow()}));
-}
-
-TEST_F(LogFiles, DropRecordsWhileNoFileCanBeOpened) {
-    WriteFile(Path("log"), "a file in the way");
-    const auto file = Make(Path("log"));
-    Write(*file, "one");
-    Write(*file, "two");
-    EXPECT_FALSE(file->IsOpen());
-    EXPECT_FALSE(file->EnsureOpen());
-    EXPECT_EQ(ReadFile(Path("log")), "a file in the way");
-    fs::remove(Path("log"));
-    Write(*file, "three");
-    EXPECT_EQ(ReadFile(NowIn(Path("log"))), kCreated + Frame(3, 1, "three"));
-}
-
-TEST_F(LogFiles, DropRecordsWhereTooManyDirectoriesAreMissing) {
-    const auto file = Make(Path("a/b/c/d"));
-    Write(*file, "one");
-    EXPECT_FALSE(file->IsOpen());
-    fs::create_directories(Path("a"));
-    Write(*file, "two");
-    EXPECT_EQ(ReadFile(NowIn(Path("a/b/c/d"))), kCreated + Frame(2, 1, "two"));
-}
-
-TEST_F(LogFiles, TryToOpenOncePerRecord) {
-    Calls().ScriptOpens([](uint64_t) { return EMFILE; });
-    const auto file = Make(Path("log"));
-    for (int i = 1; i <= 5; ++i) {
-        Write(*file, "text");
-        EXPECT_EQ(Calls().Opens(), static_cast<uint64_t>(i));
-    }
-    Calls().ScriptOpens(nullptr);
-    Write(*file, "text");
-    EXPECT_EQ(ReadFile(NowIn(Path("log"))), kCreated + Frame(6, 1, "text"));
-}
-
-TEST_F(LogFiles, AreOpenedOnDemand) {
-    const auto file = Make(Path("log"));
-    EXPECT_TRUE(file->EnsureOpen());
-    EXPECT_TRUE(file->IsOpen());
-    EXPECT_EQ(ReadFile(NowIn(Path("log"))), kCreated);
-    EXPECT_TRUE(file->EnsureOpen());
-    EXPECT_EQ(ReadFile(NowIn(Path("log"))), kCreated);
-    file->Flush();
-    EXPECT_EQ(Calls().Opens(), 1u);
-}
-
-TEST_F(LogFiles, AreClosedOnceAndOpenedAnew) {
-    LetFilesDiffer();
-    const auto file = Make(Path());
-    file->Close();
-    Write(*file, "one");
-    file->Close();
-    EXPECT_FALSE(file->IsOpen());
-    EXPECT_EQ(file->CurrentPath(), "");
-    file->Close();
-    Write(*file, "two");
-    EXPECT_EQ(ListFiles(Path()),
-              std::vector<std::string>({NameAt("20240305_140709"), NameAt("20240305_140710")}));
-    EXPECT_EQ(Contents(Path()),
-              std::vector<std::string>(
-                  {"File create at 2024-03-05T14:07:09.654321+00:00.\n" + Frame(1, 1, "one") +
-                       "\nFile close at 2024-03-05T14:07:10.654321+00:00.\n",
-                   "File create at 2024-03-05T14:07:10.654321+00:00.\n" + Frame(2, 1, "two")}));
-}
-
-TEST_F(LogFiles, MayLieBehindALink) {
-    fs::create_directories(Path("real"));
+// But for one separator at its end.
+TEST_F(LogFiles, NameTheirDirectoryAsItWasGiven) {
     fs::create_directory_symlink(Path("real"), Path("link"));
-    const auto file = Make(Path("link"));
-    Write(*file, "text");
-    EXPECT_EQ(file->CurrentPath(), NowIn(Path("link")));
-    EXPECT_EQ(ReadFile(NowIn(Path("real"))), kCreated + Frame(1, 1, "text"));
+    fs::current_path(Path());
+    const std::pair<std::string, std::string> cases[] = {
+        {Path("x/"), Path("x")},      {Path("y//"), Path("y/")}, {Path("z\\"), Path("z")},
+        {Path("v\\\\"), Path("v\\")}, {"relative/", "relative"}, {Path("link"), Path("link")}};
+    for (const auto& [given, kept] : cases) {
+        fs::create_directories(Path("real"));
+        LogFile file(given.c_str(), "unbi_debug_", 100000, 5);
+        file.EnsureOpen();
+        EXPECT_EQ(file.CurrentPath(), kept + "/" + NameNow());
+        EXPECT_EQ(ReadFile(file.CurrentPath()), Created());
+    }
+    EXPECT_EQ(Written("real"), Created() + Closed());
 }
 
-TEST_F(LogFiles, MayLieInARelativeDirectory) {
-    fs::current_path(Path());
-    const auto file = Make("logs");
-    Write(*file, "text");
-    EXPECT_EQ(file->CurrentPath(), "logs/" + NameNow());
-    EXPECT_EQ(ReadFile(NowIn(Path("logs"))), kCreated + Frame(1, 1, "text"));
-    fs::current_path("/");
+TEST_F(LogFiles, AreOpenedOnDemandClosedOnceAndOpenedAnew) {
+    LetFilesDiffer();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(file_->EnsureOpen());
+        EXPECT_TRUE(file_->IsOpen());
+        file_->Flush();
+        EXPECT_EQ(Written(), Created());
+    }
+    EXPECT_EQ(Calls().Opens(), 1u);
+    Write("one");
+    for (int i = 0; i < 2; ++i) {
+        file_->Close();
+        EXPECT_FALSE(file_->IsOpen());
+        EXPECT_EQ(file_->CurrentPath(), "");
+    }
+    Write("two");
+    EXPECT_EQ(ListFiles(Path("log")),
+              Texts({NameAt("20240305_140709"), NameAt("20240305_140710")}));
+    EXPECT_EQ(Written(), Created() + Frame(1, "one") + Closed(1) + Created(1) + Frame(2, "two"));
+    EXPECT_EQ(Counts().rotations.Get(), 0u);
 }
 
 TEST_F(LogFiles, KnowTheirKind) {
-    const auto file = Make(Path());
-    WriteFile(Path("unbi_debug_.log"), "");
-    WriteFile(Path("unbi_debug_1.txt"), "");
-    WriteFile(Path("unbi_oper.log"), "");
-    EXPECT_TRUE(file->IsLogFile("unbi_debug_.log"));
-    EXPECT_FALSE(file->IsLogFile("unbi_debug_1.txt"));
-    EXPECT_FALSE(file->IsLogFile("unbi_oper.log"));
-    EXPECT_FALSE(file->IsLogFile("unbi_debug_missing.log"));
+    WriteFile(Path("log/unbi_debug_.log"), "");
+    WriteFile(Path("log/unbi_oper.log"), "");
+    EXPECT_TRUE(file_->IsLogFile("unbi_debug_.log"));
+    EXPECT_FALSE(file_->IsLogFile("unbi_oper.log"));
+    EXPECT_FALSE(file_->IsLogFile("unbi_debug_missing.log"));
 }
 
-TEST_F(LogFiles, AccumulateWhateverTheCountLimit) {
-    LetFilesDiffer();
-    LogFile file(Path().c_str(), "unbi_debug_", 1, 2);
-    for (int i = 0; i < 10; ++i) {
-        Write(file, "text");
+// Each record tries once; what is lost uses up its number.
+TEST_F(LogFiles, DropRecordsWhileNoFileCanBeOpened) {
+    RefuseFiles();
+    Write("lost");
+    Write("lost", -2);
+    EXPECT_EQ(Counts().recordsDropped.Get(), 2u);
+    WriteDump("lost", {WithDetail("lost too")});
+    EXPECT_EQ(Counts().recordsDropped.Get(), 4u);
+    WriteBatch({"lost", "lost"});
+    EXPECT_EQ(Calls().Opens(), 5u);
+    EXPECT_FALSE(file_->EnsureOpen());
+    EXPECT_FALSE(file_->IsOpen());
+    EXPECT_EQ(file_->CurrentPath(), "");
+    EXPECT_EQ(Counts().recordsDropped.Get(), 6u);
+    EXPECT_EQ(Counts().recordsWritten.Get(), 0u);
+    EXPECT_EQ(Counts().recordsDumped.Get(), 0u);
+    EXPECT_EQ(Counts().bytesWritten.Get(), 0u);
+    EXPECT_EQ(Counts().lastError.Get(), static_cast<uint64_t>(EMFILE));
+    EXPECT_EQ(Counts().lastErrorSecond.Get(), static_cast<uint64_t>(SystemCalls::kStart));
+    EXPECT_EQ(CountFiles(), 0u);
+    Calls().ScriptOpens(nullptr);
+    Write("back");
+    EXPECT_EQ(Written(), Created() + Frame(6, "back"));
+}
+
+TEST_F(LogFiles, CountWhatTheyWrite) {
+    Write("one");
+    Write("two", -2);
+    WriteDump("three", {WithDetail("kept"), WithDetail("kept")});
+    WriteBatch({"four", "five"});
+    EXPECT_EQ(Counts().recordsWritten.Get(), 5u);
+    EXPECT_EQ(Counts().recordsDumped.Get(), 2u);
+    EXPECT_EQ(Counts().recordsDropped.Get(), 0u);
+    EXPECT_EQ(Counts().bytesWritten.Get(), Written().size());
+    file_->Close();
+    EXPECT_EQ(Counts().bytesWritten.Get(), Written().size());
+    EXPECT_EQ(Counts().lastError.Get(), 0u);
+    file_->CountDropped(7);
+    EXPECT_EQ(Counts().recordsDropped.Get(), 7u);
+}
+
+TEST_F(LogFiles, CostOneSystemCallForEachPiece) {
+    const auto expectWrites = [this](uint64_t count, const auto& write) {
+        Calls().ScriptWrites(nullptr);
+        write();
+        EXPECT_EQ(Calls().Writes(), count);
+    };
+    expectWrites(1, [this] { file_->EnsureOpen(); });
+    expectWrites(0, [this] { file_->Flush(); });
+    for (const size_t size : {0u, 1000u, 100000u}) {
+        expectWrites(1, [&] { Write(std::string(size, 'x')); });
     }
-    EXPECT_EQ(ListFiles(Path()).size(), 11u);
+    expectWrites(1, [this] { Write("short", -2); });
+    expectWrites(1, [this] { WriteBatch(Texts(5000, "text")); });
+    expectWrites(0, [this] { WriteBatch({}); });
+    const auto kept = WithDetail(std::string(500, 'x'));
+    expectWrites(1, [&] { WriteDump("error", {kept, kept, kept}); });
 }
 
 }  // namespace

@@ -3,82 +3,77 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "channel/channelfixture.h"
 
-using NS_TEST::WriteFile;
+namespace fs = std::filesystem;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-class LogFileNames : public NS_TEST::ChannelTest {
+using namespace NS_TEST;
+using std::string_literals::operator""s;
+
+class LogFileNames : public FrozenClockTest {
   protected:
-    bool IsLogFileHere(const std::string& name) const {
+    bool IsLogFile(const std::string& name) const {
         return IsLogFileName(Path(), "unbi_debug_", name.c_str());
-    }
-    bool IsLogFileOnceWritten(const std::string& name) const {
-        WriteFile(Path(name), "");
-        return IsLogFileHere(name);
     }
 };
 
 TEST_F(LogFileNames, BeginWithTheSeriesAndTheCategory) {
-    EXPECT_EQ(LogFilePrefix("corbadebug"), "unbi_corbadebug_");
     EXPECT_EQ(LogFilePrefix("corba_internal_oper"), "unbi_corba_internal_oper_");
     EXPECT_EQ(LogFilePrefix(""), "unbi__");
 }
 
-TEST_F(LogFileNames, TellWhenAndByWhomAFileWasCreated) {
-    const std::string process = std::to_string(getpid());
-    EXPECT_EQ(NewLogFileName("unbi_corbaoper_"),
-              "unbi_corbaoper_20240305_140709_" + process + ".log");
-    Calls().SetClock(kNow + 1, 0, 0);
-    EXPECT_EQ(NewLogFileName(""), "20240305_140710_" + process + ".log");
+TEST_F(LogFileNames, TellLocalTimeAndProcess) {
+    const std::string ending = "_" + std::to_string(getpid()) + ".log";
+    EXPECT_EQ(NewLogFileName("unbi_corbaoper_"), "unbi_corbaoper_20240305_140709" + ending);
+    Calls().SetClock(SystemCalls::kStart + 1, 0);
+    EXPECT_EQ(NewLogFileName(""), "20240305_140710" + ending);
+    const ScopedTimeZone zone(BERLIN);
+    EXPECT_EQ(NewLogFileName("p_"), "p_20240305_150710" + ending);
+    Calls().SetClock(1720188429, 0);
+    EXPECT_EQ(NewLogFileName("p_"), "p_20240705_160709" + ending);
 }
 
-TEST_F(LogFileNames, TellLocalTime) {
-    const NS_TEST::ScopedTimeZone zone(NS_TEST::BERLIN);
-    EXPECT_EQ(NewLogFileName("p_"), "p_20240305_150709_" + std::to_string(getpid()) + ".log");
-    Calls().SetClock(1720188429, 0, 0);
-    EXPECT_EQ(NewLogFileName("p_"), "p_20240705_160709_" + std::to_string(getpid()) + ".log");
+// A child that goes on logging must not write into its parent's file.
+TEST_F(LogFileNames, TellTheProcessThatAForkMade) {
+    const std::string parents = NewLogFileName("");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const std::string own = "20240305_140709_" + std::to_string(getpid()) + ".log";
+        _exit(NewLogFileName("") == own ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(NewLogFileName(""), parents);
 }
 
-TEST_F(LogFileNames, AreOrderedByTheirStamp) {
-    const std::string older = "unbi_debug_20240101_000000_9.log";
-    const std::string newer = "unbi_debug_20240102_000000_1.log";
-    EXPECT_TRUE(CompareFileNames(older, newer));
-    EXPECT_FALSE(CompareFileNames(newer, older));
-    EXPECT_FALSE(CompareFileNames(older, older));
-    EXPECT_TRUE(CompareFileNames("z_20240101_000000_1.log", "a_20240101_000001_1.log"));
-}
-
-TEST_F(LogFileNames, OfOneSecondAreOrderedByTheProcessNumberAsText) {
-    EXPECT_TRUE(
-        CompareFileNames("unbi_debug_20240101_000000_10.log", "unbi_debug_20240101_000000_9.log"));
-    EXPECT_FALSE(
-        CompareFileNames("unbi_debug_20240101_000000_9.log", "unbi_debug_20240101_000000_10.log"));
-    EXPECT_TRUE(
-        CompareFileNames("unbi_debug_20240101_000000_1.log", "unbi_debug_20240101_000000_12.log"));
-}
-
-TEST_F(LogFileNames, AreOrderedWithoutRegardForTheirPrefix) {
-    EXPECT_FALSE(
-        CompareFileNames("unbi_debug_20240101_000000_1.log", "unbi_oper_20240101_000000_1.log"));
-    EXPECT_FALSE(
-        CompareFileNames("unbi_oper_20240101_000000_1.log", "unbi_debug_20240101_000000_1.log"));
-}
-
-TEST_F(LogFileNames, AreOrderedAsBytes) {
-    EXPECT_TRUE(CompareFileNames("20240101_000000_a", "20240101_000000_\xff"));
-    EXPECT_FALSE(CompareFileNames("20240101_000000_\xff", "20240101_000000_a"));
-    using std::string_literals::operator""s;
+// By the stamp, then by the process number as text; the prefix counts for nothing.
+TEST_F(LogFileNames, AreOrderedByWhatStandsBehindTheirPrefix) {
+    const Texts names = {"unbi_debug_20231231_235959_7.log", "z_20240101_000000_1.log",
+                         "a_20240101_000000_10.log",         "unbi_debug_20240101_000000_9.log",
+                         "a_20240101_000000_\xff",           "a_20240101_000001_1.log",
+                         "unbi_debug_20240102_000000_1.log"};
+    for (size_t i = 0; i < names.size(); ++i) {
+        for (size_t j = 0; j < names.size(); ++j) {
+            EXPECT_EQ(CompareFileNames(names[i], names[j]), i < j) << names[i] << " " << names[j];
+        }
+    }
     EXPECT_FALSE(CompareFileNames("20240101_000000_1\0a"s, "20240101_000000_1\0b"s));
+    Texts shuffled(names.rbegin(), names.rend());
+    std::sort(shuffled.begin(), shuffled.end(), CompareFileNames);
+    EXPECT_EQ(shuffled, names);
 }
 
 TEST_F(LogFileNames, WithoutAStampCannotBeOrdered) {
@@ -92,52 +87,36 @@ TEST_F(LogFileNames, WithoutAStampCannotBeOrdered) {
     EXPECT_NO_THROW(CompareFileNames("123456789012345_", good));
 }
 
-TEST_F(LogFileNames, CanBeSortedOldestFirst) {
-    std::vector<std::string> names = {
-        "unbi_debug_20240301_000000_1.log", "unbi_debug_20231231_235959_7.log",
-        "unbi_debug_20240101_000000_2.log", "unbi_debug_20240101_000000_1.log"};
-    std::sort(names.begin(), names.end(), CompareFileNames);
-    EXPECT_EQ(names, std::vector<std::string>(
-                         {"unbi_debug_20231231_235959_7.log", "unbi_debug_20240101_000000_1.log",
-                          "unbi_debug_20240101_000000_2.log", "unbi_debug_20240301_000000_1.log"}));
-}
-
-TEST_F(LogFileNames, AreRecognised) {
-    EXPECT_TRUE(IsLogFileOnceWritten("unbi_debug_20240101_000000_9.log"));
-    EXPECT_TRUE(IsLogFileOnceWritten("unbi_corbaoper_20240101_000000_9.log"));
-    EXPECT_TRUE(IsLogFileOnceWritten("unbiwhatever_else.log"));
-}
-
-TEST_F(LogFileNames, AreLongEnoughForThePrefixAndTheirEnd) {
-    EXPECT_TRUE(IsLogFileOnceWritten("unbi_debug_.log"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unbi_debug.log"));
-    EXPECT_TRUE(IsLogFileOnceWritten("unbi1234567.log"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unbi123456.log"));
-}
-
-TEST_F(LogFileNames, BeginAndEndAsAllDo) {
-    EXPECT_FALSE(IsLogFileOnceWritten("UNBI_debug_20240101_000000_9.log"));
-    EXPECT_FALSE(IsLogFileOnceWritten("xunbi_debug_20240101_000000_9.log"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unb_debug_20240101_000000_99.log"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unbi_debug_20240101_000000_9.LOG"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unbi_debug_20240101_000000_9.log.gz"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unbi_debug_20240101_000000_9log"));
-    EXPECT_FALSE(IsLogFileOnceWritten("unbi_debug_20240101_000000_9.txt"));
+// Any name of the series will do, as long as it has room for the prefix and the ending.
+TEST_F(LogFileNames, AreRecognisedByTheirBeginTheirLengthAndTheirEnd) {
+    for (const char* const name :
+         {"unbi_debug_20240101_000000_9.log", "unbi_corbaoper_20240101_000000_9.log",
+          "unbiwhatever_else.log", "unbi_debug_.log", "unbi1234567.log"}) {
+        WriteFile(Path(name), "");
+        EXPECT_TRUE(IsLogFile(name)) << name;
+    }
+    for (const char* const name :
+         {"unbi_debug.log", "unbi123456.log", "UNBI_debug_20240101_000000_9.log",
+          "xunbi_debug_20240101_000000_9.log", "unb_debug_20240101_000000_99.log",
+          "unbi_debug_20240101_000000_9.LOG", "unbi_debug_20240101_000000_9.log.gz",
+          "unbi_debug_20240101_000000_9log", "unbi_debug_20240101_000000_9.txt"}) {
+        WriteFile(Path(name), "");
+        EXPECT_FALSE(IsLogFile(name)) << name;
+    }
 }
 
 TEST_F(LogFileNames, BelongToRegularFiles) {
-    std::filesystem::create_directories(Path("unbi_debug_20240101_000000_1.log"));
-    ASSERT_EQ(mkfifo(Path("unbi_debug_20240101_000000_2.log").c_str(), 0600), 0);
+    fs::create_directories(Path("unbi_debug_directory.log"));
+    ASSERT_EQ(mkfifo(Path("unbi_debug_pipe.log").c_str(), 0600), 0);
     WriteFile(Path("other"), "");
-    std::filesystem::create_symlink(Path("other"), Path("unbi_debug_20240101_000000_3.log"));
-    std::filesystem::create_symlink(Path("gone"), Path("unbi_debug_20240101_000000_4.log"));
-    EXPECT_FALSE(IsLogFileHere("unbi_debug_20240101_000000_1.log"));
-    EXPECT_FALSE(IsLogFileHere("unbi_debug_20240101_000000_2.log"));
-    EXPECT_TRUE(IsLogFileHere("unbi_debug_20240101_000000_3.log"));
-    EXPECT_FALSE(IsLogFileHere("unbi_debug_20240101_000000_4.log"));
-    EXPECT_FALSE(IsLogFileHere("unbi_debug_20240101_000000_5.log"));
-    EXPECT_FALSE(IsLogFileHere(""));
-    EXPECT_FALSE(IsLogFileName(Path("missing"), "unbi_debug_", "unbi_debug_1.log"));
+    fs::create_symlink(Path("other"), Path("unbi_debug_link.log"));
+    fs::create_symlink(Path("gone"), Path("unbi_debug_broken.log"));
+    EXPECT_TRUE(IsLogFile("unbi_debug_link.log"));
+    for (const char* const name : {"unbi_debug_directory.log", "unbi_debug_pipe.log",
+                                   "unbi_debug_broken.log", "unbi_debug_missing.log", ""}) {
+        EXPECT_FALSE(IsLogFile(name)) << name;
+    }
+    EXPECT_FALSE(IsLogFileName(Path("missing"), "unbi_debug_", "unbi_debug_link.log"));
 }
 
 }  // namespace

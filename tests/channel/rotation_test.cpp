@@ -1,198 +1,119 @@
 // When a log file gives way to the next one.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "channel/channelfixture.h"
-#include "channel/logfile.h"
-
-using NS_TEST::ClosedAt;
-using NS_TEST::CreatedAt;
-using NS_TEST::DumpFrame;
-using NS_TEST::Frame;
-using NS_TEST::kClosed;
-using NS_TEST::kCreated;
-using NS_TEST::ListFiles;
-using NS_TEST::ReadFile;
-using NS_TEST::WithDetail;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// The bytes of "File create at " + stamp + ".\n".
-constexpr uint64_t kCreatedSize = 49;
+using namespace NS_TEST;
 
-class Rotation : public NS_TEST::ChannelTest {
+class Rotation : public LogFileTest {
   protected:
     Rotation() { LetFilesDiffer(); }
-
-    static void Write(LogFile& file, const std::string& detail, int level = 1) {
-        file.WriteRecord(WithDetail(level, detail).Get());
-    }
 };
 
-TEST_F(Rotation, HappensWhenTheLimitIsReachedExactly) {
-    const uint64_t limit = kCreatedSize + Frame(1, 1, "one").size() + Frame(2, 1, "two").size();
-    LogFile file(Path().c_str(), "unbi_debug_", limit, 5);
-    Write(file, "one");
-    EXPECT_EQ(ListFiles(Path()).size(), 1u);
-    Write(file, "two");
-    EXPECT_EQ(file.CurrentPath(), Path(NameAt("20240305_140710")));
-    EXPECT_EQ(Contents(Path()),
-              std::vector<std::string>({CreatedAt("14:07:09") + Frame(1, 1, "one") +
-                                            Frame(2, 1, "two") + ClosedAt("14:07:10"),
-                                        CreatedAt("14:07:10")}));
+// The record that reaches the limit is completed in its file.
+TEST_F(Rotation, HappensWhenTheLastByteOfTheLimitIsWritten) {
+    const uint64_t exact = kCreatedSize + Frame(1, "one").size() + Frame(2, "two").size();
+    const std::string first = Created() + Frame(1, "one") + Frame(2, "two");
+    for (const uint64_t limit : {exact - 1, exact}) {
+        Make(limit);
+        Write("one");
+        EXPECT_EQ(CountFiles(), 1u);
+        Write("two");
+        EXPECT_EQ(Written(), first + Closed(1) + Created(1));
+        EXPECT_EQ(file_->CurrentPath(), Path("log/" + NameAt("20240305_140710")));
+    }
+    Make(exact + 1);
+    Write("one");
+    Write("two");
+    EXPECT_EQ(Written(), first);
+    const std::string large(3000, 'x');
+    Write(large);
+    EXPECT_EQ(Written(), first + Frame(3, large) + Closed(1) + Created(1));
 }
 
-TEST_F(Rotation, WaitsForTheLastByteOfTheLimit) {
-    const uint64_t limit = kCreatedSize + Frame(1, 1, "one").size() + Frame(2, 1, "two").size() + 1;
-    LogFile file(Path().c_str(), "unbi_debug_", limit, 5);
-    Write(file, "one");
-    Write(file, "two");
-    EXPECT_EQ(ListFiles(Path()).size(), 1u);
-    Write(file, "three");
-    EXPECT_EQ(
-        Contents(Path()),
-        std::vector<std::string>({CreatedAt("14:07:09") + Frame(1, 1, "one") + Frame(2, 1, "two") +
-                                      Frame(3, 1, "three") + ClosedAt("14:07:10"),
-                                  CreatedAt("14:07:10")}));
-}
-
-TEST_F(Rotation, CompletesTheRecordThatReachesTheLimit) {
-    LogFile file(Path().c_str(), "unbi_debug_", 1000, 5);
-    const std::string long1(300, 'a');
-    const std::string long2(3000, 'b');
-    Write(file, long1);
-    Write(file, long2);
-    Write(file, "three");
-    EXPECT_EQ(Contents(Path()),
-              std::vector<std::string>({CreatedAt("14:07:09") + Frame(1, 1, long1) +
-                                            Frame(2, 1, long2) + ClosedAt("14:07:10"),
-                                        CreatedAt("14:07:10") + Frame(3, 1, "three")}));
-}
-
+// More files than the count limit: no file is removed because of it.
 TEST_F(Rotation, CountsTheNewFileFromItsCreationLine) {
-    const uint64_t limit = kCreatedSize + Frame(1, 1, "one").size();
-    LogFile file(Path().c_str(), "unbi_debug_", limit, 5);
+    Make(kCreatedSize + Frame(1, "one").size());
+    std::string expected = Created();
     for (int i = 1; i <= 9; ++i) {
-        Write(file, "one");
-        EXPECT_EQ(ListFiles(Path()).size(), static_cast<size_t>(i) + 1);
+        Write("one");
+        expected += Frame(static_cast<uint64_t>(i), "one") + Closed(i) + Created(i);
+        EXPECT_EQ(Written(), expected);
+        EXPECT_EQ(Counts().rotations.Get(), static_cast<uint64_t>(i));
+        EXPECT_EQ(Counts().bytesWritten.Get(), expected.size());
     }
-    EXPECT_EQ(Contents(Path())[8],
-              CreatedAt("14:07:17") + Frame(9, 1, "one") + ClosedAt("14:07:18"));
 }
 
-TEST_F(Rotation, CountsShortRecords) {
-    // A short record: stamp, comma, four letters, newline.
-    LogFile file(Path().c_str(), "unbi_debug_", kCreatedSize + 2 * 38, 5);
-    Write(file, "text", -2);
-    EXPECT_EQ(ListFiles(Path()).size(), 1u);
-    Write(file, "text", -2);
-    EXPECT_EQ(ListFiles(Path()).size(), 2u);
-}
-
+// Of a text that ends at a zero byte the rest counts for nothing.
 TEST_F(Rotation, CountsWhatIsWrittenAndNotWhatIsGiven) {
-    LogFile file(Path().c_str(), "unbi_debug_", kCreatedSize + 2 * 38, 5);
-    const std::string cut = std::string("text\0", 5) + std::string(1000, 'x');
-    Write(file, cut, -2);
-    EXPECT_EQ(ListFiles(Path()).size(), 1u);
-    Write(file, cut, -2);
-    EXPECT_EQ(ListFiles(Path()).size(), 2u);
-}
-
-TEST_F(Rotation, HappensAfterEveryRecordWithoutALimitToSpeakOf) {
-    for (const uint64_t limit : {0u, 1u, 49u}) {
-        const std::string directory = Path("limit" + std::to_string(limit));
-        LogFile file(directory.c_str(), "unbi_debug_", limit, 5);
-        Write(file, "one");
-        Write(file, "two");
-        EXPECT_EQ(ListFiles(directory).size(), 3u);
-        EXPECT_TRUE(file.IsOpen());
+    for (const std::string& rest : {std::string(), std::string(1, '\0') + std::string(1000, 'x')}) {
+        Make(kCreatedSize + 2 * ShortFrame("text").size());
+        Write("text" + rest, -2);
+        EXPECT_EQ(CountFiles(), 1u);
+        Write("text" + rest, -2);
+        EXPECT_EQ(CountFiles(), 2u);
     }
 }
 
-TEST_F(Rotation, NeverHappensBelowAHugeLimit) {
-    LogFile file(Path().c_str(), "unbi_debug_", UINT64_MAX, 5);
-    for (int i = 0; i < 100; ++i) {
-        Write(file, std::string(10000, 'x'));
+TEST_F(Rotation, HappensAfterEveryRecordOfASmallLimitAndNeverBelowAHugeOne) {
+    for (const uint64_t limit : {uint64_t{0}, uint64_t{1}, uint64_t{49}, UINT64_MAX}) {
+        Make(limit);
+        Write(std::string(10000, 'x'));
+        Write("two");
+        EXPECT_EQ(CountFiles(), limit == UINT64_MAX ? 1u : 3u);
+        EXPECT_TRUE(file_->IsOpen());
     }
-    EXPECT_EQ(ListFiles(Path()).size(), 1u);
 }
 
 TEST_F(Rotation, TruncatesTheFileOfTheSameSecond) {
-    Calls().SetClock(kNow, 654321, 0);
-    LogFile file(Path().c_str(), "unbi_debug_", 1, 5);
-    Write(file, "one");
-    EXPECT_EQ(ListFiles(Path()), std::vector<std::string>({NameNow()}));
-    EXPECT_EQ(ReadFile(file.CurrentPath()), kCreated);
-    Write(file, "two");
-    EXPECT_EQ(ListFiles(Path()), std::vector<std::string>({NameNow()}));
-    EXPECT_EQ(ReadFile(file.CurrentPath()), kCreated);
-    EXPECT_EQ(file.Statistics().rotations.Get(), 2u);
-}
-
-TEST_F(Rotation, TruncatesTheFileOfTheSameSecondByTheRealClockToo) {
-    Calls().Reset();
-    LogFile file(Path().c_str(), "unbi_debug_", 1, 5);
-    for (int attempt = 0; attempt < 50; ++attempt) {
-        file.EnsureOpen();
-        const std::string before = file.CurrentPath();
-        Write(file, "text");
-        if (file.CurrentPath() == before) {
-            const auto pieces = NS_TEST::ParseLogPieces(before);
-            ASSERT_EQ(pieces.size(), 1u);
-            EXPECT_EQ(pieces[0].kind, NS_TEST::ParsedPiece::FILE_CREATED);
-            return;
-        }
+    Make(1);
+    Calls().SetClock(SystemCalls::kStart, 0);
+    for (uint64_t i = 1; i <= 2; ++i) {
+        Write("text");
+        EXPECT_EQ(ListFiles(Path("log")), Texts({NameNow()}));
+        EXPECT_EQ(Written(), Created());
+        EXPECT_EQ(Counts().rotations.Get(), i);
     }
-    FAIL() << "no two files of one second in fifty attempts";
 }
 
 TEST_F(Rotation, LeavesTheObjectClosedWhereTheNextFileCannotBeOpened) {
-    LogFile file(Path().c_str(), "unbi_debug_", 1, 5);
+    Make(1);
     Calls().ScriptOpens([](uint64_t number) { return number == 2 || number == 3 ? EMFILE : 0; });
-    Write(file, "one");
-    EXPECT_FALSE(file.IsOpen());
-    EXPECT_EQ(file.CurrentPath(), "");
-    EXPECT_EQ(Contents(Path()),
-              std::vector<std::string>(
-                  {CreatedAt("14:07:09") + Frame(1, 1, "one") + ClosedAt("14:07:10")}));
-    Write(file, "two");
-    EXPECT_FALSE(file.IsOpen());
-    Write(file, "three");
-    EXPECT_TRUE(file.IsOpen());
-    const auto contents = Contents(Path());
-    ASSERT_EQ(contents.size(), 3u);
-    EXPECT_EQ(contents[1], CreatedAt("14:07:10") + Frame(3, 1, "three") + ClosedAt("14:07:11"));
+    Write("one");
+    EXPECT_FALSE(file_->IsOpen());
+    EXPECT_EQ(file_->CurrentPath(), "");
+    Write("two");
+    EXPECT_FALSE(file_->IsOpen());
+    const std::string expected = Created() + Frame(1, "one") + Closed(1);
+    EXPECT_EQ(Written(), expected);
+    Write("three");
+    EXPECT_EQ(Written(), expected + Created(1) + Frame(3, "three") + Closed(2) + Created(2));
 }
 
-TEST_F(Rotation, NeverHappensInsideADump) {
-    const uint64_t limit = kCreatedSize + 100;
-    LogFile file(Path().c_str(), "unbi_debug_", limit, 5);
-    KeptRecords cached(128);
-    std::string lines;
-    for (int i = 0; i < 128; ++i) {
-        const std::string detail = "kept " + std::to_string(i);
-        cached.Append(PackedRecord(WithDetail(2, detail).Get()));
-        lines += NS_TEST::DumpedFrame(2, detail);
+TEST_F(Rotation, HappensBehindADumpAndNeverInsideOne) {
+    const std::string lines = DumpedFrame(std::string(500, 'x')) + DumpedFrame("kept");
+    const std::string dump = DumpFrame(1, "error", lines);
+    const uint64_t exact = kCreatedSize + dump.size();
+    for (const uint64_t limit : {uint64_t{100}, exact, exact + 1}) {
+        Make(limit);
+        WriteDump("error", {WithDetail(std::string(500, 'x'), 3), WithDetail("kept", 3)});
+        EXPECT_EQ(Written(), Created() + dump + (limit <= exact ? Closed(1) + Created(1) : ""));
     }
-    file.WriteRecordWithDump(WithDetail(0, "error").Get(), cached);
-    EXPECT_EQ(Contents(Path()),
-              std::vector<std::string>(
-                  {CreatedAt("14:07:09") + DumpFrame(1, 0, "error", lines) + ClosedAt("14:07:10"),
-                   CreatedAt("14:07:10")}));
 }
 
-TEST_F(Rotation, HappensAfterADumpThatReachesTheLimitExactly) {
-    const KeptRecords empty(0);
-    const uint64_t size = kCreatedSize + DumpFrame(1, 0, "error", "").size();
-    LogFile exact(Path("exact").c_str(), "unbi_debug_", size, 5);
-    exact.WriteRecordWithDump(WithDetail(0, "error").Get(), empty);
-    EXPECT_EQ(ListFiles(Path("exact")).size(), 2u);
-    LogFile above(Path("above").c_str(), "unbi_debug_", size + 1, 5);
-    above.WriteRecordWithDump(WithDetail(0, "error").Get(), empty);
-    EXPECT_EQ(ListFiles(Path("above")).size(), 1u);
+TEST_F(Rotation, CostsThreeSystemCallsInABatch) {
+    Make(kCreatedSize + 3 * Frame(1, "text").size());
+    file_->EnsureOpen();
+    Calls().ScriptWrites(nullptr);
+    WriteBatch(Texts(9, "text"));
+    // A batch, a closing line and a creation line for each of three files.
+    EXPECT_EQ(CountFiles(), 4u);
+    EXPECT_EQ(Calls().Writes(), 9u);
 }
 
 }  // namespace

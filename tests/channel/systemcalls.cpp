@@ -4,12 +4,13 @@
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <ctime>
+#include <utility>
 
 namespace NS_TEST {
 
@@ -28,29 +29,26 @@ void SystemCalls::ScriptOpens(OpenScript script) {
     opens_ = 0;
 }
 
-void SystemCalls::SetClock(int64_t second, int microsecond, int64_t step) {
+void SystemCalls::SetClock(int64_t second, int64_t step) {
     second_ = second;
-    microsecond_ = microsecond;
     step_ = step;
     stepIsDue_ = false;
-    clockIsSet_ = true;
 }
 
 void SystemCalls::Reset() {
     ScriptWrites(nullptr);
     ScriptOpens(nullptr);
-    clockIsSet_ = false;
+    SetClock(kStart, 0);
 }
 
 ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size) {
-    if (descriptor <= STDERR_FILENO) {
-        return syscall(SYS_write, descriptor, bytes, size);
+    Fate fate;
+    if (descriptor > STDERR_FILENO) {
+        const uint64_t number = ++writes_;
+        if (writeScript_) {
+            fate = writeScript_(number, {static_cast<const char*>(bytes), size});
+        }
     }
-    const uint64_t number = ++writes_;
-    if (!writeScript_) {
-        return syscall(SYS_write, descriptor, bytes, size);
-    }
-    const Fate fate = writeScript_(number, {static_cast<const char*>(bytes), size});
     if (fate.error != 0) {
         errno = fate.error;
         return -1;
@@ -59,37 +57,22 @@ ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size) {
 }
 
 int SystemCalls::Open(const char* path, int flags, unsigned int mode) {
-    if ((flags & O_CREAT) != 0) {
-        const uint64_t number = ++opens_;
-        const int error = openScript_ ? openScript_(number) : 0;
-        if (error != 0) {
-            errno = error;
-            return -1;
-        }
+    const bool creates = (flags & O_CREAT) != 0;
+    const uint64_t number = creates ? ++opens_ : 0;
+    const int error = creates && openScript_ ? openScript_(number) : 0;
+    if (error != 0) {
+        errno = error;
+        return -1;
     }
     const auto descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
-    if ((flags & O_CREAT) != 0 && descriptor >= 0) {
+    if (creates && descriptor >= 0) {
         stepIsDue_ = true;
     }
     return descriptor;
 }
 
-int64_t SystemCalls::Time() const {
-    if (clockIsSet_) {
-        return second_;
-    }
-    struct timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    return now.tv_sec;
-}
-
-bool SystemCalls::TimeOfDay(int64_t& second, int& microsecond) {
-    second = second_;
-    microsecond = microsecond_;
-    if (stepIsDue_.exchange(false)) {
-        second_ += step_;
-    }
-    return clockIsSet_;
+int64_t SystemCalls::TimeOfDay() {
+    return stepIsDue_.exchange(false) ? second_.fetch_add(step_) : second_.load();
 }
 
 }  // namespace NS_TEST
@@ -117,17 +100,7 @@ time_t time(time_t* result) noexcept {
 }
 
 int gettimeofday(struct timeval* __restrict now, void* __restrict) noexcept {
-    int64_t second = 0;
-    int microsecond = 0;
-    if (NS_TEST::SystemCalls::Instance().TimeOfDay(second, microsecond)) {
-        now->tv_sec = second;
-        now->tv_usec = microsecond;
-        return 0;
-    }
-    struct timespec real;
-    clock_gettime(CLOCK_REALTIME, &real);
-    now->tv_sec = real.tv_sec;
-    now->tv_usec = real.tv_nsec / 1000;
+    *now = {NS_TEST::SystemCalls::Instance().TimeOfDay(), NS_TEST::SystemCalls::kMicrosecond};
     return 0;
 }
 

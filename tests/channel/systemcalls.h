@@ -2,13 +2,15 @@
 // and the writing to them.
 #pragma once
 
+#include <sys/resource.h>
+#include <sys/types.h>
+
 #include <atomic>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string_view>
-
-#include <sys/types.h>
 
 namespace NS_TEST {
 
@@ -16,10 +18,14 @@ namespace NS_TEST {
 // the program statically and so calls these; the platform, the C library and the test framework go
 // on calling the real ones.
 //
-// Thread safety: the counters and the clock may be used by any thread; the scripts are set while no
-// other thread writes.
+// Thread safety: the counters and the clock may be used by any thread; the rest while no other
+// thread writes.
 class SystemCalls {
   public:
+    // Where the clock stands at first: 14:07:09.654321 on 5 March 2024.
+    static constexpr int64_t kStart = 1709647629;
+    static constexpr int kMicrosecond = 654321;
+
     // What becomes of one call of write: up to so many bytes are written, or the call fails with
     // the error and nothing is written.
     struct Fate {
@@ -33,36 +39,57 @@ class SystemCalls {
 
     static SystemCalls& Instance();
 
-    // Calls since the last Reset; only calls for descriptors above standard error count.
+    // Calls since the script was set; only calls for descriptors above standard error count.
     uint64_t Writes() const { return writes_; }
     uint64_t Opens() const { return opens_; }
 
+    // Null for what the system does.
     void ScriptWrites(WriteScript script);
     void ScriptOpens(OpenScript script);
 
-    // From now on the clock stands at `second` and `microsecond`, but for a step of `step` seconds
-    // behind the creation of each file: when the time of day was read after a successful open.
-    void SetClock(int64_t second, int microsecond, int64_t step);
+    // The clock stands at `second`, but for a step of `step` seconds behind the creation of each
+    // file: when the time of day was read after a successful open.
+    void SetClock(int64_t second, int64_t step);
 
-    // Everything as the system does it.
+    // No scripts, and the clock stands at its start.
     void Reset();
 
     ssize_t Write(int descriptor, const void* bytes, size_t size);
     int Open(const char* path, int flags, unsigned int mode);
-    int64_t Time() const;
-    // False while the real clock is shown.
-    bool TimeOfDay(int64_t& second, int& microsecond);
+    int64_t Time() const { return second_; }
+    int64_t TimeOfDay();
 
   private:
     std::atomic<uint64_t> writes_{0};
     std::atomic<uint64_t> opens_{0};
-    std::atomic<bool> clockIsSet_{false};
-    std::atomic<int64_t> second_{0};
-    std::atomic<int> microsecond_{0};
+    std::atomic<int64_t> second_{kStart};
     std::atomic<int64_t> step_{0};
     std::atomic<bool> stepIsDue_{false};
     WriteScript writeScript_;
     OpenScript openScript_;
+};
+
+// For the length of a block, writing beyond `size` bytes of a file fails as on a full disk: the
+// write that crosses the limit is cut short there, the next one fails. Holds for the whole process.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(size_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &previous_);
+        struct rlimit limit = previous_;
+        limit.rlim_cur = size;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &previous_);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+  private:
+    void (*handler_)(int);
+    struct rlimit previous_;
 };
 
 }  // namespace NS_TEST

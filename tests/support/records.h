@@ -1,17 +1,23 @@
-// Comparing records with what was kept of them.
+// Records together with the texts that they borrow, and where records are kept.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "record/logrecord.h"
+#include "record/packedrecord.h"
+#include "record/keptrecords.h"
+#include "record/recordqueue.h"
 
 namespace NS_TEST {
 
-// A record together with the texts that it borrows.
+using Texts = std::vector<std::string>;
+
 struct OwnedRecord {
     NS_LOG_SERVICE1::LogRecord Get() const {
         NS_LOG_SERVICE1::LogRecord record;
@@ -28,6 +34,13 @@ struct OwnedRecord {
         return record;
     }
 
+    // Replaces every byte of the texts. What was kept of the record before does not change.
+    void Spoil() {
+        for (std::string* const text : {&file, &function, &detail, &context}) {
+            text->assign(text->size(), 'x');
+        }
+    }
+
     int32_t level = 1;
     ACE_Time_Value time{1709647629, 123456};
     pthread_t thread = 4242;
@@ -38,25 +51,28 @@ struct OwnedRecord {
     std::string context = "U,TopT:12,If:getNE,UserMsg:opr1";
 };
 
+inline OwnedRecord WithDetail(const std::string& detail, int32_t level = 1) {
+    OwnedRecord record;
+    record.level = level;
+    record.detail = detail;
+    return record;
+}
+
 // Texts of up to `longest` bytes each, any byte among them.
 inline OwnedRecord RandomRecord(std::mt19937& random, size_t longest) {
-    const auto text = [&random, longest] {
-        std::string result(random() % (longest + 1), '\0');
-        for (char& c : result) {
+    OwnedRecord record;
+    for (std::string* const text :
+         {&record.file, &record.function, &record.detail, &record.context}) {
+        text->assign(random() % (longest + 1), '\0');
+        for (char& c : *text) {
             c = static_cast<char>(random() & 0xff);
         }
-        return result;
-    };
-    OwnedRecord record;
+    }
     record.level = static_cast<int32_t>(random());
     record.time =
         ACE_Time_Value(static_cast<time_t>(random()), static_cast<int>(random() % 1000000));
     record.thread = static_cast<pthread_t>(random()) << 20;
-    record.file = text();
-    record.function = text();
     record.line = static_cast<uint32_t>(random());
-    record.detail = text();
-    record.context = text();
     return record;
 }
 
@@ -71,6 +87,27 @@ inline void ExpectSame(const NS_LOG_SERVICE1::LogRecord& kept,
     EXPECT_EQ(kept.line, original.line);
     EXPECT_EQ(kept.detail, original.detail);
     EXPECT_EQ(kept.context, original.context);
+}
+
+// Appends a copy of the record, and a chunk for it where there is no room.
+inline void AppendTo(NS_LOG_SERVICE1::RecordQueue& queue, const OwnedRecord& record) {
+    const size_t size = NS_LOG_SERVICE1::PackedSize(record.Get());
+    if (!queue.HasRoomFor(size)) {
+        NS_LOG_SERVICE1::RecordQueue::Chunks chunk = NS_LOG_SERVICE1::RecordQueue::MakeChunk(size);
+        queue.AddChunk(chunk);
+        EXPECT_TRUE(chunk.empty());
+        ASSERT_TRUE(queue.HasRoomFor(size));
+    }
+    queue.Append(record.Get());
+}
+
+// A cache with just enough room for these records.
+inline NS_LOG_SERVICE1::KeptRecords CacheOf(std::initializer_list<OwnedRecord> records) {
+    NS_LOG_SERVICE1::KeptRecords cache(records.size());
+    for (const OwnedRecord& record : records) {
+        cache.Append(NS_LOG_SERVICE1::PackedRecord(record.Get()));
+    }
+    return cache;
 }
 
 }  // namespace NS_TEST
