@@ -4,7 +4,7 @@
 #include "abi/slots.h"
 #include "asn/asnobject.h"
 #include "logger/logger.h"
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
 
 using NS_LOG_SERVICE1::ChannelMap;
 using NS_LOG_SERVICE1::Logger;

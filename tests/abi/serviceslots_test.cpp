@@ -1,7 +1,7 @@
 // The slots of the service's interface and of its service object.
 #include "abi/slots.h"
 #include "logimpl.h"
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "service/servicetest.h"
 

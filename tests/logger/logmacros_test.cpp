@@ -18,7 +18,7 @@ using NS_LOG_SERVICE1::LogCallSite;
 using NS_LOG_SERVICE1::LoggerIF;
 
 // Remembers the last call, and where its strings stand.
-class RecordingLogger : public LoggerIF {
+class MacroLogger : public LoggerIF {
   public:
     bool EnableLevel(unsigned int /*level*/) override { return true; }
     bool DisableLevel(unsigned int /*level*/) override { return true; }
@@ -80,7 +80,7 @@ void LogText(LoggerIF* logger, const std::string& text) {
 }
 
 TEST(LogMacros, NameTheFileWithoutItsDirectoriesAndTheFunctionAndTheLine) {
-    RecordingLogger logger;
+    MacroLogger logger;
     const unsigned int line = __LINE__ + 1;
     QV_LOG(&logger, 1, "a text");
     EXPECT_EQ(logger.called, "Log logmacros_test.cpp TestBody 1 a text");
@@ -94,7 +94,7 @@ TEST(LogMacros, CutDirectoriesOffThePath) {
 }
 
 TEST(LogMacros, FormatMessages) {
-    RecordingLogger logger;
+    MacroLogger logger;
     QV_LOG_FORMAT(&logger, 0, "%d of %s", 3, "seven");
     EXPECT_EQ(logger.called, "LogFormat logmacros_test.cpp TestBody 0 3 of seven");
     QV_LOG_FORMAT(&logger, -2, "no values");
@@ -102,7 +102,7 @@ TEST(LogMacros, FormatMessages) {
 }
 
 TEST(LogMacros, ReachEachOperation) {
-    RecordingLogger logger;
+    MacroLogger logger;
     EmptyMessage message;
     QV_LOG_ASN(&logger, message);
     EXPECT_EQ(logger.called, "PrintAsn logmacros_test.cpp TestBody");
@@ -113,7 +113,7 @@ TEST(LogMacros, ReachEachOperation) {
 }
 
 TEST(LogMacros, BuildTheStringsOnceForEachCallSite) {
-    RecordingLogger logger;
+    MacroLogger logger;
     LogText(&logger, "first");
     LogText(&logger, "second");
     ASSERT_EQ(logger.fileStrings.size(), 2U);
@@ -130,7 +130,7 @@ TEST(LogMacros, LogNothingWithoutALoggerAndEvaluateNothing) {
 }
 
 TEST(LogMacros, AreOneStatement) {
-    RecordingLogger logger;
+    MacroLogger logger;
     const bool chosen = logger.called.empty();
     if (chosen)
         QV_LOG(&logger, 1, "chosen");

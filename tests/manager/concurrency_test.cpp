@@ -2,13 +2,13 @@
 #include <atomic>
 #include <map>
 
-#include "manager/managertest.h"
-#include "support/logfileparser.h"
+#include "manager/managerfixture.h"
+#include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::kLogCategories;
 using NS_LOG_SERVICE1::LevelSwitches;
 using NS_LOG_SERVICE1::LogMgr;
-using NS_TEST::OfKind;
+using NS_TEST::OnThreads;
 using NS_TEST::ParsedPiece;
 using NS_TEST::ParsedRecord;
 
@@ -17,8 +17,10 @@ namespace {
 constexpr int kThreads = 8;
 constexpr int kRounds = 60;
 
-// In each round a thread writes, keeps back and dumps this many records into each category.
-constexpr int kWrittenPerRound = 2;
+// Of a length that differs from record to record.
+std::string DetailOf(int thread, int round) {
+    return std::string(static_cast<size_t>(1 + round * 13 % 300), static_cast<char>('a' + thread));
+}
 
 // The parameter is the output mode.
 class ManyThreads : public NS_TEST::BareManagerTest, public testing::WithParamInterface<uint32_t> {
@@ -31,44 +33,19 @@ class ManyThreads : public NS_TEST::BareManagerTest, public testing::WithParamIn
         Manager().CreateChannels();
     }
 
-    static void LogFromManyThreads() {
-        std::vector<std::thread> threads;
-        for (int number = 0; number < kThreads; ++number) {
-            threads.emplace_back([number] {
-                for (int round = 0; round < kRounds; ++round) {
-                    for (const char* category : kLogCategories) {
-                        LogRound(number, round, category);
-                    }
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        // Brings out what is still kept back.
-        for (const char* category : kLogCategories) {
-            LogMgr::Instance()->GetLogger("last", "", category)->Log("f", "last", 0, 0, "end");
-        }
-    }
-
     // The function carries the thread, the line the place in that thread's order.
     static void LogRound(int number, int round, const char* category) {
         NS_LOG_SERVICE1::LoggerIF* const logger =
-            LogMgr::Instance()->GetLogger("bundle" + std::to_string(number), "service", category);
+            Manager().GetLogger("bundle" + std::to_string(number), "service", category);
         const std::string thread = std::to_string(number);
+        const std::string detail = DetailOf(number, round);
         const auto line = static_cast<unsigned>(round);
-        logger->Log("written", thread, 2 * line, 1, Detail(number, round));
-        logger->Log("kept", thread, line, 2, Detail(number, round));
-        logger->LogFormat("written", thread, 2 * line + 1, -1, "%s", Detail(number, round).c_str());
+        logger->Log("written", thread, 2 * line, 1, detail);
+        logger->Log("kept", thread, line, 2, detail);
+        logger->LogFormat("written", thread, 2 * line + 1, -1, "%s", detail.c_str());
         if (round % 10 == number % 10) {
-            logger->Log("trigger", thread, line, 0, Detail(number, round));
+            logger->Log("trigger", thread, line, 0, detail);
         }
-    }
-
-    // Of a length that differs from record to record.
-    static std::string Detail(int number, int round) {
-        return std::string(static_cast<size_t>(1 + round * 13 % 300),
-                           static_cast<char>('a' + number));
     }
 };
 
@@ -93,11 +70,9 @@ class OrderByThread {
 };
 
 void ExpectDetailIntact(const ParsedRecord& record) {
-    const char letter = static_cast<char>('a' + std::stoi(record.function));
-    EXPECT_EQ(record.detail.find_first_not_of(letter), std::string::npos) << record.detail;
     const int line = std::stoi(record.line);
     const int round = record.file == "written" ? line / 2 : line;
-    EXPECT_EQ(record.detail.size(), static_cast<size_t>(1 + round * 13 % 300));
+    EXPECT_EQ(record.detail, DetailOf(std::stoi(record.function), round));
 }
 
 // Reads all of one category and checks it.
@@ -141,24 +116,32 @@ class CategoryCheck {
 };
 
 TEST_P(ManyThreads, LoseNothingAndTearNothing) {
-    LogFromManyThreads();
-    LogMgr::DestroyInstance();
-    int triggersPerCategory = 1;
-    for (int number = 0; number < kThreads; ++number) {
-        triggersPerCategory += kRounds / 10;
+    OnThreads(kThreads, [](int number) {
+        for (int round = 0; round < kRounds; ++round) {
+            for (const char* category : kLogCategories) {
+                LogRound(number, round, category);
+            }
+        }
+    });
+    // Brings out what is still kept back.
+    for (const char* category : kLogCategories) {
+        Manager().GetLogger("last", "", category)->Log("f", "last", 0, 0, "end");
     }
+    LogMgr::DestroyInstance();
     for (const char* category : kLogCategories) {
         SCOPED_TRACE(category);
         ASSERT_EQ(Files(category).size(), 1u);
         const CategoryCheck found(NS_TEST::ParseLogPieces(Path("log/" + Files(category).front())));
-        EXPECT_EQ(found.written.Count(), kThreads * kRounds * kWrittenPerRound);
+        EXPECT_EQ(found.written.Count(), 2 * kThreads * kRounds);
         EXPECT_EQ(found.kept.Count(), kThreads * kRounds);
-        EXPECT_EQ(found.triggers.Count(), triggersPerCategory);
+        EXPECT_EQ(found.triggers.Count(), 1 + kThreads * kRounds / 10);
         if (GetParam() == 0) {
             EXPECT_EQ(found.notices, 0);
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(InMode, ManyThreads, testing::Values(0u, 1u));
 
 // How often each detail stands in the file, as a record or inside a dump.
 std::map<std::string, int> Occurrences(const std::string& path) {
@@ -184,69 +167,60 @@ class ManyThreadsWhileThingsChange : public NS_TEST::BareManagerTest {
         Manager().CreateChannels();
     }
 
-    // Calls `change` with a growing number for as long as the threads log.
+    // Calls `change` with a growing number for as long as the threads log, and then looks for each
+    // of their records.
     template <class Change>
-    void LogWhile(Change change) {
+    void ExpectEachRecordOnceWhile(Change change) {
         std::atomic<int> running{kThreads};
-        std::vector<std::thread> threads;
-        for (int number = 0; number < kThreads; ++number) {
-            threads.emplace_back([number, &running] {
-                NS_LOG_SERVICE1::LoggerIF* const logger =
-                    LogMgr::Instance()->GetLogger("a", std::to_string(number), "debug");
-                for (int record = 0; record < kRecords; ++record) {
-                    logger->Log("f.cpp", "Run", 7, 1,
-                                std::to_string(number) + ":" + std::to_string(record));
+        OnThreads(kThreads + 1, [&running, &change](int number) {
+            if (number == kThreads) {
+                for (unsigned round = 0; running > 0; ++round) {
+                    change(round);
                 }
-                --running;
-            });
-        }
-        for (unsigned round = 0; running > 0; ++round) {
-            change(round);
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+                return;
+            }
+            const std::string name = std::to_string(number);
+            NS_LOG_SERVICE1::LoggerIF* const logger = Manager().GetLogger("a", name, "debug");
+            for (int record = 0; record < kRecords; ++record) {
+                logger->Log("f.cpp", "Run", 7, 1, name + ":" + std::to_string(record));
+            }
+            --running;
+        });
         Manager().FlushAll();
         Manager().GetLogger("last", "", "debug")->Log("f.cpp", "Run", 7, 0, "end");
-    }
-
-    void ExpectEachRecordOnce() const {
         ASSERT_EQ(Files("debug").size(), 1u);
-        const auto occurrences = Occurrences(Path("log/" + Files("debug").front()));
+        std::map<std::string, int> expected;
         for (int number = 0; number < kThreads; ++number) {
             for (int record = 0; record < kRecords; ++record) {
-                const std::string detail = std::to_string(number) + ":" + std::to_string(record);
-                const auto found = occurrences.find(detail);
-                ASSERT_TRUE(found != occurrences.end()) << detail << " is lost";
-                ASSERT_EQ(found->second, 1) << detail;
+                expected[std::to_string(number) + ":" + std::to_string(record)] = 1;
             }
         }
+        EXPECT_THAT(Occurrences(Path("log/" + Files("debug").front())),
+                    testing::ContainerEq(expected));
     }
 };
 
 TEST_F(ManyThreadsWhileThingsChange, LoseNothingToTheOutputMode) {
-    LogWhile([](unsigned round) {
+    ExpectEachRecordOnceWhile([](unsigned round) {
         Manager().outputmode = round % 2;
         Manager().FlushAll();
     });
-    ExpectEachRecordOnce();
 }
 
 TEST_F(ManyThreadsWhileThingsChange, LoseNothingToTheLevelSwitches) {
-    LogWhile([](unsigned round) {
+    ExpectEachRecordOnceWhile([](unsigned round) {
         if (round % 2 == 0) {
             Manager().DisableAllLogLevel(1);
         } else {
             Manager().EnableAllLogLevel(1);
         }
     });
-    ExpectEachRecordOnce();
 }
 
 TEST_F(ManyThreadsWhileThingsChange, LoseNothingToDumps) {
     Manager().outputmode = 1;
     NS_LOG_SERVICE1::TEDebugInfoBuf* const channel = Manager().Channels().Find("debug");
-    LogWhile([channel](unsigned round) {
+    ExpectEachRecordOnceWhile([channel](unsigned round) {
         Manager().DisableAllLogLevel(1);
         channel->OutputAll();
         Manager().EnableAllLogLevel(1);
@@ -254,9 +228,6 @@ TEST_F(ManyThreadsWhileThingsChange, LoseNothingToDumps) {
             channel->Flush();
         }
     });
-    ExpectEachRecordOnce();
 }
-
-INSTANTIATE_TEST_SUITE_P(InMode, ManyThreads, testing::Values(0u, 1u));
 
 }  // namespace

@@ -1,0 +1,42 @@
+// What records look like in a log file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace NS_TEST {
+
+// What the records of a test have in common.
+struct FrameFields {
+    std::string stamp;
+    std::string context;
+    std::string thread;
+    std::string position;  // "File: f.cpp Func:Run Line:7"
+};
+
+// The line in front of a record's detail, but for its newline.
+inline std::string FrameHead(const FrameFields& fields, int level) {
+    return fields.stamp + ", " + fields.context + ", T:" + fields.thread +
+           ", DL:" + std::to_string(level) + ", " + fields.position;
+}
+
+// A record of its own. `dump` is what Dump below makes, where there is one.
+inline std::string FrameOf(const FrameFields& fields, uint64_t number, int level,
+                           const std::string& detail, const std::string& dump = "") {
+    const std::string n = std::to_string(number);
+    return "<" + n + ">\n" + FrameHead(fields, level) + "\n Detail: " + detail + "\n" + dump +
+           "</" + n + ">\n\n";
+}
+
+// A record inside a dump.
+inline std::string DumpedFrameOf(const FrameFields& fields, int level, const std::string& detail) {
+    return FrameHead(fields, level) + "\n Detail : " + detail + "\n";
+}
+
+// A dump of the frames in `dumped`.
+inline std::string Dump(const std::string& dumped) {
+    return "*********** Dump filtered debug information begin **********\n" + dumped +
+           "*********** Dump filtered debug information end **********\n";
+}
+
+}  // namespace NS_TEST
