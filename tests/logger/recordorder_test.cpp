@@ -150,8 +150,8 @@ TEST_F(RecordOrder, GivesATimeOneSecondBeforeTheBeginningWhenTheClockFails) {
     Observe(-1);
     EXPECT_EQ(t_steps.taken.front(), "clock");
     Manager().FlushAll();
-    const auto pieces = NS_TEST::ParseLogDirectory(Path("log"));
-    const auto records = NS_TEST::OfKind(pieces, NS_TEST::ParsedPiece::RECORD);
+    const auto records =
+        NS_TEST::OfKind(NS_TEST::ParseLogDirectory(Path("log")), NS_TEST::ParsedPiece::RECORD);
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0].record.stamp, "1969-12-31T23:59:59.000000+00:00");
     EXPECT_EQ(records[0].record.detail, "converted text");
