@@ -44,6 +44,12 @@ std::ostringstream& OtherStream() {
     return other;
 }
 
+void PrintIntoState(std::ostream& out, std::ios::iostate state) {
+    out << "text";
+    out.setstate(state);
+    out << "lost";
+}
+
 // That end well.
 const Misbehaviour kMisbehaviours[] = {
     {"format",
@@ -63,27 +69,9 @@ const Misbehaviour kMisbehaviours[] = {
      },
      "1'000'000"},
     {"tie", [](std::ostream& out) { out.tie(&OtherStream()); }, ""},
-    {"failbit",
-     [](std::ostream& out) {
-         out << "text";
-         out.setstate(std::ios::failbit);
-         out << "lost";
-     },
-     "text"},
-    {"badbit",
-     [](std::ostream& out) {
-         out << "text";
-         out.setstate(std::ios::badbit);
-         out << "lost";
-     },
-     "text"},
-    {"eofbit",
-     [](std::ostream& out) {
-         out << "text";
-         out.setstate(std::ios::eofbit);
-         out << "lost";
-     },
-     "text"},
+    {"failbit", [](std::ostream& out) { PrintIntoState(out, std::ios::failbit); }, "text"},
+    {"badbit", [](std::ostream& out) { PrintIntoState(out, std::ios::badbit); }, "text"},
+    {"eofbit", [](std::ostream& out) { PrintIntoState(out, std::ios::eofbit); }, "text"},
     {"exceptions",
      [](std::ostream& out) {
          out << "text";

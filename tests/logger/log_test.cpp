@@ -80,19 +80,12 @@ TEST_F(Log, TakesALevelAboveThreeAsThree) {
 TEST_F(Log, AlwaysWritesANegativeLevel) {
     Logger& logger = LoggerWith(0);
     Write(logger, -1, "dump");
+    Write(logger, -2, "short");
     Write(logger, -5, "minus five");
     Write(logger, INT_MIN, "least");
-    EXPECT_EQ(Written("debug"),
-              Frame(1, -1, "dump") + Frame(2, -5, "minus five") + Frame(3, INT_MIN, "least"));
+    EXPECT_EQ(Written("debug"), Frame(1, -1, "dump") + "STAMP,short\n" +
+                                    Frame(3, -5, "minus five") + Frame(4, INT_MIN, "least"));
     ExpectWaiting(0, 0);
-}
-
-TEST_F(Log, WritesAShortRecordOnOneLineAndUsesUpANumber) {
-    Logger& logger = LoggerWith(0);
-    Write(logger, -1, "first");
-    Write(logger, -2, "short");
-    Write(logger, -1, "third");
-    EXPECT_EQ(Written("debug"), Frame(1, -1, "first") + "STAMP,short\n" + Frame(3, -1, "third"));
 }
 
 TEST_F(Log, DecidesByTheLoggersOwnSwitches) {
@@ -132,41 +125,6 @@ TEST_F(Log, QueuesInEveryModeButZero) {
     Write(logger, 1, "direct");
     EXPECT_EQ(Written("debug"), Frame(1, 1, "direct"));
     ExpectWaiting(queued, 0);
-}
-
-TEST_F(Log, WritesTheQueueInFrontOfALevelZeroRecord) {
-    Logger& logger = LoggerWith(0b0011);
-    Manager().outputmode = 1;
-    Write(logger, 1, "queued");
-    Write(logger, -2, "short");
-    Write(logger, 2, "kept back");
-    ExpectWaiting(2, 1);
-    Write(logger, 0, "trigger");
-    EXPECT_EQ(Written("debug"), Frame(1, 1, "queued") + "STAMP,short\n" +
-                                    DumpFrame(3, "trigger", DumpedLine(2, "kept back")));
-    ExpectWaiting(0, 0);
-}
-
-// Records hold their own copies; the caller's texts may change.
-TEST_F(Log, KeepsCopiesOfTheCallersTexts) {
-    Logger& logger = LoggerWith(0b0011);
-    Manager().outputmode = 1;
-    {
-        std::string file(300, 'f');
-        std::string function(300, 'g');
-        std::string text(300, 't');
-        logger.Log(file, function, 7, 1, text);
-        logger.Log(file, function, 7, 2, text);
-        for (std::string* caller : {&file, &function, &text}) {
-            caller->assign(300, 'x');
-        }
-    }
-    Write(logger, 0, "trigger");
-    const std::string head =
-        ", File: " + std::string(300, 'f') + " Func:" + std::string(300, 'g') + " Line:7\n Detail";
-    EXPECT_THAT(Written("debug"), testing::HasSubstr("DL:1" + head + ": " + std::string(300, 't')));
-    EXPECT_THAT(Written("debug"),
-                testing::HasSubstr("DL:2" + head + " : " + std::string(300, 't')));
 }
 
 TEST_F(Log, LosesRecordsSilentlyWithoutAChannel) {

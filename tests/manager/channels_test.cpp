@@ -22,20 +22,7 @@ class ManagerChannels : public NS_TEST::BareManagerTest {
             Manager().GetLogger("a", "b", category)->Log("f.cpp", "Run", 7, -1, category);
         }
     }
-    static void ExpectCapacities(size_t queue, size_t cache) {
-        ASSERT_EQ(AllChannels().size(), 7u);
-        for (const TEDebugInfoBuf* channel : AllChannels()) {
-            EXPECT_EQ(channel->QueueCapacity(), queue);
-            EXPECT_EQ(channel->CacheCapacity(), cache);
-        }
-    }
 };
-
-TEST_F(ManagerChannels, HaveTheCapacitiesThatAManagerStartsWith) {
-    EXPECT_TRUE(AllChannels().empty());
-    Manager().CreateChannels();
-    ExpectCapacities(16384, 128);
-}
 
 TEST_F(ManagerChannels, HaveTheSizesOfTheMomentOfTheirFirstCreation) {
     Manager().queuebuflength = 17;
@@ -48,17 +35,14 @@ TEST_F(ManagerChannels, HaveTheSizesOfTheMomentOfTheirFirstCreation) {
     Manager().logfilesize = 1'000'000;
     Manager().CreateChannels();
     EXPECT_EQ(AllChannels(), before);
-    ExpectCapacities(17, 4'000'000'000);
+    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
     LogIntoEachCategory();
+    ASSERT_EQ(AllChannels().size(), 7u);
     for (const TEDebugInfoBuf* channel : AllChannels()) {
+        EXPECT_EQ(channel->QueueCapacity(), 17u);
+        EXPECT_EQ(channel->CacheCapacity(), 4'000'000'000u);
         EXPECT_EQ(channel->FileStatistics().rotations.Get(), 1u);
     }
-}
-
-TEST_F(ManagerChannels, TouchNoFileBeforeTheFirstRecord) {
-    Manager().CreateChannels();
-    Manager().GetLogger("a", "b", "debug");
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
 }
 
 TEST_F(ManagerChannels, WriteTheirCategorysRecordsIntoFilesOfItsName) {

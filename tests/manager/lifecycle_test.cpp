@@ -35,88 +35,54 @@ class Lifecycle : public NS_TEST::BareManagerTest {
         Manager().Loggers().FindOrAdd({first, "", "debug"},
                                       [&] { return std::make_unique<EndingLogger>(first, onEnd); });
     }
-
-    static void ExpectInitialValues() {
-        const LogMgr& manager = Manager();
-        EXPECT_EQ(manager.logtimeinterval, 60u);
-        EXPECT_EQ(manager.queuebuflength, 16384u);
-        EXPECT_EQ(manager.filterbuflength, 128u);
-        EXPECT_EQ(manager.logfilesize, 20971520u);
-        EXPECT_EQ(manager.logfilecount, 10000u);
-        EXPECT_EQ(manager.outputTask, 0);
-        EXPECT_EQ(manager.outputmode, 0u);
-        EXPECT_EQ(manager.bEnableAsnLog, 0u);
-        EXPECT_EQ(manager.bLogOutputPara, 0u);
-        EXPECT_EQ(manager.levelSwitches.Get().to_ulong(), 0u);
-    }
 };
 
-TEST_F(Lifecycle, BeginsWithTheFirstUse) {
+TEST_F(Lifecycle, BeginsWithTheFirstUseAndEndsOnce) {
     EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
     LogMgr* const manager = LogMgr::Instance();
     ASSERT_NE(manager, nullptr);
     EXPECT_EQ(LogMgr::Instance(), manager);
     EXPECT_EQ(LogMgr::InstanceIfAny(), manager);
-}
-
-TEST_F(Lifecycle, EndsHarmlesslyWhereThereIsNoManager) {
-    LogMgr::DestroyInstance();
-    LogMgr::DestroyInstance();
-    EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+    for (int end = 0; end < 2; ++end) {
+        LogMgr::DestroyInstance();
+        EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+    }
     EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
 }
 
 TEST_F(Lifecycle, BeginsAnewAfterItsEnd) {
-    ExpectInitialValues();
-    Manager().logtimeinterval = 1;
-    Manager().queuebuflength = 2;
-    Manager().filterbuflength = 3;
-    Manager().logfilesize = 4;
-    Manager().logfilecount = 5;
-    Manager().outputTask = 6;
-    Manager().outputmode = 7;
-    Manager().bEnableAsnLog = 1;
-    Manager().bLogOutputPara = 9;
-    Manager().levelSwitches = NS_LOG_SERVICE1::LevelSwitches(15);
-    Manager().CreateChannels();
-    Manager().GetLogger("a", "b", "debug");
-    LogMgr::DestroyInstance();
-    EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+    for (int life = 0; life < 2; ++life) {
+        EXPECT_EQ(Manager().queuebuflength, 16384u);
+        EXPECT_EQ(Manager().levelSwitches.Get().to_ulong(), 0u);
+        int left = 0;
+        Manager().Loggers().ForEach([&left](NS_LOG_SERVICE1::Logger&) { ++left; });
+        Manager().Channels().ForEach(
+            [&left](const std::string&, NS_LOG_SERVICE1::TEDebugInfoBuf&) { ++left; });
+        EXPECT_EQ(left, 0);
 
-    ExpectInitialValues();
-    int left = 0;
-    Manager().Loggers().ForEach([&left](NS_LOG_SERVICE1::Logger&) { ++left; });
-    Manager().Channels().ForEach(
-        [&left](const std::string&, NS_LOG_SERVICE1::TEDebugInfoBuf&) { ++left; });
-    EXPECT_EQ(left, 0);
+        Manager().queuebuflength = 2;
+        Manager().levelSwitches = NS_LOG_SERVICE1::LevelSwitches(15);
+        Manager().CreateChannels();
+        Log("debug", -1, "text");
+        EXPECT_THAT(Written("debug"), testing::EndsWith(Frame(1, -1, "text")));
+        LogMgr::DestroyInstance();
+        EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
+    }
 }
 
-TEST_F(Lifecycle, WritesQueuedRecordsBeforeItClosesTheFiles) {
+// A channel is written out once more at its end, and that opens its file where there is none yet.
+// What is still kept back is lost.
+TEST_F(Lifecycle, WritesQueuedRecordsAndClosesAFileOfEachChannel) {
     Manager().CreateChannels();
     Manager().outputmode = 1;
     Log("debug", -1, "first");
+    Log("debug", 1, "kept back");
     Log("debug", -1, "second");
-    Log("corbasys", -1, "elsewhere");
     EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
     LogMgr::DestroyInstance();
-    EXPECT_EQ(Written("debug"), Frame(1, -1, "first") + Frame(2, -1, "second") + kClosedLine);
-    EXPECT_EQ(Written("corbasys"), Frame(1, -1, "elsewhere") + kClosedLine);
-}
-
-// Each channel is written out once more at its end, and that opens its file.
-TEST_F(Lifecycle, LeavesAFileForEachChannelEvenWithoutARecord) {
-    Manager().CreateChannels();
-    LogMgr::DestroyInstance();
     EXPECT_EQ(NS_TEST::ListFiles(Path("log")).size(), 7u);
+    EXPECT_EQ(Written("debug"), Frame(1, -1, "first") + Frame(2, -1, "second") + kClosedLine);
     EXPECT_EQ(Written("corba_alarm"), kClosedLine);
-}
-
-TEST_F(Lifecycle, LosesWhatIsStillKeptBack) {
-    Manager().CreateChannels();
-    Log("debug", 1, "kept back");
-    Log("debug", -1, "written");
-    LogMgr::DestroyInstance();
-    EXPECT_EQ(Written("debug"), Frame(1, -1, "written") + kClosedLine);
 }
 
 // Under the lock of the process, so that nobody begins a new life meanwhile.
@@ -138,15 +104,6 @@ TEST_F(Lifecycle, DeletesTheLoggersFrontToBackOnceTheFilesAreClosed) {
     LogMgr::DestroyInstance();
     EXPECT_THAT(gone, testing::ElementsAre("one", "two", "three"));
     EXPECT_TRUE(NS_TEST::EndsOnAnotherThread([] { LogMgr::Instance(); }));
-}
-
-TEST_F(Lifecycle, NumbersRecordsFromOneAgainInANewLife) {
-    for (int life = 0; life < 3; ++life) {
-        Manager().CreateChannels();
-        Log("debug", -1, "text");
-        EXPECT_THAT(Written("debug"), testing::EndsWith(Frame(1, -1, "text")));
-        LogMgr::DestroyInstance();
-    }
 }
 
 TEST_F(Lifecycle, BeginsOnceForManyThreads) {
