@@ -3,7 +3,6 @@
 
 #include <iostream>
 #include <locale>
-#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -184,7 +183,7 @@ TEST_P(MisbehavingMessage, DoesNotUncoverWhatStoodBehindAZeroByte) {
     ExpectNothingUncovered();
 }
 
-TEST_P(MisbehavingMessage, OrAThrowingLogLeavesTheTurnToOthers) {
+TEST_P(MisbehavingMessage, LeavesTheTurnToOthersWhenLogThrows) {
     logger_.onLog = [] { throw std::runtime_error("log"); };
     ScriptedMessage message = TextMessage("text");
     EXPECT_THROW(Dump(message), std::runtime_error);

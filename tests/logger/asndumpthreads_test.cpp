@@ -2,8 +2,10 @@
 // no secret of a traced message wherever bytes leave the process.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <map>
 #include <set>
@@ -57,24 +59,16 @@ class Turn : public NS_TEST::EachAsnOperation {
 };
 QV_FOR_EACH_ASN_OPERATION(Turn);
 
-TEST_P(Turn, LastsWhileTheRecordIsLogged) {
+TEST_P(Turn, LastsUntilTheRecordIsLoggedAndEchoed) {
+    store_.Set("bEnableAsnTrace", "1");
     for (const AsnOperation other : {AsnOperation::kPrintAsn, AsnOperation::kLogAsnTrace}) {
-        std::atomic<bool> logEnded{false};
-        bool printedAfterLog = false;
-        ScriptedMessage message(nullptr, [&](std::ostream&) { printedAfterLog = logEnded; });
-        EXPECT_TRUE(OtherWaitsDuringLog(other, message, [&] { logEnded = true; }));
-        EXPECT_TRUE(printedAfterLog);
+        const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+        std::string echoedBefore;
+        ScriptedMessage message(nullptr, [&](std::ostream&) { echoedBefore = output.Text(); });
+        EXPECT_TRUE(OtherWaitsDuringLog(other, message));
+        EXPECT_THAT(echoedBefore, testing::MatchesRegex("Thread:-?[0-9]+, ASN Trace:\nfirst"));
         EXPECT_EQ(message.printed, 1);
     }
-}
-
-TEST_P(Turn, LastsUntilTheDumpIsEchoed) {
-    store_.Set("bEnableAsnTrace", "1");
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    std::string echoedBefore;
-    ScriptedMessage message(nullptr, [&](std::ostream&) { echoedBefore = output.Text(); });
-    EXPECT_TRUE(OtherWaitsDuringLog(AsnOperation::kPrintAsn, message));
-    EXPECT_THAT(echoedBefore, testing::MatchesRegex("Thread:-?[0-9]+, ASN Trace:\nfirst"));
 }
 
 // The level counts when the turn comes, not when the call was made.

@@ -1,5 +1,6 @@
 // Switching levels of all loggers, or of one, through the manager.
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <limits>
 #include <stdexcept>
@@ -73,16 +74,9 @@ class BulkSwitching : public NS_TEST::ManagerTest {
     }
 };
 
-TEST_F(BulkSwitching, AnswersOneAndReportsNothingWithoutLoggers) {
-    for (const uint32_t level : {0u, 3u, 4u, kLargest}) {
-        EXPECT_EQ(SwitchAll(true, level), 1);
-        EXPECT_EQ(SwitchAll(false, level), 1);
-    }
-    EXPECT_THAT(Diagnostics().Printed(), IsEmpty());
-    EXPECT_TRUE(IsListFree());
-}
-
 TEST_F(BulkSwitching, ReachesEveryLoggerAndNoOtherLevelNorTheGlobalSwitches) {
+    EXPECT_EQ(SwitchAll(true, 4), 1) << "without any logger";
+    EXPECT_EQ(SwitchAll(false, kLargest), 1) << "without any logger";
     Manager().levelSwitches = LevelSwitches(0b0110);
     Levels("one");
     SwitchedLogger& two = Add("two");

@@ -1,4 +1,5 @@
 // The manager's beginning and end.
+#include <functional>
 #include <future>
 #include <set>
 
