@@ -4,43 +4,31 @@
 #include "abi/slots.h"
 #include "asn/asnobject.h"
 #include "logger/logger.h"
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
 
 using NS_LOG_SERVICE1::ChannelMap;
 using NS_LOG_SERVICE1::Logger;
 using NS_LOG_SERVICE1::LoggerIF;
 using NS_LOG_SERVICE1::LogSettings;
 using NS_TEST::CallSlot;
-using NS_TEST::SlotOf;
+using NS_TEST::Frame;
 
 namespace {
 
 using Text = const std::string&;
 
-TEST(LoggerSlots, AreNumberedAsClientsWereBuilt) {
-    EXPECT_EQ(SlotOf(&LoggerIF::EnableLevel), 2u);
-    EXPECT_EQ(SlotOf(&LoggerIF::DisableLevel), 3u);
-    EXPECT_EQ(SlotOf(&LoggerIF::EnableAllLevels), 4u);
-    EXPECT_EQ(SlotOf(&LoggerIF::DisableAllLevels), 5u);
-    EXPECT_EQ(SlotOf(&LoggerIF::Log), 6u);
-    EXPECT_EQ(SlotOf(&LoggerIF::LogFormat), 7u);
-    EXPECT_EQ(SlotOf(&LoggerIF::LogAsnTrace), 8u);
-    EXPECT_EQ(SlotOf(&LoggerIF::LogAlarm), 9u);
-    EXPECT_EQ(SlotOf(&LoggerIF::PrintAsn), 10u);
-    EXPECT_EQ(SlotOf(&LoggerIF::IsLevelEnabled), 11u);
+template <class Interface>
+void ExpectSlotsOfALogger() {
+    NS_TEST::ExpectSlotsFrom(2, &Interface::EnableLevel, &Interface::DisableLevel,
+                             &Interface::EnableAllLevels, &Interface::DisableAllLevels,
+                             &Interface::Log, &Interface::LogFormat, &Interface::LogAsnTrace,
+                             &Interface::LogAlarm, &Interface::PrintAsn,
+                             &Interface::IsLevelEnabled);
 }
 
-TEST(LoggerSlots, AreTheSameInTheLoggersOwnClass) {
-    EXPECT_EQ(SlotOf(&Logger::EnableLevel), 2u);
-    EXPECT_EQ(SlotOf(&Logger::DisableLevel), 3u);
-    EXPECT_EQ(SlotOf(&Logger::EnableAllLevels), 4u);
-    EXPECT_EQ(SlotOf(&Logger::DisableAllLevels), 5u);
-    EXPECT_EQ(SlotOf(&Logger::Log), 6u);
-    EXPECT_EQ(SlotOf(&Logger::LogFormat), 7u);
-    EXPECT_EQ(SlotOf(&Logger::LogAsnTrace), 8u);
-    EXPECT_EQ(SlotOf(&Logger::LogAlarm), 9u);
-    EXPECT_EQ(SlotOf(&Logger::PrintAsn), 10u);
-    EXPECT_EQ(SlotOf(&Logger::IsLevelEnabled), 11u);
+TEST(LoggerSlots, AreNumberedAsClientsWereBuilt) {
+    ExpectSlotsOfALogger<LoggerIF>();
+    ExpectSlotsOfALogger<Logger>();
 }
 
 TEST(LoggerSlots, BeginAtTheObjectsFirstWord) {
@@ -86,36 +74,24 @@ TEST_F(LoggerTable, AnswersForTheGlobalSwitches) {
 }
 
 TEST_F(LoggerTable, Logs) {
+    logger_->EnableLevel(3);
     const std::string text = "text";
     CallSlot<void, Text, Text, unsigned, int, Text>(6, logger_, file_, function_, 7, -1, text);
-    EXPECT_EQ(Written("debug"), NS_TEST::Frame(1, -1, "text"));
-}
-
-TEST_F(LoggerTable, LogsFormats) {
-    using Operation = void (*)(const void*, Text, Text, unsigned, int, const char*, ...);
-    Operation operation;
-    void* const entry = NS_TEST::TableOf(logger_)[7];
-    std::memcpy(&operation, &entry, sizeof(operation));
-    operation(logger_, file_, function_, 7, -1, "%d %s %.1f", 5, "five", 5.5);
-    EXPECT_EQ(Written("debug"), NS_TEST::Frame(1, -1, "5 five 5.5"));
-}
-
-TEST_F(LoggerTable, LogsAlarmsAndMessages) {
-    logger_->EnableLevel(3);
+    using LogFormat = void (*)(const void*, Text, Text, unsigned, int, const char*, ...);
+    NS_TEST::OperationIn<LogFormat>(7, logger_)(logger_, file_, function_, 7, -1, "%d %s %.1f", 5,
+                                                "five", 5.5);
     Message message;
     NS_ASN1::AsnObject& asn = message;
+    CallSlot<void, Text, Text, unsigned, NS_ASN1::AsnObject&>(8, logger_, file_, function_, 7, asn);
     Json::Value alarms;
     alarms.append(1);
     CallSlot<void, Text, Text, unsigned, const Json::Value&>(9, logger_, file_, function_, 7,
                                                              alarms);
-    EXPECT_EQ(Written("debug"), NS_TEST::Frame(1, 3, "\n RestAlarm:1\n"));
-    CallSlot<void, Text, Text, unsigned, NS_ASN1::AsnObject&>(8, logger_, file_, function_, 7, asn);
-    EXPECT_THAT(Written("debug"), testing::HasSubstr("\n<2>\nSTAMP, ,TopT:0,If:,UserMsg:, T:" +
-                                                     NS_TEST::ThreadText() + ", DL:3, "));
     CallSlot<void, Text, Text, unsigned, NS_ASN1::AsnObject&>(10, logger_, file_, function_, 7,
                                                               asn);
-    EXPECT_THAT(Written("debug"), testing::HasSubstr("\n<3>\nSTAMP, ,TopT:0,If:,UserMsg:, T:" +
-                                                     NS_TEST::ThreadText() + ", DL:-1, "));
+    EXPECT_EQ(Written("debug"), Frame(1, -1, "text") + Frame(2, -1, "5 five 5.5") +
+                                    Frame(3, 3, "message") + Frame(4, 3, "\n RestAlarm:1\n") +
+                                    Frame(5, -1, "message"));
 }
 
 TEST_F(LoggerTable, EndsWithTheDestructors) {

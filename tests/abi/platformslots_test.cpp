@@ -18,6 +18,7 @@
 #include "support/recordinglogproxy.h"
 
 using NS_BUNDLEMGR1::BundleMgr;
+using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::DefaultLogProxy;
 using NS_BUNDLEMGR1::LogProxy;
 using NS_BUNDLEMGR1::LogProxyProvider;
@@ -25,27 +26,16 @@ using NS_BUNDLEMGR1::NULLServiceInterface;
 using NS_BUNDLEMGR1::ServiceInterface;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 using NS_TEST::CallSlot;
-using NS_TEST::SlotOf;
+using NS_TEST::ExpectSlotsFrom;
 
 namespace {
 
 template <class Proxy>
 void ExpectSlotsOfALogProxy() {
-    EXPECT_EQ(SlotOf(&Proxy::Reserved2), 2u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved3), 3u);
-    EXPECT_EQ(SlotOf(&Proxy::Print), 4u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved5), 5u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved6), 6u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved7), 7u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved8), 8u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved9), 9u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved10), 10u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved11), 11u);
-    EXPECT_EQ(SlotOf(&Proxy::Reserved12), 12u);
-    EXPECT_EQ(SlotOf(&Proxy::SetPosition), 13u);
-    EXPECT_EQ(SlotOf(&Proxy::SetBundleName), 14u);
-    EXPECT_EQ(SlotOf(&Proxy::SetServiceName), 15u);
-    EXPECT_EQ(SlotOf(&Proxy::GetProxyName), 16u);
+    ExpectSlotsFrom(2, &Proxy::Reserved2, &Proxy::Reserved3, &Proxy::Print, &Proxy::Reserved5,
+                    &Proxy::Reserved6, &Proxy::Reserved7, &Proxy::Reserved8, &Proxy::Reserved9,
+                    &Proxy::Reserved10, &Proxy::Reserved11, &Proxy::Reserved12, &Proxy::SetPosition,
+                    &Proxy::SetBundleName, &Proxy::SetServiceName, &Proxy::GetProxyName);
 }
 
 TEST(LogProxySlots, AreNumberedAsThePlatformWasBuilt) {
@@ -68,18 +58,15 @@ TEST(LogProxySlots, RunTheFallbacksOperations) {
     EXPECT_EQ(output.Text(), "");
 
     using Print = void (*)(const void*, int, const char*, ...);
-    Print print;
-    void* const entry = NS_TEST::TableOf(proxy)[4];
-    std::memcpy(&print, &entry, sizeof(print));
-    print(proxy, 1, "value %d\n", 5);
+    NS_TEST::OperationIn<Print>(4, proxy)(proxy, 1, "value %d\n", 5);
     EXPECT_EQ(output.Text(), "value %d\n");
     EXPECT_EQ(CallSlot<std::string>(16, proxy), "DefaultLogProxy");
     NS_TEST::CallDeletingDestructor(proxy);
 }
 
 TEST(LogProxySlots, LeadTheServiceToItsProxy) {
-    EXPECT_EQ(SlotOf(&BundleMgr::GetLogProxyProvider), 12u);
-    EXPECT_EQ(SlotOf(&LogProxyProvider::GetLogProxy), 0u);
+    ExpectSlotsFrom(12, &BundleMgr::GetLogProxyProvider);
+    ExpectSlotsFrom(0, &LogProxyProvider::GetLogProxy);
 
     NS_TEST::RecordingLogProxy proxy;
     NS_TEST::RecordingLogProxyProvider provider(&proxy);
@@ -92,33 +79,16 @@ TEST(LogProxySlots, LeadTheServiceToItsProxy) {
     EXPECT_EQ(CallSlot<LogProxyProvider*>(12, BundleMgr::Instance()), nullptr);
 }
 
-TEST(ScheduleSlots, DeleteATaskInSlotSix) {
-    EXPECT_EQ(SlotOf(&ScheduleSvcInterface::GetIFName), 2u);
-    EXPECT_EQ(SlotOf(&ScheduleSvcInterface::IsValid), 3u);
-    EXPECT_EQ(SlotOf(&ScheduleSvcInterface::DeleteTask), 6u);
-}
-
-TEST(ScheduleSlots, CreateAndRunTasksBehindTheDestructors) {
-    EXPECT_EQ(SlotOf(&NS_SCHEDULE_SERVICE1::PeriodicTasks::CreatePeriodicTask), 2u);
-    EXPECT_EQ(SlotOf(&NS_SCHEDULE_SERVICE1::ScheduledTask::Run), 2u);
-}
-
-TEST(ConfigurationSlots, AreNumberedAsDeclared) {
-    EXPECT_EQ(SlotOf(&NS_BUNDLEMGR1::CorbaConfigItems::GetIntItemInfo), 2u);
-    EXPECT_EQ(SlotOf(&NS_BUNDLEMGR1::CorbaConfigItems::GetStrItemInfo), 3u);
-    EXPECT_EQ(SlotOf(&NS_BUNDLEMGR1::CorbaConfigItems::GetCorbaConfigItems), 4u);
-}
-
-TEST(MessageSlots, AreNumberedAsDeclared) {
-    EXPECT_EQ(SlotOf(&NS_ASN1::AsnObject::Print), 2u);
-    EXPECT_EQ(SlotOf(&NS_ASN1::AsnObject::GetTypeName), 3u);
-}
-
-TEST(ServiceInterfaceSlots, AreNumberedAsThePlatformWasBuilt) {
-    EXPECT_EQ(SlotOf(&ServiceInterface::GetIFName), 2u);
-    EXPECT_EQ(SlotOf(&ServiceInterface::IsValid), 3u);
-    EXPECT_EQ(SlotOf(&NULLServiceInterface::GetIFName), 2u);
-    EXPECT_EQ(SlotOf(&NULLServiceInterface::IsValid), 3u);
+TEST(PlatformSlots, AreNumberedAsThePlatformWasBuilt) {
+    ExpectSlotsFrom(2, &ServiceInterface::GetIFName, &ServiceInterface::IsValid);
+    ExpectSlotsFrom(2, &NULLServiceInterface::GetIFName, &NULLServiceInterface::IsValid);
+    ExpectSlotsFrom(2, &ScheduleSvcInterface::GetIFName, &ScheduleSvcInterface::IsValid);
+    ExpectSlotsFrom(6, &ScheduleSvcInterface::DeleteTask);
+    ExpectSlotsFrom(2, &NS_SCHEDULE_SERVICE1::PeriodicTasks::CreatePeriodicTask);
+    ExpectSlotsFrom(2, &NS_SCHEDULE_SERVICE1::ScheduledTask::Run);
+    ExpectSlotsFrom(2, &CorbaConfigItems::GetIntItemInfo, &CorbaConfigItems::GetStrItemInfo,
+                    &CorbaConfigItems::GetCorbaConfigItems);
+    ExpectSlotsFrom(2, &NS_ASN1::AsnObject::Print, &NS_ASN1::AsnObject::GetTypeName);
 }
 
 TEST(ServiceInterfaceSlots, RunTheStandInsOperations) {

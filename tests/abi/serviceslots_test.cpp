@@ -1,7 +1,7 @@
 // The slots of the service's interface and of its service object.
 #include "abi/slots.h"
 #include "logimpl.h"
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "service/servicetest.h"
 
@@ -11,6 +11,7 @@ using NS_LOG_SERVICE1::LogSvcIFImpl;
 using NS_LOG_SERVICE1::LogSvcInterface;
 using NS_LOG_SERVICE1::qv_base_log;
 using NS_TEST::CallSlot;
+using NS_TEST::ExpectSlotsFrom;
 using NS_TEST::SlotOf;
 using NS_TEST::TableOf;
 
@@ -18,16 +19,10 @@ namespace {
 
 template <class Interface>
 void ExpectSlotsOfTheInterface() {
-    EXPECT_EQ(SlotOf(&Interface::GetIFName), 2u);
-    EXPECT_EQ(SlotOf(&Interface::IsValid), 3u);
-    EXPECT_EQ(SlotOf(&Interface::Init), 4u);
-    EXPECT_EQ(SlotOf(&Interface::Fini), 5u);
-    EXPECT_EQ(SlotOf(&Interface::GetLogger), 6u);
-    EXPECT_EQ(SlotOf(&Interface::SetOutputMode), 7u);
-    EXPECT_EQ(SlotOf(&Interface::GetModuleSwitch), 8u);
-    EXPECT_EQ(SlotOf(&Interface::SetModuleSwitch), 9u);
-    EXPECT_EQ(SlotOf(&Interface::IsLevelEnabled), 10u);
-    EXPECT_EQ(SlotOf(&Interface::IsLogOutputPara), 11u);
+    ExpectSlotsFrom(2, &Interface::GetIFName, &Interface::IsValid, &Interface::Init,
+                    &Interface::Fini, &Interface::GetLogger, &Interface::SetOutputMode,
+                    &Interface::GetModuleSwitch, &Interface::SetModuleSwitch,
+                    &Interface::IsLevelEnabled, &Interface::IsLogOutputPara);
 }
 
 TEST(InterfaceSlots, AreNumberedAsClientsWereBuilt) {
@@ -37,19 +32,11 @@ TEST(InterfaceSlots, AreNumberedAsClientsWereBuilt) {
 
 TEST(InterfaceSlots, OfTheMaintenanceInterfaceAreNumberedAsDeclared) {
     using Interface = NS_LOG_SERVICE1::LogMaintenanceInterface;
-    EXPECT_EQ(SlotOf(&Interface::GetIFName), 2u);
-    EXPECT_EQ(SlotOf(&Interface::IsValid), 3u);
-    EXPECT_EQ(SlotOf(&Interface::GetVersion), 4u);
-    EXPECT_EQ(SlotOf(&Interface::FlushAll), 5u);
-    EXPECT_EQ(SlotOf(&Interface::OutputAll), 6u);
-    EXPECT_EQ(SlotOf(&Interface::SetQueuedOutput), 7u);
-    EXPECT_EQ(SlotOf(&Interface::GetOutputMode), 8u);
-    EXPECT_EQ(SlotOf(&Interface::HasPeriodicOutput), 9u);
-    EXPECT_EQ(SlotOf(&Interface::GetLoggers), 10u);
-    EXPECT_EQ(SlotOf(&Interface::SetLoggerLevel), 11u);
-    EXPECT_EQ(SlotOf(&Interface::SetLevel), 12u);
-    EXPECT_EQ(SlotOf(&Interface::GetChannels), 13u);
-    EXPECT_EQ(SlotOf(&Interface::GetModules), 14u);
+    ExpectSlotsFrom(2, &Interface::GetIFName, &Interface::IsValid, &Interface::GetVersion,
+                    &Interface::FlushAll, &Interface::OutputAll, &Interface::SetQueuedOutput,
+                    &Interface::GetOutputMode, &Interface::HasPeriodicOutput,
+                    &Interface::GetLoggers, &Interface::SetLoggerLevel, &Interface::SetLevel,
+                    &Interface::GetChannels, &Interface::GetModules);
 }
 
 using ServiceTable = NS_TEST::RecordedServiceTest;
@@ -77,11 +64,10 @@ TEST_F(ServiceTable, OfTheInterfaceRunsItsOperations) {
     EXPECT_TRUE((CallSlot<bool, const unsigned&>(8, interface, module)));
     CallSlot<void, const unsigned&, const bool&>(9, interface, module, off);
     EXPECT_FALSE((CallSlot<bool, const unsigned&>(8, interface, module)));
-    const unsigned levels[] = {0, 1, 2, 3, 4};
-    EXPECT_TRUE((CallSlot<bool, const unsigned&>(10, interface, levels[0])));
-    EXPECT_FALSE((CallSlot<bool, const unsigned&>(10, interface, levels[1])));
-    EXPECT_TRUE((CallSlot<bool, const unsigned&>(10, interface, levels[2])));
-    EXPECT_FALSE((CallSlot<bool, const unsigned&>(10, interface, levels[4])));
+    for (const unsigned level : {0u, 1u, 2u, 3u, 4u}) {
+        EXPECT_EQ((CallSlot<bool, const unsigned&>(10, interface, level)), level == 0 || level == 2)
+            << level;
+    }
     EXPECT_EQ(CallSlot<unsigned>(11, interface), 5u);
 
     EXPECT_EQ(object->StopService(), 0);
@@ -108,22 +94,14 @@ size_t FirstSlot() {
 }
 
 TEST(ServiceObjectSlots, StandBehindThoseOfAce) {
-    EXPECT_EQ(SlotOf(&ACE_Service_Object::suspend) + 1, SlotOf(&ACE_Service_Object::resume));
     EXPECT_GT(SlotOf(&ACE_Service_Object::suspend), SlotOf(&ACE_Event_Handler::remove_reference));
-    EXPECT_EQ(SlotOf(&qv_base_log::UnRegistSvc), FirstSlot());
-    EXPECT_EQ(SlotOf(&qv_base_log::GetName), FirstSlot() + 1);
-    EXPECT_EQ(SlotOf(&qv_base_log::StopService), FirstSlot() + 2);
-    EXPECT_EQ(SlotOf(&qv_base_log::GetInterface), FirstSlot() + 3);
-    EXPECT_EQ(SlotOf(&qv_base_log::CreateInterface), FirstSlot() + 4);
-    EXPECT_EQ(SlotOf(&qv_base_log::RemoveInterface), FirstSlot() + 5);
-    EXPECT_EQ(SlotOf(&qv_base_log::fini), FirstSlot() + 6);
-    EXPECT_EQ(SlotOf(&qv_base_log::init), FirstSlot() + 7);
-}
-
-TEST(ServiceObjectSlots, OfTheSecondTableAreThoseOfAceSharedObject) {
-    EXPECT_EQ(SlotOf(&ACE_Shared_Object::init), 2u);
-    EXPECT_EQ(SlotOf(&ACE_Shared_Object::fini), 3u);
-    EXPECT_EQ(SlotOf(&ACE_Shared_Object::info), 4u);
+    ExpectSlotsFrom(FirstSlot() - 2, &ACE_Service_Object::suspend, &ACE_Service_Object::resume,
+                    &qv_base_log::UnRegistSvc, &qv_base_log::GetName, &qv_base_log::StopService,
+                    &qv_base_log::GetInterface, &qv_base_log::CreateInterface,
+                    &qv_base_log::RemoveInterface, &qv_base_log::fini, &qv_base_log::init);
+    // Those of the second table.
+    ExpectSlotsFrom(2, &ACE_Shared_Object::init, &ACE_Shared_Object::fini,
+                    &ACE_Shared_Object::info);
 }
 
 TEST_F(ServiceTable, OfTheServiceObjectRunsItsOperations) {
@@ -156,7 +134,9 @@ TEST_F(ServiceTable, OfTheServiceObjectRunsItsOperations) {
 TEST_F(ServiceTable, OfTheSharedObjectLeadsToTheSameOperations) {
     qv_base_log* const object = Make();
     ACE_Shared_Object* const shared = SharedObjectOf(*object);
+    const ACE_Shared_Object plain;
     EXPECT_NE(TableOf(shared), TableOf(object));
+    EXPECT_EQ(TableOf(shared)[4], TableOf(&plain)[4]) << "info is not ACE's own";
     EXPECT_EQ((CallSlot<int, int, ACE_TCHAR**>(2, shared, 0, nullptr)), 0);
     EXPECT_NE(LogMgr::InstanceIfAny(), nullptr);
     EXPECT_EQ(object->StopService(), 0);
@@ -175,15 +155,6 @@ TEST_F(ServiceTable, OfEitherBaseBeginsWithTheDestructor) {
     ACE_Shared_Object* const shared = SharedObjectOf(*new (storage) qv_base_log);
     CallSlot<void>(0, shared);
     EXPECT_TRUE(NS_TEST::ListedObjects().empty());
-}
-
-// info is ACE's own.
-TEST_F(ServiceTable, OfTheSharedObjectKeepsAcesInfo) {
-    qv_base_log* const object = Make();
-    ACE_Shared_Object* const shared = SharedObjectOf(*object);
-    const ACE_Shared_Object plain;
-    EXPECT_EQ(TableOf(shared)[4], TableOf(&plain)[4]);
-    End(object);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Virtual tables as the platform's C++ ABI lays them out.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstring>
 
@@ -13,15 +15,21 @@ inline void* const* TableOf(const void* object) {
     return table;
 }
 
-// Calls the operation in slot `slot` of the object's table.
-template <class Result, class... Arguments>
-Result CallSlot(size_t slot, const void* object, Arguments... arguments) {
-    using Operation = Result (*)(const void*, Arguments...);
+// The operation in slot `slot` of the object's table, as a pointer to a function that takes the
+// object first.
+template <class Operation>
+Operation OperationIn(size_t slot, const void* object) {
     void* const entry = TableOf(object)[slot];
     Operation operation;
     static_assert(sizeof(operation) == sizeof(entry), "code and data pointers differ");
     std::memcpy(&operation, &entry, sizeof(operation));
-    return operation(object, arguments...);
+    return operation;
+}
+
+// Calls it.
+template <class Result, class... Arguments>
+Result CallSlot(size_t slot, const void* object, Arguments... arguments) {
+    return OperationIn<Result (*)(const void*, Arguments...)>(slot, object)(object, arguments...);
 }
 
 // The slot that a call through this pointer to a virtual member function uses, in the table of the
@@ -42,6 +50,15 @@ size_t SlotOf(Operation operation) {
     const ptrdiff_t offset = layout.pointer - 1;
 #endif
     return isVirtual ? static_cast<size_t>(offset) / sizeof(void*) : static_cast<size_t>(-1);
+}
+
+// The operations stand in successive slots, the first of them in `first`. Slots 0 and 1 belong to
+// the destructors of a class that has a virtual one.
+template <class... Operations>
+void ExpectSlotsFrom(size_t first, Operations... operations) {
+    size_t slot = first;
+    const auto expect = [&slot](auto operation) { EXPECT_EQ(SlotOf(operation), slot++); };
+    (expect(operations), ...);
 }
 
 // What slot 1 calls on an object that `new` made, as a client of another build would.

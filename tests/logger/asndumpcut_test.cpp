@@ -1,4 +1,4 @@
-// Dumps around the size of the buffer: 4,096,000 bytes, one of them for the end of the text.
+// Dumps around the size of the buffer.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,36 +8,28 @@
 
 namespace {
 
+using NS_TEST::kDumpBuffer;
+using NS_TEST::kNoticeAt;
 using NS_TEST::LongText;
 using NS_TEST::ScriptedMessage;
 using NS_TEST::TextMessage;
-using testing::IsEmpty;
 
-constexpr size_t kBuffer = 4096000;
-constexpr size_t kNoticeAt = 4095950;
-constexpr size_t kCutSize = 4095974;
-const std::string kNotice = "\n...More ASN not print.\n";
-
-constexpr const char* kLocationType = "QAsnGetPhysicalLocationInfoRsp";
-constexpr const char* kQuotedType = "QAsnGetNEInfoRsp";
-constexpr const char* kTaggedType = "AsneVOXScheduleCreateReq";
-
-// What is left of a text that does not fit.
-std::string Cut(const std::string& text) {
-    return text.substr(0, kNoticeAt) + kNotice;
+// What is logged of a text. One that fills the buffer counts as cut: whether more would have come
+// cannot be told.
+std::string Fitted(const std::string& text) {
+    return text.size() < kDumpBuffer - 1 ? text : text.substr(0, kNoticeAt) + NS_TEST::kCutNotice;
 }
 
 // Compares long texts without printing them.
 testing::AssertionResult Same(const std::string& actual, const std::string& expected) {
-    if (actual == expected) {
+    const auto length = std::min(actual.size(), expected.size());
+    size_t at = 0;
+    while (at < length && actual[at] == expected[at]) {
+        ++at;
+    }
+    if (at == length && actual.size() == expected.size()) {
         return testing::AssertionSuccess();
     }
-    const auto length = std::min(actual.size(), expected.size());
-    const auto at = static_cast<size_t>(
-        std::mismatch(actual.begin(), actual.begin() + static_cast<std::ptrdiff_t>(length),
-                      expected.begin())
-            .first -
-        actual.begin());
     return testing::AssertionFailure()
            << actual.size() << " instead of " << expected.size() << " bytes; at " << at << " \""
            << actual.substr(at, 60) << "\" instead of \"" << expected.substr(at, 60) << '"';
@@ -48,139 +40,79 @@ QV_FOR_EACH_ASN_OPERATION(AsnDumpSize);
 
 using LongTrace = NS_TEST::AsnDumpTest;
 
-TEST_P(AsnDumpSize, IsWholeUpToTheLastByteButOne) {
-    for (const size_t size : {kBuffer - 51, kBuffer - 50, kBuffer - 3, kBuffer - 2}) {
+TEST_P(AsnDumpSize, IsWholeUpToTheLastByteButOneAndCutBeyond) {
+    for (const size_t size : {kDumpBuffer - 51, kDumpBuffer - 50, kDumpBuffer - 3, kDumpBuffer - 2,
+                              kDumpBuffer - 1, kDumpBuffer, kDumpBuffer + 1, 2 * kDumpBuffer}) {
         const std::string text = LongText(size);
-        EXPECT_TRUE(Same(Dumped(TextMessage(text)), text)) << size;
+        EXPECT_TRUE(Same(Dumped(TextMessage(text)), Fitted(text))) << size;
+        EXPECT_TRUE(Same(Repeated(), Fitted(text))) << size;
+        // Nothing of it is left in the next one.
+        EXPECT_EQ(Dumped(TextMessage("short")), "short");
     }
-}
-
-// A full buffer counts as cut: whether more would have come cannot be told.
-TEST_P(AsnDumpSize, IsCutWhenItFillsTheBuffer) {
-    const std::string text = LongText(kBuffer - 1);
-    const std::string dumped = Dumped(TextMessage(text));
-    EXPECT_EQ(dumped.size(), kCutSize);
-    EXPECT_TRUE(Same(dumped, Cut(text)));
-}
-
-TEST_P(AsnDumpSize, IsCutWhenItDoesNotFit) {
-    for (const size_t size : {kBuffer, kBuffer + 1, kBuffer + 100, 2 * kBuffer}) {
-        const std::string text = LongText(size);
-        EXPECT_TRUE(Same(Dumped(TextMessage(text)), Cut(text))) << size;
-    }
-    EXPECT_THAT(Proxy().Printed(), IsEmpty());
+    EXPECT_THAT(NS_TEST::Diagnostics().Printed(), testing::IsEmpty());
 }
 
 TEST_P(AsnDumpSize, IsCutAtTheSamePlaceWhenPrintedInPieces) {
-    const std::string piece = LongText(999) + '\n';
-    std::string text;
-    while (text.size() <= kBuffer) {
-        text += piece;
-    }
+    const std::string text = LongText(kDumpBuffer + 100);
     const ScriptedMessage message(nullptr, [&](std::ostream& out) {
-        for (size_t at = 0; at < text.size(); at += piece.size()) {
-            out << piece;
+        for (size_t at = 0; at < text.size(); at += 1000) {
+            out << text.substr(at, 1000);
         }
     });
-    EXPECT_TRUE(Same(Dumped(message), Cut(text)));
+    EXPECT_TRUE(Same(Dumped(message), Fitted(text)));
 }
 
-TEST_P(AsnDumpSize, LeavesNothingOfACutDumpInTheNextOne) {
-    const std::string longText = LongText(kBuffer + 100);
-    EXPECT_TRUE(Same(Dumped(TextMessage(longText)), Cut(longText)));
-    EXPECT_EQ(Dumped(TextMessage("short")), "short");
-    const std::string text = LongText(kBuffer - 2);
-    EXPECT_TRUE(Same(Dumped(TextMessage(text)), text));
-}
-
-TEST_P(AsnDumpSize, ShowsNoNoticeBehindAZeroByte) {
-    std::string text = LongText(kBuffer + 100);
-    text[3] = '\0';
-    EXPECT_EQ(Dumped(TextMessage(text)), text.substr(0, 3));
-    text = LongText(kBuffer + 100);
-    text[kNoticeAt - 1] = '\0';
-    EXPECT_TRUE(Same(Dumped(TextMessage(text)), text.substr(0, kNoticeAt - 1)));
-}
-
-TEST_P(AsnDumpSize, WritesTheNoticeOverZeroBytes) {
-    std::string text = LongText(kBuffer + 100);
-    std::fill(text.begin() + static_cast<std::ptrdiff_t>(kNoticeAt), text.end(), '\0');
-    EXPECT_TRUE(Same(Dumped(TextMessage(text)), Cut(text)));
-}
-
-TEST_P(AsnDumpSize, IsTheSameForWhoRepeatsIt) {
-    const std::string text = LongText(kBuffer + 1);
-    Dumped(TextMessage(text));
-    EXPECT_TRUE(Same(Repeated(), Cut(text)));
-}
-
-// `front` and a value of one letter that begins shortly before the cut and ends behind it.
-std::string OverTheCut(const std::string& front, size_t before, const std::string& behind) {
-    std::string text = LongText(kBuffer - before - front.size()) + front;
-    text.append(before + 200, 'Z');
-    return text + behind;
-}
-
-// The text with that value masked. All of it stands in the last two thousand characters.
-std::string Masked(std::string text) {
-    std::replace(text.end() - 2000, text.end(), 'Z', '*');
-    return text;
-}
-
-TEST_F(LongTrace, MasksTheRestOfALineOverTheCut) {
-    for (const size_t before : {900u, 51u, 50u, 49u, 1u}) {
-        const std::string text = OverTheCut("\nname", before, "\nend\n");
-        const std::string expected = Masked(text.substr(0, kBuffer));
-        const std::string traced = Traced(TextMessage(kLocationType, text));
-        EXPECT_TRUE(Same(traced, Cut(expected))) << before;
-        EXPECT_EQ(traced.find('Z'), std::string::npos) << before;
+TEST_P(AsnDumpSize, ShowsNoNoticeBehindAZeroByteButOverZeroBytes) {
+    for (const size_t zero : {size_t{3}, kNoticeAt - 1}) {
+        std::string text = LongText(kDumpBuffer + 100);
+        text[zero] = '\0';
+        EXPECT_TRUE(Same(Dumped(TextMessage(text)), text.substr(0, zero))) << zero;
     }
+    std::string text = LongText(kDumpBuffer + 100);
+    std::fill(text.begin() + static_cast<std::ptrdiff_t>(kNoticeAt), text.end(), '\0');
+    EXPECT_TRUE(Same(Dumped(TextMessage(text)), Fitted(text)));
 }
 
-TEST_F(LongTrace, MasksAQuotedValueOverTheCut) {
-    const std::string text = OverTheCut("NEPwd = \"", 900, "\"\nend\n");
-    const std::string expected = Masked(text.substr(0, kBuffer));
-    const std::string traced = Traced(TextMessage(kQuotedType, text));
-    EXPECT_TRUE(Same(traced, Cut(expected)));
-    EXPECT_EQ(traced.find('Z'), std::string::npos);
-}
-
-// The notice comes last, so a value whose end stands under it is masked.
-TEST_F(LongTrace, MasksAValueThatEndsUnderTheNotice) {
-    const std::string end = "</FTPPassWord>";
-    const std::string value(500, 'Z');
-    std::string text = LongText(kBuffer - end.size() - value.size() - 13) + "<FTPPassWord>";
-    text += value + end + LongText(100);
-    const std::string expected = Masked(text.substr(0, kBuffer));
-    const std::string traced = Traced(TextMessage(kTaggedType, text));
-    EXPECT_TRUE(Same(traced, Cut(expected)));
-    EXPECT_EQ(traced.find('Z'), std::string::npos);
-}
-
-// A tag needs its end to be one: without it, what follows may be anything.
-TEST_F(LongTrace, LeavesAValueWhoseClosingTagWasCutOff) {
-    const std::string text = OverTheCut("<FTPPassWord>", 900, "</FTPPassWord>");
-    EXPECT_TRUE(Same(Traced(TextMessage(kTaggedType, text)), Cut(text)));
-}
-
-TEST_F(LongTrace, MasksInTheLastLineThatFits) {
-    const std::string line = "\nNEPwd = \"Z\"";
-    const std::string text = LongText(kBuffer - 2 - line.size()) + line;
-    const std::string traced = Traced(TextMessage(kQuotedType, text));
-    EXPECT_TRUE(Same(traced, text.substr(0, text.size() - 2) + "*\""));
+// A value of one letter: the notice comes last, so what stands under it decides all the same.
+TEST_F(LongTrace, MasksValuesAroundTheCut) {
+    constexpr const char* kElement = "QAsnGetNEInfoRsp";
+    constexpr const char* kLocation = "QAsnGetPhysicalLocationInfoRsp";
+    constexpr const char* kSchedule = "AsneVOXScheduleCreateReq";
+    const struct {
+        const char* type;
+        std::string front;
+        size_t begin;  // of the value, before the buffer's end
+        size_t size;
+        std::string back;
+        bool masked;
+    } cases[] = {
+        {kLocation, "\nname", 900, 1100, "\nend\n", true},
+        {kLocation, "\nname", 51, 251, "\nend\n", true},
+        {kLocation, "\nname", 50, 250, "\nend\n", true},
+        {kLocation, "\nname", 49, 249, "\nend\n", true},
+        {kLocation, "\nname", 1, 201, "\nend\n", true},
+        {kElement, "NEPwd = \"", 900, 1100, "\"\nend\n", true},
+        {kElement, "NEPwd = \"", 4, 1, "\"", true},
+        {kSchedule, "<FTPPassWord>", 514, 500, "</FTPPassWord>" + LongText(100), true},
+        // A tag needs its end to be one: without it, what follows may be anything.
+        {kSchedule, "<FTPPassWord>", 900, 1100, "</FTPPassWord>", false},
+    };
+    for (const auto& [type, front, begin, size, back, masked] : cases) {
+        const std::string lead = LongText(kDumpBuffer - begin - front.size()) + front;
+        const std::string text = lead + std::string(size, 'Z') + back;
+        const std::string shown = lead + std::string(size, masked ? '*' : 'Z') + back;
+        EXPECT_TRUE(Same(Traced(TextMessage(type, text)), Fitted(shown))) << type << begin;
+    }
 }
 
 TEST_F(LongTrace, MasksEveryLineOfAFullBuffer) {
-    const std::string line = "name = ZZZZZZZZZZZZZZZZZZZZZZZZZZZZZZ\n";
-    const std::string masked = "name*********************************\n";
-    ASSERT_EQ(line.size(), masked.size());
     std::string text;
-    std::string expected;
-    while (text.size() < kBuffer + 100) {
-        text += line;
-        expected += masked;
+    std::string masked;
+    while (text.size() < kDumpBuffer + 100) {
+        text += "name = ZZZZZZZZZZZZZZZZZZZZZZZZZZZZZZ\n";
+        masked += "name*********************************\n";
     }
-    EXPECT_TRUE(Same(Traced(TextMessage(kLocationType, text)), Cut(expected)));
+    EXPECT_TRUE(Same(Traced(TextMessage("QAsnGetPhysicalLocationInfoRsp", text)), Fitted(masked)));
 }
 
 }  // namespace

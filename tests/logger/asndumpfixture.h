@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
-#include <mutex>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -14,62 +12,21 @@
 #include "channel/channelmap.h"
 #include "control/scriptedconfigitems.h"
 #include "logger/asnmessages.h"
-#include "logger/logger.h"
+#include "logger/recordinglogger.h"
 #include "platform/hostcontrol.h"
 #include "support/environment.h"
 #include "support/files.h"
+#include "support/logfileparser.h"
 #include "support/recordinglogproxy.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
 
-struct LoggedCall {
-    std::string file;
-    std::string function;
-    unsigned int line = 0;
-    int level = 0;
-    std::string text;
-};
-
-// A logger that remembers what reaches its Log, and writes it only when told to.
-//
-// Thread safety: any thread may log; the public fields are set before.
-class RecordingLogger : public NS_LOG_SERVICE1::Logger {
-  public:
-    using Logger::Logger;
-
-    void Log(const std::string& file, const std::string& function, unsigned int line, int level,
-             const std::string& text) override {
-        {
-            const std::lock_guard<std::mutex> guard(mutex_);
-            calls_.push_back({file, function, line, level, text});
-        }
-        if (onLog) {
-            onLog();
-        }
-        if (writes) {
-            Logger::Log(file, function, line, level, text);
-        }
-    }
-
-    std::vector<LoggedCall> Calls() const {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        return calls_;
-    }
-
-    // The text of the last call.
-    std::string LastText() const {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        return calls_.empty() ? "nothing was logged" : calls_.back().text;
-    }
-
-    std::function<void()> onLog;  // may throw
-    bool writes = false;
-
-  private:
-    mutable std::mutex mutex_;
-    std::vector<LoggedCall> calls_;  // guarded by mutex_
-};
+// The buffer of the dumps: 4,096,000 bytes, one of them for the end of the text. A text that does
+// not fit ends at kNoticeAt, with the notice behind it.
+constexpr size_t kDumpBuffer = 4096000;
+constexpr size_t kNoticeAt = 4095950;
+constexpr const char* kCutNotice = "\n...More ASN not print.\n";
 
 // The two ways to dump a message.
 enum class AsnOperation { kPrintAsn, kLogAsnTrace };
@@ -78,17 +35,17 @@ inline std::ostream& operator<<(std::ostream& out, AsnOperation operation) {
     return out << (operation == AsnOperation::kPrintAsn ? "PrintAsn" : "LogAsnTrace");
 }
 
-inline void Dump(AsnOperation operation, NS_LOG_SERVICE1::LoggerIF& logger,
-                 NS_ASN1::AsnObject& message) {
+inline void DumpBy(AsnOperation operation, NS_LOG_SERVICE1::LoggerIF& logger,
+                   NS_ASN1::AsnObject& message, const std::string& file = "f.cpp",
+                   const std::string& function = "Run", unsigned int line = 7) {
     if (operation == AsnOperation::kPrintAsn) {
-        logger.PrintAsn("f.cpp", "Run", 7, message);
+        logger.PrintAsn(file, function, line, message);
     } else {
-        logger.LogAsnTrace("f.cpp", "Run", 7, message);
+        logger.LogAsnTrace(file, function, line, message);
     }
 }
 
-// ASN logging and all levels are on. The buffer of the dumps, and whether they are echoed, belong
-// to the process: these tests need one for each of them.
+// Channels in a fresh directory; ASN logging and all levels are on.
 class AsnLoggingTest : public DirectoryTest {
   protected:
     AsnLoggingTest() : share_("_APP_SHARE_DIR", Path()) {
@@ -104,64 +61,70 @@ class AsnLoggingTest : public DirectoryTest {
         NS_REFERENCE_HOST::SetConfigItems(nullptr);
     }
 
-    static RecordingLogProxy& Proxy() { return Diagnostics(); }
-
-    NS_LOG_SERVICE1::TEDebugInfoBuf& Channel() { return *channels_.Find("debug"); }
-
     ScopedVariable share_;
     ScriptedConfigItems store_;
     NS_LOG_SERVICE1::LogSettings settings_;
     NS_LOG_SERVICE1::ChannelMap channels_;
 };
 
-// The same with a logger.
+// The same with loggers. The buffer of the dumps, and whether they are echoed, belong to the
+// process: each of these tests needs one of its own.
 class AsnDumpTest : public AsnLoggingTest {
   protected:
-    // What `operation` logs for the message.
-    std::string Dumped(AsnOperation operation, ScriptedMessage message) {
-        Dump(operation, logger_, message);
+    AsnDumpTest() { off_.DisableLevel(3); }
+
+    // What the operation logs for the message.
+    std::string Printed(ScriptedMessage message) {
+        DumpBy(AsnOperation::kPrintAsn, logger_, message);
         return logger_.LastText();
     }
     std::string Traced(ScriptedMessage message) {
-        return Dumped(AsnOperation::kLogAsnTrace, std::move(message));
-    }
-    std::string Printed(ScriptedMessage message) {
-        return Dumped(AsnOperation::kPrintAsn, std::move(message));
+        DumpBy(AsnOperation::kLogAsnTrace, logger_, message);
+        return logger_.LastText();
     }
 
     // What a trace logs while its level is off: the text that is in the buffer.
     std::string Repeated() {
-        RecordingLogger logger("a", "b", "debug", settings_, channels_);
-        logger.DisableLevel(3);
         ScriptedMessage message = TextMessage("must not be printed");
-        logger.LogAsnTrace("f.cpp", "Run", 7, message);
+        DumpBy(AsnOperation::kLogAsnTrace, off_, message);
+        return off_.LastText();
+    }
+
+    // What PrintAsn logs on a thread of its own, which would wait for ever if a dump were not over.
+    std::string PrintedByAnotherThread(const std::string& text) {
+        RecordingLogger logger("a", "b", "debug", settings_, channels_);
+        std::thread([&] {
+            ScriptedMessage message = TextMessage(text);
+            DumpBy(AsnOperation::kPrintAsn, logger, message);
+        }).join();
         return logger.LastText();
     }
 
-    // The same from a thread of its own, which would wait for ever if a dump were not over.
-    std::string PrintedByAnotherThread(const std::string& text) {
-        RecordingLogger logger("a", "b", "debug", settings_, channels_);
-        std::thread thread([&] {
-            ScriptedMessage message = TextMessage(text);
-            logger.PrintAsn("f.cpp", "Run", 7, message);
-        });
-        thread.join();
-        return logger.LastText();
+    NS_LOG_SERVICE1::TEDebugInfoBuf& Channel() { return *channels_.Find("debug"); }
+
+    // The records of all files, without what stands inside dumps.
+    std::vector<ParsedRecord> Records() const {
+        std::vector<ParsedRecord> records;
+        for (const ParsedPiece& piece :
+             OfKind(ParseLogDirectory(Path("log")), ParsedPiece::RECORD)) {
+            records.push_back(piece.record);
+        }
+        return records;
     }
 
     RecordingLogger logger_{"a", "b", "debug", settings_, channels_};
+    RecordingLogger off_{"a", "b", "debug", settings_, channels_};  // level 3 is off
 };
 
 // A test that holds for both operations alike.
 class EachAsnOperation : public AsnDumpTest, public testing::WithParamInterface<AsnOperation> {
   protected:
-    // Its result for the message.
+    // What the operation logs for the message.
     std::string Dumped(ScriptedMessage message) {
-        return AsnDumpTest::Dumped(GetParam(), std::move(message));
+        Dump(message);
+        return logger_.LastText();
     }
-    void DumpWith(NS_LOG_SERVICE1::LoggerIF& logger, NS_ASN1::AsnObject& message) {
-        Dump(GetParam(), logger, message);
-    }
+    void Dump(NS_ASN1::AsnObject& message) { DumpBy(GetParam(), logger_, message); }
 };
 
 inline std::string AsnOperationName(const testing::TestParamInfo<AsnOperation>& instance) {

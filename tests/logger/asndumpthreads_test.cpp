@@ -1,8 +1,11 @@
-// Dumps of several threads: one at a time, from the first byte printed to the last one echoed.
+// Dumps of several threads: one at a time, from the first byte printed to the last one echoed, and
+// no secret of a traced message wherever bytes leave the process.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <map>
 #include <set>
@@ -12,7 +15,6 @@
 
 #include "logger/asndumpfixture.h"
 #include "support/capturedoutput.h"
-#include "support/logfileparser.h"
 #include "support/onthreads.h"
 
 namespace {
@@ -21,37 +23,20 @@ using NS_TEST::AsnOperation;
 using NS_TEST::OnThreads;
 using NS_TEST::RecordingLogger;
 using NS_TEST::ScriptedMessage;
+using NS_TEST::SecretText;
 using NS_TEST::TextMessage;
 
 constexpr int kThreads = 8;
-constexpr int kRounds = 40;
-
-// A text that tells whose it is at every place, of a type whose values are masked.
-std::string TextOf(int thread, int round) {
-    const std::string name = std::to_string(thread) + "." + std::to_string(round);
-    std::string text = "begin " + name + "\n";
-    for (int line = 0; line < 1 + thread * 3 + round % 5; ++line) {
-        text += "value " + name + " NEPwd = \"" + std::string(4, static_cast<char>('A' + thread)) +
-                "\"\n";
-    }
-    return text + "end " + name;
-}
-
-std::string MaskedTextOf(int thread, int round) {
-    std::string text = TextOf(thread, round);
-    const std::string secret(4, static_cast<char>('A' + thread));
-    for (size_t at = text.find(secret); at != std::string::npos; at = text.find(secret)) {
-        text.replace(at, 4, "****");
-    }
-    return text;
-}
+constexpr int kRounds = 20;
 
 // A logger that lets another thread try to dump while its Log runs.
 class Turn : public NS_TEST::EachAsnOperation {
   protected:
-    // While the dump of `message` calls Log, lets a dump by `other` begin; whether that one was
-    // still waiting a while later.
-    bool OtherWaitsDuringLog(AsnOperation other, ScriptedMessage& otherMessage) {
+    // While the dump of a text calls Log, lets a dump by `other` begin, and then calls
+    // `onWaiting`; whether that dump was still waiting a while after its beginning.
+    bool OtherWaitsDuringLog(
+        AsnOperation other, ScriptedMessage& otherMessage,
+        const std::function<void()>& onWaiting = [] {}) {
         bool waited = false;
         std::future<void> done;
         logger_.onLog = [&] {
@@ -59,156 +44,177 @@ class Turn : public NS_TEST::EachAsnOperation {
             std::future<void> begun = begins.get_future();
             done = std::async(std::launch::async, [&, begins = std::move(begins)]() mutable {
                 begins.set_value();
-                Dump(other, otherLogger_, otherMessage);
+                DumpBy(other, otherLogger_, otherMessage);
             });
             begun.wait();
             waited = done.wait_for(std::chrono::milliseconds(200)) == std::future_status::timeout;
-            logEnded_ = true;
+            onWaiting();
         };
-        ScriptedMessage message = TextMessage("first");
-        DumpWith(logger_, message);
+        Dumped(TextMessage("first"));
         done.get();
         return waited;
     }
 
     RecordingLogger otherLogger_{"c", "d", "corbasys", settings_, channels_};
-    std::atomic<bool> logEnded_{false};
 };
 QV_FOR_EACH_ASN_OPERATION(Turn);
 
-TEST_P(Turn, LastsWhileTheRecordIsLogged) {
+TEST_P(Turn, LastsUntilTheRecordIsLoggedAndEchoed) {
+    store_.Set("bEnableAsnTrace", "1");
     for (const AsnOperation other : {AsnOperation::kPrintAsn, AsnOperation::kLogAsnTrace}) {
-        logEnded_ = false;
-        bool printedAfterLog = false;
-        ScriptedMessage message(nullptr,
-                                [&](std::ostream& /*out*/) { printedAfterLog = logEnded_; });
+        const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+        std::string echoedBefore;
+        ScriptedMessage message(nullptr, [&](std::ostream&) { echoedBefore = output.Text(); });
         EXPECT_TRUE(OtherWaitsDuringLog(other, message));
-        EXPECT_TRUE(printedAfterLog);
+        EXPECT_THAT(echoedBefore, testing::MatchesRegex("Thread:-?[0-9]+, ASN Trace:\nfirst"));
         EXPECT_EQ(message.printed, 1);
     }
 }
 
-TEST_P(Turn, LastsUntilTheDumpIsEchoed) {
-    store_.Set("bEnableAsnTrace", "1");
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    std::string echoedBefore;
-    ScriptedMessage message(nullptr, [&](std::ostream& /*out*/) { echoedBefore = output.Text(); });
-    EXPECT_TRUE(OtherWaitsDuringLog(AsnOperation::kPrintAsn, message));
-    EXPECT_THAT(echoedBefore, testing::MatchesRegex("Thread:-?[0-9]+, ASN Trace:\nfirst"));
-}
-
-TEST_P(Turn, IsAwaitedByATraceThatPrintsNothing) {
-    otherLogger_.DisableLevel(3);
+// The level counts when the turn comes, not when the call was made.
+TEST_P(Turn, IsAwaitedByATraceBeforeItLooksAtItsLevel) {
     ScriptedMessage message = TextMessage("not printed");
-    EXPECT_TRUE(OtherWaitsDuringLog(AsnOperation::kLogAsnTrace, message));
+    EXPECT_TRUE(OtherWaitsDuringLog(AsnOperation::kLogAsnTrace, message,
+                                    [this] { otherLogger_.DisableLevel(3); }));
+    EXPECT_EQ(message.printed, 0);
     EXPECT_EQ(otherLogger_.LastText(), "first");
+    EXPECT_TRUE(OtherWaitsDuringLog(AsnOperation::kLogAsnTrace, message,
+                                    [this] { otherLogger_.EnableLevel(3); }));
+    EXPECT_EQ(message.printed, 1);
 }
 
 TEST_P(Turn, IsNotNeededForOtherRecords) {
-    std::future<void> done;
     logger_.onLog = [&] {
-        done = std::async(std::launch::async,
-                          [&] { otherLogger_.Log("f.cpp", "Run", 7, 1, "not a dump"); });
+        const auto done = std::async(std::launch::async,
+                                     [&] { otherLogger_.Log("f.cpp", "Run", 7, 1, "not a dump"); });
         EXPECT_EQ(done.wait_for(std::chrono::seconds(60)), std::future_status::ready);
     };
     Dumped(TextMessage("text"));
 }
 
-class DumpsOfManyThreads : public NS_TEST::AsnDumpTest {};
-
-TEST_F(DumpsOfManyThreads, ArePrintedOneAtATime) {
-    std::atomic<int> inside{0};
-    std::atomic<int> overlaps{0};
-    OnThreads(kThreads, [&](int thread) {
-        ScriptedMessage message(nullptr, [&](std::ostream& out) {
-            overlaps += inside++ == 0 ? 0 : 1;
-            out << "text";
-            std::this_thread::yield();
-            --inside;
-        });
-        for (int round = 0; round < kRounds; ++round) {
-            Dump(thread % 2 == 0 ? AsnOperation::kPrintAsn : AsnOperation::kLogAsnTrace, logger_,
-                 message);
-        }
-    });
-    EXPECT_EQ(overlaps, 0);
-    EXPECT_EQ(logger_.Calls().size(), static_cast<size_t>(kThreads * kRounds));
+// Half of the threads print, half of them trace.
+AsnOperation OperationOf(int thread) {
+    return thread % 2 == 0 ? AsnOperation::kPrintAsn : AsnOperation::kLogAsnTrace;
 }
 
+class DumpsOfManyThreads : public NS_TEST::AsnDumpTest {
+  protected:
+    // Each thread has letters of its own, and dumps messages of all types.
+    static SecretText TextOf(int thread, int round) {
+        const auto type = static_cast<size_t>(thread + round) % NS_TEST::kSecretTypes;
+        return NS_TEST::SecretTextOf(type, std::to_string(thread) + "." + std::to_string(round),
+                                     std::string(8, static_cast<char>('A' + thread)));
+    }
+
+    // Calls `dump` with the number of each thread and each message, on that thread. No message is
+    // printed while another one is.
+    template <class Dump>
+    static void FromManyThreads(Dump dump) {
+        std::atomic<int> inside{0};
+        OnThreads(kThreads, [&](int thread) {
+            for (int round = 0; round < kRounds; ++round) {
+                const SecretText text = TextOf(thread, round);
+                ScriptedMessage message(text.type, [&](std::ostream& out) {
+                    EXPECT_EQ(inside++, 0);
+                    out << text.text;
+                    std::this_thread::yield();
+                    --inside;
+                });
+                dump(thread, message);
+            }
+        });
+    }
+
+    // What may be seen of all of them when every message is traced.
+    static std::multiset<std::string> AllMasked() {
+        std::multiset<std::string> all;
+        for (int thread = 0; thread < kThreads; ++thread) {
+            for (int round = 0; round < kRounds; ++round) {
+                all.insert(TextOf(thread, round).masked);
+            }
+        }
+        return all;
+    }
+};
+
+// What PrintAsn writes is not masked, which also shows that these tests find secrets.
 TEST_F(DumpsOfManyThreads, DoNotMixInTheFiles) {
-    NS_LOG_SERVICE1::Logger logger("a", "b", "debug", settings_, channels_);
+    logger_.writes = true;
     std::multiset<std::string> expected;
     for (int thread = 0; thread < kThreads; ++thread) {
         for (int round = 0; round < kRounds; ++round) {
-            expected.insert(thread % 2 == 0 ? "-1 " + TextOf(thread, round)
-                                            : "3 " + MaskedTextOf(thread, round));
+            const SecretText text = TextOf(thread, round);
+            expected.insert(OperationOf(thread) == AsnOperation::kPrintAsn ? "-1 " + text.text
+                                                                           : "3 " + text.masked);
         }
     }
-    OnThreads(kThreads, [&](int thread) {
-        for (int round = 0; round < kRounds; ++round) {
-            ScriptedMessage message = TextMessage("QAsnGetNEInfoRsp", TextOf(thread, round));
-            Dump(thread % 2 == 0 ? AsnOperation::kPrintAsn : AsnOperation::kLogAsnTrace, logger,
-                 message);
-        }
+    FromManyThreads([this](int thread, ScriptedMessage& message) {
+        DumpBy(OperationOf(thread), logger_, message);
     });
     std::multiset<std::string> found;
-    for (const NS_TEST::ParsedPiece& piece :
-         NS_TEST::OfKind(NS_TEST::ParseLogDirectory(Path("log")), NS_TEST::ParsedPiece::RECORD)) {
-        found.insert(std::to_string(piece.record.level) + " " + piece.record.detail);
+    for (const NS_TEST::ParsedRecord& record : Records()) {
+        found.insert(std::to_string(record.level) + " " + record.detail);
     }
     EXPECT_TRUE(found == expected) << found.size() << " of " << expected.size();
+}
+
+// Direct and queued, in two categories, and repeated from the cache.
+TEST_F(DumpsOfManyThreads, LeaveTheProcessMaskedByEveryWay) {
+    NS_LOG_SERVICE1::Logger direct("a", "b", "corbaoper", settings_, channels_);
+    off_.writes = true;
+    settings_.filterbuflength = 1000;
+    for (const uint32_t mode : {0u, 1u}) {
+        settings_.outputmode = mode;
+        FromManyThreads([&](int, ScriptedMessage& message) {
+            direct.LogAsnTrace("f.cpp", "Run", 7, message);
+            off_.LogAsnTrace("f.cpp", "Run", 7, message);
+        });
+    }
+    EXPECT_GT(channels_.Find("corbaoper")->Statistics().queued.Get(), 0u);
+    EXPECT_GT(Channel().Statistics().keptBack.Get(), 0u);
+    channels_.FlushAll();
+    off_.Log("f.cpp", "Run", 7, 0, "brings the kept back records along");
+
+    const std::multiset<std::string> once = AllMasked();
+    std::multiset<std::string> twice = once;
+    twice.insert(once.begin(), once.end());
+    std::multiset<std::string> found;
+    size_t repeated = 0;
+    for (const NS_TEST::ParsedPiece& piece : NS_TEST::ParseLogDirectory(Path("log"))) {
+        if (piece.kind == NS_TEST::ParsedPiece::RECORD) {
+            found.insert(piece.record.detail);
+        }
+        for (const NS_TEST::ParsedRecord& record : piece.dumped) {
+            ++repeated;
+            EXPECT_EQ(once.count(record.detail), 1u) << record.detail;
+        }
+    }
+    EXPECT_TRUE(found == twice) << found.size() << " of " << twice.size();
+    EXPECT_GT(repeated, 0u);
 }
 
 TEST_F(DumpsOfManyThreads, DoNotMixOnStandardOutput) {
     store_.Set("bEnableAsnTrace", "1");
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    std::multiset<std::string> expected;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        for (int round = 0; round < kRounds; ++round) {
-            expected.insert(MaskedTextOf(thread, round));
-        }
-    }
-    OnThreads(kThreads, [&](int thread) {
-        for (int round = 0; round < kRounds; ++round) {
-            ScriptedMessage message = TextMessage("QAsnGetNEInfoRsp", TextOf(thread, round));
-            logger_.LogAsnTrace("f.cpp", "Run", 7, message);
-        }
+    FromManyThreads([this](int, ScriptedMessage& message) {
+        DumpBy(AsnOperation::kLogAsnTrace, logger_, message);
     });
     const std::string text = output.Text();
+    const std::string end = ", ASN Trace:\n";
     std::multiset<std::string> found;
     std::map<std::string, std::set<std::string>> threadsOfHeader;
     for (size_t at = 0; at < text.size();) {
-        const size_t end = text.find(", ASN Trace:\n", at);
-        ASSERT_NE(end, std::string::npos);
-        const size_t next = std::min(text.find("Thread:", end), text.size());
-        found.insert(text.substr(end + 13, next - end - 13));
-        threadsOfHeader[text.substr(at, end - at)].insert(text.substr(end + 13 + 6, 1));
+        const size_t begin = text.find(end, at) + end.size();
+        ASSERT_GT(begin, end.size());
+        const size_t next = std::min(text.find("Thread:", begin), text.size());
+        found.insert(text.substr(begin, next - begin));
+        threadsOfHeader[text.substr(at, begin - at)].insert(text.substr(begin + 6, 1));
         at = next;
     }
-    EXPECT_TRUE(found == expected) << found.size() << " of " << expected.size();
+    EXPECT_TRUE(found == AllMasked()) << found.size();
     EXPECT_EQ(threadsOfHeader.size(), static_cast<size_t>(kThreads));
     for (const auto& [header, threads] : threadsOfHeader) {
         EXPECT_EQ(threads.size(), 1u) << header;
-    }
-}
-
-// Whatever is repeated is a dump as it was logged, whole and masked.
-TEST_F(DumpsOfManyThreads, AreRepeatedWhole) {
-    RecordingLogger off("c", "d", "debug", settings_, channels_);
-    off.DisableLevel(3);
-    OnThreads(kThreads, [&](int thread) {
-        for (int round = 0; round < kRounds; ++round) {
-            ScriptedMessage message = TextMessage("QAsnGetNEInfoRsp", TextOf(thread, round));
-            (thread % 2 == 0 ? logger_ : off).LogAsnTrace("f.cpp", "Run", 7, message);
-        }
-    });
-    std::set<std::string> logged{""};
-    for (const NS_TEST::LoggedCall& call : logger_.Calls()) {
-        logged.insert(call.text);
-    }
-    EXPECT_EQ(off.Calls().size(), static_cast<size_t>(kThreads / 2 * kRounds));
-    for (const NS_TEST::LoggedCall& call : off.Calls()) {
-        EXPECT_EQ(logged.count(call.text), 1u) << call.text;
     }
 }
 

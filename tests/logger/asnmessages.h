@@ -65,6 +65,49 @@ inline ScriptedMessage TextMessage(const std::string& text) {
     return TextMessage("QAsnGetAlarmsRsp", text);
 }
 
+// The same of a type whose values are masked, which has a value for each of its keys.
+struct SecretText {
+    const char* type = nullptr;
+    std::string text;
+    std::string masked;  // how a trace shows it
+};
+
+// How many types there are.
+constexpr std::size_t kSecretTypes = 8;
+
+// A text of the type with this number. `name` and `secret` stand at every place where they can.
+inline SecretText SecretTextOf(std::size_t number, const std::string& name,
+                               const std::string& secret) {
+    static constexpr const char* kTypes[kSecretTypes] = {
+        "QAsnGetWDMSNCsByIdxsRsp",        "QAsnGetSNCsByIdxsRsp",    "QAsnGetSNCsByCIDsRsp",
+        "QAsnGetWDMSNCsByCIDsRsp",        "QAsnGetNEInfoRsp",        "QAsnCreateNERpt",
+        "QAsnGetPhysicalLocationInfoRsp", "AsneVOXScheduleCreateReq"};
+    SecretText result{kTypes[number], "begin " + name + "\n", "begin " + name + "\n"};
+    const auto add = [&](const std::string& front, const std::string& value,
+                         const std::string& back) {
+        result.text += name + " " + front + value + back;
+        result.masked += name + " " + front + std::string(value.size(), '*') + back;
+    };
+    for (int part = 0; part < 2; ++part) {
+        if (number < 4) {
+            add("customer:", " " + secret + " customer: " + secret, "\n");
+        } else if (number < 6) {
+            add("NEPwd = \"", secret, "\"\n");
+        } else if (number == 6) {
+            for (const char* key :
+                 {"roomID", "equipmentRoomName", "cabinetName", "name", "memo", "subshelfMemo",
+                  "siteName", "country", "province", "city", "location"}) {
+                add(key, " = \"" + secret + "\", " + secret, "\n");
+            }
+        } else {
+            add("<FTPPassWord>", secret + "\n<" + secret, "</FTPPassWord>\n");
+        }
+    }
+    result.text += "end " + name;
+    result.masked += "end " + name;
+    return result;
+}
+
 // `size` characters without a zero byte, a newline and capital letters, which look different
 // wherever one looks. In blocks: a loop over single characters takes too long under a sanitizer.
 inline std::string LongText(std::size_t size) {

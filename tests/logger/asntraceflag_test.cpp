@@ -2,20 +2,24 @@
 // the answer.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <future>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "bundlemgr/processexception.h"
 #include "logger/asndump.h"
 #include "logger/asndumpfixture.h"
 #include "support/capturedoutput.h"
+#include "support/onthreads.h"
 
 namespace {
 
 using NS_LOG_SERVICE1::ReadAsnTraceFlag;
 using NS_TEST::AsnOperation;
+using NS_TEST::Diagnostics;
 using NS_TEST::IsDiagnostic;
 using NS_TEST::ScriptedMessage;
 using NS_TEST::TextMessage;
@@ -23,169 +27,142 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr const char* kItem = "bEnableAsnTrace";
+// Names another item, and what follows resets that one: operators know the pair of effects.
 constexpr const char* kFailure = "\nGet Config Item(logfilesize) failed !!\n";
 
-// What stands in front of a dump of the calling thread.
-std::string EchoHeader() {
+// The echo of a dump of the calling thread.
+std::string EchoOf(const std::string& text) {
     const auto number = static_cast<int32_t>(static_cast<uint32_t>(pthread_self()));
-    return "Thread:" + std::to_string(number) + ", ASN Trace:\n";
+    return "Thread:" + std::to_string(number) + ", ASN Trace:\n" + text;
 }
 
-// A store without the item.
-class MissingItem : public NS_TEST::ScriptedConfigItems {};
+class AsnTraceFlag : public NS_TEST::AsnDumpTest {
+  protected:
+    AsnTraceFlag() { settings_.logfilesize = 1234; }
 
-using AsnTraceFlag = NS_TEST::AsnDumpTest;
+    // Reads the flag from `store`, which is asked or not; a failure is reported.
+    void ExpectRead(NS_TEST::ScriptedConfigItems& store, bool on, bool asked, bool failed) {
+        NS_REFERENCE_HOST::SetConfigItems(&store);
+        Diagnostics().Forget();
+        settings_.logfilesize = 1234;
+        const size_t before = store.Asked().size();
+        EXPECT_EQ(ReadAsnTraceFlag(settings_), on);
+        EXPECT_EQ(store.Asked().size() - before, asked ? 1u : 0u);
+        EXPECT_EQ(settings_.logfilesize, failed ? 4194304u : 1234u);
+        if (failed) {
+            EXPECT_THAT(Diagnostics().Printed(), ElementsAre(IsDiagnostic(1, "logimpl", kFailure)));
+        } else {
+            EXPECT_THAT(Diagnostics().Printed(), IsEmpty());
+        }
+    }
+};
+
+TEST_F(AsnTraceFlag, IsAskedForUntilItIsNotZeroAndThenRemembered) {
+    NS_TEST::ScriptedConfigItems missing;
+    ExpectRead(store_, false, true, false);
+    ExpectRead(missing, false, true, true);
+    ExpectRead(missing, false, true, true);
+    store_.Set(kItem, "-2147483648");
+    ExpectRead(store_, true, true, false);
+    store_.Set(kItem, "0");
+    ExpectRead(store_, true, false, false);
+    ExpectRead(missing, true, false, false);
+    EXPECT_THAT(store_.Asked(), ElementsAre(kItem, kItem));
+}
 
 class AsnTraceFlagOfEither : public NS_TEST::EachAsnOperation {
   protected:
-    // What is echoed while the message is dumped.
-    std::string Echoed(ScriptedMessage message) {
+    // What is echoed while a text is dumped.
+    std::string Echoed(const std::string& text) {
         const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-        DumpWith(logger_, message);
+        EXPECT_EQ(Dumped(TextMessage(text)), text);
         return output.Text();
     }
 };
 QV_FOR_EACH_ASN_OPERATION(AsnTraceFlagOfEither);
 
-TEST_F(AsnTraceFlag, IsOffForZeroAndAsksAgainTheNextTime) {
-    settings_.logfilesize = 1234;
-    EXPECT_FALSE(ReadAsnTraceFlag(settings_));
-    EXPECT_FALSE(ReadAsnTraceFlag(settings_));
-    EXPECT_THAT(store_.Asked(), ElementsAre(kItem, kItem));
-    EXPECT_EQ(settings_.logfilesize, 1234u);
-    EXPECT_THAT(Proxy().Printed(), IsEmpty());
-}
-
-TEST_F(AsnTraceFlag, RemembersAValueOtherThanZeroForGood) {
-    settings_.logfilesize = 1234;
-    store_.Set(kItem, "1");
-    EXPECT_TRUE(ReadAsnTraceFlag(settings_));
-    store_.Set(kItem, "0");
-    EXPECT_TRUE(ReadAsnTraceFlag(settings_));
-    MissingItem missing;
-    NS_REFERENCE_HOST::SetConfigItems(&missing);
-    EXPECT_TRUE(ReadAsnTraceFlag(settings_));
-    EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
-    EXPECT_THAT(missing.Asked(), IsEmpty());
-    EXPECT_EQ(settings_.logfilesize, 1234u);
-    EXPECT_THAT(Proxy().Printed(), IsEmpty());
-}
-
-TEST_F(AsnTraceFlag, IsOnForANegativeValue) {
-    store_.Set(kItem, "-2147483648");
-    EXPECT_TRUE(ReadAsnTraceFlag(settings_));
-}
-
-TEST_F(AsnTraceFlag, ReportsAFailingReadUnderAnotherItemAndResetsTheFileSize) {
-    MissingItem missing;
-    NS_REFERENCE_HOST::SetConfigItems(&missing);
-    settings_.logfilesize = 1234;
-    EXPECT_FALSE(ReadAsnTraceFlag(settings_));
-    EXPECT_EQ(settings_.logfilesize, 4194304u);
-    EXPECT_THAT(Proxy().Printed(), ElementsAre(IsDiagnostic(1, "logimpl", kFailure)));
-}
-
-TEST_F(AsnTraceFlag, CanBeReadAfterAFailure) {
-    MissingItem missing;
-    NS_REFERENCE_HOST::SetConfigItems(&missing);
-    EXPECT_FALSE(ReadAsnTraceFlag(settings_));
-    EXPECT_FALSE(ReadAsnTraceFlag(settings_));
-    EXPECT_THAT(Proxy().Texts(), ElementsAre(kFailure, kFailure));
-    missing.Set(kItem, "3");
-    EXPECT_TRUE(ReadAsnTraceFlag(settings_));
-    EXPECT_EQ(Proxy().Texts().size(), 2u);
-}
-
-TEST_P(AsnTraceFlagOfEither, IsReadByTheFirstDumpAndNeverAgain) {
-    EXPECT_EQ(Echoed(TextMessage("one")), "");
-    store_.Set(kItem, "1");
-    EXPECT_EQ(Echoed(TextMessage("two")), "");
+// A later change has no effect until the agent starts again.
+TEST_P(AsnTraceFlagOfEither, IsReadOnceByTheFirstDumpsOfAnyLoggersAndThreads) {
     NS_TEST::RecordingLogger other("c", "d", "corbasys", settings_, channels_);
-    ScriptedMessage message = TextMessage("three");
-    DumpWith(other, message);
-    EXPECT_EQ(Echoed(TextMessage("four")), "");
-    EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
-}
-
-TEST_P(AsnTraceFlagOfEither, StaysOnWhenTheItemIsSwitchedOffLater) {
+    NS_TEST::OnThreads(8, [&](int number) {
+        ScriptedMessage message = TextMessage("text");
+        DumpBy(GetParam(), number % 2 == 0 ? logger_ : other, message);
+    });
+    EXPECT_EQ(logger_.Calls().size() + other.Calls().size(), 8u);
     store_.Set(kItem, "1");
-    EXPECT_EQ(Echoed(TextMessage("one")), EchoHeader() + "one");
-    store_.Set(kItem, "0");
-    EXPECT_EQ(Echoed(TextMessage("two")), EchoHeader() + "two");
+    EXPECT_EQ(Echoed("later"), "");
     EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
 }
 
-TEST_P(AsnTraceFlagOfEither, IsReadByTheFirstDumpThatIsNotSwitchedOff) {
+TEST_P(AsnTraceFlagOfEither, IsReadByTheFirstDumpThatIsNotSwitchedOffAndStaysOn) {
     settings_.bEnableAsnLog = 0;
-    EXPECT_EQ(Echoed(TextMessage("one")), "");
+    ScriptedMessage message = TextMessage("off");
+    Dump(message);
     store_.Set(kItem, "1");
-    EXPECT_EQ(Echoed(TextMessage("two")), "");
+    Dump(message);
     EXPECT_THAT(store_.Asked(), IsEmpty());
     settings_.bEnableAsnLog = 1;
-    EXPECT_EQ(Echoed(TextMessage("three")), EchoHeader() + "three");
+    EXPECT_EQ(Echoed("one"), EchoOf("one"));
+    store_.Set(kItem, "0");
+    EXPECT_EQ(Echoed("two"), EchoOf("two"));
     EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
 }
 
-TEST_P(AsnTraceFlagOfEither, IsReadBeforeTheMessageIsPrinted) {
-    size_t askedBefore = 0;
-    ScriptedMessage message(nullptr,
-                            [&](std::ostream& /*out*/) { askedBefore = store_.Asked().size(); });
-    DumpWith(logger_, message);
-    EXPECT_EQ(askedBefore, 1u);
+// Whoever answers for the configuration may dump messages of its own, or wait for who does.
+TEST_P(AsnTraceFlagOfEither, IsReadBeforeTheDumpTakesItsTurn) {
+    const auto other = GetParam() == AsnOperation::kPrintAsn ? AsnOperation::kLogAsnTrace
+                                                             : AsnOperation::kPrintAsn;
+    NS_TEST::RecordingLogger otherLogger("c", "d", "corbasys", settings_, channels_);
+    ScriptedMessage message = TextMessage("one");
+    std::future<void> otherDump;
+    std::atomic<bool> asked{false};
+    store_.OnAsked(kItem, [&] {
+        if (!asked.exchange(true)) {
+            otherDump = std::async(std::launch::async, [&] {
+                ScriptedMessage otherMessage = TextMessage("other");
+                DumpBy(other, otherLogger, otherMessage);
+            });
+            EXPECT_EQ(otherDump.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+        }
+    });
+    Dump(message);
+    otherDump.get();
+    EXPECT_THAT(store_.Asked(), ElementsAre(kItem, kItem));
 }
 
 TEST_P(AsnTraceFlagOfEither, StaysOffWhenTheReadFails) {
-    MissingItem missing;
+    NS_TEST::ScriptedConfigItems missing;
     NS_REFERENCE_HOST::SetConfigItems(&missing);
-    settings_.logfilesize = 1234;
-    EXPECT_EQ(Echoed(TextMessage("one")), "");
-    EXPECT_EQ(logger_.LastText(), "one");
-    EXPECT_EQ(settings_.logfilesize, 4194304u);
-    EXPECT_THAT(Proxy().Printed(), ElementsAre(IsDiagnostic(1, "logimpl", kFailure)));
-    missing.Set(kItem, "1");
-    settings_.logfilesize = 1234;
-    EXPECT_EQ(Echoed(TextMessage("two")), "");
-    EXPECT_EQ(settings_.logfilesize, 1234u);
-    EXPECT_THAT(missing.Asked(), ElementsAre(kItem));
-    EXPECT_EQ(Proxy().Printed().size(), 1u);
+    for (int dump = 0; dump < 2; ++dump) {
+        EXPECT_EQ(Echoed("text"), "");
+        EXPECT_THAT(missing.Asked(), ElementsAre(kItem));
+        EXPECT_THAT(Diagnostics().Texts(), ElementsAre(kFailure));
+        missing.Set(kItem, "1");
+    }
 }
 
 // Nothing has been printed or logged yet then, and no other dump is held up.
 TEST_P(AsnTraceFlagOfEither, IsReadAgainAfterTheStoreWasOutOfReach) {
     store_.OnAsked(kItem, &NS_TEST::RaiseStoreOutOfReach);
     ScriptedMessage message = TextMessage("one");
-    EXPECT_THROW(DumpWith(logger_, message), NS_BUNDLEMGR1::InterfaceNotExistException);
+    EXPECT_THROW(Dump(message), NS_BUNDLEMGR1::InterfaceNotExistException);
     EXPECT_EQ(message.printed, 0);
     EXPECT_THAT(logger_.Calls(), IsEmpty());
     store_.OnAsked(kItem, [] {});
     store_.Set(kItem, "1");
-    EXPECT_EQ(Echoed(TextMessage("two")), EchoHeader() + "two");
+    EXPECT_EQ(Echoed("two"), EchoOf("two"));
     EXPECT_EQ(PrintedByAnotherThread("three"), "three");
 }
 
-TEST_P(AsnTraceFlagOfEither, IsReadOnceByManyFirstDumpsAtOnce) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
-            ScriptedMessage message = TextMessage("text");
-            DumpWith(logger_, message);
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
-    EXPECT_EQ(logger_.Calls().size(), 8u);
-}
-
+// With level 3 off too.
 TEST_F(AsnTraceFlag, IsReadByEachOperationForItself) {
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    EXPECT_EQ(Printed(TextMessage("one")), "one");
+    Printed(TextMessage("one"));
     store_.Set(kItem, "1");
-    EXPECT_EQ(Traced(TextMessage("two")), "two");
-    EXPECT_EQ(Printed(TextMessage("three")), "three");
+    EXPECT_EQ(Repeated(), "one");
+    Printed(TextMessage("two"));
     EXPECT_THAT(store_.Asked(), ElementsAre(kItem, kItem));
-    EXPECT_EQ(output.Text(), EchoHeader() + "two");
+    EXPECT_EQ(output.Text(), EchoOf("one"));
 }
 
 TEST_F(AsnTraceFlag, ThatOneOperationReadAsOnIsOnForTheOther) {
@@ -195,23 +172,7 @@ TEST_F(AsnTraceFlag, ThatOneOperationReadAsOnIsOnForTheOther) {
     store_.Set(kItem, "0");
     Printed(TextMessage("two"));
     EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
-    EXPECT_EQ(output.Text(), EchoHeader() + "one" + EchoHeader() + "two");
-}
-
-TEST_F(AsnTraceFlag, FailsOnceForEachOperation) {
-    MissingItem missing;
-    NS_REFERENCE_HOST::SetConfigItems(&missing);
-    for (int i = 0; i < 3; ++i) {
-        Printed(TextMessage("one"));
-        Traced(TextMessage("two"));
-    }
-    EXPECT_THAT(Proxy().Texts(), ElementsAre(kFailure, kFailure));
-}
-
-TEST_F(AsnTraceFlag, IsReadEvenWhenLevelThreeIsOff) {
-    logger_.DisableLevel(3);
-    Traced(TextMessage("text"));
-    EXPECT_THAT(store_.Asked(), ElementsAre(kItem));
+    EXPECT_EQ(output.Text(), EchoOf("one") + EchoOf("two"));
 }
 
 class AsnEcho : public NS_TEST::EachAsnOperation {
@@ -220,63 +181,42 @@ class AsnEcho : public NS_TEST::EachAsnOperation {
 };
 QV_FOR_EACH_ASN_OPERATION(AsnEcho);
 
-using AsnTraceEcho = NS_TEST::AsnDumpTest;
+using AsnTraceEcho = AsnTraceFlag;
 
 TEST_P(AsnEcho, ShowsTheThreadAndTheWholeDump) {
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    const std::string text = NS_TEST::LongText(4000000) + "\nend";
-    Dumped(TextMessage("100 %s %n %d\n"));
-    Dumped(TextMessage(text));
-    Dumped(TextMessage(""));
-    const std::string expected =
-        EchoHeader() + "100 %s %n %d\n" + EchoHeader() + text + EchoHeader();
+    std::string expected;
+    for (const std::string& text :
+         {std::string("100 %s %n %d\n"), NS_TEST::LongText(4000000) + "\nend", std::string()}) {
+        Dumped(TextMessage(text));
+        expected += EchoOf(text);
+    }
+    const std::string own = EchoOf("of another thread");
+    std::thread([&] {
+        Dumped(TextMessage("of another thread"));
+        EXPECT_NE(EchoOf("of another thread"), own);
+        expected += EchoOf("of another thread");
+    }).join();
     EXPECT_TRUE(output.Text() == expected) << output.Text().substr(0, 200);
 }
 
-TEST_P(AsnEcho, NamesTheThreadThatDumps) {
+TEST_P(AsnEcho, ComesAfterTheRecordUnlessLogThrows) {
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    std::string header;
-    std::thread thread([&] {
-        header = EchoHeader();
-        Dumped(TextMessage("text"));
-    });
-    thread.join();
-    EXPECT_EQ(output.Text(), header + "text");
-    EXPECT_NE(header, EchoHeader());
-}
-
-TEST_P(AsnEcho, ComesAfterTheRecord) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    std::string echoedBefore = "?";
-    logger_.onLog = [&] { echoedBefore = output.Text(); };
-    Dumped(TextMessage("text"));
-    EXPECT_EQ(echoedBefore, "");
-    EXPECT_EQ(output.Text(), EchoHeader() + "text");
-}
-
-TEST_P(AsnEcho, DoesNotComeWhenLogThrows) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    logger_.onLog = [] { throw 1; };
     ScriptedMessage message = TextMessage("text");
-    EXPECT_THROW(DumpWith(logger_, message), int);
-    EXPECT_EQ(output.Text(), "");
-}
-
-TEST_F(AsnTraceEcho, IsMasked) {
-    store_.Set(kItem, "1");
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    Traced(TextMessage("QAsnGetNEInfoRsp", "NEPwd = \"abcd\""));
-    EXPECT_EQ(output.Text(), EchoHeader() + "NEPwd = \"****\"");
+    logger_.onLog = [] { throw 1; };
+    EXPECT_THROW(Dump(message), int);
+    logger_.onLog = [&] { EXPECT_EQ(output.Text(), ""); };
+    Dump(message);
+    EXPECT_EQ(output.Text(), EchoOf("text"));
 }
 
 // The echo shows what was logged, so with level 3 off it is the previous dump as well.
-TEST_F(AsnTraceEcho, RepeatsThePreviousDumpWithLevelThreeOff) {
+TEST_F(AsnTraceEcho, IsMaskedAndRepeated) {
     store_.Set(kItem, "1");
     const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    Traced(TextMessage("one"));
-    logger_.DisableLevel(3);
-    Traced(TextMessage("two"));
-    EXPECT_EQ(output.Text(), EchoHeader() + "one" + EchoHeader() + "one");
+    Traced(TextMessage("QAsnGetNEInfoRsp", "NEPwd = \"abcd\""));
+    Repeated();
+    EXPECT_EQ(output.Text(), EchoOf("NEPwd = \"****\"") + EchoOf("NEPwd = \"****\""));
 }
 
 }  // namespace

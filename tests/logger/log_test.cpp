@@ -1,15 +1,13 @@
 // What becomes of a record: written, queued, or kept back.
 #include <climits>
 
-#include "bundlemgr/logsupport.h"
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
 
 using NS_LOG_SERVICE1::LevelSwitches;
 using NS_LOG_SERVICE1::Logger;
 using NS_TEST::DumpedLine;
 using NS_TEST::DumpFrame;
 using NS_TEST::Frame;
-using NS_TEST::ThreadText;
 
 namespace {
 
@@ -22,32 +20,42 @@ class Log : public NS_TEST::ManagerTest {
     static void Write(Logger& logger, int level, const std::string& text) {
         logger.Log("f.cpp", "Run", 7, level, text);
     }
-    static uint64_t Cached() {
-        return Manager().Channels().Find("debug")->Statistics().keptBack.Get();
-    }
-    static uint64_t Queued() {
-        return Manager().Channels().Find("debug")->Statistics().queued.Get();
+    // How many records wait in the channel's queue and in its cache.
+    static void ExpectWaiting(uint64_t queued, uint64_t cached) {
+        const auto& statistics = Manager().Channels().Find("debug")->Statistics();
+        EXPECT_EQ(statistics.queued.Get(), queued);
+        EXPECT_EQ(statistics.keptBack.Get(), cached);
     }
 };
 
 TEST_F(Log, WritesARecordOfALevelThatIsOn) {
     Logger& logger = LoggerWith(0b1110);
-    Write(logger, 1, "one");
-    EXPECT_EQ(Written("debug"), Frame(1, 1, "one"));
-    Write(logger, 2, "two");
-    Write(logger, 3, "three");
-    EXPECT_EQ(Written("debug"), Frame(1, 1, "one") + Frame(2, 2, "two") + Frame(3, 3, "three"));
-    EXPECT_EQ(Cached(), 0u);
+    std::string expected;
+    for (const int level : {1, 2, 3}) {
+        Write(logger, level, "text");
+        expected += Frame(static_cast<unsigned>(level), level, "text");
+        EXPECT_EQ(Written("debug"), expected);
+    }
+    ExpectWaiting(0, 0);
 }
 
 TEST_F(Log, KeepsBackARecordOfALevelThatIsOff) {
-    Logger& logger = LoggerWith(0b1101);
-    Write(logger, 1, "kept back");
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
-    EXPECT_EQ(Cached(), 1u);
-    Write(logger, 0, "trigger");
-    EXPECT_EQ(Written("debug"), DumpFrame(1, "trigger", DumpedLine(1, "kept back")));
-    EXPECT_EQ(Cached(), 0u);
+    for (const uint32_t mode : {0u, 1u}) {
+        Manager().outputmode = mode;
+        Logger& logger = LoggerWith(0);
+        logger.DisableLevel(0);
+        Write(logger, 1, "kept back");
+        Write(logger, 0, "no trigger");
+        ExpectWaiting(0, 2);
+        logger.EnableLevel(0);
+        Write(logger, 0, "trigger");
+        EXPECT_THAT(
+            Written("debug"),
+            testing::EndsWith(DumpFrame(mode + 1, "trigger",
+                                        DumpedLine(1, "kept back") + DumpedLine(0, "no trigger"))));
+        ExpectWaiting(0, 0);
+    }
+    EXPECT_EQ(NS_TEST::ParseLogDirectory(Path("log")).size(), 3u);
 }
 
 TEST_F(Log, TakesALevelAboveThreeAsThree) {
@@ -62,8 +70,7 @@ TEST_F(Log, TakesALevelAboveThreeAsThree) {
     logger.DisableLevel(3);
     Write(logger, 5, "kept back");
     Write(logger, INT_MAX, "kept back too");
-    EXPECT_EQ(Written("debug"), expected);
-    EXPECT_EQ(Cached(), 2u);
+    ExpectWaiting(0, 2);
     Write(logger, 0, "trigger");
     EXPECT_EQ(Written("debug"),
               expected + DumpFrame(++number, "trigger",
@@ -73,35 +80,12 @@ TEST_F(Log, TakesALevelAboveThreeAsThree) {
 TEST_F(Log, AlwaysWritesANegativeLevel) {
     Logger& logger = LoggerWith(0);
     Write(logger, -1, "dump");
+    Write(logger, -2, "short");
     Write(logger, -5, "minus five");
     Write(logger, INT_MIN, "least");
-    EXPECT_EQ(Written("debug"),
-              Frame(1, -1, "dump") + Frame(2, -5, "minus five") + Frame(3, INT_MIN, "least"));
-    EXPECT_EQ(Cached(), 0u);
-}
-
-TEST_F(Log, WritesAShortRecordOnOneLineAndUsesUpANumber) {
-    Logger& logger = LoggerWith(0);
-    Write(logger, -1, "first");
-    Write(logger, -2, "short");
-    Write(logger, -1, "third");
-    EXPECT_EQ(Written("debug"), Frame(1, -1, "first") + "STAMP,short\n" + Frame(3, -1, "third"));
-}
-
-TEST_F(Log, WritesAnEmptyDumpAroundALevelZeroRecord) {
-    Logger& logger = LoggerWith(0b0001);
-    Write(logger, 0, "trigger");
-    EXPECT_EQ(Written("debug"), DumpFrame(1, "trigger"));
-}
-
-TEST_F(Log, KeepsBackALevelZeroRecordThatIsOff) {
-    Logger& logger = LoggerWith(0);
-    Write(logger, 0, "no trigger");
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
-    EXPECT_EQ(Cached(), 1u);
-    logger.EnableLevel(0);
-    Write(logger, 0, "trigger");
-    EXPECT_EQ(Written("debug"), DumpFrame(1, "trigger", DumpedLine(0, "no trigger")));
+    EXPECT_EQ(Written("debug"), Frame(1, -1, "dump") + "STAMP,short\n" +
+                                    Frame(3, -5, "minus five") + Frame(4, INT_MIN, "least"));
+    ExpectWaiting(0, 0);
 }
 
 TEST_F(Log, DecidesByTheLoggersOwnSwitches) {
@@ -111,18 +95,18 @@ TEST_F(Log, DecidesByTheLoggersOwnSwitches) {
     Write(logger, 1, "on here");
     Write(logger, 2, "off here");
     EXPECT_EQ(Written("debug"), Frame(1, 1, "on here"));
-    EXPECT_EQ(Cached(), 1u);
+    ExpectWaiting(0, 1);
 }
 
 TEST_F(Log, DumpsWhatAnyLoggerOfTheCategoryKeptBack) {
     Logger& logger = LoggerWith(0);
-    Logger& other = *Manager().GetLogger("other", "", "debug");
-    Logger& elsewhere = *Manager().GetLogger("a", "b", "corbasys");
-    Write(other, 2, "from the other");
-    Write(elsewhere, 2, "of another category");
+    Write(*Manager().GetLogger("other", "", "debug"), 2, "from the other");
+    Write(*Manager().GetLogger("a", "b", "corbasys"), 2, "of another category");
     logger.EnableLevel(0);
     Write(logger, 0, "trigger");
-    EXPECT_EQ(Written("debug"), DumpFrame(1, "trigger", DumpedLine(2, "from the other")));
+    Write(logger, 0, "nothing left");
+    EXPECT_EQ(Written("debug"), DumpFrame(1, "trigger", DumpedLine(2, "from the other")) +
+                                    DumpFrame(2, "nothing left"));
     EXPECT_TRUE(Files("corbasys").empty());
 }
 
@@ -131,62 +115,16 @@ TEST_F(Log, QueuesInEveryModeButZero) {
     uint64_t queued = 0;
     for (const uint32_t mode : {1u, 2u, UINT_MAX}) {
         Manager().outputmode = mode;
-        Write(logger, 1, "text");
-        Write(logger, -1, "text");
-        Write(logger, -2, "text");
-        queued += 3;
-        EXPECT_EQ(Queued(), queued);
-        EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+        for (const int level : {1, -1, -2}) {
+            Write(logger, level, "text");
+            ExpectWaiting(++queued, 0);
+        }
     }
+    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
     Manager().outputmode = 0;
     Write(logger, 1, "direct");
     EXPECT_EQ(Written("debug"), Frame(1, 1, "direct"));
-    EXPECT_EQ(Queued(), queued);
-}
-
-TEST_F(Log, WritesTheQueueInFrontOfALevelZeroRecord) {
-    Logger& logger = LoggerWith(0b0011);
-    Manager().outputmode = 1;
-    Write(logger, 1, "queued");
-    Write(logger, -2, "short");
-    Write(logger, 2, "kept back");
-    EXPECT_EQ(Queued(), 2u);
-    EXPECT_EQ(Cached(), 1u);
-    Write(logger, 0, "trigger");
-    EXPECT_EQ(Written("debug"), Frame(1, 1, "queued") + "STAMP,short\n" +
-                                    DumpFrame(3, "trigger", DumpedLine(2, "kept back")));
-    EXPECT_EQ(Queued(), 0u);
-    EXPECT_EQ(Cached(), 0u);
-}
-
-TEST_F(Log, KeepsBackInQueuedModeToo) {
-    Logger& logger = LoggerWith(0);
-    Manager().outputmode = 1;
-    Write(logger, 1, "kept back");
-    EXPECT_EQ(Queued(), 0u);
-    EXPECT_EQ(Cached(), 1u);
-}
-
-// Records hold their own copies; the caller's texts may change.
-TEST_F(Log, KeepsCopiesOfTheCallersTexts) {
-    Logger& logger = LoggerWith(0b0011);
-    Manager().outputmode = 1;
-    {
-        std::string file(300, 'f');
-        std::string function(300, 'g');
-        std::string text(300, 't');
-        logger.Log(file, function, 7, 1, text);
-        logger.Log(file, function, 7, 2, text);
-        file.assign(300, 'x');
-        function.assign(300, 'x');
-        text.assign(300, 'x');
-    }
-    logger.Log("f.cpp", "Run", 7, 0, "trigger");
-    const std::string head =
-        ", File: " + std::string(300, 'f') + " Func:" + std::string(300, 'g') + " Line:7\n Detail";
-    EXPECT_THAT(Written("debug"), testing::HasSubstr("DL:1" + head + ": " + std::string(300, 't')));
-    EXPECT_THAT(Written("debug"),
-                testing::HasSubstr("DL:2" + head + " : " + std::string(300, 't')));
+    ExpectWaiting(queued, 0);
 }
 
 TEST_F(Log, LosesRecordsSilentlyWithoutAChannel) {

@@ -1,24 +1,21 @@
 // Alarms as records.
 #include <json/json.h>
 
-#include <stdexcept>
+#include <sstream>
 
-#include "manager/managertest.h"
+#include "logger/recordinglogger.h"
+#include "manager/managerfixture.h"
 
 using NS_LOG_SERVICE1::LevelSwitches;
 using NS_LOG_SERVICE1::Logger;
 using NS_TEST::Frame;
+using testing::ElementsAre;
 
 namespace {
 
 Json::Value Parse(const std::string& text) {
     Json::Value value;
-    std::string errors;
-    Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) {
-        throw std::runtime_error(errors);
-    }
+    std::istringstream(text) >> value;
     return value;
 }
 
@@ -32,42 +29,31 @@ class LogAlarm : public NS_TEST::ManagerTest {
     }
 
     void Write(const Json::Value& alarms) { logger_->LogAlarm("f.cpp", "Run", 7, alarms); }
-    std::string Written() const { return ManagerTest::Written("corba_alarm"); }
-    static uint64_t Cached() {
-        return Manager().Channels().Find("corba_alarm")->Statistics().keptBack.Get();
-    }
-    void ExpectNothing() const {
-        EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
-        EXPECT_EQ(Cached(), 0u);
+
+    // The alarms with these texts are all that is written, and none waits to be.
+    void ExpectAlarms(const std::vector<std::string>& texts) {
+        std::string expected;
+        for (const std::string& text : texts) {
+            expected += Frame(++number_, 3, "\n RestAlarm:" + text + "\n");
+        }
+        written_ += expected;
+        EXPECT_EQ(Written("corba_alarm"), written_);
+        const auto& statistics = Manager().Channels().Find("corba_alarm")->Statistics();
+        EXPECT_EQ(statistics.keptBack.Get() + statistics.queued.Get(), 0u);
     }
 
     Logger* logger_;
+    unsigned number_ = 0;
+    std::string written_;
 };
 
-TEST_F(LogAlarm, WritesARecordForEachElement) {
-    Write(Parse(R"([{"id":1,"text":"one"},{"id":2},{"id":3}])"));
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:{\"id\":1,\"text\":\"one\"}\n") +
-                             Frame(2, 3, "\n RestAlarm:{\"id\":2}\n") +
-                             Frame(3, 3, "\n RestAlarm:{\"id\":3}\n"));
-}
-
-TEST_F(LogAlarm, WritesOneRecordForOneElement) {
+TEST_F(LogAlarm, WritesARecordForEachElementWhateverItsKind) {
+    Write(Parse(R"([{"id":1,"text":"one"},{"id":2}])"));
+    ExpectAlarms({R"({"id":1,"text":"one"})", R"({"id":2})"});
     Write(Parse("[{}]"));
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:{}\n"));
-}
-
-TEST_F(LogAlarm, WritesNothingForAnEmptyArray) {
-    Write(Parse("[]"));
-    ExpectNothing();
-}
-
-TEST_F(LogAlarm, WritesElementsOfAnyKind) {
+    ExpectAlarms({"{}"});
     Write(Parse(R"([null, true, -5, 1.5, "text", [1,[2]], {"b":1,"a":{"c":null}}])"));
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:null\n") + Frame(2, 3, "\n RestAlarm:true\n") +
-                             Frame(3, 3, "\n RestAlarm:-5\n") + Frame(4, 3, "\n RestAlarm:1.5\n") +
-                             Frame(5, 3, "\n RestAlarm:\"text\"\n") +
-                             Frame(6, 3, "\n RestAlarm:[1,[2]]\n") +
-                             Frame(7, 3, "\n RestAlarm:{\"a\":{\"c\":null},\"b\":1}\n"));
+    ExpectAlarms({"null", "true", "-5", "1.5", "\"text\"", "[1,[2]]", R"({"a":{"c":null},"b":1})"});
 }
 
 TEST_F(LogAlarm, WritesEachElementOnOneLineOfAscii) {
@@ -76,122 +62,71 @@ TEST_F(LogAlarm, WritesEachElementOnOneLineOfAscii) {
     alarms.append("\xC3\xBC\xE4\xB8\xAD");
     alarms.append("</1>\n\n<2>");
     Write(alarms);
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:\"line\\nbreak\\ttab\\\"quote\\\\\"\n") +
-                             Frame(2, 3, "\n RestAlarm:\"\\u00fc\\u4e2d\"\n") +
-                             Frame(3, 3, "\n RestAlarm:\"</1>\\n\\n<2>\"\n"));
+    ExpectAlarms({R"("line\nbreak\ttab\"quote\\")", R"("\u00fc\u4e2d")", R"("</1>\n\n<2>")"});
 }
 
-TEST_F(LogAlarm, DoesNothingWhileAsnMessagesAreNotLogged) {
+TEST_F(LogAlarm, WritesNothingForValuesThatHoldNoElements) {
+    for (const char* alarms : {"[]", "null", "\"text\"", "5", "true", "1.5", "{}"}) {
+        Write(Parse(alarms));
+        ExpectAlarms({});
+    }
+    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+}
+
+// Off, it does not even look at the alarms, whose size would throw, nor keeps them back.
+TEST_F(LogAlarm, IsGovernedByTheSwitchForAsnMessagesAndTheLoggersOwnLevelThree) {
+    const auto expectOff = [this] {
+        Write(Parse("[1,2,3]"));
+        Write(Parse(R"({"id":1})"));
+        ExpectAlarms({});
+    };
     Manager().bEnableAsnLog = 0;
-    Write(Parse("[1,2,3]"));
-    ExpectNothing();
-}
-
-TEST_F(LogAlarm, TakesEveryValueButZeroAsOn) {
+    expectOff();
     Manager().bEnableAsnLog = 0x80000000u;
-    Write(Parse("[1]"));
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:1\n"));
-}
-
-TEST_F(LogAlarm, DoesNotEvenKeepBackAnAlarmWhoseLevelIsOff) {
     logger_->DisableLevel(3);
-    Write(Parse("[1,2,3]"));
-    ExpectNothing();
-    logger_->EnableLevel(0);
-    logger_->EnableLevel(1);
-    logger_->EnableLevel(2);
-    Write(Parse("[1,2,3]"));
-    ExpectNothing();
-}
-
-TEST_F(LogAlarm, LooksAtTheLoggersOwnSwitch) {
-    Manager().levelSwitches = LevelSwitches(0b0111);
-    Write(Parse("[1]"));
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:1\n"));
+    expectOff();
+    for (const unsigned int level : {0u, 1u, 2u}) {
+        logger_->EnableLevel(level);
+    }
     Manager().levelSwitches = LevelSwitches(0b1111);
-    logger_->DisableLevel(3);
-    Write(Parse("[2]"));
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:1\n"));
+    expectOff();
+    Manager().levelSwitches = LevelSwitches(0b0111);
+    logger_->EnableLevel(3);
+    Write(Parse("[4]"));
+    ExpectAlarms({"4"});
 }
 
 TEST_F(LogAlarm, QueuesInQueuedMode) {
     Manager().outputmode = 1;
     Write(Parse("[1,2]"));
-    ExpectNothing();
+    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
     Manager().FlushAll();
-    EXPECT_EQ(Written(), Frame(1, 3, "\n RestAlarm:1\n") + Frame(2, 3, "\n RestAlarm:2\n"));
-}
-
-TEST_F(LogAlarm, TakesValuesThatHoldNoElementsAsEmpty) {
-    for (const Json::Value& alarms :
-         {Json::Value(), Json::Value("text"), Json::Value(5), Json::Value(true), Json::Value(1.5),
-          Json::Value(Json::objectValue)}) {
-        Write(alarms);
-    }
-    ExpectNothing();
+    ExpectAlarms({"1", "2"});
 }
 
 TEST_F(LogAlarm, PassesOnWhatTheJsonLibraryThrows) {
     EXPECT_THROW(Write(Parse(R"({"id":1})")), Json::LogicError);
-    ExpectNothing();
-    EXPECT_TRUE(NS_TEST::EndsOnAnotherThread([this] { Write(Parse("[1]")); }));
-    EXPECT_EQ(Cached(), 0u);
-    EXPECT_THAT(Written(), testing::HasSubstr(" Detail: \n RestAlarm:1\n"));
+    ExpectAlarms({});
+    Write(Parse("[1]"));
+    ExpectAlarms({"1"});
 }
 
-TEST_F(LogAlarm, LooksAtNothingWhileItIsOff) {
-    Manager().bEnableAsnLog = 0;
-    Write(Parse(R"({"id":1})"));
-    Manager().bEnableAsnLog = 1;
-    logger_->DisableLevel(3);
-    Write(Parse(R"({"id":1})"));
-    ExpectNothing();
-}
-
-// Changes the array from inside Log.
-class ChangingLogger : public Logger {
-  public:
-    ChangingLogger(NS_LOG_SERVICE1::LogMgr& manager, Json::Value& alarms)
-        : Logger("c", "d", "corba_alarm", manager, manager.Channels()), alarms_(alarms) {}
-
-    void Log(const std::string& file, const std::string& function, unsigned int line, int level,
-             const std::string& text) override {
-        EXPECT_EQ(file, "f.cpp");
-        EXPECT_EQ(function, "Run");
-        EXPECT_EQ(line, 7u);
-        EXPECT_EQ(level, 3);
-        texts.push_back(text);
-        alarms_.resize(resizeTo);
+// What Log does to the array decides how it goes on.
+TEST_F(LogAlarm, CallsLogOfADerivedLoggerAndLooksAtTheSizeAgainBeforeEachElement) {
+    for (const Json::ArrayIndex size : {1u, 2u, 3u}) {
+        Json::Value alarms = Parse("[1,2]");
+        NS_TEST::RecordingLogger logger("c", "d", "debug", Manager(), Manager().Channels());
+        logger.onLog = [&] { alarms.resize(size); };
+        logger.LogAlarm("some file.cpp", "A::B", 4294967295u, alarms);
+        std::vector<NS_TEST::LoggedCall> expected;
+        for (const char* text : {"1", "2", "null"}) {
+            expected.push_back({"some file.cpp", "A::B", 4294967295u, 3,
+                                "\n RestAlarm:" + std::string(text) + "\n"});
+        }
+        expected.resize(size);
+        EXPECT_TRUE(logger.Calls() == expected) << size << ", " << logger.Calls().size();
     }
-
-    std::vector<std::string> texts;
-    Json::ArrayIndex resizeTo = 0;
-
-  private:
-    Json::Value& alarms_;
-};
-
-TEST_F(LogAlarm, HandsEachTextToLogAsADerivedClassHasIt) {
-    Json::Value alarms = Parse("[1,2]");
-    ChangingLogger logger(Manager(), alarms);
-    logger.resizeTo = 2;
-    logger.LogAlarm("f.cpp", "Run", 7, alarms);
-    EXPECT_THAT(logger.texts, testing::ElementsAre("\n RestAlarm:1\n", "\n RestAlarm:2\n"));
-    ExpectNothing();
-}
-
-TEST_F(LogAlarm, LooksAtTheSizeAgainBeforeEachElement) {
-    Json::Value alarms = Parse("[1,2,3]");
-    ChangingLogger shrinking(Manager(), alarms);
-    shrinking.resizeTo = 1;
-    shrinking.LogAlarm("f.cpp", "Run", 7, alarms);
-    EXPECT_THAT(shrinking.texts, testing::ElementsAre("\n RestAlarm:1\n"));
-
-    ChangingLogger growing(Manager(), alarms);
-    growing.resizeTo = 3;
-    growing.LogAlarm("f.cpp", "Run", 7, alarms);
-    EXPECT_THAT(growing.texts, testing::ElementsAre("\n RestAlarm:1\n", "\n RestAlarm:null\n",
-                                                    "\n RestAlarm:null\n"));
+    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
 }
 
 }  // namespace

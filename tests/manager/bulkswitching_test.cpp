@@ -1,300 +1,236 @@
-// Switching levels of many loggers, or of one, through the manager.
+// Switching levels of all loggers, or of one, through the manager.
 #include <cstdint>
+#include <functional>
+#include <future>
 #include <limits>
 #include <stdexcept>
 
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
+#include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::LevelSwitches;
 using NS_LOG_SERVICE1::Logger;
 using NS_LOG_SERVICE1::LogMgr;
 using NS_TEST::Diagnostics;
 using NS_TEST::EndsOnAnotherThread;
-using testing::AllOf;
-using testing::EndsWith;
-using testing::StartsWith;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
 
 namespace {
 
-// Refuses every level.
-class RefusingLogger : public Logger {
+constexpr uint32_t kLargest = std::numeric_limits<uint32_t>::max();
+
+// Remembers how its levels were switched, and may refuse to have them switched.
+class SwitchedLogger : public Logger {
   public:
-    RefusingLogger(const std::string& first, const std::string& second, const std::string& category)
-        : Logger(first, second, category, *LogMgr::Instance(), LogMgr::Instance()->Channels()) {}
-    bool EnableLevel(unsigned int) override {
-        ++asked_;
-        return false;
+    using Logger::Logger;
+
+    bool EnableLevel(unsigned int level) override {
+        return Note("+" + std::to_string(level)) && Logger::EnableLevel(level);
     }
-    bool DisableLevel(unsigned int) override {
-        ++asked_;
-        return false;
+    bool DisableLevel(unsigned int level) override {
+        return Note("-" + std::to_string(level)) && Logger::DisableLevel(level);
     }
-    int Asked() const { return asked_; }
+    bool EnableAllLevels() override { return Note("+all"); }
+    bool DisableAllLevels() override { return Note("-all"); }
+
+    std::vector<std::string> calls;
+    bool refuses = false;
+    std::function<void()> onSwitched;  // may throw
 
   private:
-    int asked_ = 0;
+    bool Note(const std::string& call) {
+        calls.push_back(call);
+        if (onSwitched) {
+            onSwitched();
+        }
+        return !refuses;
+    }
 };
 
 class BulkSwitching : public NS_TEST::ManagerTest {
   protected:
-    static RefusingLogger& AddRefusing(const std::string& first, const std::string& second,
-                                       const std::string& category) {
-        return static_cast<RefusingLogger&>(*Manager().Loggers().FindOrAdd(
-            {first, second, category},
-            [&] { return std::make_unique<RefusingLogger>(first, second, category); }));
+    // Adds a logger behind those that are there.
+    static SwitchedLogger& Add(const std::string& first, const std::string& second = "b",
+                               const std::string& category = "debug", bool refuses = false) {
+        auto& logger = static_cast<SwitchedLogger&>(
+            *Manager().Loggers().FindOrAdd({first, second, category}, [&] {
+                return std::make_unique<SwitchedLogger>(first, second, category, Manager(),
+                                                        Manager().Channels());
+            }));
+        logger.refuses = refuses;
+        return logger;
     }
-
+    static int SwitchAll(bool on, uint32_t level) {
+        return on ? Manager().EnableAllLogLevel(level) : Manager().DisableAllLogLevel(level);
+    }
     // Whether another thread can take the mutex of the logger list.
     static bool IsListFree() {
         return EndsOnAnotherThread([] { Manager().GetLogger("passes", "by", "debug"); });
     }
-
     static unsigned long Levels(const std::string& first) {
         return Manager().GetLogger(first, "b", "debug")->Levels().to_ulong();
     }
 };
 
-TEST_F(BulkSwitching, AnswersOneAndReportsNothingWithoutLoggers) {
-    for (const uint32_t level : {0u, 3u, 4u, std::numeric_limits<uint32_t>::max()}) {
-        EXPECT_EQ(Manager().EnableAllLogLevel(level), 1);
-        EXPECT_EQ(Manager().DisableAllLogLevel(level), 1);
-    }
-    EXPECT_TRUE(Diagnostics().Printed().empty());
-    EXPECT_TRUE(IsListFree());
-}
-
-TEST_F(BulkSwitching, ReachesEveryLogger) {
-    for (const char* first : {"one", "two", "three"}) {
-        Levels(first);
-    }
-    EXPECT_EQ(Manager().EnableAllLogLevel(2), 1);
-    EXPECT_EQ(Manager().EnableAllLogLevel(0), 1);
-    for (const char* first : {"one", "two", "three"}) {
-        EXPECT_EQ(Levels(first), 0b0101u) << first;
-    }
-    EXPECT_EQ(Manager().DisableAllLogLevel(2), 1);
-    for (const char* first : {"one", "two", "three"}) {
-        EXPECT_EQ(Levels(first), 0b0001u) << first;
-    }
-    EXPECT_TRUE(Diagnostics().Printed().empty());
-}
-
-TEST_F(BulkSwitching, LeavesTheGlobalSwitchesAlone) {
+TEST_F(BulkSwitching, ReachesEveryLoggerAndNoOtherLevelNorTheGlobalSwitches) {
+    EXPECT_EQ(SwitchAll(true, 4), 1) << "without any logger";
+    EXPECT_EQ(SwitchAll(false, kLargest), 1) << "without any logger";
     Manager().levelSwitches = LevelSwitches(0b0110);
     Levels("one");
-    Manager().EnableAllLogLevel(0);
-    Manager().DisableAllLogLevel(1);
+    SwitchedLogger& two = Add("two");
+    const auto switchAll = [](bool on, uint32_t level, unsigned long expected) {
+        EXPECT_EQ(SwitchAll(on, level), 1);
+        EXPECT_EQ(Levels("one"), expected);
+        EXPECT_EQ(Levels("two"), expected);
+    };
+    switchAll(true, 0, 0b0111);
+    switchAll(true, 0, 0b0111);
+    switchAll(false, 1, 0b0101);
+    switchAll(false, 1, 0b0101);
+    switchAll(true, 3, 0b1101);
+    EXPECT_THAT(two.calls, ElementsAre("+0", "+0", "-1", "-1", "+3"));
     EXPECT_EQ(Manager().levelSwitches.Get().to_ulong(), 0b0110u);
-    EXPECT_EQ(Levels("one"), 0b0101u);
     EXPECT_EQ(Levels("later"), 0b0110u);
+    EXPECT_THAT(Diagnostics().Printed(), IsEmpty());
 }
 
-TEST_F(BulkSwitching, ReportsARefusalToEnableAndGoesOn) {
-    Levels("before");
-    RefusingLogger& refusing = AddRefusing("bundle", "service", "corbaoper");
-    Levels("after");
-    EXPECT_EQ(Manager().EnableAllLogLevel(3), 1);
-    EXPECT_EQ(refusing.Asked(), 1);
-    EXPECT_EQ(Levels("before"), 0b1000u);
-    EXPECT_EQ(Levels("after"), 0b1000u);
-
-    const auto reports = Diagnostics().Printed();
-    ASSERT_EQ(reports.size(), 1u);
-    EXPECT_EQ(reports[0].level, 1);
-    EXPECT_EQ(reports[0].format,
-              "[LogMgr::EnableAllLogLevel] Disable %s, %s, %s, Level %d error\n");
-    EXPECT_THAT(reports[0].text,
-                AllOf(StartsWith("[LogMgr::EnableAllLogLevel] Disable bundle, service, corbaoper, "
-                                 "Level "),
-                      EndsWith(" error\n")));
-    EXPECT_EQ(reports[0].file, "logimpl");
-    EXPECT_GT(reports[0].line, 0);
-    EXPECT_TRUE(IsListFree());
-}
-
-TEST_F(BulkSwitching, ReportsARefusalToDisableAndGoesOn) {
-    Manager().levelSwitches = LevelSwitches(0b1111);
-    Levels("before");
-    RefusingLogger& refusing = AddRefusing("bundle", "service", "corbaoper");
-    Levels("after");
-    EXPECT_EQ(Manager().DisableAllLogLevel(1), 1);
-    EXPECT_EQ(refusing.Asked(), 1);
-    EXPECT_EQ(Levels("before"), 0b1101u);
-    EXPECT_EQ(Levels("after"), 0b1101u);
-
-    const auto reports = Diagnostics().Printed();
-    ASSERT_EQ(reports.size(), 1u);
-    EXPECT_EQ(reports[0].level, 1);
-    EXPECT_EQ(reports[0].format,
-              "[LogMgr::DisableAllLogLevel] Disable %s, %s, %s, Level %d error\n");
-    EXPECT_THAT(reports[0].text, StartsWith("[LogMgr::DisableAllLogLevel] Disable bundle, service, "
-                                            "corbaoper, Level "));
-    EXPECT_EQ(reports[0].file, "logimpl");
-}
-
-TEST_F(BulkSwitching, ReportsEachLoggerThatRefuses) {
-    AddRefusing("one", "", "debug");
-    AddRefusing("", "two", "corbasys");
-    AddRefusing("%s%n", "50%", "corba_alarm");
-    EXPECT_EQ(Manager().EnableAllLogLevel(0), 1);
-    const auto reports = Diagnostics().Printed();
-    ASSERT_EQ(reports.size(), 3u);
-    EXPECT_THAT(reports[0].text, StartsWith("[LogMgr::EnableAllLogLevel] Disable one, , debug, "));
-    EXPECT_THAT(reports[1].text, StartsWith("[LogMgr::EnableAllLogLevel] Disable , two, corbasys"));
-    EXPECT_THAT(reports[2].text, StartsWith("[LogMgr::EnableAllLogLevel] Disable %s%n, 50%, "));
-}
-
-TEST_F(BulkSwitching, EndsAtTheFirstLoggerForALevelWithoutASwitch) {
-    Levels("first");
-    RefusingLogger& second = AddRefusing("second", "", "debug");
-    for (const uint32_t level : {4u, 5u, std::numeric_limits<uint32_t>::max()}) {
-        EXPECT_THROW(Manager().EnableAllLogLevel(level), std::out_of_range);
-        EXPECT_TRUE(IsListFree());
-        EXPECT_THROW(Manager().DisableAllLogLevel(level), std::out_of_range);
+// Both reports say "Disable"; and the level is not among the values, so what stands in its place
+// means nothing.
+TEST_F(BulkSwitching, ReportsEachRefusalInOrderAndGoesOn) {
+    Manager().levelSwitches = LevelSwitches(0b0011);
+    SwitchedLogger& refusing = Add("bundle", "service", "corbaoper", true);
+    Levels("willing");
+    Add("%s%n", "50%", "corba_alarm", true);
+    for (const bool on : {true, false}) {
+        const std::string operation = on ? "EnableAllLogLevel" : "DisableAllLogLevel";
+        Diagnostics().Forget();
+        EXPECT_EQ(SwitchAll(on, on ? 3 : 1), 1);
+        EXPECT_EQ(Levels("willing"), on ? 0b1011u : 0b1001u);
+        const std::string front = "\\[LogMgr::" + operation + "\\] Disable ";
+        EXPECT_THAT(
+            Diagnostics().Texts(),
+            ElementsAre(MatchesRegex(front + "bundle, service, corbaoper, Level -?[0-9]+ error\n"),
+                        MatchesRegex(front + "%s%n, 50%, corba_alarm, Level -?[0-9]+ error\n")));
+        for (const NS_TEST::PrintedDiagnostic& report : Diagnostics().Printed()) {
+            EXPECT_EQ(report.format,
+                      "[LogMgr::" + operation + "] Disable %s, %s, %s, Level %d error\n");
+            EXPECT_EQ(report.level, 1);
+            EXPECT_EQ(report.file, "logimpl");
+            EXPECT_GT(report.line, 0);
+        }
         EXPECT_TRUE(IsListFree());
     }
-    EXPECT_EQ(second.Asked(), 0);
-    EXPECT_EQ(Levels("first"), 0u);
-    EXPECT_TRUE(Diagnostics().Printed().empty());
+    EXPECT_EQ(refusing.Levels().to_ulong(), 0b0011u);
+    EXPECT_THAT(refusing.calls, ElementsAre("+3", "-1"));
 }
 
-// A refusal in front of it is reported all the same.
-TEST_F(BulkSwitching, PassesALevelWithoutASwitchOnAsItIs) {
-    RefusingLogger& refusing = AddRefusing("refusing", "", "debug");
-    Levels("throwing");
-    EXPECT_THROW(Manager().EnableAllLogLevel(4), std::out_of_range);
-    EXPECT_EQ(refusing.Asked(), 1);
-    EXPECT_EQ(Diagnostics().Printed().size(), 1u);
-}
-
-using SingleSwitching = BulkSwitching;
-
-TEST_F(SingleSwitching, SwitchesTheNamedLoggerOnly) {
-    for (const char* first : {"one", "two"}) {
-        Levels(first);
+// A refusal in front of that logger is reported all the same.
+TEST_F(BulkSwitching, EndsAtTheFirstLoggerThatThrows) {
+    Add("refusing", "b", "debug", true);
+    SwitchedLogger& throwing = Add("throwing");
+    SwitchedLogger& behind = Add("behind");
+    for (const bool on : {true, false}) {
+        for (const uint32_t level : {4u, 5u, kLargest}) {
+            EXPECT_THROW(SwitchAll(on, level), std::out_of_range);
+            EXPECT_TRUE(IsListFree());
+            EXPECT_EQ(throwing.calls.back(), (on ? "+" : "-") + std::to_string(level));
+        }
     }
-    EXPECT_EQ(Manager().EnableLogLevel("two", "b", "debug", 3), 1);
-    EXPECT_EQ(Levels("one"), 0u);
-    EXPECT_EQ(Levels("two"), 0b1000u);
-    EXPECT_EQ(Manager().EnableLogLevel("two", "b", "debug", 3), 1);
-    EXPECT_EQ(Manager().EnableLogLevel("two", "b", "debug", 0), 1);
-    EXPECT_EQ(Levels("two"), 0b1001u);
-    EXPECT_EQ(Manager().DisableLogLevel("two", "b", "debug", 3), 1);
-    EXPECT_EQ(Levels("two"), 0b0001u);
-    EXPECT_EQ(Manager().DisableLogLevel("two", "b", "debug", 3), 1);
-    EXPECT_TRUE(Diagnostics().Printed().empty());
-}
-
-TEST_F(SingleSwitching, AnswersZeroForALoggerThatDoesNotExist) {
-    Levels("one");
-    const std::string zeroByte("one\0", 4);
-    for (const std::string& first :
-         {std::string("One"), std::string(), zeroByte, std::string("on")}) {
-        EXPECT_EQ(Manager().EnableLogLevel(first, "b", "debug", 1), 0);
-        EXPECT_EQ(Manager().DisableLogLevel(first, "b", "debug", 1), 0);
-        EXPECT_EQ(Manager().EnableLogLevel(first, "b", "debug", 4), 0);
-        EXPECT_EQ(Manager().EnableLoggerLevels(first, "b", "debug"), 0);
-        EXPECT_EQ(Manager().DisableLoggerLevels(first, "b", "debug"), 0);
-    }
-    EXPECT_EQ(Manager().EnableLogLevel("one", "c", "debug", 1), 0);
-    EXPECT_EQ(Manager().EnableLogLevel("one", "b", "corbasys", 1), 0);
-    EXPECT_EQ(Manager().EnableLogLevel("one", "b", "nonsense", 1), 0);
-    int loggers = 0;
-    Manager().Loggers().ForEach([&loggers](Logger&) { ++loggers; });
-    EXPECT_EQ(loggers, 1);
-    EXPECT_EQ(Levels("one"), 0u);
-    EXPECT_TRUE(Diagnostics().Printed().empty());
+    throwing.onSwitched = [] { throw std::runtime_error("broken"); };
+    EXPECT_THROW(SwitchAll(true, 0), std::runtime_error);
     EXPECT_TRUE(IsListFree());
+    EXPECT_THAT(behind.calls, IsEmpty());
+    EXPECT_EQ(throwing.Levels().to_ulong(), 0u);
+    EXPECT_EQ(Diagnostics().Printed().size(), 7u);
 }
 
-TEST_F(SingleSwitching, FindsALoggerWithEmptyNames) {
-    Logger* const logger = Manager().GetLogger("", "", "debug");
-    EXPECT_EQ(Manager().EnableLogLevel("", "", "debug", 1), 1);
-    EXPECT_EQ(logger->Levels().to_ulong(), 0b0010u);
+TEST_F(BulkSwitching, HoldsTheListUntilTheLastLoggerIsSwitched) {
+    Add("first");
+    std::future<void> asked;
+    Add("last").onSwitched = [&asked] {
+        asked = std::async(std::launch::async, [] { Levels("meanwhile"); });
+        EXPECT_EQ(asked.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    };
+    EXPECT_EQ(SwitchAll(true, 2), 1);
+    asked.get();
 }
 
-TEST_F(SingleSwitching, AnswersZeroForARefusalAndReportsNothing) {
-    AddRefusing("a", "b", "corbaoper");
-    EXPECT_EQ(Manager().EnableLogLevel("a", "b", "corbaoper", 1), 0);
-    EXPECT_EQ(Manager().DisableLogLevel("a", "b", "corbaoper", 1), 0);
-    EXPECT_TRUE(Diagnostics().Printed().empty());
-}
-
-TEST_F(SingleSwitching, LetsALevelWithoutASwitchPassOut) {
-    Levels("one");
-    EXPECT_THROW(Manager().EnableLogLevel("one", "b", "debug", 4), std::out_of_range);
-    EXPECT_TRUE(IsListFree());
-    EXPECT_THROW(Manager().DisableLogLevel("one", "b", "debug", 4), std::out_of_range);
-    EXPECT_TRUE(IsListFree());
-    EXPECT_EQ(Levels("one"), 0u);
-}
-
-TEST_F(SingleSwitching, AlwaysThrowsForAllLevelsOfALogger) {
-    Manager().levelSwitches = LevelSwitches(0b0101);
-    Levels("one");
-    EXPECT_THROW(Manager().EnableLoggerLevels("one", "b", "debug"), std::out_of_range);
-    EXPECT_TRUE(IsListFree());
-    EXPECT_THROW(Manager().DisableLoggerLevels("one", "b", "debug"), std::out_of_range);
-    EXPECT_TRUE(IsListFree());
-    EXPECT_EQ(Levels("one"), 0b0101u);
-    EXPECT_EQ(Manager().EnableLogLevel("one", "b", "debug", 1), 1);
-    EXPECT_EQ(Levels("one"), 0b0111u);
-}
-
-using ManagerSwitches = BulkSwitching;
-
-TEST_F(ManagerSwitches, AreReadByLevel) {
-    Manager().levelSwitches = LevelSwitches(0b0101);
-    EXPECT_TRUE(Manager().IsLogLevelEnabled(0));
-    EXPECT_FALSE(Manager().IsLogLevelEnabled(1));
-    EXPECT_TRUE(Manager().IsLogLevelEnabled(2));
-    EXPECT_FALSE(Manager().IsLogLevelEnabled(3));
-}
-
-TEST_F(ManagerSwitches, AreOffAboveLevelThree) {
-    Manager().levelSwitches = LevelSwitches(0b1111);
-    EXPECT_TRUE(Manager().IsLogLevelEnabled(3));
-    for (const uint32_t level : {4u, 5u, 32u, 64u, std::numeric_limits<uint32_t>::max()}) {
-        EXPECT_FALSE(Manager().IsLogLevelEnabled(level)) << level;
-    }
-}
-
-TEST_F(ManagerSwitches, KeepTheirFlagsAsTheyAreSet) {
-    for (const uint32_t value : {1u, 0u, 7u, std::numeric_limits<uint32_t>::max()}) {
-        Manager().SetEnableAsnLog(value);
-        EXPECT_EQ(Manager().GetEnableAsnLog(), value);
-        EXPECT_EQ(Manager().bEnableAsnLog, value);
-        Manager().SetEnableOutputPara(value + 1);
-        EXPECT_EQ(Manager().GetEnableOutputPara(), value + 1);
-        EXPECT_EQ(Manager().bLogOutputPara, value + 1);
-        EXPECT_EQ(Manager().GetEnableAsnLog(), value);
-    }
-}
-
-// Two bulk operations and new loggers at once: each logger ends up with a state that one of the
-// operations gave it.
-TEST_F(BulkSwitching, RunsWhileOthersMakeLoggersAndSwitchThem) {
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([number] {
-            const std::string first = std::to_string(number);
-            for (int round = 0; round < 200; ++round) {
-                Manager().GetLogger(first, std::to_string(round % 20), "debug");
-                Manager().EnableAllLogLevel(2);
-                Manager().EnableLogLevel(first, "0", "debug", 0);
-                Manager().DisableAllLogLevel(1);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+TEST_F(BulkSwitching, RunsWhileOthersMakeLoggersAndUseAndSwitchThem) {
+    NS_TEST::OnThreads(4, [](int number) {
+        const std::string first = std::to_string(number);
+        for (int round = 0; round < 200; ++round) {
+            Manager()
+                .GetLogger(first, std::to_string(round % 20), "debug")
+                ->Log("f.cpp", "Run", 7, 1, "text");
+            SwitchAll(true, 2);
+            Manager().EnableLogLevel(first, "0", "debug", 0);
+            SwitchAll(false, 1);
+        }
+    });
     int loggers = 0;
     Manager().Loggers().ForEach([&loggers](Logger& logger) {
         ++loggers;
         EXPECT_EQ(logger.Levels().to_ulong(), logger.Second() == "0" ? 0b0101u : 0b0100u);
     });
     EXPECT_EQ(loggers, 80);
+}
+
+// Else a level could end up off globally and on in the loggers, and no change of the configuration
+// would find anything to do. The first thread is held up here where it waits for the list.
+TEST_F(BulkSwitching, OfOneLevelEverywhereIsOverBeforeAnotherThreadSwitchesItEverywhere) {
+    const SwitchedLogger& logger = Add("a");
+    std::future<void> first;
+    std::future<void> second;
+    Manager().Loggers().ForEach([&](Logger&) {
+        first = std::async(std::launch::async, [] { Manager().SwitchLevel(1, true); });
+        while (!Manager().IsLogLevelEnabled(1)) {
+            std::this_thread::yield();
+        }
+        second = std::async(std::launch::async, [] { Manager().SwitchLevel(1, false); });
+        EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+        EXPECT_TRUE(Manager().IsLogLevelEnabled(1));
+    });
+    first.get();
+    second.get();
+    EXPECT_FALSE(Manager().IsLogLevelEnabled(1));
+    EXPECT_THAT(logger.calls, ElementsAre("+1", "-1"));
+    EXPECT_EQ(logger.Levels().to_ulong(), 0u);
+}
+
+using OneLoggersSwitching = BulkSwitching;
+
+TEST_F(OneLoggersSwitching, CallsTheOperationOfTheNamedLoggerAndGivesItsAnswer) {
+    SwitchedLogger& logger = Add("a");
+    SwitchedLogger& other = Add("c");
+    for (const bool refuses : {false, true}) {
+        logger.refuses = refuses;
+        logger.calls.clear();
+        EXPECT_EQ(Manager().EnableLogLevel("a", "b", "debug", 3), refuses ? 0 : 1);
+        EXPECT_EQ(Manager().DisableLogLevel("a", "b", "debug", 2), refuses ? 0 : 1);
+        EXPECT_EQ(Manager().EnableLoggerLevels("a", "b", "debug"), refuses ? 0 : 1);
+        EXPECT_EQ(Manager().DisableLoggerLevels("a", "b", "debug"), refuses ? 0 : 1);
+        EXPECT_THAT(logger.calls, ElementsAre("+3", "-2", "+all", "-all"));
+    }
+    EXPECT_THAT(other.calls, IsEmpty());
+    EXPECT_EQ(logger.Levels().to_ulong(), 0b1000u);
+    EXPECT_THAT(Diagnostics().Printed(), IsEmpty());
+}
+
+using ManagerSwitches = NS_TEST::ManagerTest;
+
+TEST_F(ManagerSwitches, AreReadAsTheyAreSetAndOffAboveLevelThree) {
+    Manager().levelSwitches = LevelSwitches(0b1001);
+    for (const uint32_t level : {0u, 1u, 2u, 3u, 4u, 32u, 64u, kLargest}) {
+        EXPECT_EQ(Manager().IsLogLevelEnabled(level), level == 0 || level == 3) << level;
+        Manager().SetEnableAsnLog(level);
+        Manager().SetEnableOutputPara(level + 1);
+        EXPECT_EQ(Manager().GetEnableAsnLog(), level);
+        EXPECT_EQ(Manager().bEnableAsnLog, level);
+        EXPECT_EQ(Manager().GetEnableOutputPara(), level + 1);
+        EXPECT_EQ(Manager().bLogOutputPara, level + 1);
+    }
 }
 
 }  // namespace

@@ -1,14 +1,14 @@
 // Many threads that log into all categories at once.
+#include <algorithm>
 #include <atomic>
 #include <map>
 
-#include "manager/managertest.h"
-#include "support/logfileparser.h"
+#include "manager/managerfixture.h"
+#include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::kLogCategories;
-using NS_LOG_SERVICE1::LevelSwitches;
 using NS_LOG_SERVICE1::LogMgr;
-using NS_TEST::OfKind;
+using NS_LOG_SERVICE1::TEDebugInfoBuf;
 using NS_TEST::ParsedPiece;
 using NS_TEST::ParsedRecord;
 
@@ -17,246 +17,148 @@ namespace {
 constexpr int kThreads = 8;
 constexpr int kRounds = 60;
 
-// In each round a thread writes, keeps back and dumps this many records into each category.
-constexpr int kWrittenPerRound = 2;
+// What happens again and again while the threads log.
+struct Circumstance {
+    const char* name;
+    uint32_t outputmode;
+    void (*change)(LogMgr& manager, unsigned round);  // null where nothing changes
+};
 
-// The parameter is the output mode.
-class ManyThreads : public NS_TEST::BareManagerTest, public testing::WithParamInterface<uint32_t> {
+std::ostream& operator<<(std::ostream& out, const Circumstance& circumstance) {
+    return out << circumstance.name;
+}
+
+const Circumstance kCircumstances[] = {
+    {"Direct", 0, nullptr},
+    {"Queued", 1, nullptr},
+    {"ChangingOutputMode", 0,
+     [](LogMgr& manager, unsigned round) {
+         manager.outputmode = round % 2;
+         manager.FlushAll();
+     }},
+    {"ChangingLevels", 0,
+     [](LogMgr& manager, unsigned round) { manager.SwitchLevel(1, round % 2 == 1); }},
+    {"Dumps", 1,
+     [](LogMgr& manager, unsigned round) {
+         manager.SwitchLevel(1, false);
+         manager.Channels().ForEach(
+             [](const std::string&, TEDebugInfoBuf& channel) { channel.OutputAll(); });
+         manager.SwitchLevel(1, true);
+         if (round % 2 == 0) {
+             manager.FlushAll();
+         }
+     }},
+};
+
+// The details of each thread's records, by the file that they name and the thread.
+using Details = std::map<std::string, std::vector<std::string>>;
+
+class ManyThreads : public NS_TEST::BareManagerTest,
+                    public testing::WithParamInterface<Circumstance> {
   protected:
     ManyThreads() {
-        Manager().filterbuflength = kThreads * kRounds;
+        Manager().filterbuflength = 3 * kThreads * kRounds;
         Manager().queuebuflength = 50;
-        Manager().outputmode = GetParam();
-        Manager().levelSwitches = LevelSwitches(0b0011);
+        Manager().outputmode = GetParam().outputmode;
+        Manager().levelSwitches = NS_LOG_SERVICE1::LevelSwitches(0b0011);
         Manager().CreateChannels();
-    }
-
-    static void LogFromManyThreads() {
-        std::vector<std::thread> threads;
-        for (int number = 0; number < kThreads; ++number) {
-            threads.emplace_back([number] {
-                for (int round = 0; round < kRounds; ++round) {
-                    for (const char* category : kLogCategories) {
-                        LogRound(number, round, category);
-                    }
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        // Brings out what is still kept back.
-        for (const char* category : kLogCategories) {
-            LogMgr::Instance()->GetLogger("last", "", category)->Log("f", "last", 0, 0, "end");
-        }
-    }
-
-    // The function carries the thread, the line the place in that thread's order.
-    static void LogRound(int number, int round, const char* category) {
-        NS_LOG_SERVICE1::LoggerIF* const logger =
-            LogMgr::Instance()->GetLogger("bundle" + std::to_string(number), "service", category);
-        const std::string thread = std::to_string(number);
-        const auto line = static_cast<unsigned>(round);
-        logger->Log("written", thread, 2 * line, 1, Detail(number, round));
-        logger->Log("kept", thread, line, 2, Detail(number, round));
-        logger->LogFormat("written", thread, 2 * line + 1, -1, "%s", Detail(number, round).c_str());
-        if (round % 10 == number % 10) {
-            logger->Log("trigger", thread, line, 0, Detail(number, round));
-        }
     }
 
     // Of a length that differs from record to record.
-    static std::string Detail(int number, int round) {
-        return std::string(static_cast<size_t>(1 + round * 13 % 300),
-                           static_cast<char>('a' + number));
+    static std::string DetailOf(int round) {
+        return std::to_string(round) + std::string(static_cast<size_t>(round * 13 % 300), 'x');
     }
-};
 
-// Checks that each thread's records arrive in their order, and collects how many there are.
-class OrderByThread {
-  public:
-    void Add(const ParsedRecord& record) {
-        const long line = std::stol(record.line);
-        const auto last = last_.find(record.function);
-        if (last != last_.end() && line <= last->second) {
-            ADD_FAILURE() << record.file << " of thread " << record.function << ": " << line
-                          << " behind " << last->second;
+    static void LogRound(const std::string& thread, int round, const char* category) {
+        NS_LOG_SERVICE1::LoggerIF* const logger = Manager().GetLogger(thread, "", category);
+        logger->Log("written", thread, 7, 1, DetailOf(2 * round));
+        logger->Log("kept", thread, 7, 2, DetailOf(round));
+        logger->LogFormat("written", thread, 7, -1, "%s", DetailOf(2 * round + 1).c_str());
+        if (round % 10 == 5) {
+            logger->Log("trigger", thread, 7, 0, DetailOf(round));
         }
-        last_[record.function] = line;
-        ++count_;
     }
-    int Count() const { return count_; }
 
-  private:
-    std::map<std::string, long> last_;
-    int count_ = 0;
-};
-
-void ExpectDetailIntact(const ParsedRecord& record) {
-    const char letter = static_cast<char>('a' + std::stoi(record.function));
-    EXPECT_EQ(record.detail.find_first_not_of(letter), std::string::npos) << record.detail;
-    const int line = std::stoi(record.line);
-    const int round = record.file == "written" ? line / 2 : line;
-    EXPECT_EQ(record.detail.size(), static_cast<size_t>(1 + round * 13 % 300));
-}
-
-// Reads all of one category and checks it.
-class CategoryCheck {
-  public:
-    explicit CategoryCheck(const std::vector<ParsedPiece>& pieces) {
-        for (const ParsedPiece& piece : pieces) {
-            if (piece.kind == ParsedPiece::RECORD || piece.kind == ParsedPiece::DUMP) {
-                EXPECT_EQ(piece.number, ++lastNumber_);
-                AddNumbered(piece);
+    static Details ExpectedDetails() {
+        Details expected;
+        for (int number = 0; number < kThreads; ++number) {
+            const std::string thread = std::to_string(number);
+            for (int round = 0; round < kRounds; ++round) {
+                expected["written " + thread].push_back(DetailOf(2 * round));
+                expected["kept " + thread].push_back(DetailOf(round));
+                expected["written " + thread].push_back(DetailOf(2 * round + 1));
+                if (round % 10 == 5) {
+                    expected["trigger " + thread].push_back(DetailOf(round));
+                }
             }
         }
+        return expected;
     }
 
-    OrderByThread written;
-    OrderByThread kept;
-    OrderByThread triggers;
-    int notices = 0;
+    // Those in the files of the category, whose numbers must have no gap.
+    Details FoundDetails(const std::string& category) const {
+        Details found;
+        uint64_t number = 0;
+        for (const ParsedPiece& piece :
+             NS_TEST::ParseLogPieces(Path("log/" + Files(category).front()))) {
+            if (piece.kind != ParsedPiece::RECORD && piece.kind != ParsedPiece::DUMP) {
+                continue;
+            }
+            EXPECT_EQ(piece.number, ++number);
+            std::vector<ParsedRecord> records = piece.dumped;
+            records.push_back(piece.record);
+            for (const ParsedRecord& record : records) {
+                if (record.line == "7") {
+                    EXPECT_TRUE((record.file == "trigger") == (record.level == 0));
+                    found[record.file + " " + record.function].push_back(record.detail);
+                }
+                if (GetParam().outputmode == 0 && GetParam().change == nullptr) {
+                    EXPECT_NE(record.function, "TEDebugInfoBuf::AppendOutputInfo");
+                }
+            }
+        }
+        return found;
+    }
+};
 
-  private:
-    void AddNumbered(const ParsedPiece& piece) {
-        if (piece.record.function == "TEDebugInfoBuf::AppendOutputInfo") {
-            EXPECT_EQ(piece.record.detail, "Debug cache is full, force output execute.");
-            ++notices;
+// Each thread's records stand in their order where nothing changes.
+TEST_P(ManyThreads, LoseNothingTearNothingAndRepeatNothing) {
+    std::atomic<int> running{kThreads};
+    NS_TEST::OnThreads(kThreads + 1, [&running](int number) {
+        if (number == kThreads) {
+            for (unsigned round = 0; GetParam().change != nullptr && running > 0; ++round) {
+                GetParam().change(Manager(), round);
+            }
             return;
         }
-        EXPECT_EQ(piece.kind == ParsedPiece::DUMP, piece.record.level == 0);
-        if (piece.kind == ParsedPiece::DUMP) {
-            triggers.Add(piece.record);
-        } else {
-            written.Add(piece.record);
-            ExpectDetailIntact(piece.record);
-        }
-        for (const ParsedRecord& record : piece.dumped) {
-            kept.Add(record);
-            ExpectDetailIntact(record);
-        }
-    }
-
-    uint64_t lastNumber_ = 0;
-};
-
-TEST_P(ManyThreads, LoseNothingAndTearNothing) {
-    LogFromManyThreads();
-    LogMgr::DestroyInstance();
-    int triggersPerCategory = 1;
-    for (int number = 0; number < kThreads; ++number) {
-        triggersPerCategory += kRounds / 10;
-    }
-    for (const char* category : kLogCategories) {
-        SCOPED_TRACE(category);
-        ASSERT_EQ(Files(category).size(), 1u);
-        const CategoryCheck found(NS_TEST::ParseLogPieces(Path("log/" + Files(category).front())));
-        EXPECT_EQ(found.written.Count(), kThreads * kRounds * kWrittenPerRound);
-        EXPECT_EQ(found.kept.Count(), kThreads * kRounds);
-        EXPECT_EQ(found.triggers.Count(), triggersPerCategory);
-        if (GetParam() == 0) {
-            EXPECT_EQ(found.notices, 0);
-        }
-    }
-}
-
-// How often each detail stands in the file, as a record or inside a dump.
-std::map<std::string, int> Occurrences(const std::string& path) {
-    std::map<std::string, int> occurrences;
-    for (const ParsedPiece& piece : NS_TEST::ParseLogPieces(path)) {
-        if (piece.kind == ParsedPiece::RECORD) {
-            ++occurrences[piece.record.detail];
-        }
-        for (const ParsedRecord& record : piece.dumped) {
-            ++occurrences[record.detail];
-        }
-    }
-    return occurrences;
-}
-
-class ManyThreadsWhileThingsChange : public NS_TEST::BareManagerTest {
-  protected:
-    static constexpr int kRecords = 150;
-
-    ManyThreadsWhileThingsChange() {
-        Manager().filterbuflength = kThreads * kRecords;
-        Manager().levelSwitches = LevelSwitches(0b0011);
-        Manager().CreateChannels();
-    }
-
-    // Calls `change` with a growing number for as long as the threads log.
-    template <class Change>
-    void LogWhile(Change change) {
-        std::atomic<int> running{kThreads};
-        std::vector<std::thread> threads;
-        for (int number = 0; number < kThreads; ++number) {
-            threads.emplace_back([number, &running] {
-                NS_LOG_SERVICE1::LoggerIF* const logger =
-                    LogMgr::Instance()->GetLogger("a", std::to_string(number), "debug");
-                for (int record = 0; record < kRecords; ++record) {
-                    logger->Log("f.cpp", "Run", 7, 1,
-                                std::to_string(number) + ":" + std::to_string(record));
-                }
-                --running;
-            });
-        }
-        for (unsigned round = 0; running > 0; ++round) {
-            change(round);
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        Manager().FlushAll();
-        Manager().GetLogger("last", "", "debug")->Log("f.cpp", "Run", 7, 0, "end");
-    }
-
-    void ExpectEachRecordOnce() const {
-        ASSERT_EQ(Files("debug").size(), 1u);
-        const auto occurrences = Occurrences(Path("log/" + Files("debug").front()));
-        for (int number = 0; number < kThreads; ++number) {
-            for (int record = 0; record < kRecords; ++record) {
-                const std::string detail = std::to_string(number) + ":" + std::to_string(record);
-                const auto found = occurrences.find(detail);
-                ASSERT_TRUE(found != occurrences.end()) << detail << " is lost";
-                ASSERT_EQ(found->second, 1) << detail;
+        for (int round = 0; round < kRounds; ++round) {
+            for (const char* category : kLogCategories) {
+                LogRound(std::to_string(number), round, category);
             }
         }
+        --running;
+    });
+    // Brings out what is still kept back.
+    for (const char* category : kLogCategories) {
+        Manager().GetLogger("last", "", category)->Log("f", "last", 0, 0, "end");
     }
-};
-
-TEST_F(ManyThreadsWhileThingsChange, LoseNothingToTheOutputMode) {
-    LogWhile([](unsigned round) {
-        Manager().outputmode = round % 2;
-        Manager().FlushAll();
-    });
-    ExpectEachRecordOnce();
-}
-
-TEST_F(ManyThreadsWhileThingsChange, LoseNothingToTheLevelSwitches) {
-    LogWhile([](unsigned round) {
-        if (round % 2 == 0) {
-            Manager().DisableAllLogLevel(1);
-        } else {
-            Manager().EnableAllLogLevel(1);
+    LogMgr::DestroyInstance();
+    for (const char* category : kLogCategories) {
+        ASSERT_EQ(Files(category).size(), 1u);
+        Details found = FoundDetails(category);
+        for (auto [key, expected] : ExpectedDetails()) {
+            if (GetParam().change != nullptr) {
+                std::sort(expected.begin(), expected.end());
+                std::sort(found[key].begin(), found[key].end());
+            }
+            EXPECT_TRUE(found[key] == expected)
+                << category << ", " << key << ": " << found[key].size() << " records";
         }
-    });
-    ExpectEachRecordOnce();
+        EXPECT_EQ(found.size(), 3u * kThreads);
+    }
 }
 
-TEST_F(ManyThreadsWhileThingsChange, LoseNothingToDumps) {
-    Manager().outputmode = 1;
-    NS_LOG_SERVICE1::TEDebugInfoBuf* const channel = Manager().Channels().Find("debug");
-    LogWhile([channel](unsigned round) {
-        Manager().DisableAllLogLevel(1);
-        channel->OutputAll();
-        Manager().EnableAllLogLevel(1);
-        if (round % 2 == 0) {
-            channel->Flush();
-        }
-    });
-    ExpectEachRecordOnce();
-}
-
-INSTANTIATE_TEST_SUITE_P(InMode, ManyThreads, testing::Values(0u, 1u));
+INSTANTIATE_TEST_SUITE_P(With, ManyThreads, testing::ValuesIn(kCircumstances),
+                         testing::PrintToStringParamName());
 
 }  // namespace

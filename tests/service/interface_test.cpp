@@ -3,7 +3,7 @@
 
 #include "control/moduleswitchtable.h"
 #include "logimpl.h"
-#include "manager/managertest.h"
+#include "manager/managerfixture.h"
 
 using NS_LOG_SERVICE1::LevelSwitches;
 using NS_LOG_SERVICE1::LoggerIF;

@@ -15,6 +15,7 @@
 #include "manager/logmgr.h"
 #include "support/environment.h"
 #include "support/files.h"
+#include "support/frames.h"
 #include "support/logfileparser.h"
 #include "support/recordinglogproxy.h"
 #include "support/temporarydirectory.h"
@@ -98,30 +99,28 @@ class ManagerTest : public BareManagerTest {
     static NS_LOG_SERVICE1::Logger* Debug() { return Manager().GetLogger("a", "b", "debug"); }
 };
 
-// What a record of a thread without an operation looks like in a file.
-inline std::string Frame(unsigned number, int level, const std::string& detail,
-                         const std::string& context = ",TopT:0,If:,UserMsg:") {
-    const std::string n = std::to_string(number);
-    return "<" + n + ">\nSTAMP, " + context + ", T:" + ThreadText() +
-           ", DL:" + std::to_string(level) + ", File: f.cpp Func:Run Line:7\n Detail: " + detail +
-           "\n</" + n + ">\n\n";
+// The context of a thread without an operation.
+constexpr const char* kNoContext = ",TopT:0,If:,UserMsg:";
+
+// What the calling thread's records show when they are logged at line 7 of Run in f.cpp.
+inline FrameFields FieldsOf(const std::string& context) {
+    return {"STAMP", context, ThreadText(), "File: f.cpp Func:Run Line:7"};
 }
 
-// The same around which `history` was dumped.
+inline std::string Frame(unsigned number, int level, const std::string& detail,
+                         const std::string& context = kNoContext) {
+    return FrameOf(FieldsOf(context), number, level, detail);
+}
+
+// A record of level 0 around which the lines in `history` were dumped.
 inline std::string DumpFrame(unsigned number, const std::string& detail,
                              const std::string& history = "") {
-    const std::string n = std::to_string(number);
-    return "<" + n + ">\nSTAMP, ,TopT:0,If:,UserMsg:, T:" + ThreadText() +
-           ", DL:0, File: f.cpp Func:Run Line:7\n Detail: " + detail +
-           "\n*********** Dump filtered debug information begin **********\n" + history +
-           "*********** Dump filtered debug information end **********\n</" + n + ">\n\n";
+    return FrameOf(FieldsOf(kNoContext), number, 0, detail, Dump(history));
 }
 
-// A record inside a dump.
 inline std::string DumpedLine(int level, const std::string& detail,
-                              const std::string& context = ",TopT:0,If:,UserMsg:") {
-    return "STAMP, " + context + ", T:" + ThreadText() + ", DL:" + std::to_string(level) +
-           ", File: f.cpp Func:Run Line:7\n Detail : " + detail + "\n";
+                              const std::string& context = kNoContext) {
+    return DumpedFrameOf(FieldsOf(context), level, detail);
 }
 
 }  // namespace NS_TEST
