@@ -183,7 +183,7 @@ TEST_F(MaintenanceInterface, ShowsWhyRecordsWereDropped) {
     EXPECT_GT(channel.lastErrorTime, 1700000000);
 }
 
-// The last words about a category, which others share no word of.
+// What the service says about the category at its end.
 std::string Farewell(const std::string& text) {
     return "\n[qv_base_log::fini] corbaoper: " + text + " !!\n";
 }
