@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "channel/channelmap.h"
-#include "control/scriptedconfigitems.h"
 #include "logger/asnmessages.h"
 #include "logger/logger.h"
 #include "platform/hostcontrol.h"
 #include "support/environment.h"
 #include "support/files.h"
 #include "support/recordinglogproxy.h"
+#include "support/scriptedconfigitems.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
