@@ -1,9 +1,7 @@
 // The slots of the service's interface and of its service object.
 #include "abi/slots.h"
-#include "logimpl.h"
-#include "manager/managerfixture.h"
 #include "qv_base_log/logmaintenanceinterface.h"
-#include "service/servicetest.h"
+#include "service/serviceobjectfixture.h"
 
 using NS_LOG_SERVICE1::LoggerIF;
 using NS_LOG_SERVICE1::LogMgr;
@@ -39,11 +37,12 @@ TEST(InterfaceSlots, OfTheMaintenanceInterfaceAreNumberedAsDeclared) {
                     &Interface::GetChannels, &Interface::GetModules);
 }
 
-using ServiceTable = NS_TEST::RecordedServiceTest;
+using ServiceTable = NS_TEST::ServiceObjectTest;
 
 // A whole life of the interface, by slot numbers only.
 TEST_F(ServiceTable, OfTheInterfaceRunsItsOperations) {
-    Configure("logswitch=1,0,1,0\noutputmode=0\nbLogOutputPara=5\n");
+    store_.Set("logswitch", "1,0,1,0");
+    store_.Set("bLogOutputPara", "5");
     qv_base_log* const object = Make();
     const void* const interface = object->GetInterface();
     EXPECT_EQ(CallSlot<std::string>(2, interface), "LogSvcInterface!");

@@ -1,14 +1,18 @@
-// Locks that cannot be taken: what is under way goes on without them, and nothing is lost.
+// Locks that cannot be taken: what is under way goes on without them, and
+// nothing is lost.
 #include <ace/Object_Manager.h>
 
 #include <cerrno>
+#include <functional>
 
 #include "bundlemgr/bundlemgr.h"
-#include "control/switchapplicationfixture.h"
-#include "logimpl.h"
 #include "lookup/interfacelookup.h"
 #include "qv_base_log/resultcode.h"
 #include "support/failinglocks.h"
+#include "support/otherservices.h"
+#include "support/servicefixture.h"
+#include "support/switchinglogger.h"
+#include "support/waiting.h"
 
 using NS_LOG_SERVICE1::LogMgr;
 using NS_LOG_SERVICE1::LogSwitchMonitorMgr;
@@ -16,21 +20,14 @@ using NS_LOG_SERVICE1::ModuleSwitchTable;
 using NS_LOG_SERVICE1::TEDebugInfoBuf;
 using NS_TEST::FailingLocks;
 using NS_TEST::LockFailure;
-using NS_TEST::MonitorSays;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-// Nothing of the service exists yet.
-class WithoutTheStaticObjectLock : public NS_TEST::ControlTest {
+// Nothing of the service exists yet but a monitor of the test's own.
+class WithoutTheStaticObjectLock : public NS_TEST::ServiceTest {
   protected:
-    WithoutTheStaticObjectLock() {
-        store_.Set("logswitch", "0,0,0,0");
-        store_.Set("bEnableAsnLog", "1");
-        store_.Set("bLogOutputPara", "1");
-    }
-
     static const ACE_Recursive_Thread_Mutex& Lock() { return *ACE_Static_Object_Lock::instance(); }
 
     LogSwitchMonitorMgr monitor_;
@@ -46,8 +43,7 @@ TEST_F(WithoutTheStaticObjectLock, NothingIsCreated) {
     EXPECT_EQ(failing.Releases(), 0);
 }
 
-// The manager holds files and queues that have to be closed and written; the others hold nothing.
-TEST_F(WithoutTheStaticObjectLock, OnlyTheManagerIsDestroyed) {
+TEST_F(WithoutTheStaticObjectLock, WhatExistsIsFoundAndMonitorAndTableStay) {
     LogMgr* const manager = LogMgr::Instance();
     LogSwitchMonitorMgr* const monitor = LogSwitchMonitorMgr::Instance();
     ModuleSwitchTable* const table = ModuleSwitchTable::Instance();
@@ -55,12 +51,10 @@ TEST_F(WithoutTheStaticObjectLock, OnlyTheManagerIsDestroyed) {
     {
         const FailingLocks failing(Lock());
         EXPECT_EQ(LogMgr::Instance(), manager);
-        LogMgr::DestroyInstance();
         LogSwitchMonitorMgr::Destroy();
         ModuleSwitchTable::Destroy();
-        EXPECT_EQ(failing.Failures(), 3);
+        EXPECT_EQ(failing.Failures(), 2);
         EXPECT_EQ(failing.Releases(), 0);
-        EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
         EXPECT_EQ(LogSwitchMonitorMgr::Instance(), monitor);
         EXPECT_EQ(ModuleSwitchTable::Instance(), table);
     }
@@ -68,27 +62,22 @@ TEST_F(WithoutTheStaticObjectLock, OnlyTheManagerIsDestroyed) {
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
+// The manager is asked for last, when the switches have turned out to be of
+// use.
 TEST_F(WithoutTheStaticObjectLock, TheSwitchesAreNotAppliedForWantOfAManager) {
+    store_.Set("bEnableAsnLog", "1");
+    store_.Set("bLogOutputPara", "1");
     {
         const FailingLocks failing(Lock());
-        monitor_.Check();
+        for (const char* levels : {"0,0,0,0", "0,0,0"}) {
+            store_.Set("logswitch", levels);
+            monitor_.Check();
+        }
     }
-    EXPECT_THAT(
-        Proxy().Printed(),
-        ElementsAre(MonitorSays("[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n")));
+    EXPECT_THAT(Proxy().Texts(),
+                ElementsAre("[LogSwitchMonitorMgr::Check] get LogMgr::Instance is NULL.\n",
+                            "[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n"));
     EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
-}
-
-// The manager is asked for last.
-TEST_F(WithoutTheStaticObjectLock, SwitchesThatCannotBeUsedAreReportedAsSuch) {
-    store_.Set("logswitch", "0,0,0");
-    {
-        const FailingLocks failing(Lock());
-        monitor_.Check();
-    }
-    EXPECT_THAT(
-        Proxy().Printed(),
-        ElementsAre(MonitorSays("[LogSwitchMonitorMgr::Check] logswitch Info is invalid.\n")));
 }
 
 TEST_F(WithoutTheStaticObjectLock, TheInterfaceAnswersAsIfNothingWereSet) {
@@ -116,62 +105,65 @@ TEST_F(WithoutTheStaticObjectLock, TheServiceDoesNotStartAndCanBeFinished) {
     free(object);
 }
 
-class WithoutItsLock : public NS_TEST::SwitchApplicationTest {
+class WithoutItsLock : public NS_TEST::ServiceTest {
   protected:
-    WithoutItsLock() { Add("a", "b"); }
+    WithoutItsLock() {
+        SetLevels("1111");
+        Manager().CreateChannels();
+        FirstLogger();
+    }
 
     static ModuleSwitchTable& Table() { return *ModuleSwitchTable::Instance(); }
-    static NS_TEST::SwitchingLogger& FirstLogger() { return Add("a", "b"); }
+    static NS_TEST::SwitchingLogger& FirstLogger() { return NS_TEST::AddSwitchingLogger("a", "b"); }
     static TEDebugInfoBuf& Channel() { return *Manager().Channels().Find("debug"); }
 
     static void Log(int level, const std::string& text) {
         FirstLogger().Log("file.cpp", "Function", 7, level, text);
     }
 
-    // The details of what stands in the files, dumped records behind their trigger.
-    std::vector<std::string> Written() const {
-        std::vector<std::string> details;
-        for (const NS_TEST::ParsedPiece& piece : NS_TEST::ParseLogDirectory(Path("log"))) {
-            if (!piece.record.detail.empty()) {
-                details.push_back(piece.record.detail);
-            }
-            for (const NS_TEST::ParsedRecord& dumped : piece.dumped) {
-                details.push_back(dumped.detail);
-            }
+    // What each operation of the module table leaves in errno.
+    static std::vector<int> ErrorsOfTheTable() {
+        std::vector<int> errors;
+        const std::function<void()> kOperations[] = {
+            [] { Table().Set(7, false); }, [] { EXPECT_FALSE(Table().Get(7)); },
+            [] { EXPECT_EQ(Table().All().size(), 1U); }, [] { Table().Clear(); },
+            [] { EXPECT_TRUE(Table().Get(7)); }};
+        for (const auto& operation : kOperations) {
+            errno = 0;
+            operation();
+            errors.push_back(errno);
         }
-        return details;
+        return errors;
     }
 };
 
 TEST_F(WithoutItsLock, TheModuleTableWorksAndLeavesTheErrorCode) {
+    Table();
     const FailingLocks failing(Table());
-    errno = 0;
-    Table().Set(7, false);
-    EXPECT_EQ(errno, EAGAIN);
-    errno = 0;
-    EXPECT_FALSE(Table().Get(7));
-    EXPECT_EQ(errno, EAGAIN);
-    errno = 0;
-    Table().Clear();
-    EXPECT_EQ(errno, EAGAIN);
-    EXPECT_TRUE(Table().Get(7));
-    EXPECT_EQ(failing.Failures(), 4);
+    EXPECT_THAT(ErrorsOfTheTable(), ElementsAre(EAGAIN, EAGAIN, EAGAIN, EAGAIN, EAGAIN));
+    EXPECT_EQ(failing.Failures(), 5);
     EXPECT_EQ(failing.Releases(), 0);
 }
 
 TEST_F(WithoutItsLock, TheModuleTableThatCannotReleaseItLeavesTheErrorCode) {
     const FailingLocks failing(Table(), LockFailure::Releasing);
-    errno = 0;
-    Table().Set(7, false);
-    EXPECT_EQ(errno, EPERM);
-    errno = 0;
-    EXPECT_FALSE(Table().Get(7));
-    EXPECT_EQ(errno, EPERM);
-    errno = 0;
-    Table().Clear();
-    EXPECT_EQ(errno, EPERM);
-    EXPECT_EQ(failing.Failures(), 3);
+    EXPECT_THAT(ErrorsOfTheTable(), ElementsAre(EPERM, EPERM, EPERM, EPERM, EPERM));
+    EXPECT_EQ(failing.Releases(), 5);
+}
+
+// Readers must not wait for each other.
+TEST_F(WithoutItsLock, TheModuleTableIsReadByThoseWhoCannotHaveItAlone) {
+    const FailingLocks failing(Table(), LockFailure::Writing);
+    EXPECT_THAT(ErrorsOfTheTable(), ElementsAre(EAGAIN, 0, 0, EAGAIN, 0));
+    EXPECT_EQ(failing.Failures(), 2);
     EXPECT_EQ(failing.Releases(), 3);
+}
+
+TEST_F(WithoutItsLock, TheModuleTableBelongsToThisProcess) {
+    Table();
+    EXPECT_EQ(FailingLocks::SharedLocks(), 0);
+    const ACE_RW_Mutex shared(USYNC_PROCESS);
+    EXPECT_EQ(FailingLocks::SharedLocks(), 1);
 }
 
 TEST_F(WithoutItsLock, ALoggerSwitchesItsLevels) {
@@ -210,7 +202,8 @@ TEST_F(WithoutItsLock, AChannelWritesAtOnce) {
         EXPECT_EQ(failing.Failures(), 4);
         EXPECT_EQ(failing.Releases(), 0);
     }
-    EXPECT_THAT(Written(), ElementsAre("first", "an error", "kept back"));
+    EXPECT_TRUE(NS_TEST::FinishesOnAnotherThread([] { Log(1, "the next one"); }));
+    EXPECT_THAT(Written("debug"), ElementsAre("first", "an error", "kept back", "the next one"));
 }
 
 TEST_F(WithoutItsLock, AChannelQueuesFlushesAndDumps) {
@@ -218,9 +211,9 @@ TEST_F(WithoutItsLock, AChannelQueuesFlushesAndDumps) {
     {
         const FailingLocks failing(Channel());
         Log(1, "queued");
-        EXPECT_THAT(Written(), IsEmpty());
+        EXPECT_THAT(Written("debug"), IsEmpty());
         Channel().Flush();
-        EXPECT_THAT(Written(), ElementsAre("queued"));
+        EXPECT_THAT(Written("debug"), ElementsAre("queued"));
         Log(1, "queued again");
         FirstLogger().DisableLevel(2);
         Log(2, "kept back");
@@ -230,19 +223,9 @@ TEST_F(WithoutItsLock, AChannelQueuesFlushesAndDumps) {
         EXPECT_GE(failing.Failures(), 8);
         EXPECT_EQ(failing.Releases(), 0);
     }
-    EXPECT_THAT(Written(),
+    EXPECT_THAT(Written("debug"),
                 ElementsAre("queued", "queued again", "an error", "kept back", "the last one",
                             "The follow message was dump by maintenance command flushall."));
-}
-
-TEST_F(WithoutItsLock, TheChannelIsUsableAfterwards) {
-    {
-        const FailingLocks failing(Channel());
-        Log(1, "first");
-    }
-    auto logged = std::async(std::launch::async, [] { Log(1, "second"); });
-    ASSERT_TRUE(NS_TEST::Finishes(logged));
-    EXPECT_THAT(Written(), ElementsAre("first", "second"));
 }
 
 TEST_F(WithoutItsLock, AnInterfaceIsLookedUp) {

@@ -9,6 +9,7 @@
 
 using NS_TEST::EXIT;
 using NS_TEST::Finishes;
+using NS_TEST::FinishesOnAnotherThread;
 using NS_TEST::IsStillBlocked;
 using testing::ElementsAre;
 
@@ -22,8 +23,8 @@ class MonitorEnd : public NS_TEST::MonitorTest {
         return std::async(std::launch::async, [&monitor] { return monitor.Stop(); });
     }
 
-    // How many areas of memory the process has mapped; each thread that was never waited for
-    // leaves its stack behind.
+    // How many areas of memory the process has mapped; each thread that was never
+    // waited for leaves its stack behind.
     static int MappedAreas() {
         std::ifstream maps("/proc/self/maps");
         std::string line;
@@ -35,68 +36,55 @@ class MonitorEnd : public NS_TEST::MonitorTest {
     }
 };
 
-TEST_F(MonitorEnd, WakesTheSleepingThreadAtOnce) {
-    Monitor monitor(std::chrono::hours(24));
-    ASSERT_EQ(monitor.Init(), 0);
-    auto stopped = StopInBackground(monitor);
-    ASSERT_TRUE(Finishes(stopped));
-    EXPECT_EQ(stopped.get(), 0);
-    EXPECT_EQ(monitor.thr_count(), 0U);
-}
-
-TEST_F(MonitorEnd, OfTheServicesOwnMonitorDoesNotWaitForItsThirtySeconds) {
-    ASSERT_EQ(Monitor::Instance()->Init(), 0);
-    auto stopped = StopInBackground(*Monitor::Instance());
-    EXPECT_EQ(stopped.wait_for(std::chrono::seconds(20)), std::future_status::ready);
-}
-
-TEST_F(MonitorEnd, WithoutAStartReturnsAtOnceAndAgain) {
-    EXPECT_EQ(monitor_.Stop(), 0);
-    EXPECT_EQ(monitor_.Stop(), 0);
-}
-
-TEST_F(MonitorEnd, AfterAFailedStartReturnsAtOnceAndAgain) {
-    std::filesystem::remove(configFile_);
+TEST_F(MonitorEnd, WithoutARunningThreadReturnsAtOnceAndAgain) {
+    const auto stopTwice = [this] {
+        EXPECT_EQ(monitor_.Stop(), 0);
+        EXPECT_EQ(monitor_.Stop(), 0);
+    };
+    EXPECT_TRUE(FinishesOnAnotherThread(stopTwice)) << "never started";
+    HideFile();
     ASSERT_EQ(monitor_.Init(), -1);
-    EXPECT_EQ(monitor_.Stop(), 0);
-    EXPECT_EQ(monitor_.Stop(), 0);
-}
-
-TEST_F(MonitorEnd, EndsTheLooksAtTheFile) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    AwaitFullPass();
+    EXPECT_TRUE(FinishesOnAnotherThread(stopTwice)) << "could not start";
+    ShowFile();
+    Start();
     monitor_.Stop();
-    SetTime(kBaseline + 1);
+    HideFile();
+    ASSERT_EQ(monitor_.Init(), -1);
+    EXPECT_TRUE(FinishesOnAnotherThread(stopTwice)) << "could not start again";
+}
+
+TEST_F(MonitorEnd, AfterARestartThatFailedEndsTheThreadThatStillRuns) {
+    Start();
+    HideFile();
+    ASSERT_EQ(monitor_.Init(), -1);
+    EXPECT_EQ(monitor_.thr_count(), 1U);
+    EXPECT_EQ(monitor_.Stop(), 0);
     EXPECT_EQ(monitor_.thr_count(), 0U);
-    EXPECT_EQ(store_.AllAsked(), 0);
 }
 
-TEST_F(MonitorEnd, MayBeFollowedByAnotherStart) {
+TEST_F(MonitorEnd, EndsTheLooksAtTheFileUntilAnotherStart) {
     for (int round = 1; round <= 3; ++round) {
-        ASSERT_EQ(monitor_.Init(), 0);
+        Start();
         SetTime(kBaseline + round);
-        AwaitFullPass();
-        EXPECT_EQ(store_.AllAsked(), round);
+        AwaitApplications(round);
         monitor_.Stop();
+        EXPECT_EQ(monitor_.thr_count(), 0U);
     }
+    const int looks = NS_TEST::StatWatch::Looks(configFile_);
+    SetTime(kBaseline + 100);
+    EXPECT_EQ(NS_TEST::StatWatch::Looks(configFile_), looks);
 }
 
-// The end of a thread is signalled once. Running the thread's body by hand signals it again.
+// The end of a thread is signalled once. Running the thread's body by hand
+// signals it again; the body ends at once when it has been asked to before.
 TEST_F(MonitorEnd, AskedForASecondTimeBlocks) {
-    ASSERT_EQ(monitor_.Init(), 0);
+    Start();
     monitor_.Stop();
     auto second = StopInBackground(monitor_);
     EXPECT_TRUE(IsStillBlocked(second));
     EXPECT_EQ(monitor_.svc(), 0);
     ASSERT_TRUE(Finishes(second));
     EXPECT_EQ(second.get(), 0);
-}
-
-TEST_F(MonitorEnd, AskedForBeforeTheThreadRunsEndsItAtOnce) {
-    EXPECT_EQ(monitor_.Stop(), 0);
-    EXPECT_EQ(monitor_.svc(), 0);
-    auto stopped = StopInBackground(monitor_);
-    EXPECT_TRUE(Finishes(stopped));
 }
 
 TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
@@ -107,7 +95,7 @@ TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
         release.get_future().wait();
     });
     store_.Set("logswitch", "0,0,0,0");
-    ASSERT_EQ(monitor_.Init(), 0);
+    Start();
     SetTime(kBaseline + 1);
     reached.get_future().wait();
 
@@ -118,17 +106,6 @@ TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
     ASSERT_TRUE(Finishes(stopped));
     EXPECT_EQ(Levels(), "0000");
     EXPECT_EQ(store_.AllAsked(), 1);
-}
-
-TEST_F(MonitorEnd, SaysGoodbyeAtItsDestructionAndNotBefore) {
-    {
-        Monitor monitor(std::chrono::hours(1));
-        ASSERT_EQ(monitor.Init(), 0);
-        monitor.Stop();
-        EXPECT_THAT(Proxy().Texts(), testing::IsEmpty());
-    }
-    EXPECT_THAT(Proxy().Printed(),
-                ElementsAre(NS_TEST::IsDiagnostic(1, "logswitchmonitormgr", EXIT)));
 }
 
 TEST_F(MonitorEnd, GoesOnWhenTheGoodbyeFails) {
@@ -173,36 +150,21 @@ TEST_F(MonitorEnd, MayMeetTheThreadAnywhere) {
     EXPECT_THAT(Proxy().Texts(), testing::Each(EXIT));
 }
 
+// Its thread sleeps for 30 seconds.
 TEST_F(MonitorEnd, OfTheProcessesMonitorMayBeFollowedByItsDestructionAtOnce) {
-    for (int round = 0; round < 100; ++round) {
-        ASSERT_EQ(Monitor::Instance()->Init(), 0);
-        ASSERT_EQ(Monitor::Instance()->Stop(), 0);
-        Monitor::Destroy();
-    }
+    EXPECT_TRUE(FinishesOnAnotherThread([] {
+        for (int round = 0; round < 100; ++round) {
+            ASSERT_EQ(Monitor::Instance()->Init(), 0);
+            ASSERT_EQ(Monitor::Instance()->Stop(), 0);
+            ASSERT_EQ(Monitor::Instance()->thr_count(), 0U);
+            Monitor::Destroy();
+        }
+    }));
     EXPECT_EQ(Proxy().Texts(), std::vector<std::string>(100, EXIT));
 }
 
-TEST_F(MonitorEnd, AfterARestartThatFailedReturnsAtOnceAndAgain) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    monitor_.Stop();
-    std::filesystem::remove(configFile_);
-    ASSERT_EQ(monitor_.Init(), -1);
-    auto stopped = StopInBackground(monitor_);
-    ASSERT_TRUE(Finishes(stopped));
-    EXPECT_EQ(monitor_.Stop(), 0);
-}
-
-TEST_F(MonitorEnd, AfterARestartThatFailedEndsTheThreadThatStillRuns) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    HideFile();
-    ASSERT_EQ(monitor_.Init(), -1);
-    EXPECT_EQ(monitor_.thr_count(), 1U);
-    EXPECT_EQ(monitor_.Stop(), 0);
-    EXPECT_EQ(monitor_.thr_count(), 0U);
-}
-
-// Nobody waits for the thread that is left behind, which must not run on without its object: it
-// never comes back from the store.
+// Nobody waits for the thread that is left behind, which must not run on
+// without its object: it never comes back from the store.
 TEST_F(MonitorEnd, IsNotWaitedForByTheDestruction) {
     auto& store = *new NS_TEST::ScriptedConfigItems;
     auto& reached = *new std::promise<void>;

@@ -10,8 +10,9 @@
 #include <string>
 #include <system_error>
 
-#include "control/controlfixture.h"
 #include "control/statwatch.h"
+#include "support/servicefixture.h"
+#include "support/waiting.h"
 
 namespace NS_TEST {
 
@@ -22,7 +23,12 @@ static const char* const SVC_ERROR = "[LogSwitchMonitorMgr::svc] LogSwitchMonito
 static const char* const EXIT =
     "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!";
 
-class MonitorTest : public ControlTest {
+// Matches a diagnostic of the monitor.
+inline auto MonitorSays(const std::string& text) {
+    return IsDiagnostic(1, "logswitchmonitormgr", text);
+}
+
+class MonitorTest : public ServiceTest {
   protected:
     using Monitor = NS_LOG_SERVICE1::LogSwitchMonitorMgr;
 
@@ -36,11 +42,9 @@ class MonitorTest : public ControlTest {
         SetTime(kBaseline);
     }
 
-    ~MonitorTest() override {
-        if (monitor_.thr_count() > 0) {
-            monitor_.Stop();
-        }
-    }
+    ~MonitorTest() override { monitor_.EndForgottenThread(); }
+
+    void Start() { ASSERT_EQ(monitor_.Init(), 0); }
 
     // Sets the file's modification time.
     void SetTime(time_t seconds, long nanoseconds = 0) const {
@@ -63,6 +67,12 @@ class MonitorTest : public ControlTest {
     // Waits until the monitor has looked at the file, as it is now, and has done what follows: the
     // look that is under way may be an older one, and the next one is done when another begins.
     void AwaitFullPass() const { ASSERT_TRUE(StatWatch::WaitForLooks(configFile_, 3)); }
+
+    // The same, and expects the configuration to have been applied so many times by then.
+    void AwaitApplications(int times) const {
+        AwaitFullPass();
+        EXPECT_EQ(store_.AllAsked(), times);
+    }
 
     // The file gone, its content kept aside; and back again with the time that it had.
     void HideFile() const { std::filesystem::rename(configFile_, configFile_ + ".hidden"); }

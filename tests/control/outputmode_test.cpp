@@ -2,22 +2,24 @@
 #include <climits>
 #include <stdexcept>
 
-#include "control/controlfixture.h"
-#include "control/scheduleservice.h"
-#include "logimpl.h"
+#include "support/otherservices.h"
+#include "support/servicefixture.h"
 
 using NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME;
 using NS_TEST::RegisteredInterface;
 using NS_TEST::SCHEDULE_NAME;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 namespace {
 
 constexpr int64_t kTask = 0x123456789ABCDEF0;
+constexpr unsigned int kInvalidMode = 0x41180003;
+constexpr unsigned int kNoSchedule = 0x41180004;
+constexpr unsigned int kRefused = 0x4118002B;
 
-class OutputMode : public NS_TEST::ControlTest {
+// There is no schedule service but where a test registers one.
+class OutputMode : public NS_TEST::ServiceTest {
   protected:
     OutputMode() { Manager().outputTask = kTask; }
 
@@ -41,71 +43,55 @@ class OutputMode : public NS_TEST::ControlTest {
     std::optional<RegisteredInterface> registered_;
 };
 
-TEST_F(OutputMode, ZeroWhenItIsZeroAlreadyCallsNothing) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    EXPECT_EQ(Switch(0), 0U);
-    EXPECT_THAT(schedule_.deleted, IsEmpty());
-    ExpectUnchanged(0);
-}
-
-TEST_F(OutputMode, ZeroWhenItIsZeroAlreadyNeedsNoScheduleService) {
+TEST_F(OutputMode, NeedsNoScheduleServiceButForZeroFromAnotherMode) {
+    struct Switching {
+        uint32_t current;
+        unsigned int wanted;
+        unsigned int result;
+    };
+    // One is never entered; the mode that is current is never refused.
+    const Switching kSwitchings[] = {{0, 0, 0},
+                                     {0, 1, 0},
+                                     {1, 1, 0},
+                                     {5, 1, 0},
+                                     {5, 5, 0},
+                                     {0, 2, kInvalidMode},
+                                     {1, 2, kInvalidMode},
+                                     {1, UINT_MAX, kInvalidMode}};
     OfferLogger();
-    EXPECT_EQ(Switch(0), 0U);
+    for (const Switching& switching : kSwitchings) {
+        SetMode(switching.current);
+        EXPECT_EQ(Switch(switching.wanted), switching.result) << switching.wanted;
+        ExpectUnchanged(switching.current);
+    }
+    SetMode(0);
     EXPECT_THAT(DebugRecords(), IsEmpty());
-}
-
-TEST_F(OutputMode, OneChangesNothingAndDoesNotBecomeTheCurrentMode) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    for (const uint32_t current : {0U, 1U, 5U}) {
-        SetMode(current);
-        EXPECT_EQ(Switch(1), 0U);
-        ExpectUnchanged(current);
-    }
-    EXPECT_THAT(schedule_.deleted, IsEmpty());
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
-TEST_F(OutputMode, OtherThanZeroAndOneIsRefused) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    for (const uint32_t current : {0U, 1U}) {
-        SetMode(current);
-        EXPECT_EQ(Switch(2), 0x41180003U);
-        EXPECT_EQ(Switch(UINT_MAX), 0x41180003U);
-        ExpectUnchanged(current);
-    }
-    EXPECT_THAT(schedule_.deleted, IsEmpty());
-    EXPECT_THAT(Proxy().Texts(), IsEmpty());
-}
-
-TEST_F(OutputMode, ThatIsCurrentIsNeverRefused) {
-    SetMode(5);
-    EXPECT_EQ(Switch(5), 0U);
-    ExpectUnchanged(5);
-}
-
+// The mode itself stays, so a second time the deletion is asked for again, for
+// no task.
 TEST_F(OutputMode, ZeroDeletesTheTaskAndForgetsItsHandle) {
     const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    SetMode(1);
-    EXPECT_EQ(Switch(0), 0U);
-    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask));
-    EXPECT_EQ(Manager().outputTask, -1);
+    NS_TEST::RecordingScheduleService second;
+    const RegisteredInterface registeredSecond(SCHEDULE_NAME, second);
+    SetMode(7);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(Switch(0), 0U);
+        EXPECT_EQ(Manager().outputTask, -1);
+        EXPECT_EQ(Manager().outputmode, 7U);
+    }
+    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask, -1));
+    EXPECT_THAT(second.deleted, IsEmpty());
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
-TEST_F(OutputMode, ZeroDoesNotBecomeTheCurrentMode) {
+TEST_F(OutputMode, ZeroKeepsTheHandleOfATaskThatWasStartedMeanwhile) {
     const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
+    schedule_.onDelete = [] { Manager().outputTask = 42; };
     SetMode(1);
-    Switch(0);
-    EXPECT_EQ(Manager().outputmode, 1U);
-}
-
-// The current mode is still another one, so the deletion is asked for again, for no task.
-TEST_F(OutputMode, ZeroASecondTimeDeletesTheForgottenHandle) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    SetMode(7);
     EXPECT_EQ(Switch(0), 0U);
-    EXPECT_EQ(Switch(0), 0U);
-    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask, -1));
+    EXPECT_EQ(Manager().outputTask, 42);
 }
 
 TEST_F(OutputMode, ZeroLeavesQueuedRecordsQueued) {
@@ -114,57 +100,49 @@ TEST_F(OutputMode, ZeroLeavesQueuedRecordsQueued) {
     Manager().CreateChannels();
     SetMode(1);
     Manager().GetLogger("a", "b", "debug")->Log("file", "function", 1, 1, "text");
-
     EXPECT_EQ(Switch(0), 0U);
-
     EXPECT_EQ(Manager().Channels().Find("debug")->Statistics().queued.Get(), 1U);
     EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
 }
 
-TEST_F(OutputMode, ZeroThatTheScheduleServiceRefusesKeepsTheHandle) {
+TEST_F(OutputMode, ZeroThatTheScheduleServiceRefusesKeepsTheHandleAndMayBeTriedAgain) {
     const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
+    SetMode(1);
     for (const int answer : {1, -1, INT_MIN}) {
         Proxy().Forget();
         schedule_.answer = answer;
-        SetMode(1);
-        EXPECT_EQ(Switch(0), 0x4118002BU);
+        EXPECT_EQ(Switch(0), kRefused);
         ExpectUnchanged(1);
-        EXPECT_THAT(Proxy().Printed(),
-                    ElementsAre(NS_TEST::IsDiagnostic(
-                        2, "logimpl",
-                        "[LogMgr::SetOutputMode]Delete local task failed, so SetOutputMode "
-                        "failed !!")));
+        EXPECT_THAT(Proxy().Printed(), ElementsAre(NS_TEST::IsDiagnostic(
+                                           2, "logimpl",
+                                           "[LogMgr::SetOutputMode]Delete local task failed, so "
+                                           "SetOutputMode failed !!")));
     }
-}
-
-TEST_F(OutputMode, ZeroMayBeTriedAgainAfterARefusal) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    SetMode(1);
-    schedule_.answer = 1;
-    Switch(0);
     schedule_.answer = 0;
     EXPECT_EQ(Switch(0), 0U);
-    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask, kTask));
+    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask, kTask, kTask, kTask));
     EXPECT_EQ(Manager().outputTask, -1);
 }
 
 TEST_F(OutputMode, ZeroWithoutAScheduleServiceReportsTheException) {
     OfferLogger();
     SetMode(1);
-    EXPECT_EQ(Switch(0), 0x41180004U);
+    EXPECT_EQ(Switch(0), kNoSchedule);
     ExpectUnchanged(1);
-
     SetMode(0);
     const auto records = DebugRecords();
-    ASSERT_THAT(records, SizeIs(1));
+    ASSERT_THAT(records, testing::SizeIs(1));
     EXPECT_EQ(records[0].level, 1);
-    EXPECT_EQ(records[0].line, "1092091908");  // 0x41180004
+    EXPECT_EQ(records[0].line, std::to_string(kNoSchedule));
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
 TEST_F(OutputMode, ZeroWithNeitherAScheduleServiceNorALoggerIsTheSameFailure) {
+    NS_TEST::OtherInterface other;
     SetMode(1);
-    EXPECT_EQ(Switch(0), 0x41180004U);
+    EXPECT_EQ(Switch(0), kNoSchedule);
+    const RegisteredInterface registered(SCHEDULE_NAME, other);
+    EXPECT_EQ(Switch(0), kNoSchedule) << "an object of another class counts as none";
     ExpectUnchanged(1);
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
@@ -174,17 +152,10 @@ TEST_F(OutputMode, ZeroReportsTheExceptionThatTheDeletionRaises) {
     OfferLogger();
     schedule_.onDelete = NS_TEST::RaiseStoreOutOfReach;
     SetMode(1);
-    EXPECT_EQ(Switch(0), 0x41180004U);
+    EXPECT_EQ(Switch(0), kNoSchedule);
     ExpectUnchanged(1);
-
     SetMode(0);
-    const auto records = DebugRecords();
-    ASSERT_THAT(records, SizeIs(1));
-    EXPECT_EQ(records[0].level, 1);
-    EXPECT_EQ(records[0].file, "store.cpp");
-    EXPECT_EQ(records[0].function, "Store::Read");
-    EXPECT_EQ(records[0].line, "4711");
-    EXPECT_EQ(records[0].detail, "the store is out of reach");
+    EXPECT_THAT(DebugRecords(), ElementsAre(NS_TEST::IsStoreOutOfReach()));
 }
 
 TEST_F(OutputMode, ZeroPassesOtherExceptionsOnAndKeepsTheHandle) {
@@ -195,44 +166,6 @@ TEST_F(OutputMode, ZeroPassesOtherExceptionsOnAndKeepsTheHandle) {
     schedule_.onDelete = [] { throw NS_BUNDLEMGR1::ProcessException(1, "a", "b", "c"); };
     EXPECT_THROW(Switch(0), NS_BUNDLEMGR1::ProcessException);
     ExpectUnchanged(1);
-}
-
-TEST_F(OutputMode, ZeroUsesTheFirstScheduleServiceThatIsRegistered) {
-    NS_TEST::RecordingScheduleService second;
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    const RegisteredInterface registeredSecond(SCHEDULE_NAME, second);
-    SetMode(1);
-    EXPECT_EQ(Switch(0), 0U);
-    EXPECT_THAT(schedule_.deleted, SizeIs(1));
-    EXPECT_THAT(second.deleted, IsEmpty());
-}
-
-TEST_F(OutputMode, ZeroFindsAScheduleServiceAmongTheServiceObjects) {
-    const NS_TEST::OfferingServiceObject object(&schedule_);
-    SetMode(1);
-    EXPECT_EQ(Switch(0), 0U);
-    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask));
-    NS_REFERENCE_HOST::RemoveFromIFBuf(&schedule_);
-}
-
-TEST_F(OutputMode, ZeroTakesAnObjectOfAnotherClassForNoScheduleService) {
-    NS_TEST::OtherInterface other;
-    const RegisteredInterface registered(SCHEDULE_NAME, other);
-    SetMode(1);
-    EXPECT_EQ(Switch(0), 0x41180004U);
-    ExpectUnchanged(1);
-}
-
-TEST_F(OutputMode, IsSwitchedThroughTheServiceInterface) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    EXPECT_EQ(service_.SetOutputMode(2), 0x41180003U);
-    EXPECT_EQ(service_.SetOutputMode(1), 0U);
-    SetMode(1);
-    schedule_.answer = 1;
-    EXPECT_EQ(service_.SetOutputMode(0), 0x4118002BU);
-    schedule_.answer = 0;
-    EXPECT_EQ(service_.SetOutputMode(0), 0U);
-    EXPECT_EQ(Manager().outputTask, -1);
 }
 
 }  // namespace

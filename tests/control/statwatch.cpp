@@ -14,7 +14,7 @@ namespace {
 
 const char* const kConfigurationFile = "/conf/corba_agent.cfg";
 
-struct Looks {
+struct LooksOfTheProcess {
     std::mutex mutex;
     std::condition_variable changed;
     std::map<std::string, int> byOthers;    // guarded by mutex
@@ -22,8 +22,8 @@ struct Looks {
 };
 
 // Never freed: threads may look at files until the process ends.
-Looks& AllLooks() {
-    static Looks* const looks = new Looks;
+LooksOfTheProcess& AllLooks() {
+    static LooksOfTheProcess* const looks = new LooksOfTheProcess;
     return *looks;
 }
 
@@ -38,7 +38,7 @@ extern "C" int stat(const char* path, struct stat* status) noexcept {
     const int result = fstatat(AT_FDCWD, path, status, 0);
     const int error = errno;
     if (EndsWith(path, kConfigurationFile)) {
-        Looks& looks = AllLooks();
+        LooksOfTheProcess& looks = AllLooks();
         const std::lock_guard<std::mutex> guard(looks.mutex);
         if (gettid() == getpid()) {
             looks.byMainThread.emplace_back(path);
@@ -54,11 +54,16 @@ extern "C" int stat(const char* path, struct stat* status) noexcept {
 namespace NS_TEST {
 
 bool StatWatch::WaitForLooks(const std::string& path, int times) {
-    Looks& looks = AllLooks();
+    LooksOfTheProcess& looks = AllLooks();
     std::unique_lock<std::mutex> guard(looks.mutex);
     const int wanted = looks.byOthers[path] + times;
     return looks.changed.wait_for(guard, std::chrono::seconds(60),
                                   [&] { return looks.byOthers[path] >= wanted; });
+}
+
+int StatWatch::Looks(const std::string& path) {
+    const std::lock_guard<std::mutex> guard(AllLooks().mutex);
+    return AllLooks().byOthers[path];
 }
 
 std::vector<std::string> StatWatch::ConfigurationFiles() {

@@ -16,6 +16,9 @@ class StatWatch {
     // false when that does not happen.
     static bool WaitForLooks(const std::string& path, int times);
 
+    // How often such a thread has looked at `path`.
+    static int Looks(const std::string& path);
+
     // The configuration files that the main thread has looked at, in order.
     static std::vector<std::string> ConfigurationFiles();
 

@@ -1,115 +1,356 @@
-// The whole way of a change: from the configuration file to what the service does.
+// What the values of the three switch items mean, which of them are applied and
+// in which order, and what is said about it.
 #include <atomic>
+#include <stdexcept>
 #include <thread>
 
-#include "control/monitorfixture.h"
+#include "support/servicefixture.h"
+#include "support/switchinglogger.h"
+#include "support/waiting.h"
 
+using NS_TEST::AddSwitchingLogger;
+using NS_TEST::SwitchingLogger;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-class SwitchFileChange : public NS_TEST::MonitorTest {
+class SwitchFile : public NS_TEST::ServiceTest {
   protected:
-    // The store is the one over the file.
-    SwitchFileChange() {
-        NS_REFERENCE_HOST::SetConfigItems(nullptr);
-        NS_TEST::WriteFile(configFile_, Text("1,1,1,1", "0", "0"));
-        SetTime(kBaseline);
+    // All levels are on, both flags are 0, and so says the configuration.
+    SwitchFile() {
+        SetLevels("1111");
+        Manager().CreateChannels();
+        Configure("1,1,1,1", "0", "0");
     }
 
-    static std::string Text(const std::string& levels, const std::string& asnLog,
-                            const std::string& outputPara) {
-        return "# switches\nlogswitch = " + levels + "\nbEnableAsnLog=" + asnLog +
-               "\n  bLogOutputPara =  " + outputPara + "  \nother = 1\n";
+    void Configure(const std::string& levels, const std::string& asnLog,
+                   const std::string& outputPara) {
+        store_.Set("logswitch", levels);
+        store_.Set("bEnableAsnLog", asnLog);
+        store_.Set("bLogOutputPara", outputPara);
     }
 
-    static std::string State() {
-        return Levels() + "/" + std::to_string(Manager().bEnableAsnLog.Get()) + "/" +
-               std::to_string(Manager().bLogOutputPara.Get());
+    // Applies the configuration. Expects the service to be in this state
+    // afterwards, and the monitor to have said this, behind its name, and nothing
+    // else.
+    void CheckAndExpect(const std::string& state, const std::vector<std::string>& says) {
+        Proxy().Forget();
+        monitor_.Check();
+        EXPECT_EQ(State(), state);
+        std::vector<testing::Matcher<NS_TEST::PrintedDiagnostic>> expected;
+        for (const std::string& text : says) {
+            expected.push_back(NS_TEST::IsDiagnostic(1, "logswitchmonitormgr",
+                                                     "[LogSwitchMonitorMgr::Check] " + text));
+        }
+        EXPECT_THAT(Proxy().Printed(), testing::ElementsAreArray(expected));
     }
+
+    NS_LOG_SERVICE1::LogSwitchMonitorMgr monitor_;
 };
 
-TEST_F(SwitchFileChange, ByRenamingANewFileIsApplied) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    Replace(Text("0,1,0,1", "1", "1"), kBaseline + 1);
-    AwaitFullPass();
-    EXPECT_EQ(State(), "0101/1/1");
-    EXPECT_THAT(Proxy().Texts(),
-                ElementsAre("[LogSwitchMonitorMgr::Check] LogLevel_0 close LogLevel_2 close \n",
-                            "[LogSwitchMonitorMgr::Check] end change bEnableAsnLog = 1 \n",
-                            "[LogSwitchMonitorMgr::Check] end change bEnableOutputPara = 1 \n"));
+struct Application {
+    const char* before;  // the levels
+    const char* configured;
+    const char* after;
+    std::vector<std::string> calls;  // that switch each logger
+    const char* report;              // null: none
+};
+
+// The pieces of a report run together; there is no blank behind an undefined
+// value.
+TEST_F(SwitchFile, SwitchesEachLevelThatDiffersInAscendingOrderAndSaysSo) {
+    const Application kApplications[] = {
+        {"1111", "1,1,1,1", "1111", {}, nullptr},
+        {"1111", "0,1,1,1", "0111", {"-0"}, "LogLevel_0 close \n"},
+        {"1110", "1,1,1,1", "1111", {"+3"}, "LogLevel_3 open \n"},
+        {"0111", "1,1,0,1", "1101", {"+0", "-2"}, "LogLevel_0 open LogLevel_2 close \n"},
+        {"0101",
+         "1,0,1,0",
+         "1010",
+         {"+0", "-1", "+2", "-3"},
+         "LogLevel_0 open LogLevel_1 close LogLevel_2 open LogLevel_3 close \n"},
+        {"1100",
+         "2,0,-1,1",
+         "1001",
+         {"-1", "+3"},
+         "LogLevel_0 undefined value.LogLevel_1 close LogLevel_2 undefined value."
+         "LogLevel_3 open \n"},
+    };
+    SwitchingLogger& debug = AddSwitchingLogger("a", "b");
+    SwitchingLogger& system = AddSwitchingLogger("a", "b", "corbasys");
+    for (const Application& application : kApplications) {
+        SCOPED_TRACE(application.configured);
+        SetLevels(application.before);
+        debug.calls.clear();
+        system.calls.clear();
+        Configure(application.configured, "0", "0");
+        std::vector<std::string> says;
+        if (application.report != nullptr) {
+            says.emplace_back(application.report);
+        }
+        CheckAndExpect(application.after + std::string("/0/0"), says);
+        EXPECT_EQ(debug.calls, application.calls);
+        EXPECT_EQ(system.calls, application.calls);
+    }
+    EXPECT_EQ(Levels(Manager().GetLogger("c", "d", "corbaoper")->Levels()), "1001");
 }
 
-TEST_F(SwitchFileChange, ByRenamingANewFileWithTheSameTimeIsNotSeen) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    Replace(Text("0,0,0,0", "1", "1"), kBaseline);
-    AwaitFullPass();
+TEST_F(SwitchFile, ReportsAnUndefinedValueEachTimeAndAChangeOnce) {
+    Configure("2,1,1,0", "0", "0");
+    CheckAndExpect("1110/0/0", {"LogLevel_0 undefined value.LogLevel_3 close \n"});
+    EXPECT_EQ(Proxy().Printed().at(0).format, "[LogSwitchMonitorMgr::Check] %s\n");
+    CheckAndExpect("1110/0/0", {"LogLevel_0 undefined value.\n"});
+}
+
+// The global switch of a level decides whether anything is to be done, not
+// those of the loggers.
+TEST_F(SwitchFile, LeavesALoggerAloneThatDiffersFromAGlobalSwitchThatHolds) {
+    SwitchingLogger& logger = AddSwitchingLogger("a", "b");
+    logger.Logger::DisableLevel(1);
+    CheckAndExpect("1111/0/0", {});
+    EXPECT_EQ(Levels(logger.Levels()), "1011");
+}
+
+TEST_F(SwitchFile, SwitchesTheGlobalLevelBeforeTheLoggers) {
+    std::vector<std::string> seen;
+    AddSwitchingLogger("a", "b").onSwitched = [&seen] { seen.push_back(Levels()); };
+    Configure("1,0,1,0", "0", "0");
+    monitor_.Check();
+    EXPECT_THAT(seen, ElementsAre("1011", "1010"));
+}
+
+TEST_F(SwitchFile, KeepsTheGlobalLevelWhenALoggerRefuses) {
+    SwitchingLogger& refusing = AddSwitchingLogger("a", "b");
+    SwitchingLogger& willing = AddSwitchingLogger("c", "d");
+    refusing.refuses = true;
+    Configure("0,1,1,1", "0", "0");
+    monitor_.Check();
+    EXPECT_EQ(Levels(), "0111");
+    EXPECT_EQ(Levels(willing.Levels()), "0111");
+    EXPECT_EQ(Levels(refusing.Levels()), "1111");
+    EXPECT_THAT(Proxy().Texts(),
+                ElementsAre(testing::StartsWith("[LogMgr::DisableAllLogLevel] Disable a, b, "),
+                            "[LogSwitchMonitorMgr::Check] LogLevel_0 close \n"));
+}
+
+TEST_F(SwitchFile, EndsWithTheExceptionOfALogger) {
+    SwitchingLogger& logger = AddSwitchingLogger("a", "b");
+    logger.onSwitched = [] { throw std::runtime_error("broken"); };
+    Configure("0,0,1,1", "1", "1");
+    EXPECT_THROW(monitor_.Check(), std::runtime_error);
+    EXPECT_EQ(State(), "0111/0/0");
+    logger.onSwitched = nullptr;
+    EXPECT_TRUE(NS_TEST::FinishesOnAnotherThread([] { Manager().SwitchLevel(1, true); }));
+    EXPECT_THAT(Proxy().Texts(), IsEmpty());
+}
+
+TEST_F(SwitchFile, PassesOnWhatTheStoreThrowsAndAppliesNothing) {
+    Configure("0,0,0,0", "1", "1");
+    store_.OnAllAsked(NS_TEST::RaiseStoreOutOfReach);
+    EXPECT_THROW(monitor_.Check(), NS_BUNDLEMGR1::InterfaceNotExistException);
+    store_.OnAllAsked([] { throw 42; });
+    EXPECT_THROW(monitor_.Check(), int);
     EXPECT_EQ(State(), "1111/0/0");
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
-TEST_F(SwitchFileChange, ByWritingInPlaceIsApplied) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    NS_TEST::WriteFile(configFile_, Text("1,1,0,0", "1", "0"));
-    SetTime(kBaseline + 1);
-    AwaitFullPass();
-    EXPECT_EQ(State(), "1100/1/0");
-}
-
-TEST_F(SwitchFileChange, BackAndForthIsAppliedEachTime) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    for (int change = 1; change <= 6; ++change) {
-        const bool off = change % 2 == 1;
-        Replace(off ? Text("0,0,0,0", "1", "1") : Text("1,1,1,1", "0", "0"), kBaseline + change);
-        AwaitFullPass();
-        EXPECT_EQ(State(), off ? "0000/1/1" : "1111/0/0");
+TEST_F(SwitchFile, ReadsTheConfigurationOnceAndLeavesItsOtherItemsAlone) {
+    for (const char* other : {"logfilesize", "queuebuflength", "outputmode"}) {
+        store_.Set(other, "1");
     }
+    CheckAndExpect("1111/0/0", {});
+    EXPECT_EQ(store_.AllAsked(), 1);
+    EXPECT_THAT(store_.Asked(), IsEmpty());
+    EXPECT_EQ(Manager().logfilesize, 20971520U);
+    EXPECT_EQ(Manager().queuebuflength, 16384U);
+    EXPECT_EQ(Manager().outputmode, 0U);
 }
 
-TEST_F(SwitchFileChange, ThatTakesAnItemAwayAppliesNothing) {
-    ASSERT_EQ(monitor_.Init(), 0);
-    Replace("logswitch = 0,0,0,0\nbLogOutputPara = 1\n", kBaseline + 1);
-    AwaitFullPass();
-    EXPECT_EQ(State(), "1111/0/0");
-    EXPECT_THAT(Proxy().Texts(), ElementsAre("[LogSwitchMonitorMgr::Check] call GetValByKey, get "
-                                             "bEnableAsnLog Info error.\n"));
-}
-
-// The three values of one application come from one file, however fast the files change.
-TEST_F(SwitchFileChange, IsNeverAppliedInParts) {
+TEST_F(SwitchFile, MayRunWhileClientsLog) {
     std::atomic<bool> done{false};
-    std::thread administrator([&] {
-        for (int change = 1; !done; ++change) {
-            Replace(change % 2 == 1 ? Text("0,0,0,0", "1", "1") : Text("1,1,1,1", "0", "0"),
-                    kBaseline + change);
+    std::thread client([&] {
+        while (!done) {
+            auto* logger = Manager().GetLogger("a", "b", "debug");
+            logger->Log("file", "function", 1, 2, "text");
+            Manager().GetEnableAsnLog();
+            Manager().GetEnableOutputPara();
+            Manager().IsLogLevelEnabled(2);
         }
     });
-    int inParts = 0;
-    int changes = 0;
-    std::string previous = State();
-    for (int i = 0; i < 100000 && changes < 50; ++i) {
+    for (int i = 0; i < 100; ++i) {
+        const char* const flag = i % 2 == 0 ? "1" : "0";
+        Configure(i % 2 == 0 ? "1,1,0,1" : "1,1,1,1", flag, flag);
         monitor_.Check();
-        const std::string state = State();
-        inParts += state == "0000/1/1" || state == "1111/0/0" ? 0 : 1;
-        changes += state == previous ? 0 : 1;
-        previous = state;
     }
     done = true;
-    administrator.join();
-    EXPECT_EQ(inParts, 0);
-    EXPECT_EQ(changes, 50);
+    client.join();
+    EXPECT_EQ(State(), "1111/0/0");
+    EXPECT_EQ(Proxy().Texts().size(), 300U);
 }
 
-TEST_F(SwitchFileChange, ReachesALoggerThatAClientHolds) {
-    Manager().CreateChannels();
-    auto* logger = Manager().GetLogger("a", "b", "debug");
-    ASSERT_EQ(monitor_.Init(), 0);
-    Replace(Text("1,1,0,1", "0", "0"), kBaseline + 1);
-    AwaitFullPass();
-    EXPECT_EQ(Levels(logger->Levels()), "1101");
-    logger->Log("file", "function", 1, 2, "kept back");
-    EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
+// The last report names an item that does not exist. Only the first missing
+// item is reported.
+TEST_F(SwitchFile, WithoutOneOfItsItemsAppliesNothing) {
+    struct Missing {
+        const char* reported;
+        std::vector<std::string> present;
+    };
+    const Missing kMissing[] = {
+        {"logswitch", {}},
+        {"logswitch", {"bEnableAsnLog"}},
+        {"logswitch", {"bEnableAsnLog", "bLogOutputPara"}},
+        {"logswitch", {"LogSwitch", "bEnableAsnLog", "bLogOutputPara"}},
+        {"bEnableAsnLog", {"logswitch"}},
+        {"bEnableAsnLog", {"logswitch", "bLogOutputPara"}},
+        {"strEnableOutputPara", {"logswitch", "bEnableAsnLog"}},
+    };
+    for (const Missing& missing : kMissing) {
+        SCOPED_TRACE(testing::PrintToString(missing.present));
+        NS_TEST::ScriptedConfigItems incomplete;
+        for (const std::string& item : missing.present) {
+            incomplete.Set(item, item == "logswitch" ? "0,0,0,0" : "1");
+        }
+        NS_REFERENCE_HOST::SetConfigItems(&incomplete);
+        CheckAndExpect("1111/0/0", {std::string("call GetValByKey, get ") + missing.reported +
+                                    " Info error.\n"});
+        NS_REFERENCE_HOST::SetConfigItems(&store_);
+    }
+}
+
+TEST_F(SwitchFile, WithoutExactlyFourLevelsAppliesNothing) {
+    for (const char* levels : {"0,0,0", "0,0,0,0,0", "0;0;0;0", "0,0,0,0,", "0"}) {
+        SCOPED_TRACE(levels);
+        Configure(levels, "1", "1");
+        CheckAndExpect("1111/0/0", {"logswitch Info is invalid.\n"});
+    }
+    for (const char* blank : {"", " \t "}) {
+        Configure(blank, "1", "1");
+        CheckAndExpect("1111/0/0", {"Call SplitStringByTag<> failed\n"});
+        EXPECT_EQ(Proxy().Printed().at(0).format,
+                  "[LogSwitchMonitorMgr::Check] Call SplitStringByTag<%s> failed\n");
+    }
+}
+
+TEST_F(SwitchFile, TrimsItsThreeValues) {
+    Configure(" \t1,0,0,0\r\n ", " 1\t", "\t1 ");
+    monitor_.Check();
+    EXPECT_EQ(State(), "1000/1/1");
+}
+
+TEST_F(SwitchFile, WithAnItemTwiceCountsTheLastOne) {
+    store_.Add("logswitch", "0,0,0,1");
+    store_.Add("bEnableAsnLog", "1");
+    monitor_.Check();
+    EXPECT_EQ(State(), "0001/1/0");
+}
+
+// Level 1 is tried from on and from off; the levels beside it stay as they are.
+TEST_F(SwitchFile, ConvertsLevelsLeniently) {
+    enum Meaning { kOff, kOn, kUndefined };
+    const std::pair<const char*, Meaning> kValues[] = {
+        {"1", kOn},
+        {"0", kOff},
+        {"1x", kOn},
+        {"0x1", kOff},
+        {"x", kOff},
+        {"", kOff},
+        {"01", kOn},
+        {"+1", kOn},
+        {" 1", kOn},
+        {"1 ", kOn},
+        {"\t1 0", kOn},
+        {"-0", kOff},
+        {"- 1", kOff},
+        {"1.9", kOn},
+        {"2", kUndefined},
+        {"10", kUndefined},
+        {"-1", kUndefined},
+        // 32 bits are kept of a long. What a long does not hold is the nearest
+        // one that it does.
+        {"2147483649", kUndefined},
+        {"4294967295", kUndefined},
+        {"4294967296", kOff},
+        {"4294967297", kOn},
+        {"-4294967295", kOn},
+        {"99999999999999999999", kUndefined},
+        {"-99999999999999999999", kOff},
+    };
+    for (const auto& [value, meaning] : kValues) {
+        for (const bool wasOn : {true, false}) {
+            SCOPED_TRACE(std::string(value) + (wasOn ? " from on" : " from off"));
+            SetLevels(wasOn ? "1111" : "1011");
+            Configure(std::string("1,") + value + ",1,1", "0", "0");
+            const bool isOn = meaning == kUndefined ? wasOn : meaning == kOn;
+            std::vector<std::string> says;
+            if (meaning == kUndefined) {
+                says = {"LogLevel_1 undefined value.\n"};
+            } else if (isOn != wasOn) {
+                says = {isOn ? "LogLevel_1 open \n" : "LogLevel_1 close \n"};
+            }
+            CheckAndExpect(isOn ? "1111/0/0" : "1011/0/0", says);
+        }
+    }
+}
+
+// The report calls the second flag bEnableOutputPara.
+TEST_F(SwitchFile, ConvertsFlagsLenientlyAndRefusesWhatIsNoSwitch) {
+    struct FlagValue {
+        const char* text;
+        uint32_t before;
+        uint32_t after;
+        const char* report;  // behind the flag's name; null: none
+    };
+    const FlagValue kValues[] = {
+        {"1", 0, 1, " = 1 \n"},
+        {"0", 1, 0, " = 0 \n"},
+        {"1", 1, 1, nullptr},
+        {"0", 0, 0, nullptr},
+        {"1x", 0, 1, " = 1 \n"},
+        {"yes", 1, 0, " = 0 \n"},
+        {"", 1, 0, " = 0 \n"},
+        {"", 0, 0, nullptr},
+        {"4294967297", 0, 1, " = 1 \n"},
+        {"4294967296", 1, 0, " = 0 \n"},
+        {"1", 5, 1, " = 1 \n"},
+        {"0", 4294967295U, 0, " = 0 \n"},
+        {"-1", 1, 1, "<-1> is invalid.\n"},
+        {"2", 0, 0, "<2> is invalid.\n"},
+        // A value that is no switch is refused even when it is the current one.
+        {"5", 5, 5, "<5> is invalid.\n"},
+        {"2147483648", 1, 1, "<-2147483648> is invalid.\n"},
+        {"99999999999999999999", 1, 1, "<-1> is invalid.\n"},
+    };
+    for (const FlagValue& value : kValues) {
+        SCOPED_TRACE(value.text);
+        const std::string change = value.before != value.after ? "end change " : "";
+        const std::string after = std::to_string(value.after);
+        const auto says = [&](const char* flag) {
+            return value.report == nullptr ? std::vector<std::string>()
+                                           : std::vector<std::string>{change + flag + value.report};
+        };
+        Manager().bEnableAsnLog = value.before;
+        Manager().bLogOutputPara = 0;
+        Configure("1,1,1,1", value.text, "0");
+        CheckAndExpect("1111/" + after + "/0", says("bEnableAsnLog"));
+        Manager().bEnableAsnLog = 0;
+        Manager().bLogOutputPara = value.before;
+        Configure("1,1,1,1", "0", value.text);
+        CheckAndExpect("1111/0/" + after, says("bEnableOutputPara"));
+    }
+}
+
+TEST_F(SwitchFile, IsAppliedInAFixedOrderPastWhatIsInvalid) {
+    Configure("1,1,1,0", "1", "1");
+    CheckAndExpect("1110/1/1", {"LogLevel_3 close \n", "end change bEnableAsnLog = 1 \n",
+                                "end change bEnableOutputPara = 1 \n"});
+    CheckAndExpect("1110/1/1", {});
+    Configure("1,1,0,0", "-1", "0");
+    CheckAndExpect("1100/1/0", {"LogLevel_2 close \n", "bEnableAsnLog<-1> is invalid.\n",
+                                "end change bEnableOutputPara = 0 \n"});
+    Configure("7,1,0,0", "0", "2");
+    CheckAndExpect("1100/0/0", {"LogLevel_0 undefined value.\n", "end change bEnableAsnLog = 0 \n",
+                                "bEnableOutputPara<2> is invalid.\n"});
 }
 
 }  // namespace

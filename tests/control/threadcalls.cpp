@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <thread>
 
 namespace {
@@ -50,13 +51,12 @@ ThreadCalls::NoThreads::~NoThreads() {
     noThreads = false;
 }
 
-timespec ThreadCalls::AwaitDeadline() {
-    while (deadlineSecond == 0) {
+int64_t ThreadCalls::AwaitDeadline() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (deadlineSecond == 0 && std::chrono::steady_clock::now() < end) {
         std::this_thread::yield();
     }
-    timespec deadline{};
-    deadline.tv_sec = static_cast<time_t>(deadlineSecond);
-    return deadline;
+    return deadlineSecond;
 }
 
 void ThreadCalls::Forget() {

@@ -1,7 +1,7 @@
 // The C library's threads: those that cannot be had, and until when they wait.
 #pragma once
 
-#include <time.h>
+#include <cstdint>
 
 namespace NS_TEST {
 
@@ -18,8 +18,9 @@ class ThreadCalls {
     };
 
     // The end of a timed wait on a condition that a thread has begun since Forget, in the time of
-    // the condition's own clock. Waits until there is one.
-    static timespec AwaitDeadline();
+    // the condition's own clock, in whole seconds. Waits until there is one; 0 when that does not
+    // happen.
+    static int64_t AwaitDeadline();
     static void Forget();
 };
 

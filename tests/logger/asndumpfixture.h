@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "channel/channelmap.h"
-#include "control/scriptedconfigitems.h"
 #include "logger/asnmessages.h"
 #include "logger/recordinglogger.h"
 #include "platform/hostcontrol.h"
@@ -18,6 +17,7 @@
 #include "support/files.h"
 #include "support/logfileparser.h"
 #include "support/recordinglogproxy.h"
+#include "support/scriptedconfigitems.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "control/maintenanceservice.h"
 #include "maintenance/maintenancefixture.h"
 
 namespace NS_TEST {
@@ -29,23 +30,19 @@ TEST_F(MaintenanceInterface, IsOfferedFromInitToFini) {
     ASSERT_NE(Found(), nullptr);
     EXPECT_TRUE(Found()->IsValid());
     EXPECT_EQ(Found()->GetIFName(), "LogMaintenanceInterface");
+    EXPECT_EQ(Found()->GetVersion(), 1U);
+    const auto* const first = Found();
+    NS_LOG_SERVICE1::MaintenanceService::Start();
+    EXPECT_EQ(Found(), first) << "one that stands already is kept";
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("LogMaintenanceInterface"), testing::SizeIs(1));
     Stop();
     EXPECT_EQ(Found(), nullptr);
 }
 
 TEST_F(MaintenanceInterface, IsNotOfferedWhenTheServiceDoesNotStart) {
     store_.OnAsked("logfilesize", RaiseStoreOutOfReach);
-    ACE_Service_Object* service = _make_qv_base_log(nullptr);
-    EXPECT_EQ(service->init(0, nullptr), -1);
+    Start(-1);
     EXPECT_EQ(Found(), nullptr);
-    static_cast<NS_LOG_SERVICE1::qv_base_log*>(service)->StopService();
-    service->fini();
-    delete service;
-}
-
-TEST_F(MaintenanceInterface, SaysItsVersion) {
-    Start();
-    EXPECT_EQ(Maintenance().GetVersion(), 1U);
 }
 
 TEST_F(MaintenanceInterface, FlushesEveryCategory) {
@@ -59,10 +56,12 @@ TEST_F(MaintenanceInterface, FlushesEveryCategory) {
     EXPECT_THAT(Written("debug"), ElementsAre("queued too"));
 }
 
-TEST_F(MaintenanceInterface, DumpsOneCategoryOrAll) {
+TEST_F(MaintenanceInterface, DumpsOneCategoryOrAllAndRefusesOneThatDoesNotExist) {
     Start();
     Log(3, "kept back");
     Manager().GetLogger("a", "b", "debug")->Log("f", "g", 1, 3, "kept back too");
+    EXPECT_FALSE(Maintenance().OutputAll("corba"));
+    EXPECT_FALSE(Maintenance().OutputAll("CorbaOper"));
     EXPECT_TRUE(Maintenance().OutputAll("corbaoper"));
     const std::string head = "The follow message was dump by maintenance command flushall.";
     EXPECT_THAT(Written("corbaoper"), ElementsAre(head, "kept back"));
@@ -70,12 +69,6 @@ TEST_F(MaintenanceInterface, DumpsOneCategoryOrAll) {
     EXPECT_TRUE(Maintenance().OutputAll(""));
     EXPECT_THAT(Written("corbaoper"), ElementsAre(head, "kept back", head));
     EXPECT_THAT(Written("debug"), ElementsAre(head, "kept back too"));
-}
-
-TEST_F(MaintenanceInterface, RefusesToDumpACategoryThatDoesNotExist) {
-    Start();
-    EXPECT_FALSE(Maintenance().OutputAll("corba"));
-    EXPECT_FALSE(Maintenance().OutputAll("CorbaOper"));
 }
 
 TEST_F(MaintenanceInterface, ListsLoggersInTheOrderOfTheirCreation) {
@@ -95,23 +88,14 @@ TEST_F(MaintenanceInterface, ListsLoggersInTheOrderOfTheirCreation) {
 
 TEST_F(MaintenanceInterface, SwitchesALevelOfOneLogger) {
     Start();
-    Manager().GetLogger("other", "service", "corbaoper");
+    NS_LOG_SERVICE1::Logger* const other = Manager().GetLogger("other", "service", "corbaoper");
     OperLogger();
     EXPECT_TRUE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 3, true));
-    EXPECT_TRUE(OperLogger().Levels()[3]);
-    EXPECT_FALSE(Manager().GetLogger("other", "service", "corbaoper")->Levels()[3]);
     EXPECT_TRUE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 0, false));
-    EXPECT_FALSE(OperLogger().Levels()[0]);
-    EXPECT_EQ(Levels(), "1100");
-}
-
-TEST_F(MaintenanceInterface, RefusesALoggerOrALevelThatDoesNotExist) {
-    Start();
-    OperLogger();
     EXPECT_FALSE(Maintenance().SetLoggerLevel("bundle", "service", "debug", 1, true));
     EXPECT_FALSE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 4, true));
-    EXPECT_FALSE(Maintenance().SetLevel(4, true));
-    EXPECT_FALSE(Maintenance().SetLevel(0xffffffff, false));
+    EXPECT_EQ(Levels(OperLogger().Levels()), "0101");
+    EXPECT_EQ(Levels(other->Levels()), "1100");
     EXPECT_EQ(Levels(), "1100");
 }
 
@@ -120,6 +104,8 @@ TEST_F(MaintenanceInterface, SwitchesALevelForAllLoggersAndThoseToCome) {
     OperLogger();
     EXPECT_TRUE(Maintenance().SetLevel(2, true));
     EXPECT_TRUE(Maintenance().SetLevel(0, false));
+    EXPECT_FALSE(Maintenance().SetLevel(4, true));
+    EXPECT_FALSE(Maintenance().SetLevel(0xffffffff, false));
     EXPECT_EQ(Levels(), "0110");
     EXPECT_EQ(Levels(OperLogger().Levels()), "0110");
     EXPECT_EQ(Levels(Manager().GetLogger("new", "one", "debug")->Levels()), "0110");
@@ -197,6 +183,11 @@ TEST_F(MaintenanceInterface, ShowsWhyRecordsWereDropped) {
     EXPECT_GT(channel.lastErrorTime, 1700000000);
 }
 
+// What the service says about the category at its end.
+std::string Farewell(const std::string& text) {
+    return "\n[qv_base_log::fini] corbaoper: " + text + " !!\n";
+}
+
 TEST_F(MaintenanceInterface, ReportsAtTheEndWhatCouldNotBeWritten) {
     Start();
     WriteFile(Path("log"), "in the way");
@@ -206,9 +197,9 @@ TEST_F(MaintenanceInterface, ReportsAtTheEndWhatCouldNotBeWritten) {
     Stop();
     EXPECT_THAT(Proxy().Printed(),
                 Contains(IsDiagnostic(1, "logimpl",
-                                      "\n[qv_base_log::fini] corbaoper: 2 records could not be "
-                                      "written (last error: Not a directory) !!\n")));
-    EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("fini] debug:"))));
+                                      Farewell("2 records could not be written (last error: Not a "
+                                               "directory)"))));
+    EXPECT_THAT(Proxy().Texts(), Contains(HasSubstr("qv_base_log::fini")).Times(1));
 }
 
 TEST_F(MaintenanceInterface, ReportsAtTheEndWhatWasKeptBackAndNeverAskedFor) {
@@ -220,11 +211,11 @@ TEST_F(MaintenanceInterface, ReportsAtTheEndWhatWasKeptBackAndNeverAskedFor) {
     Maintenance().OutputAll("corbaoper");
     Log(2, "still there");
     Stop();
-    EXPECT_THAT(Proxy().Printed(),
-                Contains(IsDiagnostic(1, "logimpl",
-                                      "\n[qv_base_log::fini] corbaoper: 2 records of switched-off "
-                                      "levels were never written !!\n")));
-    EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("fini] debug:"))));
+    EXPECT_THAT(
+        Proxy().Printed(),
+        Contains(IsDiagnostic(1, "logimpl",
+                              Farewell("2 records of switched-off levels were never written"))));
+    EXPECT_THAT(Proxy().Texts(), Contains(HasSubstr("qv_base_log::fini")).Times(1));
 }
 
 TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
@@ -232,6 +223,22 @@ TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
     Log(1, "written");
     Stop();
     EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("qv_base_log::fini"))));
+}
+
+// Whatever a report meets, the service must end.
+TEST_F(MaintenanceInterface, EndsWhenItsReportFails) {
+    Start();
+    WriteFile(Path("log"), "in the way");
+    Log(1, "lost");
+    Proxy().onPrint = [](const std::string& text) {
+        if (text == Farewell("1 records could not be written (last error: Not a directory)")) {
+            throw 42;
+        }
+    };
+    Stop();
+    Proxy().onPrint = nullptr;
+    EXPECT_EQ(Found(), nullptr);
+    EXPECT_EQ(NS_LOG_SERVICE1::LogMgr::InstanceIfAny(), nullptr);
 }
 
 }  // namespace

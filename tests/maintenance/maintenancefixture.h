@@ -1,17 +1,14 @@
 // A service with its maintenance interface, as the bundle manager starts it.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
 #include "bundlemgr/ifbuf.h"
-#include "control/controlfixture.h"
-#include "control/scheduleservice.h"
-#include "logimpl.h"
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "schedule/periodictasks.h"
+#include "support/otherservices.h"
+#include "support/servicefixture.h"
 
 namespace NS_TEST {
 
@@ -32,14 +29,15 @@ class ManualScheduleService : public RecordingScheduleService,
 };
 
 // The service is started by Start and ended by Stop, which the destructor calls otherwise.
-class MaintenanceTest : public ControlTest {
+class MaintenanceTest : public ServiceTest {
   protected:
     MaintenanceTest() { store_.Set("logswitch", "1,1,0,0"); }
     ~MaintenanceTest() override { Stop(); }
 
-    void Start() {
+    // `result`: what the start of the service answers.
+    void Start(int result = 0) {
         service_ = _make_qv_base_log(&free_);
-        ASSERT_EQ(service_->init(0, nullptr), 0);
+        ASSERT_EQ(service_->init(0, nullptr), result);
     }
 
     void Stop() {
@@ -66,22 +64,6 @@ class MaintenanceTest : public ControlTest {
     }
     static void Log(int level, const std::string& text) {
         OperLogger().Log("file.cpp", "Function", 7, level, text);
-    }
-
-    // The details of the records in the files of a category; dumped ones behind their trigger.
-    std::vector<std::string> Written(const std::string& category) const {
-        std::vector<std::string> details;
-        for (const std::string& name : ListLogFiles(Path("log"), category)) {
-            for (const ParsedPiece& piece : ParseLogPieces(Path("log/" + name))) {
-                if (piece.kind == ParsedPiece::RECORD || piece.kind == ParsedPiece::DUMP) {
-                    details.push_back(piece.record.detail);
-                }
-                for (const ParsedRecord& dumped : piece.dumped) {
-                    details.push_back(dumped.detail);
-                }
-            }
-        }
-        return details;
     }
 
     static NS_LOG_SERVICE1::ChannelStatus Channel(const std::string& category) {

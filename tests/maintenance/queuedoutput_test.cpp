@@ -2,81 +2,96 @@
 
 #include <gmock/gmock.h>
 
+#include <optional>
+
 #include "maintenance/maintenancefixture.h"
 
 namespace NS_TEST {
 namespace {
 
+using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr unsigned int kDone = 0;
 constexpr unsigned int kDeleteTaskFailed = 0x4118002B;
 
+// There is a schedule service, whose first task gets handle 41, but where a
+// test takes it away.
 class QueuedOutput : public MaintenanceTest {
   protected:
+    QueuedOutput() { registered_.emplace(SCHEDULE_NAME, schedule_); }
+    // It looks for the service when it ends.
+    ~QueuedOutput() override { Stop(); }
+
     ManualScheduleService schedule_;
+    std::optional<RegisteredInterface> registered_;
 };
 
-TEST_F(QueuedOutput, QueuesWithoutAScheduleService) {
+TEST_F(QueuedOutput, QueuesWithoutATaskWhereNobodyTakesOne) {
     Start();
-    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
-    EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
-    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
-    Log(1, "queued");
-    EXPECT_THAT(Written("corbaoper"), IsEmpty());
-}
-
-TEST_F(QueuedOutput, QueuesWithAScheduleServiceThatOnlyDeletes) {
     RecordingScheduleService deleting;
-    const RegisteredInterface registered(SCHEDULE_NAME, deleting);
-    Start();
-    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
-    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
+    for (ScheduleSvcInterface* service : {static_cast<ScheduleSvcInterface*>(nullptr),
+                                          static_cast<ScheduleSvcInterface*>(&deleting),
+                                          static_cast<ScheduleSvcInterface*>(&schedule_)}) {
+        schedule_.nextHandle = -7;
+        registered_.reset();
+        if (service != nullptr) {
+            registered_.emplace(SCHEDULE_NAME, *service);
+        }
+        EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+        EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
+        EXPECT_FALSE(Maintenance().HasPeriodicOutput());
+        EXPECT_EQ(Manager().outputTask, -1);
+        Log(1, "queued");
+        EXPECT_THAT(Written("corbaoper"), IsEmpty());
+    }
     EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDone);
+    EXPECT_THAT(Written("corbaoper"), ElementsAre("queued", "queued", "queued"));
     EXPECT_THAT(deleting.deleted, IsEmpty());
-    Stop();
+    EXPECT_THAT(schedule_.deleted, IsEmpty());
 }
 
-TEST_F(QueuedOutput, WritesTheQueuesPeriodically) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    store_.Set("logtimeinterval", "5");
+TEST_F(QueuedOutput, WritesTheQueuesPeriodicallyButOnceASecondAtMost) {
+    for (const unsigned int interval : {5U, 1U, 0U}) {
+        store_.Set("logtimeinterval", std::to_string(interval));
+        Start();
+        EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+        EXPECT_TRUE(Maintenance().HasPeriodicOutput());
+        EXPECT_EQ(schedule_.interval, interval == 0 ? 1U : interval);
+        Stop();
+    }
     Start();
-    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
-    EXPECT_TRUE(Maintenance().HasPeriodicOutput());
-    EXPECT_EQ(schedule_.interval, 5U);
+    Maintenance().SetQueuedOutput(true);
     Log(1, "queued");
     EXPECT_THAT(Written("corbaoper"), IsEmpty());
     schedule_.task->Run();
     EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
     Stop();
+    schedule_.task->Run();  // by a schedule service that has not deleted it
+    EXPECT_EQ(NS_LOG_SERVICE1::LogMgr::InstanceIfAny(), nullptr);
 }
 
-TEST_F(QueuedOutput, WritesOnceASecondAtMost) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    store_.Set("logtimeinterval", "0");
-    Start();
-    Maintenance().SetQueuedOutput(true);
-    EXPECT_EQ(schedule_.interval, 1U);
-    Stop();
-}
-
+// The output mode takes nothing but the task away, and that can be started
+// again.
 TEST_F(QueuedOutput, LeavesATaskForTheOutputModeToDelete) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
     Start();
     Maintenance().SetQueuedOutput(true);
     EXPECT_EQ(Manager().SetOutputMode(0), kDone);
     EXPECT_THAT(schedule_.deleted, ElementsAre(41));
     EXPECT_FALSE(Maintenance().HasPeriodicOutput());
-    // The mode itself is not touched by that; switching off has nothing left to delete.
     EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
+    schedule_.nextHandle = 42;
+    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+    EXPECT_EQ(Manager().outputTask, 42);
+    EXPECT_TRUE(Maintenance().HasPeriodicOutput());
+
+    EXPECT_EQ(Manager().SetOutputMode(0), kDone);
     EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDone);
-    EXPECT_THAT(schedule_.deleted, ElementsAre(41));
-    Stop();
+    EXPECT_THAT(schedule_.deleted, ElementsAre(41, 42)) << "there is nothing left to delete";
 }
 
 TEST_F(QueuedOutput, WritesWhatIsQueuedWhenSwitchedOff) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
     Start();
     Maintenance().SetQueuedOutput(true);
     Log(1, "queued");
@@ -86,11 +101,9 @@ TEST_F(QueuedOutput, WritesWhatIsQueuedWhenSwitchedOff) {
     EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
     Log(1, "direct");
     EXPECT_THAT(Written("corbaoper"), ElementsAre("queued", "direct"));
-    Stop();
 }
 
 TEST_F(QueuedOutput, ChangesNothingWhenItIsAsWanted) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
     Start();
     EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDone);
     EXPECT_THAT(schedule_.deleted, IsEmpty());
@@ -98,45 +111,27 @@ TEST_F(QueuedOutput, ChangesNothingWhenItIsAsWanted) {
     schedule_.nextHandle = 42;
     EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
     EXPECT_EQ(Manager().outputTask, 41);
-    Stop();
 }
 
 TEST_F(QueuedOutput, StaysOnWhenTheTaskCannotBeDeleted) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
     Start();
     Maintenance().SetQueuedOutput(true);
     schedule_.answer = 1;
     EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDeleteTaskFailed);
     EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
     EXPECT_TRUE(Maintenance().HasPeriodicOutput());
-    schedule_.answer = 0;
-    Stop();
 }
 
 TEST_F(QueuedOutput, IsSwitchedOffWhenTheScheduleServiceIsGone) {
     Start();
-    {
-        const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-        Maintenance().SetQueuedOutput(true);
-    }
+    Maintenance().SetQueuedOutput(true);
+    registered_.reset();
     EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDone);
     EXPECT_EQ(Maintenance().GetOutputMode(), 0U);
     EXPECT_FALSE(Maintenance().HasPeriodicOutput());
 }
 
-TEST_F(QueuedOutput, QueuesWhenTheScheduleServiceTakesNoTask) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    schedule_.nextHandle = -7;
-    Start();
-    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
-    EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
-    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
-    EXPECT_EQ(Manager().outputTask, -1);
-    Stop();
-}
-
 TEST_F(QueuedOutput, TakesItsTaskAwayWhenTheServiceEnds) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
     Start();
     Maintenance().SetQueuedOutput(true);
     Log(1, "queued");
@@ -145,27 +140,15 @@ TEST_F(QueuedOutput, TakesItsTaskAwayWhenTheServiceEnds) {
     EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
 }
 
-TEST_F(QueuedOutput, StartsItsTaskAgainAfterTheOutputModeHasDeletedIt) {
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
+// A schedule service that throws must not keep the service from ending.
+TEST_F(QueuedOutput, EndsWithTheServiceThoughItsTaskCannotBeTakenAway) {
     Start();
     Maintenance().SetQueuedOutput(true);
-    Manager().SetOutputMode(0);
-    schedule_.nextHandle = 42;
-    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
-    EXPECT_EQ(Manager().outputTask, 42);
-    EXPECT_TRUE(Maintenance().HasPeriodicOutput());
+    Log(1, "queued");
+    schedule_.onDelete = [] { throw 42; };
     Stop();
-    EXPECT_THAT(schedule_.deleted, ElementsAre(41, 42));
-}
-
-TEST_F(QueuedOutput, StartsItsTaskWhenTheScheduleServiceComesLater) {
-    Start();
-    Maintenance().SetQueuedOutput(true);
-    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
-    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
-    EXPECT_EQ(Manager().outputTask, 41);
-    Stop();
+    EXPECT_EQ(NS_LOG_SERVICE1::LogMgr::InstanceIfAny(), nullptr);
+    EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
 }
 
 }  // namespace

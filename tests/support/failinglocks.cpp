@@ -17,6 +17,7 @@ std::atomic<uintptr_t> failingEnd{0};
 std::atomic<LockFailure> failureKind{LockFailure::Taking};
 std::atomic<int> failures{0};
 std::atomic<int> releases{0};
+std::atomic<int> sharedLocks{0};
 
 bool IsInside(const void* lock) {
     const auto address = reinterpret_cast<uintptr_t>(lock);
@@ -40,6 +41,14 @@ Function* Next(const char* name) {
 template <class Lock, class Function>
 int Take(Lock* lock, Function* take) {
     return Fails(lock, LockFailure::Taking) ? EAGAIN : take(lock);
+}
+
+int CountIfShared(const pthread_rwlockattr_t* attributes) {
+    int sharing = PTHREAD_PROCESS_PRIVATE;
+    return attributes != nullptr && pthread_rwlockattr_getpshared(attributes, &sharing) == 0 &&
+                   sharing == PTHREAD_PROCESS_SHARED
+               ? 1
+               : 0;
 }
 
 template <class Lock, class Function>
@@ -70,7 +79,15 @@ extern "C" int pthread_rwlock_rdlock(pthread_rwlock_t* lock) noexcept {
 
 extern "C" int pthread_rwlock_wrlock(pthread_rwlock_t* lock) noexcept {
     static auto* const next = Next<int(pthread_rwlock_t*)>("pthread_rwlock_wrlock");
-    return Take(lock, next);
+    return Fails(lock, LockFailure::Writing) ? EAGAIN : Take(lock, next);
+}
+
+extern "C" int pthread_rwlock_init(pthread_rwlock_t* lock,
+                                   const pthread_rwlockattr_t* attributes) noexcept {
+    static auto* const next =
+        Next<int(pthread_rwlock_t*, const pthread_rwlockattr_t*)>("pthread_rwlock_init");
+    sharedLocks += CountIfShared(attributes);
+    return next(lock, attributes);
 }
 
 extern "C" int pthread_rwlock_unlock(pthread_rwlock_t* lock) noexcept {
@@ -101,6 +118,10 @@ int FailingLocks::Failures() const {
 
 int FailingLocks::Releases() const {
     return releases;
+}
+
+int FailingLocks::SharedLocks() {
+    return sharedLocks;
 }
 
 }  // namespace NS_TEST

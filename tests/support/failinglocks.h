@@ -7,6 +7,7 @@ namespace NS_TEST {
 
 enum class LockFailure {
     Taking,     // with EAGAIN; the lock is not taken
+    Writing,    // the same, but a lock that may be taken for reading is
     Releasing,  // with EPERM; the lock is released all the same
 };
 
@@ -30,6 +31,9 @@ class FailingLocks {
 
     // How many times one was released, or should have been. What was not taken must not be.
     int Releases() const;
+
+    // How many reader-writer locks were made so far that several processes can share.
+    static int SharedLocks();
 };
 
 }  // namespace NS_TEST

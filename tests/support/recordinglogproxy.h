@@ -36,7 +36,8 @@ inline void PrintTo(const PrintedDiagnostic& diagnostic, std::ostream* out) {
 }
 
 // Matches a diagnostic of the service.
-inline auto IsDiagnostic(int level, const std::string& file, const std::string& text) {
+inline auto IsDiagnostic(int level, const std::string& file,
+                         const testing::Matcher<std::string>& text) {
     using testing::Field;
     return testing::AllOf(Field("level", &PrintedDiagnostic::level, level),
                           Field("file", &PrintedDiagnostic::file, file),

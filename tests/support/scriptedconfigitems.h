@@ -1,6 +1,7 @@
 // A configuration store whose items and failures the test decides.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -18,8 +19,7 @@ namespace NS_TEST {
                                                     "the store is out of reach");
 }
 
-// Thread safety: any thread may read items; they and the hooks are set under no lock, before the
-// readers start or through Set.
+// Thread safety: any thread.
 class ScriptedConfigItems : public NS_BUNDLEMGR1::CorbaConfigItems {
   public:
     using Hook = std::function<void()>;
@@ -42,14 +42,12 @@ class ScriptedConfigItems : public NS_BUNDLEMGR1::CorbaConfigItems {
         items_.push_back({name, value});
     }
 
-    // Called when single item `name` is asked for, before the answer; may throw.
-    void OnAsked(const std::string& name, const Hook& hook) { onAsked_[name] = hook; }
-
-    // Called when all items are asked for, before the answer; may throw.
-    void OnAllAsked(const Hook& hook) {
+    // Called when single item `name` is asked for, or all at once, before the answer; may throw.
+    void OnAsked(const std::string& name, const Hook& hook) {
         const std::lock_guard<std::mutex> guard(mutex_);
-        onAllAsked_ = hook;
+        hooks_[name] = hook;
     }
+    void OnAllAsked(const Hook& hook) { OnAsked(kAll, hook); }
 
     bool GetIntItemInfo(const std::string& name, int& value) override {
         std::string text;
@@ -59,27 +57,13 @@ class ScriptedConfigItems : public NS_BUNDLEMGR1::CorbaConfigItems {
         value = std::stoi(text);
         return true;
     }
-
     bool GetStrItemInfo(const std::string& name, std::string& value) override {
         Note(name);
-        const auto hook = onAsked_.find(name);
-        if (hook != onAsked_.end()) {
-            hook->second();
-        }
         const std::lock_guard<std::mutex> guard(mutex_);
         return NS_BUNDLEMGR1::GetValByKey(value, name, items_);
     }
-
     void GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) override {
-        Hook hook;
-        {
-            const std::lock_guard<std::mutex> guard(mutex_);
-            ++allAsked_;
-            hook = onAllAsked_;
-        }
-        if (hook) {
-            hook();
-        }
+        Note(kAll);
         const std::lock_guard<std::mutex> guard(mutex_);
         items = items_;
     }
@@ -87,29 +71,37 @@ class ScriptedConfigItems : public NS_BUNDLEMGR1::CorbaConfigItems {
     // The single items that were asked for, in order, but for the platform's own "logpath".
     std::vector<std::string> Asked() const {
         const std::lock_guard<std::mutex> guard(mutex_);
-        return asked_;
+        std::vector<std::string> asked = asked_;
+        asked.erase(std::remove(asked.begin(), asked.end(), kAll), asked.end());
+        asked.erase(std::remove(asked.begin(), asked.end(), "logpath"), asked.end());
+        return asked;
     }
 
     // How often all items were asked for.
     int AllAsked() const {
         const std::lock_guard<std::mutex> guard(mutex_);
-        return allAsked_;
+        return static_cast<int>(std::count(asked_.begin(), asked_.end(), kAll));
     }
 
   private:
+    static constexpr const char* kAll = "";
+
     void Note(const std::string& name) {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        if (name != "logpath") {
+        Hook hook;
+        {
+            const std::lock_guard<std::mutex> guard(mutex_);
             asked_.push_back(name);
+            hook = hooks_[name];
+        }
+        if (hook) {
+            hook();
         }
     }
 
     mutable std::mutex mutex_;
     std::vector<NS_BUNDLEMGR1::NameValueStru> items_;  // guarded by mutex_
     std::vector<std::string> asked_;                   // guarded by mutex_
-    int allAsked_ = 0;                                 // guarded by mutex_
-    Hook onAllAsked_;                                  // guarded by mutex_
-    std::map<std::string, Hook> onAsked_;
+    std::map<std::string, Hook> hooks_;                // guarded by mutex_
 };
 
 }  // namespace NS_TEST

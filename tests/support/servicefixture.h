@@ -3,82 +3,36 @@
 
 #include <gmock/gmock.h>
 
-#include <cctype>
-#include <chrono>
-#include <future>
 #include <string>
 #include <vector>
 
-#include "bundlemgr/ifbuf.h"
 #include "control/moduleswitchtable.h"
-#include "control/scriptedconfigitems.h"
+#include "logimpl.h"
 #include "logswitchmonitormgr.h"
-#include "lookup/ownlogger.h"
 #include "manager/logmgr.h"
 #include "platform/hostcontrol.h"
 #include "support/environment.h"
 #include "support/files.h"
 #include "support/logfileparser.h"
 #include "support/recordinglogproxy.h"
+#include "support/scriptedconfigitems.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
 
-// Whether `running` is still not done after a while in which it could have been.
-template <class Result>
-bool IsStillBlocked(const std::future<Result>& running) {
-    return running.wait_for(std::chrono::milliseconds(200)) == std::future_status::timeout;
-}
-
-// Whether `running` gets done.
-template <class Result>
-bool Finishes(const std::future<Result>& running) {
-    return running.wait_for(std::chrono::seconds(60)) == std::future_status::ready;
-}
-
-// The text for the name of a test: without the characters that have a meaning on the way there.
-inline std::string Printable(const std::string& text) {
-    std::string printable;
-    for (const char c : text) {
-        const bool isPlain = std::isalnum(static_cast<unsigned char>(c)) != 0;
-        if (isPlain || std::string(",+-. ").find(c) != std::string::npos) {
-            printable += c;
-        } else {
-            printable += "<" + std::to_string(static_cast<int>(c)) + ">";
-        }
-    }
-    return printable;
-}
-
-// Registers an interface for the length of a block.
-class RegisteredInterface {
-  public:
-    RegisteredInterface(const std::string& name, NS_BUNDLEMGR1::ServiceInterface& interface)
-        : interface_(interface) {
-        NS_BUNDLEMGR1::SetIFBuf(name, &interface);
-    }
-    ~RegisteredInterface() { NS_REFERENCE_HOST::RemoveFromIFBuf(&interface_); }
-    RegisteredInterface(const RegisteredInterface&) = delete;
-    RegisteredInterface& operator=(const RegisteredInterface&) = delete;
-
-  private:
-    NS_BUNDLEMGR1::ServiceInterface& interface_;
-};
-
-// Its share directory holds an empty configuration file; log files go to its directory "log".
-class ControlTest : public DirectoryTest {
+// Nothing of the service exists at the start of a test, and nothing is left at its end. The share
+// directory holds an empty configuration file; log files go to its directory "log".
+class ServiceTest : public DirectoryTest {
   protected:
-    ControlTest() : share_("_APP_SHARE_DIR", Path()), configFile_(Path("conf/corba_agent.cfg")) {
+    ServiceTest() : share_("_APP_SHARE_DIR", Path()), configFile_(Path("conf/corba_agent.cfg")) {
         WriteFile(configFile_, "");
         OfferDiagnostics();
         NS_REFERENCE_HOST::SetConfigItems(&store_);
     }
 
-    ~ControlTest() override {
+    ~ServiceTest() override {
         using NS_LOG_SERVICE1::LogSwitchMonitorMgr;
-        if (LogSwitchMonitorMgr::Instance()->thr_count() > 0) {
-            LogSwitchMonitorMgr::Instance()->Stop();
-        }
+        LogSwitchMonitorMgr::Instance()->EndForgottenThread();
         LogSwitchMonitorMgr::Destroy();
         NS_LOG_SERVICE1::LogMgr::DestroyInstance();
         NS_LOG_SERVICE1::ModuleSwitchTable::Destroy();
@@ -88,6 +42,10 @@ class ControlTest : public DirectoryTest {
     static RecordingLogProxy& Proxy() { return Diagnostics(); }
 
     static NS_LOG_SERVICE1::LogMgr& Manager() { return *NS_LOG_SERVICE1::LogMgr::Instance(); }
+
+    static bool IsMonitorRunning() {
+        return NS_LOG_SERVICE1::LogSwitchMonitorMgr::Instance()->thr_count() == 1;
+    }
 
     // The global switches, level 0 first: "1100" has levels 0 and 1 on.
     static std::string Levels() { return Levels(Manager().levelSwitches); }
@@ -106,6 +64,12 @@ class ControlTest : public DirectoryTest {
         Manager().levelSwitches = switches;
     }
 
+    // The levels and the two flags: "1111/0/0".
+    static std::string State() {
+        return Levels() + "/" + std::to_string(Manager().bEnableAsnLog.Get()) + "/" +
+               std::to_string(Manager().bLogOutputPara.Get());
+    }
+
     // Every record of the category "debug", those that its channel has kept back included.
     std::vector<ParsedRecord> DebugRecords() const {
         if (auto* channel = Manager().Channels().Find("debug")) {
@@ -121,9 +85,35 @@ class ControlTest : public DirectoryTest {
         return records;
     }
 
+    // The details of the records in the files of a category; dumped ones behind their trigger.
+    std::vector<std::string> Written(const std::string& category) const {
+        std::vector<std::string> details;
+        for (const std::string& name : ListLogFiles(Path("log"), category)) {
+            for (const ParsedPiece& piece : ParseLogPieces(Path("log/" + name))) {
+                if (piece.kind == ParsedPiece::RECORD || piece.kind == ParsedPiece::DUMP) {
+                    details.push_back(piece.record.detail);
+                }
+                for (const ParsedRecord& dumped : piece.dumped) {
+                    details.push_back(dumped.detail);
+                }
+            }
+        }
+        return details;
+    }
+
     ScopedVariable share_;
     std::string configFile_;
     ScriptedConfigItems store_;
 };
+
+// Matches the record by which the service reports what RaiseStoreOutOfReach raises.
+inline auto IsStoreOutOfReach() {
+    using testing::Field;
+    return testing::AllOf(Field("level", &ParsedRecord::level, 1),
+                          Field("file", &ParsedRecord::file, "store.cpp"),
+                          Field("function", &ParsedRecord::function, "Store::Read"),
+                          Field("line", &ParsedRecord::line, "4711"),
+                          Field("detail", &ParsedRecord::detail, "the store is out of reach"));
+}
 
 }  // namespace NS_TEST

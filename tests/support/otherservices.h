@@ -1,18 +1,35 @@
-// A schedule service that remembers what it was asked to delete.
+// Interfaces and service objects of other bundles, as a test makes them up.
 #pragma once
 
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "bundlemgr/ifbuf.h"
 #include "bundlemgr/serviceobjectbase.h"
+#include "platform/hostcontrol.h"
 #include "schedule/schedulesvcinterface.h"
 
 namespace NS_TEST {
 
 static const char* const SCHEDULE_NAME = "ScheduleSvcInterface";
 
-// For one thread.
+// Registers an interface for the length of a block.
+class RegisteredInterface {
+  public:
+    RegisteredInterface(const std::string& name, NS_BUNDLEMGR1::ServiceInterface& interface)
+        : interface_(interface) {
+        NS_BUNDLEMGR1::SetIFBuf(name, &interface);
+    }
+    ~RegisteredInterface() { NS_REFERENCE_HOST::RemoveFromIFBuf(&interface_); }
+    RegisteredInterface(const RegisteredInterface&) = delete;
+    RegisteredInterface& operator=(const RegisteredInterface&) = delete;
+
+  private:
+    NS_BUNDLEMGR1::ServiceInterface& interface_;
+};
+
+// A schedule service that remembers what it was asked to delete. For one thread.
 class RecordingScheduleService : public NS_SCHEDULE_SERVICE1::ScheduleSvcInterface {
   public:
     std::string GetIFName() const override { return "RecordingScheduleService"; }
@@ -54,7 +71,7 @@ class OfferingServiceObject : public NS_BUNDLEMGR1::ServiceObjectBase {
         return interface_;
     }
 
-    std::function<void()> onAsked;
+    std::function<void()> onAsked;  // may throw
 };
 
 }  // namespace NS_TEST

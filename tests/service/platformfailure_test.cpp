@@ -1,0 +1,148 @@
+// The service's entry with a platform that watches what it is given, and fails
+// when it is told to: this program has some of the platform's functions in its
+// own hands.
+#include <dlfcn.h>
+
+#include <stdexcept>
+
+#include "service/serviceobjectfixture.h"
+#include "support/allocations.h"
+
+using NS_BUNDLEMGR1::CorbaConfigItems;
+using NS_BUNDLEMGR1::ServiceInterface;
+using NS_LOG_SERVICE1::qv_base_log;
+using NS_TEST::ListedObjects;
+using NS_TEST::LiveAllocations;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// Plain memory, so that watching allocates nothing.
+struct Watched {
+    int registrations = 0;
+    char name[64] = "";
+    ServiceInterface* interface = nullptr;
+    char bundle[64] = "";
+    char service[64] = "";
+};
+
+Watched g_watched;
+bool (*g_register)() = nullptr;         // what registering an interface answers
+void (*g_onConfiguration)() = nullptr;  // called when the configuration store is asked for
+
+void Keep(char (&to)[64], const std::string& text) {
+    to[text.copy(to, sizeof(to) - 1)] = '\0';
+}
+
+// What the program would call without this file.
+template <class Function>
+Function* Next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+namespace NS_BUNDLEMGR1 {
+
+bool SetIFBuf(const std::string& name, ServiceInterface* interface) {
+    ++g_watched.registrations;
+    Keep(g_watched.name, name);
+    g_watched.interface = interface;
+    return g_register();
+}
+
+CorbaConfigItems* CorbaConfigItems::Instance() {
+    if (g_onConfiguration != nullptr) {
+        g_onConfiguration();
+    }
+    return Next<CorbaConfigItems*()>("_ZN13NS_BUNDLEMGR116CorbaConfigItems8InstanceEv")();
+}
+
+}  // namespace NS_BUNDLEMGR1
+
+#pragma GCC visibility push(default)
+
+// The constructor of ServiceObjectBase, by the name that derived classes call
+// it by.
+#define BASE_CONSTRUCTOR "_ZN13NS_BUNDLEMGR117ServiceObjectBaseC2EPKcS2_"
+extern "C" void ConstructServiceObjectBase(void* object, const char* bundle,
+                                           const char* service) __asm__(BASE_CONSTRUCTOR);
+extern "C" void ConstructServiceObjectBase(void* object, const char* bundle, const char* service) {
+    Keep(g_watched.bundle, bundle);
+    Keep(g_watched.service, service);
+    Next<void(void*, const char*, const char*)>(BASE_CONSTRUCTOR)(object, bundle, service);
+}
+
+#pragma GCC visibility pop
+
+namespace {
+
+class PlatformFailure : public NS_TEST::ServiceObjectTest {
+  protected:
+    PlatformFailure() {
+        g_watched = Watched();
+        g_register = [] { return true; };
+        g_onConfiguration = nullptr;
+    }
+    ~PlatformFailure() override { g_onConfiguration = nullptr; }
+};
+
+TEST_F(PlatformFailure, GetsTheNamesUnderWhichOthersKnowTheService) {
+    qv_base_log* const object = Make();
+    EXPECT_STREQ(g_watched.bundle, "qv_base_bundle");
+    EXPECT_STREQ(g_watched.service, "qv_base_log");
+    EXPECT_EQ(g_watched.registrations, 1);
+    EXPECT_STREQ(g_watched.name, "LogSvcInterface");
+    EXPECT_EQ(g_watched.interface, object->GetInterface());
+    End(object);
+}
+
+TEST_F(PlatformFailure, ToRegisterTheInterfaceIsIgnored) {
+    g_register = [] { return false; };
+    qv_base_log* const object = Make();
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(g_watched.interface, object->GetInterface());
+    EXPECT_THAT(ListedObjects(), ElementsAre(object));
+    End(object);
+}
+
+TEST_F(PlatformFailure, ToRegisterTheInterfaceLeavesNothingBehindWhenItThrows) {
+    End(Make());
+    g_register = []() -> bool { throw std::runtime_error("the registry is closed"); };
+    gobbler_ = nullptr;
+    for (int round = 0; round < 3; ++round) {
+        const long before = LiveAllocations();
+        try {
+            Make();
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), "the registry is closed");
+        }
+        EXPECT_EQ(LiveAllocations(), before);
+        EXPECT_NE(gobbler_, nullptr);
+        EXPECT_THAT(ListedObjects(), IsEmpty());
+    }
+}
+
+// There is no channel yet into which the exception could be reported.
+TEST_F(PlatformFailure, ToFindTheConfigurationStoreMakesInitFailAndStartsTheMonitor) {
+    qv_base_log* const object = Make();
+    g_onConfiguration = [] { NS_TEST::RaiseStoreOutOfReach(); };
+    EXPECT_EQ(object->init(0, nullptr), -1);
+    g_onConfiguration = nullptr;
+    EXPECT_THAT(Proxy().Printed(),
+                ElementsAre(NS_TEST::IsDiagnostic(
+                    1, "logimpl", "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n")));
+    EXPECT_TRUE(IsMonitorRunning());
+    End(object);
+}
+
+TEST_F(PlatformFailure, OfAnotherKindToFindTheConfigurationStorePassesOut) {
+    NS_LOG_SERVICE1::LogSvcIFImpl service;
+    g_onConfiguration = [] { throw std::runtime_error("broken"); };
+    EXPECT_THROW(service.Init(), std::runtime_error);
+    EXPECT_FALSE(IsMonitorRunning());
+}
+
+}  // namespace
