@@ -1,11 +1,9 @@
 // What the agent prints at its end about the log files of the run.
 #include <gmock/gmock.h>
 
-#include <cstdint>
 #include <filesystem>
 
-#include "agentfixture.h"
-#include "support/files.h"
+#include "agent/agentfixture.h"
 
 namespace {
 
@@ -38,8 +36,7 @@ TEST_F(AgentSummary, IsPrintedOnRequestOnly) {
 
 TEST_F(AgentSummary, CoversAllCategories) {
     const std::string output = Run({"--sample", "--summary"}).output;
-    for (const char* category : {"debug", "corbadebug", "corbanotify", "corba_alarm", "corbasys",
-                                 "corbaoper", "corba_internal_oper"}) {
+    for (const std::string& category : NS_TEST::kCategories) {
         EXPECT_THAT(output, HasSubstr(OnlyFile(category) + "\n"));
     }
 }

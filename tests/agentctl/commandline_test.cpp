@@ -7,18 +7,18 @@
 #include <cstdlib>
 #include <memory>
 
-#include "agentctl/program.h"
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
 #include "control/controlserver.h"
 #include "control/socketaddress.h"
+#include "support/childprocess.h"
 #include "support/temporarydirectory.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using NS_REFERENCE_HOST::ControlServer;
-using NS_TEST::ProgramResult;
+using NS_TEST::ChildResult;
 using NS_TEST::RunProgram;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -27,9 +27,9 @@ class ControlProgram : public NS_TEST::DirectoryTest {
   protected:
     ControlProgram() { unsetenv("_APP_SHARE_DIR"); }
 
-    static ProgramResult Run(std::vector<std::string> arguments) {
+    static ChildResult Run(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), QV_AGENTCTL);
-        return RunProgram(arguments);
+        return RunProgram({arguments});
     }
 
     std::string Socket() const { return Path("socket"); }
@@ -44,7 +44,7 @@ class ControlProgram : public NS_TEST::DirectoryTest {
 };
 
 TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
-    const ProgramResult result = Run({"--help"});
+    const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
     for (const char* expected :
@@ -97,7 +97,7 @@ TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
     for (std::vector<std::string> arguments : wrong) {
         SCOPED_TRACE(::testing::PrintToString(arguments));
         arguments.insert(arguments.begin(), {"--socket", Socket()});
-        const ProgramResult result = Run(arguments);
+        const ChildResult result = Run(arguments);
         EXPECT_EQ(result.exitCode, 2);
         EXPECT_THAT(result.output, IsEmpty());
         EXPECT_THAT(result.errors, HasSubstr("qv_agentctl: "));
@@ -105,13 +105,13 @@ TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
 }
 
 TEST_F(ControlProgram, WithoutAPlaceToLookItSaysWhatToGive) {
-    const ProgramResult result = Run({"status"});
+    const ChildResult result = Run({"status"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("--share DIR or --socket PATH"));
 }
 
 TEST_F(ControlProgram, WithoutAnAgentItEndsWithThree) {
-    const ProgramResult result = Run({"--share", Path(), "status"});
+    const ChildResult result = Run({"--share", Path(), "status"});
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_THAT(result.errors, HasSubstr(Path("qv_agent.sock") + ": No such file or directory"));
     EXPECT_EQ(Run({"--share", Path("nowhere"), "status"}).exitCode, 3);
@@ -128,7 +128,7 @@ TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
         },
         60s);
     server.Start();
-    const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
+    const ChildResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
     mayAnswer.Happen();
@@ -147,11 +147,11 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
             },
             60s);
         server.Start();
-        NS_TEST::Program watch(
-            {QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"});
+        NS_TEST::ChildProcess watch(
+            {{QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"}});
         ASSERT_TRUE(asked.Await());
         watch.Signal(signal);
-        const ProgramResult result = watch.Wait();
+        const ChildResult result = watch.Wait();
         EXPECT_EQ(result.exitCode, 0);
         EXPECT_EQ(result.errors, "");
         mayAnswer.Happen();
@@ -165,7 +165,7 @@ TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
     ASSERT_EQ(bind(listening, address.Get(), address.GetSize()), 0);
     ASSERT_EQ(listen(listening, 0), 0);
     const NS_TEST::SocketClient first(Socket());
-    const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
+    const ChildResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
     close(listening);
@@ -193,7 +193,7 @@ TEST_F(ControlProgram, AnAnswerThatMakesNoSenseIsFour) {
     for (const char* answer : {"", "nonsense", "[]", "{\"ok\":7.5x}", "{\"ok\":true,\"data\":7}",
                                "{\"ok\":true,\"data\":{\"channels\":[7]}}"}) {
         const auto server = Serve(answer);
-        const ProgramResult result = Run({"--socket", Socket(), "status"});
+        const ChildResult result = Run({"--socket", Socket(), "status"});
         EXPECT_EQ(result.exitCode, 4) << answer;
         EXPECT_THAT(result.errors, HasSubstr("cannot be understood")) << answer;
         EXPECT_THAT(result.output, IsEmpty());
@@ -204,29 +204,29 @@ TEST_F(ControlProgram, AnAgentThatBreaksOffIsFour) {
     ControlServer server(
         Socket(), [](const std::string&) -> std::string { throw std::runtime_error("lost"); }, 60s);
     server.Start();
-    const ProgramResult result = Run({"--socket", Socket(), "status"});
+    const ChildResult result = Run({"--socket", Socket(), "status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("broke off"));
 }
 
 TEST_F(ControlProgram, ARefusalIsOneWithReasonAndCode) {
     const auto server = Serve(R"({"ok":false,"error":"too \u001b[31mred","code":1091043331})");
-    const ProgramResult result = Run({"--socket", Socket(), "mode", "9"});
+    const ChildResult result = Run({"--socket", Socket(), "mode", "9"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.errors, "qv_agentctl: too \\x1b[31mred (0x41080003)\n");
 }
 
 TEST_F(ControlProgram, JsonIsTheDataInOneLineOfValidText) {
     const auto server = Serve("{\"ok\":true,\"data\":{\"loggers\":[\"a\xff\"]}}");
-    const ProgramResult result = Run({"--socket", Socket(), "loggers", "--json"});
+    const ChildResult result = Run({"--socket", Socket(), "loggers", "--json"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, "{\"loggers\":[\"a\uFFFD\"]}\n");
 }
 
 TEST_F(ControlProgram, OutputThatCannotBeWrittenIsNoSuccess) {
     const auto server = Serve(R"({"ok":true,"data":{"modules":[]}})");
-    const ProgramResult result = RunProgram({"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
-                                             QV_AGENTCTL, "--socket", Socket(), "module", "show"});
+    const ChildResult result = RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
+                                            QV_AGENTCTL, "--socket", Socket(), "module", "show"}});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.errors, HasSubstr("could not be written"));
 }

@@ -3,7 +3,7 @@
 
 #include <sstream>
 
-#include "agentctl/program.h"
+#include "support/childprocess.h"
 #include "support/temporarydirectory.h"
 
 namespace {
@@ -22,7 +22,7 @@ std::vector<std::string> Complete(const std::vector<std::string>& words) {
         "printf '%s\\n' \"${COMPREPLY[@]}\"",
         QV_COMPLETION, "qv_agentctl"};
     command.insert(command.end(), words.begin(), words.end());
-    const NS_TEST::ProgramResult result = NS_TEST::RunProgram(command);
+    const NS_TEST::ChildResult result = NS_TEST::RunProgram({command});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.errors, "");
     std::vector<std::string> offered;
