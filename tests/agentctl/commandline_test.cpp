@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 #include <sstream>
+#include <thread>
 
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
@@ -51,6 +52,15 @@ class ControlProgram : public NS_TEST::DirectoryTest {
     }
 
     std::string Socket() const { return Path("socket"); }
+
+    // A socket with the shortest queue of connections; nobody takes any of them.
+    int Listen() const {
+        const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const NS_REFERENCE_HOST::SocketAddress address(Socket());
+        EXPECT_EQ(bind(listening, address.Get(), address.GetSize()), 0);
+        EXPECT_EQ(listen(listening, 0), 0);
+        return listening;
+    }
 
     // An agent that answers everybody like this, and does not run out of patience.
     std::unique_ptr<ControlServer> Serve(const Answerer& answerer) const {
@@ -168,16 +178,29 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
     }
 }
 
-// The agent's queue of connections is full: nobody takes any of them.
+// Its queue of connections is full.
 TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
-    const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const NS_REFERENCE_HOST::SocketAddress address(Socket());
-    ASSERT_EQ(bind(listening, address.Get(), address.GetSize()), 0);
-    ASSERT_EQ(listen(listening, 0), 0);
+    const int listening = Listen();
     const NS_TEST::SocketClient first(Socket());
     const ChildResult result = Ask({"--timeout", "0.2", "status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
+    close(listening);
+}
+
+TEST_F(ControlProgram, AnAnswerWithoutAnEndIsFour) {
+    const int listening = Listen();
+    std::thread agent([listening] {
+        const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+        const std::string piece(65536, 'x');
+        while (send(client, piece.data(), piece.size(), MSG_NOSIGNAL) > 0) {
+        }
+        close(client);
+    });
+    const ChildResult result = Ask({"--timeout", "3600", "status"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.errors, HasSubstr("the agent's answer has no end"));
+    agent.join();
     close(listening);
 }
 

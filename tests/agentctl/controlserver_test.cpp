@@ -15,6 +15,8 @@
 
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
+#include "control/connection.h"
+#include "control/filedescriptor.h"
 #include "control/peer.h"
 #include "control/protocol.h"
 #include "support/capturedoutput.h"
@@ -225,6 +227,18 @@ TEST_F(ControlServerLife, TheEndWaitsForTheRequestThatIsCarriedOut) {
     server_.reset();
     EXPECT_TRUE(mayLeave_.HasHappened());
     helper.join();
+}
+
+TEST(ControlConnection, HasItsPatienceAnewForTheAnswer) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends), 0);
+    const NS_REFERENCE_HOST::FileDescriptor client(ends[0]);
+    NS_REFERENCE_HOST::Connection connection(NS_REFERENCE_HOST::FileDescriptor(ends[1]), 1h);
+    const auto deadline = connection.GetDeadline();
+    ASSERT_EQ(send(client.Get(), "hello\n", 6, MSG_NOSIGNAL), 6);
+    EXPECT_TRUE(
+        connection.Proceed([](const std::string&) { return std::string(kLongAnswer, 'x'); }));
+    EXPECT_GT(connection.GetDeadline(), deadline);
 }
 
 TEST(ControlPeer, TheSameUserAndRootArePermitted) {

@@ -224,13 +224,14 @@ TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignal) {
     }
 }
 
-TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlace) {
+TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlaceAndEndsWithTheAgent) {
     Start({"--traffic", "none"});
     const std::string command =
         std::string(QV_AGENTCTL) + " --share " + Path() + " status --watch 0.1";
     ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
     EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[Joutput: direct", 3));
     EXPECT_EQ(Stop(), 0);
+    // The end may come between two requests or in the middle of one.
     EXPECT_THAT(terminal.Wait().exitCode, AnyOf(3, 4));
 }
 
@@ -240,15 +241,6 @@ TEST_F(LiveAgent, WatchEndsWhenNobodyReadsAnyMore) {
     ASSERT_TRUE(watch.WaitForOutput("\n"));
     watch.CloseOutput();
     EXPECT_EQ(watch.Wait().exitCode, 0);
-}
-
-TEST_F(LiveAgent, WatchEndsWithTheAgent) {
-    Start({"--traffic", "none"});
-    ChildProcess watch(Operator({"status", "--watch", "0.1"}));
-    ASSERT_TRUE(watch.WaitForOutput("output: direct", 1));
-    EXPECT_EQ(Stop(), 0);
-    // The end may come between two requests or in the middle of one.
-    EXPECT_THAT(watch.Wait().exitCode, AnyOf(3, 4));
 }
 
 TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {

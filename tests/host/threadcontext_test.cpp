@@ -52,20 +52,14 @@ TEST(ThreadContext, BelongsToItsThread) {
     EXPECT_EQ(Current().GetInterfaceName(), "here");
 }
 
-TEST(ThreadContext, SharesItsContentsWithItsCopies) {
-    const ThreadContextInfo context(1, "interface", "user", "uuid");
-    const ThreadContextInfo copy = context;
-    EXPECT_EQ(&copy.GetUserInfo(), &context.GetUserInfo());
+TEST(ThreadContext, SharesItsContentsWithItsCopiesAndOutlivesItsReplacementInThem) {
+    const ThreadContextInfo context(1, "interface", "first", "uuid");
     Set(context);
-    EXPECT_EQ(&Current().GetUserInfo(), &context.GetUserInfo());
-}
-
-TEST(ThreadContext, OutlivesItsReplacementInACopy) {
-    Set({1, "first", "", ""});
     const ThreadContextInfo kept = Current();
-    Set({2, "second", "", ""});
-    EXPECT_EQ(kept.GetInterfaceName(), "first");
-    EXPECT_EQ(Current().GetInterfaceName(), "second");
+    EXPECT_EQ(&kept.GetUserInfo(), &context.GetUserInfo());
+    Set({2, "interface", "second", "uuid"});
+    EXPECT_EQ(kept.GetUserInfo(), "first");
+    EXPECT_EQ(Current().GetUserInfo(), "second");
 }
 
 TEST(ThreadContext, IsEmptyAgainOnceItWasMoved) {

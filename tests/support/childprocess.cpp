@@ -118,59 +118,13 @@ pid_t SpawnWithoutRights(const ChildStart& start, int output, int errors) {
     return child;
 }
 
-// A pipe whose reader is kept in `reader`. Its writer's end is closed with the object.
-class Writer {
-  public:
-    explicit Writer(int& reader) {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) {
-            FailLaunch(errno, "pipe2");
-        }
-        reader = ends[0];
-        descriptor_ = ends[1];
-    }
-    ~Writer() { close(descriptor_); }
-
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
-
-    int Get() const { return descriptor_; }
-
-  private:
-    int descriptor_ = -1;
-};
-
-void Close(int& descriptor) {
-    if (descriptor >= 0) {
-        close(descriptor);
-        descriptor = -1;
-    }
-}
-
-// Takes what is there; closes the descriptor at its end.
-void Take(int& descriptor, std::string& text) {
-    char chunk[65536];
-    const ssize_t length = read(descriptor, chunk, sizeof(chunk));
-    if (length > 0) {
-        text.append(chunk, static_cast<size_t>(length));
-    } else if (length == 0 || errno != EINTR) {
-        Close(descriptor);
-    }
-}
-
 }  // namespace
 
-ChildProcess::ChildProcess(const ChildStart& start) {
-    try {
-        const Writer output(output_);
-        const Writer errors(errors_);
-        id_ = start.obeysPermissions ? SpawnWithoutRights(start, output.Get(), errors.Get())
-                                     : Spawn(start, output.Get(), errors.Get());
-    } catch (const std::system_error&) {
-        Close(output_);
-        Close(errors_);
-        throw;
-    }
+ChildProcess::ChildProcess(const ChildStart& start)
+    : id_(start.obeysPermissions ? SpawnWithoutRights(start, output_.Writer(), errors_.Writer())
+                                 : Spawn(start, output_.Writer(), errors_.Writer())) {
+    output_.CloseWriter();
+    errors_.CloseWriter();
 }
 
 ChildProcess::~ChildProcess() {
@@ -178,47 +132,40 @@ ChildProcess::~ChildProcess() {
         kill(id_, SIGKILL);
         waitpid(id_, nullptr, 0);
     }
-    Close(output_);
-    Close(errors_);
 }
 
 bool ChildProcess::ReadMore() {
-    if (output_ < 0 && errors_ < 0) {
+    pollfd entries[] = {{output_.Reader(), POLLIN, 0}, {errors_.Reader(), POLLIN, 0}};
+    if (entries[0].fd < 0 && entries[1].fd < 0) {
         return false;
     }
-    pollfd entries[] = {{output_, POLLIN, 0}, {errors_, POLLIN, 0}};
     if (poll(entries, 2, -1) < 0) {
         return errno == EINTR;
     }
     if (entries[0].revents != 0) {
-        Take(output_, result_.output);
+        output_.ReadTo(result_.output);
     }
     if (entries[1].revents != 0) {
-        Take(errors_, result_.errors);
+        errors_.ReadTo(result_.errors);
+    }
+    return true;
+}
+
+bool ChildProcess::WaitFor(const std::string& text, int times, const std::string& where) {
+    while (CountIn(where, text) < times) {
+        if (!ReadMore()) {
+            return false;
+        }
     }
     return true;
 }
 
 bool ChildProcess::WaitForOutput(const std::string& text, int times) {
-    while (CountIn(result_.output, text) < times) {
-        if (!ReadMore()) {
-            return false;
-        }
-    }
-    return true;
+    return WaitFor(text, times, result_.output);
 }
 
 bool ChildProcess::WaitForError(const std::string& text, int times) {
-    while (CountIn(result_.errors, text) < times) {
-        if (!ReadMore()) {
-            return false;
-        }
-    }
-    return true;
-}
-
-void ChildProcess::CloseOutput() {
-    Close(output_);
+    return WaitFor(text, times, result_.errors);
 }
 
 void ChildProcess::Signal(int number) const {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/pipe.h"
+
 namespace NS_TEST {
 
 // What a program is started with. A value.
@@ -46,7 +48,7 @@ class ChildProcess {
     bool WaitForError(const std::string& text, int times = 1);
 
     // Reads its standard output no more: the program is told when it writes.
-    void CloseOutput();
+    void CloseOutput() { output_.CloseReader(); }
 
     void Signal(int number) const;
 
@@ -59,12 +61,14 @@ class ChildProcess {
     const std::string& GetErrors() const { return result_.errors; }
 
   private:
+    bool WaitFor(const std::string& text, int times, const std::string& where);
+
     // Waits for more on either of them; false at the end of both.
     bool ReadMore();
 
-    pid_t id_ = -1;
-    int output_ = -1;
-    int errors_ = -1;
+    Pipe output_;
+    Pipe errors_;
+    pid_t id_ = -1;  // started with the pipes, so it comes after them
     ChildResult result_;
 };
 
