@@ -50,7 +50,7 @@ ChildResult AgentTest::RunWith(const std::string& input,
     WriteFile(Path("input"), input);
     ChildStart start = Agent(arguments);
     start.input = open(Path("input").c_str(), O_RDONLY | O_CLOEXEC);
-    const ChildResult result = RunProgram(start);
+    ChildResult result = RunProgram(start);
     close(start.input);
     return result;
 }

@@ -29,6 +29,7 @@ namespace {
 // The pointers that an exec takes; they point into `texts`.
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }
@@ -46,7 +47,8 @@ std::vector<std::string> Environment(const std::map<std::string, std::string>& v
         }
     }
     for (const auto& [name, value] : variables) {
-        environment.push_back(name + "=" + value);
+        environment.push_back(name);
+        environment.back().append("=").append(value);
     }
     return environment;
 }
