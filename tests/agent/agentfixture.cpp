@@ -1,10 +1,9 @@
 // What the agent's tests have in common.
-#include "agentfixture.h"
+#include "agent/agentfixture.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <iterator>
 #include <utility>
 
@@ -12,21 +11,20 @@
 
 namespace NS_TEST {
 
-namespace {
-
-const std::string kItems =
-    "logfilesize = 2000000000\nlogfilecount = 100\nqueuebuflength = 16384\n"
-    "filterbuflength = 128\nlogtimeinterval = 1\nlogswitch = 1,1,1,1\noutputmode = 0\n"
-    "bEnableAsnLog = 1\nbLogOutputPara = 0\nbEnableAsnTrace = 0\n";
-
-}  // namespace
+const std::vector<std::string> kCategories = {
+    "debug",    "corbadebug", "corbanotify",        "corba_alarm",
+    "corbasys", "corbaoper",  "corba_internal_oper"};
 
 AgentTest::AgentTest() {
     Configure("bundles = qv_base_log\n");
 }
 
-void AgentTest::Configure(const std::string& text) {
-    WriteConfiguration(kItems + text);
+void AgentTest::Configure(const std::string& text) const {
+    WriteConfiguration(
+        "logfilesize = 2000000000\nlogfilecount = 100\nqueuebuflength = 16384\n"
+        "filterbuflength = 128\nlogtimeinterval = 1\nlogswitch = 1,1,1,1\noutputmode = 0\n"
+        "bEnableAsnLog = 1\nbLogOutputPara = 0\nbEnableAsnTrace = 0\n" +
+        text);
 }
 
 void AgentTest::WriteConfiguration(const std::string& text) const {
@@ -37,34 +35,22 @@ std::string AgentTest::Entry(const std::string& name) {
     return name + "=" + QV_TEST_BUNDLES + "/libqv_test_" + name + ".so";
 }
 
-AgentStart AgentTest::Start(const std::vector<std::string>& arguments) const {
-    AgentStart start;
-    start.arguments = {"--share", Path()};
-    start.arguments.insert(start.arguments.end(), arguments.begin(), arguments.end());
-    start.environment["QV_TEST_EVENTS"] = Path("events");
-    start.outputPath = OutputPath();
+ChildStart AgentTest::Agent(const std::vector<std::string>& arguments) const {
+    ChildStart start{{QV_AGENT, "--share", Path()}};
+    start.words.insert(start.words.end(), arguments.begin(), arguments.end());
     return start;
 }
 
-AgentResult AgentTest::RunAs(const AgentStart& start) {
-    AgentProcess agent(start);
-    AgentResult result;
-    result.exitCode = agent.Wait();
-    result.errors = agent.GetErrors();
-    result.output = ReadFile(start.outputPath);
-    return result;
+ChildResult AgentTest::Run(const std::vector<std::string>& arguments) const {
+    return RunProgram(Agent(arguments));
 }
 
-AgentResult AgentTest::Run(const std::vector<std::string>& arguments) {
-    return RunAs(Start(arguments));
-}
-
-AgentResult AgentTest::RunWith(const std::string& input,
-                               const std::vector<std::string>& arguments) {
+ChildResult AgentTest::RunWith(const std::string& input,
+                               const std::vector<std::string>& arguments) const {
     WriteFile(Path("input"), input);
-    AgentStart start = Start(arguments);
+    ChildStart start = Agent(arguments);
     start.input = open(Path("input").c_str(), O_RDONLY | O_CLOEXEC);
-    const AgentResult result = RunAs(start);
+    ChildResult result = RunProgram(start);
     close(start.input);
     return result;
 }
@@ -77,6 +63,14 @@ std::vector<std::string> AgentTest::LogFiles(const std::string& category) const 
     return paths;
 }
 
+std::string AgentTest::Logged(const std::string& category) const {
+    std::string text;
+    for (const std::string& path : LogFiles(category)) {
+        text += ReadFile(path);
+    }
+    return text;
+}
+
 std::vector<ParsedPiece> AgentTest::Records(const std::string& category) const {
     std::vector<ParsedPiece> records;
     for (const std::string& path : LogFiles(category)) {
@@ -86,9 +80,12 @@ std::vector<ParsedPiece> AgentTest::Records(const std::string& category) const {
     return records;
 }
 
-std::vector<std::string> AgentTest::Events() const {
-    return std::filesystem::exists(Path("events")) ? ReadLines(Path("events"))
-                                                   : std::vector<std::string>();
+std::vector<std::string> AgentTest::Details(const std::string& category) const {
+    std::vector<std::string> details;
+    for (const ParsedPiece& piece : Records(category)) {
+        details.push_back(piece.record.detail);
+    }
+    return details;
 }
 
 }  // namespace NS_TEST

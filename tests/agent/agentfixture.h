@@ -4,18 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "agentprocess.h"
+#include "support/childprocess.h"
 #include "support/logfileparser.h"
 #include "support/temporarydirectory.h"
 
 namespace NS_TEST {
 
-// How an agent ended and what it said. A value.
-struct AgentResult {
-    int exitCode = -1;
-    std::string output;
-    std::string errors;
-};
+// The names of all log categories.
+extern const std::vector<std::string> kCategories;
 
 // Each test has a share directory of its own with a configuration that lists the logging service.
 class AgentTest : public DirectoryTest {
@@ -23,7 +19,7 @@ class AgentTest : public DirectoryTest {
     AgentTest();
 
     // Replaces the configuration by the items that every test needs and `text`.
-    void Configure(const std::string& text);
+    void Configure(const std::string& text) const;
 
     // Replaces the configuration by `text` alone.
     void WriteConfiguration(const std::string& text) const;
@@ -31,25 +27,24 @@ class AgentTest : public DirectoryTest {
     // The entry of the configuration's bundle list for a bundle of these tests.
     static std::string Entry(const std::string& name);
 
-    // Options and environment of an agent that uses the share directory.
-    AgentStart Start(const std::vector<std::string>& arguments) const;
+    // An agent that uses the share directory; one that runs the sample, unless an argument says
+    // otherwise, because it has no input.
+    ChildStart Agent(const std::vector<std::string>& arguments) const;
 
-    // Runs an agent to its end; with an input of `input`, or without any.
-    AgentResult Run(const std::vector<std::string>& arguments);
-    AgentResult RunWith(const std::string& input, const std::vector<std::string>& arguments);
-    AgentResult RunAs(const AgentStart& start);
+    // Runs an agent to its end; without an input or with one of `input`.
+    ChildResult Run(const std::vector<std::string>& arguments) const;
+    ChildResult RunWith(const std::string& input, const std::vector<std::string>& arguments) const;
 
-    // The paths of the log files, those of `category` only.
+    // The paths of the category's log files, and all that stands in them.
     std::vector<std::string> LogFiles(const std::string& category) const;
+    std::string Logged(const std::string& category) const;
 
     // The records of all log files of the category. Every run that gets as far as starting the
     // service leaves a file for each category at its end, with or without records.
     std::vector<ParsedPiece> Records(const std::string& category) const;
 
-    // What the recording bundles have noted.
-    std::vector<std::string> Events() const;
-
-    std::string OutputPath() const { return Path("output"); }
+    // Their details.
+    std::vector<std::string> Details(const std::string& category) const;
 };
 
 }  // namespace NS_TEST

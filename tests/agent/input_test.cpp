@@ -7,12 +7,15 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "agentfixture.h"
+#include "agent/agentfixture.h"
+#include "support/pipe.h"
 
 namespace {
 
-using NS_TEST::AgentProcess;
-using NS_TEST::AgentStart;
+using NS_TEST::ChildProcess;
+using NS_TEST::ChildStart;
+using NS_TEST::Pipe;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -20,39 +23,18 @@ class AgentInput : public NS_TEST::AgentTest {
   protected:
     // The sample uses all categories, the input only one.
     bool HasRunSample() const { return !Records("corba_alarm").empty(); }
-};
 
-// Both ends of a pipe.
-class Pipe {
-  public:
-    Pipe() {
-        if (pipe2(ends_, O_CLOEXEC) != 0) {
-            ADD_FAILURE() << "pipe2";
-        }
-    }
-    ~Pipe() {
-        close(ends_[0]);
-        CloseWriter();
+    ChildStart AgentWith(int input, const std::vector<std::string>& arguments = {}) const {
+        ChildStart start = Agent(arguments);
+        start.input = input;
+        return start;
     }
 
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    int Reader() const { return ends_[0]; }
-
-    void Write(const std::string& text) const {
-        ASSERT_EQ(write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    int Open(const std::string& path, int flags) {
+        const int descriptor = open(path.c_str(), flags | O_CLOEXEC);
+        EXPECT_GE(descriptor, 0) << path;
+        return descriptor;
     }
-
-    void CloseWriter() {
-        if (ends_[1] >= 0) {
-            close(ends_[1]);
-            ends_[1] = -1;
-        }
-    }
-
-  private:
-    int ends_[2] = {-1, -1};
 };
 
 TEST_F(AgentInput, NullDeviceMeansTheSample) {
@@ -61,9 +43,9 @@ TEST_F(AgentInput, NullDeviceMeansTheSample) {
 }
 
 TEST_F(AgentInput, ClosedInputMeansTheSample) {
-    AgentStart start = Start({});
+    ChildStart start = Agent({});
     start.closeInput = true;
-    EXPECT_EQ(RunAs(start).exitCode, 0);
+    EXPECT_EQ(NS_TEST::RunProgram(start).exitCode, 0);
     EXPECT_TRUE(HasRunSample());
 }
 
@@ -74,11 +56,9 @@ TEST_F(AgentInput, EmptyFileMeansTheSample) {
 
 TEST_F(AgentInput, PipeThatClosesWithoutAByteMeansTheSample) {
     Pipe pipe;
-    AgentStart start = Start({});
-    start.input = pipe.Reader();
-    AgentProcess agent(start);
+    ChildProcess agent(AgentWith(pipe.Reader()));
     pipe.CloseWriter();
-    EXPECT_EQ(agent.Wait(), 0);
+    EXPECT_EQ(agent.Wait().exitCode, 0);
     EXPECT_TRUE(HasRunSample());
 }
 
@@ -87,55 +67,42 @@ TEST_F(AgentInput, TerminalMeansTheSample) {
     ASSERT_GE(terminal, 0);
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
-    AgentStart start = Start({});
-    start.input = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(start.input, 0);
-    EXPECT_EQ(RunAs(start).exitCode, 0);
+    const int input = Open(ptsname(terminal), O_RDWR | O_NOCTTY);
+    EXPECT_EQ(NS_TEST::RunProgram(AgentWith(input)).exitCode, 0);
     EXPECT_TRUE(HasRunSample());
-    close(start.input);
+    close(input);
     close(terminal);
 }
 
 TEST_F(AgentInput, OneByteIsAnInputAndIsNotLost) {
     EXPECT_EQ(RunWith("x", {}).exitCode, 0);
-    const auto records = Records("corbaoper");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.detail, "x");
+    EXPECT_THAT(Details("corbaoper"), ElementsAre("x"));
     EXPECT_FALSE(HasRunSample());
 }
 
 TEST_F(AgentInput, ALateWriterIsWaitedFor) {
     Pipe pipe;
-    AgentStart start = Start({});
-    start.input = pipe.Reader();
-    AgentProcess agent(start);
+    ChildProcess agent(AgentWith(pipe.Reader()));
     ASSERT_TRUE(agent.WaitForError("waiting for standard input"));
     pipe.Write("first\nsecond");
     pipe.CloseWriter();
-    EXPECT_EQ(agent.Wait(), 0);
-    const auto records = Records("corbaoper");
-    ASSERT_EQ(records.size(), 2U);
-    EXPECT_EQ(records[0].record.detail, "first");
-    EXPECT_EQ(records[1].record.detail, "second");
+    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_THAT(Details("corbaoper"), ElementsAre("first", "second"));
 }
 
 TEST_F(AgentInput, ASignalEndsTheWaitForTheFirstByte) {
-    Pipe pipe;
-    AgentStart start = Start({});
-    start.input = pipe.Reader();
-    AgentProcess agent(start);
+    const Pipe pipe;
+    ChildProcess agent(AgentWith(pipe.Reader()));
     ASSERT_TRUE(agent.WaitForError("waiting for standard input"));
     agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait(), 0);
-    EXPECT_THAT(NS_TEST::AgentTest::LogFiles("corbaoper"), IsEmpty());
+    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_THAT(LogFiles("corbaoper"), IsEmpty());
 }
 
 TEST_F(AgentInput, AStopInTheMiddleLogsWhatHasBeenRead) {
-    Pipe pipe;
+    const Pipe pipe;
     pipe.Write("first\nsecond\nincomp");
-    AgentStart start = Start({"--summary"});
-    start.input = pipe.Reader();
-    AgentProcess agent(start);
+    ChildProcess agent(AgentWith(pipe.Reader(), {"--summary"}));
     // The feed has read everything when the pipe is empty; the writer's end stays open.
     ASSERT_TRUE(agent.WaitForError("serving"));
     int left = 1;
@@ -144,22 +111,17 @@ TEST_F(AgentInput, AStopInTheMiddleLogsWhatHasBeenRead) {
         sched_yield();
     }
     agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait(), 0);
-    const auto records = Records("corbaoper");
-    ASSERT_EQ(records.size(), 3U);
-    EXPECT_EQ(records[1].record.detail, "second");
-    EXPECT_EQ(records[2].record.detail, "incomp");
+    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_THAT(Details("corbaoper"), ElementsAre("first", "second", "incomp"));
 }
 
 TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
-    AgentStart start = Start({});
-    start.input = open("/dev/urandom", O_RDONLY | O_CLOEXEC);
-    ASSERT_GE(start.input, 0);
-    AgentProcess agent(start);
-    close(start.input);
+    const int input = Open("/dev/urandom", O_RDONLY);
+    ChildProcess agent(AgentWith(input));
+    close(input);
     ASSERT_TRUE(agent.WaitForError("serving"));
     agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait(), 0);
+    EXPECT_EQ(agent.Wait().exitCode, 0);
     // Parsed to its last byte: no record is torn.
     unsigned long number = 0;
     for (const auto& record : Records("corbaoper")) {
@@ -168,11 +130,9 @@ TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
 }
 
 TEST_F(AgentInput, ADirectoryCannotBeReadAndThatIsAFailure) {
-    AgentStart start = Start({});
-    start.input = open(Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ASSERT_GE(start.input, 0);
-    const auto result = RunAs(start);
-    close(start.input);
+    const int input = Open(Path(), O_RDONLY | O_DIRECTORY);
+    const auto result = NS_TEST::RunProgram(AgentWith(input));
+    close(input);
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.errors, HasSubstr("the input cannot be read: Is a directory"));
     EXPECT_THAT(result.errors, HasSubstr("bundle qv_line_feed failed in its work"));

@@ -24,27 +24,20 @@ class FindingTheLastRecord : public NS_TEST::DirectoryTest {
     }
 };
 
-TEST_F(FindingTheLastRecord, TakesTheNumberedRecordInFrontOfTheClosingLine) {
-    EXPECT_EQ(Find(kOpening + "<1>\na\n</1>\n\n<2>\nb\n Detail: c\n</2>\n\n" + kClosing).begin,
+TEST_F(FindingTheLastRecord, TakesWhatStandsInFrontOfTheClosingLine) {
+    const std::string one = kOpening + "<1>\na\n</1>\n\n";
+    EXPECT_EQ(Find(one + "<2>\nb\n Detail: c\n</2>\n\n" + kClosing).begin,
               "<2>\nb\n Detail: c\n</2>\n");
-}
-
-TEST_F(FindingTheLastRecord, DoesWithoutAClosingLine) {
-    EXPECT_EQ(Find(kOpening + "<1>\na\n</1>\n\n").begin, "<1>\na\n</1>\n");
-}
-
-TEST_F(FindingTheLastRecord, IsNotMisledByTheNumberWithinALine) {
-    EXPECT_EQ(Find(kOpening + "<7>\na <7>\nb\n</7>\n\n" + kClosing).begin, "<7>\na <7>\nb\n</7>\n");
-}
-
-TEST_F(FindingTheLastRecord, TakesAShortRecordForALine) {
-    EXPECT_EQ(Find(kOpening + "<1>\na\n</1>\n\nnow,short\n" + kClosing).begin, "now,short\n");
+    EXPECT_EQ(Find(one).begin, "<1>\na\n</1>\n") << "no closing line";
+    EXPECT_EQ(Find(kOpening + "<7>\na <7>\nb\n</7>\n\n" + kClosing).begin, "<7>\na <7>\nb\n</7>\n")
+        << "the number within a line misleads nobody";
+    EXPECT_EQ(Find(one + "now,short\n" + kClosing).begin, "now,short\n") << "a short record";
 }
 
 TEST_F(FindingTheLastRecord, FindsNoneInAFileWithoutRecords) {
-    EXPECT_EQ(Find(kOpening + kClosing).begin, "");
-    EXPECT_EQ(Find(kOpening).begin, "");
-    EXPECT_EQ(Find("").begin, "");
+    for (const std::string& content : {kOpening + kClosing, kOpening, std::string()}) {
+        EXPECT_EQ(Find(content).begin, "");
+    }
 }
 
 TEST_F(FindingTheLastRecord, TakesTheLastLineOfATornFile) {
@@ -54,8 +47,7 @@ TEST_F(FindingTheLastRecord, TakesTheLastLineOfATornFile) {
 }
 
 TEST_F(FindingTheLastRecord, LeavesOutTheMiddleOfALongRecord) {
-    const std::string text(1000000, 'x');
-    const std::string record = "<1>\nbegin" + text + "end\n</1>\n";
+    const std::string record = "<1>\nbegin" + std::string(1000000, 'x') + "end\n</1>\n";
     const LastRecord found = Find(kOpening + record + "\n" + kClosing);
     EXPECT_EQ(record.compare(0, found.begin.size(), found.begin), 0);
     EXPECT_EQ(record.substr(record.size() - found.end.size()), found.end);

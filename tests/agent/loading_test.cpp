@@ -2,168 +2,141 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <filesystem>
 
-#include "agentfixture.h"
+#include "agent/agentfixture.h"
+#include "support/files.h"
 
 namespace {
 
-using NS_TEST::AgentResult;
-using ::testing::ElementsAre;
+using NS_TEST::ChildResult;
+using ::testing::Contains;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-
-// The library stays loaded in sanitizer builds, so that reports can name its functions.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kUnloads = false;
-#else
-constexpr bool kUnloads = true;
-#endif
+using Events = std::vector<std::string>;
 
 class AgentLoading : public NS_TEST::AgentTest {
   protected:
-    // Runs with the logging service, the recorder `first` and then `last`, and with the sample to
-    // do, so that an agent which starts also ends.
-    AgentResult RunBehindFirst(const std::string& last, const std::string& items = "") {
-        Configure("bundles = qv_base_log, " + Entry("first") + ", " + last + "\n" + items);
-        return Run({"--sample"});
+    // The logging service and the recorder `first`; another bundle follows.
+    const std::string kFirst = "qv_base_log, " + Entry("first") + ", ";
+
+    // Runs with these bundles and with the sample to do, so that an agent which starts also ends.
+    ChildResult RunBundles(const std::string& bundles, const std::string& items = "",
+                           const std::string& factory = "") {
+        Configure("bundles = " + bundles + "\n" + items);
+        NS_TEST::ChildStart start = Agent({"--sample"});
+        std::filesystem::remove(Path("events"));
+        start.variables = {{"QV_TEST_EVENTS", Path("events")}, {"QV_TEST_FACTORY", factory}};
+        return NS_TEST::RunProgram(start);
     }
 
-    // The events in their order; without the unloading where a sanitizer moves it to the end.
-    std::vector<std::string> ComparableEvents() const {
-        std::vector<std::string> events = Events();
-        if (!kUnloads) {
-            const auto isUnload = [](const std::string& event) {
-                return event.find(" unload") != std::string::npos;
-            };
-            events.erase(std::remove_if(events.begin(), events.end(), isUnload), events.end());
+    // What the recorders whose name begins with `name` have noted. A library stays loaded in
+    // sanitizer builds, so that reports can name its functions; its unloading is left out there.
+    Events NotedBy(const std::string& name) const {
+        Events events;
+        for (const std::string& event : NS_TEST::ReadLines(Path("events"))) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+            if (event.find(" unload") != std::string::npos) {
+                continue;
+            }
+#endif
+            if (event.compare(0, name.size(), name) == 0) {
+                events.push_back(event);
+            }
         }
         return events;
     }
 
-    // That `first` went through its whole life, though a bundle behind it failed.
+    // Expects that `first` went through its whole life.
     void ExpectFirstWasEnded() const {
-        std::vector<std::string> expected{"first factory", "first init",    "first StopService",
-                                          "first fini",    "first gobbler", "first destructor"};
-        if (kUnloads) {
-            expected.push_back("first unload");
-        }
-        std::vector<std::string> events;
-        for (const std::string& event : ComparableEvents()) {
-            if (event.compare(0, 6, "first ") == 0) {
-                events.push_back(event);
-            }
-        }
-        EXPECT_EQ(events, expected);
+        ExpectEvents("first ",
+                     {"first factory", "first init", "first StopService", "first fini",
+                      "first gobbler", "first destructor"},
+                     {"first unload"});
+    }
+
+    // Expects all these and then, but for sanitizer builds, the unloading of the libraries.
+    void ExpectEvents(const std::string& name, Events expected, const Events& unloads) const {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+        expected.insert(expected.end(), unloads.begin(), unloads.end());
+#else
+        static_cast<void>(unloads);
+#endif
+        EXPECT_EQ(NotedBy(name), expected);
     }
 };
 
 TEST_F(AgentLoading, StartsInOrderAndEndsInReverseStepByStep) {
-    const AgentResult result = RunBehindFirst(Entry("second"));
+    const ChildResult result = RunBundles(kFirst + Entry("second"));
     EXPECT_EQ(result.exitCode, 0) << result.errors;
-    std::vector<std::string> expected{"first factory", "first init",         "second factory",
-                                      "second init",   "second StopService", "first StopService",
-                                      "second fini",   "second gobbler",     "second destructor",
-                                      "first fini",    "first gobbler",      "first destructor"};
-    if (kUnloads) {
-        expected.insert(expected.end(), {"second unload", "first unload"});
-    }
-    EXPECT_EQ(ComparableEvents(), expected);
+    ExpectEvents("",
+                 {"first factory", "first init", "second factory", "second init",
+                  "second StopService", "first StopService", "second fini", "second gobbler",
+                  "second destructor", "first fini", "first gobbler", "first destructor"},
+                 {"second unload", "first unload"});
+}
+
+TEST_F(AgentLoading, ABundleThatRefusesToStartIsEndedLikeTheOthers) {
+    const ChildResult result =
+        RunBundles(kFirst + Entry("second") + ", " + Entry("third"), "second.arguments = refuse\n");
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("bundle second refused to start"));
+    ExpectEvents("",
+                 {"first factory", "first init", "second factory", "second init refuse",
+                  "second StopService", "first StopService", "second fini", "second gobbler",
+                  "second destructor", "first fini", "first gobbler", "first destructor"},
+                 {"second unload", "first unload"});
 }
 
 TEST_F(AgentLoading, PassesConfiguredArgumentsWithoutAProgramName) {
-    RunBehindFirst(Entry("second"), "second.arguments = -a  bc\t--d=e\n");
-    EXPECT_THAT(Events(), ::testing::Contains("second init -a bc --d=e"));
-    EXPECT_THAT(Events(), ::testing::Contains("first init"));
+    RunBundles(kFirst + Entry("second"), "second.arguments = -a  bc\t--d=e\n");
+    EXPECT_THAT(NotedBy("second"), Contains("second init -a bc --d=e"));
+    EXPECT_THAT(NotedBy("first"), Contains("first init"));
 }
 
-TEST_F(AgentLoading, MissingLibrary) {
-    const AgentResult result = RunBehindFirst("qv_not_there");
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("bundle qv_not_there cannot be loaded: "));
-    EXPECT_THAT(result.errors, HasSubstr("libqv_not_there.so"));
-    ExpectFirstWasEnded();
-}
-
-TEST_F(AgentLoading, MissingLibraryWithAPath) {
-    const AgentResult result = RunBehindFirst("other=" + Path("libother.so"));
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr(Path("libother.so")));
-    ExpectFirstWasEnded();
-}
-
-TEST_F(AgentLoading, LibraryWithoutAFactory) {
-    const AgentResult result = RunBehindFirst(Entry("nofactory"));
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("_make_nofactory"));
-    ExpectFirstWasEnded();
-}
-
-TEST_F(AgentLoading, UnresolvedSymbolIsALoadFailureAndNotALaterCrash) {
-    const AgentResult result = RunBehindFirst(Entry("unresolved"));
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("qv_test_nowhere_to_be_found"));
-    ExpectFirstWasEnded();
-}
-
-TEST_F(AgentLoading, FactoryThatThrows) {
-    Configure("bundles = qv_base_log, " + Entry("second") + "\n");
-    NS_TEST::AgentStart start = Start({"--sample"});
-    start.environment["QV_TEST_FACTORY"] = "throw";
-    const AgentResult result = RunAs(start);
-    EXPECT_EQ(result.exitCode, 5);
-    EXPECT_THAT(result.errors, HasSubstr("bundle second: its factory failed: no room"));
-}
-
-TEST_F(AgentLoading, FactoryThatMakesNothing) {
-    Configure("bundles = qv_base_log, " + Entry("second") + "\n");
-    NS_TEST::AgentStart start = Start({"--sample"});
-    start.environment["QV_TEST_FACTORY"] = "null";
-    const AgentResult result = RunAs(start);
-    EXPECT_EQ(result.exitCode, 5);
-    EXPECT_THAT(result.errors, HasSubstr("bundle second: its factory failed: no object"));
-}
-
-TEST_F(AgentLoading, BundleThatRefusesToStartIsEndedLikeTheOthers) {
-    const AgentResult result =
-        RunBehindFirst(Entry("second") + ", " + Entry("third"), "second.arguments = refuse\n");
-    EXPECT_EQ(result.exitCode, 5);
-    EXPECT_THAT(result.errors, HasSubstr("bundle second refused to start"));
-    std::vector<std::string> expected{
-        "first factory",      "first init",        "second factory", "second init refuse",
-        "second StopService", "first StopService", "second fini",    "second gobbler",
-        "second destructor",  "first fini",        "first gobbler",  "first destructor"};
-    if (kUnloads) {
-        expected.insert(expected.end(), {"second unload", "first unload"});
+// The bundle in front of it goes through its whole life all the same.
+TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
+    struct Failure {
+        std::string last;  // the entry of the bundle that fails
+        std::string arguments;
+        int exitCode;
+        std::string reason;
+    };
+    const std::string second = Entry("second");
+    const std::vector<Failure> failures = {
+        {"qv_not_there", "", 4, "bundle qv_not_there cannot be loaded: libqv_not_there.so"},
+        {"other=" + Path("libother.so"), "", 4, Path("libother.so")},
+        {Entry("nofactory"), "", 4, "_make_nofactory"},
+        // A load failure and not a later crash.
+        {Entry("unresolved"), "", 4, "qv_test_nowhere_to_be_found"},
+        {second, "throw", 5, "bundle second refused to start: out of patience"},
+        {second, "fail-stop", 6, "bundle second: StopService failed"},
+        {second, "fail-fini", 6, "bundle second: fini failed"}};
+    for (const Failure& failure : failures) {
+        SCOPED_TRACE(failure.reason);
+        const ChildResult result =
+            RunBundles(kFirst + failure.last, "second.arguments = " + failure.arguments + "\n");
+        EXPECT_EQ(result.exitCode, failure.exitCode);
+        EXPECT_THAT(result.errors, HasSubstr(failure.reason));
+        ExpectFirstWasEnded();
+        if (failure.exitCode == 6) {
+            EXPECT_THAT(NotedBy("second"), Contains("second destructor"));
+        }
     }
-    EXPECT_EQ(ComparableEvents(), expected);
 }
 
-TEST_F(AgentLoading, BundleThatThrowsAtItsStart) {
-    const AgentResult result = RunBehindFirst(Entry("second"), "second.arguments = throw\n");
-    EXPECT_EQ(result.exitCode, 5);
-    EXPECT_THAT(result.errors, HasSubstr("bundle second refused to start: out of patience"));
-    ExpectFirstWasEnded();
-}
-
-TEST_F(AgentLoading, AFailingStopIsReportedAndTheOthersAreEnded) {
-    const AgentResult result = RunBehindFirst(Entry("second"), "second.arguments = fail-stop\n");
-    EXPECT_EQ(result.exitCode, 6);
-    EXPECT_THAT(result.errors, HasSubstr("bundle second: StopService failed"));
-    EXPECT_THAT(Events(), ::testing::Contains("second destructor"));
-    ExpectFirstWasEnded();
-}
-
-TEST_F(AgentLoading, AFailingFiniIsReportedAndTheOthersAreEnded) {
-    const AgentResult result = RunBehindFirst(Entry("second"), "second.arguments = fail-fini\n");
-    EXPECT_EQ(result.exitCode, 6);
-    EXPECT_THAT(result.errors, HasSubstr("bundle second: fini failed"));
-    EXPECT_THAT(Events(), ::testing::Contains("second destructor"));
-    ExpectFirstWasEnded();
+TEST_F(AgentLoading, AFactoryThatMakesNothingIsAFailure) {
+    const std::pair<const char*, const char*> failures[] = {{"throw", "no room"},
+                                                            {"null", "no object"}};
+    for (const auto& [failure, reason] : failures) {
+        const ChildResult result = RunBundles("qv_base_log, " + Entry("second"), "", failure);
+        EXPECT_EQ(result.exitCode, 5);
+        EXPECT_THAT(result.errors,
+                    HasSubstr(std::string("bundle second: its factory failed: ") + reason));
+    }
 }
 
 TEST_F(AgentLoading, AClientWithoutALoggingServiceSaysWhatIsMissing) {
-    Configure("bundles = " + Entry("first") + "\n");
-    const AgentResult result = Run({"--sample"});
+    const ChildResult result = RunBundles(Entry("first"));
     EXPECT_EQ(result.exitCode, 5);
     EXPECT_THAT(result.errors, HasSubstr("there is no logging service"));
     ExpectFirstWasEnded();

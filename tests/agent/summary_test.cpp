@@ -1,11 +1,13 @@
 // What the agent prints at its end about the log files of the run.
 #include <gmock/gmock.h>
 
-#include <cstdint>
+#include <chrono>
 #include <filesystem>
 
-#include "agentfixture.h"
+#include "agent/agentfixture.h"
+#include "bundlemgr/logsupport.h"
 #include "support/files.h"
+#include "support/pipe.h"
 
 namespace {
 
@@ -38,17 +40,31 @@ TEST_F(AgentSummary, IsPrintedOnRequestOnly) {
 
 TEST_F(AgentSummary, CoversAllCategories) {
     const std::string output = Run({"--sample", "--summary"}).output;
-    for (const char* category : {"debug", "corbadebug", "corbanotify", "corba_alarm", "corbasys",
-                                 "corbaoper", "corba_internal_oper"}) {
+    for (const std::string& category : NS_TEST::kCategories) {
         EXPECT_THAT(output, HasSubstr(OnlyFile(category) + "\n"));
     }
 }
 
+// The names of its files end with the number of its process, which may have been another's before.
 TEST_F(AgentSummary, LeavesOutWhatOtherRunsHaveWritten) {
-    RunWith("one\n", {});
-    const std::string earlier = OnlyFile("corbaoper");
-    EXPECT_THAT(RunWith("two\n", {"--summary", "--category", "debug"}).output,
-                Not(HasSubstr(earlier)));
+    NS_TEST::Pipe pipe;
+    NS_TEST::ChildStart start = Agent({"--summary"});
+    start.input = pipe.Reader();
+    NS_TEST::ChildProcess agent(start);
+    pipe.Write("one\n");
+    ASSERT_TRUE(agent.WaitForError("serving"));
+    const std::string other = Path("log/unbi_corbaoper_20240305140709_1.log");
+    const std::string earlier =
+        Path("log/unbi_corbaoper_20240305140709_" + std::to_string(agent.GetId()) + ".log");
+    NS_TEST::WriteFile(other, "of another agent that runs now");
+    NS_TEST::WriteFile(earlier, "of an agent long ago");
+    std::filesystem::last_write_time(
+        earlier, std::filesystem::last_write_time(earlier) - std::chrono::hours(1000));
+    pipe.CloseWriter();
+    const std::string output = agent.Wait().output;
+    EXPECT_THAT(output, HasSubstr("Detail: one\n"));
+    EXPECT_THAT(output, Not(HasSubstr(other)));
+    EXPECT_THAT(output, Not(HasSubstr(earlier)));
 }
 
 TEST_F(AgentSummary, ShowsFilesWithoutARecord) {
@@ -73,9 +89,23 @@ TEST_F(AgentSummary, ShowsBeginAndEndOfAHugeRecord) {
     EXPECT_LT(result.output.size(), 3000U);
 }
 
+// Whichever byte of a character the cut meets.
+TEST_F(AgentSummary, ShowsNoHalfCharactersOfAHugeRecord) {
+    std::string euros;
+    for (int i = 0; i < 100000; ++i) {
+        euros += "\u20AC";
+    }
+    for (const char* shift : {"", "x", "xx"}) {
+        const std::string output = RunWith(shift + euros, {"--summary"}).output;
+        EXPECT_THAT(output, HasSubstr("bytes in its middle are not shown"));
+        std::string converted;
+        EXPECT_EQ(NS_BUNDLEMGR1::Convert2UTFforLog(output, converted), output);
+    }
+}
+
 TEST_F(AgentSummary, DisarmsControlCharacters) {
-    const auto result = RunWith("a\x1B[31mb\r\n", {"--summary"});
-    EXPECT_THAT(result.output, HasSubstr("a\\x1b[31mb\\x0d\n"));
+    const auto result = RunWith("a\x1B[31mb\x7F\t\r\n", {"--summary"});
+    EXPECT_THAT(result.output, HasSubstr("a\\x1b[31mb\\x7f\t\\x0d\n"));
 }
 
 TEST_F(AgentSummary, FollowsAConfiguredLogDirectory) {

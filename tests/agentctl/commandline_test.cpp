@@ -6,19 +6,22 @@
 
 #include <cstdlib>
 #include <memory>
+#include <sstream>
+#include <thread>
 
-#include "agentctl/program.h"
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
 #include "control/controlserver.h"
 #include "control/socketaddress.h"
+#include "support/childprocess.h"
 #include "support/temporarydirectory.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using NS_REFERENCE_HOST::Answerer;
 using NS_REFERENCE_HOST::ControlServer;
-using NS_TEST::ProgramResult;
+using NS_TEST::ChildResult;
 using NS_TEST::RunProgram;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -27,24 +30,51 @@ class ControlProgram : public NS_TEST::DirectoryTest {
   protected:
     ControlProgram() { unsetenv("_APP_SHARE_DIR"); }
 
-    static ProgramResult Run(std::vector<std::string> arguments) {
+    static ChildResult Run(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), QV_AGENTCTL);
-        return RunProgram(arguments);
+        return RunProgram({arguments});
+    }
+
+    // The same with the socket of this test.
+    ChildResult Ask(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"--socket", Socket()});
+        return Run(arguments);
+    }
+
+    // The words between the blanks; two blanks have an empty one between them.
+    static std::vector<std::string> Split(const std::string& text) {
+        std::vector<std::string> words;
+        std::istringstream in(text);
+        for (std::string word; std::getline(in, word, ' ');) {
+            words.push_back(word);
+        }
+        return words;
     }
 
     std::string Socket() const { return Path("socket"); }
 
-    // An agent that gives everybody this answer.
-    std::unique_ptr<ControlServer> Serve(const std::string& answer) const {
-        auto server = std::make_unique<ControlServer>(
-            Socket(), [answer](const std::string&) { return answer; }, 60s);
+    // A socket with the shortest queue of connections; nobody takes any of them.
+    int Listen() const {
+        const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const NS_REFERENCE_HOST::SocketAddress address(Socket());
+        EXPECT_EQ(bind(listening, address.Get(), address.Size()), 0);
+        EXPECT_EQ(listen(listening, 0), 0);
+        return listening;
+    }
+
+    // An agent that answers everybody like this, and does not run out of patience.
+    std::unique_ptr<ControlServer> Serve(const Answerer& answerer) const {
+        auto server = std::make_unique<ControlServer>(Socket(), answerer, 1h);
         server->Start();
         return server;
+    }
+    std::unique_ptr<ControlServer> Serve(const char* answer) const {
+        return Serve([answer](const std::string&) { return std::string(answer); });
     }
 };
 
 TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
-    const ProgramResult result = Run({"--help"});
+    const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
     for (const char* expected :
@@ -60,44 +90,42 @@ TEST_F(ControlProgram, VersionIsOneLine) {
 }
 
 TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
-    const std::vector<std::vector<std::string>> wrong = {
-        {},
-        {"nonsense"},
-        {"status", "extra"},
-        {"status", "--nonsense"},
-        {"status", "flush"},
-        {"status", "--watch", "never"},
-        {"queue"},
-        {"queue", "maybe"},
-        {"level"},
-        {"level", "1"},
-        {"level", "4", "on"},
-        {"level", "-1", "on"},
-        {"level", "1", "on", "first"},
-        {"level", "1", "on", "first", "second"},
-        {"level", "1", "on", "first", "second", "category", "more"},
-        {"module"},
-        {"module", "7"},
-        {"module", "x", "on"},
-        {"module", "-7", "on"},
-        {"module", "99999999999", "on"},
-        {"module", "4294967296", "on"},
-        {"module", "0x10", "on"},
-        {"module", "7x", "on"},
-        {"module", "", "on"},
-        {"status", "--timeout", "nan"},
-        {"status", "--timeout", "0"},
-        {"status", "--timeout", "86401"},
-        {"status", "--watch", "0.01"},
-        {"module", "show", "on"},
-        {"mode"},
-        {"mode", "x"},
-        {"flushall", "a", "b"},
-        {"level", "1", "on", std::string(5000, 'x'), "second", "debug"}};
-    for (std::vector<std::string> arguments : wrong) {
-        SCOPED_TRACE(::testing::PrintToString(arguments));
-        arguments.insert(arguments.begin(), {"--socket", Socket()});
-        const ProgramResult result = Run(arguments);
+    std::vector<std::string> wrong = {"",
+                                      "nonsense",
+                                      "status extra",
+                                      "status --nonsense",
+                                      "status flush",
+                                      "status --watch never",
+                                      "queue",
+                                      "queue maybe",
+                                      "level",
+                                      "level 1",
+                                      "level 4 on",
+                                      "level -1 on",
+                                      "level 1 on first",
+                                      "level 1 on first second",
+                                      "level 1 on first second category more",
+                                      "module",
+                                      "module 7",
+                                      "module x on",
+                                      "module -7 on",
+                                      "module 99999999999 on",
+                                      "module 4294967296 on",
+                                      "module 0x10 on",
+                                      "module 7x on",
+                                      "module  on",
+                                      "status --timeout nan",
+                                      "status --timeout 0",
+                                      "status --timeout 86401",
+                                      "status --watch 0.01",
+                                      "module show on",
+                                      "mode",
+                                      "mode x",
+                                      "flushall a b"};
+    wrong.push_back("level 1 on " + std::string(5000, 'x') + " second debug");
+    for (const std::string& words : wrong) {
+        SCOPED_TRACE(words);
+        const ChildResult result = Ask(Split(words));
         EXPECT_EQ(result.exitCode, 2);
         EXPECT_THAT(result.output, IsEmpty());
         EXPECT_THAT(result.errors, HasSubstr("qv_agentctl: "));
@@ -105,13 +133,13 @@ TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
 }
 
 TEST_F(ControlProgram, WithoutAPlaceToLookItSaysWhatToGive) {
-    const ProgramResult result = Run({"status"});
+    const ChildResult result = Run({"status"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("--share DIR or --socket PATH"));
 }
 
 TEST_F(ControlProgram, WithoutAnAgentItEndsWithThree) {
-    const ProgramResult result = Run({"--share", Path(), "status"});
+    const ChildResult result = Run({"--share", Path(), "status"});
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_THAT(result.errors, HasSubstr(Path("qv_agent.sock") + ": No such file or directory"));
     EXPECT_EQ(Run({"--share", Path("nowhere"), "status"}).exitCode, 3);
@@ -120,15 +148,11 @@ TEST_F(ControlProgram, WithoutAnAgentItEndsWithThree) {
 
 TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
     NS_TEST::Happening mayAnswer;
-    ControlServer server(
-        Socket(),
-        [&mayAnswer](const std::string&) {
-            mayAnswer.Await();
-            return std::string();
-        },
-        60s);
-    server.Start();
-    const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
+    const auto server = Serve([&mayAnswer](const std::string&) {
+        mayAnswer.Await();
+        return std::string();
+    });
+    const ChildResult result = Ask({"--timeout", "0.2", "status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
     mayAnswer.Happen();
@@ -138,53 +162,57 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
     for (const int signal : {SIGINT, SIGTERM}) {
         NS_TEST::Happening asked;
         NS_TEST::Happening mayAnswer;
-        ControlServer server(
-            Socket(),
-            [&](const std::string&) {
-                asked.Happen();
-                mayAnswer.Await();
-                return std::string();
-            },
-            60s);
-        server.Start();
-        NS_TEST::Program watch(
-            {QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"});
+        const auto server = Serve([&](const std::string&) {
+            asked.Happen();
+            mayAnswer.Await();
+            return std::string();
+        });
+        NS_TEST::ChildProcess watch(
+            {{QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"}});
         ASSERT_TRUE(asked.Await());
         watch.Signal(signal);
-        const ProgramResult result = watch.Wait();
+        const ChildResult result = watch.Wait();
         EXPECT_EQ(result.exitCode, 0);
         EXPECT_EQ(result.errors, "");
         mayAnswer.Happen();
     }
 }
 
-// The agent's queue of connections is full: nobody takes any of them.
+// Its queue of connections is full.
 TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
-    const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const NS_REFERENCE_HOST::SocketAddress address(Socket());
-    ASSERT_EQ(bind(listening, address.Get(), address.Size()), 0);
-    ASSERT_EQ(listen(listening, 0), 0);
+    const int listening = Listen();
     const NS_TEST::SocketClient first(Socket());
-    const ProgramResult result = Run({"--socket", Socket(), "--timeout", "0.2", "status"});
+    const ChildResult result = Ask({"--timeout", "0.2", "status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
     close(listening);
 }
 
+TEST_F(ControlProgram, AnAnswerWithoutAnEndIsFour) {
+    const int listening = Listen();
+    std::thread agent([listening] {
+        const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+        const std::string piece(65536, 'x');
+        while (send(client, piece.data(), piece.size(), MSG_NOSIGNAL) > 0) {
+        }
+        close(client);
+    });
+    const ChildResult result = Ask({"--timeout", "3600", "status"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.errors, HasSubstr("the agent's answer has no end"));
+    agent.join();
+    close(listening);
+}
+
 TEST_F(ControlProgram, ModuleNumbersAreDecimal) {
     std::string requests;  // the server's while it runs
-    ControlServer server(
-        Socket(),
-        [&](const std::string& text) {
-            requests += text;
-            return R"({"ok":true,"data":{"module":4294967295,"on":true}})";
-        },
-        60s);
-    server.Start();
-    EXPECT_EQ(Run({"--socket", Socket(), "module", "010", "off"}).exitCode, 0);
-    EXPECT_EQ(Run({"--socket", Socket(), "module", "4294967295", "show"}).output,
-              "module 4294967295 is on\n");
-    server.Stop();
+    const auto server = Serve([&requests](const std::string& text) {
+        requests += text;
+        return R"({"ok":true,"data":{"module":4294967295,"on":true}})";
+    });
+    EXPECT_EQ(Ask({"module", "010", "off"}).exitCode, 0);
+    EXPECT_EQ(Ask({"module", "4294967295", "show"}).output, "module 4294967295 is on\n");
+    server->Stop();
     EXPECT_THAT(requests, HasSubstr(R"("module":10,)"));
     EXPECT_THAT(requests, HasSubstr(R"("module":4294967295)"));
 }
@@ -193,7 +221,7 @@ TEST_F(ControlProgram, AnAnswerThatMakesNoSenseIsFour) {
     for (const char* answer : {"", "nonsense", "[]", "{\"ok\":7.5x}", "{\"ok\":true,\"data\":7}",
                                "{\"ok\":true,\"data\":{\"channels\":[7]}}"}) {
         const auto server = Serve(answer);
-        const ProgramResult result = Run({"--socket", Socket(), "status"});
+        const ChildResult result = Ask({"status"});
         EXPECT_EQ(result.exitCode, 4) << answer;
         EXPECT_THAT(result.errors, HasSubstr("cannot be understood")) << answer;
         EXPECT_THAT(result.output, IsEmpty());
@@ -201,32 +229,31 @@ TEST_F(ControlProgram, AnAnswerThatMakesNoSenseIsFour) {
 }
 
 TEST_F(ControlProgram, AnAgentThatBreaksOffIsFour) {
-    ControlServer server(
-        Socket(), [](const std::string&) -> std::string { throw std::runtime_error("lost"); }, 60s);
-    server.Start();
-    const ProgramResult result = Run({"--socket", Socket(), "status"});
+    const auto server =
+        Serve([](const std::string&) -> std::string { throw std::runtime_error("lost"); });
+    const ChildResult result = Ask({"status"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.errors, HasSubstr("broke off"));
 }
 
 TEST_F(ControlProgram, ARefusalIsOneWithReasonAndCode) {
     const auto server = Serve(R"({"ok":false,"error":"too \u001b[31mred","code":1091043331})");
-    const ProgramResult result = Run({"--socket", Socket(), "mode", "9"});
+    const ChildResult result = Ask({"mode", "9"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.errors, "qv_agentctl: too \\x1b[31mred (0x41080003)\n");
 }
 
 TEST_F(ControlProgram, JsonIsTheDataInOneLineOfValidText) {
     const auto server = Serve("{\"ok\":true,\"data\":{\"loggers\":[\"a\xff\"]}}");
-    const ProgramResult result = Run({"--socket", Socket(), "loggers", "--json"});
+    const ChildResult result = Ask({"loggers", "--json"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, "{\"loggers\":[\"a\uFFFD\"]}\n");
 }
 
 TEST_F(ControlProgram, OutputThatCannotBeWrittenIsNoSuccess) {
     const auto server = Serve(R"({"ok":true,"data":{"modules":[]}})");
-    const ProgramResult result = RunProgram({"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
-                                             QV_AGENTCTL, "--socket", Socket(), "module", "show"});
+    const ChildResult result = RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
+                                            QV_AGENTCTL, "--socket", Socket(), "module", "show"}});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.errors, HasSubstr("could not be written"));
 }

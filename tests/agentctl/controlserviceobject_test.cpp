@@ -36,19 +36,6 @@ TEST_F(ControlBundle, ServesFromInitToStopService) {
     EXPECT_EQ(object.fini(), 0);
 }
 
-TEST_F(ControlBundle, ASecondAgentInTheSamePlaceIsRefusedAndTheFirstGoesOn) {
-    const CapturedOutput errors(STDERR_FILENO);
-    const NS_TEST::FakeMaintenance fake;
-    ControlServiceObject first;
-    ControlServiceObject second;
-    ASSERT_EQ(first.init(0, nullptr), 0);
-    EXPECT_EQ(second.init(0, nullptr), -1);
-    EXPECT_THAT(errors.Text(), HasSubstr("another agent serves " + Socket()));
-    second.fini();
-    EXPECT_THAT(NS_TEST::AskServer(Socket(), R"({"command":"status"})"), HasSubstr("\"ok\":true"));
-    first.fini();
-}
-
 TEST_F(ControlBundle, RefusesToStartWithoutAShareDirectory) {
     const NS_TEST::ScopedVariable none("_APP_SHARE_DIR", std::nullopt);
     const CapturedOutput errors(STDERR_FILENO);

@@ -22,14 +22,15 @@ using NS_REFERENCE_HOST::SocketAddress;
 using NS_TEST::SocketClient;
 using ::testing::HasSubstr;
 
-class ListeningSocketTest : public NS_TEST::DirectoryTest {
+class ListeningSocketLife : public NS_TEST::DirectoryTest {
   protected:
     std::string Socket() const { return Path("socket"); }
 
     // Why no socket can be made there; empty when one can.
-    std::string Reason() const {
+    std::string Reason() const { return Reason(Socket()); }
+    static std::string Reason(const std::string& path) {
         try {
-            const ListeningSocket made(Socket());
+            const ListeningSocket made(path);
             return std::string();
         } catch (const std::runtime_error& error) {
             return error.what();
@@ -41,31 +42,26 @@ class ListeningSocketTest : public NS_TEST::DirectoryTest {
         return stat(Socket().c_str(), &found) == 0 ? found.st_mode : 0;
     }
 
-    // What an agent leaves that has been killed.
-    void LeaveSocket() const {
-        const FileDescriptor dead(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    // A socket that nobody listens to: what an agent leaves that has been killed.
+    FileDescriptor Bound() const {
+        FileDescriptor bound(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         const SocketAddress address(Socket());
-        ASSERT_EQ(bind(dead.Get(), address.Get(), address.Size()), 0);
+        EXPECT_EQ(bind(bound.Get(), address.Get(), address.Size()), 0);
+        return bound;
     }
 };
 
-TEST_F(ListeningSocketTest, IsForItsOwnerOnlyWhateverTheMask) {
+TEST_F(ListeningSocketLife, IsForItsOwnerOnlyWhateverTheMask) {
     for (const mode_t mask : {0U, 0022U, 0077U, 0777U}) {
         const mode_t before = umask(mask);
         const ListeningSocket made(Socket());
-        umask(before);
+        EXPECT_EQ(umask(before), mask) << "the mask is left alone";
         EXPECT_EQ(Mode(), S_IFSOCK | 0600);
         EXPECT_NO_THROW(SocketClient client(Socket()));
     }
 }
 
-TEST_F(ListeningSocketTest, LeavesTheMaskAlone) {
-    const mode_t before = umask(0031);
-    const ListeningSocket made(Socket());
-    EXPECT_EQ(umask(before), 0031U);
-}
-
-TEST_F(ListeningSocketTest, LeavesNothingElseInTheDirectory) {
+TEST_F(ListeningSocketLife, LeavesNothingElseInTheDirectory) {
     {
         const ListeningSocket made(Socket());
         EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::ElementsAre("socket"));
@@ -73,41 +69,37 @@ TEST_F(ListeningSocketTest, LeavesNothingElseInTheDirectory) {
     EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::IsEmpty());
 }
 
-TEST_F(ListeningSocketTest, ReplacesTheSocketOfADeadAgent) {
-    LeaveSocket();
+TEST_F(ListeningSocketLife, ReplacesTheSocketOfADeadAgent) {
+    Bound();
     const ListeningSocket made(Socket());
     EXPECT_NO_THROW(SocketClient client(Socket()));
     EXPECT_EQ(Mode(), S_IFSOCK | 0600);
 }
 
-TEST_F(ListeningSocketTest, DoesNotReplaceTheSocketOfALivingAgent) {
+TEST_F(ListeningSocketLife, DoesNotReplaceTheSocketOfALivingAgent) {
     const ListeningSocket living(Socket());
     EXPECT_THAT(Reason(), HasSubstr("another agent serves " + Socket()));
     EXPECT_NO_THROW(SocketClient client(Socket()));
 }
 
-TEST_F(ListeningSocketTest, TakesAFullQueueForASignOfLife) {
-    const FileDescriptor busy(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const SocketAddress address(Socket());
-    ASSERT_EQ(bind(busy.Get(), address.Get(), address.Size()), 0);
+TEST_F(ListeningSocketLife, TakesAFullQueueForASignOfLife) {
+    const FileDescriptor busy = Bound();
     ASSERT_EQ(listen(busy.Get(), 0), 0);
     const SocketClient first(Socket());
     EXPECT_THAT(Reason(), HasSubstr("another agent serves"));
 }
 
-TEST_F(ListeningSocketTest, DoesNotReplaceWhatIsNoSocket) {
+TEST_F(ListeningSocketLife, NeitherReplacesNorFollowsWhatIsNoSocket) {
     NS_TEST::WriteFile(Socket(), "precious");
     EXPECT_THAT(Reason(), HasSubstr("is no socket"));
     EXPECT_EQ(NS_TEST::ReadFile(Socket()), "precious");
-}
-
-TEST_F(ListeningSocketTest, DoesNotFollowASymbolicLink) {
+    std::filesystem::remove(Socket());
     std::filesystem::create_symlink(Path("elsewhere"), Socket());
     EXPECT_THAT(Reason(), HasSubstr("is no socket"));
     EXPECT_FALSE(std::filesystem::exists(Path("elsewhere")));
 }
 
-TEST_F(ListeningSocketTest, GivesWayToAnAgentThatIsStartingInTheSameDirectory) {
+TEST_F(ListeningSocketLife, GivesWayToAnAgentThatIsStartingInTheSameDirectory) {
     const FileDescriptor directory(open(Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(flock(directory.Get(), LOCK_EX), 0);
     EXPECT_THAT(Reason(), HasSubstr("is locked"));
@@ -115,16 +107,11 @@ TEST_F(ListeningSocketTest, GivesWayToAnAgentThatIsStartingInTheSameDirectory) {
     EXPECT_EQ(Reason(), "");
 }
 
-TEST_F(ListeningSocketTest, SaysSoWhenThereIsNoDirectory) {
-    try {
-        const ListeningSocket made(Path("nowhere/socket"));
-        FAIL() << "made a socket in a directory that does not exist";
-    } catch (const std::runtime_error& error) {
-        EXPECT_THAT(error.what(), HasSubstr("nowhere: No such file or directory"));
-    }
+TEST_F(ListeningSocketLife, SaysSoWhenThereIsNoDirectory) {
+    EXPECT_THAT(Reason(Path("nowhere/socket")), HasSubstr("nowhere: No such file or directory"));
 }
 
-TEST_F(ListeningSocketTest, DoesNotRemoveTheSocketThatHasTakenItsPlace) {
+TEST_F(ListeningSocketLife, DoesNotRemoveTheSocketThatHasTakenItsPlace) {
     std::optional<ListeningSocket> first(std::in_place, Socket());
     std::filesystem::rename(Socket(), Path("moved"));
     const ListeningSocket second(Socket());
@@ -132,7 +119,7 @@ TEST_F(ListeningSocketTest, DoesNotRemoveTheSocketThatHasTakenItsPlace) {
     EXPECT_NO_THROW(SocketClient client(Socket()));
 }
 
-TEST_F(ListeningSocketTest, ThePathMayBeLongerThanASocketAddress) {
+TEST_F(ListeningSocketLife, ThePathMayBeLongerThanASocketAddress) {
     std::string directory = Path();
     for (int depth = 0; depth < 5; ++depth) {
         directory += "/" + std::string(50, 'd');
@@ -148,7 +135,7 @@ TEST_F(ListeningSocketTest, ThePathMayBeLongerThanASocketAddress) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(ListeningSocketTest, ANameThatIsTooLongIsRefused) {
+TEST_F(ListeningSocketLife, ANameThatIsTooLongIsRefused) {
     EXPECT_THROW(SocketAddress address(Path(std::string(120, 'n'))), std::system_error);
 }
 

@@ -9,20 +9,15 @@
 #include <string>
 #include <vector>
 
-#include "agent/agentprocess.h"
-#include "agentctl/program.h"
-#include "support/temporarydirectory.h"
+#include "agent/agentfixture.h"
+#include "support/pipe.h"
 
 namespace NS_TEST {
 
 // Thread safety: Control may be called by any thread once the agent runs.
-class LiveAgent : public DirectoryTest {
+class LiveAgent : public AgentTest {
   protected:
     LiveAgent();
-    ~LiveAgent() override;
-
-    // Writes the configuration: its list of bundles, and further lines.
-    void Configure(const std::string& bundles, const std::string& lines = "") const;
 
     // Starts an agent and waits until it serves.
     enum class ObeysPermissions { No, Yes };
@@ -36,26 +31,32 @@ class LiveAgent : public DirectoryTest {
     // Asks the agent for its end; its exit code.
     int Stop();
 
-    // Runs the control program.
-    ProgramResult Control(std::vector<std::string> arguments) const;
+    // The control program with these arguments, and its result.
+    ChildStart Operator(const std::vector<std::string>& arguments) const;
+    ChildResult Control(const std::vector<std::string>& arguments) const;
 
     // The same where it has to succeed; its output, or the data that it printed as JSON.
     std::string Succeed(const std::vector<std::string>& arguments) const;
     Json::Value Data(std::vector<std::string> arguments) const;
 
+    // The same where the agent has to refuse; the reason.
+    std::string Refusal(const std::vector<std::string>& arguments) const;
+
     // What the status tells of one category.
     Json::Value Channel(const std::string& category) const;
 
-    // Everything in the category's log files.
-    std::string Logged(const std::string& category) const;
+    // Whether that number of the category corbaoper reaches the value.
+    bool AwaitCount(const std::string& name, int value) const;
 
     // Whether the condition comes true before the patience is at its end.
     static bool Await(const std::function<bool()>& condition);
 
-    std::unique_ptr<AgentProcess> agent_;
+    std::unique_ptr<ChildProcess> agent_;
 
   private:
-    int input_ = -1;  // our end of the agent's standard input
+    void StartAs(const ChildStart& start);
+
+    Pipe input_;
 };
 
 }  // namespace NS_TEST

@@ -5,16 +5,16 @@
 
 #include <atomic>
 #include <filesystem>
-#include <thread>
 
 #include "agentctl/liveagent.h"
 #include "support/files.h"
+#include "support/onthreads.h"
 
 namespace {
 
+using NS_TEST::ChildProcess;
+using NS_TEST::ChildResult;
 using NS_TEST::LiveAgent;
-using NS_TEST::Program;
-using NS_TEST::ProgramResult;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -24,11 +24,10 @@ TEST_F(LiveAgent, StatusShowsTheSevenChannels) {
     Start({"--traffic", "none"});
     const std::string status = Succeed({"status"});
     EXPECT_THAT(status, HasSubstr("output: direct (mode 0)\n"));
-    for (const char* category : {"debug", "corbadebug", "corbanotify", "corba_alarm", "corbasys",
-                                 "corbaoper", "corba_internal_oper"}) {
-        EXPECT_THAT(status, HasSubstr("\n" + std::string(category) + " "));
+    for (const std::string& category : NS_TEST::kCategories) {
+        EXPECT_THAT(status, HasSubstr("\n" + category + " "));
     }
-    EXPECT_EQ(Data({"status"})["channels"].size(), 7U);
+    EXPECT_EQ(Data({"status"})["channels"].size(), NS_TEST::kCategories.size());
     EXPECT_EQ(Stop(), 0);
     EXPECT_FALSE(std::filesystem::exists(Path("qv_agent.sock")));
 }
@@ -37,7 +36,7 @@ TEST_F(LiveAgent, StatusCountsWhatIsWritten) {
     StartWithInput();
     Log("one");
     Log("two");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 2; }));
+    ASSERT_TRUE(AwaitCount("recordsWritten", 2));
     const Json::Value channel = Channel("corbaoper");
     EXPECT_EQ(channel["bytesWritten"].asUInt64(),
               std::filesystem::file_size(channel["currentFile"].asString()));
@@ -50,7 +49,7 @@ TEST_F(LiveAgent, QueuedRecordsAreWrittenAfterTheIntervalWithoutAnyFlush) {
     EXPECT_THAT(Succeed({"queue", "on"}), HasSubstr("queued (mode 1), written out periodically"));
     EXPECT_TRUE(Data({"status"})["periodic"].asBool());
     Log("written by the schedule service");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsWritten", 1));
     EXPECT_EQ(Channel("corbaoper")["recordsQueuedMost"].asInt(), 1);
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("written by the schedule service"));
     Log("once more");
@@ -65,7 +64,7 @@ TEST_F(LiveAgent, QueuedRecordsAreWrittenAfterTheIntervalWithoutAnyFlush) {
 TEST_F(LiveAgent, AppliesAChangeOfTheConfigurationWithinHalfAMinute) {
     StartWithInput();
     Log("known before");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsWritten", 1));
     const std::string file = Path("conf/corba_agent.cfg");
     const auto before = std::filesystem::last_write_time(file);
     const std::string text = NS_TEST::ReadFile(file);
@@ -82,38 +81,32 @@ TEST_F(LiveAgent, AppliesAChangeOfTheConfigurationWithinHalfAMinute) {
     ASSERT_TRUE(Await(levelIsOff)) << agent_->GetErrors();
     EXPECT_TRUE(agent_->WaitForError("LogLevel_1 close "));
     Log("kept back now");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsCached", 1));
     EXPECT_EQ(Channel("corbaoper")["recordsWritten"].asInt(), 1);
     EXPECT_EQ(Stop(), 0);
 }
 
-TEST_F(LiveAgent, WithoutTheScheduleServiceQueuedRecordsWaitForFlush) {
-    Configure("qv_base_log, qv_control");
+TEST_F(LiveAgent, WithoutTheScheduleServiceQueuedRecordsWaitForFlushOrTheQueuesEnd) {
+    Configure("bundles = qv_base_log, qv_control\n");
     StartWithInput();
     EXPECT_THAT(Succeed({"queue", "on"}), HasSubstr("not written out periodically"));
     Log("waiting");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsQueued"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsQueued", 1));
     EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("waiting")));
     EXPECT_THAT(Succeed({"flush"}), IsEmpty());
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("waiting"));
     EXPECT_EQ(Channel("corbaoper")["recordsQueued"].asInt(), 0);
-}
-
-TEST_F(LiveAgent, SwitchingTheQueueOffWritesWhatIsQueued) {
-    Configure("qv_base_log, qv_control");
-    StartWithInput();
-    Succeed({"queue", "on"});
-    Log("waiting");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsQueued"].asInt() == 1; }));
+    Log("the last");
+    ASSERT_TRUE(AwaitCount("recordsQueued", 1));
     Succeed({"queue", "off"});
-    EXPECT_THAT(Logged("corbaoper"), HasSubstr("waiting"));
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("the last"));
 }
 
 TEST_F(LiveAgent, AnAgentThatEndsWithPeriodicOutputOnLosesNothing) {
     StartWithInput();
     Succeed({"queue", "on"});
     Log("the last word");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsQueuedMost"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsQueuedMost", 1));
     EXPECT_EQ(Stop(), 0);
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("the last word"));
 }
@@ -134,18 +127,16 @@ TEST_F(LiveAgent, LevelsAreSwitchedGloballyAndPerLogger) {
         EXPECT_EQ(loggers[index]["levels"][1].asBool(), index == 2);
     }
     EXPECT_THAT(Succeed({"loggers"}), HasSubstr(chosen["second"].asString()));
-    const ProgramResult unknown = Control({"level", "1", "on", "no", "such", "logger"});
-    EXPECT_EQ(unknown.exitCode, 1);
-    EXPECT_THAT(unknown.errors, HasSubstr("no such logger"));
+    EXPECT_THAT(Refusal({"level", "1", "on", "no", "such", "logger"}), HasSubstr("no such logger"));
 }
 
 TEST_F(LiveAgent, ALevelThatIsOffKeepsRecordsBackAndFlushallWritesThem) {
     StartWithInput();
     Log("first");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsWritten", 1));
     Succeed({"level", "1", "off"});
     Log("kept back");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsCached", 1));
     Succeed({"flushall", "debug"});
     EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("kept back")));
     Succeed({"flushall", "corbaoper"});
@@ -161,9 +152,7 @@ TEST_F(LiveAgent, FlushallWithoutACategoryDumpsEveryChannel) {
     for (const Json::Value& channel : channels) {
         EXPECT_THAT(Logged(channel["category"].asString()), HasSubstr("maintenance command"));
     }
-    const ProgramResult unknown = Control({"flushall", "nonsense"});
-    EXPECT_EQ(unknown.exitCode, 1);
-    EXPECT_THAT(unknown.errors, HasSubstr("no category \"nonsense\""));
+    EXPECT_THAT(Refusal({"flushall", "nonsense"}), HasSubstr("no category \"nonsense\""));
 }
 
 TEST_F(LiveAgent, ModulesAreSwitched) {
@@ -185,16 +174,12 @@ TEST_F(LiveAgent, ModeEndsThePeriodicOutputAndRefusesWhatItDoesNotKnow) {
     EXPECT_THAT(Succeed({"mode", "0"}), IsEmpty());
     EXPECT_THAT(Succeed({"mode", "1"}), IsEmpty());
     EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
-    const ProgramResult refused = Control({"mode", "2"});
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_THAT(refused.errors, HasSubstr("neither 0 nor 1 (0x41180003)"));
+    EXPECT_THAT(Refusal({"mode", "2"}), HasSubstr("neither 0 nor 1 (0x41180003)"));
     Succeed({"queue", "on"});
     Succeed({"mode", "0"});
     EXPECT_FALSE(Data({"status"})["periodic"].asBool());
     // The task has gone and can be deleted no second time; there is nothing more to end either.
-    const ProgramResult again = Control({"mode", "0"});
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_THAT(again.errors, HasSubstr("refused to delete the periodic output task"));
+    EXPECT_THAT(Refusal({"mode", "0"}), HasSubstr("refused to delete the periodic output task"));
     Succeed({"queue", "on"});
     EXPECT_TRUE(Data({"status"})["periodic"].asBool());
     Succeed({"queue", "off"});
@@ -205,10 +190,10 @@ TEST_F(LiveAgent, AnAgentSaysAtItsEndWhatWasLost) {
     NS_TEST::WriteFile(Path("log"), "in the way");
     StartWithInput();
     Log("nowhere to go");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsDropped"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsDropped", 1));
     Succeed({"level", "1", "off"});
     Log("kept back");
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsCached"].asInt() == 1; }));
+    ASSERT_TRUE(AwaitCount("recordsCached", 1));
     EXPECT_EQ(Stop(), 0);
     EXPECT_THAT(agent_->GetErrors(),
                 HasSubstr("corbaoper: 1 records could not be written (last error: "));
@@ -217,7 +202,7 @@ TEST_F(LiveAgent, AnAgentSaysAtItsEndWhatWasLost) {
 }
 
 TEST_F(LiveAgent, NamesThatATerminalWouldObeyAreEscapedAndCanBeNamedBack) {
-    Configure(std::string("qv_base_log, qv_control, oddloggers=") + QV_ODD_LOGGERS);
+    Configure("bundles = qv_base_log, qv_control, oddloggers=" QV_ODD_LOGGERS "\n");
     Start({"--traffic", "none"});
     const std::string shown = Succeed({"loggers"});
     EXPECT_THAT(shown, HasSubstr("evil\\x1b[2J\\n\\xff"));
@@ -229,45 +214,37 @@ TEST_F(LiveAgent, NamesThatATerminalWouldObeyAreEscapedAndCanBeNamedBack) {
 TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignal) {
     Start({"--traffic", "none"});
     for (const int signal : {SIGINT, SIGTERM}) {
-        Program watch({QV_AGENTCTL, "--share", Path(), "status", "--watch", "0.1"});
+        ChildProcess watch(Operator({"status", "--watch", "0.1"}));
         EXPECT_TRUE(watch.WaitForOutput("output: direct", 3));
         watch.Signal(signal);
-        const ProgramResult result = watch.Wait();
+        const ChildResult result = watch.Wait();
         EXPECT_EQ(result.exitCode, 0);
         EXPECT_EQ(result.errors, "");
         EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));  // no terminal, nothing to redraw
     }
 }
 
-TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlace) {
+TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlaceAndEndsWithTheAgent) {
     Start({"--traffic", "none"});
     const std::string command =
         std::string(QV_AGENTCTL) + " --share " + Path() + " status --watch 0.1";
-    Program terminal({"script", "-qefc", command, "/dev/null"});
+    ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
     EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[Joutput: direct", 3));
     EXPECT_EQ(Stop(), 0);
+    // The end may come between two requests or in the middle of one.
     EXPECT_THAT(terminal.Wait().exitCode, AnyOf(3, 4));
 }
 
 TEST_F(LiveAgent, WatchEndsWhenNobodyReadsAnyMore) {
     Start({"--traffic", "none"});
-    Program watch({QV_AGENTCTL, "--share", Path(), "--json", "status", "--watch", "3600"});
+    ChildProcess watch(Operator({"--json", "status", "--watch", "3600"}));
     ASSERT_TRUE(watch.WaitForOutput("\n"));
     watch.CloseOutput();
     EXPECT_EQ(watch.Wait().exitCode, 0);
 }
 
-TEST_F(LiveAgent, WatchEndsWithTheAgent) {
-    Start({"--traffic", "none"});
-    Program watch({QV_AGENTCTL, "--share", Path(), "status", "--watch", "0.1"});
-    ASSERT_TRUE(watch.WaitForOutput("output: direct", 1));
-    EXPECT_EQ(Stop(), 0);
-    // The end may come between two requests or in the middle of one.
-    EXPECT_THAT(watch.Wait().exitCode, AnyOf(3, 4));
-}
-
 TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
-    Configure("qv_control");
+    Configure("bundles = qv_control\n");
     Start({"--traffic", "none"});
     const std::vector<std::vector<std::string>> commands = {{"status"},
                                                             {"flush"},
@@ -279,17 +256,14 @@ TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
                                                             {"level", "1", "on"},
                                                             {"module", "7", "show"}};
     for (const auto& command : commands) {
-        const ProgramResult result = Control(command);
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_THAT(result.errors, HasSubstr("runs no logging service"));
+        EXPECT_THAT(Refusal(command), HasSubstr("runs no logging service"));
     }
     EXPECT_EQ(Stop(), 0);
 }
 
 TEST_F(LiveAgent, ASecondAgentInTheSameDirectoryDoesNotStart) {
     Start({"--traffic", "none"});
-    const ProgramResult second =
-        NS_TEST::RunProgram({QV_AGENT, "--share", Path(), "--traffic", "none"});
+    const ChildResult second = Run({"--traffic", "none"});
     EXPECT_EQ(second.exitCode, 5);
     EXPECT_THAT(second.errors, HasSubstr("another agent serves " + Path("qv_agent.sock")));
     EXPECT_THAT(Succeed({"status"}), HasSubstr("output: direct"));
@@ -298,7 +272,7 @@ TEST_F(LiveAgent, ASecondAgentInTheSameDirectoryDoesNotStart) {
 TEST_F(LiveAgent, TheSocketOfAKilledAgentIsReplaced) {
     Start({"--traffic", "none"});
     agent_->Signal(SIGKILL);
-    EXPECT_EQ(agent_->Wait(), -SIGKILL);
+    EXPECT_EQ(agent_->Wait().exitCode, -SIGKILL);
     EXPECT_TRUE(std::filesystem::exists(Path("qv_agent.sock")));
     EXPECT_EQ(Control({"status"}).exitCode, 3);
     Start({"--traffic", "none"});
@@ -316,19 +290,12 @@ TEST_F(LiveAgent, EightOperatorsAtOnceWhileEightThreadsLog) {
         {"queue", "on"},      {"queue", "off"}, {"level", "3", "off"},
         {"level", "3", "on"}, {"loggers"}};
     std::atomic<int> failed{0};
-    std::vector<std::thread> operators;
-    for (std::size_t index = 0; index < 8; ++index) {
-        operators.emplace_back([&, index] {
-            for (std::size_t round = 0; round < 4; ++round) {
-                auto arguments = commands[(index + round) % commands.size()];
-                arguments.insert(arguments.begin(), {"--timeout", "100"});
-                failed += Control(arguments).exitCode == 0 ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : operators) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(commands.size(), [&](std::size_t index) {
+        for (std::size_t round = 0; round < 4; ++round) {
+            const auto& command = commands[(index + round) % commands.size()];
+            failed += Control(command).exitCode == 0 ? 0 : 1;
+        }
+    });
     EXPECT_EQ(failed, 0);
     Succeed({"queue", "off"});
     const Json::Value channels = Data({"status"})["channels"];

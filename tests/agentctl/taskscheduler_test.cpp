@@ -13,6 +13,7 @@
 
 #include "agentctl/tasks.h"
 #include "support/capturedoutput.h"
+#include "support/onthreads.h"
 
 namespace {
 
@@ -23,12 +24,42 @@ using NS_TEST::Happening;
 using ::testing::HasSubstr;
 using Clock = TaskScheduler::Clock;
 
-TEST(TaskScheduler, RunsATaskAgainAndAgain) {
-    CountingTask task;
+// Runs for as long as the test wants.
+class BlockedTask {
+  public:
+    // Whether it has begun.
+    bool AwaitBegin() { return entered_.Await(); }
+
+    // Lets it end, on another thread, while `action` waits for that.
+    template <class Action>
+    void LetEndDuring(Action action) {
+        std::thread other([this] { mayLeave_.Happen(); });
+        action();
+        EXPECT_TRUE(left_);
+        other.join();
+    }
+
+    CountingTask task{[this] {
+        entered_.Happen();
+        mayLeave_.Await();
+        left_ = true;
+    }};
+
+  private:
+    Happening entered_;
+    Happening mayLeave_;
+    std::atomic<bool> left_{false};
+};
+
+TEST(TaskScheduler, RunsATaskAgainAndAgainAheadOfOneThatIsDueLater) {
+    CountingTask later;
+    CountingTask sooner;
     TaskScheduler scheduler;
     scheduler.Start();
-    scheduler.Create(1ms, task);
-    EXPECT_TRUE(task.AwaitRuns(5));
+    scheduler.Create(1h, later);
+    scheduler.Create(1ms, sooner);
+    EXPECT_TRUE(sooner.AwaitRuns(5));
+    EXPECT_EQ(later.Runs(), 0);
 }
 
 TEST(TaskScheduler, RunsATaskForTheFirstTimeAfterOneInterval) {
@@ -48,20 +79,11 @@ TEST(TaskScheduler, RunsATaskForTheFirstTimeAfterOneInterval) {
     EXPECT_GE(first - created, 50ms);
 }
 
-TEST(TaskScheduler, ATaskThatIsDueSoonerGoesAheadOfOneThatIsDueLater) {
-    CountingTask later;
-    CountingTask sooner;
-    TaskScheduler scheduler;
-    scheduler.Start();
-    scheduler.Create(1h, later);
-    scheduler.Create(1ms, sooner);
-    EXPECT_TRUE(sooner.AwaitRuns(3));
-    EXPECT_EQ(later.Runs(), 0);
-}
-
 TEST(TaskScheduler, HandlesStartAtOneAndAreNeverUsedAgain) {
     CountingTask task;
     TaskScheduler scheduler;
+    EXPECT_LT(scheduler.Create(0ms, task), 0);
+    EXPECT_LT(scheduler.Create(-1ms, task), 0);
     EXPECT_EQ(scheduler.Create(1h, task), 1);
     EXPECT_EQ(scheduler.Create(1h, task), 2);
     EXPECT_TRUE(scheduler.Delete(2));
@@ -69,20 +91,13 @@ TEST(TaskScheduler, HandlesStartAtOneAndAreNeverUsedAgain) {
     EXPECT_EQ(scheduler.Create(1h, task), 3);
 }
 
-TEST(TaskScheduler, RefusesAnIntervalThatIsNotPositive) {
-    CountingTask task;
-    TaskScheduler scheduler;
-    EXPECT_LT(scheduler.Create(0ms, task), 0);
-    EXPECT_LT(scheduler.Create(-1ms, task), 0);
-}
-
 TEST(TaskScheduler, DeletingWhatIsNotThereIsTold) {
     CountingTask task;
     TaskScheduler scheduler;
     const int64_t handle = scheduler.Create(1h, task);
-    EXPECT_FALSE(scheduler.Delete(handle + 1));
-    EXPECT_FALSE(scheduler.Delete(0));
-    EXPECT_FALSE(scheduler.Delete(-1));
+    for (const int64_t other : {handle + 1, int64_t{0}, int64_t{-1}}) {
+        EXPECT_FALSE(scheduler.Delete(other));
+    }
     EXPECT_TRUE(scheduler.Delete(handle));
     EXPECT_FALSE(scheduler.Delete(handle));
 }
@@ -101,24 +116,22 @@ TEST(TaskScheduler, ADeletedTaskDoesNotRunAnyMore) {
     EXPECT_EQ(deleted.Runs(), runs);
 }
 
-TEST(TaskScheduler, DeletingWaitsForTheCallbackThatRuns) {
-    Happening entered;
-    Happening mayLeave;
-    std::atomic<bool> left{false};
-    CountingTask task([&] {
-        entered.Happen();
-        mayLeave.Await();
-        left = true;
-    });
-    TaskScheduler scheduler;
-    scheduler.Start();
-    const int64_t handle = scheduler.Create(1ms, task);
-    ASSERT_TRUE(entered.Await());
-    std::thread helper([&] { mayLeave.Happen(); });
-    EXPECT_TRUE(scheduler.Delete(handle));
-    EXPECT_TRUE(left);
-    helper.join();
-    EXPECT_EQ(task.Runs(), 1);
+TEST(TaskScheduler, DeletingAndStoppingWaitForTheCallbackThatRuns) {
+    for (const bool stops : {false, true}) {
+        BlockedTask blocked;
+        TaskScheduler scheduler;
+        scheduler.Start();
+        const int64_t handle = scheduler.Create(1ms, blocked.task);
+        ASSERT_TRUE(blocked.AwaitBegin());
+        blocked.LetEndDuring([&] {
+            if (stops) {
+                scheduler.Stop();
+            } else {
+                EXPECT_TRUE(scheduler.Delete(handle));
+            }
+        });
+        EXPECT_EQ(blocked.task.Runs(), 1);
+    }
 }
 
 TEST(TaskScheduler, OfTwoThreadsThatDeleteATaskExactlyOneIsToldSoAndBothWait) {
@@ -135,14 +148,10 @@ TEST(TaskScheduler, OfTwoThreadsThatDeleteATaskExactlyOneIsToldSoAndBothWait) {
         ASSERT_TRUE(task.AwaitRuns(1));
         std::atomic<int> deleted{0};
         std::atomic<int> foundInside{0};
-        const auto erase = [&] {
+        NS_TEST::OnThreads(2, [&](int) {
             deleted += scheduler.Delete(handle) ? 1 : 0;
             foundInside += inside ? 1 : 0;
-        };
-        std::thread first(erase);
-        std::thread second(erase);
-        first.join();
-        second.join();
+        });
         EXPECT_EQ(deleted, 1);
         EXPECT_EQ(foundInside, 0);
     }
@@ -187,28 +196,22 @@ TEST(TaskScheduler, ACallbackMayCreateAnotherTask) {
 
 TEST(TaskScheduler, ATaskThatThrowsIsReportedAndGoesOn) {
     const NS_TEST::CapturedOutput errors(STDERR_FILENO);
-    CountingTask task([] { throw std::runtime_error("out of ink"); });
+    CountingTask exception([] { throw std::runtime_error("out of ink"); });
+    CountingTask number([] { throw 7; });
     TaskScheduler scheduler;
     scheduler.Start();
-    scheduler.Create(1ms, task);
-    EXPECT_TRUE(task.AwaitRuns(3));
+    scheduler.Create(1ms, exception);
+    scheduler.Create(1ms, number);
+    EXPECT_TRUE(exception.AwaitRuns(3));
+    EXPECT_TRUE(number.AwaitRuns(3));
     scheduler.Stop();
     EXPECT_THAT(errors.Text(), HasSubstr("task 1 threw: out of ink"));
-}
-
-TEST(TaskScheduler, WhatIsThrownNeedNotBeAnException) {
-    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
-    CountingTask task([] { throw 7; });
-    TaskScheduler scheduler;
-    scheduler.Start();
-    scheduler.Create(1ms, task);
-    EXPECT_TRUE(task.AwaitRuns(2));
-    scheduler.Stop();
-    EXPECT_THAT(errors.Text(), HasSubstr("task 1 threw"));
+    EXPECT_THAT(errors.Text(), HasSubstr("task 2 threw"));
 }
 
 // The blocked run lasts through many intervals. Were the missed runs made up for, at least that
-// many would follow at once; so the run after the next is not due before another interval is over.
+// many would follow at once; so the run after the next is not due before another interval is
+// over.
 TEST(TaskScheduler, MissedRunsAreLeftOut) {
     constexpr auto kInterval = 20ms;
     std::vector<Clock::time_point> begins;
@@ -227,7 +230,8 @@ TEST(TaskScheduler, MissedRunsAreLeftOut) {
     scheduler.Start();
     ASSERT_TRUE(enough.Await());
     scheduler.Stop();
-    // Due times lie on the task's own grid: after the first run at one interval, ten are skipped.
+    // Due times lie on the task's own grid: after the first run at one interval, ten are
+    // skipped.
     EXPECT_GE(begins[0], created + kInterval);
     EXPECT_GE(begins[1], created + 11 * kInterval);
     EXPECT_GE(begins[2], created + 12 * kInterval);
@@ -247,45 +251,18 @@ TEST(TaskScheduler, AfterStopNothingRunsAndNothingIsTaken) {
     EXPECT_EQ(task.Runs(), runs);
 }
 
-TEST(TaskScheduler, StopWaitsForTheCallbackThatRuns) {
-    Happening entered;
-    Happening mayLeave;
-    std::atomic<bool> left{false};
-    CountingTask task([&] {
-        entered.Happen();
-        mayLeave.Await();
-        left = true;
-    });
-    TaskScheduler scheduler;
-    scheduler.Start();
-    scheduler.Create(1ms, task);
-    ASSERT_TRUE(entered.Await());
-    std::thread helper([&] { mayLeave.Happen(); });
-    scheduler.Stop();
-    EXPECT_TRUE(left);
-    helper.join();
-}
-
 TEST(TaskScheduler, SurvivesManyThreadsThatCreateAndDelete) {
     TaskScheduler scheduler;
     scheduler.Start();
-    std::vector<std::thread> threads;
     std::atomic<int> failures{0};
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 200; ++round) {
-                CountingTask task;
-                const int64_t handle = scheduler.Create(1ms, task);
-                if (round % 20 == 0 && !task.AwaitRuns(1)) {
-                    ++failures;
-                }
-                failures += scheduler.Delete(handle) ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(4, [&](int) {
+        for (int round = 0; round < 200; ++round) {
+            CountingTask task;
+            const int64_t handle = scheduler.Create(1ms, task);
+            failures += round % 20 != 0 || task.AwaitRuns(1) ? 0 : 1;
+            failures += scheduler.Delete(handle) ? 0 : 1;
+        }
+    });
     EXPECT_EQ(failures, 0);
 }
 

@@ -23,40 +23,32 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 TEST(TerminalText, LeavesReadableTextAsItIs) {
-    EXPECT_EQ(EscapeForTerminal("", true), "");
-    EXPECT_EQ(EscapeForTerminal("plain text, 7!", true), "plain text, 7!");
-    EXPECT_EQ(EscapeForTerminal("Grüße 日本 😀", true), "Grüße 日本 😀");
+    for (const char* text : {"", "plain text, 7!", "Grüße 日本 😀"}) {
+        EXPECT_EQ(EscapeForTerminal(text, true), text);
+    }
 }
 
-TEST(TerminalText, EscapesWhatATerminalObeys) {
-    EXPECT_EQ(EscapeForTerminal("a\x1b[2Jb", true), "a\\x1b[2Jb");
-    EXPECT_EQ(EscapeForTerminal("a\nb\tc\rd\x07", true), "a\\nb\\tc\\x0dd\\x07");
-    EXPECT_EQ(EscapeForTerminal(std::string("a\0b", 3), true), "a\\x00b");
-    EXPECT_EQ(EscapeForTerminal("\x7f", true), "\\x7f");
-    EXPECT_EQ(EscapeForTerminal("\xc2\x9b"
-                                "2J",
-                                true),
-              "\\xc2\\x9b2J");  // a control character of two bytes
-}
-
-TEST(TerminalText, EscapesWhatMisleadsTheEye) {
-    EXPECT_EQ(EscapeForTerminal("a\u202eb", true), "a\\xe2\\x80\\xaeb");  // turns the direction
-    EXPECT_EQ(EscapeForTerminal("a\u200bb", true), "a\\xe2\\x80\\x8bb");  // has no width
-    EXPECT_EQ(EscapeForTerminal("a\u2028b", true), "a\\xe2\\x80\\xa8b");  // ends the line
-    EXPECT_EQ(EscapeForTerminal("a\u2067b", true), "a\\xe2\\x81\\xa7b");
-}
-
-TEST(TerminalText, ABackslashIsTwoSoThatEscapesCannotBeFaked) {
-    EXPECT_EQ(EscapeForTerminal("a\\x1b", true), "a\\\\x1b");
-}
-
-TEST(TerminalText, EscapesBytesThatAreNoCharacters) {
-    EXPECT_EQ(EscapeForTerminal("a\xff", true), "a\\xff");
-    EXPECT_EQ(EscapeForTerminal("\xc3", true), "\\xc3");                             // cut off
-    EXPECT_EQ(EscapeForTerminal("\xc0\xaf", true), "\\xc0\\xaf");                    // too long
-    EXPECT_EQ(EscapeForTerminal("\xed\xa0\x80", true), "\\xed\\xa0\\x80");           // half a pair
-    EXPECT_EQ(EscapeForTerminal("\xf4\x90\x80\x80", true), "\\xf4\\x90\\x80\\x80");  // too high
-    EXPECT_EQ(EscapeForTerminal("\xe2\x82z", true), "\\xe2\\x82z");
+TEST(TerminalText, EscapesWhatATerminalObeysWhatMisleadsTheEyeAndWhatIsNoText) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"a\x1b[2Jb", "a\\x1b[2Jb"},
+        {"a\nb\tc\rd\x07", "a\\nb\\tc\\x0dd\\x07"},
+        {std::string("a\0b", 3), "a\\x00b"},
+        {"\x7f", "\\x7f"},
+        {"\xc2\x9bJ", "\\xc2\\x9bJ"},       // a control character of two bytes
+        {"a\u202eb", "a\\xe2\\x80\\xaeb"},  // turns the direction
+        {"a\u200bb", "a\\xe2\\x80\\x8bb"},  // has no width
+        {"a\u2028b", "a\\xe2\\x80\\xa8b"},  // ends the line
+        {"a\u2067b", "a\\xe2\\x81\\xa7b"},
+        {"a\\x1b", "a\\\\x1b"},  // so that no escape can be faked
+        {"a\xff", "a\\xff"},
+        {"\xc3", "\\xc3"},                             // cut off
+        {"\xc0\xaf", "\\xc0\\xaf"},                    // too long
+        {"\xed\xa0\x80", "\\xed\\xa0\\x80"},           // half a pair
+        {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},  // too high
+        {"\xe2\x82z", "\\xe2\\x82z"}};
+    for (const auto& [text, escaped] : cases) {
+        EXPECT_EQ(EscapeForTerminal(text, true), escaped);
+    }
 }
 
 TEST(TerminalText, OnATerminalWithoutUtf8OnlyAsciiIsReadable) {

@@ -11,6 +11,7 @@
 #include "bundlemgr/processexception.h"
 #include "host/configfixture.h"
 #include "platform/hostcontrol.h"
+#include "support/onthreads.h"
 
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::GetValByKey;
@@ -75,16 +76,16 @@ TEST_F(ConfigItems, FollowTheShareDirectory) {
     EXPECT_THAT(AllItems(), ElementsAre(Item{"a", "2"}));
 }
 
-TEST_F(ConfigItems, AreWholeDecimalNumbers) {
-    EXPECT_EQ(NumberOf("0"), 0);
-    EXPECT_EQ(NumberOf("-1"), -1);
-    EXPECT_EQ(NumberOf("+12"), 12);
-    EXPECT_EQ(NumberOf("007"), 7);
-    EXPECT_EQ(NumberOf("2147483647"), 2147483647);
-    EXPECT_EQ(NumberOf("-2147483648"), -2147483647 - 1);
-}
-
-TEST_F(ConfigItems, AreNoNumbersWhenAnythingElseIsInThem) {
+TEST_F(ConfigItems, AreWholeDecimalNumbersOrNone) {
+    const std::pair<const char*, int> numbers[] = {{"0", 0},
+                                                   {"-1", -1},
+                                                   {"+12", 12},
+                                                   {"007", 7},
+                                                   {"2147483647", 2147483647},
+                                                   {"-2147483648", -2147483647 - 1}};
+    for (const auto& [text, number] : numbers) {
+        EXPECT_EQ(NumberOf(text), number);
+    }
     for (const char* text : {"", "+", "-", "+-1", "--1", "1x", "x1", "1 2", "0x10", "1.0", "1e3",
                              "2147483648", "-2147483649", "99999999999999999999", "1,1,1,1"}) {
         EXPECT_EQ(NumberOf(text), kUntouched) << text;
@@ -102,7 +103,13 @@ TEST_F(ConfigItems, LeaveTheValueAloneWhenTheyAreMissing) {
 
 TEST_F(ConfigItems, AreOutOfReachWhenTheFileIsNone) {
     std::filesystem::create_directories(file_);
-    EXPECT_THROW(AllItems(), InterfaceNotExistException);
+    try {
+        AllItems();
+        FAIL() << "nothing was raised";
+    } catch (const InterfaceNotExistException& caught) {
+        EXPECT_THAT(caught.GetDescription(), testing::HasSubstr(file_));
+        EXPECT_EQ(caught.GetCode(), static_cast<uint32_t>(EISDIR));
+    }
     std::filesystem::remove(file_);
     ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
     EXPECT_THROW(AllItems(), InterfaceNotExistException);
@@ -121,17 +128,6 @@ TEST_F(ConfigItems, StayAsTheyWereWhenAReadingFails) {
     EXPECT_EQ(text, "1");
 }
 
-TEST_F(ConfigItems, NameTheFileThatCannotBeRead) {
-    std::filesystem::create_directories(file_);
-    try {
-        AllItems();
-        FAIL() << "nothing was raised";
-    } catch (const InterfaceNotExistException& caught) {
-        EXPECT_THAT(caught.GetDescription(), testing::HasSubstr(file_));
-        EXPECT_EQ(caught.GetCode(), static_cast<uint32_t>(EISDIR));
-    }
-}
-
 TEST_F(ConfigItems, OfOneReadingBelongTogether) {
     Write("first = 0\nsecond = 0\n");
     const auto past = std::filesystem::last_write_time(file_);
@@ -144,21 +140,15 @@ TEST_F(ConfigItems, OfOneReadingBelongTogether) {
             std::filesystem::rename(Path("new"), file_);
         }
     });
-    std::vector<std::thread> readers;
-    for (int number = 0; number < 3; ++number) {
-        readers.emplace_back([] {
-            for (int round = 0; round < 300; ++round) {
-                const Items items = AllItems();
-                ASSERT_EQ(items.size(), 2u);
-                EXPECT_EQ(items[0].value, items[1].value);
-                std::string text;
-                EXPECT_TRUE(Store().GetStrItemInfo("first", text));
-            }
-        });
-    }
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
+    NS_TEST::OnThreads(3, [](int) {
+        for (int round = 0; round < 300; ++round) {
+            const Items items = AllItems();
+            ASSERT_EQ(items.size(), 2u);
+            EXPECT_EQ(items[0].value, items[1].value);
+            std::string text;
+            EXPECT_TRUE(Store().GetStrItemInfo("first", text));
+        }
+    });
     stop = true;
     writer.join();
 }
@@ -186,17 +176,13 @@ TEST_F(ConfigItems, ComeFromAnotherStoreWhenTheProcessChoosesOne) {
     EXPECT_EQ(CorbaConfigItems::Instance(), fileItems);
 }
 
-TEST(ItemLookup, FindsTheLastOfEqualNames) {
-    std::string value;
-    EXPECT_TRUE(GetValByKey(value, "a", {{"a", "1"}, {"b", "2"}, {"a", "3"}, {"ab", "4"}}));
-    EXPECT_EQ(value, "3");
-}
-
-TEST(ItemLookup, LeavesTheValueAloneWhenThereIsNone) {
+TEST(ItemLookup, FindsTheLastOfEqualNamesOrLeavesTheValueAlone) {
     std::string value = "untouched";
     EXPECT_FALSE(GetValByKey(value, "a", {{"A", "1"}, {"", "2"}}));
     EXPECT_FALSE(GetValByKey(value, "a", {}));
     EXPECT_EQ(value, "untouched");
+    EXPECT_TRUE(GetValByKey(value, "a", {{"a", "1"}, {"b", "2"}, {"a", "3"}, {"ab", "4"}}));
+    EXPECT_EQ(value, "3");
 }
 
 }  // namespace

@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <thread>
-#include <vector>
 
 #include "bundlemgr/ifbuf.h"
 #include "host/interfaces.h"
 #include "platform/hostcontrol.h"
+#include "support/onthreads.h"
 
 using NS_BUNDLEMGR1::CheckIFBuf;
 using NS_BUNDLEMGR1::SetIFBuf;
@@ -31,28 +30,15 @@ class InterfaceRegistry : public testing::Test {
     CountedInterface second_{alive_};
 };
 
-TEST_F(InterfaceRegistry, KnowsNothingUnderANameThatNobodyUsed) {
-    EXPECT_THAT(CheckIFBuf("Nobody"), IsEmpty());
-}
-
-TEST_F(InterfaceRegistry, GivesInterfacesInTheOrderOfTheirRegistration) {
-    EXPECT_TRUE(SetIFBuf("Name", &second_));
-    EXPECT_TRUE(SetIFBuf("Name", &first_));
-    EXPECT_THAT(CheckIFBuf("Name"), ElementsAre(&second_, &first_));
-}
-
-TEST_F(InterfaceRegistry, AddsAnObjectOncePerName) {
-    EXPECT_TRUE(SetIFBuf("Name", &first_));
-    EXPECT_TRUE(SetIFBuf("Name", &second_));
-    EXPECT_TRUE(SetIFBuf("Name", &first_));
-    EXPECT_TRUE(SetIFBuf("Other", &first_));
-    EXPECT_THAT(CheckIFBuf("Name"), ElementsAre(&first_, &second_));
-    EXPECT_THAT(CheckIFBuf("Other"), ElementsAre(&first_));
-}
-
-TEST_F(InterfaceRegistry, RefusesNull) {
-    EXPECT_FALSE(SetIFBuf("Name", nullptr));
+TEST_F(InterfaceRegistry, GivesInterfacesInTheOrderOfTheirRegistrationOncePerName) {
     EXPECT_THAT(CheckIFBuf("Name"), IsEmpty());
+    EXPECT_TRUE(SetIFBuf("Name", &second_));
+    EXPECT_TRUE(SetIFBuf("Name", &first_));
+    EXPECT_TRUE(SetIFBuf("Name", &second_));
+    EXPECT_TRUE(SetIFBuf("Other", &second_));
+    EXPECT_FALSE(SetIFBuf("Name", nullptr));
+    EXPECT_THAT(CheckIFBuf("Name"), ElementsAre(&second_, &first_));
+    EXPECT_THAT(CheckIFBuf("Other"), ElementsAre(&second_));
 }
 
 TEST_F(InterfaceRegistry, TellsNamesApartByEachByte) {
@@ -71,6 +57,8 @@ TEST_F(InterfaceRegistry, GivesACopyThatLaterRegistrationsDoNotChange) {
 
 TEST_F(InterfaceRegistry, ForgetsAnObjectUnderAllItsNames) {
     SetIFBuf("Name", &first_);
+    RemoveFromIFBuf(&second_);  // what it does not know
+    RemoveFromIFBuf(nullptr);
     SetIFBuf("Name", &second_);
     SetIFBuf("Other", &first_);
     RemoveFromIFBuf(&first_);
@@ -78,38 +66,25 @@ TEST_F(InterfaceRegistry, ForgetsAnObjectUnderAllItsNames) {
     EXPECT_THAT(CheckIFBuf("Other"), IsEmpty());
 }
 
-TEST_F(InterfaceRegistry, IgnoresTheRemovalOfWhatItDoesNotKnow) {
-    SetIFBuf("Name", &first_);
-    RemoveFromIFBuf(&second_);
-    RemoveFromIFBuf(nullptr);
-    EXPECT_THAT(CheckIFBuf("Name"), ElementsAre(&first_));
-}
-
 // The first object stays put while the others come and go behind it.
 TEST_F(InterfaceRegistry, KeepsItsOrderUnderManyThreads) {
     SetIFBuf("Shared", &first_);
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([&wrong, number, this] {
-            int alive = 0;
-            CountedInterface own(alive);
-            const std::string ownName = "Own" + std::to_string(number);
-            for (int round = 0; round < 500; ++round) {
-                SetIFBuf("Shared", &own);
-                SetIFBuf(ownName, &own);
-                const auto shared = CheckIFBuf("Shared");
-                const bool found = shared.size() >= 2 && shared.front() == &first_ &&
-                                   std::count(shared.begin(), shared.end(), &own) == 1;
-                wrong += found && CheckIFBuf(ownName).size() == 1 ? 0 : 1;
-                RemoveFromIFBuf(&own);
-                wrong += CheckIFBuf(ownName).empty() ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(8, [&wrong, this](int number) {
+        int alive = 0;
+        CountedInterface own(alive);
+        const std::string ownName = "Own" + std::to_string(number);
+        for (int round = 0; round < 500; ++round) {
+            SetIFBuf("Shared", &own);
+            SetIFBuf(ownName, &own);
+            const auto shared = CheckIFBuf("Shared");
+            const bool found = shared.size() >= 2 && shared.front() == &first_ &&
+                               std::count(shared.begin(), shared.end(), &own) == 1;
+            wrong += found && CheckIFBuf(ownName).size() == 1 ? 0 : 1;
+            RemoveFromIFBuf(&own);
+            wrong += CheckIFBuf(ownName).empty() ? 0 : 1;
+        }
+    });
     EXPECT_EQ(wrong, 0);
     EXPECT_THAT(CheckIFBuf("Shared"), ElementsAre(&first_));
 }

@@ -13,30 +13,21 @@ namespace {
 
 using LogPath = NS_TEST::ConfigTest;
 
-TEST_F(LogPath, IsBelowTheShareDirectory) {
+TEST_F(LogPath, IsBelowTheShareDirectoryAndNeedNotExist) {
     EXPECT_EQ(GetNBILogPath(), Path("log"));
-}
-
-TEST_F(LogPath, NeedNotExist) {
     AllItems();
-    GetNBILogPath();
+    EXPECT_EQ(GetNBILogPath(), Path("log"));
     EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
-}
-
-TEST_F(LogPath, IsNormalised) {
     share_.Set(Path() + "//");
     AllItems();
-    EXPECT_EQ(GetNBILogPath(), Path("log"));
+    EXPECT_EQ(GetNBILogPath(), Path("log")) << "normalised";
 }
 
 TEST_F(LogPath, FollowsTheConfiguration) {
     ItemsOf("logpath = /var/log/agent/\n");
     EXPECT_EQ(GetNBILogPath(), "/var/log/agent");
-}
-
-TEST_F(LogPath, DoesNotFollowAnEmptyItem) {
     ItemsOf("logpath =\n");
-    EXPECT_EQ(GetNBILogPath(), Path("log"));
+    EXPECT_EQ(GetNBILogPath(), Path("log")) << "an empty item";
 }
 
 TEST_F(LogPath, IsKnownEvenWhenTheConfigurationIsOutOfReach) {
@@ -45,27 +36,13 @@ TEST_F(LogPath, IsKnownEvenWhenTheConfigurationIsOutOfReach) {
 }
 
 TEST(ParentPath, IsTheDirectoryThatHoldsThePath) {
-    EXPECT_EQ(GetParentPath("/a/b"), "/a");
-    EXPECT_EQ(GetParentPath("/a/b/c.log"), "/a/b");
-    EXPECT_EQ(GetParentPath("a/b"), "a");
-}
-
-TEST(ParentPath, OfANameIsTheCurrentDirectory) {
-    EXPECT_EQ(GetParentPath("name"), ".");
-    EXPECT_EQ(GetParentPath("name/"), ".");
-    EXPECT_EQ(GetParentPath(""), ".");
-}
-
-TEST(ParentPath, EndsAtTheRoot) {
-    EXPECT_EQ(GetParentPath("/a"), "/");
-    EXPECT_EQ(GetParentPath("//a"), "/");
-    EXPECT_EQ(GetParentPath("/"), "/");
-    EXPECT_EQ(GetParentPath("//"), "/");
-}
-
-TEST(ParentPath, DoesNotCountSeparatorsAtTheEnd) {
-    EXPECT_EQ(GetParentPath("/a/b/"), "/a");
-    EXPECT_EQ(GetParentPath("/a//b//"), "/a");
+    const std::pair<const char*, const char*> cases[] = {
+        {"/a/b", "/a"},    {"/a/b/c.log", "/a/b"}, {"a/b", "a"},   {"/a/b/", "/a"},
+        {"/a//b//", "/a"}, {"name", "."},          {"name/", "."}, {"", "."},
+        {"/a", "/"},       {"//a", "/"},           {"/", "/"},     {"//", "/"}};
+    for (const auto& [path, parent] : cases) {
+        EXPECT_EQ(GetParentPath(path), parent) << path;
+    }
 }
 
 }  // namespace

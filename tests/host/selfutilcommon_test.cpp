@@ -14,92 +14,66 @@ using testing::IsEmpty;
 
 namespace {
 
-std::string Formatted(std::string path) {
-    PathFormat(path);
-    return path;
-}
-
-TEST(Environment, GivesTheValueOfAVariable) {
-    const NS_TEST::ScopedVariable variable("QV_TEST_VARIABLE", "a value");
+TEST(Environment, GivesTheValueOfAVariableOrAnEmptyText) {
+    NS_TEST::ScopedVariable variable("QV_TEST_VARIABLE", "a value");
     EXPECT_EQ(SelfUtilCommon::getEnvValue("QV_TEST_VARIABLE"), "a value");
-}
-
-TEST(Environment, GivesAnEmptyTextForAVariableThatIsNotSet) {
-    NS_TEST::ScopedVariable variable("QV_TEST_VARIABLE", std::nullopt);
-    EXPECT_EQ(SelfUtilCommon::getEnvValue("QV_TEST_VARIABLE"), "");
     variable.Set("");
     EXPECT_EQ(SelfUtilCommon::getEnvValue("QV_TEST_VARIABLE"), "");
+    variable.Set(std::nullopt);
+    EXPECT_EQ(SelfUtilCommon::getEnvValue("QV_TEST_VARIABLE"), "");
 }
 
-TEST(PathFormat, LeavesANormalPathAlone) {
-    EXPECT_EQ(Formatted("/opt/share/conf"), "/opt/share/conf");
-    EXPECT_EQ(Formatted("relative/path"), "relative/path");
-    EXPECT_EQ(Formatted(""), "");
-}
-
-TEST(PathFormat, MakesOneSlashOfEveryRunOfSeparators) {
-    EXPECT_EQ(Formatted("C:\\share\\conf"), "C:/share/conf");
-    EXPECT_EQ(Formatted("//opt///share\\\\/conf"), "/opt/share/conf");
-}
-
-TEST(PathFormat, DropsSeparatorsAtTheEndButForTheRoot) {
-    EXPECT_EQ(Formatted("/opt/share/"), "/opt/share");
-    EXPECT_EQ(Formatted("share\\//"), "share");
-    EXPECT_EQ(Formatted("/"), "/");
-    EXPECT_EQ(Formatted("\\\\//"), "/");
-}
-
-TEST(PathFormat, DoesNotResolveDots) {
-    EXPECT_EQ(Formatted("./a/../b/."), "./a/../b/.");
+TEST(PathFormat, MakesOneSlashOfEveryRunOfSeparatorsAndDropsThoseAtTheEnd) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/opt/share/conf", "/opt/share/conf"},
+        {"relative/path", "relative/path"},
+        {"", ""},
+        {"C:\\share\\conf", "C:/share/conf"},
+        {"//opt///share\\\\/conf", "/opt/share/conf"},
+        {"/opt/share/", "/opt/share"},
+        {"share\\//", "share"},
+        {"/", "/"},
+        {"\\\\//", "/"},
+        {"./a/../b/.", "./a/../b/."}};  // dots are not resolved
+    for (const auto& [path, formatted] : cases) {
+        std::string text = path;
+        PathFormat(text);
+        EXPECT_EQ(text, formatted);
+    }
 }
 
 TEST(Trim, TakesBlanksFromBothEndsOnly) {
-    EXPECT_EQ(Trim(" \t\r\n1, 0\t 1\n\r\t "), "1, 0\t 1");
-    EXPECT_EQ(Trim("text"), "text");
+    const std::pair<std::string, std::string> cases[] = {
+        {" \t\r\n1, 0\t 1\n\r\t ", "1, 0\t 1"},
+        {"text", "text"},
+        {"", ""},
+        {" \t\r\n", ""},
+        {"\v\f", "\v\f"},
+        {std::string(" \0 ", 3), std::string("\0", 1)}};
+    for (const auto& [text, trimmed] : cases) {
+        EXPECT_EQ(Trim(text), trimmed);
+    }
 }
 
-TEST(Trim, LeavesNothingOfBlanks) {
-    EXPECT_EQ(Trim(""), "");
-    EXPECT_EQ(Trim(" \t\r\n"), "");
-}
-
-TEST(Trim, KeepsOtherControlCharacters) {
-    EXPECT_EQ(Trim("\v\f"), "\v\f");
-    EXPECT_EQ(Trim(std::string(" \0 ", 3)), std::string("\0", 1));
-}
-
-TEST(Splitting, CutsAtEachSeparator) {
+TEST(Splitting, CutsAtEachSeparatorAndLeavesEmptyPiecesOutOnDemand) {
+    struct Case {
+        const char* source;
+        unsigned long long flags;
+        std::vector<std::string> parts;
+    };
+    const std::vector<Case> cases = {
+        {"1,1,0,0", 0, {"1", "1", "0", "0"}},
+        {"whole", 0, {"whole"}},
+        {"1,,0", 0, {"1", "", "0"}},
+        {",1,", 0, {"", "1", ""}},
+        {",", 0, {"", ""}},
+        {",1,,0,", 1, {"1", "0"}},
+        {"1,,0", 0xFFFE, {"1", "", "0"}}};  // the other flags mean nothing
     std::vector<std::string> parts = {"old"};
-    EXPECT_TRUE(SplitStringByTag("1,1,0,0", parts, ',', {}));
-    EXPECT_THAT(parts, ElementsAre("1", "1", "0", "0"));
-    EXPECT_TRUE(SplitStringByTag("whole", parts, ',', {}));
-    EXPECT_THAT(parts, ElementsAre("whole"));
-}
-
-TEST(Splitting, CountsEmptyPieces) {
-    std::vector<std::string> parts;
-    EXPECT_TRUE(SplitStringByTag("1,,0", parts, ',', {}));
-    EXPECT_THAT(parts, ElementsAre("1", "", "0"));
-    EXPECT_TRUE(SplitStringByTag(",1,", parts, ',', {}));
-    EXPECT_THAT(parts, ElementsAre("", "1", ""));
-    EXPECT_TRUE(SplitStringByTag(",", parts, ',', {}));
-    EXPECT_THAT(parts, ElementsAre("", ""));
-}
-
-TEST(Splitting, LeavesEmptyPiecesOutOnDemand) {
-    std::vector<std::string> parts;
-    EXPECT_TRUE(SplitStringByTag(",1,,0,", parts, ',', std::bitset<16>(1)));
-    EXPECT_THAT(parts, ElementsAre("1", "0"));
-}
-
-TEST(Splitting, IgnoresTheOtherFlags) {
-    std::vector<std::string> parts;
-    EXPECT_TRUE(SplitStringByTag("1,,0", parts, ',', std::bitset<16>(0xFFFE)));
-    EXPECT_THAT(parts, ElementsAre("1", "", "0"));
-}
-
-TEST(Splitting, FailsOnAnEmptySource) {
-    std::vector<std::string> parts = {"old"};
+    for (const auto& [source, flags, expected] : cases) {
+        EXPECT_TRUE(SplitStringByTag(source, parts, ',', std::bitset<16>(flags)));
+        EXPECT_EQ(parts, expected) << source;
+    }
     EXPECT_FALSE(SplitStringByTag("", parts, ',', {}));
     EXPECT_THAT(parts, IsEmpty());
 }

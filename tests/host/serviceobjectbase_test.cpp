@@ -13,6 +13,7 @@
 #include "bundlemgr/ifbuf.h"
 #include "host/interfaces.h"
 #include "platform/hostcontrol.h"
+#include "support/onthreads.h"
 
 using NS_BUNDLEMGR1::BundleMgr;
 using NS_BUNDLEMGR1::CheckIFBuf;
@@ -61,7 +62,7 @@ TEST(ServiceObject, HasNoInterfaceOfItsOwn) {
     EXPECT_EQ(object.GetInterface(), nullptr);
 }
 
-TEST(ServiceObject, KeepsItsInterfaceWhenItIsUnregistered) {
+TEST(ServiceObject, KeepsItsInterfaceWhenItIsUnregisteredAndDeletesItOnRemoval) {
     int alive = 0;
     CountedService object(alive);
     ServiceInterface* created = object.CreateInterface();
@@ -70,13 +71,6 @@ TEST(ServiceObject, KeepsItsInterfaceWhenItIsUnregistered) {
     EXPECT_THAT(CheckIFBuf("Name"), IsEmpty());
     EXPECT_EQ(object.GetInterface(), created);
     EXPECT_EQ(alive, 1);
-    object.RemoveInterface();
-}
-
-TEST(ServiceObject, DeletesAndForgetsItsInterfaceOnRemoval) {
-    int alive = 0;
-    CountedService object(alive);
-    ServiceInterface* created = object.CreateInterface();
     SetIFBuf("Name", created);
     SetIFBuf("Alias", created);
     object.RemoveInterface();
@@ -98,17 +92,11 @@ TEST(ServiceObject, LeavesItsInterfaceAloneWhenItIsDestroyed) {
 
 TEST(ServiceObject, JoinsAndLeavesTheListOnAnyThread) {
     const ServiceObjectBase stays("bundle", "stays");
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 500; ++round) {
-                const ServiceObjectBase object("bundle", "passes by");
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(8, [](int) {
+        for (int round = 0; round < 500; ++round) {
+            const ServiceObjectBase object("bundle", "passes by");
+        }
+    });
     EXPECT_THAT(ListedObjects(), ElementsAre(&stays));
 }
 

@@ -11,6 +11,7 @@
 #include "bundlemgr/logproxy.h"
 #include "platform/hostcontrol.h"
 #include "support/capturedoutput.h"
+#include "support/onthreads.h"
 
 using NS_BUNDLEMGR1::LogProxy;
 using NS_REFERENCE_HOST::StderrLogProxyProvider;
@@ -78,21 +79,17 @@ TEST(StderrLogProxy, CopiesTheNamesItIsTold) {
                                         "bundle with a long name of its own - text\n"));
 }
 
-TEST(StderrLogProxy, KeepsADiagnosticOnOneLine) {
+TEST(StderrLogProxy, KeepsADiagnosticOnOneLineOfValidText) {
     const CapturedOutput errors(STDERR_FILENO);
     NamedProxy()->Print(1, "\nfirst\nsecond\r\n third !!\n\n");
     NamedProxy()->Print(1, "bell \a, escape \x1b, tab \t.");
     NamedProxy()->Print(1, "%s", "\n");
-    EXPECT_THAT(Lines(errors.Text()),
-                testing::ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
-                                     EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
-                                     EndsWith(" test_service - ")));
-}
-
-TEST(StderrLogProxy, WritesValidTextWhateverItIsGiven) {
-    const CapturedOutput errors(STDERR_FILENO);
     NamedProxy()->Print(1, "M\xFCnchen");
-    EXPECT_THAT(errors.Text(), EndsWith(" M\xEF\xBF\xBDnchen\n"));
+    EXPECT_THAT(
+        Lines(errors.Text()),
+        testing::ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
+                             EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
+                             EndsWith(" test_service - "), EndsWith(" M\xEF\xBF\xBDnchen")));
 }
 
 TEST(StderrLogProxy, WritesTextsOfAnyLength) {
@@ -104,27 +101,18 @@ TEST(StderrLogProxy, WritesTextsOfAnyLength) {
     }
 }
 
-TEST(StderrLogProxy, UsesAPositionUpWithTheNextDiagnostic) {
+TEST(StderrLogProxy, UsesAPositionUpWithTheNextDiagnosticOfItsThreadAndProxy) {
     const CapturedOutput errors(STDERR_FILENO);
     LogProxy* proxy = NamedProxy();
     proxy->SetPosition("file", 1);
     proxy->SetPosition("file", 2);
-    proxy->Print(1, "first");
-    proxy->Print(1, "second");
-    EXPECT_THAT(Lines(errors.Text()),
-                testing::ElementsAre(EndsWith(" file:2 first"), EndsWith(" - second")));
-}
-
-TEST(StderrLogProxy, GivesAPositionToNobodyElse) {
-    const CapturedOutput errors(STDERR_FILENO);
-    LogProxy* proxy = NamedProxy();
-    proxy->SetPosition("file", 1);
     std::thread([proxy] { proxy->Print(1, "another thread"); }).join();
     ProxyFor("other")->Print(1, "another proxy");
     proxy->Print(1, "own");
+    proxy->Print(1, "next");
     EXPECT_THAT(Lines(errors.Text()),
                 testing::ElementsAre(EndsWith(" - another thread"), EndsWith(" - another proxy"),
-                                     EndsWith(" file:1 own")));
+                                     EndsWith(" file:2 own"), EndsWith(" - next")));
 }
 
 TEST(StderrLogProxy, AnswersNothingInTheReservedSlots) {
@@ -181,19 +169,13 @@ TEST(StderrLogProxy, KeepsTheLinesOfManyThreadsApart) {
     constexpr int kThreads = 8;
     constexpr int kLines = 200;
     const CapturedOutput errors(STDERR_FILENO);
-    std::vector<std::thread> threads;
-    for (int number = 0; number < kThreads; ++number) {
-        threads.emplace_back([number] {
-            for (int line = 0; line < kLines; ++line) {
-                LogProxy* proxy = NamedProxy();
-                proxy->SetPosition("file", number);
-                proxy->Print(1, "thread %d.", number);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(kThreads, [](int number) {
+        for (int line = 0; line < kLines; ++line) {
+            LogProxy* proxy = NamedProxy();
+            proxy->SetPosition("file", number);
+            proxy->Print(1, "thread %d.", number);
+        }
+    });
     const std::vector<std::string> lines = Lines(errors.Text());
     EXPECT_THAT(lines, SizeIs(kThreads * kLines));
     for (const std::string& line : lines) {

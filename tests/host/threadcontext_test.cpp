@@ -5,7 +5,8 @@
 
 #include <string>
 #include <thread>
-#include <vector>
+
+#include "support/onthreads.h"
 
 using NS_UTIL::ThreadContextInfo;
 using NS_UTIL::ThreadContextMgr;
@@ -17,6 +18,10 @@ ThreadContextInfo Current() {
     return ThreadContextMgr::Instance()->GetThreadContext();
 }
 
+void Set(const ThreadContextInfo& context) {
+    ThreadContextMgr::Instance()->SetThreadContext(context);
+}
+
 void ExpectEmpty(const ThreadContextInfo& context) {
     EXPECT_EQ(context.GetThreadId(), 0);
     EXPECT_EQ(context.GetInterfaceName(), "");
@@ -24,44 +29,37 @@ void ExpectEmpty(const ThreadContextInfo& context) {
     EXPECT_EQ(context.GetOperUUID(), "");
 }
 
-TEST(ThreadContext, IsEmptyWhereNoneWasSet) {
+TEST(ThreadContext, IsEmptyUntilOneIsSetAndThenHoldsThat) {
     ExpectEmpty(ThreadContextInfo());
-    std::thread([] { ExpectEmpty(Current()); }).join();
-}
-
-TEST(ThreadContext, HoldsWhatWasSet) {
-    ThreadContextMgr::Instance()->SetThreadContext({17, "interface", "user", "uuid"});
-    const ThreadContextInfo context = Current();
-    EXPECT_EQ(context.GetThreadId(), 17);
-    EXPECT_EQ(context.GetInterfaceName(), "interface");
-    EXPECT_EQ(context.GetUserInfo(), "user");
-    EXPECT_EQ(context.GetOperUUID(), "uuid");
+    std::thread([] {
+        ExpectEmpty(Current());
+        Set({17, "interface", "user", "uuid"});
+        const ThreadContextInfo context = Current();
+        EXPECT_EQ(context.GetThreadId(), 17);
+        EXPECT_EQ(context.GetInterfaceName(), "interface");
+        EXPECT_EQ(context.GetUserInfo(), "user");
+        EXPECT_EQ(context.GetOperUUID(), "uuid");
+    }).join();
 }
 
 TEST(ThreadContext, BelongsToItsThread) {
-    ThreadContextMgr::Instance()->SetThreadContext({1, "here", "", ""});
+    Set({1, "here", "", ""});
     std::thread([] {
         ExpectEmpty(Current());
-        ThreadContextMgr::Instance()->SetThreadContext({2, "there", "", ""});
+        Set({2, "there", "", ""});
         EXPECT_EQ(Current().GetInterfaceName(), "there");
     }).join();
     EXPECT_EQ(Current().GetInterfaceName(), "here");
 }
 
-TEST(ThreadContext, SharesItsContentsWithItsCopies) {
-    const ThreadContextInfo context(1, "interface", "user", "uuid");
-    const ThreadContextInfo copy = context;
-    EXPECT_EQ(&copy.GetUserInfo(), &context.GetUserInfo());
-    ThreadContextMgr::Instance()->SetThreadContext(context);
-    EXPECT_EQ(&Current().GetUserInfo(), &context.GetUserInfo());
-}
-
-TEST(ThreadContext, OutlivesItsReplacementInACopy) {
-    ThreadContextMgr::Instance()->SetThreadContext({1, "first", "", ""});
+TEST(ThreadContext, SharesItsContentsWithItsCopiesAndOutlivesItsReplacementInThem) {
+    const ThreadContextInfo context(1, "interface", "first", "uuid");
+    Set(context);
     const ThreadContextInfo kept = Current();
-    ThreadContextMgr::Instance()->SetThreadContext({2, "second", "", ""});
-    EXPECT_EQ(kept.GetInterfaceName(), "first");
-    EXPECT_EQ(Current().GetInterfaceName(), "second");
+    EXPECT_EQ(&kept.GetUserInfo(), &context.GetUserInfo());
+    Set({2, "interface", "second", "uuid"});
+    EXPECT_EQ(kept.GetUserInfo(), "first");
+    EXPECT_EQ(Current().GetUserInfo(), "second");
 }
 
 TEST(ThreadContext, IsEmptyAgainOnceItWasMoved) {
@@ -72,27 +70,19 @@ TEST(ThreadContext, IsEmptyAgainOnceItWasMoved) {
     ExpectEmpty(context);
 }
 
-TEST(ThreadContextScope, PutsThePreviousContextBack) {
-    ThreadContextMgr::Instance()->SetThreadContext(ThreadContextInfo());
+TEST(ThreadContextScope, PutsThePreviousContextBackEvenWhenAnExceptionPasses) {
+    Set(ThreadContextInfo());
     {
         const ThreadContextScope outer({1, "outer", "", ""});
-        {
+        try {
             const ThreadContextScope inner({2, "inner", "", ""});
             EXPECT_EQ(Current().GetInterfaceName(), "inner");
+            throw 1;
+        } catch (int) {
+            EXPECT_EQ(Current().GetInterfaceName(), "outer");
         }
-        EXPECT_EQ(Current().GetInterfaceName(), "outer");
     }
     ExpectEmpty(Current());
-}
-
-TEST(ThreadContextScope, PutsThePreviousContextBackWhenAnExceptionPasses) {
-    const ThreadContextScope outer({1, "outer", "", ""});
-    try {
-        const ThreadContextScope inner({2, "inner", "", ""});
-        throw 1;
-    } catch (int) {
-        EXPECT_EQ(Current().GetInterfaceName(), "outer");
-    }
 }
 
 // Asks for the context when its thread ends, and tries to set another one.
@@ -101,7 +91,7 @@ struct LateUser {
     ~LateUser() {
         if (seen != nullptr) {
             *seen = "<" + Current().GetInterfaceName() + ">";
-            ThreadContextMgr::Instance()->SetThreadContext({3, "late", "", ""});
+            Set({3, "late", "", ""});
         }
     }
 };
@@ -122,7 +112,7 @@ TEST(ThreadContext, CanBeAskedForWhileItsThreadEnds) {
     std::string seenLast;
     std::thread([&] {
         EarlyBorn().seen = &seenLast;  // made before the context, so destroyed after it
-        ThreadContextMgr::Instance()->SetThreadContext({1, "interface", "", ""});
+        Set({1, "interface", "", ""});
         LateBorn().seen = &seenFirst;
     }).join();
     EXPECT_EQ(seenFirst, "<interface>");
@@ -131,18 +121,12 @@ TEST(ThreadContext, CanBeAskedForWhileItsThreadEnds) {
 
 TEST(ThreadContext, IsReadByManyThreadsAtOnce) {
     const ThreadContextInfo shared(1, "interface", "user", "uuid");
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([&shared] {
-            for (int round = 0; round < 1000; ++round) {
-                const ThreadContextScope scope(shared);
-                EXPECT_EQ(Current().GetOperUUID(), "uuid");
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    NS_TEST::OnThreads(4, [&shared](int) {
+        for (int round = 0; round < 1000; ++round) {
+            const ThreadContextScope scope(shared);
+            EXPECT_EQ(Current().GetOperUUID(), "uuid");
+        }
+    });
 }
 
 }  // namespace

@@ -1,0 +1,125 @@
+// The agent's options and its configuration.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "agent/agentfixture.h"
+
+namespace {
+
+using NS_TEST::ChildResult;
+using NS_TEST::ChildStart;
+using NS_TEST::RunProgram;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class AgentStarting : public NS_TEST::AgentTest {
+  protected:
+    // Expects that an agent with these arguments does not start, and says why.
+    void ExpectRefusal(const std::vector<std::string>& arguments, int exitCode,
+                       const std::string& reason) const {
+        SCOPED_TRACE(::testing::PrintToString(arguments));
+        const ChildResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, exitCode);
+        EXPECT_THAT(result.errors, HasSubstr(reason));
+        EXPECT_FALSE(std::filesystem::exists(Path("log")));
+    }
+
+    std::string File() const { return Path("conf/corba_agent.cfg"); }
+};
+
+TEST_F(AgentStarting, HelpGoesToStandardOutputAndNamesOptionsAndExitCodes) {
+    const ChildResult result = Run({"--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, IsEmpty());
+    for (const char* expected :
+         {"--share,--config DIR", "--category NAME", "--level N", "--sample", "--keep-running",
+          "--no-log-proxy", "--summary", "--threads N", "Exit codes:", "corba_agent.cfg"}) {
+        EXPECT_THAT(result.output, HasSubstr(expected));
+    }
+}
+
+TEST_F(AgentStarting, VersionIsOneLine) {
+    const ChildResult result = Run({"--version"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, ::testing::MatchesRegex("qv_agent [0-9.]+\n"));
+}
+
+TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {
+    ExpectRefusal({"--nonsense"}, 2, "--nonsense");
+    for (const char* level : {"4", "-3", "high"}) {
+        ExpectRefusal({"--level", level}, 2, "--level");
+    }
+    // The known names are told.
+    ExpectRefusal({"--traffic", "heavy"}, 2, "sample");
+}
+
+TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironments) {
+    const ChildStart starts[] = {
+        {{QV_AGENT, "--config", Path(), "--sample"}, {}},
+        {{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", Path()}}},
+        {{QV_AGENT, "--share", Path(), "--sample"}, {{"_APP_SHARE_DIR", Path("elsewhere")}}}};
+    for (const ChildStart& start : starts) {
+        SCOPED_TRACE(::testing::PrintToString(start.words));
+        std::filesystem::remove_all(Path("log"));
+        EXPECT_EQ(RunProgram(start).exitCode, 0);
+        EXPECT_FALSE(Records("corbaoper").empty());
+    }
+}
+
+TEST_F(AgentStarting, WithoutAShareDirectoryItSaysHowToGiveOne) {
+    const ChildResult result = RunProgram({{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", ""}}});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_THAT(result.errors, HasSubstr("--share"));
+}
+
+TEST_F(AgentStarting, AConfigurationThatCannotBeReadIsNamedWithTheReason) {
+    std::filesystem::remove(File());
+    ExpectRefusal({"--sample"}, 3, File());
+    // A directory cannot be read by anybody, root included.
+    std::filesystem::create_directory(File());
+    ExpectRefusal({"--sample"}, 3, "cannot read " + File());
+    ExpectRefusal({"--sample"}, 3, "directory");
+}
+
+TEST_F(AgentStarting, ABrokenLineIsReportedWithFileAndNumberAndSkipped) {
+    WriteConfiguration("# comment\nbundles = qv_base_log\nthis is no item\n");
+    const ChildResult result = Run({"--sample"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, HasSubstr("conf/corba_agent.cfg:3: "));
+}
+
+TEST_F(AgentStarting, ABundleListThatIsMissingOrWrongIsRefused) {
+    Configure("");
+    ExpectRefusal({"--sample"}, 3, "\"bundles\"");
+    Configure("bundles = qv_base_log, qv_base_log\n");
+    ExpectRefusal({"--sample"}, 3, "'qv_base_log' is listed twice");
+    for (const char* list : {"qv_base_log,,first", "=/lib/libx.so", "first=", "a b", "../x"}) {
+        Configure(std::string("bundles = ") + list + "\n");
+        ExpectRefusal({"--sample"}, 3, "bundles");
+    }
+}
+
+TEST_F(AgentStarting, AListedClientGetsTheConfiguredArgumentsAndIsNotAddedAgain) {
+    Configure(
+        "bundles = qv_base_log, qv_line_feed\n"
+        "qv_line_feed.arguments = --category corbasys --level 2\n");
+    EXPECT_EQ(RunWith("one\n", {}).exitCode, 0);
+    const auto records = Records("corbasys");
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records.front().record.level, 2);
+    EXPECT_TRUE(Records("corbaoper").empty());
+}
+
+TEST_F(AgentStarting, TheCommandLineWinsOverConfiguredArguments) {
+    Configure(
+        "bundles = qv_base_log\n"
+        "qv_line_feed.arguments = --category corbasys --level 2\n");
+    EXPECT_EQ(RunWith("one\n", {"--category", "debug"}).exitCode, 0);
+    const auto records = Records("debug");
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records.front().record.level, 2);
+}
+
+}  // namespace
