@@ -4,19 +4,22 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <string>
-#include <vector>
 
 #include "common/report.h"
 
 namespace NS_REFERENCE_HOST {
 
-bool ReadArguments(const char* bundle, int argc, char* argv[],
-                   const std::function<void(CLI::App&)>& declare) {
+bool ReadArguments(const char* bundle, int argc, char* argv[], const std::vector<TextOption>& texts,
+                   const std::vector<NumberOption>& numbers) {
     CLI::App parser;
     parser.set_help_flag();
     parser.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-    declare(parser);
+    for (const TextOption& option : texts) {
+        parser.add_option(option.name, option.value);
+    }
+    for (const NumberOption& option : numbers) {
+        parser.add_option(option.name, option.value)->check(CLI::Range(option.least, option.most));
+    }
     std::vector<std::string> arguments(argv, argv + argc);
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
     try {

@@ -1,8 +1,6 @@
 // The service object of the sample-traffic bundle.
 #include "sampletraffic/sampletrafficserviceobject.h"
 
-#include <CLI/CLI.hpp>
-
 #include "common/arguments.h"
 #include "common/report.h"
 #include "qv_base_log/logservice.h"
@@ -19,12 +17,11 @@ constexpr char kName[] = "qv_sample_traffic";
 SampleTrafficServiceObject::SampleTrafficServiceObject() : WorkingServiceObject(kName) {}
 
 std::unique_ptr<Work> SampleTrafficServiceObject::PrepareWork(int argc, char* argv[]) {
-    unsigned int threads = 4;
-    unsigned int operations = 25;
-    const bool read = ReadArguments(kName, argc, argv, [&](CLI::App& parser) {
-        parser.add_option("--threads", threads)->check(CLI::Range(1U, 256U));
-        parser.add_option("--operations", operations)->check(CLI::Range(1U, 1000000U));
-    });
+    int threads = 4;
+    int operations = 25;
+    const bool read =
+        ReadArguments(kName, argc, argv, {},
+                      {{"--threads", threads, 1, 256}, {"--operations", operations, 1, 1000000}});
     if (!read) {
         return nullptr;
     }
@@ -33,7 +30,8 @@ std::unique_ptr<Work> SampleTrafficServiceObject::PrepareWork(int argc, char* ar
         Report(kName, "there is no logging service; is its bundle listed in front of this one?");
         return nullptr;
     }
-    return std::make_unique<SampleTraffic>(*service, threads, operations);
+    return std::make_unique<SampleTraffic>(*service, static_cast<unsigned int>(threads),
+                                           static_cast<unsigned int>(operations));
 }
 
 }  // namespace NS_REFERENCE_HOST
