@@ -40,8 +40,10 @@ source "$root/scripts/setup.sh"
 qv_install_packages "${qv_packages[@]}" "${qv_test_packages[@]}"
 
 for preset in "${presets[@]}"; do
+    options=(-DQV_BUILD_TESTS=ON)
+    [[ $preset != release ]] || options+=(-DQV_BUILD_BENCHMARKS=ON)
     echo "== Build: $preset"
-    qv_configure "$root" "$preset" >/dev/null
+    qv_configure "$root" "$preset" "${options[@]}" >/dev/null
     qv_build "$root" "$preset"
 done
 
