@@ -13,11 +13,12 @@ struct TextOption {
 };
 
 // An option that takes a whole number from `least` to `most`.
+template <class Number>
 struct NumberOption {
     const char* name;  // with its dashes
-    int& value;
-    int least;
-    int most;
+    Number& value;
+    Number least;
+    Number most;
 };
 
 // Reads `argc` arguments from `argv`, which hold no program name in front, as the service
@@ -26,6 +27,7 @@ struct NumberOption {
 // list. Reports what is wrong in the name of `bundle` and returns false then.
 bool ReadArguments(const char* bundle, int argc, char* argv[],
                    const std::vector<TextOption>& texts = {},
-                   const std::vector<NumberOption>& numbers = {});
+                   const std::vector<NumberOption<int>>& numbers = {},
+                   const std::vector<NumberOption<unsigned int>>& counts = {});
 
 }  // namespace NS_REFERENCE_HOST

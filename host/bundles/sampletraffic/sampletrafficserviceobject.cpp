@@ -17,10 +17,10 @@ constexpr char kName[] = "qv_sample_traffic";
 SampleTrafficServiceObject::SampleTrafficServiceObject() : WorkingServiceObject(kName) {}
 
 std::unique_ptr<Work> SampleTrafficServiceObject::PrepareWork(int argc, char* argv[]) {
-    int threads = 4;
-    int operations = 25;
+    unsigned int threads = 4;
+    unsigned int operations = 25;
     const bool read =
-        ReadArguments(kName, argc, argv, {},
+        ReadArguments(kName, argc, argv, {}, {},
                       {{"--threads", threads, 1, 256}, {"--operations", operations, 1, 1000000}});
     if (!read) {
         return nullptr;
@@ -30,8 +30,7 @@ std::unique_ptr<Work> SampleTrafficServiceObject::PrepareWork(int argc, char* ar
         Report(kName, "there is no logging service; is its bundle listed in front of this one?");
         return nullptr;
     }
-    return std::make_unique<SampleTraffic>(*service, static_cast<unsigned int>(threads),
-                                           static_cast<unsigned int>(operations));
+    return std::make_unique<SampleTraffic>(*service, threads, operations);
 }
 
 }  // namespace NS_REFERENCE_HOST
