@@ -36,6 +36,7 @@ All options go to the agent: build/release/bin/qv_agent --help lists them and th
 EOF
 }
 
+# A build directory that has the tests keeps them; none of them is built here.
 build() {
     qv_configure "$root" release && qv_build "$root" release "${targets[@]}"
 }

@@ -40,8 +40,10 @@ source "$root/scripts/setup.sh"
 qv_install_packages "${qv_packages[@]}" "${qv_test_packages[@]}"
 
 for preset in "${presets[@]}"; do
+    options=(-DQV_BUILD_TESTS=ON)
+    [[ $preset != release ]] || options+=(-DQV_BUILD_BENCHMARKS=ON)
     echo "== Build: $preset"
-    qv_configure "$root" "$preset" >/dev/null
+    qv_configure "$root" "$preset" "${options[@]}" >/dev/null
     qv_build "$root" "$preset"
 done
 
@@ -50,10 +52,11 @@ if $lint; then
     "$root/scripts/lint.sh" "$root/build/${presets[0]}"
 fi
 
+# Two more at a time than there are processors: some tests wait.
 for preset in "${presets[@]}"; do
     echo "== Tests: $preset"
     ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error \
-        --parallel "$(nproc)" --tests-regex "$filter" |
+        --parallel "$(($(nproc) + 2))" --tests-regex "$filter" |
         grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
 done
 

@@ -9,7 +9,7 @@ build=$root/build/fuzz
 
 source "$root/scripts/setup.sh"
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DQV_BUILD_FUZZERS=ON >/dev/null
+    -DQV_BUILD_TESTS=ON -DQV_BUILD_FUZZERS=ON >/dev/null
 cmake --build "$build" --target asnmasking_fuzz
 
 mkdir -p "$build/found"

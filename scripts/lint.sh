@@ -10,6 +10,10 @@ build=$(cd -- "${1:?usage: scripts/lint.sh BUILD_DIRECTORY}" && pwd)
 stamps=$build/lint
 cd "$root"
 
+for program in git clang-format clang-tidy; do
+    command -v "$program" >/dev/null || { echo "lint.sh: $program is missing" >&2 && exit 1; }
+done
+
 mapfile -t files < <(git ls-files --cached --others --exclude-standard \
     'src/*.h' 'src/*.cpp' 'include/*.h' 'platform/*.h' 'host/*.h' 'host/*.cpp' \
     'tests/*.h' 'tests/*.cpp' 'bench/*.cpp' 'examples/*.h' 'examples/*.cpp')
@@ -19,13 +23,17 @@ mapfile -t files < <(git ls-files --cached --others --exclude-standard \
 clang-format --dry-run --Werror "${files[@]}"
 echo "Format: ${#files[@]} files are as .clang-format says."
 
+scripts/rooms.sh
+
 # A file passes again without a run when neither it, nor any header, nor the rules have changed.
 mkdir -p "$stamps"
 common=$({ cat .clang-tidy; printf '%s\n' "${files[@]}" | grep '\.h$' | xargs -d '\n' cat; } |
     sha256sum)
 pending=()
 for file in "${files[@]}"; do
-    [[ $file == *.cpp && $file != tests/* && $file != bench/* ]] && grep -qF "\"$root/$file\"" "$build/compile_commands.json" || continue
+    [[ $file == *.cpp && $file != tests/* && $file != bench/* ]] || continue
+    grep -qF "\"$root/$file\"" "$build/compile_commands.json" ||
+        { echo "lint.sh: $build compiles no $file" >&2 && exit 1; }
     stamp=$stamps/$( (echo "$common $file" && cat "$file") | sha256sum | cut -c1-40)
     [[ -e $stamp ]] || pending+=("$file" "$stamp")
 done

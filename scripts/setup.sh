@@ -1,24 +1,25 @@
 # Sourced by run.sh and test.sh: what the build needs from the system, and how it is built.
 
-# Everything that the presets configure with. A package that is missing is installed; the others
-# are left alone, whatever their version.
+# What it takes to build the agent and run it. A package that is missing is installed; the others are
+# left alone, whatever their version.
 qv_packages=(
     g++
     cmake
     ninja-build
-    ccache
     pkgconf
     libace-dev
     libjsoncpp-dev
     libsafec-dev
     libcli11-dev
+)
+
+# What the tests, the benchmarks and the checks need beside that.
+qv_test_packages=(
+    ccache
     libgtest-dev
     libgmock-dev
     libbenchmark-dev
-)
-
-# What only the checks need.
-qv_test_packages=(
+    groff-base
     clang
     clang-format
     clang-tidy

@@ -27,7 +27,7 @@ ControlServiceObject::ControlServiceObject() : ServiceObjectBase(kName, kName) {
 ControlServiceObject::~ControlServiceObject() = default;
 
 int ControlServiceObject::init(int argc, ACE_TCHAR* argv[]) {
-    if (!ReadArguments(kName, argc, argv, [](CLI::App&) {})) {
+    if (!ReadArguments(kName, argc, argv)) {
         return -1;
     }
     const std::string share = NS_UTIL::SelfUtilCommon::getEnvValue("_APP_SHARE_DIR");

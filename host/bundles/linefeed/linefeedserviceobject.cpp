@@ -3,8 +3,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
-
 #include <string>
 
 #include "common/arguments.h"
@@ -26,12 +24,9 @@ LineFeedServiceObject::LineFeedServiceObject() : WorkingServiceObject(kName) {}
 std::unique_ptr<Work> LineFeedServiceObject::PrepareWork(int argc, char* argv[]) {
     std::string category = "corbaoper";
     int level = NS_LOG_SERVICE1::LOG_LEVEL_1;
-    const bool read = ReadArguments(kName, argc, argv, [&](CLI::App& parser) {
-        parser.add_option("--category", category);
-        parser.add_option("--level", level)
-            ->check(CLI::Range(static_cast<int>(NS_LOG_SERVICE1::LOG_LEVEL_SHORT),
-                               static_cast<int>(NS_LOG_SERVICE1::LOG_LEVEL_3)));
-    });
+    const bool read = ReadArguments(
+        kName, argc, argv, {{"--category", category}},
+        {{"--level", level, NS_LOG_SERVICE1::LOG_LEVEL_SHORT, NS_LOG_SERVICE1::LOG_LEVEL_3}});
     if (!read) {
         return nullptr;
     }

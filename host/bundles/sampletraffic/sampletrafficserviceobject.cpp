@@ -1,8 +1,6 @@
 // The service object of the sample-traffic bundle.
 #include "sampletraffic/sampletrafficserviceobject.h"
 
-#include <CLI/CLI.hpp>
-
 #include "common/arguments.h"
 #include "common/report.h"
 #include "qv_base_log/logservice.h"
@@ -21,10 +19,9 @@ SampleTrafficServiceObject::SampleTrafficServiceObject() : WorkingServiceObject(
 std::unique_ptr<Work> SampleTrafficServiceObject::PrepareWork(int argc, char* argv[]) {
     unsigned int threads = 4;
     unsigned int operations = 25;
-    const bool read = ReadArguments(kName, argc, argv, [&](CLI::App& parser) {
-        parser.add_option("--threads", threads)->check(CLI::Range(1U, 256U));
-        parser.add_option("--operations", operations)->check(CLI::Range(1U, 1000000U));
-    });
+    const bool read =
+        ReadArguments(kName, argc, argv, {}, {},
+                      {{"--threads", threads, 1, 256}, {"--operations", operations, 1, 1000000}});
     if (!read) {
         return nullptr;
     }

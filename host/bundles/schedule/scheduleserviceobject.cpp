@@ -21,7 +21,7 @@ ScheduleServiceObject::~ScheduleServiceObject() {
 }
 
 int ScheduleServiceObject::init(int argc, ACE_TCHAR* argv[]) {
-    if (!ReadArguments(kName, argc, argv, [](CLI::App&) {})) {
+    if (!ReadArguments(kName, argc, argv)) {
         return -1;
     }
     CreateInterface();

@@ -1,0 +1,13 @@
+#!/bin/sh
+# The compiler's launcher: compiles through ccache where that works, and without it everywhere else.
+# A cache that cannot be written is no reason for a build to fail.
+#     cmake/compile.sh COMPILER ARGUMENT...
+command -v ccache >/dev/null || exec "$@"
+
+{ messages=$(ccache "$@" 2>&1 >&3); code=$?; } 3>&1
+case $code:$messages in
+    0:) exit 0 ;;
+    [1-9]*:*"ccache: error: "*) exec "$@" ;;
+esac
+printf '%s\n' "$messages" >&2
+exit $code
