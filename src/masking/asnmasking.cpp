@@ -1,8 +1,6 @@
 // Which values of which messages are masked, and by which rule.
 #include "masking/asnmasking.h"
 
-#include "masking/keyfinder.h"
-
 namespace NS_LOG_SERVICE1 {
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "masking/keyfilter.h"
+#include "masking/keyfinder.h"
 
 namespace NS_LOG_SERVICE1 {
 

@@ -1,4 +1,5 @@
-#include "masking/keyfilter.h"
+// In which block of a text can a key end? The one question that vector code answers.
+#include "masking/keyfinder.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
