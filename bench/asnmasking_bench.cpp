@@ -7,14 +7,15 @@
 #include <cstring>
 #include <string>
 
-#include "logger/asnmasking.h"
-#include "logger/plainmasking.h"
+#include "masking/asnmasking.h"
+#include "masking/plainmasking.h"
 
 namespace {
 
-using NS_LOG_SERVICE1::IsMaskingPathAvailable;
+using NS_LOG_SERVICE1::FastestKeyFilter;
+using NS_LOG_SERVICE1::KeyFilter;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::MaskingPath;
+using NS_LOG_SERVICE1::PlainKeyFilter;
 
 struct DumpKind {
     const char* label;
@@ -96,9 +97,9 @@ void Copy(benchmark::State& state, std::size_t size) {
     CountBytes(state, size);
 }
 
-void Mask(benchmark::State& state, MaskingPath path, const char* typeName, std::string dump) {
+void Mask(benchmark::State& state, KeyFilter* filter, const char* typeName, std::string dump) {
     for (auto _ : state) {
-        MaskAsnText(path, typeName, dump.data(), dump.size());
+        MaskAsnText(typeName, dump.data(), dump.size(), filter);
         benchmark::ClobberMemory();
     }
     CountBytes(state, dump.size());
@@ -114,12 +115,9 @@ void FindKeyByKey(benchmark::State& state, const char* typeName, std::string dum
 }
 
 void RegisterAllWays(const std::string& name, const char* typeName, const std::string& dump) {
-    if (IsMaskingPathAvailable(MaskingPath::kAvx2)) {
-        benchmark::RegisterBenchmark(("avx2/" + name).c_str(), Mask, MaskingPath::kAvx2, typeName,
-                                     dump);
-    }
-    benchmark::RegisterBenchmark(("portable/" + name).c_str(), Mask, MaskingPath::kPortable,
-                                 typeName, dump);
+    benchmark::RegisterBenchmark(("mask/" + name).c_str(), Mask, FastestKeyFilter(), typeName,
+                                 dump);
+    benchmark::RegisterBenchmark(("plain/" + name).c_str(), Mask, PlainKeyFilter, typeName, dump);
     benchmark::RegisterBenchmark(("find_loop/" + name).c_str(), FindKeyByKey, typeName, dump);
 }
 

@@ -15,7 +15,7 @@
 #include "base/nodestructor.h"
 #include "bundlemgr/corbaconfigitems.h"
 #include "diagnostic/messages.h"
-#include "logger/asnmasking.h"
+#include "masking/asnmasking.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {

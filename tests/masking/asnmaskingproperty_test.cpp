@@ -6,18 +6,17 @@
 #include <algorithm>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "logger/asnmasking.h"
-#include "logger/maskingpathname.h"
-#include "logger/plainmasking.h"
+#include "masking/asnmasking.h"
+#include "masking/plainmasking.h"
 
 namespace {
 
-using NS_LOG_SERVICE1::IsMaskingPathAvailable;
+using NS_LOG_SERVICE1::FastestKeyFilter;
+using NS_LOG_SERVICE1::KeyFilter;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::MaskingPath;
+using NS_LOG_SERVICE1::PlainKeyFilter;
 
 struct Kind {
     const char* label;
@@ -90,16 +89,17 @@ class TextMaker {
     std::mt19937 random_{20240229};
 };
 
-class AsnMaskingProperty : public testing::TestWithParam<std::tuple<MaskingPath, std::size_t>> {
-  protected:
-    void SetUp() override {
-        if (!IsMaskingPathAvailable(Path())) {
-            GTEST_SKIP() << "this processor has no " << PathName(Path());
-        }
-    }
+constexpr std::size_t kKindCount = std::size(kKinds);
 
-    static MaskingPath Path() { return std::get<0>(GetParam()); }
-    static const Kind& GetKind() { return kKinds[std::get<1>(GetParam())]; }
+// Each kind of value, first with the plain filter, then with the fastest one.
+class AsnMaskingProperty : public testing::TestWithParam<std::size_t> {
+  protected:
+    static const Kind& GetKind() { return kKinds[GetParam() % kKindCount]; }
+
+    static void Mask(char* text, std::size_t length) {
+        MaskAsnText(GetKind().typeName, text, length,
+                    GetParam() < kKindCount ? PlainKeyFilter : FastestKeyFilter());
+    }
 
     // Masks a copy of `text` that begins `offset` bytes behind a multiple of 64, between bytes that
     // must stay as they are.
@@ -112,7 +112,7 @@ class AsnMaskingProperty : public testing::TestWithParam<std::tuple<MaskingPath,
         std::copy(text.begin(), text.end(), area_.begin() + static_cast<std::ptrdiff_t>(begin));
         std::string expected = area_;
         expected.replace(begin, text.size(), MaskPlainly(GetKind().typeName, text));
-        MaskAsnText(Path(), GetKind().typeName, area_.data() + begin, text.size());
+        Mask(area_.data() + begin, text.size());
         ASSERT_TRUE(area_ == expected) << Shown(text) << " became " << Shown(area_);
     }
 
@@ -120,13 +120,10 @@ class AsnMaskingProperty : public testing::TestWithParam<std::tuple<MaskingPath,
     std::string area_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Path, AsnMaskingProperty,
-                         testing::Combine(testing::Values(MaskingPath::kPortable,
-                                                          MaskingPath::kAvx2),
-                                          testing::Range<std::size_t>(0, std::size(kKinds))),
+INSTANTIATE_TEST_SUITE_P(Filter, AsnMaskingProperty, testing::Range<std::size_t>(0, 2 * kKindCount),
                          [](const auto& instance) {
-                             return PathName(std::get<0>(instance.param)) +
-                                    kKinds[std::get<1>(instance.param)].label;
+                             return std::string(instance.param < kKindCount ? "Plain" : "Fastest") +
+                                    kKinds[instance.param % kKindCount].label;
                          });
 
 TEST_P(AsnMaskingProperty, MasksLikeThePlainWay) {
@@ -203,7 +200,7 @@ TEST_P(AsnMaskingProperty, ReadsAndWritesNothingOutsideTheText) {
         const std::string expected = MaskPlainly(GetKind().typeName, text);
         for (char* place : {page.Begin(), page.End() - text.size()}) {
             std::copy(text.begin(), text.end(), place);
-            MaskAsnText(Path(), GetKind().typeName, place, text.size());
+            Mask(place, text.size());
             ASSERT_TRUE(expected.compare(0, text.size(), place, text.size()) == 0)
                 << Shown(text) << " became " << Shown(std::string(place, text.size()));
         }
@@ -217,7 +214,7 @@ TEST_P(AsnMaskingProperty, MasksALargeTextLikeThePlainWay) {
         text += maker.MakeText();
     }
     const std::string expected = MaskPlainly(GetKind().typeName, text);
-    MaskAsnText(Path(), GetKind().typeName, text.data(), text.size());
+    Mask(text.data(), text.size());
     EXPECT_TRUE(text == expected);
 }
 

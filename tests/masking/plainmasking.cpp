@@ -1,5 +1,5 @@
 // Masking key after key.
-#include "logger/plainmasking.h"
+#include "masking/plainmasking.h"
 
 #include <vector>
 

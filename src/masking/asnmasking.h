@@ -1,0 +1,20 @@
+// Hides the passwords and the customer and location data in the text form of ASN messages.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "masking/keyfinder.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// Replaces each character of a masked value in text[0, length) by '*'. A text of any other type
+// stays as it is. The text is masked in place: a copy could fail on its way back and let the
+// unmasked text out. Nothing is allocated. The time is linear in the length, whatever the text.
+// REQUIRES: the text contains no zero byte.
+//
+// Thread safety: the text belongs to the caller; nothing else is touched.
+void MaskAsnText(std::string_view typeName, char* text, std::size_t length,
+                 KeyFilter* filter = FastestKeyFilter()) noexcept;
+
+}  // namespace NS_LOG_SERVICE1
