@@ -22,7 +22,7 @@ namespace {
 
 constexpr char kShareVariable[] = "_APP_SHARE_DIR";
 
-// The platform takes a missing file for an empty one; to the operator it is another mistake.
+// The platform treats a missing file as an empty one. For the operator it is a different mistake.
 std::string FindConfiguration() {
     std::string path =
         NS_UTIL::SelfUtilCommon::getEnvValue(kShareVariable) + "/conf/corba_agent.cfg";
@@ -33,7 +33,7 @@ std::string FindConfiguration() {
     return path;
 }
 
-// The platform and the bundles find everything below the directory that this variable names.
+// The platform and the bundles find all files below the directory in this variable.
 void SetShareDirectory(const std::string& directory) {
     if (!directory.empty()) {
         setenv(kShareVariable, directory.c_str(), 1);

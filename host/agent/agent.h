@@ -1,4 +1,4 @@
-// One run of the agent, from the loading of its bundles to their end.
+// One run of the agent, from the loading of its bundles to their unloading.
 #pragma once
 
 #include "agent/agentoptions.h"
@@ -8,19 +8,20 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Thread safety: one thread, the first of the process, and no other one before.
+// Thread safety: one thread, the first of the process. REQUIRES: no other thread runs when the
+// object is made.
 class Agent {
   public:
     explicit Agent(const AgentOptions& options);
 
-    // Throws AgentError when it cannot start; the bundles it had loaded are stopped then.
+    // Throws AgentError when it cannot start. The loaded bundles are stopped then.
     ExitCode Run();
 
   private:
-    // Serves until there is no reason left to. Returns false when a client failed in its work.
+    // Runs until all work has ended or a signal arrives. Returns false when a client's work failed.
     bool Serve(const class BundleLoader& loader);
 
-    // What is to be done about traffic; Auto when a signal came while that was not clear yet.
+    // Returns the traffic to generate, or Auto when a signal arrived before that was known.
     Traffic ChooseTraffic() const;
 
     const AgentOptions options_;

@@ -1,4 +1,4 @@
-// Why the agent program cannot go on.
+// The errors that end the agent program.
 #pragma once
 
 #include <stdexcept>
@@ -8,7 +8,7 @@
 
 namespace NS_REFERENCE_HOST {
 
-// A message for the operator and the code that the program ends with.
+// A message for the operator and the program's exit code.
 class AgentError : public std::runtime_error {
   public:
     AgentError(ExitCode exitCode, const std::string& message)

@@ -38,7 +38,7 @@ const std::map<std::string, Traffic> kTraffic = {{"auto", Traffic::Auto},
                                                  {"sample", Traffic::Sample},
                                                  {"none", Traffic::None}};
 
-// What was given for the options of a client bundle is passed on as it stands.
+// Passes the options of a client bundle on unchanged.
 void PassOn(const CLI::App& parser, const std::string& option,
             std::vector<std::string>& arguments) {
     const CLI::Option* const given = parser.get_option(option);

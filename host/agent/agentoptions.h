@@ -15,7 +15,7 @@ enum class Traffic {
     None
 };
 
-// A value; what the command line does not say is as initialised here.
+// A value. The initial values apply to what the command line leaves out.
 struct AgentOptions {
     std::string shareDirectory;  // empty: as the environment says
     Traffic traffic = Traffic::Auto;
@@ -26,7 +26,7 @@ struct AgentOptions {
     bool summary = false;
 };
 
-// Reads the command line. No value: help or the version was asked for and has been printed.
+// Reads the command line. Returns no value when it has printed the help or the version instead.
 // Throws AgentError.
 std::optional<AgentOptions> ReadCommandLine(int argc, char* argv[]);
 

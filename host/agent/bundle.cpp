@@ -26,7 +26,7 @@ std::unique_ptr<SharedLibrary> LoadLibrary(const BundleEntry& entry) {
     }
 }
 
-// Calls one step of a bundle's end; whatever goes wrong there must not keep the others from ending.
+// Calls one step of a bundle's end. A failure must not keep the other bundles from ending.
 template <typename Step>
 bool RunStep(const std::string& name, const char* what, Step step) {
     try {
@@ -82,7 +82,7 @@ Bundle::ServiceObject Bundle::MakeServiceObject() const {
 void Bundle::Init() {
     std::string reason;
     try {
-        // Without the program's name in front, as the service configurator passes them.
+        // Without the program's name, as the service configurator passes them.
         const int count = static_cast<int>(entry_.arguments.size());
         if (object_->init(count, argumentVector_.data()) == 0) {
             return;

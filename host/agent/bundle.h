@@ -15,14 +15,14 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Loaded by the constructor, unloaded by the destructor; in between the owner calls Init,
-// StopService and FiniAndFree in this order. A bundle whose Init failed is stopped and finished
-// like any other: part of it may be running.
+// The constructor loads the library and the destructor unloads it. Between them the owner calls
+// Init, StopService and FiniAndFree, in this order, also when Init failed: part of the bundle may
+// be running.
 //
 // Thread safety: one thread.
 class Bundle {
   public:
-    // Loads the library and has its factory make the service object. Throws AgentError.
+    // Loads the library and calls its factory. Throws AgentError.
     explicit Bundle(const BundleEntry& entry);
     ~Bundle() = default;
 
@@ -34,15 +34,15 @@ class Bundle {
     // Starts the service. Throws AgentError when it refuses.
     void Init();
 
-    // Both report a failure on standard error and return false then.
+    // Both report a failure on standard error and return false.
     bool StopService();
     bool FiniAndFree();
 
-    // What the bundle offers when it has work to do, else null. Good until FiniAndFree.
+    // Returns the bundle's interface if it has work to do, else null. Valid until FiniAndFree.
     const WorkingBundle* FindWork() const;
 
   private:
-    // Frees the object through the function that the factory handed out for this.
+    // Frees the object by the function that the factory returned.
     struct Gobbler {
         ACE_Service_Object_Exterminator free;
         void operator()(ACE_Service_Object* object) const;

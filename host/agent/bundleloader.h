@@ -17,15 +17,15 @@ class BundleLoader {
     BundleLoader(const BundleLoader&) = delete;
     BundleLoader& operator=(const BundleLoader&) = delete;
 
-    // Loads and starts one more bundle. Throws AgentError; those before it stay.
+    // Loads and starts one more bundle. Throws AgentError; earlier bundles stay.
     void Load(const BundleEntry& entry);
 
     // In the order of loading.
     const std::vector<std::unique_ptr<Bundle>>& Bundles() const { return bundles_; }
 
-    // The last loaded first: ends what each bundle runs in the background, then finishes and frees
-    // each one, then unloads the libraries. No library goes while a service object is left, since
-    // any of them may still call into another. False when a bundle reported a failure.
+    // In reverse order: stops all bundles, then finishes and frees each one, then unloads the
+    // libraries. All service objects are freed before the first library is unloaded, since one may
+    // call another. Returns false when a bundle reported a failure.
     bool StopAll();
 
   private:

@@ -26,7 +26,7 @@ std::vector<NameValueStru> ReadItems() {
     return items;
 }
 
-// The name becomes part of a symbol, so it is written like one.
+// The name becomes part of a symbol, so it must be an identifier.
 bool IsName(const std::string& text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
         return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||

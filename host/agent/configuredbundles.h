@@ -15,18 +15,18 @@ struct BundleEntry {
     std::vector<std::string> arguments;
 };
 
-// The bundles that the item "bundles" lists, in its order, with the arguments that the items
-// "NAME.arguments" give them.
+// The bundles in the item "bundles", in its order. Their arguments are in the items
+// "NAME.arguments".
 //
 // Thread safety: one thread.
 class ConfiguredBundles {
   public:
-    // Reads the configuration, which is called `source` in messages. Throws AgentError when it
-    // cannot be read, and for an empty list, an entry without a name and a bundle listed twice.
+    // Reads the configuration. Messages call it `source`. Throws AgentError when it cannot be read,
+    // and for an empty list, an entry without a name and a bundle that is listed twice.
     explicit ConfiguredBundles(const std::string& source);
 
-    // Puts the bundle `name` at the end of the list if it is not in it yet. `arguments` follow
-    // those that the configuration gives it.
+    // Appends the bundle `name` to the list if it is not in it. `arguments` follow its configured
+    // ones.
     void Add(const std::string& name, const std::vector<std::string>& arguments);
 
     const std::vector<BundleEntry>& Entries() const { return entries_; }

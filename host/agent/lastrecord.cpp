@@ -31,7 +31,7 @@ class FileEnd {
             Fail(path, descriptor);
         }
         const auto fileSize = static_cast<std::uint64_t>(status.st_size);
-        // A whole number of pages is left out in front, as mapping asks for.
+        // The mapping begins at a page boundary.
         const std::uint64_t offset = (fileSize - std::min(fileSize, kLongestRecord)) & ~0xFFFFULL;
         size_ = static_cast<std::size_t>(fileSize - offset);
         if (size_ > 0) {
@@ -76,14 +76,14 @@ bool EndsWith(std::string_view text, std::string_view suffix) {
     return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }
 
-// The last line, with its newline if it has one.
+// Returns the last line, with its newline if it has one.
 std::string_view LastLine(std::string_view text) {
     const std::string_view inner = text.substr(0, text.empty() ? 0 : text.size() - 1);
     const auto newline = inner.rfind('\n');
     return newline == std::string_view::npos ? text : text.substr(newline + 1);
 }
 
-// The text without the closing line, which has an empty line's newline in front.
+// Returns the text without the closing line and the empty line before it.
 std::string_view WithoutClosingLine(std::string_view text) {
     const std::string_view line = LastLine(text);
     if (!StartsWith(line, "File close at ")) {
@@ -96,7 +96,7 @@ std::string_view WithoutClosingLine(std::string_view text) {
     return text;
 }
 
-// The record with a number at either end that `text` ends with; empty if it ends otherwise.
+// Returns the record with a number at both ends at the end of `text`; empty if there is none.
 std::string_view NumberedRecord(std::string_view text) {
     const std::string_view kEnd = ">\n\n";
     if (!EndsWith(text, kEnd)) {

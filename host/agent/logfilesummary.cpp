@@ -61,7 +61,7 @@ bool IsContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
-// A cut may have gone through the middle of a character: leaves out the broken one.
+// Removes a character that was cut in the middle.
 void MendCut(std::string& begin, std::string& end) {
     while (!begin.empty() && IsContinuation(begin.back())) {
         begin.pop_back();
@@ -97,7 +97,7 @@ void PrintFile(std::ostream& out, const std::string& path) {
 }  // namespace
 
 LogFileSummary::LogFileSummary() : start_() {
-    // The clock that files are stamped with; the finer one runs ahead of it.
+    // The clock of file times. The finer clock runs ahead of it.
     clock_gettime(CLOCK_REALTIME_COARSE, &start_);
 }
 

@@ -15,9 +15,9 @@ class LogFileSummary {
   public:
     LogFileSummary();
 
-    // Prints path, size and last record of each log file that this process has written since the
-    // object was made. A log file carries its process's number at the end of its name. What would
-    // disturb a terminal is shown as \xNN.
+    // Prints the path, the size and the last record of each log file that this process has written
+    // since the object was made. The process number is at the end of a log file's name. Control
+    // characters and the like are shown as \xNN.
     void Print(std::ostream& out) const;
 
   private:

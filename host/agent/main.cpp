@@ -9,12 +9,12 @@
 
 namespace {
 
-// Puts the null device in the place of closed standard descriptors: whatever was opened next would
-// get their numbers, and be read as the input or be written over by messages.
+// Opens the null device for standard descriptors that are closed. Otherwise the next files that are
+// opened would get their numbers, and would be read as the input or receive messages.
 void FillStandardDescriptors() {
     for (const int descriptor : {0, 1, 2}) {
         if (fcntl(descriptor, F_GETFD) < 0) {
-            // The lowest free number is the one that is filled.
+            // open returns the lowest free number.
             static_cast<void>(!open("/dev/null", descriptor == 0 ? O_RDONLY : O_WRONLY));
         }
     }

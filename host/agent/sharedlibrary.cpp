@@ -10,7 +10,8 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-// A sanitizer's report at the end of the process names functions, so the code must still be there.
+// A sanitizer's report at the end of the process names functions, so the library must still be
+// loaded.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kKeepCode = RTLD_NODELETE;
 #else
@@ -18,8 +19,8 @@ constexpr int kKeepCode = 0;
 #endif
 
 void* Open(const std::string& path) {
-    // At once rather than lazily: an unresolved symbol is a bundle that cannot be loaded, not a
-    // process that dies later.
+    // Not lazily: an unresolved symbol must fail the loading of the bundle, not end the process
+    // later.
     void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | kKeepCode);
     if (handle == nullptr) {
         throw std::runtime_error(dlerror());

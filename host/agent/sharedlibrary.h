@@ -16,15 +16,16 @@ class SharedLibrary {
     SharedLibrary(const SharedLibrary&) = delete;
     SharedLibrary& operator=(const SharedLibrary&) = delete;
 
-    // The address of an exported symbol, null when there is none.
+    // Returns the address of an exported symbol, or null when there is none.
     void* Find(const std::string& symbol) const;
 
   private:
     void* const handle_;
 };
 
-// Where the library of the bundle `name` lies: libNAME.so in ../lib as seen from the program, and
-// if there is none, the bare file name, which the loader looks for where it looks for libraries.
+// Returns the path of the library of the bundle `name`: libNAME.so in the directory ../lib of the
+// program. If there is none, returns the bare file name, for which the loader searches its own
+// path.
 std::string FindBundleLibrary(const std::string& name);
 
 }  // namespace NS_REFERENCE_HOST

@@ -22,8 +22,8 @@ bool IsNullDevice(const struct stat& status) {
     return S_ISCHR(status.st_mode) && major(status.st_rdev) == 1 && minor(status.st_rdev) == 3;
 }
 
-// Reads a byte without moving the file's position. Files that only seem to be empty, such as those
-// under /proc, show their contents this way too.
+// Reads a byte without moving the file's position. This also works for files of size 0 that have
+// contents, such as those under /proc.
 bool FileHasData(int descriptor) {
     char byte;
     const off_t position = lseek(descriptor, 0, SEEK_CUR);

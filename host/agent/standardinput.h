@@ -10,8 +10,8 @@ enum class StandardInput {
     Interrupted  // `interrupt` became readable first
 };
 
-// Looks at `descriptor`. Waits for a pipe or a socket until its first byte or its end arrives, or
-// until the descriptor `interrupt` becomes readable; says on standard error that it waits.
+// Examines `descriptor`. For a pipe or a socket, waits until its first byte or its end arrives, or
+// until the descriptor `interrupt` becomes readable, and says on standard error that it waits.
 StandardInput LookAtInput(int descriptor, int interrupt);
 
 }  // namespace NS_REFERENCE_HOST

@@ -11,8 +11,8 @@
 namespace NS_REFERENCE_HOST {
 
 StopSignals::StopSignals() {
-    // A shell starts background programs with SIGINT ignored, and an ignored signal would never
-    // reach the descriptor.
+    // A shell starts background programs with SIGINT ignored. An ignored signal would never reach
+    // the descriptor.
     signal(SIGINT, SIG_DFL);
     signal(SIGTERM, SIG_DFL);
     signal(SIGPIPE, SIG_IGN);

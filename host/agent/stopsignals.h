@@ -5,9 +5,9 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Blocks both signals, so that they wait in the descriptor instead of interrupting anybody. Make it
-// before the first other thread starts: threads inherit what is blocked. SIGPIPE is ignored, so
-// that a reader that goes away does not end the process in the middle.
+// Blocks both signals and receives them through a descriptor. Ignores SIGPIPE, so that a reader
+// that goes away does not end the process. REQUIRES: no other thread runs yet, because threads
+// inherit the blocked signals.
 //
 // Thread safety: one thread.
 class StopSignals {
@@ -19,7 +19,7 @@ class StopSignals {
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
-    // Polls as readable once a signal has arrived, and stays so.
+    // Polls as readable once a signal has arrived, and remains so.
     int Descriptor() const { return descriptor_; }
 
   private:

@@ -19,7 +19,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Far above what an agent with some hundred thousand loggers says.
+// Much more than the answer of an agent with some hundred thousand loggers.
 constexpr std::string::size_type kMaximumAnswer = std::string::size_type{256} * 1024 * 1024;
 
 std::string LastError() {
@@ -30,10 +30,10 @@ std::string LastError() {
     throw ControlError(ControlExit::NoAnswer, "the agent did not answer in time");
 }
 
-// Nobody wants the answer any more. Never leaves this file.
+// Thrown when the stop descriptor becomes readable. Caught in this file.
 struct Unwanted {};
 
-// One conversation, up to its deadline.
+// A connection for one request, with a deadline.
 //
 // Thread safety: one thread.
 class Conversation {
@@ -54,7 +54,7 @@ class Conversation {
     FileDescriptor socket_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
 };
 
-// Whether the socket got ready in that time. No events: just the time passes.
+// Returns whether the socket became ready in that time. Without events, only waits.
 bool Conversation::Wait(short events, std::chrono::milliseconds time) {
     pollfd entries[] = {{stopDescriptor_, POLLIN, 0},
                         {events != 0 ? socket_.Get() : -1, events, 0}};
@@ -76,7 +76,8 @@ void Conversation::WaitFor(short events) {
     }
 }
 
-// While the agent's queue of connections is full, nothing tells when there is room again.
+// Tries again and again while the agent's queue of connections is full: no event tells when there
+// is room.
 void Conversation::Connect(const std::string& path) {
     constexpr std::chrono::milliseconds kPause{10};
     if (!socket_.IsOpen()) {
@@ -100,7 +101,7 @@ void Conversation::Connect(const std::string& path) {
     }
 }
 
-// Stops when the agent takes no more: it may have answered already, and says why then.
+// Stops when the agent reads no more: its answer may have come already and says why.
 void Conversation::Send(const std::string& line) {
     for (std::string::size_type sent = 0; sent < line.size();) {
         WaitFor(POLLOUT);

@@ -1,4 +1,4 @@
-// What the command line of the control program asks for.
+// The command line of the control program.
 #include "agentctl/invocation.h"
 
 #include <CLI/CLI.hpp>
@@ -18,7 +18,7 @@ namespace {
 
 const CLI::Range kLevels(0U, 3U);
 
-// Up to a day. Not CLI::Range, which takes what is not a number for one that is in it.
+// Up to a day. CLI::Range does not serve: it accepts what is not a number.
 CLI::Validator Seconds(double least) {
     const auto check = [least](const std::string& text) {
         double seconds = 0;
@@ -29,7 +29,7 @@ CLI::Validator Seconds(double least) {
     return CLI::Validator(check, "");
 }
 
-// The words of the command line that are put together once all of them are known.
+// The parts of the command line that are combined after parsing.
 struct Words {
     std::string share;
     double timeoutSeconds = 10;
@@ -183,7 +183,7 @@ void CommandLine::CompleteModule() {
         invocation_.view = &ViewModules;
         return;
     }
-    // Decimal only: a leading zero means nothing to whoever reads a list of numbers.
+    // Decimal only: a leading zero does not mean octal to an operator.
     unsigned int number = 0;
     const char* const end = words_.target.data() + words_.target.size();
     const auto [stop, error] = std::from_chars(words_.target.data(), end, number);

@@ -1,4 +1,4 @@
-// What the command line of the control program asks for.
+// The command line of the control program.
 #pragma once
 
 #include <json/value.h>
@@ -9,10 +9,10 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Makes a text of the "data" of an answer; see views.h.
+// Formats the "data" of an answer; see views.h.
 using View = std::string (*)(const Json::Value& data, bool utf8);
 
-// A value; what the command line does not say is as initialised here.
+// A value. The initial values apply to what the command line leaves out.
 struct Invocation {
     std::string socketPath;
     std::chrono::milliseconds timeout{10000};
@@ -22,8 +22,8 @@ struct Invocation {
     std::optional<std::chrono::milliseconds> watchInterval;  // again and again, that often
 };
 
-// Reads the command line. No value: help or the version was asked for and has been printed. Throws
-// ControlError.
+// Reads the command line. Returns no value when it has printed the help or the version instead.
+// Throws ControlError.
 std::optional<Invocation> ReadInvocation(int argc, char* argv[]);
 
 }  // namespace NS_REFERENCE_HOST

@@ -11,13 +11,13 @@ class Table {
   public:
     enum class Align { Left, Right };
 
-    // One column each: what stands over it, and where its texts stand.
+    // The title and the alignment of one column.
     void AddColumn(const std::string& title, Align align);
 
-    // One text for each column, fit for a terminal.
+    // One text for each column. REQUIRES: the texts are safe for a terminal.
     void AddRow(const std::vector<std::string>& cells);
 
-    // The title line and the rows, each with a newline, without blanks at the ends of the lines.
+    // Returns the title line and the rows, each with a newline and without blanks at its end.
     std::string Render() const;
 
   private:

@@ -1,4 +1,4 @@
-// Texts from elsewhere, made fit for a terminal.
+// Makes texts safe for a terminal.
 #include "agentctl/terminaltext.h"
 
 #include <langinfo.h>

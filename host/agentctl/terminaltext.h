@@ -1,4 +1,4 @@
-// Texts from elsewhere, made fit for a terminal.
+// Makes texts safe for a terminal.
 #pragma once
 
 #include <cstddef>
@@ -6,19 +6,20 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Whether the user's terminal shows UTF-8, as the environment says. Call before other threads.
+// Returns whether the user's terminal shows UTF-8, by the environment. REQUIRES: no other thread
+// runs yet.
 bool TerminalShowsUtf8();
 
-// The text without anything that a terminal could obey or that could mislead the eye: control
-// characters, characters that turn the direction of writing, and bytes that are no valid UTF-8
-// (or, unless `utf8`, no ASCII) become \n, \t or \xNN, a backslash becomes two. So $'...' of a
-// shell makes the original of it.
+// Returns the text with escapes for what a terminal could execute or show misleadingly: control
+// characters, characters that change the direction of writing, and bytes that are not valid UTF-8
+// (or not ASCII, unless `utf8`) become \n, \t or \xNN, and a backslash becomes two. A shell's
+// $'...' restores the original.
 std::string EscapeForTerminal(const std::string& text, bool utf8);
 
-// The text with U+FFFD for each byte that is part of no valid character.
+// Returns the text with U+FFFD for each byte that is not part of a valid character.
 std::string ReplaceInvalidUtf8(const std::string& text);
 
-// How many characters a valid text has.
+// Returns the number of characters of a valid text.
 std::size_t CountCharacters(const std::string& text);
 
 }  // namespace NS_REFERENCE_HOST

@@ -1,4 +1,4 @@
-// The agent's answers as text for an operator.
+// Formats the agent's answers for an operator.
 #include "agentctl/views.h"
 
 #include <time.h>
@@ -38,7 +38,7 @@ std::string LocalTime(int64_t seconds) {
     return text;
 }
 
-// One of these for each column of numbers in the table of channels.
+// One column of numbers in the table of channels.
 struct NumberColumn {
     const char* title;
     const char* member;

@@ -1,4 +1,4 @@
-// Standard output, for as long as somebody wants it.
+// Standard output that ends with a signal or with its reader.
 #include "agentctl/watchedoutput.h"
 
 #include <poll.h>
@@ -13,10 +13,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// As much as fits whatever polls as writable, so that no write waits where signals are blocked.
+// What polls as writable takes that much at once, so no write blocks. Signals are blocked and could
+// not interrupt it.
 constexpr std::string::size_type kPiece = 4096;
 
-// Cursor to the corner, and everything from there on away; nothing to take back at the end.
+// Moves the cursor to the corner and clears the screen from there. Needs no reset at the end.
 constexpr char kClear[] = "\x1b[H\x1b[J";
 
 }  // namespace
@@ -25,7 +26,7 @@ bool WatchedOutput::Show(const std::string& text) {
     return Write(isatty(STDOUT_FILENO) != 0 ? kClear + text : text);
 }
 
-// Nothing is asked of the output: that its reader has gone is told anyway.
+// No events for the output: poll always reports that the reader has gone.
 bool WatchedOutput::Wait(std::chrono::milliseconds time) {
     bool ready = false;
     return WaitFor(0, Clock::now() + time, ready);

@@ -1,4 +1,4 @@
-// Standard output, for as long as somebody wants it.
+// Standard output that ends with a signal or with its reader.
 #pragma once
 
 #include <chrono>
@@ -8,17 +8,17 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Thread safety: one thread, and no other one before it exists.
+// Thread safety: one thread. REQUIRES: no other thread runs when the object is made.
 class WatchedOutput {
   public:
-    // Shows a new state: on a terminal in the place of the last one, elsewhere behind it. False: a
-    // signal asks for the end, or nobody reads any more.
+    // Shows a new state: replaces the last one on a terminal, and appends to it elsewhere. Returns
+    // false when a signal has arrived or the reader has gone.
     bool Show(const std::string& text);
 
-    // Polls as readable once a signal asks for the end.
+    // Polls as readable once a signal has arrived.
     int StopDescriptor() const { return signals_.Descriptor(); }
 
-    // Waits. False: as with Show.
+    // Waits for that time. Returns false as Show does.
     bool Wait(std::chrono::milliseconds time);
 
   private:

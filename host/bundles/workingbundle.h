@@ -1,4 +1,4 @@
-// What a bundle offers to the agent program when it has a piece of work to do that ends.
+// The interface of a bundle with work that ends, for the agent program.
 #pragma once
 
 #include "bundlemgr/serviceinterface.h"
@@ -9,17 +9,17 @@ namespace NS_REFERENCE_HOST {
 // GetInterface returns). It starts the work in `init`; its StopService ends the work early, and
 // does not return before it has ended. A bundle that only serves others offers something else.
 //
-// The agent waits for the descriptors of all such bundles at once, so it needs neither a thread
-// for each nor to look again and again.
+// The agent polls the descriptors of all such bundles at once. So it needs no thread for each
+// bundle and does not poll in intervals.
 //
 // Thread safety: any thread may call any operation.
 class WorkingBundle : public NS_BUNDLEMGR1::ServiceInterface {
   public:
-    // A file descriptor that polls as readable from the moment the work has ended, for whatever
-    // reason. It stays with the bundle: poll it, never read or close it.
+    // A file descriptor that polls as readable once the work has ended, for whatever reason. The
+    // bundle owns it: poll it, but never read or close it.
     virtual int DoneDescriptor() const = 0;
 
-    // Whether the work was done without a failure. Of meaning once the descriptor is readable.
+    // Returns whether the work succeeded. REQUIRES: the descriptor is readable.
     virtual bool HasSucceeded() const = 0;
 };
 

@@ -23,7 +23,7 @@ namespace {
 // Thread safety: belongs to one thread.
 class OpenFile {
   public:
-    // Not blocking, so that a pipe in the place of the file does not hold up the process.
+    // Non-blocking, so that a pipe at the file's path does not block the process.
     explicit OpenFile(const std::string& path)
         : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
     ~OpenFile() {
@@ -62,12 +62,12 @@ std::string ReadToEnd(const OpenFile& file, const std::string& path) {
     }
 }
 
-// By how much the times that the system gives to files may lag behind its clock.
+// The maximum lag of the system's file times behind its clock.
 constexpr std::chrono::milliseconds kFileTimeLag{20};
 
 constexpr int kReadingsOfAChangingFile = 5;
 
-// What tells one state of a file from another; all zero where there is no file.
+// Identifies one state of a file. All zero when there is no file.
 struct FileState {
     dev_t device = 0;
     ino_t inode = 0;
@@ -88,8 +88,8 @@ FileState StateOf(const std::string& path) {
     return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
 }
 
-// Returns at once where `second` is another one than the present second. One sleep of a bounded
-// length, so that nobody waits for a clock that was set back.
+// Waits until `second` is over. Sleeps once and for a bounded time, because the clock may be set
+// back.
 void AwaitEndOfSecond(time_t second) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
@@ -100,7 +100,7 @@ void AwaitEndOfSecond(time_t second) {
     }
 }
 
-// Collects items so that a key which appears again replaces its value.
+// Collects items. A key that appears again replaces its value.
 class ItemCollector {
   public:
     void Set(std::string name, std::string value) {

@@ -14,9 +14,10 @@ struct BrokenLine {
     const char* reason;
 };
 
-// What a text in the form of the configuration file says: lines "key = value", comments (lines
-// whose first character behind blanks is '#') and empty lines. Blanks around key and value do not
-// count, nor does a carriage return at the end of a line or a byte-order mark at the start.
+// The contents of a text in the format of the configuration file: lines "key = value", comments
+// (lines that begin with '#', perhaps behind blanks) and empty lines. Blanks around key and value
+// are ignored, and so are a carriage return at the end of a line and a byte-order mark at the
+// start.
 struct ConfigText {
     std::vector<NS_BUNDLEMGR1::NameValueStru> items;  // one for each key, with its last value
     std::vector<BrokenLine> brokenLines;
@@ -24,24 +25,25 @@ struct ConfigText {
 
 ConfigText ParseConfigText(const std::string& text);
 
-// Whether the last line has its end. There is none in an empty text.
+// Returns whether the last line ends with a newline. False for an empty text.
 bool EndsWithNewline(const std::string& text);
 
-// What a text says of which more may follow: its last line, whose end is missing, is a broken one.
+// The same for a text of which the end may be missing: a last line without a newline is a broken
+// one.
 ConfigText ParseUnfinishedConfigText(const std::string& text);
 
-// The path of the configuration file, as the environment says at this moment.
+// Returns the path of the configuration file, from the environment as it is now.
 std::string ConfigFilePath();
 
-// The bytes of the file at `path`, empty when there is no such file. Throws
-// InterfaceNotExistException, whose code is the errno, when the file cannot be read to its end.
+// Returns the bytes of the file at `path`, empty when there is no such file. Throws
+// InterfaceNotExistException with the errno as its code when the file cannot be read to its end.
 std::string ReadConfigText(const std::string& path);
 
-// The same for a file that somebody may be writing in place at this moment: the bytes as they stand
-// once the second of the last change is over, and between two changes where that can be had.
-// Whoever compares modification times in whole seconds thus sees every change that came too late
-// for this reading. Takes up to a good second for a file that was changed just now, a few where it
-// is changed again and again.
+// The same for a file that somebody may be writing in place. Waits until the second of the last
+// change is over, and reads again when the file changes meanwhile, a few times at most. So a later
+// change has a later modification time in whole seconds, and who compares these sees it. Takes a
+// little more than a second for a file that has just been changed, and a few seconds for one that
+// keeps changing.
 std::string ReadSettledConfigText(const std::string& path);
 
 }  // namespace NS_REFERENCE_HOST

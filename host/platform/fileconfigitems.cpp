@@ -11,8 +11,8 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-// Not through the provider that the process has chosen: that one may be a bundle's, and none is
-// loaded yet when the configuration is first read.
+// Does not use the provider that the process has chosen: it may belong to a bundle, and no bundle
+// is loaded when the configuration is first read.
 void ReportBrokenLine(const std::string& path, const BrokenLine& line) {
     NS_BUNDLEMGR1::LogProxy* proxy =
         StderrLogProxyProvider()->GetLogProxy("platform CorbaConfigItems");
@@ -57,7 +57,7 @@ void FileConfigItems::ReadAgain(const std::string& path) {
     if (endsWithNewline_ && !EndsWithNewline(text)) {
         Take(path, ParseUnfinishedConfigText(text));
     } else {
-        // A file that is not there, or empty, tells nothing about how it usually ends.
+        // A missing or empty file does not show how the file usually ends.
         endsWithNewline_ = text.empty() ? endsWithNewline_ : EndsWithNewline(text);
         Take(path, ParseConfigText(text));
     }

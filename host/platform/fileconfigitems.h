@@ -10,15 +10,15 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Single items come from what was last read, so that items which are asked for one after the
-// other belong together; the first use reads. Asking for all items reads the file anew. A file
-// that is not there holds no items; one that cannot be read raises InterfaceNotExistException and
-// what was read before stays. Broken lines are reported on standard error at each reading.
+// The first use reads the file. Single items come from the last read, so that items that are read
+// one after the other belong together. GetCorbaConfigItems reads the file again. A missing file has
+// no items. When the file cannot be read, throws InterfaceNotExistException and keeps the items of
+// the last read. Each read reports broken lines on standard error.
 //
-// The file may be changed while the agent runs, by renaming a new one over it or by rewriting it in
-// place: asking for all items again waits, up to a good second, for a writer who is at it. A last
-// line without its newline does not count then, and is reported, unless the file ended like that
-// before: a part of a value must not be taken for the value.
+// The file may change while the agent runs: somebody may rename a new file over it or rewrite it in
+// place. So GetCorbaConfigItems waits for a writer to finish, for little more than a second. When
+// it then finds a last line without a newline, it reports and ignores that line, because part of
+// the value may be missing. It accepts the line if the file ended without a newline before too.
 //
 // Thread safety: any thread may call any operation.
 class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
@@ -34,8 +34,8 @@ class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
     void ReadAgain(const std::string& path) REQUIRES(readingLock_) EXCLUDES(lock_);
     void Take(const std::string& path, ConfigText text) REQUIRES(lock_);
 
-    // Guards no field: held while the file is read again, so that an older text does not replace a
-    // newer one.
+    // Guards no field. It is held while the file is read again, so that an older text does not
+    // replace a newer one.
     Mutex readingLock_ ACQUIRED_BEFORE(lock_);
 
     Mutex lock_;

@@ -6,8 +6,8 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// The item "logpath" or, where it is missing, empty or out of reach, "log" under the share
-// directory.
+// Returns the item "logpath", or "log" in the share directory when the item is missing, empty or
+// cannot be read.
 std::string GetNBILogPath() {
     std::string path;
     try {

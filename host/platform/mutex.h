@@ -35,8 +35,8 @@ class SCOPED_CAPABILITY MutexLock {
     void Release() RELEASE() { lock_.unlock(); }
     void Acquire() ACQUIRE() { lock_.lock(); }
 
-    // Waits as std::condition_variable does, which lets go of the mutex meanwhile. The condition is
-    // for the caller to look at again, also because a wait may end for no reason.
+    // Wait as std::condition_variable does: without the mutex, which is held again afterwards. A
+    // wait may end for no reason, so the caller checks its condition in a loop.
     void Wait(std::condition_variable& condition) { condition.wait(lock_); }
     template <class TimePoint>
     void WaitUntil(std::condition_variable& condition, const TimePoint& time) {
@@ -47,7 +47,7 @@ class SCOPED_CAPABILITY MutexLock {
     std::unique_lock<std::mutex> lock_;
 };
 
-// Taken through a RecursiveMutexLock, or by bundles as the ACE mutex that it is.
+// Taken through a RecursiveMutexLock. Bundles take it as an ACE mutex.
 class CAPABILITY("mutex") RecursiveMutex : public ACE_Recursive_Thread_Mutex {};
 
 class SCOPED_CAPABILITY RecursiveMutexLock {

@@ -6,8 +6,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Meant for static objects: bundles call the platform from their own static destructors and from
-// threads that end late, when an ordinary static object would be gone already.
+// For static objects. Bundles call the platform from their own static destructors and from threads
+// that end late, after ordinary static objects have been destroyed.
 //
 // Thread safety: that of T.
 template <typename T>

@@ -46,8 +46,8 @@ ServiceInterface* ServiceObjectBase::CreateInterface() {
 void ServiceObjectBase::RemoveInterface() {
     std::unique_ptr<ServiceInterface> removed;
     {
-        // Whoever goes through the list of service objects does so under this lock and registers
-        // what it finds: so the pointer goes first, the registration after it, the object last.
+        // A lookup goes through the list of service objects under this lock and registers what it
+        // finds. So first remove the pointer, then the registration, and delete the object last.
         const RecursiveMutexLock guard(ServiceObjectList::Instance().Lock());
         removed.reset(interface_);
         interface_ = nullptr;

@@ -17,8 +17,8 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-// Where the calling thread's next diagnostic comes from. One per thread is enough: a position is
-// set right before the diagnostic that it belongs to. Trivial, so that it is good to use while
+// The source position of the calling thread's next diagnostic. One per thread is enough: each
+// position is set right before its diagnostic. The type is trivial, so that it can be used while
 // the thread ends.
 struct Position {
     const NS_BUNDLEMGR1::LogProxy* proxy;  // null: no position is set
@@ -47,7 +47,7 @@ __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format,
     return text;
 }
 
-// Appends `text` so that it stays one line: control characters inside it become visible.
+// Appends `text` as one line: escapes the control characters inside it.
 void AppendOneLine(const std::string& text, std::string& line) {
     const size_t first = text.find_first_not_of("\r\n");
     if (first == std::string::npos) {

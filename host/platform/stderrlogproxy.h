@@ -13,14 +13,13 @@ namespace NS_REFERENCE_HOST {
 //
 //     2024-03-05T14:07:09.000123+01:00 level 1 qv_base_bundle qv_base_log logimpl:210 text
 //
-// Newlines at either end of the text are left out and those inside it appear as \n, so that it
-// stays one line; each line is one write(2). A diagnostic is lost when standard error does not
-// take it.
+// Newlines at both ends of the text are removed, and those inside it are written as \n. Each line
+// is one write(2). A diagnostic that cannot be written is lost.
 //
 // Thread safety: any thread may call any operation.
 class StderrLogProxy final : public NS_BUNDLEMGR1::LogProxy {
   public:
-    // `name` stands for the bundle until SetBundleName tells a better one.
+    // `name` is the bundle's name until SetBundleName sets it.
     explicit StderrLogProxy(const std::string& name);
 
     void Reserved2() override {}

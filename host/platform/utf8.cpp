@@ -14,8 +14,8 @@ struct Sequence {
     bool isValid;
 };
 
-// The bytes that may follow a lead byte first. Narrower than 80..BF where that keeps out forms
-// longer than necessary, surrogates and what lies beyond U+10FFFF.
+// The range of the first byte after a lead byte. Narrower than 80..BF where that excludes overlong
+// forms, surrogates and values above U+10FFFF.
 struct LeadByte {
     size_t length;  // of the whole character; 0: no character starts like this
     Byte lowest;
@@ -37,8 +37,8 @@ LeadByte ClassifyLead(Byte lead) {
             static_cast<Byte>(lead == 0xF4 ? 0x8F : 0xBF)};
 }
 
-// Looks at a text that starts with a byte above 7F. What is wrong ends where no character could
-// go on, so the reader sees one replacement for each character that was cut off.
+// Examines a text that starts with a byte above 7F. Invalid bytes end where they cannot be part of
+// one character, so each character that was cut off gets one replacement.
 Sequence NextSequence(const Byte* text, const Byte* end) {
     const LeadByte lead = ClassifyLead(*text);
     if (lead.length == 0) {
@@ -57,14 +57,14 @@ Sequence NextSequence(const Byte* text, const Byte* end) {
     return {lead.length, true};
 }
 
-// A character of three bytes whose second byte has no rule of its own: nearly all of the texts
-// that are neither Latin nor Greek nor Cyrillic.
+// A character of three bytes whose second byte has the full range. Most scripts other than Latin,
+// Greek and Cyrillic consist of these.
 bool IsPlainThree(const Byte* text, const Byte* end) {
     return end - text >= 3 && (text[0] & 0xF0) == 0xE0 && text[0] != 0xE0 && text[0] != 0xED &&
            (text[1] & 0xC0) == 0x80 && (text[2] & 0xC0) == 0x80;
 }
 
-// Most log texts are ASCII: eight bytes are looked at at once.
+// Most log texts are ASCII: checks eight bytes at once.
 const Byte* SkipAscii(const Byte* text, const Byte* end) {
     constexpr uint64_t kHighBits = 0x8080808080808080;
     while (end - text >= 8) {
@@ -81,7 +81,7 @@ const Byte* SkipAscii(const Byte* text, const Byte* end) {
     return text;
 }
 
-// The first byte that is not part of a valid character, or `end`.
+// Returns the first byte that is not part of a valid character, or `end`.
 const Byte* SkipValid(const Byte* text, const Byte* end) {
     for (;;) {
         text = SkipAscii(text, end);

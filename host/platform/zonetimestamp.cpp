@@ -13,8 +13,8 @@ namespace {
 constexpr int kMicrosPerSecond = 1000000;
 constexpr int kMicroDigits = 6;
 
-// The zone that the C library computes with, as far as it can be seen from outside. tzset(3)
-// writes these while other threads may read them, hence the relaxed reads.
+// The C library's time zone, as far as it is visible. The reads are relaxed atomics because
+// tzset(3) may write these while other threads read them.
 struct Zone {
     static Zone Current() {
         return {__atomic_load_n(&timezone, __ATOMIC_RELAXED),
@@ -28,8 +28,8 @@ struct Zone {
     int hasSummerTime;
 };
 
-// The text of one second: everything but the microseconds stays the same throughout it. One for
-// each thread; trivial, so that it is good to use while the thread ends.
+// The text of one second, in which only the microseconds change. Each thread has one. The type is
+// trivial, so that it can be used while the thread ends.
 struct RenderedSecond {
     bool isValid;
     time_t second;
@@ -55,8 +55,8 @@ char* WriteCharacter(char character, char* out) {
     return out + 1;
 }
 
-// Years of four digits are written by hand: a thread that logs less than once a second comes here
-// for each record.
+// Years of four digits do not go through snprintf: a thread that logs less than once a second comes
+// here for each record.
 char* WriteYear(const struct tm& local, char* out, size_t room) {
     if (local.tm_year >= -1900 && local.tm_year < 10000 - 1900) {
         return WriteDigits(local.tm_year + 1900, 4, out);
@@ -80,9 +80,8 @@ char* WriteOffset(const struct tm& local, char* out) {
     return WriteDigits(std::abs(minutes) % 60, 2, out);
 }
 
-// The daylight-saving rules of a zone may change its offset at any second, so each second is
-// asked for; a change of the zone itself is seen once somebody has called tzset(3), by the next
-// second at the latest.
+// Converts each second anew, because the offset of a zone may change at any second. A change of the
+// zone itself takes effect within a second after a call of tzset(3).
 void Render(time_t second, const Zone& zone, RenderedSecond& result) {
     struct tm local;
     char* out = result.text;

@@ -10,11 +10,11 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Creation and destruction are serialised by a lock of the whole process, which is recursive: one
-// singleton may create another while it is created or destroyed itself.
+// A lock of the whole process serialises creation and destruction. It is recursive: one singleton
+// may create another during its own creation or destruction.
 //
-// Thread safety: Instance may be called by any thread at any time; its fast path is one load.
-// Destroy must not run while another thread uses the object.
+// Thread safety: any thread may call Instance at any time; its fast path is one load. REQUIRES: no
+// other thread uses the object during Destroy.
 template <class T, class Lock = ACE_Recursive_Thread_Mutex>
 class Singleton {
   public:
@@ -65,8 +65,8 @@ class Singleton {
     }
 
     LockAccessor lock_;
-    // Owned. A plain pointer, so that nothing is destroyed behind the back of a thread that still
-    // logs while the process exits.
+    // Owned. Not a smart pointer: a thread may still log while the process exits, so nothing is
+    // destroyed then. Not GUARDED_BY: it is written under the lock and read without.
     std::atomic<T*> instance_{nullptr};
 };
 

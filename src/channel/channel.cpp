@@ -16,8 +16,8 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// A record that the channel itself writes, in the name of the calling thread. `context` outlives
-// the result.
+// A record of the channel itself, with the number of the calling thread. REQUIRES: `context`
+// outlives the result.
 LogRecord OwnRecord(int level, const char* function, const char* detail, const std::string& context,
                     uint32_t line) {
     LogRecord record;
@@ -49,8 +49,7 @@ TEDebugInfoBuf::~TEDebugInfoBuf() {
     try {
         Flush();
     } catch (...) {
-        // Writing has failed in a way that is not understood: the file is left as it is, without a
-        // closing line that would say all is well.
+        // An unknown error. Leave the file as it is: a closing line would say that it is complete.
         [[maybe_unused]] LogFile* leftOpen = logFile_.release();
     }
 }
@@ -165,8 +164,8 @@ void TEDebugInfoBuf::Flush() {
         queue_.MoveRecordsTo(taken);
         CountBuffered();
     }
-    // Between the two locks another thread may write newer records: logging goes on while the old
-    // ones wait for the file.
+    // Another thread may write newer records between the two locks. So logging continues while the
+    // old records wait for the file.
     {
         const Guard fileGuard(fileMutex_);
         WriteAll(taken);

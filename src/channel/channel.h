@@ -18,7 +18,7 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// What waits in a channel, and what fell out of it. Read by any thread.
+// The records that a channel holds, and that it has evicted. Any thread may read them.
 struct ChannelStatistics {
     Counter queued;      // in the queue now
     Counter queuedMost;  // in the queue at most
@@ -26,49 +26,49 @@ struct ChannelStatistics {
     Counter evicted;     // kept back, and lost for newer ones
 };
 
-// Holds the category's record queue and the records that are kept back because their level is off,
-// and owns its log file.
+// Owns the category's record queue, the records that are kept back because their level is off, and
+// the log file.
 //
 // Thread safety: any thread may call any operation. What a record needs is allocated and freed
 // outside both mutexes.
 class TEDebugInfoBuf {
   public:
-    // The four lengths and sizes are copied; later changes do not reach the channel. Touches no
-    // file: the first write opens one.
+    // Copies the four lengths and sizes: later changes of the settings have no effect. Opens no
+    // file: the first write does.
     TEDebugInfoBuf(const char* category, const uint32_t& queuebuflength,
                    const uint32_t& filterbuflength, const uint32_t& logfilesize,
                    const uint32_t& logfilecount);
 
-    // Writes what is queued, then closes the file. What is kept back is lost. An exception while
-    // writing is swallowed.
+    // Writes out the queue and closes the file. Records that are kept back are lost. Swallows
+    // exceptions.
     ~TEDebugInfoBuf();
 
     TEDebugInfoBuf(const TEDebugInfoBuf&) = delete;
     TEDebugInfoBuf& operator=(const TEDebugInfoBuf&) = delete;
 
-    // Writes the record at once. A record of level 0 is written as a dump, together with
-    // what is kept back; nothing is kept back afterwards. Never looks at the queue.
-    // Records of several threads that come at once share their writes.
+    // Writes the record at once. A record of level 0 is written as a dump, together with the
+    // records that are kept back; none is kept back afterwards. Does not touch the queue. Records
+    // of several threads that come at once share their writes.
     void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
     void Output(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Appends the record to the queue; the record that fills the queue has the queue written out,
-    // followed by a notice, while others append to the next queue. A record of level 0 is not
-    // queued: the queue is written out, and the record behind it as Output writes it.
+    // Appends the record to the queue. When that fills the queue, writes out the queue and then a
+    // notice, while others append to the next queue. A record of level 0 is not queued: writes out
+    // the queue, and then the record as Output does.
     void AppendOutputInfo(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Keeps back a record whose level is off; the oldest one goes when there are too many.
+    // Keeps back a record whose level is off. Evicts the oldest one when there are too many.
     void AppendFiltered(const LogRecord& record) EXCLUDES(bufferMutex_);
     void AppendFiltered(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_);
 
     // Writes out the queue. Opens the file if none is open, even when nothing is queued.
     void Flush() EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Writes out the queue, and then what is kept back, as a dump that a maintenance command
-    // triggered.
+    // Writes out the queue, and then a dump of the records that are kept back. The dump's trigger
+    // names the maintenance command.
     void OutputAll() EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Goes on in another directory or under another file name prefix; see LogFile::ChangePath.
+    // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
     uint64_t QueueCapacity() const { return queueCapacity_; }
@@ -79,13 +79,13 @@ class TEDebugInfoBuf {
     const LogFileStatistics& FileStatistics() const NO_THREAD_SAFETY_ANALYSIS {
         return logFile_->Statistics();
     }
-    // The open file, empty while none is open.
+    // Returns the path of the open file; empty when none is open.
     std::string CurrentPath() EXCLUDES(fileMutex_);
 
   private:
     using Guard = LockGuard<Mutex>;
 
-    // Writes the records in order. Opens the file first, and loses the records when that fails.
+    // Writes the records in order. Opens the file first; when that fails, the records are lost.
     void WriteAll(const RecordQueue& records) REQUIRES(fileMutex_);
 
     // Writes the queue if `withQueue`, then the trigger and what is kept back as one dump,
@@ -101,7 +101,7 @@ class TEDebugInfoBuf {
     // Unlocked: the file says it to any thread.
     bool HasFile() const NO_THREAD_SAFETY_ANALYSIS { return logFile_->HasFile(); }
 
-    // Gives the memory of a queue that was written out back to this channel's queue.
+    // Returns the memory of a written queue to the channel's queue.
     void GiveBack(RecordQueue& written) EXCLUDES(bufferMutex_);
 
     void CountBuffered() REQUIRES(bufferMutex_);

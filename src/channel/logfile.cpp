@@ -14,8 +14,8 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// What is handed to the kernel at once, at most: a full queue of the default length and usual
-// records fits, and long records do not need their size twice in memory.
+// The approximate maximum size of one write. A full queue of the default length and usual records
+// fits. Longer queues are written in parts, to bound the memory for their frames.
 constexpr size_t kBatchSize = size_t{16} * 1024 * 1024;
 
 std::string WithoutSeparatorAtEnd(std::string directory) {
@@ -143,8 +143,8 @@ void LogFile::WriteGroup(WaitingRecord* first) {
     }
 }
 
-// Writes the records from `first` on that still go into the current file. Returns the first one
-// that does not.
+// Writes the records from `first` on that go into the current file. Returns the first one that does
+// not.
 template <class Records>
 Records LogFile::WriteBatch(Records first) {
     Records next = first;
@@ -178,9 +178,9 @@ Records LogFile::WriteBatch(Records first) {
     return next;
 }
 
-// Of a batch that began with `first`, only `written` bytes reached the file. Leaves the whole
-// records of these in the file, gives up the one that did not fit, and begins a new file for the
-// rest, as writing one by one would have done. Returns the first record of the rest.
+// Only `written` bytes of the batch that began with `first` have reached the file. Keeps the whole
+// records among these, drops the next one, and begins a new file, as single writes would have done.
+// Returns the first record for the new file.
 template <class Records>
 Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, size_t written) {
     Records lost = first;
@@ -313,9 +313,9 @@ void LogFile::RotateIfFull() {
     }
 }
 
-// Appends the contents of the file at `path`, whole or not at all: a part could end in the middle
-// of a record. Returns whether the file at `path` is not needed any more: all of it could be taken
-// over, or nothing can be read from it anyway.
+// Appends the contents of the file at `path`, all or nothing: a part could end in the middle of a
+// record. Returns whether the file at `path` may be removed: all of it was copied, or it cannot be
+// read at all.
 bool LogFile::TakeContentsOf(const std::string& path) {
     if (stream_.IsSameFile(path)) {
         return false;  // another spelling of the same directory

@@ -26,18 +26,16 @@ struct LogFileStatistics {
     Counter lastErrorSecond;  // when it was, in seconds of the wall clock
 };
 
-// Knows neither queues nor filters. Files are limited in size: the write that reaches the limit is
-// completed and a new file begins. Each piece is handed to the kernel in one write; when that
-// fails, the file is cut back to its last whole record, the piece is lost and a new file begins.
+// The size of a file is limited: the write that reaches the limit is completed, and then a new file
+// begins. Each piece is written by one system call. When that fails, the file is cut back to its
+// last whole record, the piece is lost and a new file begins.
 //
-// Files accumulate until something outside the service removes them: the count limit is kept for
-// whoever asks, and no file is ever deleted because of it.
+// The count limit is only stored: no file is removed because of it.
 //
 // Thread safety: none; the channel's file mutex guards it.
 class LogFile {
   public:
-    // Touches no file. One separator at the end of `directory` is removed. `countLimit` is kept,
-    // never acted on.
+    // Opens no file. Removes one separator at the end of `directory`. Stores `countLimit` only.
     LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit);
 
     // Closes the file.
@@ -46,45 +44,43 @@ class LogFile {
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    // Closes the current file, if any, and begins a new one with its "File create" line. When no
-    // file can be created, the object stays closed. Nothing is reported: each later write tries
-    // again.
+    // Closes the current file, if any, and begins a new one with its "File create" line. When that
+    // fails, the object stays closed and nothing is reported. Each later write tries again.
     void Open();
 
     // Writes the closing line, twice if the first try fails, and closes.
     void Close();
 
-    // Opens a file if none is open; whether one is open afterwards.
+    // Opens a file if none is open. Returns whether one is open then.
     bool EnsureOpen();
 
-    // The end of a batch. Every write reaches the kernel by itself, so there is nothing to do; a
-    // stream with a buffer of its own would be emptied here.
+    // Ends a batch. Does nothing, because each write reaches the kernel at once.
     void Flush() {}
 
-    // Writes one record. Even a record that cannot be written uses up its number.
+    // Writes one record. A record that cannot be written uses up its number too.
     void WriteRecord(const LogRecord& record);
 
-    // Writes all records in their order, with the numbers, bytes and rotations of writing them one
-    // by one, but with one write for all that goes into the same file.
+    // Writes all records in order. The files are the same as when each record is written by itself,
+    // but all records that go into one file are written at once.
     void WriteRecords(const RecordQueue& records);
 
     // Writes the records of threads that wait, in the same way, and marks each that is done with.
     void WriteGroup(WaitingRecord* first);
 
-    // Writes the trigger with the kept-back records inside one dump, which is never split over two
-    // files. When the dump cannot be written, the kept-back records are lost; the trigger goes into
-    // a new file as a dump without any.
+    // Writes one dump of the trigger and the kept-back records. It is never split over two files.
+    // When the dump cannot be written, the kept-back records are lost; the trigger goes into a new
+    // file as a dump without any.
     void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
-    // Counts records that were given up because EnsureOpen failed.
+    // Counts records that were lost because EnsureOpen failed.
     void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
 
-    // Goes on in another directory or under another prefix and carries the current file's contents
-    // over; the old file is removed. When the new file cannot be opened, or cannot take all of the
-    // contents, the old one stays. Always returns 0.
+    // Changes the directory and the prefix: begins a new file there, copies the current file's
+    // contents into it and removes the old file. Keeps the old file when the new one cannot be
+    // opened or cannot take all of the contents. Always returns 0.
     int ChangePath(const std::string& directory, const std::string& prefix);
 
-    // Whether the entry `name` of the directory belongs to a series of log files.
+    // Returns whether the entry `name` of the directory is a log file.
     bool IsLogFile(const char* name) const;
 
     bool IsOpen() const { return stream_.IsOpen(); }
@@ -96,7 +92,7 @@ class LogFile {
     const LogFileStatistics& Statistics() const { return statistics_; }
 
   private:
-    // Renders `time` as the platform does; good until the next call.
+    // Returns `time` as the platform formats it, valid until the next call.
     const std::string& Stamp(const ACE_Time_Value& time);
     void AppendNextRecord(const LogRecord& record);
     struct QueuedRecords;

@@ -25,8 +25,8 @@ std::string CreationStamp() {
     return std::string(stamp, length);
 }
 
-// The stamp of a file's name, with the process number and the ending behind it. Where there is no
-// room for a stamp, the position runs past the end of the name and substr throws.
+// Returns the stamp of a file name and what follows it. For a name that is too short for a stamp,
+// the position is past its end and substr throws.
 std::string FromStamp(const std::string& name) {
     return name.substr(name.rfind('_') - kStampLength);
 }

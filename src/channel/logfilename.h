@@ -8,15 +8,16 @@ namespace NS_LOG_SERVICE1 {
 // Every log file's name begins with this.
 extern const char* const kLogFileSeries;
 
-// "unbi" + "_" + category + "_": what the names of a category's files begin with.
+// The names of a category's files begin with "unbi" + "_" + category + "_".
 std::string LogFilePrefix(const std::string& category);
 
-// The name of a file created now: prefix, local time and process number. Two files of one series
-// that are created within one second get the same name: the naming rule has second resolution.
+// Returns the name of a file that is created now: prefix, local time and process number. Two files
+// of one category that are created within one second get the same name: the naming rule has second
+// resolution.
 std::string NewLogFileName(const std::string& prefix);
 
-// Orders the names of one series by age, the oldest first: compares the time stamp and what stands
-// behind it as text. Throws std::out_of_range for a name without a stamp.
+// Returns whether `a` is older than `b`: compares the time stamps and what follows them as text.
+// Throws std::out_of_range for a name without a stamp.
 bool CompareFileNames(const std::string& a, const std::string& b);
 
 // Whether `name`, an entry of `directory`, is a log file: a regular file with a name that begins as

@@ -50,8 +50,9 @@ void LogMaintenanceImpl::FlushAll() {
     manager_.FlushAll();
 }
 
-// The channels are collected first and written out afterwards: a new logger looks for its channel
-// in the map, and must not wait for a whole dump. They live as long as the manager.
+// Collects the channels first and writes them out without the map's mutex: a new logger looks for
+// its channel in the map and must not wait for a whole dump. The channels live as long as the
+// manager.
 bool LogMaintenanceImpl::OutputAll(const std::string& category) {
     std::vector<TEDebugInfoBuf*> chosen;
     manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {

@@ -16,7 +16,7 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     // `manager` lives longer than this object.
     explicit LogMaintenanceImpl(LogMgr& manager) : manager_(manager) {}
 
-    // Takes the periodic output away.
+    // Ends the periodic output.
     ~LogMaintenanceImpl() override;
 
     std::string GetIFName() const override { return LOG_MAINTENANCE_INTERFACE_NAME; }

@@ -23,7 +23,8 @@ void ReportDropped(const std::string& category, const LogFileStatistics& file) {
     }
 }
 
-// Nobody has asked for them in time: neither a record of level 0 nor a maintenance command.
+// The records that were kept back and that neither a record of level 0 nor a maintenance command
+// has written.
 void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
     const unsigned long long lost = waiting.evicted.Get() + waiting.keptBack.Get();
     if (lost != 0) {
@@ -33,7 +34,7 @@ void ReportKeptBack(const std::string& category, const ChannelStatistics& waitin
 
 void ReportLosses() {
     if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-        // First, so that what cannot be written at the very end is counted as well.
+        // First, so that records that cannot be written now are counted too.
         manager->FlushAll();
         manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
             ReportDropped(category, channel.FileStatistics());

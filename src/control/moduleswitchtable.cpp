@@ -5,7 +5,7 @@ namespace {
 
 Singleton<ModuleSwitchTable> moduleSwitchTable(&StaticObjectLock);
 
-// The switches outlive a stop of the service and go when the library does.
+// The switches survive a stop of the service. They are deleted when the library is unloaded.
 __attribute__((destructor)) void DestroyAtUnload() {
     moduleSwitchTable.Destroy();
 }

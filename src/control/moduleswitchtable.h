@@ -8,8 +8,8 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// A module whose switch was never set is on. A lock that fails leaves its error code in errno, and
-// the operation goes on without it.
+// A module whose switch was never set is on. When the lock fails, the operation runs without it,
+// and errno has the lock's error.
 //
 // Thread safety: any thread may call any operation but Destroy; readers do not wait for each other.
 class ModuleSwitchTable {
@@ -18,7 +18,7 @@ class ModuleSwitchTable {
     // cannot be taken.
     static ModuleSwitchTable* Instance();
 
-    // Deletes the table if there is one. Nobody may use it any more.
+    // Deletes the table if there is one. REQUIRES: no thread uses it any more.
     static void Destroy();
 
     ModuleSwitchTable() = default;

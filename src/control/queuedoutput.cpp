@@ -17,8 +17,8 @@ using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 
 namespace {
 
-// Has no state, and stands in the library: a schedule service that refuses to delete it may go on
-// running it when whoever started it is gone.
+// Has no state and is never destroyed: a schedule service that refuses to delete the task may run
+// it after the object that started it is gone.
 class PeriodicOutput : public NS_SCHEDULE_SERVICE1::ScheduledTask {
   public:
     void Run() override {
@@ -33,7 +33,7 @@ PeriodicOutput& ThePeriodicOutput() {
     return *task;
 }
 
-// Null when there is none.
+// Returns null when there is none.
 ScheduleSvcInterface* FindScheduleService() {
     try {
         return &LookUp<ScheduleSvcInterface>("ScheduleSvcInterface");
@@ -46,8 +46,7 @@ ScheduleSvcInterface* FindScheduleService() {
 
 unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
     const LockGuard<Mutex> guard(mutex_);
-    // Output may be queued and the task gone: LogMgr::SetOutputMode takes nothing but the task
-    // away.
+    // Output may be queued without the task: LogMgr::SetOutputMode ends the task only.
     if (!HasPeriodicOutput(manager)) {
         StartPeriodicOutput(manager);
     }
@@ -63,8 +62,8 @@ unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
     if (!EndPeriodicOutput(manager)) {
         return LOG_RESULT_DELETE_TASK_FAILED;
     }
-    // Once before, so that few older records are left to be overtaken by those that are written
-    // directly from now on; and once after, for these.
+    // Records that are written directly overtake those in the queue. The first flush leaves few to
+    // be overtaken; the second writes those that were queued meanwhile.
     manager.FlushAll();
     manager.outputmode = kDirectOutput;
     manager.FlushAll();
@@ -75,7 +74,7 @@ bool QueuedOutput::EndPeriodicOutput(LogMgr& manager) {
     if (!HasPeriodicOutput(manager)) {
         return true;
     }
-    // A service that is gone has taken its tasks along.
+    // When the service is gone, so are its tasks.
     ScheduleSvcInterface* schedule = FindScheduleService();
     if (schedule != nullptr && schedule->DeleteTask(manager.outputTask) != 0) {
         return false;

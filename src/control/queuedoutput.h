@@ -1,4 +1,4 @@
-// Switching queued output on and off while the service runs.
+// Switches queued output on and off while the service runs.
 #pragma once
 
 #include "base/mutex.h"
@@ -6,20 +6,19 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Queued output goes with a periodic task at the schedule service, where there is one that takes
-// tasks; its handle stands in the manager's settings, where LogMgr::SetOutputMode finds it.
+// A periodic task at the schedule service writes out the queues, if there is such a service. The
+// task's handle is in the manager's settings, where LogMgr::SetOutputMode finds it.
 //
-// Thread safety: any thread; one switching at a time. The periodic task knows nothing of this
-// object, so that switching off can wait for it.
+// Thread safety: any thread may call any operation; one switches at a time. The periodic task does
+// not use this object, so switching off can wait for the task to end.
 class QueuedOutput {
   public:
-    // Both return a result code and change nothing when things are as wanted already. Switching on
-    // starts the task whenever there is none and the schedule service takes one.
+    // Both return a result code. They do nothing when the output is switched so already, except
+    // that SwitchOn starts the task when there is none.
     unsigned int SwitchOn(LogMgr& manager) EXCLUDES(mutex_);
     unsigned int SwitchOff(LogMgr& manager) EXCLUDES(mutex_);
 
-    // Takes the periodic task away; the mode stays. Returns false when the schedule service
-    // refuses.
+    // Ends the periodic task; the mode stays. Returns false when the schedule service refuses.
     bool EndPeriodicOutput(LogMgr& manager);
 
     static bool HasPeriodicOutput(const LogMgr& manager);

@@ -17,7 +17,7 @@ struct NumberItem {
     const Diagnostic& missing;
 };
 
-// In the order of their reading. The channels are created behind these four, with these sizes.
+// In the order in which they are read. The channels are created with these four sizes.
 const NumberItem kChannelItems[] = {
     {"logfilesize", &LogSettings::logfilesize, kDefaultLogFileSize, kNoLogFileSize},
     {"logfilecount", &LogSettings::logfilecount, 100, kNoLogFileCount},
@@ -33,8 +33,8 @@ const NumberItem kFlagItems[] = {
     {"bLogOutputPara", &LogSettings::bLogOutputPara, 0, kNoLogOutputPara},
 };
 
-// `value` is what the store is handed: what the field becomes when it answers without writing. The
-// number may be negative: the field then holds it modulo 2^32.
+// `value` is what the store is handed: what the field becomes when it answers without writing. A
+// negative number is stored modulo 2^32.
 void ReadNumber(CorbaConfigItems& items, const NumberItem& item, int value, LogSettings& settings) {
     if (items.GetIntItemInfo(item.name, value)) {
         settings.*item.field = static_cast<uint32_t>(value);
@@ -52,8 +52,8 @@ void ReadFlag(CorbaConfigItems& items, const NumberItem& item, LogSettings& sett
     ReadNumber(items, item, 0, settings);
 }
 
-// The value is four switches with one character between each two, which is not looked at. A value
-// that is too short leaves the levels that it does not reach on.
+// The value has four switches with one character of any kind between them. Levels that are missing
+// in a short value are on.
 LevelSwitches ParseLevelSwitches(const std::string& value) {
     LevelSwitches switches;
     for (size_t level = 0; level < switches.size(); ++level) {
@@ -69,8 +69,8 @@ void ReadLevelSwitches(CorbaConfigItems& items, LogSettings& settings) {
                                                                       : LevelSwitches().set();
 }
 
-// Mode 1 leaves the mode and the task as the manager was made, which is direct output with no
-// usable task; the other ways say so outright.
+// Mode 1 changes nothing: the manager starts with direct output and with 0 for the task, which is
+// no task's handle. Otherwise sets direct output and kNoOutputTask.
 void ReadOutputMode(CorbaConfigItems& items, LogSettings& settings) {
     int mode = 0;
     const bool read = items.GetIntItemInfo("outputmode", mode);

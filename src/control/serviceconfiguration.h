@@ -1,4 +1,4 @@
-// Filling the service's settings from the agent's configuration at start.
+// Reads the service's settings from the agent's configuration at start.
 #pragma once
 
 #include "bundlemgr/corbaconfigitems.h"
@@ -6,11 +6,10 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Reads every configuration item into the manager's settings, and has the manager create its
-// channels as soon as the sizes that they take are known. An item that cannot be read is reported
-// and replaced by its default.
+// Reads all configuration items into the manager's settings. Has the manager create its channels as
+// soon as their sizes are read. Reports an item that cannot be read and uses its default.
 //
-// What the store throws passes out; the settings made so far stay.
+// Passes on what the store throws. The settings that were read before stay.
 void LoadServiceConfiguration(NS_BUNDLEMGR1::CorbaConfigItems& items, LogMgr& manager);
 
 }  // namespace NS_LOG_SERVICE1

@@ -44,12 +44,12 @@ const FlagItem kAsnLogFlag = {&LogMgr::GetEnableAsnLog, &LogMgr::SetEnableAsnLog
 const FlagItem kOutputParaFlag = {&LogMgr::GetEnableOutputPara, &LogMgr::SetEnableOutputPara,
                                   kOutputParaInvalid, kOutputParaChanged};
 
-// The leading digits; what follows them is not looked at, and 32 bits are kept.
+// Converts the leading digits, ignores what follows them and keeps the low 32 bits.
 int32_t ToNumber(const std::string& text) {
     return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
 }
 
-// The trimmed values of all items, or none when one is missing.
+// Returns the trimmed values of all items, or nothing when one is missing.
 std::vector<std::string> ReadSwitchItems() {
     std::vector<NameValueStru> items;
     NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetCorbaConfigItems(items);
@@ -65,7 +65,7 @@ std::vector<std::string> ReadSwitchItems() {
     return values;
 }
 
-// The switch of each level, or none when the value is not to be used.
+// Returns the switch of each level, or nothing when the value is invalid.
 std::vector<std::string> SplitLevels(const std::string& value) {
     std::vector<std::string> parts;
     if (!NS_UTIL::SplitStringByTag(value, parts, ',', std::bitset<16>())) {
@@ -79,8 +79,8 @@ std::vector<std::string> SplitLevels(const std::string& value) {
     return parts;
 }
 
-// The global switch changes before the loggers do, and stays changed where a logger refuses.
-// Returns what there is to report of the level, empty when it stands as it should.
+// Changes the global switch before the loggers; it stays changed when a logger refuses. Returns the
+// report for the level, empty when nothing was to change.
 std::string ApplyLevel(LogMgr& manager, uint32_t level, int32_t value) {
     if (value == static_cast<int32_t>(manager.IsLogLevelEnabled(level))) {
         return std::string();

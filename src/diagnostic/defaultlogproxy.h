@@ -1,12 +1,12 @@
-// What stands in for the platform's log proxy when the bundle manager offers none.
+// Replaces the platform's log proxy when the bundle manager has none.
 #pragma once
 
 #include "bundlemgr/logproxy.h"
 
 namespace NS_BUNDLEMGR1 {
 
-// Prints the format text of each diagnostic on standard output, as it stands: the values that
-// belong to it are not filled in. Everything else does nothing.
+// Prints the format text of each diagnostic on standard output, without filling in the values. All
+// other operations do nothing.
 //
 // Thread safety: stateless.
 class DefaultLogProxy : public LogProxy {

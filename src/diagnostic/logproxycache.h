@@ -1,4 +1,4 @@
-// The service's way to the platform's log proxy.
+// Finds the platform's log proxy and remembers it.
 #pragma once
 
 #include <atomic>
@@ -11,14 +11,14 @@ namespace NS_LOG_SERVICE1 {
 extern const char* const kBundleName;
 extern const char* const kServiceName;
 
-// Asks the bundle manager for the service's proxy once and remembers it. Never freed: diagnostics
-// may be written until the process ends.
+// Asks the bundle manager for the service's proxy once. Never frees it: diagnostics may be written
+// until the process ends.
 //
-// Thread safety: any thread. Two first callers at once may both ask; both answers are good, and
-// the last one is kept.
+// Thread safety: any thread. Two threads may both ask at first. Both answers are valid, and the
+// last one is kept.
 class LogProxyCache {
   public:
-    // Never null: where the bundle manager has no proxy, a DefaultLogProxy stands in.
+    // Never returns null: returns a DefaultLogProxy when the bundle manager has no proxy.
     NS_BUNDLEMGR1::LogProxy* Get();
 
   private:
@@ -27,7 +27,7 @@ class LogProxyCache {
     std::atomic<NS_BUNDLEMGR1::LogProxy*> proxy_{nullptr};
 };
 
-// The proxy for everything but the switch monitor, which keeps a cache of its own.
+// The proxy of the whole service except the switch monitor, which has its own cache.
 NS_BUNDLEMGR1::LogProxy* GetLogProxy();
 
 }  // namespace NS_LOG_SERVICE1

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-// Deprecated for its growing form; over a fixed array it is what is needed here.
+// strstream is deprecated because of its growing form. This file uses it over a fixed array.
 #pragma push_macro("__DEPRECATED")
 #undef __DEPRECATED
 #include <strstream>
@@ -21,14 +21,14 @@ namespace NS_LOG_SERVICE1 {
 namespace {
 
 constexpr size_t kDumpSize = 4096000;
-// Where the notice of a cut stands: the last bytes of the buffer.
+// The notice of a cut takes the last bytes of the buffer.
 constexpr size_t kNoticeSize = 50;
 
-// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded. Guarded
-// by the dump's mutex, which an AsnDump holds as long as it lives: its operations need not ask.
+// Ends with a zero byte, unless a dump fills it to the last byte: searches must be bounded. Not
+// GUARDED_BY: only AsnDump uses it, and holds the mutex as long as it lives.
 char dumpText[kDumpSize];
 
-// The stream over the buffer, and the lock that gives out turns at both.
+// The stream over the buffer, and the mutex that guards both.
 struct DumpStream {
     Mutex mutex;
     std::strstream stream{dumpText, kDumpSize, std::ios::out};
@@ -40,8 +40,8 @@ DumpStream& Dump() {
     return *dump;
 }
 
-// Puts right whatever a message has done to the stream: its looks, the exceptions that it raises
-// (first, so that nothing here does), its buffer, and with that its error state.
+// Resets what a message may have changed in the stream: the format flags and the exception mask
+// (first, so that nothing here throws), the buffer, and with it the error state.
 void Restore(DumpStream& dump) {
     dump.stream.copyfmt(dump.pristine);
     static_cast<std::ios&>(dump.stream).rdbuf(dump.stream.rdbuf());
@@ -66,8 +66,8 @@ AsnDump::~AsnDump() {
     Rewind(Dump());
 }
 
-// Whatever goes wrong in the message's code, a text that is only half there, or not masked yet,
-// must not be what a later call repeats.
+// A later call may repeat the buffer's text. When the message throws, the text may be incomplete or
+// not masked yet, so it is removed.
 void AsnDump::Print(const NS_ASN1::AsnObject& message) {
     try {
         PrintWhole(message);
@@ -103,9 +103,9 @@ void AsnDump::Echo(const std::string& text) {
     ACE_OS::printf("%s%s", header, text.c_str());
 }
 
-// The text must end here even when the message has left the stream in error: what stands behind it
-// belongs to an older dump, and what an older message printed behind a zero byte, or before it
-// threw, was never masked.
+// Ends the text even when the message has left the stream in an error state. Behind it is the text
+// of an older dump, and what an older message printed behind a zero byte, or before it threw, was
+// never masked.
 void AsnDump::PrintWhole(const NS_ASN1::AsnObject& message) {
     DumpStream& dump = Dump();
     Rewind(dump);
@@ -114,8 +114,8 @@ void AsnDump::PrintWhole(const NS_ASN1::AsnObject& message) {
     dump.stream.put('\0');
 }
 
-// A full buffer, its zero byte included, counts as cut: whether the last byte was lost cannot be
-// told any more.
+// A buffer that is full, including the zero byte, counts as cut: it is unknown whether more was
+// lost.
 void AsnDump::MarkCut() {
     if (static_cast<size_t>(Dump().stream.pcount()) < kDumpSize) {
         return;

@@ -1,4 +1,4 @@
-// One ASN message on its way into the log, as text.
+// Prints an ASN message as text for the log.
 #pragma once
 
 #include <string>
@@ -10,15 +10,15 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// All dumps of the process go through one buffer, one at a time: an object of this class is the
-// turn of one dump, from its construction to its destruction. A dump that does not fit is cut at
-// the buffer's end, where a notice says so.
+// All dumps of the process use one buffer. An object of this class owns the buffer from its
+// construction to its destruction. A dump that does not fit is cut, and a notice at the buffer's
+// end says so.
 //
-// The buffer keeps its text until the next message is printed. Text can be called without a Print
-// before it and then gives the previous dump of the process.
+// The buffer keeps its text until the next message is printed. Without a call of Print, Text
+// returns the process's previous dump.
 //
-// Thread safety: the constructor waits until no other thread's object exists. A thread has one
-// object at a time.
+// Thread safety: the constructor waits until no other thread has an object. REQUIRES: a thread has
+// one object at a time.
 class AsnDump {
   public:
     AsnDump();
@@ -27,17 +27,17 @@ class AsnDump {
     AsnDump(const AsnDump&) = delete;
     AsnDump& operator=(const AsnDump&) = delete;
 
-    // Prints the message into the buffer. What the message throws passes out; the buffer is empty
+    // Prints the message into the buffer. Passes on what the message throws; the buffer is empty
     // then.
     void Print(const NS_ASN1::AsnObject& message);
 
-    // The same, and masks the values that a message of its type must not show.
+    // The same, and masks the values that must not be shown for a message of this type.
     void PrintMasked(const NS_ASN1::AsnObject& message);
 
-    // A copy of the buffer's text.
+    // Returns a copy of the buffer's text.
     std::string Text() const;
 
-    // Prints the text on standard output, with the calling thread in front.
+    // Prints the number of the calling thread and the text on standard output.
     static void Echo(const std::string& text);
 
   private:
@@ -47,9 +47,9 @@ class AsnDump {
     LockGuard<Mutex> turn_;
 };
 
-// Whether dumps are echoed on standard output: the configuration item "bEnableAsnTrace". A value
-// other than 0 is remembered for the life of the process. Where the item cannot be read, this is
-// reported and the log file size goes back to its default.
+// Returns whether dumps are echoed on standard output: the configuration item "bEnableAsnTrace". A
+// value other than 0 is remembered until the process ends. When the item cannot be read, reports
+// that and sets the log file size to its default.
 bool ReadAsnTraceFlag(LogSettings& settings);
 
 }  // namespace NS_LOG_SERVICE1

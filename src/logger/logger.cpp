@@ -131,8 +131,8 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     Log(file, function, line, level, *text);
 }
 
-// Alarms are governed by the switch for ASN messages and by level 3 together; with either off they
-// are not even kept back.
+// Both the switch for ASN messages and level 3 govern alarms. With either off they are not even
+// kept back.
 void Logger::LogAlarm(const std::string& file, const std::string& function, unsigned int line,
                       const Json::Value& alarms) {
     if (settings_.bEnableAsnLog == 0 || !levels_.Get()[LOG_LEVEL_3]) {
@@ -159,9 +159,9 @@ void Logger::PrintAsn(const std::string& file, const std::string& function, unsi
     }
 }
 
-// With level 3 off the message is not even printed, and the record that is kept back
-// repeats the previous dump of the process: the shared buffer's text is what there is to log. So
-// when it is written it may show what PrintAsn wrote, unmasked.
+// With level 3 off the message is not printed, and the record that is kept back repeats the
+// process's previous dump, which is still in the shared buffer. If PrintAsn made that dump, the
+// record shows its text unmasked; see docs/compatibility.md.
 void Logger::LogAsnTrace(const std::string& file, const std::string& function, unsigned int line,
                          NS_ASN1::AsnObject& message) {
     if (settings_.bEnableAsnLog == 0) {

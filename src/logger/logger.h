@@ -12,8 +12,8 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Builds a record of each call and hands it to the channel of its category: to be written or
-// queued when its level is on, else to be kept back.
+// Makes a record of each call and passes it to the channel of its category, which writes or queues
+// it when its level is on and keeps it back otherwise.
 //
 // Thread safety: any thread may call any operation.
 class Logger : public LoggerIF {
@@ -51,7 +51,7 @@ class Logger : public LoggerIF {
     const std::string& First() const { return first_; }
     const std::string& Second() const { return second_; }
     const std::string& Category() const { return category_; }
-    // The logger's own switches, which decide what it writes.
+    // The logger's own switches. They decide what is written.
     LevelSwitches Levels() const { return levels_; }
     // Null until the category has a channel.
     const TEDebugInfoBuf* Channel() const { return channel_.load(std::memory_order_acquire); }

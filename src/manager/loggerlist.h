@@ -1,4 +1,4 @@
-// Every logger that was ever handed out.
+// All loggers of the process.
 #pragma once
 
 #include <deque>
@@ -25,28 +25,27 @@ struct LoggerName {
     }
 };
 
-// Owns the loggers and keeps them in the order of their creation; finding one takes the same time
-// however many there are.
+// Owns the loggers, in the order of their creation. Finding one takes constant time.
 //
-// Thread safety: any thread may call any operation; one mutex is held throughout each of them, and
-// each logger's own lock inside it.
+// Thread safety: any thread may call any operation. Each holds the list's mutex throughout, and
+// takes each logger's own lock under it.
 class LoggerList {
   public:
     using Maker = std::function<std::unique_ptr<Logger>()>;
 
     ~LoggerList();
 
-    // The logger of that name; where there is none, the one that `make` makes, or null when it
-    // makes none.
+    // Returns the logger of that name. When there is none, adds and returns the one that `make`
+    // makes, or returns null when it makes none.
     Logger* FindOrAdd(const LoggerName& name, const Maker& make) EXCLUDES(mutex_);
 
-    // Switches `level` for every logger, in order. Reports each logger that refuses and goes on.
-    // Throws std::out_of_range, from the first logger, for a level without a switch.
+    // Switches `level` for every logger, in order. Reports each logger that refuses and continues.
+    // For a level without a switch, the first logger throws std::out_of_range.
     void EnableAll(uint32_t level) EXCLUDES(mutex_);
     void DisableAll(uint32_t level) EXCLUDES(mutex_);
 
-    // Calls `operation` with the logger of that name and returns its result; 0 where there is none.
-    // What the operation throws passes out.
+    // Calls `operation` with the logger of that name and returns its result, or returns 0 when
+    // there is none. Passes on what the operation throws.
     template <class Operation>
     int WithLogger(const LoggerName& name, Operation operation) EXCLUDES(mutex_) {
         const LockGuard<Mutex> guard(mutex_);
@@ -70,7 +69,7 @@ class LoggerList {
 
     Mutex mutex_;
     std::deque<std::unique_ptr<Logger>> loggers_ GUARDED_BY(mutex_);
-    // The names are the loggers' own.
+    // The keys refer to the loggers' own strings.
     std::unordered_map<LoggerName, Logger*, NameHash> index_ GUARDED_BY(mutex_);
 };
 

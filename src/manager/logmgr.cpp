@@ -101,9 +101,9 @@ bool LogMgr::IsLogLevelEnabled(const uint32_t& level) const {
     return IsLevelOn(levelSwitches, level);
 }
 
-// Mode 1 is acknowledged but not entered, and the mode itself is never written here: switching to
-// 0 takes the periodic task away and nothing else. Whoever wants queued output switched on and off
-// for real uses the maintenance interface.
+// Mode 1 is acknowledged but not entered, and `outputmode` is never written here: switching to 0
+// only ends the periodic task; see docs/compatibility.md. The maintenance interface switches queued
+// output on and off.
 unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
     if (mode == outputmode || mode == kQueuedOutput) {
         return LOG_RESULT_OK;
@@ -122,7 +122,7 @@ unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
         ReportException(exception);
         return LOG_RESULT_INTERFACE_NOT_EXIST;
     }
-    // A task that was started meanwhile stays known.
+    // Keep the handle of a task that was started meanwhile.
     outputTask.Update([task](int64_t now) { return now == task ? kNoOutputTask : now; });
     return LOG_RESULT_OK;
 }

@@ -12,7 +12,7 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Its settings are the fields that it inherits.
+// Its settings are the inherited fields.
 //
 // Thread safety: any thread may call any operation but CreateChannels and DestroyInstance. Lock
 // order: level switching, logger list, logger's level switches or channel map, then a channel's
@@ -54,9 +54,9 @@ class LogMgr : public LogSettings {
     int EnableAllLogLevel(const uint32_t& level);
     int DisableAllLogLevel(const uint32_t& level);
 
-    // Switches one level (0 to 3) everywhere: globally first, so that a logger that is created
-    // meanwhile has it either way, then for every logger. Of two threads that switch at once, one
-    // does both before the other.
+    // Switches one level (0 to 3) globally and then for every logger. Global first: a logger that
+    // is created meanwhile starts with the new value. Two threads that switch at once do so one
+    // after the other.
     void SwitchLevel(uint32_t level, bool on) EXCLUDES(switchingMutex_);
 
     // Switch one level, or all, of the logger of that name; return the logger's answer, 0 when

@@ -234,11 +234,11 @@ TEST(ControlConnection, HasItsPatienceAnewForTheAnswer) {
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends), 0);
     const NS_REFERENCE_HOST::FileDescriptor client(ends[0]);
     NS_REFERENCE_HOST::Connection connection(NS_REFERENCE_HOST::FileDescriptor(ends[1]), 1h);
-    const auto deadline = connection.GetDeadline();
+    const auto deadline = connection.Deadline();
     ASSERT_EQ(send(client.Get(), "hello\n", 6, MSG_NOSIGNAL), 6);
     EXPECT_TRUE(
         connection.Proceed([](const std::string&) { return std::string(kLongAnswer, 'x'); }));
-    EXPECT_GT(connection.GetDeadline(), deadline);
+    EXPECT_GT(connection.Deadline(), deadline);
 }
 
 TEST(ControlPeer, TheSameUserAndRootArePermitted) {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "record/keptrecords.h"
 #include "record/logrecord.h"
 #include "record/packedrecord.h"
-#include "record/keptrecords.h"
 #include "record/recordqueue.h"
 
 namespace NS_TEST {

@@ -21,7 +21,7 @@ EventDescriptor::~EventDescriptor() {
 }
 
 void EventDescriptor::Signal() noexcept {
-    // The write fails only when the counter is full, and then the event has happened already.
+    // The write fails only when the counter is full. The event has happened then.
     static_cast<void>(eventfd_write(descriptor_, 1));
 }
 

@@ -1,4 +1,4 @@
-// An event that happens once and that can be waited for together with other descriptors.
+// An event that happens once. It can be polled together with other descriptors.
 #pragma once
 
 namespace NS_REFERENCE_HOST {
@@ -13,10 +13,10 @@ class EventDescriptor {
     EventDescriptor(const EventDescriptor&) = delete;
     EventDescriptor& operator=(const EventDescriptor&) = delete;
 
-    // Makes the event happen; again does no harm.
+    // Makes the event happen. May be called again.
     void Signal() noexcept;
 
-    // Whether it has happened.
+    // Returns whether the event has happened.
     bool IsSignalled() const noexcept;
 
     // Polls as readable once the event has happened.

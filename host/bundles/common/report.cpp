@@ -1,4 +1,4 @@
-// How the bundles of the agent say what went wrong.
+// Reports the errors of the agent's bundles.
 #include "common/report.h"
 
 #include <cstdio>

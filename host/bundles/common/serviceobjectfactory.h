@@ -1,4 +1,4 @@
-// What every bundle's factory does: makes the service object and says how it is freed.
+// The common part of the bundles' factories.
 #pragma once
 
 #include <ace/Service_Object.h>

@@ -1,4 +1,4 @@
-// A piece of work that a bundle does on a thread of its own.
+// The work of a bundle, done on its own thread.
 #pragma once
 
 #include "common/eventdescriptor.h"
@@ -9,8 +9,8 @@ class Work {
   public:
     virtual ~Work() = default;
 
-    // Does the work on the calling thread and returns whether all of it succeeded. Returns early,
-    // and soon, once `stop` is signalled; that is no failure. Called once.
+    // Does the work on the calling thread and returns whether all of it succeeded. Returns soon
+    // after `stop` is signalled, which is no failure. REQUIRES: called once.
     virtual bool Run(const EventDescriptor& stop) = 0;
 };
 

@@ -1,4 +1,4 @@
-// The service object of a bundle that works: runs its work on a thread from `init` to the end.
+// The service object of a bundle with work. `init` starts a thread that does the work.
 #pragma once
 
 #include <memory>
@@ -12,17 +12,17 @@ namespace NS_REFERENCE_HOST {
 
 class WorkInterface;
 
-// Thread safety: as the base says, the manager's thread only.
+// Thread safety: that of the base: the manager's thread only.
 class WorkingServiceObject : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
-    // `name` serves as the bundle's and as the service's name; it must outlive the object.
+    // `name` is the name of the bundle and of the service. REQUIRES: it outlives the object.
     explicit WorkingServiceObject(const char* name);
     ~WorkingServiceObject() override;
 
-    // Prepares the work from the arguments and starts it. -1: it was refused, which is reported.
+    // Makes the work from the arguments and starts it. Reports a failure and returns -1.
     int init(int argc, ACE_TCHAR* argv[]) override;
 
-    // Ends the work early if it still runs, and waits for its end.
+    // Stops the work if it still runs, and waits for its end.
     int StopService() override;
 
     int fini() override;
@@ -30,7 +30,7 @@ class WorkingServiceObject : public NS_BUNDLEMGR1::ServiceObjectBase {
     NS_BUNDLEMGR1::ServiceInterface* CreateInterface() override;
 
   protected:
-    // The work that the arguments ask for; null, after a report, when there is none to do.
+    // Makes the work for the arguments. Reports an error and returns null when there is none.
     virtual std::unique_ptr<Work> PrepareWork(int argc, char* argv[]) = 0;
 
   private:

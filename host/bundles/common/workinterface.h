@@ -1,4 +1,4 @@
-// The interface object of a bundle that works: tells the agent when the work has ended.
+// The interface object of a bundle with work. It tells the agent when the work has ended.
 #pragma once
 
 #include <atomic>
@@ -19,7 +19,7 @@ class WorkInterface : public WorkingBundle {
     int DoneDescriptor() const override;
     bool HasSucceeded() const override;
 
-    // Told by the working thread at its end.
+    // The working thread calls this at its end.
     void Finish(bool success);
 
   private:

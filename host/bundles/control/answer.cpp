@@ -1,4 +1,4 @@
-// The form of the answers that go over the control socket.
+// The format of the answers on the control socket.
 #include "control/answer.h"
 
 #include <json/reader.h>
@@ -23,7 +23,7 @@ Json::Value Failure(const std::string& reason) {
 std::string WriteJson(const Json::Value& value) {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
-    // Escapes would have to be made from characters, and there are names that have none.
+    // No escapes: they need valid characters, and a name may hold any bytes.
     builder["emitUTF8"] = true;
     return Json::writeString(builder, value);
 }

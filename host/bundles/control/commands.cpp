@@ -1,4 +1,4 @@
-// What the control bundle does for its clients.
+// The commands of the control bundle.
 #include "control/commands.h"
 
 #include <exception>

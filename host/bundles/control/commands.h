@@ -1,12 +1,12 @@
-// What the control bundle does for its clients.
+// The commands of the control bundle.
 #pragma once
 
 #include <string>
 
 namespace NS_REFERENCE_HOST {
 
-// Carries out a request and makes the answer, both JSON in one line. The services are looked up by
-// name each time, since their bundles may come and go. Never throws but for lack of memory.
+// Executes a request and returns the answer. Both are JSON in one line. Looks up the services by
+// name each time, because bundles may be unloaded. Throws only std::bad_alloc.
 //
 // command   members                                data
 // status                                           version, mode, periodic, channels

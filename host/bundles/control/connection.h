@@ -9,35 +9,35 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Makes the answer to a request; both without their newlines. Does not throw.
+// Returns the answer to a request. Both are without their newlines. Does not throw.
 using Answerer = std::function<std::string(const std::string& request)>;
 
-// Reads one request, has it answered and sends the answer; never waits.
+// Reads one request, has it answered and sends the answer. Never blocks.
 //
 // Thread safety: one thread.
 class Connection {
   public:
     using Clock = std::chrono::steady_clock;
 
-    // A connected, non-blocking socket. Within `patience` the client has to send its request, and
-    // within the same time again to take the answer.
+    // `socket` is connected and non-blocking. The client must send its request within `patience`,
+    // and must read the answer within the same time again.
     Connection(FileDescriptor socket, Clock::duration patience);
 
     int Descriptor() const noexcept { return socket_.Get(); }
 
-    // What to poll for.
+    // The events to poll for.
     short Events() const noexcept;
 
-    // When to give the client up.
+    // The time at which to close the connection.
     Clock::time_point Deadline() const noexcept { return deadline_; }
 
     // Gives the client more time.
     void Extend(Clock::duration time) noexcept { deadline_ += time; }
 
-    // Goes on as far as the socket allows. False: the connection is at its end.
+    // Continues as far as possible without blocking. Returns false when the connection has ended.
     bool Proceed(const Answerer& answer);
 
-    // Answers with `text` whatever the client wanted.
+    // Answers with `text` whatever the request is.
     void Refuse(const std::string& text);
 
   private:

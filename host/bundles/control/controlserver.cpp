@@ -1,4 +1,4 @@
-// Serves the control socket on a thread of its own.
+// Serves the control socket on its own thread.
 #include "control/controlserver.h"
 
 #include <poll.h>
@@ -21,13 +21,13 @@ namespace {
 
 constexpr char kName[] = "qv_control";
 
-// How long to leave the clients in the queue when the process has no descriptor for them.
+// How long to accept no clients when the process has no free descriptor.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
-// How much sooner a client is given up while there is no place for another one.
+// The deadlines are shorter by this factor while no more clients can be accepted.
 constexpr int kHaste = 10;
 
-// The entries in front of the clients' in the list that is polled.
+// The entries before the clients' in the list for poll.
 enum : std::size_t { kStopEntry, kSocketEntry, kFirstClientEntry };
 
 }  // namespace
@@ -70,7 +70,7 @@ void ControlServer::Serve() {
     }
 }
 
-// By how much sooner than usual the clients are given up.
+// Returns by how much the deadlines are shortened now.
 ControlServer::Clock::duration ControlServer::Haste() const {
     const bool isFull = clients_.size() >= kMaximumClients;
     return isFull ? patience_ - patience_ / kHaste : Clock::duration::zero();
@@ -97,11 +97,11 @@ int ControlServer::Timeout() const {
     return static_cast<int>(std::max<decltype(left)>(left, 0));
 }
 
-// Fills `entries`. False: it is time to end.
+// Fills `entries` and waits. Returns false when the server is to end.
 bool ControlServer::WaitForEvents(std::vector<pollfd>& entries) const {
     entries.clear();
     entries.push_back({stop_.Descriptor(), POLLIN, 0});
-    // A negative descriptor keeps its place and is not looked at.
+    // poll ignores a negative descriptor.
     entries.push_back({IsAccepting() ? socket_.Descriptor() : -1, POLLIN, 0});
     for (const Connection& client : clients_) {
         entries.push_back({client.Descriptor(), client.Events(), 0});
@@ -123,7 +123,7 @@ void ControlServer::ServeClients(const std::vector<pollfd>& entries) {
     }
 }
 
-// False: the connection is at its end.
+// Returns false when the connection has ended.
 bool ControlServer::Proceed(Connection& client) {
     try {
         return client.Proceed(answer_);

@@ -1,4 +1,4 @@
-// Serves the control socket on a thread of its own.
+// Serves the control socket on its own thread.
 #pragma once
 
 #include <list>
@@ -14,22 +14,21 @@ struct pollfd;
 
 namespace NS_REFERENCE_HOST {
 
-// One thread waits for all clients, so that none of them can hold up another one by being slow. The
-// requests are carried out on that thread, one after the other, so they need no locks among each
-// other. While a long one is at work, the other clients wait for their turn; the time that it takes
-// is not counted against them.
+// One thread waits for all clients, so a slow client does not delay the others. That thread
+// executes the requests one after the other, so they need no locks. While it executes a long one,
+// the other clients wait, and their deadlines are extended by that time.
 //
-// Up to kMaximumClients are served at a time; more wait in the system's queue. Each client has a
-// deadline, which comes ten times as soon while all places are taken: those who hang must not keep
-// the others out.
+// Serves up to kMaximumClients at a time; more wait in the system's queue. Each client has a
+// deadline. With the maximum number of clients, the deadlines are ten times shorter, so that
+// clients that hang do not keep others out.
 //
 // Thread safety: the owner's thread only.
 class ControlServer {
   public:
     static constexpr std::size_t kMaximumClients = 32;
 
-    // Makes the socket at `path`; the serving starts with Start. Of the users only the one that
-    // the process runs as, and root, are served. Throws what ListeningSocket throws.
+    // Makes the socket at `path`. Start begins to serve it. Serves only the user of this process
+    // and root. Throws what ListeningSocket throws.
     ControlServer(const std::string& path, Answerer answer, Connection::Clock::duration patience);
     ~ControlServer();
 
@@ -38,7 +37,7 @@ class ControlServer {
 
     void Start();
 
-    // Ends the thread, after the request that it carries out, and drops the clients.
+    // Ends the thread after the request that it executes, and closes all connections.
     void Stop();
 
   private:

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kName[] = "qv_control";
 
-// Enough for a client on a busy machine; a client that hangs occupies its place for no longer.
+// Enough for a client on a busy machine. A client that hangs is disconnected after this time.
 constexpr std::chrono::seconds kPatience{5};
 
 }  // namespace

@@ -9,22 +9,22 @@ namespace NS_REFERENCE_HOST {
 
 class ControlServer;
 
-// Takes no arguments and offers no interface: whoever wants something of it comes through the
-// socket qv_agent.sock in the share directory.
+// Takes no arguments and has no interface: its clients use the socket qv_agent.sock in the share
+// directory.
 //
-// The manager ends all services before it takes the first of them away; so what a request has found
-// stays there until the request has been carried out.
+// The manager stops all services before it removes the first one. So the services that a request
+// uses exist until the request has ended.
 //
-// Thread safety: as the base says, the manager's thread only.
+// Thread safety: that of the base: the manager's thread only.
 class ControlServiceObject : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     ControlServiceObject();
     ~ControlServiceObject() override;
 
-    // Makes the socket and serves it. -1: that is not possible, which is reported.
+    // Makes the socket and serves it. Reports a failure and returns -1.
     int init(int argc, ACE_TCHAR* argv[]) override;
 
-    // Ends the serving and removes the socket.
+    // Stops serving and removes the socket.
     int StopService() override;
 
     int fini() override;

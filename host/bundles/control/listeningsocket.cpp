@@ -1,4 +1,4 @@
-// The socket at which the control bundle waits for its clients.
+// The control bundle's listening socket.
 #include "control/listeningsocket.h"
 
 #include <fcntl.h>
@@ -31,8 +31,8 @@ FileDescriptor MakeSocket() {
     return made;
 }
 
-// Of two agents that start in the same directory at once, one gets this and the other fails:
-// otherwise each could take the other's new socket for a dead one's.
+// When two agents start in the same directory at once, only one gets this lock and the other fails.
+// Otherwise each could mistake the other's new socket for that of a dead agent.
 FileDescriptor LockDirectory(const std::string& directory) {
     FileDescriptor lock(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!lock.IsOpen()) {
@@ -83,9 +83,9 @@ void ListeningSocket::RemoveLeftover() const {
     }
 }
 
-// The file gets the mode that its descriptor has at the bind, less the process's mask; so at no
-// time may others connect. Setting the mask would get in the way of the threads that make files.
-// The mask in force may have taken bits away from the owner, hence the second step.
+// bind gives the file the mode of the descriptor, less the process's creation mask, so other users
+// can never connect. Setting the mask would affect threads that create files. The mask may have
+// removed permissions of the owner, so the second step sets the mode.
 void ListeningSocket::Bind() {
     const SocketAddress address(path_);
     struct stat made {};

@@ -1,4 +1,4 @@
-// The socket at which the control bundle waits for its clients.
+// The control bundle's listening socket.
 #pragma once
 
 #include <sys/types.h>
@@ -9,17 +9,17 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Exists in the file system, with mode 0600, from its construction to its destruction.
+// The constructor creates it in the file system, with mode 0600, and the destructor removes it.
 //
 // Thread safety: one thread.
 class ListeningSocket {
   public:
-    // Makes the socket at `path`. The socket that a dead agent has left there is replaced. Throws
-    // std::runtime_error, with a text for the operator, when a living agent has its socket there,
-    // when the path belongs to something else, or when the system refuses.
+    // Makes the socket at `path` and replaces one that a dead agent has left there. Throws
+    // std::runtime_error, with a text for the operator, when a running agent has its socket there,
+    // when another kind of file is there, or when the system refuses.
     explicit ListeningSocket(const std::string& path);
 
-    // Removes the socket from the file system, unless another has taken its place.
+    // Removes the socket from the file system, unless another one has replaced it.
     ~ListeningSocket();
 
     ListeningSocket(const ListeningSocket&) = delete;

@@ -1,4 +1,4 @@
-// Who stands at the other end of a control connection.
+// The user at the other end of a control connection.
 #include "control/peer.h"
 
 #include <sys/socket.h>

@@ -1,16 +1,17 @@
-// Who stands at the other end of a control connection.
+// The user at the other end of a control connection.
 #pragma once
 
 #include <sys/types.h>
 
 namespace NS_REFERENCE_HOST {
 
-// Whether a process of user `peer` may control one of user `own`: the same user and root may.
+// Returns whether a process of user `peer` may control one of user `own`: the same user and root
+// may.
 constexpr bool IsPermittedPeer(uid_t peer, uid_t own) {
     return peer == own || peer == 0;
 }
 
-// The user who connected the socket, as the system has noted it. Throws std::system_error.
+// Returns the user who connected the socket, from the system. Throws std::system_error.
 uid_t GetPeer(int socket);
 
 }  // namespace NS_REFERENCE_HOST

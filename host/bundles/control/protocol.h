@@ -1,12 +1,12 @@
-// What the control bundle and its clients agree on.
+// The protocol between the control bundle and its clients.
 //
 // A client connects, sends one request and gets one answer; then the agent closes the connection.
 // Both are one JSON object in one line, ended by a newline. A request names a command and what it
 // needs: {"command":"level","level":2,"on":true}. An answer is {"ok":true,"data":{...}}, or
 // {"ok":false,"error":"why"}, with the "code" of resultcode.h where an operation gave one.
 //
-// Texts stand in the JSON with the bytes they have, so that a logger can be named back whatever its
-// name holds; they need not be valid UTF-8.
+// Texts in the JSON are bytes and need not be valid UTF-8, so that a client can send back any
+// logger's name.
 #pragma once
 
 #include <cstddef>

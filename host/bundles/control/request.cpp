@@ -1,4 +1,4 @@
-// A request to the control bundle: what it asks for, with its types checked.
+// A request to the control bundle. Checks the types of its members.
 #include "control/request.h"
 
 #include "control/answer.h"

@@ -1,4 +1,4 @@
-// A request to the control bundle: what it asks for, with its types checked.
+// A request to the control bundle. Checks the types of its members.
 #pragma once
 
 #include <json/value.h>
@@ -8,8 +8,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Why a request cannot be carried out: a text for the operator, and the operation's code for it
-// where there is one.
+// The reason why a request failed: a text for the operator, and the operation's code if there is
+// one.
 class RequestError : public std::runtime_error {
   public:
     explicit RequestError(const std::string& reason) : std::runtime_error(reason) {}
@@ -31,7 +31,7 @@ class Request {
 
     bool Has(const char* name) const { return values_.isMember(name); }
 
-    // The member of that name. They throw RequestError when it is missing or of another type.
+    // Return the member of that name. Throw RequestError when it is missing or of another type.
     bool GetBool(const char* name) const;
     unsigned int GetNumber(const char* name) const;
     std::string GetText(const char* name) const;

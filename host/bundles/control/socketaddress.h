@@ -10,8 +10,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// A path that does not fit a socket address is replaced by one through an open descriptor of its
-// directory, below /proc/self/fd; the address is good as long as the object lives.
+// Replaces a path that is too long for a socket address by one through an open descriptor of its
+// directory, below /proc/self/fd. The address is valid as long as the object lives.
 //
 // Thread safety: immutable.
 class SocketAddress {

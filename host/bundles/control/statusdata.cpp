@@ -1,4 +1,4 @@
-// What the maintenance interface tells, as JSON.
+// The status from the maintenance interface, as JSON.
 #include "control/statusdata.h"
 
 #include <system_error>

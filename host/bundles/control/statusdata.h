@@ -1,4 +1,4 @@
-// What the maintenance interface tells, as JSON.
+// The status from the maintenance interface, as JSON.
 #pragma once
 
 #include <json/value.h>
@@ -9,9 +9,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Arrays of objects whose members have the names of the structures' fields; a logger's levels are
-// an array of four truth values, and "lastErrorText" says what "lastError" means, "" for 0. Any
-// thread.
+// Arrays of objects with the names of the structures' fields. A logger's levels are an array of
+// four booleans. "lastErrorText" is the text for "lastError", "" for 0. Thread safety: any thread.
 Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ChannelStatus>& channels);
 Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::LoggerStatus>& loggers);
 Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ModuleStatus>& modules);

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t kChunkSize = std::size_t{256} * 1024;
 
-// The sign for a zero byte, in UTF-8.
+// The visible character for a zero byte, U+2400, in UTF-8.
 constexpr char kZeroByteSign[] = "\xE2\x90\x80";
 
 void ShowZeroBytes(std::string& line) {

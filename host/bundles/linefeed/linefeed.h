@@ -8,14 +8,14 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Every line becomes one record, in the order of arrival; what stands behind the last newline
-// counts as a line. In the record, file is "stdin" and line the line's number in the input.
+// Logs each line as one record, in the order of arrival. Text after the last newline is a line too.
+// In the record, the file is "stdin" and the line is the line's number in the input.
 //
-// A text ends, in the log file, at its first zero byte. So that nothing behind it is lost, a zero
-// byte is replaced by the visible sign for it, U+2400. All other bytes are passed on as they are;
-// the service turns what is no UTF-8 into a readable form.
+// In the log file a text ends at its first zero byte. So zero bytes are replaced by the character
+// U+2400, and nothing is lost. All other bytes are unchanged; the service replaces what is not
+// UTF-8.
 //
-// When it is stopped, what has been read by then is logged, an incomplete last line included.
+// When stopped, logs all that it has read, including an incomplete last line.
 //
 // Thread safety: one thread.
 class LineFeed : public Work {
@@ -27,7 +27,8 @@ class LineFeed : public Work {
     bool Run(const EventDescriptor& stop) override;
 
   private:
-    // Whether there is something to read, the end of the input included; false: `stop` came first.
+    // Waits until there is something to read, or the end of the input. Returns false when `stop`
+    // came first.
     bool WaitForInput(const EventDescriptor& stop) const;
 
     void LogLine(std::string& line);

@@ -1,4 +1,4 @@
-// Cuts a stream of bytes into lines.
+// Splits a stream of bytes into lines.
 #include "linefeed/linesplitter.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// Cuts a stream of bytes into lines.
+// Splits a stream of bytes into lines.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// A line is what stands between two newlines; everything else, carriage returns and zero bytes
-// included, is part of a line. There is no longest line but by memory.
+// Only newlines end a line: carriage returns and zero bytes are part of it. Only memory limits the
+// length of a line.
 //
 // Thread safety: one thread.
 class LineSplitter {
@@ -18,10 +18,10 @@ class LineSplitter {
 
     explicit LineSplitter(Sink sink);
 
-    // Takes the next `size` bytes of the stream and passes on the lines that they complete.
+    // Takes the next `size` bytes of the stream and passes on each line that they complete.
     void Add(const char* data, std::size_t size);
 
-    // Passes on what stands behind the last newline, if anything does.
+    // Passes on the text after the last newline, if there is any.
     void Finish();
 
   private:

@@ -25,7 +25,7 @@ using NS_UTIL::ThreadContextScope;
 
 const std::string kFile = "operation.cpp";
 
-// What a client asks for, in turn.
+// The objects that a client requests, in turn.
 constexpr std::array<const char*, 4> kInterfaces = {"getManagedElement", "getEquipmentLocation",
                                                     "getSubnetworkConnections",
                                                     "createTransferSchedule"};
@@ -121,7 +121,7 @@ void Operation::TraceMessage() const {
             break;
         }
         case 2: {
-            // Printed as it is: the customer's name is a made-up one.
+            // Not masked: the customer's name is invented.
             ConnectionResponse message(number_, "Example Carrier");
             loggers_.messages.PrintAsn(kFile, __func__, __LINE__, message);
             break;
@@ -155,7 +155,8 @@ void Operation::RaiseAlarms() const {
 }
 
 void Operation::Fail() const {
-    // The record of level 0 brings along what was kept back of this category: the rows above.
+    // The record of level 0 also writes the records of this category that were kept back: the rows
+    // above.
     loggers_.debug.LogFormat(kFile, __func__, __LINE__, LOG_LEVEL_0,
                              "operation %u failed: NE-%u does not answer (error %#x)", number_,
                              ElementOf(session_, number_), 0x1001U);

@@ -9,8 +9,8 @@ namespace NS_REFERENCE_HOST {
 void ReportSessionOpened(const Loggers& loggers, unsigned int session);
 void ReportSessionClosed(const Loggers& loggers, unsigned int session);
 
-// What the operation does follows from its number alone: every fourth asks for another kind of
-// object, every tenth fails.
+// The operation's number alone determines what it does: every fourth requests another kind of
+// object, and every tenth fails.
 //
 // Thread safety: one thread; it sets that thread's operation context while it runs.
 class Operation {

@@ -15,13 +15,13 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-// The fine-grained history stays out of the file until an error makes it worth reading.
+// Detailed records are kept back, and are written when an error occurs.
 void KeepFineDetailBack(NS_LOG_SERVICE1::LoggerIF& logger) {
     logger.DisableLevel(NS_LOG_SERVICE1::LOG_LEVEL_2);
     logger.DisableLevel(NS_LOG_SERVICE1::LOG_LEVEL_3);
 }
 
-// Waits for the sessions to end, however the block is left.
+// Waits for the sessions to end, also when an exception leaves the block.
 //
 // Thread safety: one thread.
 class Sessions {

@@ -19,10 +19,10 @@ class ScheduleService final : public NS_SCHEDULE_SERVICE1::ScheduleSvcInterface,
     int Reserved4() override { return 0; }
     int Reserved5() override { return 0; }
 
-    // Still answers after Stop, so that services which end later can put their tasks away.
+    // Also works after Stop, so that services that end later can delete their tasks.
     int DeleteTask(int64_t handle) override;
 
-    // -1 for an interval of 0, and after Stop.
+    // Returns -1 for an interval of 0, and after Stop.
     int64_t CreatePeriodicTask(uint32_t intervalSeconds,
                                NS_SCHEDULE_SERVICE1::ScheduledTask& task) override;
 

@@ -7,16 +7,16 @@ namespace NS_REFERENCE_HOST {
 
 class ScheduleService;
 
-// Takes no arguments. Listed in front of the bundles that use it, it is there before them and goes
-// after them; listed elsewhere it does no harm.
+// Takes no arguments. When the configuration lists it before the bundles that use it, it starts
+// before them and ends after them. Another order does no harm.
 //
-// Thread safety: as the base says, the manager's thread only.
+// Thread safety: that of the base: the manager's thread only.
 class ScheduleServiceObject : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     ScheduleServiceObject();
     ~ScheduleServiceObject() override;
 
-    // Starts the service and registers it. -1: there was an argument, which is reported.
+    // Starts the service and registers it. Reports an argument and returns -1.
     int init(int argc, ACE_TCHAR* argv[]) override;
 
     // After this no task runs any more.

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kName[] = "qv_schedule";
 
-// A task that fails must not take the others, or the process, with it.
+// A task that throws must not end the others or the process.
 void RunGuarded(NS_SCHEDULE_SERVICE1::ScheduledTask& task, int64_t handle) {
     std::string reason;
     try {
@@ -68,8 +68,8 @@ int64_t TaskScheduler::Create(std::chrono::milliseconds interval,
 bool TaskScheduler::Delete(int64_t handle) {
     MutexLock guard(lock_);
     const bool found = tasks_.erase(handle) == 1;
-    // Whoever comes second waits as well: it may be about to free the task. No task has the handle
-    // that stands for none, but users pass it.
+    // A second caller waits too: it may free the task next. kNone is no task's handle, but callers
+    // pass it.
     if (handle != kNone && running_ == handle && std::this_thread::get_id() != threadId_) {
         while (running_ == handle) {
             guard.Wait(idle_);

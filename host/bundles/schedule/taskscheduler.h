@@ -12,9 +12,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// A task is due after each of its intervals, counted from its creation on a clock that nobody
-// sets. Runs that were missed, because a task took long, are left out: the next one comes at the
-// next full interval.
+// A task is due after each of its intervals, counted from its creation on a monotonic clock. When a
+// task takes long, the runs that it misses are skipped: it is due again at the next full interval.
 //
 // Thread safety: any thread may call Create and Delete, a task's own callback included; Start and
 // Stop belong to the owner's thread, which must not be inside a callback.
@@ -41,9 +40,9 @@ class TaskScheduler {
     int64_t Create(std::chrono::milliseconds interval, NS_SCHEDULE_SERVICE1::ScheduledTask& task)
         EXCLUDES(lock_);
 
-    // Ends the task. Whether there was one; of several threads that delete the same one, the first
-    // is told so. Returns only when the task's callback does not run, whatever the answer; but on
-    // the scheduler's own thread, inside a callback, it waits for nothing.
+    // Ends the task. Returns whether there was one; when several threads delete the same task, only
+    // the first gets true. Waits until the task's callback has ended, whatever the result. Inside a
+    // callback, on the scheduler's own thread, it does not wait.
     bool Delete(int64_t handle) EXCLUDES(lock_);
 
   private:
