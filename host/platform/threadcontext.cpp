@@ -41,15 +41,16 @@ struct ThreadContextInfo::ThreadsOwn {
     // A count for one more copy of the current contents. One count always stays: another thread may
     // destroy the copy.
     static const Contents* HandOut() noexcept {
-        if (current == nullptr) {
+        State& own = state;
+        if (own.current == nullptr) {
             return nullptr;
         }
-        if (stock == 1) {
-            current->Take(kStock);
-            stock += kStock;
+        if (own.stock == 1) {
+            own.current->Take(kStock);
+            own.stock += kStock;
         }
-        --stock;
-        return current;
+        --own.stock;
+        return own.current;
     }
 
     // Takes back the count of a copy that goes.
@@ -57,30 +58,33 @@ struct ThreadContextInfo::ThreadsOwn {
         if (contents == nullptr) {
             return;
         }
-        if (contents == current) {
-            ++stock;
+        if (contents == state.current) {
+            ++state.stock;
         } else {
             contents->GiveBack(1);
         }
     }
 
-    static thread_local const Contents* current;
-    static thread_local int64_t stock;  // counts of `current` that are in nobody's hand
-    static thread_local bool threadEnds;
+    struct State {
+        const Contents* current;
+        int64_t stock;  // counts of `current` that are in nobody's hand
+        bool threadEnds;
+    };
+    // The agent is linked with this library, so the state is at a fixed place in each thread's
+    // memory.
+    static thread_local State state __attribute__((tls_model("initial-exec")));
 };
 
-thread_local const ThreadContextInfo::Contents* ThreadContextInfo::ThreadsOwn::current = nullptr;
-thread_local int64_t ThreadContextInfo::ThreadsOwn::stock = 0;
-thread_local bool ThreadContextInfo::ThreadsOwn::threadEnds = false;
+thread_local ThreadContextInfo::ThreadsOwn::State ThreadContextInfo::ThreadsOwn::state = {};
 
 void ThreadContextInfo::ThreadsOwn::Set(const Contents* contents) noexcept {
-    const Contents* const previous = std::exchange(current, nullptr);
-    const int64_t counts = std::exchange(stock, 0);
+    const Contents* const previous = std::exchange(state.current, nullptr);
+    const int64_t counts = std::exchange(state.stock, 0);
     if (previous != nullptr && counts != 0) {
         previous->GiveBack(counts);
     }
-    current = contents;
-    stock = contents == nullptr ? 0 : 1;
+    state.current = contents;
+    state.stock = contents == nullptr ? 0 : 1;
 }
 
 namespace {
@@ -153,10 +157,10 @@ void ThreadContextMgr::SetThreadContext(const ThreadContextInfo& context) noexce
     struct End {
         ~End() {
             ThreadContextInfo::ThreadsOwn::Set(nullptr);
-            ThreadContextInfo::ThreadsOwn::threadEnds = true;
+            ThreadContextInfo::ThreadsOwn::state.threadEnds = true;
         }
     };
-    if (ThreadContextInfo::ThreadsOwn::threadEnds) {
+    if (ThreadContextInfo::ThreadsOwn::state.threadEnds) {
         return;
     }
     thread_local const End end;

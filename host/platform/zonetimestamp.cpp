@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include "bundlemgr/logsupport.h"
@@ -128,7 +129,9 @@ void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
         Render(second, zone, cached);
     }
     WriteDigits(micros, kMicroDigits, cached.text + cached.microsAt);
-    stamp.assign(cached.text, cached.length);
+    // A string that has its size already is only written over.
+    stamp.resize(cached.length);
+    std::memcpy(stamp.data(), cached.text, cached.length);
 }
 
 }  // namespace NS_BUNDLEMGR1

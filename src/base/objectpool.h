@@ -33,14 +33,18 @@ class ObjectPool {
     ObjectPool(const ObjectPool&) = delete;
     ObjectPool& operator=(const ObjectPool&) = delete;
 
-    std::unique_ptr<T> Take() {
-        std::unique_ptr<T> spare(SlotOfThread().exchange(nullptr, std::memory_order_acquire));
+    // Where the calling thread's spare object is kept.
+    using Place = std::atomic<T*>;
+    Place& PlaceOfThread() { return slots_[ThreadNumber() % slots_.size()].object; }
+
+    static std::unique_ptr<T> Take(Place& place) {
+        std::unique_ptr<T> spare(place.exchange(nullptr, std::memory_order_acquire));
         return spare != nullptr ? std::move(spare) : std::make_unique<T>();
     }
 
-    void GiveBack(std::unique_ptr<T> object) {
+    static void GiveBack(Place& place, std::unique_ptr<T> object) {
         const std::unique_ptr<T> surplus(
-            SlotOfThread().exchange(object.release(), std::memory_order_acq_rel));
+            place.exchange(object.release(), std::memory_order_acq_rel));
     }
 
     // Frees the spare objects.
@@ -53,10 +57,8 @@ class ObjectPool {
   private:
     // Each in a cache line of its own: threads do not slow each other down.
     struct alignas(64) Slot {
-        std::atomic<T*> object{nullptr};  // owned
+        Place object{nullptr};  // owned
     };
-
-    std::atomic<T*>& SlotOfThread() { return slots_[ThreadNumber() % slots_.size()].object; }
 
     std::array<Slot, 64> slots_;
 };
@@ -65,8 +67,9 @@ class ObjectPool {
 template <class T>
 class Borrowed {
   public:
-    explicit Borrowed(ObjectPool<T>& pool) : pool_(pool), object_(pool.Take()) {}
-    ~Borrowed() { pool_.GiveBack(std::move(object_)); }
+    explicit Borrowed(ObjectPool<T>& pool)
+        : place_(pool.PlaceOfThread()), object_(ObjectPool<T>::Take(place_)) {}
+    ~Borrowed() { ObjectPool<T>::GiveBack(place_, std::move(object_)); }
 
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
@@ -75,7 +78,7 @@ class Borrowed {
     T* operator->() const { return object_.get(); }
 
   private:
-    ObjectPool<T>& pool_;
+    typename ObjectPool<T>::Place& place_;
     std::unique_ptr<T> object_;
 };
 

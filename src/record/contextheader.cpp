@@ -1,7 +1,9 @@
 #include "record/contextheader.h"
 
 #include <charconv>
+#include <cstring>
 #include <limits>
+#include <string_view>
 
 #include "util/threadcontext.h"
 
@@ -12,23 +14,45 @@ NS_UTIL::ThreadContextInfo ThreadContext() {
     return NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext();
 }
 
+// Writes pieces one after the other into memory that is large enough.
+class PieceWriter {
+  public:
+    explicit PieceWriter(char* at) : at_(at) {}
+    PieceWriter& operator<<(std::string_view piece) {
+        std::memcpy(at_, piece.data(), piece.size());
+        at_ += piece.size();
+        return *this;
+    }
+
+  private:
+    char* at_;
+};
+
+constexpr std::string_view kThreadLabel = ",TopT:";
+constexpr std::string_view kInterfaceLabel = ",If:";
+constexpr std::string_view kUserLabel = ",UserMsg:";
+
 }  // namespace
 
 // Fetches the context anew for each item: an upper layer may complete it while the operation runs.
 void BuildContextHeader(std::string& header) {
-    char number[std::numeric_limits<int>::digits10 + 2];
-    const auto numberEnd =
-        std::to_chars(number, number + sizeof number, ThreadContext().GetThreadId()).ptr;
+    char digits[std::numeric_limits<int>::digits10 + 2];
+    const char* const digitsEnd =
+        std::to_chars(digits, digits + sizeof digits, ThreadContext().GetThreadId()).ptr;
+    const std::string_view threadId(digits, static_cast<size_t>(digitsEnd - digits));
     const NS_UTIL::ThreadContextInfo interfaceContext = ThreadContext();
-    const std::string& interfaceName = interfaceContext.GetInterfaceName();
+    const std::string_view interfaceName = interfaceContext.GetInterfaceName();
     const NS_UTIL::ThreadContextInfo userContext = ThreadContext();
-    const std::string& userInfo = userContext.GetUserInfo();
+    const std::string_view userInfo = userContext.GetUserInfo();
     const NS_UTIL::ThreadContextInfo operationContext = ThreadContext();
+    const std::string_view uuid = operationContext.GetOperUUID();
 
-    header.assign(operationContext.GetOperUUID());
-    header.append(",TopT:").append(number, numberEnd);
-    header.append(",If:").append(interfaceName);
-    header.append(",UserMsg:").append(userInfo);
+    // A string that has its size already is not touched by this: a thread's next record is often
+    // of the same operation.
+    header.resize(uuid.size() + kThreadLabel.size() + threadId.size() + kInterfaceLabel.size() +
+                  interfaceName.size() + kUserLabel.size() + userInfo.size());
+    PieceWriter(header.data()) << uuid << kThreadLabel << threadId << kInterfaceLabel
+                               << interfaceName << kUserLabel << userInfo;
 }
 
 std::string BuildContextHeader() {
