@@ -14,7 +14,6 @@ qv_packages=(
     libcli11-dev
     libgtest-dev
     libgmock-dev
-    libbenchmark-dev
 )
 
 # What only the checks need.
@@ -24,6 +23,16 @@ qv_test_packages=(
     clang-tidy
     libclang-rt-14-dev
     git
+    strace
+    valgrind
+)
+
+# The loggers that bench.sh measures the service beside.
+qv_bench_packages=(
+    libspdlog-dev
+    libgoogle-glog-dev
+    liblog4cplus-dev
+    libboost-log-dev
 )
 
 # The presets name no generator of their own; a build directory keeps the one it was made with.
