@@ -12,7 +12,8 @@ constexpr double kLeft = 330;
 constexpr double kRight = 930;
 constexpr double kWidth = 960;
 constexpr double kTop = 92;
-constexpr double kRowHeight = 30;
+constexpr double kRowHeight = 34;
+constexpr double kEntrantGap = 3;
 
 // The colours keep their contrast on white and on near black.
 struct Series {
@@ -100,11 +101,21 @@ class Axis {
     double high_;
 };
 
+const Series* FindSeries(const std::string& label) {
+    for (const Series& series : kSeries) {
+        if (label == series.label) {
+            return &series;
+        }
+    }
+    return nullptr;
+}
+
 bool IsPlotted(const CaseResult& result) {
     const auto has = [&](Role role) {
         return std::any_of(result.entrants.begin(), result.entrants.end(),
                            [&](const EntrantResult& entrant) {
-                               return entrant.Who().role == role && result.RatioToFloor(entrant);
+                               return entrant.Who().role == role && result.RatioToFloor(entrant) &&
+                                      FindSeries(entrant.Who().label) != nullptr;
                            });
     };
     return has(Role::kService) && has(Role::kPeer);
@@ -118,15 +129,6 @@ std::string Legend() {
         x += 30 + 6.2 * static_cast<double>(std::string(series.label).size());
     }
     return legend;
-}
-
-const Series* FindSeries(const std::string& label) {
-    for (const Series& series : kSeries) {
-        if (label == series.label) {
-            return &series;
-        }
-    }
-    return nullptr;
 }
 
 // Spread from the least to the most of the rounds, and the median.
@@ -185,8 +187,11 @@ std::string SvgPlot(const Heading& heading, const std::vector<CaseResult>& resul
     double y = kTop + kRowHeight / 2;
     for (const CaseResult* result : plotted) {
         svg += Text(kLeft - 14, y + 4, result->what.name, "text-anchor=\"end\"");
+        // A little apart, so that none hides another.
+        double offset = -kEntrantGap * static_cast<double>(result->entrants.size() - 1) / 2;
         for (const EntrantResult& entrant : result->entrants) {
-            svg += Point(*result, entrant, axis, y);
+            svg += Point(*result, entrant, axis, y + offset);
+            offset += kEntrantGap;
         }
         y += kRowHeight;
     }
