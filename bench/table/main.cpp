@@ -25,6 +25,8 @@ struct Options {
 };
 
 void Describe(CLI::App& app, Options& options) {
+    // bench.sh gives directories of its own in front of the caller's options.
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_flag("--quick", options.quick, "three short rounds, and the cases that matter most");
     app.add_option("--case", options.cases, "only the cases whose names match this expression")
         ->type_name("REGEX");
