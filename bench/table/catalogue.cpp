@@ -81,7 +81,7 @@ void AddKept(std::vector<Case>& cases, int threads) {
 void AddFiles(std::vector<Case>& cases) {
     cases.push_back({"dump",
                      "dump of a full cache of 128, per dump",
-                     "ns",
+                     "p50",
                      false,
                      {"subject=dump"},
                      {Floor("floor: slots, one write", "slots"), Service("LogFormat"), kSpdlog}});
