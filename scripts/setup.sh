@@ -18,13 +18,22 @@ qv_test_packages=(
     ccache
     libgtest-dev
     libgmock-dev
-    libbenchmark-dev
     groff-base
     clang
     clang-format
     clang-tidy
     libclang-rt-14-dev
     git
+    strace
+    valgrind
+)
+
+# The loggers that bench.sh measures the service beside.
+qv_bench_packages=(
+    libspdlog-dev
+    libgoogle-glog-dev
+    liblog4cplus-dev
+    libboost-log-dev
 )
 
 # The presets name no generator of their own; a build directory keeps the one it was made with.

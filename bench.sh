@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Measures the service beside other loggers. ./bench.sh --help says more.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+build=$root/build/bench
+
+print_help() {
+    cat <<EOF
+Usage: ./bench.sh [OPTION...]
+       ./bench.sh --instructions [--check] [--update]
+
+Installs what is missing (Debian packages, as root or through sudo), builds the service and the
+other loggers' programs optimised, measures, and prints one table. It stands in $build
+too, as results.txt and results.json. A full run takes about a quarter of an hour.
+
+    --quick            under two minutes: short rounds, and the cases that matter most
+    --case REGEX       only the cases whose names match, '^direct-2$' for example
+    --list             list the cases and measure nothing
+    --json             print JSON instead of the table
+    --plot             write a picture beside the table as well: results.svg
+    --rounds N         how often each entrant is measured (5)
+    --duration MS      length of each phase in milliseconds (300)
+    --disk DIR         where to write to the disk ($build)
+    --memory DIR       where to write into memory (/dev/shm)
+
+    --instructions     instructions per call outside the kernel, counted by valgrind, beside the
+                       figures kept in bench/instructions.json
+    --check            with it: exit code 1 when a path takes more than 3 % more
+    --update           with it: keep the new figures
+EOF
+}
+
+for argument in "$@"; do
+    case $argument in
+        --help | -h) print_help && exit 0 ;;
+        --instructions) exec "$root/bench/instructions.sh" "$@" ;;
+    esac
+done
+
+source "$root/scripts/setup.sh"
+qv_install_packages "${qv_packages[@]}" "${qv_bench_packages[@]}"
+
+mkdir -p "$build"
+if ! { qv_configure "$root" bench && qv_build "$root" bench; } >"$build/build.log" 2>&1; then
+    cat "$build/build.log" >&2
+    echo "bench.sh: the build failed, see above" >&2
+    exit 1
+fi
+
+exec "$build/bin/qv_bench" --disk "$build" --results "$build" "$@"
