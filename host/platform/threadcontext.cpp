@@ -70,9 +70,7 @@ struct ThreadContextInfo::ThreadsOwn {
         int64_t stock;  // counts of `current` that are in nobody's hand
         bool threadEnds;
     };
-    // The agent is linked with this library, so the state is at a fixed place in each thread's
-    // memory.
-    static thread_local State state __attribute__((tls_model("initial-exec")));
+    static thread_local State state;
 };
 
 thread_local ThreadContextInfo::ThreadsOwn::State ThreadContextInfo::ThreadsOwn::state = {};

@@ -336,7 +336,9 @@ bool CommonFormatter::Unsigned(const Conversion& conversion, Arguments& argument
 bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sign,
                               uint64_t magnitude, int base, bool upperCase) {
     char digits[20];
-    char* const digitsEnd = std::to_chars(digits, digits + sizeof digits, magnitude, base).ptr;
+    char* const limit = digits + sizeof digits;
+    char* const digitsEnd = base == 10 ? std::to_chars(digits, limit, magnitude).ptr
+                                       : std::to_chars(digits, limit, magnitude, base).ptr;
     if (upperCase) {
         for (char* digit = digits; digit != digitsEnd; ++digit) {
             *digit = static_cast<char>(*digit >= 'a' ? *digit - 'a' + 'A' : *digit);

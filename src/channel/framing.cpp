@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/copytext.h"
 #include "qv_base_log/loglevel.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -31,8 +32,7 @@ class FrameWriter {
 
     // REQUIRES: `text` contains no zero byte.
     FrameWriter& Fixed(std::string_view text) {
-        std::memcpy(at_, text.data(), text.size());
-        at_ += text.size();
+        at_ = CopyText(at_, text.data(), text.size());
         return *this;
     }
 

@@ -1,10 +1,9 @@
 #include "record/contextheader.h"
 
 #include <charconv>
-#include <cstring>
-#include <limits>
 #include <string_view>
 
+#include "base/copytext.h"
 #include "util/threadcontext.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -19,8 +18,7 @@ class PieceWriter {
   public:
     explicit PieceWriter(char* at) : at_(at) {}
     PieceWriter& operator<<(std::string_view piece) {
-        std::memcpy(at_, piece.data(), piece.size());
-        at_ += piece.size();
+        at_ = CopyText(at_, piece.data(), piece.size());
         return *this;
     }
 
@@ -36,7 +34,7 @@ constexpr std::string_view kUserLabel = ",UserMsg:";
 
 // Fetches the context anew for each item: an upper layer may complete it while the operation runs.
 void BuildContextHeader(std::string& header) {
-    char digits[std::numeric_limits<int>::digits10 + 2];
+    char digits[40];
     const char* const digitsEnd =
         std::to_chars(digits, digits + sizeof digits, ThreadContext().GetThreadId()).ptr;
     const std::string_view threadId(digits, static_cast<size_t>(digitsEnd - digits));

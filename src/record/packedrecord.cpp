@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+#include "base/copytext.h"
+
 namespace NS_LOG_SERVICE1 {
 namespace {
 
@@ -26,13 +28,6 @@ constexpr size_t kUsualSize = 512;
 
 constexpr size_t kAlignment = alignof(PackedHeader);
 static_assert(kAlignment <= alignof(std::max_align_t), "blocks from new must suffice");
-
-std::byte* Put(std::byte* at, std::string_view text) {
-    if (!text.empty()) {
-        std::memcpy(at, text.data(), text.size());
-    }
-    return at + text.size();
-}
 
 std::string_view Take(const char*& at, size_t length) {
     const std::string_view text(at, length);
@@ -63,11 +58,11 @@ void Pack(const LogRecord& record, std::byte* bytes) {
                              record.detail.size(),
                              record.context.size(),
                              record.line};
-    std::byte* at = bytes + sizeof(PackedHeader);
-    at = Put(at, record.file);
-    at = Put(at, record.function);
-    at = Put(at, record.detail);
-    Put(at, record.context);
+    char* at = reinterpret_cast<char*>(bytes + sizeof(PackedHeader));
+    for (const std::string_view text :
+         {record.file, record.function, record.detail, record.context}) {
+        at = CopyText(at, text.data(), text.size());
+    }
 }
 
 LogRecord Unpack(const std::byte* bytes) {

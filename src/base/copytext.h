@@ -1,0 +1,40 @@
+// Copying the short texts that records consist of.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace NS_LOG_SERVICE1 {
+
+// Copies `size` bytes and returns the end of the copy. Texts of up to 32 bytes are copied in two
+// overlapping pieces, which takes half the instructions of a call of memcpy; a record has a dozen
+// of them. Any thread.
+inline char* CopyText(char* to, const char* from, size_t size) {
+    const auto twoPieces = [=](auto piece) {
+        auto last = piece;
+        std::memcpy(&piece, from, sizeof piece);
+        std::memcpy(&last, from + size - sizeof last, sizeof last);
+        std::memcpy(to, &piece, sizeof piece);
+        std::memcpy(to + size - sizeof last, &last, sizeof last);
+    };
+    struct Sixteen {
+        uint64_t halves[2];
+    };
+    if (size > 32) {
+        std::memcpy(to, from, size);
+    } else if (size >= 16) {
+        twoPieces(Sixteen());
+    } else if (size >= 8) {
+        twoPieces(uint64_t{0});
+    } else if (size >= 4) {
+        twoPieces(uint32_t{0});
+    } else if (size >= 2) {
+        twoPieces(uint16_t{0});
+    } else if (size == 1) {
+        *to = *from;
+    }
+    return to + size;
+}
+
+}  // namespace NS_LOG_SERVICE1
