@@ -14,8 +14,7 @@ namespace NS_LOG_SERVICE1 {
 // which are created on their first use.
 class LogSvcIFImpl : public LogSvcInterface {
   public:
-    // The trailing "!" distinguishes the object's own name from the name under which it is
-    // registered.
+    // Differs from the name under which the object is registered; see docs/compatibility.md.
     std::string GetIFName() const override { return "LogSvcInterface!"; }
     bool IsValid() const override { return true; }
 

@@ -42,7 +42,7 @@ constexpr Diagnostic kNoLogSwitchItem =
     Failure("[LogSwitchMonitorMgr::Check] call GetValByKey, get logswitch Info error.\n");
 constexpr Diagnostic kNoAsnLogItem =
     Failure("[LogSwitchMonitorMgr::Check] call GetValByKey, get bEnableAsnLog Info error.\n");
-// Names a variable, not the item: part of the text.
+// Names a variable and not the item; see docs/compatibility.md.
 constexpr Diagnostic kNoOutputParaItem =
     Failure("[LogSwitchMonitorMgr::Check] call GetValByKey, get strEnableOutputPara Info error.\n");
 constexpr Diagnostic kLogSwitchNotSplit =

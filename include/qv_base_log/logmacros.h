@@ -3,10 +3,12 @@
 //     QV_LOG(logger, NS_LOG_SERVICE1::LOG_LEVEL_1, "link is up");
 //     QV_LOG_FORMAT(logger, NS_LOG_SERVICE1::LOG_LEVEL_2, "%d alarms of %s", count, name.c_str());
 //
-// `logger` is a LoggerIF*; where it is null, nothing is logged. The other arguments are evaluated
-// only when it is not. The strings that name the file and the function are built once for each call
-// site, when it is first reached, and not at each call. May be used by any thread, and while the
-// process exits.
+// `logger` is a LoggerIF*. When it is null, nothing is logged and the other arguments are not
+// evaluated. The strings for the file and the function are built when a call site is first reached,
+// and not again. They are never freed. Each macro is one statement. Throws what the operation of
+// the logger throws.
+//
+// Thread safety: any thread, also while the process exits.
 #pragma once
 
 #include <cstring>
@@ -17,7 +19,7 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Where in the source a record comes from. The file goes without its directories.
+// The place of a call in the source. The file is named without its directories.
 struct LogCallSite {
     LogCallSite(const char* path, const char* functionName)
         : file(FileName(path)), function(functionName) {}
@@ -33,7 +35,7 @@ struct LogCallSite {
 
 }  // namespace NS_LOG_SERVICE1
 
-// Never destroyed: a thread may still log while the static objects of the process go.
+// The call site is never destroyed: a thread may log while the process destroys its static objects.
 #define QV_LOG_CALL_(logger, operation, ...)                                                   \
     do {                                                                                       \
         ::NS_LOG_SERVICE1::LoggerIF* const qvLogTarget = (logger);                             \
@@ -56,5 +58,5 @@ struct LogCallSite {
 // An ASN message with its secrets masked. See LoggerIF::LogAsnTrace.
 #define QV_LOG_ASN_TRACE(logger, message) QV_LOG_CALL_(logger, LogAsnTrace, message)
 
-// An ASN message as it is: nothing is masked. See LoggerIF::PrintAsn.
+// An ASN message as it is; nothing is masked. See LoggerIF::PrintAsn.
 #define QV_LOG_ASN(logger, message) QV_LOG_CALL_(logger, PrintAsn, message)

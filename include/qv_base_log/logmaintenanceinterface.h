@@ -1,4 +1,4 @@
-// Looking after the logging service while it runs.
+// Administering the logging service while it runs.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace NS_LOG_SERVICE1 {
 // The name under which the maintenance interface is registered with the bundle manager.
 static const char* const LOG_MAINTENANCE_INTERFACE_NAME = "LogMaintenanceInterface";
 
-// What GetVersion returns for the operations in this header. Operations are only ever added behind
-// the last one, with the next version; those that are there keep their slots.
+// The version of the operations in this header. A later version adds operations behind the last
+// one; the others keep their slots.
 static const unsigned int LOG_MAINTENANCE_VERSION = 1;
 
 // One logger and its four switches.
@@ -24,64 +24,70 @@ struct LoggerStatus {
     bool levels[4];
 };
 
-// What one category's channel has done since it was created. The numbers are read while logging
-// goes on, so they need not fit together to the last record.
+// What one category's channel has done since it was created. The numbers are read while others log,
+// so they may differ by a few records. Records of a file that was emptied because it was full
+// within the second in which it was made count as written.
 struct ChannelStatus {
     std::string category;
     std::string currentFile;     // empty while no file is open
-    uint64_t recordsWritten;     // each in a frame of its own
+    uint64_t recordsWritten;     // each in a frame of its own, or as the trigger of a dump
     uint64_t recordsDumped;      // kept back first, then written inside a dump
     uint64_t recordsDropped;     // lost: no file could be opened, or a write failed
-    uint64_t recordsEvicted;     // kept back, and lost because newer ones took their room
-    uint64_t recordsQueued;      // waiting now
-    uint64_t recordsQueuedMost;  // waiting at most
+    uint64_t recordsEvicted;     // kept back, and lost for newer ones
+    uint64_t recordsQueued;      // in the queue now
+    uint64_t recordsQueuedMost;  // in the queue at most
     uint64_t recordsCached;      // kept back now, because their level is off
-    uint64_t bytesWritten;
-    uint64_t rotations;
-    int lastError;          // errno of the last failure with a file, 0: none
-    int64_t lastErrorTime;  // its time, seconds since 1970
+    uint64_t bytesWritten;       // everything that reached the files
+    uint64_t rotations;          // files that were begun in the place of another one
+    int lastError;               // errno of the last failure with a file, 0: none
+    int64_t lastErrorTime;       // its time, seconds since 1970
 };
 
 // One module switch that was set.
 struct ModuleStatus {
-    unsigned int module;  // as SetModuleSwitch was told
+    unsigned int module;  // the number that was given to SetModuleSwitch
     bool on;
 };
 
-// Found under LOG_MAINTENANCE_INTERFACE_NAME from the service object's `init` until its `fini`.
+// Registered under LOG_MAINTENANCE_INTERFACE_NAME from the service object's `init` until its
+// `fini`. The service owns the object.
 //
-// Thread safety: any thread may call any operation at any time in between. No operation holds up
-// logging for longer than it takes to write out what it is asked to write.
+// Thread safety: any thread may call any operation. An operation delays logging only while it
+// writes what it was asked to write.
 //
-// Errors: as with the loggers, what cannot be written is lost and counted. std::bad_alloc may cross
-// the interface.
+// Errors: records that cannot be written are lost and counted (ChannelStatus::recordsDropped).
+// Operations may throw std::bad_alloc.
 //
 // Virtual slots: 0 to 3 ServiceInterface, then as declared (4 to 14).
 class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
   public:
-    // The version of the operations that this object offers; at least LOG_MAINTENANCE_VERSION.
+    // Returns the version of the operations that this object offers. Look at it before calling an
+    // operation that a later version has added.
     virtual unsigned int GetVersion() const = 0;
 
-    // Writes out what is queued in every category.
+    // Writes out the queue of every category.
     virtual void FlushAll() = 0;
 
-    // Writes out what is queued in the category, and then what is kept back, as a dump.
-    // An empty name means all categories. Returns false for a category that does not exist.
+    // Writes out the queue of the category, and then what is kept back, as a dump. An empty name
+    // means all categories. Returns false for a category that does not exist.
     virtual bool OutputAll(const std::string& category) = 0;
 
-    // Switches queued output on: records are queued from now on; and, where the schedule service
-    // offers periodic tasks, the queues are written out every "logtimeinterval" seconds. Off:
-    // records are written at once from now on, and what is queued is written out. A record that is
-    // logged at the very moment of switching off may stand in the file before an older one, or wait
-    // in its queue for the next FlushAll or the service's end.
-    // Switching on what is on, or off what is off, changes nothing. Returns one of the codes in
-    // resultcode.h; when the periodic task cannot be deleted, output stays queued.
+    // On: records are queued from now on. When the schedule service offers periodic tasks, the
+    // queues are written out every "logtimeinterval" seconds, or every second when that is 0.
+    //
+    // Off: the queues are written out, and records are written at once from now on. A record that
+    // is logged while output is switched off may overtake an older one in the file, or wait in the
+    // queue for the next FlushAll or the service's end.
+    //
+    // Switching on what is on starts the periodic task if there is none. Switching off what is off
+    // changes nothing. Returns one of the codes in resultcode.h. When the periodic task cannot be
+    // deleted, output stays queued.
     virtual unsigned int SetQueuedOutput(bool on) = 0;
 
-    // The output mode now: 0 direct, otherwise queued.
+    // Returns the output mode: 0 for direct output, another value for queued output.
     virtual unsigned int GetOutputMode() = 0;
 
-    // Whether the queues are written out periodically.
+    // Returns whether the queues are written out periodically.
     virtual bool HasPeriodicOutput() = 0;
 
     // Replaces `loggers` by all loggers, in the order of their creation.
@@ -98,8 +104,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Replaces `channels` by the status of all channels, in the order of their names.
     virtual void GetChannels(std::vector<ChannelStatus>& channels) = 0;
 
-    // Replaces `modules` by the module switches that were set. They are in the order of the numbers
-    // as signed ones: 2147483648 comes first, 4294967295 right before 0.
+    // Replaces `modules` by the module switches that were set, in the order of their numbers as
+    // signed numbers: 2147483648 comes first, 4294967295 right before 0.
     virtual void GetModules(std::vector<ModuleStatus>& modules) = 0;
 };
 

@@ -9,8 +9,8 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The logging service of this process, or null while its bundle is not loaded. The pointer is
-// good until the service is finished. Any thread.
+// Returns the logging service of this process, or null while its bundle is not loaded. The pointer
+// is valid until the service is finished. May throw std::bad_alloc. Thread safety: any thread.
 inline LogSvcInterface* FindLogService() {
     const std::vector<NS_BUNDLEMGR1::ServiceInterface*> found =
         NS_BUNDLEMGR1::CheckIFBuf(LOG_SVC_INTERFACE_NAME);

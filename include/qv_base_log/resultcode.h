@@ -6,7 +6,7 @@ namespace NS_LOG_SERVICE1 {
 // Done, or nothing to do.
 static const unsigned int LOG_RESULT_OK = 0;
 
-// The output mode that was asked for is neither 0 nor 1.
+// The requested output mode is neither 0 nor 1.
 static const unsigned int LOG_RESULT_INVALID_OUTPUT_MODE = 0x41180003;
 
 // A service that the operation needs could not be reached.

@@ -5,9 +5,9 @@
 
 #include "bundlemgr/platformapi.h"
 
-// How deep the message that is being printed is nested at this point; print operations raise and
-// lower it. Whoever starts to print a message sets it to 0 first. Not guarded: all printing in a
-// process goes through one lock of the caller's.
+// The nesting depth at this point of the message that is being printed. Print operations raise and
+// lower it. Whoever starts to print a message sets it to 0 first. Not guarded: the caller prints
+// one message at a time in the process.
 QV_PLATFORM_API extern unsigned short indentG;
 
 namespace NS_ASN1 {
@@ -16,11 +16,12 @@ class AsnObject {
   public:
     virtual ~AsnObject() = default;
 
-    // Writes the message's text form to `out`, `indent` blanks deep. `format` 1: one field a line.
+    // Writes the message as text to `out`, indented by `indent` blanks. `format` 1: one field a
+    // line. May throw.
     virtual void Print(std::ostream& out, unsigned short indent, int format) const = 0;
 
-    // The name of the message's type, or null when it has none. The text lives as long as the
-    // message.
+    // Returns the name of the message's type, or null when it has none. The text lives as long as
+    // the message.
     virtual const char* GetTypeName() const = 0;
 };
 

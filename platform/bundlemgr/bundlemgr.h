@@ -12,18 +12,19 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// The process-wide mutex under which bundles create objects that exist once in the process.
-// Held only for the time of such a creation.
+// The process-wide mutex for the creation of objects that exist once in the process. Held only
+// during such a creation.
 QV_PLATFORM_API extern ACE_Thread_Mutex _g_actualmutex;
 
-// Virtual slots: 0 and 1 destructor, then as declared. The meaning of the operations that are
-// called ReservedN is the platform's own; N is the slot. They are declared so that slot 12 keeps
-// its place, and bundles do not call them.
+// Virtual slots: 0 and 1 destructor, then as declared. Only the platform knows what the operations
+// ReservedN mean; N is the slot. They keep slot 12 in its place. Bundles do not call them.
+//
+// Thread safety: any thread may call any operation, GetServiceObjects under GetLock().
 class QV_PLATFORM_API BundleMgr {
   public:
     virtual ~BundleMgr() = default;
 
-    // The bundle manager of this process; never null.
+    // Returns the bundle manager of this process; never null.
     static BundleMgr* Instance();
 
     virtual void Reserved2() = 0;
@@ -37,15 +38,15 @@ class QV_PLATFORM_API BundleMgr {
     virtual void Reserved10() = 0;
     virtual void Reserved11() = 0;
 
-    // Slot 12. Who gives out log proxies, or null when this process has none.
+    // Slot 12. Returns the provider of log proxies, or null when this process has none.
     virtual LogProxyProvider* GetLogProxyProvider() = 0;
 
-    // Guards the list of service objects. Recursive: a service object may look up an interface
-    // from inside an operation that the manager calls under this lock.
+    // Returns the lock that guards the list of service objects. Recursive: a service object may
+    // look up an interface in an operation that the manager calls under this lock.
     ACE_Recursive_Thread_Mutex& GetLock();
 
-    // The service objects that exist, in the order of their creation. The caller holds GetLock()
-    // for as long as it uses the list.
+    // Returns the service objects that exist, in the order of their creation. REQUIRES: the caller
+    // holds GetLock() as long as it uses the list.
     const std::vector<ServiceObjectBase*>& GetServiceObjects() const;
 };
 

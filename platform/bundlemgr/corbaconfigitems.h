@@ -14,30 +14,31 @@ struct NameValueStru {
     std::string value;
 };
 
-// Finds the value of `key` in `items`; of several items with that name the last one counts.
-// Returns false, and leaves `value` alone, when there is none.
+// Finds the value of `key` in `items`. The last one of several items with that name counts. Returns
+// false and leaves `value` alone when there is none.
 QV_PLATFORM_API bool GetValByKey(std::string& value, const std::string& key,
                                  const std::vector<NameValueStru>& items);
 
-// Thread safety: every operation may be called by any thread.
+// Thread safety: any thread may call any operation.
 class QV_PLATFORM_API CorbaConfigItems {
   public:
     virtual ~CorbaConfigItems() = default;
 
-    // The configuration of this process; never null.
+    // Returns the configuration of this process; never null. May throw InterfaceNotExistException
+    // when the store is out of reach.
     static CorbaConfigItems* Instance();
 
-    // Reads the item `name` as a whole decimal number, a sign allowed. Returns false, and leaves
-    // `value` alone, when the item is missing, is no number or does not fit an int. May raise
+    // Reads the item `name` as a whole decimal number with an optional sign. Returns false and
+    // leaves `value` alone when the item is missing, is no number or does not fit an int. May throw
     // InterfaceNotExistException when the store is out of reach.
     virtual bool GetIntItemInfo(const std::string& name, int& value) = 0;
 
-    // Reads the item `name` as text. Returns false, and leaves `value` alone, when it is missing.
-    // May raise InterfaceNotExistException when the store is out of reach.
+    // Reads the item `name` as text. Returns false and leaves `value` alone when it is missing. May
+    // throw InterfaceNotExistException when the store is out of reach.
     virtual bool GetStrItemInfo(const std::string& name, std::string& value) = 0;
 
-    // Replaces `items` by all items as they stand now: the store is read anew, in one reading, so
-    // the values belong together. May raise InterfaceNotExistException.
+    // Replaces `items` by all items as they are now. Reads the store again, in one read, so the
+    // values belong together. May throw InterfaceNotExistException when the store is out of reach.
     virtual void GetCorbaConfigItems(std::vector<NameValueStru>& items) = 0;
 };
 

@@ -9,13 +9,15 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// Adds `interface` under `name`, behind those that are there; an object that already stands under
-// the name is not added again. The registry does not own it. Returns true when it stands there
-// afterwards, false for a null pointer. Any thread. Throws only for lack of memory.
+// Adds `interface` under `name`, behind the others of that name. Does not add an object again that
+// is registered under the name. The registry does not own it. Returns true when the object is
+// registered afterwards, false for a null pointer. May throw std::bad_alloc. Thread safety: any
+// thread.
 QV_PLATFORM_API bool SetIFBuf(const std::string& name, ServiceInterface* interface);
 
-// The interfaces registered under `name`, in the order of their registration; empty when there
-// are none. The result is a copy; the objects stay with their bundles. Any thread.
+// Returns the interfaces that are registered under `name`, in the order of their registration;
+// empty when there are none. The bundles own the objects. May throw std::bad_alloc. Thread safety:
+// any thread.
 QV_PLATFORM_API std::vector<ServiceInterface*> CheckIFBuf(const std::string& name);
 
 }  // namespace NS_BUNDLEMGR1

@@ -9,7 +9,8 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// A failure with a numeric code and three texts: where it was raised and what it is.
+// A failure with a numeric code and three texts: the file and the function that throws it, and a
+// description.
 class QV_PLATFORM_API ProcessException : public std::exception {
   public:
     ProcessException(uint32_t code, const std::string& file, const std::string& function,
@@ -31,7 +32,8 @@ class QV_PLATFORM_API ProcessException : public std::exception {
     std::string description_;
 };
 
-// No interface is registered, or offered by any service object, under the name that was asked for.
+// No interface is registered under the name, and no service object offers it. Also thrown when the
+// configuration store is out of reach.
 class QV_PLATFORM_API InterfaceNotExistException : public ProcessException {
   public:
     using ProcessException::ProcessException;

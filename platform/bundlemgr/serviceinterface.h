@@ -5,19 +5,19 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// An interface object is created by its bundle's service object, registered under a name with
-// SetIFBuf and found by that name. It belongs to the service object; users never delete it.
+// A bundle's service object creates the interface object, registers it under a name with SetIFBuf,
+// and owns it. Users find it by that name and never delete it.
 //
 // Virtual slots: 0 and 1 destructor, 2 GetIFName, 3 IsValid.
 class ServiceInterface {
   public:
     virtual ~ServiceInterface() = default;
 
-    // The name that the interface gives itself; it may differ from the name it is registered
-    // under. Never throws but for lack of memory. Any thread.
+    // Returns the interface's own name, which may differ from the name under which it is
+    // registered. May throw std::bad_alloc. Thread safety: any thread.
     virtual std::string GetIFName() const = 0;
 
-    // True for a real service, false for an object that only stands in for a missing one.
+    // Returns true for a real service, false for an object in the place of a missing one.
     virtual bool IsValid() const = 0;
 };
 

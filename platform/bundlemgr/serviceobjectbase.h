@@ -10,47 +10,48 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// The bundle manager calls, in this order: the bundle's factory, `init`, later `StopService`,
-// `fini`, and then frees the object through the gobbler that the factory handed out. `init` and
-// `fini` are reached through either ACE base.
+// The bundle manager calls, in this order, the bundle's factory, `init`, `StopService` and `fini`.
+// Then it frees the object through the gobbler that the factory has returned. It may call `init`
+// and `fini` through either ACE base.
 //
 // Virtual slots behind those of ACE_Service_Object: UnRegistSvc, GetName, StopService,
-// GetInterface, CreateInterface, RemoveInterface, and then whatever the derived class adds.
+// GetInterface, CreateInterface, RemoveInterface, and then those of the derived class.
 //
-// Thread safety: the manager calls all operations on one thread; GetName and GetInterface may be
-// called by any thread while the manager's lock is held.
+// Thread safety: the manager calls all operations on one thread. Any thread that holds the
+// manager's lock may call GetName and GetInterface.
 class QV_PLATFORM_API ServiceObjectBase : public ACE_Service_Object {
   public:
-    // Both names are copied. They identify the service in diagnostics: "bundle" + "service".
+    // Copies both names. Joined without a separator, they identify the service in diagnostics.
     ServiceObjectBase(const char* bundleName, const char* serviceName);
 
-    // Takes the object off the manager's list. Does not touch the interface object.
+    // Removes the object from the manager's list. Does not touch the interface object.
     ~ServiceObjectBase() override;
 
     ServiceObjectBase(const ServiceObjectBase&) = delete;
     ServiceObjectBase& operator=(const ServiceObjectBase&) = delete;
 
-    // Takes the interface object out of the registry, so that no new user finds it. Returns 0.
+    // Removes the interface object from the registry, so that no new user finds it. Returns 0.
     virtual int UnRegistSvc();
 
-    // The service name given at construction.
+    // Returns the service name.
     virtual std::string GetName() const;
 
-    // Ends what the service runs in the background. Returns 0, or -1 when something still runs.
+    // Ends the service's threads. Returns 0, or -1 when one still runs.
     virtual int StopService();
 
-    // The interface object, or null before CreateInterface and after RemoveInterface.
+    // Returns the interface object, or null before CreateInterface and after RemoveInterface.
     virtual ServiceInterface* GetInterface();
 
-    // Creates the interface object, stores it and returns it. The base has none: returns null.
+    // Creates the interface object, stores it and returns it. The base class has none and returns
+    // null.
     virtual ServiceInterface* CreateInterface();
 
-    // Takes the interface object out of the registry, deletes it through its virtual destructor
-    // and clears the pointer. Without an interface object it does nothing.
+    // Removes the interface object from the registry, deletes it through its virtual destructor and
+    // clears the pointer. Does nothing without an interface object.
     virtual void RemoveInterface();
 
   protected:
-    // Owned by this object; a plain pointer because derived classes of other builds set it.
+    // Owned by this object. A plain pointer, because derived classes of other builds set it.
     ServiceInterface* interface_ = nullptr;
 
   private:

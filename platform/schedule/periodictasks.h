@@ -5,27 +5,27 @@
 
 namespace NS_SCHEDULE_SERVICE1 {
 
-// What a task does. Called on the schedule service's thread, never twice at once; what it throws is
-// caught there, and the task goes on.
+// What a task does. The schedule service calls it on its thread, never twice at once. It catches
+// what the task throws, and the task goes on.
 class ScheduledTask {
   public:
     virtual ~ScheduledTask() = default;
     virtual void Run() = 0;
 };
 
-// Offered by the schedule services that let bundles create tasks. Not an interface of its own in
-// the registry: whoever holds a ScheduleSvcInterface asks it by dynamic_cast, because services
-// built elsewhere may offer the deletion alone.
+// Offered by schedule services that let bundles create tasks. It is not registered: obtain it from
+// the ScheduleSvcInterface by dynamic_cast, because other schedule services may offer the deletion
+// only.
 //
 // Thread safety: any thread.
 class PeriodicTasks {
   public:
     virtual ~PeriodicTasks() = default;
 
-    // Runs `task` every `intervalSeconds` seconds (at least 1), for the first time after one
-    // interval, until ScheduleSvcInterface::DeleteTask is called with the handle that this returns.
-    // The caller keeps the task alive until then. A handle is 1 or more: bundles keep 0 for a task
-    // that they never had. Returns a negative number when the service takes no more tasks.
+    // Runs `task` every `intervalSeconds` seconds (1 or more), for the first time after one
+    // interval, until ScheduleSvcInterface::DeleteTask is called with the returned handle. A handle
+    // is 1 or more; 0 is no task's. Returns a negative number when the service takes no more tasks.
+    // REQUIRES: the task lives until it is deleted.
     virtual int64_t CreatePeriodicTask(uint32_t intervalSeconds, ScheduledTask& task) = 0;
 };
 

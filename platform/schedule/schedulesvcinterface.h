@@ -8,7 +8,7 @@
 namespace NS_SCHEDULE_SERVICE1 {
 
 // Registered as "ScheduleSvcInterface". Virtual slots: 0 to 3 ServiceInterface, then as declared.
-// The meaning of the operations that are called ReservedN is the platform's own; N is the slot.
+// Only the platform knows what the operations ReservedN mean; N is the slot.
 //
 // Thread safety: any thread may call DeleteTask.
 class ScheduleSvcInterface : public NS_BUNDLEMGR1::ServiceInterface {
@@ -16,9 +16,9 @@ class ScheduleSvcInterface : public NS_BUNDLEMGR1::ServiceInterface {
     virtual int Reserved4() = 0;
     virtual int Reserved5() = 0;
 
-    // Slot 6. Ends the task that `handle` names: it will not start again, and does not run when
-    // the call returns (a task that deletes itself from inside its own callback just ends after
-    // it). Returns 0, or another value when there is no such task.
+    // Slot 6. Ends the task of this handle: waits until it does not run, and it never starts again.
+    // A task may delete itself; it ends when its run is over. Returns 0, or another value when
+    // there is no such task.
     virtual int DeleteTask(int64_t handle) = 0;
 };
 

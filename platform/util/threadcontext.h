@@ -1,4 +1,4 @@
-// The operation that the calling thread carries out: who asked for it, and under which identifier.
+// The operation that the calling thread carries out: its user, its interface and its identifier.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace NS_UTIL {
 
-// What is known of one operation. A value: copies share their contents, which never change, so a
-// copy costs no more than a count. A default-constructed context is empty: thread number 0 and
-// empty texts.
+// The data of one operation. A value. Copies share their contents, which never change, so a copy
+// costs no more than a count. A default-constructed context is empty: thread number 0 and empty
+// texts.
 //
-// Thread safety: const operations may be called on one object by any number of threads.
+// Thread safety: any number of threads may call const operations of one object.
 class QV_PLATFORM_API ThreadContextInfo {
   public:
     ThreadContextInfo() noexcept;
@@ -23,7 +23,7 @@ class QV_PLATFORM_API ThreadContextInfo {
     ThreadContextInfo& operator=(ThreadContextInfo&&) noexcept;
     ~ThreadContextInfo();
 
-    // The references live as long as this object.
+    // The returned references are valid as long as this object holds the context.
     int GetThreadId() const noexcept;
     const std::string& GetInterfaceName() const noexcept;
     const std::string& GetUserInfo() const noexcept;
@@ -42,10 +42,10 @@ class QV_PLATFORM_API ThreadContextInfo {
 // Thread safety: each thread sees and sets its own context only.
 class QV_PLATFORM_API ThreadContextMgr {
   public:
-    // The manager of this process; never null.
+    // Returns the manager of this process; never null.
     static ThreadContextMgr* Instance();
 
-    // The calling thread's context, empty where none was set.
+    // Returns the calling thread's context; an empty one when none was set.
     ThreadContextInfo GetThreadContext() const noexcept;
 
     // Replaces the calling thread's context.
@@ -55,8 +55,8 @@ class QV_PLATFORM_API ThreadContextMgr {
     ThreadContextMgr() = default;
 };
 
-// Sets the calling thread's context for the length of a block and puts the previous one back.
-// Construct and destroy it on the same thread; scopes nest.
+// Sets the calling thread's context for the length of a block, and restores the previous one.
+// Scopes nest. REQUIRES: it is constructed and destroyed on the same thread.
 class QV_PLATFORM_API ThreadContextScope {
   public:
     explicit ThreadContextScope(const ThreadContextInfo& context) noexcept;

@@ -13,7 +13,7 @@ std::string LogFilePrefix(const std::string& category);
 
 // Returns the name of a file that is created now: prefix, local time and process number. Two files
 // of one category that are created within one second get the same name: the naming rule has second
-// resolution.
+// resolution; see docs/compatibility.md.
 std::string NewLogFileName(const std::string& prefix);
 
 // Returns whether `a` is older than `b`: compares the time stamps and what follows them as text.

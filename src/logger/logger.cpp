@@ -67,7 +67,8 @@ bool Logger::DisableAllLevels() {
     return SetLevel(kNoLevel, false);
 }
 
-// A level without a switch is reported by std::out_of_range, never by a false result.
+// A level without a switch is reported by std::out_of_range, never by a false result; see
+// docs/compatibility.md.
 bool Logger::SetLevel(size_t position, bool on) {
     const LockGuard<Mutex> guard(levelMutex_);
     LevelSwitches levels = levels_;
@@ -132,7 +133,7 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
 }
 
 // Both the switch for ASN messages and level 3 govern alarms. With either off they are not even
-// kept back.
+// kept back; see docs/compatibility.md.
 void Logger::LogAlarm(const std::string& file, const std::string& function, unsigned int line,
                       const Json::Value& alarms) {
     if (settings_.bEnableAsnLog == 0 || !levels_.Get()[LOG_LEVEL_3]) {
