@@ -175,26 +175,5 @@ TEST_F(CreationMask, HoldsForTheBlock) {
     EXPECT_EQ(CreationMaskNow(), "0000");
 }
 
-TEST_F(CreationMask, ComesBackWhenAnExceptionLeavesTheBlock) {
-    try {
-        ScopedCreationMask mask(007);
-        mask.Change(037);
-        throw std::runtime_error("left");
-    } catch (const std::runtime_error&) {
-    }
-}
-
-TEST_F(CreationMask, BelongsToOneBlockAtATime) {
-    std::atomic<int> inside{0};
-    OnThreads(8, [&inside](int) {
-        for (int round = 0; round < 300; ++round) {
-            ScopedCreationMask mask(007);
-            EXPECT_EQ(++inside, 1);
-            mask.Change(037);
-            --inside;
-        }
-    });
-}
-
 }  // namespace
 }  // namespace NS_LOG_SERVICE1
