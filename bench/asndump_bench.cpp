@@ -25,9 +25,9 @@
 
 #include "bundlemgr/corbaconfigitems.h"
 #include "channel/channelmap.h"
-#include "logger/asnmessages.h"
 #include "logger/logger.h"
 #include "platform/hostcontrol.h"
+#include "support/asnmessages.h"
 
 namespace {
 
