@@ -1,9 +1,7 @@
 // The slots by which the service calls the platform.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
-#include <vector>
 
 #include "abi/slots.h"
 #include "asn/asnobject.h"
@@ -14,16 +12,9 @@
 #include "lookup/nullserviceinterface.h"
 #include "schedule/periodictasks.h"
 #include "schedule/schedulesvcinterface.h"
-#include "support/capturedoutput.h"
 #include "support/recordinglogproxy.h"
 
-using NS_BUNDLEMGR1::BundleMgr;
-using NS_BUNDLEMGR1::CorbaConfigItems;
-using NS_BUNDLEMGR1::DefaultLogProxy;
-using NS_BUNDLEMGR1::LogProxy;
-using NS_BUNDLEMGR1::LogProxyProvider;
-using NS_BUNDLEMGR1::NULLServiceInterface;
-using NS_BUNDLEMGR1::ServiceInterface;
+using namespace NS_BUNDLEMGR1;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 using namespace NS_TEST;
 

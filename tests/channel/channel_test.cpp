@@ -60,6 +60,15 @@ TEST_F(Channel, WritesUnderTheNameOfItsCategory) {
     EXPECT_EQ(ReadFile(other.CurrentPath()), Created() + Frame(1, "three"));
 }
 
+TEST_F(Channel, CanBeMoved) {
+    Output("one");
+    EXPECT_EQ(channel_->ChangePath(Path("new"), "unbi_moved_"), 0);
+    EXPECT_EQ(channel_->CurrentPath(), Path("new/" + NameNow("unbi_moved_")));
+    Output("two");
+    EXPECT_EQ(CountFiles(), 0u);
+    EXPECT_EQ(Written("new"), Created() + Created() + Frame(1, "one") + Closed() + Frame(2, "two"));
+}
+
 // Files may be slow: while one is written, other threads go on queueing and keeping records.
 TEST_F(Channel, LetsOthersQueueRecordsWhileItIsFlushed) {
     const std::function<void()> flushes[] = {[this] { channel_->Flush(); },

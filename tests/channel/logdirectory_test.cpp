@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <filesystem>
 #include <new>
-#include <stdexcept>
 #include <string>
 
 #include "channel/channelfixture.h"
@@ -154,25 +152,17 @@ TEST_F(LogDirectory, IsCanonicalAsFarAsItExists) {
     }
 }
 
-class CreationMask : public ::testing::Test {
-  protected:
-    CreationMask() : previous_(umask(0123)) {}
-    ~CreationMask() override {
-        EXPECT_EQ(CreationMaskNow(), "0123");
-        umask(previous_);
+TEST(CreationMask, HoldsForTheBlock) {
+    const mode_t previous = umask(0123);
+    {
+        ScopedCreationMask mask(007);
+        EXPECT_EQ(CreationMaskNow(), "0007");
+        mask.Change(037);
+        EXPECT_EQ(CreationMaskNow(), "0037");
+        mask.Change(0);
+        EXPECT_EQ(CreationMaskNow(), "0000");
     }
-
-  private:
-    mode_t previous_;
-};
-
-TEST_F(CreationMask, HoldsForTheBlock) {
-    ScopedCreationMask mask(007);
-    EXPECT_EQ(CreationMaskNow(), "0007");
-    mask.Change(037);
-    EXPECT_EQ(CreationMaskNow(), "0037");
-    mask.Change(0);
-    EXPECT_EQ(CreationMaskNow(), "0000");
+    EXPECT_EQ(umask(previous), 0123u);
 }
 
 }  // namespace

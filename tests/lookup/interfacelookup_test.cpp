@@ -13,10 +13,7 @@
 #include "support/otherservices.h"
 #include "support/waiting.h"
 
-using NS_BUNDLEMGR1::CheckIFBuf;
-using NS_BUNDLEMGR1::FinalClass;
-using NS_BUNDLEMGR1::InterfaceNotExistException;
-using NS_BUNDLEMGR1::NULLServiceInterface;
+using namespace NS_BUNDLEMGR1;
 using NS_LOG_SERVICE1::GetNullServiceInterface;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 using namespace NS_TEST;
