@@ -14,7 +14,7 @@
 #include "support/files.h"
 #include "support/temporarydirectory.h"
 
-using NS_TEST::CallSlot;
+using namespace NS_TEST;
 
 namespace {
 
@@ -32,10 +32,10 @@ class LoadedLibrary : public NS_TEST::DirectoryTest {
   protected:
     LoadedLibrary()
         : share_("_APP_SHARE_DIR", Path()), library_(dlopen(QV_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
-        NS_TEST::WriteFile(Path("conf/corba_agent.cfg"), "logswitch = 1,1,1,1\n");
+        WriteFile(Path("conf/corba_agent.cfg"), "logswitch = 1,1,1,1\n");
     }
 
-    NS_TEST::ScopedVariable share_;
+    ScopedVariable share_;
     void* library_;
 };
 
@@ -60,9 +60,9 @@ TEST_F(LoadedLibrary, HasEverySymbolThatItNeedsAndServesAClientThatKnowsSlotNumb
     void* const logger = CallSlot<void*, Text, Text, Text>(6, found.front(), name, name, category);
     ASSERT_NE(logger, nullptr);
     CallSlot<void, Text, Text, unsigned, int, Text>(6, logger, name, name, 7, 1, text);
-    const auto files = NS_TEST::ListFiles(Path("log"));
+    const auto files = ListFiles(Path("log"));
     ASSERT_EQ(files.size(), 1u);
-    EXPECT_THAT(NS_TEST::ReadFile(Path("log/" + files.front())),
+    EXPECT_THAT(ReadFile(Path("log/" + files.front())),
                 testing::EndsWith(", DL:1, File: a Func:a Line:7\n Detail: hello\n</1>\n\n"));
 
     EXPECT_EQ(dynamic_cast<NS_BUNDLEMGR1::ServiceObjectBase*>(object)->StopService(), 0);

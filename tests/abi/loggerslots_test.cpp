@@ -2,16 +2,12 @@
 #include <json/json.h>
 
 #include "abi/slots.h"
-#include "asn/asnobject.h"
 #include "logger/logger.h"
 #include "manager/managerfixture.h"
+#include "support/asnmessages.h"
 
-using NS_LOG_SERVICE1::ChannelMap;
-using NS_LOG_SERVICE1::Logger;
-using NS_LOG_SERVICE1::LoggerIF;
-using NS_LOG_SERVICE1::LogSettings;
-using NS_TEST::CallSlot;
-using NS_TEST::Frame;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
 
 namespace {
 
@@ -19,11 +15,10 @@ using Text = const std::string&;
 
 template <class Interface>
 void ExpectSlotsOfALogger() {
-    NS_TEST::ExpectSlotsFrom(2, &Interface::EnableLevel, &Interface::DisableLevel,
-                             &Interface::EnableAllLevels, &Interface::DisableAllLevels,
-                             &Interface::Log, &Interface::LogFormat, &Interface::LogAsnTrace,
-                             &Interface::LogAlarm, &Interface::PrintAsn,
-                             &Interface::IsLevelEnabled);
+    ExpectSlotsFrom(2, &Interface::EnableLevel, &Interface::DisableLevel,
+                    &Interface::EnableAllLevels, &Interface::DisableAllLevels, &Interface::Log,
+                    &Interface::LogFormat, &Interface::LogAsnTrace, &Interface::LogAlarm,
+                    &Interface::PrintAsn, &Interface::IsLevelEnabled);
 }
 
 TEST(LoggerSlots, AreNumberedAsClientsWereBuilt) {
@@ -39,13 +34,6 @@ TEST(LoggerSlots, BeginAtTheObjectsFirstWord) {
               static_cast<const void*>(&logger));
 }
 
-// An ASN message that prints one word.
-class Message : public NS_ASN1::AsnObject {
-  public:
-    void Print(std::ostream& out, unsigned short, int) const override { out << "message"; }
-    const char* GetTypeName() const override { return "Message"; }
-};
-
 // A real logger, called as a client with nothing but slot numbers calls it.
 class LoggerTable : public NS_TEST::ManagerTest {
   protected:
@@ -56,31 +44,14 @@ class LoggerTable : public NS_TEST::ManagerTest {
     Logger* const logger_;
 };
 
-TEST_F(LoggerTable, SwitchesLevels) {
-    EXPECT_TRUE(CallSlot<bool>(2, logger_, 1u));
-    EXPECT_TRUE(CallSlot<bool>(2, logger_, 3u));
-    EXPECT_EQ(logger_->Levels().to_ulong(), 0b1010u);
-    EXPECT_TRUE(CallSlot<bool>(3, logger_, 1u));
-    EXPECT_EQ(logger_->Levels().to_ulong(), 0b1000u);
-    EXPECT_THROW(CallSlot<bool>(4, logger_), std::out_of_range);
-    EXPECT_THROW(CallSlot<bool>(5, logger_), std::out_of_range);
-}
-
-TEST_F(LoggerTable, AnswersForTheGlobalSwitches) {
-    const unsigned int level = 2;
-    EXPECT_FALSE((CallSlot<bool, const unsigned int&>(11, logger_, level)));
-    Manager().levelSwitches = NS_LOG_SERVICE1::LevelSwitches(0b0100);
-    EXPECT_TRUE((CallSlot<bool, const unsigned int&>(11, logger_, level)));
-}
-
 TEST_F(LoggerTable, Logs) {
     logger_->EnableLevel(3);
     const std::string text = "text";
     CallSlot<void, Text, Text, unsigned, int, Text>(6, logger_, file_, function_, 7, -1, text);
     using LogFormat = void (*)(const void*, Text, Text, unsigned, int, const char*, ...);
-    NS_TEST::OperationIn<LogFormat>(7, logger_)(logger_, file_, function_, 7, -1, "%d %s %.1f", 5,
-                                                "five", 5.5);
-    Message message;
+    OperationIn<LogFormat>(7, logger_)(logger_, file_, function_, 7, -1, "%d %s %.1f", 5, "five",
+                                       5.5);
+    ScriptedMessage message = TextMessage("message");
     NS_ASN1::AsnObject& asn = message;
     CallSlot<void, Text, Text, unsigned, NS_ASN1::AsnObject&>(8, logger_, file_, function_, 7, asn);
     Json::Value alarms;
@@ -97,7 +68,7 @@ TEST_F(LoggerTable, Logs) {
 TEST_F(LoggerTable, EndsWithTheDestructors) {
     class Witness : public Logger {
       public:
-        Witness(NS_LOG_SERVICE1::LogMgr& manager, int& ends)
+        Witness(LogMgr& manager, int& ends)
             : Logger("a", "b", "debug", manager, manager.Channels()), ends_(ends) {}
         ~Witness() override { ++ends_; }
 

@@ -1,9 +1,7 @@
 // The slots by which the service calls the platform.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
-#include <vector>
 
 #include "abi/slots.h"
 #include "asn/asnobject.h"
@@ -14,19 +12,11 @@
 #include "lookup/nullserviceinterface.h"
 #include "schedule/periodictasks.h"
 #include "schedule/schedulesvcinterface.h"
-#include "support/capturedoutput.h"
 #include "support/recordinglogproxy.h"
 
-using NS_BUNDLEMGR1::BundleMgr;
-using NS_BUNDLEMGR1::CorbaConfigItems;
-using NS_BUNDLEMGR1::DefaultLogProxy;
-using NS_BUNDLEMGR1::LogProxy;
-using NS_BUNDLEMGR1::LogProxyProvider;
-using NS_BUNDLEMGR1::NULLServiceInterface;
-using NS_BUNDLEMGR1::ServiceInterface;
+using namespace NS_BUNDLEMGR1;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
-using NS_TEST::CallSlot;
-using NS_TEST::ExpectSlotsFrom;
+using namespace NS_TEST;
 
 namespace {
 
@@ -43,33 +33,12 @@ TEST(LogProxySlots, AreNumberedAsThePlatformWasBuilt) {
     ExpectSlotsOfALogProxy<DefaultLogProxy>();
 }
 
-TEST(LogProxySlots, RunTheFallbacksOperations) {
-    DefaultLogProxy* const proxy = new DefaultLogProxy;
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
-    for (const size_t slot : {2u, 3u, 5u, 11u}) {
-        CallSlot<void>(slot, proxy);
-    }
-    for (const size_t slot : {6u, 7u, 8u, 9u, 10u, 12u}) {
-        EXPECT_EQ(CallSlot<int>(slot, proxy), 0) << slot;
-    }
-    CallSlot<void, const char*, int>(13, proxy, "logimpl", 1);
-    CallSlot<void, const char*>(14, proxy, "qv_base_bundle");
-    CallSlot<void, const char*>(15, proxy, "qv_base_log");
-    EXPECT_EQ(output.Text(), "");
-
-    using Print = void (*)(const void*, int, const char*, ...);
-    NS_TEST::OperationIn<Print>(4, proxy)(proxy, 1, "value %d\n", 5);
-    EXPECT_EQ(output.Text(), "value %d\n");
-    EXPECT_EQ(CallSlot<std::string>(16, proxy), "DefaultLogProxy");
-    NS_TEST::CallDeletingDestructor(proxy);
-}
-
 TEST(LogProxySlots, LeadTheServiceToItsProxy) {
     ExpectSlotsFrom(12, &BundleMgr::GetLogProxyProvider);
     ExpectSlotsFrom(0, &LogProxyProvider::GetLogProxy);
 
-    NS_TEST::RecordingLogProxy proxy;
-    NS_TEST::RecordingLogProxyProvider provider(&proxy);
+    RecordingLogProxy proxy;
+    RecordingLogProxyProvider provider(&proxy);
     NS_REFERENCE_HOST::SetLogProxyProvider(&provider);
     EXPECT_EQ(CallSlot<LogProxyProvider*>(12, BundleMgr::Instance()), &provider);
     const std::string name = "qv_base_bundleqv_base_log";

@@ -3,15 +3,8 @@
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "service/serviceobjectfixture.h"
 
-using NS_LOG_SERVICE1::LoggerIF;
-using NS_LOG_SERVICE1::LogMgr;
-using NS_LOG_SERVICE1::LogSvcIFImpl;
-using NS_LOG_SERVICE1::LogSvcInterface;
-using NS_LOG_SERVICE1::qv_base_log;
-using NS_TEST::CallSlot;
-using NS_TEST::ExpectSlotsFrom;
-using NS_TEST::SlotOf;
-using NS_TEST::TableOf;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
 
 namespace {
 
@@ -29,7 +22,7 @@ TEST(InterfaceSlots, AreNumberedAsClientsWereBuilt) {
 }
 
 TEST(InterfaceSlots, OfTheMaintenanceInterfaceAreNumberedAsDeclared) {
-    using Interface = NS_LOG_SERVICE1::LogMaintenanceInterface;
+    using Interface = LogMaintenanceInterface;
     ExpectSlotsFrom(2, &Interface::GetIFName, &Interface::IsValid, &Interface::GetVersion,
                     &Interface::FlushAll, &Interface::OutputAll, &Interface::SetQueuedOutput,
                     &Interface::GetOutputMode, &Interface::HasPeriodicOutput,
@@ -37,47 +30,10 @@ TEST(InterfaceSlots, OfTheMaintenanceInterfaceAreNumberedAsDeclared) {
                     &Interface::GetChannels, &Interface::GetModules);
 }
 
-using ServiceTable = NS_TEST::ServiceObjectTest;
-
-// A whole life of the interface, by slot numbers only.
-TEST_F(ServiceTable, OfTheInterfaceRunsItsOperations) {
-    store_.Set("logswitch", "1,0,1,0");
-    store_.Set("bLogOutputPara", "5");
-    qv_base_log* const object = Make();
-    const void* const interface = object->GetInterface();
-    EXPECT_EQ(CallSlot<std::string>(2, interface), "LogSvcInterface!");
-    EXPECT_TRUE(CallSlot<bool>(3, interface));
-    EXPECT_TRUE(CallSlot<bool>(4, interface));
-    ASSERT_NE(LogMgr::InstanceIfAny(), nullptr);
-
-    using Text = const std::string&;
-    const std::string name = "a";
-    const std::string category = "debug";
-    LoggerIF* const logger =
-        CallSlot<LoggerIF*, Text, Text, Text>(6, interface, name, name, category);
-    EXPECT_EQ(logger, LogMgr::Instance()->GetLogger("a", "a", "debug"));
-    EXPECT_EQ(CallSlot<unsigned>(7, interface, 2u), 0x41180003u);
-    EXPECT_EQ(CallSlot<unsigned>(7, interface, 0u), 0u);
-    const unsigned module = 7;
-    const bool off = false;
-    EXPECT_TRUE((CallSlot<bool, const unsigned&>(8, interface, module)));
-    CallSlot<void, const unsigned&, const bool&>(9, interface, module, off);
-    EXPECT_FALSE((CallSlot<bool, const unsigned&>(8, interface, module)));
-    for (const unsigned level : {0u, 1u, 2u, 3u, 4u}) {
-        EXPECT_EQ((CallSlot<bool, const unsigned&>(10, interface, level)), level == 0 || level == 2)
-            << level;
-    }
-    EXPECT_EQ(CallSlot<unsigned>(11, interface), 5u);
-
-    EXPECT_EQ(object->StopService(), 0);
-    CallSlot<void>(5, interface);
-    EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
-    EXPECT_EQ(object->fini(), 0);
-    Gobble(object);
-}
+using ServiceTable = ServiceObjectTest;
 
 TEST_F(ServiceTable, OfTheInterfaceBeginsWithTheDestructors) {
-    NS_TEST::CallDeletingDestructor(new LogSvcIFImpl);
+    CallDeletingDestructor(new LogSvcIFImpl);
     alignas(LogSvcIFImpl) std::byte storage[sizeof(LogSvcIFImpl)];
     CallSlot<void>(0, new (storage) LogSvcIFImpl);
 }
@@ -115,7 +71,7 @@ TEST_F(ServiceTable, OfTheServiceObjectRunsItsOperations) {
     EXPECT_NE(LogMgr::InstanceIfAny(), nullptr);
     EXPECT_EQ(CallSlot<int>(first + 2, object), 0);
     EXPECT_EQ(CallSlot<int>(first, object), 0);
-    EXPECT_TRUE(NS_TEST::Registered().empty());
+    EXPECT_TRUE(Registered().empty());
     EXPECT_EQ(CallSlot<void*>(first + 3, object), registered);
     EXPECT_EQ(CallSlot<int>(first + 6, object), 0);
     EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
@@ -127,7 +83,7 @@ TEST_F(ServiceTable, OfTheServiceObjectRunsItsOperations) {
     CallSlot<void>(first + 5, object);
     EXPECT_EQ(CallSlot<void*>(first + 3, object), nullptr);
     CallSlot<void>(1, object);
-    EXPECT_TRUE(NS_TEST::ListedObjects().empty());
+    EXPECT_TRUE(ListedObjects().empty());
 }
 
 TEST_F(ServiceTable, OfTheSharedObjectLeadsToTheSameOperations) {
@@ -143,17 +99,17 @@ TEST_F(ServiceTable, OfTheSharedObjectLeadsToTheSameOperations) {
     EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
     EXPECT_EQ(object->GetInterface(), nullptr);
     CallSlot<void>(1, shared);
-    EXPECT_TRUE(NS_TEST::ListedObjects().empty());
+    EXPECT_TRUE(ListedObjects().empty());
 }
 
 // The complete-object destructors, which free nothing, through either table.
 TEST_F(ServiceTable, OfEitherBaseBeginsWithTheDestructor) {
     alignas(qv_base_log) std::byte storage[sizeof(qv_base_log)];
     CallSlot<void>(0, new (storage) qv_base_log);
-    EXPECT_TRUE(NS_TEST::ListedObjects().empty());
+    EXPECT_TRUE(ListedObjects().empty());
     ACE_Shared_Object* const shared = SharedObjectOf(*new (storage) qv_base_log);
     CallSlot<void>(0, shared);
-    EXPECT_TRUE(NS_TEST::ListedObjects().empty());
+    EXPECT_TRUE(ListedObjects().empty());
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <set>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "support/onthreads.h"
@@ -24,12 +25,19 @@ struct Counted {
 
 // A lock that can be told to fail.
 struct SwitchedLock {
-    int acquire() { return broken ? -1 : 0; }
+    int acquire() {
+        if (broken) {
+            return -1;
+        }
+        ++acquired;
+        return 0;
+    }
     int release() {
         ++released;
         return 0;
     }
     bool broken = false;
+    int acquired = 0;
     int released = 0;
 };
 
@@ -118,6 +126,47 @@ TEST_F(SingletonObject, MayCreateAndDestroyAnotherOneOnItsWay) {
     outer.Destroy();
     EXPECT_EQ(inner.InstanceIfAny(), nullptr);
     EXPECT_EQ(destroyed, 1);
+}
+
+// How often the lock was taken and released when the object came and when it went.
+struct Locked {
+    using Count = std::pair<int, int>;
+    static Count Now() { return {switchedLock.acquired, switchedLock.released}; }
+
+    Locked() : atBegin(Now()) {}
+    ~Locked() { atEnd = Now(); }
+    const Count atBegin;
+    static inline Count atEnd;
+};
+
+TEST_F(SingletonObject, ComesAndGoesWhileTheLockIsHeldOnce) {
+    Singleton<Locked, SwitchedLock> singleton(&TheSwitchedLock);
+    singleton.Destroy();
+    EXPECT_EQ(Locked::Now(), Locked::Count(0, 0)) << "there was nothing to destroy";
+    EXPECT_EQ(singleton.Instance()->atBegin, Locked::Count(1, 0));
+    singleton.Instance();
+    EXPECT_EQ(Locked::Now(), Locked::Count(1, 1));
+    singleton.Destroy();
+    EXPECT_EQ(Locked::atEnd, Locked::Count(2, 1));
+    EXPECT_EQ(Locked::Now(), Locked::Count(2, 2));
+}
+
+// The one that it created is gone when it needs it for the last time.
+struct Returning {
+    ~Returning() {
+        inner.Destroy();
+        EXPECT_NE(inner.Instance(), nullptr);
+    }
+};
+
+TEST_F(SingletonObject, MayCreateAnotherOneAgainAtItsEnd) {
+    Singleton<Returning> returning(&StaticObjectLock);
+    inner.Instance()->value = 6;
+    returning.Instance();
+    returning.Destroy();
+    ASSERT_NE(inner.InstanceIfAny(), nullptr);
+    EXPECT_EQ(inner.InstanceIfAny()->value, 5);
+    inner.Destroy();
 }
 
 struct Refusing {

@@ -83,7 +83,7 @@ TEST_F(Channels, AreFoundByTheExactName) {
 
 TEST_F(Channels, AreCreatedOnceWithTheSizesOfThatMoment) {
     settings_.queuebuflength = 7;
-    settings_.filterbuflength = 8;
+    settings_.filterbuflength = 4'000'000'000;
     settings_.logfilesize = 1;
     settings_.logfilecount = 9;
     channels_.Create(settings_);
@@ -95,7 +95,7 @@ TEST_F(Channels, AreCreatedOnceWithTheSizesOfThatMoment) {
     EXPECT_EQ(Names(), sorted_);
     channels_.ForEach([](const std::string&, TEDebugInfoBuf& channel) {
         EXPECT_EQ(channel.QueueCapacity(), 7u);
-        EXPECT_EQ(channel.KeptCapacity(), 8u);
+        EXPECT_EQ(channel.KeptCapacity(), 4'000'000'000u);
         channel.Output(WithDetail("text").Get());
         EXPECT_EQ(channel.FileStatistics().rotations.Get(), 1u);
     });

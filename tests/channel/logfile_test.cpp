@@ -40,20 +40,6 @@ TEST_F(LogFiles, BeginWithTheirCreationAndEndWithTheirClosingLine) {
               "\nFile close at 2024-03-05T14:07:09.654321+00:00.\n");
 }
 
-TEST_F(LogFiles, ShowTheTriggerOfADumpTheHistoryAndOneNumber) {
-    WriteDump("error", {WithDetail("older", -2), WithDetail("newer", 2)});
-    EXPECT_EQ(Written(),
-              "File create at 2024-03-05T14:07:09.654321+00:00.\n"
-              "<1>\n2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, "
-              "DL:0, File: ne.cpp Func:GetNe Line:77\n Detail: error\n"
-              "*********** Dump filtered debug information begin **********\n"
-              "2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:-2, "
-              "File: ne.cpp Func:GetNe Line:77\n Detail : older\n"
-              "2024-03-05T14:07:09.123456+00:00, U,TopT:12,If:getNE,UserMsg:opr1, T:4242, DL:2, "
-              "File: ne.cpp Func:GetNe Line:77\n Detail : newer\n"
-              "*********** Dump filtered debug information end **********\n</1>\n\n");
-}
-
 TEST_F(LogFiles, NumberEveryPieceAndShowNoNumberOfAShortRecord) {
     Write("one");
     Write("two", -2);

@@ -6,14 +6,9 @@
 #include "support/otherservices.h"
 #include "support/servicefixture.h"
 
-using NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME;
-using NS_TEST::IsDiagnostic;
-using NS_TEST::RegisteredInterface;
-using testing::Each;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-using testing::SizeIs;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -68,7 +63,7 @@ class Configuration : public NS_TEST::ServiceTest {
 
     // What each setting is now, in the order of the items.
     static std::vector<std::string> Settings() {
-        const NS_LOG_SERVICE1::LogMgr& manager = Manager();
+        const LogMgr& manager = Manager();
         return {std::to_string(manager.logfilesize.Get()),
                 std::to_string(manager.logfilecount.Get()),
                 std::to_string(manager.queuebuflength.Get()),
@@ -84,21 +79,22 @@ class Configuration : public NS_TEST::ServiceTest {
     // The channels' queue and cache capacities, "Q/C" each.
     static std::vector<std::string> Capacities() {
         std::vector<std::string> capacities;
-        Manager().Channels().ForEach(
-            [&](const std::string&, const NS_LOG_SERVICE1::TEDebugInfoBuf& channel) {
-                capacities.push_back(std::to_string(channel.QueueCapacity()) + "/" +
-                                     std::to_string(channel.KeptCapacity()));
-            });
+        Manager().Channels().ForEach([&](const std::string&, const TEDebugInfoBuf& channel) {
+            capacities.push_back(std::to_string(channel.QueueCapacity()) + "/" +
+                                 std::to_string(channel.KeptCapacity()));
+        });
         return capacities;
     }
 
-    NS_LOG_SERVICE1::LogSvcIFImpl service_;
+    LogSvcIFImpl service_;
 };
 
-TEST_F(Configuration, FillsEverySettingFromItsItemInAFixedOrder) {
+TEST_F(Configuration, FillsEverySettingFromItsItemInAFixedOrderAndStartsTheMonitor) {
     EXPECT_THAT(Settings(), ElementsAreArray(Column(&Item::initial)));
     FillStore();
+    store_.OnAsked("bLogOutputPara", [] { EXPECT_FALSE(IsMonitorRunning()); });
     EXPECT_TRUE(Init());
+    EXPECT_TRUE(IsMonitorRunning());
     EXPECT_THAT(Settings(), ElementsAreArray(Column(&Item::setting)));
     EXPECT_THAT(store_.Asked(), ElementsAreArray(Column(&Item::name)));
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
@@ -124,6 +120,31 @@ TEST_F(Configuration, OfNothingAtAllConsistsOfDefaultsAndReportsEachMissingItem)
     reports.erase(reports.begin() + 5);
     EXPECT_THAT(Proxy().Texts(), ElementsAreArray(reports));
     EXPECT_THAT(Proxy().Printed(), Each(IsDiagnostic(1, "logimpl", testing::_)));
+}
+
+// Sizes and the interval are handed to the store as they are, a flag as 0.
+TEST_F(Configuration, TakesWhatTheStoreWasHandedWhereItAnswersWithoutWriting) {
+    class SilentStore : public ScriptedConfigItems {
+      public:
+        bool GetIntItemInfo(const std::string& /*name*/, int& /*value*/) override { return true; }
+        bool GetStrItemInfo(const std::string& /*name*/, std::string& /*value*/) override {
+            return true;
+        }
+    };
+    SilentStore silent;
+    NS_REFERENCE_HOST::SetConfigItems(&silent);
+    Manager().logfilesize = 11;
+    Manager().logfilecount = 12;
+    Manager().queuebuflength = 13;
+    Manager().filterbuflength = 14;
+    Manager().logtimeinterval = 4294967295U;
+    Manager().bEnableAsnLog = 16;
+    Manager().bLogOutputPara = 17;
+    EXPECT_TRUE(Init());
+    EXPECT_THAT(Settings(),
+                ElementsAre("11", "12", "13", "14", "4294967295", "1111", "0/-1", "0", "0"));
+    EXPECT_THAT(Proxy().Texts(), IsEmpty());
+    NS_REFERENCE_HOST::SetConfigItems(&store_);
 }
 
 TEST_F(Configuration, CreatesTheChannelsBetweenTheSizesAndTheRest) {
@@ -158,8 +179,7 @@ TEST_F(Configuration, TakesNumbersWithoutARangeCheck) {
     }
 }
 
-// Looked at are the characters at 0, 2, 4 and 6 and nothing else; one that is
-// not there is no '0'.
+// Looked at are the characters at 0, 2, 4 and 6 and nothing else; one that is not there is no '0'.
 TEST_F(Configuration, SwitchesLevelsOffWhereAZeroStandsAtTheirPosition) {
     const std::pair<std::string, std::string> kShapes[] = {
         {"1,1,0,0", "1100"},  {"0,0,0,0", "0000"},  {"1,0,1,0", "1010"},
@@ -185,8 +205,7 @@ TEST_F(Configuration, SwitchesLevelsOffWhereAZeroStandsAtTheirPosition) {
     }
 }
 
-// Mode 1 leaves the mode and the task as they are; any other is direct output
-// without a task.
+// Mode 1 leaves the mode and the task as they are; any other is direct output without a task.
 TEST_F(Configuration, KnowsTwoOutputModes) {
     const std::string format = "\nlog output mode value : %d, it is meaningless !!\n";
     for (const int mode : {0, 1, 2, -1, INT_MAX}) {
@@ -213,13 +232,6 @@ TEST_F(Configuration, KnowsTwoOutputModes) {
     }
 }
 
-TEST_F(Configuration, IsFollowedByTheStartOfTheMonitor) {
-    FillStore();
-    store_.OnAsked("bLogOutputPara", [] { EXPECT_FALSE(IsMonitorRunning()); });
-    EXPECT_TRUE(Init());
-    EXPECT_TRUE(IsMonitorRunning());
-}
-
 TEST_F(Configuration, CountsAsReadEvenWhenTheMonitorCannotStart) {
     FillStore();
     std::filesystem::remove(configFile_);
@@ -235,7 +247,7 @@ class ConfigurationFailure : public Configuration, public testing::WithParamInte
   protected:
     ConfigurationFailure() {
         FillStore();
-        store_.OnAsked(FailingItem(), NS_TEST::RaiseStoreOutOfReach);
+        store_.OnAsked(FailingItem(), RaiseStoreOutOfReach);
     }
 
     static const std::string& FailingItem() { return kItems[GetParam()].name; }
@@ -256,7 +268,7 @@ class ConfigurationFailure : public Configuration, public testing::WithParamInte
 // Without channels the report has nowhere to go.
 TEST_P(ConfigurationFailure, IsReportedByTheServicesOwnLoggerBeforeTheMonitorStarts) {
     const RegisteredInterface registered(LOG_SVC_INTERFACE_NAME, service_);
-    std::vector<NS_TEST::ParsedRecord> records;
+    std::vector<ParsedRecord> records;
     std::filesystem::remove(configFile_);  // so that the start of the monitor is reported
     Proxy().onPrint = [&](const std::string&) { records = DebugRecords(); };
 
@@ -266,10 +278,10 @@ TEST_P(ConfigurationFailure, IsReportedByTheServicesOwnLoggerBeforeTheMonitorSta
     EXPECT_THAT(Proxy().Texts(),
                 ElementsAre("[LogSwitchMonitorMgr::Init] CALL ACE_OS::stat failed!"));
     if (HasChannels()) {
-        EXPECT_THAT(records, ElementsAre(NS_TEST::IsStoreOutOfReach()));
+        EXPECT_THAT(records, ElementsAre(IsStoreOutOfReach()));
     } else {
         EXPECT_THAT(records, IsEmpty());
-        EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
+        EXPECT_THAT(ListFiles(Path("log")), IsEmpty());
     }
 }
 
@@ -278,13 +290,12 @@ TEST_P(ConfigurationFailure, KeepsWhatWasReadAndStartsTheMonitor) {
     EXPECT_TRUE(IsMonitorRunning());
     EXPECT_THAT(store_.Asked(), ElementsAreArray(Column(&Item::name, 0, GetParam() + 1)));
     ExpectSettingsUpToTheFailure();
-    EXPECT_EQ(NS_LOG_SERVICE1::GetOwnLogger(), nullptr);
+    EXPECT_EQ(GetOwnLogger(), nullptr);
     EXPECT_THAT(DebugRecords(), IsEmpty());
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
-// Only a missing interface is absorbed, not everything that the platform may
-// raise.
+// Only a missing interface is absorbed, not everything that the platform may raise.
 TEST_P(ConfigurationFailure, OfAnotherKindPassesOutAndStartsNoMonitor) {
     const std::function<void()> kFailures[] = {
         [] { throw std::runtime_error("broken"); }, [] { throw 42; },
@@ -295,7 +306,7 @@ TEST_P(ConfigurationFailure, OfAnotherKindPassesOutAndStartsNoMonitor) {
         EXPECT_FALSE(IsMonitorRunning());
         ExpectSettingsUpToTheFailure();
         EXPECT_THAT(DebugRecords(), IsEmpty());
-        NS_LOG_SERVICE1::LogMgr::DestroyInstance();
+        LogMgr::DestroyInstance();
         std::filesystem::remove_all(Path("log"));
     }
 }

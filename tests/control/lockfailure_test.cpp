@@ -1,5 +1,4 @@
-// Locks that cannot be taken: what is under way goes on without them, and
-// nothing is lost.
+// Locks that cannot be taken: what is under way goes on without them, and nothing is lost.
 #include <ace/Object_Manager.h>
 
 #include <cerrno>
@@ -14,14 +13,9 @@
 #include "support/switchinglogger.h"
 #include "support/waiting.h"
 
-using NS_LOG_SERVICE1::LogMgr;
-using NS_LOG_SERVICE1::LogSwitchMonitorMgr;
-using NS_LOG_SERVICE1::ModuleSwitchTable;
-using NS_LOG_SERVICE1::TEDebugInfoBuf;
-using NS_TEST::FailingLocks;
-using NS_TEST::LockFailure;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -31,7 +25,7 @@ class WithoutTheStaticObjectLock : public NS_TEST::ServiceTest {
     static const ACE_Recursive_Thread_Mutex& Lock() { return *ACE_Static_Object_Lock::instance(); }
 
     LogSwitchMonitorMgr monitor_;
-    NS_LOG_SERVICE1::LogSvcIFImpl service_;
+    LogSvcIFImpl service_;
 };
 
 TEST_F(WithoutTheStaticObjectLock, NothingIsCreated) {
@@ -43,7 +37,7 @@ TEST_F(WithoutTheStaticObjectLock, NothingIsCreated) {
     EXPECT_EQ(failing.Releases(), 0);
 }
 
-TEST_F(WithoutTheStaticObjectLock, WhatExistsIsFoundAndMonitorAndTableStay) {
+TEST_F(WithoutTheStaticObjectLock, WhatExistsIsFoundAndOnlyTheManagerIsDestroyed) {
     LogMgr* const manager = LogMgr::Instance();
     LogSwitchMonitorMgr* const monitor = LogSwitchMonitorMgr::Instance();
     ModuleSwitchTable* const table = ModuleSwitchTable::Instance();
@@ -53,7 +47,9 @@ TEST_F(WithoutTheStaticObjectLock, WhatExistsIsFoundAndMonitorAndTableStay) {
         EXPECT_EQ(LogMgr::Instance(), manager);
         LogSwitchMonitorMgr::Destroy();
         ModuleSwitchTable::Destroy();
-        EXPECT_EQ(failing.Failures(), 2);
+        LogMgr::DestroyInstance();
+        EXPECT_EQ(failing.Failures(), 3);
+        EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
         EXPECT_EQ(failing.Releases(), 0);
         EXPECT_EQ(LogSwitchMonitorMgr::Instance(), monitor);
         EXPECT_EQ(ModuleSwitchTable::Instance(), table);
@@ -62,8 +58,7 @@ TEST_F(WithoutTheStaticObjectLock, WhatExistsIsFoundAndMonitorAndTableStay) {
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
-// The manager is asked for last, when the switches have turned out to be of
-// use.
+// The manager is asked for last, when the switches have turned out to be of use.
 TEST_F(WithoutTheStaticObjectLock, TheSwitchesAreNotAppliedForWantOfAManager) {
     store_.Set("bEnableAsnLog", "1");
     store_.Set("bLogOutputPara", "1");
@@ -83,7 +78,7 @@ TEST_F(WithoutTheStaticObjectLock, TheSwitchesAreNotAppliedForWantOfAManager) {
 TEST_F(WithoutTheStaticObjectLock, TheInterfaceAnswersAsIfNothingWereSet) {
     const FailingLocks failing(Lock());
     EXPECT_EQ(service_.GetLogger("bundle", "service", "debug"), nullptr);
-    EXPECT_EQ(service_.SetOutputMode(0), NS_LOG_SERVICE1::LOG_RESULT_INTERFACE_NOT_EXIST);
+    EXPECT_EQ(service_.SetOutputMode(0), LOG_RESULT_INTERFACE_NOT_EXIST);
     EXPECT_FALSE(service_.IsLevelEnabled(0));
     EXPECT_EQ(service_.IsLogOutputPara(), 0U);
     service_.SetModuleSwitch(7, false);
@@ -96,7 +91,7 @@ TEST_F(WithoutTheStaticObjectLock, TheServiceDoesNotStartAndCanBeFinished) {
     {
         const FailingLocks failing(Lock());
         EXPECT_EQ(object->init(0, nullptr), -1);
-        EXPECT_EQ(static_cast<NS_LOG_SERVICE1::qv_base_log*>(object)->StopService(), 0);
+        EXPECT_EQ(static_cast<qv_base_log*>(object)->StopService(), 0);
         EXPECT_EQ(object->fini(), 0);
     }
     EXPECT_THAT(Proxy().Texts(),
@@ -114,7 +109,7 @@ class WithoutItsLock : public NS_TEST::ServiceTest {
     }
 
     static ModuleSwitchTable& Table() { return *ModuleSwitchTable::Instance(); }
-    static NS_TEST::SwitchingLogger& FirstLogger() { return NS_TEST::AddSwitchingLogger("a", "b"); }
+    static SwitchingLogger& FirstLogger() { return AddSwitchingLogger("a", "b"); }
     static TEDebugInfoBuf& Channel() { return *Manager().Channels().Find("debug"); }
 
     static void Log(int level, const std::string& text) {
@@ -151,6 +146,13 @@ TEST_F(WithoutItsLock, TheModuleTableThatCannotReleaseItLeavesTheErrorCode) {
     EXPECT_EQ(failing.Releases(), 5);
 }
 
+// So that the map outlives it.
+TEST_F(WithoutItsLock, TheModuleTableHasItBehindItsMap) {
+    Table();
+    const FailingLocks failing(&Table(), sizeof(std::map<int, bool>), LockFailure::Taking);
+    EXPECT_THAT(ErrorsOfTheTable(), Each(0));
+}
+
 // Readers must not wait for each other.
 TEST_F(WithoutItsLock, TheModuleTableIsReadByThoseWhoCannotHaveItAlone) {
     const FailingLocks failing(Table(), LockFailure::Writing);
@@ -171,7 +173,7 @@ TEST_F(WithoutItsLock, ALoggerSwitchesItsLevels) {
     EXPECT_TRUE(FirstLogger().DisableLevel(1));
     EXPECT_TRUE(FirstLogger().EnableLevel(3));
     EXPECT_EQ(Levels(FirstLogger().Levels()), "1011");
-    EXPECT_THROW(FirstLogger().EnableAllLevels(), std::out_of_range);
+    EXPECT_THROW(FirstLogger().Logger::EnableAllLevels(), std::out_of_range);
     EXPECT_EQ(failing.Failures(), 3);
     EXPECT_EQ(failing.Releases(), 0);
 }
@@ -179,7 +181,7 @@ TEST_F(WithoutItsLock, ALoggerSwitchesItsLevels) {
 TEST_F(WithoutItsLock, TheManagerFindsAndSwitchesLoggers) {
     LogMgr& manager = Manager();
     const FailingLocks failing(manager);
-    NS_LOG_SERVICE1::Logger* const added = manager.GetLogger("later", "one", "corbaoper");
+    Logger* const added = manager.GetLogger("later", "one", "corbaoper");
     ASSERT_NE(added, nullptr);
     EXPECT_EQ(manager.GetLogger("later", "one", "corbaoper"), added);
     EXPECT_NE(added->Channel(), nullptr);
@@ -202,7 +204,7 @@ TEST_F(WithoutItsLock, AChannelWritesAtOnce) {
         EXPECT_EQ(failing.Failures(), 4);
         EXPECT_EQ(failing.Releases(), 0);
     }
-    EXPECT_TRUE(NS_TEST::FinishesOnAnotherThread([] { Log(1, "the next one"); }));
+    EXPECT_TRUE(FinishesOnAnotherThread([] { Log(1, "the next one"); }));
     EXPECT_THAT(Written("debug"), ElementsAre("first", "an error", "kept back", "the next one"));
 }
 
@@ -229,12 +231,10 @@ TEST_F(WithoutItsLock, AChannelQueuesFlushesAndDumps) {
 }
 
 TEST_F(WithoutItsLock, AnInterfaceIsLookedUp) {
-    NS_LOG_SERVICE1::LogSvcIFImpl service;
-    const NS_TEST::RegisteredInterface registered(NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME, service);
+    LogSvcIFImpl service;
+    const RegisteredInterface registered(LOG_SVC_INTERFACE_NAME, service);
     const FailingLocks failing(NS_BUNDLEMGR1::_g_actualmutex);
-    EXPECT_EQ(&NS_LOG_SERVICE1::LookUp<NS_LOG_SERVICE1::LogSvcInterface>(
-                  NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME),
-              &service);
+    EXPECT_EQ(&LookUp<LogSvcInterface>(LOG_SVC_INTERFACE_NAME), &service);
     EXPECT_GE(failing.Failures(), 1);
     EXPECT_EQ(failing.Releases(), 0);
 }

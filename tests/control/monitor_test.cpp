@@ -9,15 +9,8 @@
 #include "control/monitorfixture.h"
 #include "control/threadcalls.h"
 
-using NS_TEST::EXIT;
-using NS_TEST::MonitorSays;
-using NS_TEST::NO_STATUS;
-using NS_TEST::NO_STATUS_IN_INIT;
-using NS_TEST::StatWatch;
-using NS_TEST::SVC_ERROR;
-using NS_TEST::ThreadCalls;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -81,7 +74,7 @@ TEST_F(MonitorStart, WithoutAThreadToBeHadCanBeStoppedAndTriedAgain) {
         EXPECT_EQ(monitor_.Init(), 0);
     }
     EXPECT_EQ(monitor_.thr_count(), 0U);
-    ASSERT_TRUE(NS_TEST::FinishesOnAnotherThread([this] { monitor_.Stop(); }));
+    ASSERT_TRUE(FinishesOnAnotherThread([this] { monitor_.Stop(); }));
     Start();
     SetTime(kBaseline + 1);
     AwaitApplications(1);
@@ -101,17 +94,6 @@ TEST_F(MonitorStart, IsFollowedByASleepBeforeTheFirstLookEachTime) {
 
 class TheProcessesMonitor : public NS_TEST::MonitorTest {};
 
-TEST_F(TheProcessesMonitor, IsOneForAllThreadsThatAskFirst) {
-    std::vector<std::future<Monitor*>> asked;
-    for (int i = 0; i < 4; ++i) {
-        asked.push_back(std::async(std::launch::async, [] { return Monitor::Instance(); }));
-    }
-    ASSERT_NE(Monitor::Instance(), nullptr);
-    for (std::future<Monitor*>& one : asked) {
-        EXPECT_EQ(one.get(), Monitor::Instance());
-    }
-}
-
 TEST_F(TheProcessesMonitor, SaysGoodbyeOnceWhenItIsDestroyedAndIsNotCreatedForThat) {
     Monitor::Destroy();
     Monitor::Instance()->Init();
@@ -122,18 +104,6 @@ TEST_F(TheProcessesMonitor, SaysGoodbyeOnceWhenItIsDestroyedAndIsNotCreatedForTh
     EXPECT_THAT(Proxy().Printed(), ElementsAre(MonitorSays(EXIT)));
 }
 
-TEST_F(TheProcessesMonitor, IsAFreshOneAfterItsDestruction) {
-    ASSERT_EQ(Monitor::Instance()->Init(), 0);
-    Monitor::Instance()->Stop();
-    Monitor::Destroy();
-
-    EXPECT_EQ(Monitor::Instance()->thr_count(), 0U);
-    // One that was never started is stopped at once.
-    EXPECT_EQ(Monitor::Instance()->Stop(), 0);
-    EXPECT_EQ(Monitor::Instance()->Init(), 0);
-    EXPECT_EQ(Monitor::Instance()->thr_count(), 1U);
-}
-
 TEST_F(TheProcessesMonitor, MayBeDestroyedAfterAFailedStart) {
     std::filesystem::remove(configFile_);
     EXPECT_EQ(Monitor::Instance()->Init(), -1);
@@ -141,8 +111,7 @@ TEST_F(TheProcessesMonitor, MayBeDestroyedAfterAFailedStart) {
     EXPECT_THAT(Proxy().Texts(), ElementsAre(NO_STATUS_IN_INIT, EXIT));
 }
 
-// A wall clock that is set back would lengthen a sleep that ends at a time of
-// day.
+// A wall clock that is set back would lengthen a sleep that ends at a time of day.
 TEST_F(TheProcessesMonitor, SleepsThirtySecondsOfTheMonotonicClock) {
     const auto second = [] {
         timespec now{};
@@ -185,8 +154,7 @@ TEST_F(SwitchMonitor, AppliesAFileWithAnyOtherTime) {
     EXPECT_THAT(Proxy().Texts(), IsEmpty()) << "it was only touched";
 }
 
-// Neither the content nor the size nor the file itself counts, nor a part of a
-// second.
+// Neither the content nor the size nor the file itself counts, nor a part of a second.
 TEST_F(SwitchMonitor, LooksAtWholeSecondsOnly) {
     Start();
     store_.Set("logswitch", "0,0,0,0");
@@ -212,7 +180,7 @@ TEST_F(SwitchMonitor, AppliesAFileThatComesBackOnlyWithAnotherTime) {
     Start();
     HideFile();
     EXPECT_TRUE(Proxy().WaitFor(NO_STATUS, 3));
-    EXPECT_THAT(Proxy().Printed(), testing::Each(MonitorSays(NO_STATUS)));
+    EXPECT_THAT(Proxy().Printed(), Each(MonitorSays(NO_STATUS)));
     ShowFile();
     AwaitFullPass();
     Proxy().Forget();
@@ -230,7 +198,7 @@ TEST_F(SwitchMonitor, DoesNotRetryAnApplicationThatFailed) {
     Start();
     store_.Set("logswitch", "0,0,0,0");
     const std::function<void()> kFailures[] = {[] { throw std::runtime_error("broken"); },
-                                               [] { throw 42; }, NS_TEST::RaiseStoreOutOfReach};
+                                               [] { throw 42; }, RaiseStoreOutOfReach};
     int applications = 0;
     for (const auto& failure : kFailures) {
         Proxy().Forget();
@@ -264,8 +232,8 @@ TEST_F(SwitchMonitor, GoesOnWhenItCannotReport) {
         ShowFile();
     }
     Proxy().onPrint = nullptr;
-    EXPECT_THAT(Proxy().Texts(), testing::Each(SVC_ERROR));
-    EXPECT_THAT(Proxy().Texts(), testing::Not(IsEmpty()));
+    EXPECT_THAT(Proxy().Texts(), Each(SVC_ERROR));
+    EXPECT_THAT(Proxy().Texts(), Not(IsEmpty()));
 }
 
 class SwitchFileChange : public NS_TEST::MonitorTest {
@@ -273,7 +241,7 @@ class SwitchFileChange : public NS_TEST::MonitorTest {
     // The store is the one over the file.
     SwitchFileChange() {
         NS_REFERENCE_HOST::SetConfigItems(nullptr);
-        NS_TEST::WriteFile(configFile_, Text("1,1,1,1", "0"));
+        WriteFile(configFile_, Text("1,1,1,1", "0"));
         SetTime(kBaseline);
     }
 
@@ -283,30 +251,7 @@ class SwitchFileChange : public NS_TEST::MonitorTest {
     }
 };
 
-TEST_F(SwitchFileChange, IsAppliedWhenTheTimeOfTheFileIsAnother) {
-    Manager().CreateChannels();
-    auto* logger = Manager().GetLogger("a", "b", "debug");
-    Start();
-    Replace(Text("0,1,0,1", "1"), kBaseline);
-    AwaitFullPass();
-    EXPECT_EQ(State(), "1111/0/0");
-    EXPECT_THAT(Proxy().Texts(), IsEmpty());
-    Replace(Text("0,1,0,1", "1"), kBaseline + 1);
-    AwaitFullPass();
-    EXPECT_EQ(State(), "0101/1/1");
-    EXPECT_EQ(Levels(logger->Levels()), "0101");
-    EXPECT_THAT(Proxy().Texts(),
-                ElementsAre("[LogSwitchMonitorMgr::Check] LogLevel_0 close LogLevel_2 close \n",
-                            "[LogSwitchMonitorMgr::Check] end change bEnableAsnLog = 1 \n",
-                            "[LogSwitchMonitorMgr::Check] end change bEnableOutputPara = 1 \n"));
-    NS_TEST::WriteFile(configFile_, Text("1,1,1,1", "0"));
-    SetTime(kBaseline + 2);
-    AwaitFullPass();
-    EXPECT_EQ(State(), "1111/0/0");
-}
-
-// The three values of one application come from one file, however fast the
-// files change.
+// The three values of one application come from one file, however fast the files change.
 TEST_F(SwitchFileChange, IsNeverAppliedInParts) {
     std::atomic<bool> done{false};
     std::thread administrator([&] {

@@ -7,10 +7,7 @@
 #include "control/monitorfixture.h"
 #include "support/capturedoutput.h"
 
-using NS_TEST::EXIT;
-using NS_TEST::Finishes;
-using NS_TEST::FinishesOnAnotherThread;
-using NS_TEST::IsStillBlocked;
+using namespace NS_TEST;
 using testing::ElementsAre;
 
 namespace {
@@ -70,9 +67,9 @@ TEST_F(MonitorEnd, EndsTheLooksAtTheFileUntilAnotherStart) {
         monitor_.Stop();
         EXPECT_EQ(monitor_.thr_count(), 0U);
     }
-    const int looks = NS_TEST::StatWatch::Looks(configFile_);
+    const int looks = StatWatch::Looks(configFile_);
     SetTime(kBaseline + 100);
-    EXPECT_EQ(NS_TEST::StatWatch::Looks(configFile_), looks);
+    EXPECT_EQ(StatWatch::Looks(configFile_), looks);
 }
 
 // The end of a thread is signalled once. Running the thread's body by hand
@@ -109,7 +106,7 @@ TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
 }
 
 TEST_F(MonitorEnd, GoesOnWhenTheGoodbyeFails) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     Proxy().onPrint = [](const std::string&) { throw std::runtime_error("broken"); };
     delete new Monitor;
     Proxy().onPrint = [](const std::string&) { throw 42; };
@@ -143,30 +140,17 @@ TEST_F(MonitorEnd, MayMeetTheThreadAnywhere) {
         ASSERT_EQ(monitor->Init(), 0);
         SetTime(kBaseline + round + 1);
         if (round % 3 == 0) {
-            ASSERT_TRUE(NS_TEST::StatWatch::WaitForLooks(configFile_, 1));
+            ASSERT_TRUE(StatWatch::WaitForLooks(configFile_, 1));
         }
         ASSERT_EQ(monitor->Stop(), 0);
     }
     EXPECT_THAT(Proxy().Texts(), testing::Each(EXIT));
 }
 
-// Its thread sleeps for 30 seconds.
-TEST_F(MonitorEnd, OfTheProcessesMonitorMayBeFollowedByItsDestructionAtOnce) {
-    EXPECT_TRUE(FinishesOnAnotherThread([] {
-        for (int round = 0; round < 100; ++round) {
-            ASSERT_EQ(Monitor::Instance()->Init(), 0);
-            ASSERT_EQ(Monitor::Instance()->Stop(), 0);
-            ASSERT_EQ(Monitor::Instance()->thr_count(), 0U);
-            Monitor::Destroy();
-        }
-    }));
-    EXPECT_EQ(Proxy().Texts(), std::vector<std::string>(100, EXIT));
-}
-
 // Nobody waits for the thread that is left behind, which must not run on
 // without its object: it never comes back from the store.
 TEST_F(MonitorEnd, IsNotWaitedForByTheDestruction) {
-    auto& store = *new NS_TEST::ScriptedConfigItems;
+    auto& store = *new ScriptedConfigItems;
     auto& reached = *new std::promise<void>;
     store.OnAllAsked([&reached] {
         reached.set_value();

@@ -6,10 +6,8 @@
 #include "support/servicefixture.h"
 
 using NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME;
-using NS_TEST::RegisteredInterface;
-using NS_TEST::SCHEDULE_NAME;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -38,7 +36,7 @@ class OutputMode : public NS_TEST::ServiceTest {
         registered_.emplace(LOG_SVC_INTERFACE_NAME, service_);
     }
 
-    NS_TEST::RecordingScheduleService schedule_;
+    RecordingScheduleService schedule_;
     NS_LOG_SERVICE1::LogSvcIFImpl service_;
     std::optional<RegisteredInterface> registered_;
 };
@@ -69,11 +67,10 @@ TEST_F(OutputMode, NeedsNoScheduleServiceButForZeroFromAnotherMode) {
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
-// The mode itself stays, so a second time the deletion is asked for again, for
-// no task.
+// The mode itself stays, so a second time the deletion is asked for again, for no task.
 TEST_F(OutputMode, ZeroDeletesTheTaskAndForgetsItsHandle) {
     const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
-    NS_TEST::RecordingScheduleService second;
+    RecordingScheduleService second;
     const RegisteredInterface registeredSecond(SCHEDULE_NAME, second);
     SetMode(7);
     for (int i = 0; i < 2; ++i) {
@@ -102,7 +99,7 @@ TEST_F(OutputMode, ZeroLeavesQueuedRecordsQueued) {
     Manager().GetLogger("a", "b", "debug")->Log("file", "function", 1, 1, "text");
     EXPECT_EQ(Switch(0), 0U);
     EXPECT_EQ(Manager().Channels().Find("debug")->Statistics().queued.Get(), 1U);
-    EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
+    EXPECT_THAT(ListFiles(Path("log")), IsEmpty());
 }
 
 TEST_F(OutputMode, ZeroThatTheScheduleServiceRefusesKeepsTheHandleAndMayBeTriedAgain) {
@@ -113,10 +110,10 @@ TEST_F(OutputMode, ZeroThatTheScheduleServiceRefusesKeepsTheHandleAndMayBeTriedA
         schedule_.answer = answer;
         EXPECT_EQ(Switch(0), kRefused);
         ExpectUnchanged(1);
-        EXPECT_THAT(Proxy().Printed(), ElementsAre(NS_TEST::IsDiagnostic(
-                                           2, "logimpl",
-                                           "[LogMgr::SetOutputMode]Delete local task failed, so "
-                                           "SetOutputMode failed !!")));
+        EXPECT_THAT(Proxy().Printed(),
+                    ElementsAre(IsDiagnostic(2, "logimpl",
+                                             "[LogMgr::SetOutputMode]Delete local task failed, so "
+                                             "SetOutputMode failed !!")));
     }
     schedule_.answer = 0;
     EXPECT_EQ(Switch(0), 0U);
@@ -131,14 +128,14 @@ TEST_F(OutputMode, ZeroWithoutAScheduleServiceReportsTheException) {
     ExpectUnchanged(1);
     SetMode(0);
     const auto records = DebugRecords();
-    ASSERT_THAT(records, testing::SizeIs(1));
+    ASSERT_THAT(records, SizeIs(1));
     EXPECT_EQ(records[0].level, 1);
     EXPECT_EQ(records[0].line, std::to_string(kNoSchedule));
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
 TEST_F(OutputMode, ZeroWithNeitherAScheduleServiceNorALoggerIsTheSameFailure) {
-    NS_TEST::OtherInterface other;
+    OtherInterface other;
     SetMode(1);
     EXPECT_EQ(Switch(0), kNoSchedule);
     const RegisteredInterface registered(SCHEDULE_NAME, other);
@@ -150,12 +147,12 @@ TEST_F(OutputMode, ZeroWithNeitherAScheduleServiceNorALoggerIsTheSameFailure) {
 TEST_F(OutputMode, ZeroReportsTheExceptionThatTheDeletionRaises) {
     const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
     OfferLogger();
-    schedule_.onDelete = NS_TEST::RaiseStoreOutOfReach;
+    schedule_.onDelete = RaiseStoreOutOfReach;
     SetMode(1);
     EXPECT_EQ(Switch(0), kNoSchedule);
     ExpectUnchanged(1);
     SetMode(0);
-    EXPECT_THAT(DebugRecords(), ElementsAre(NS_TEST::IsStoreOutOfReach()));
+    EXPECT_THAT(DebugRecords(), ElementsAre(IsStoreOutOfReach()));
 }
 
 TEST_F(OutputMode, ZeroPassesOtherExceptionsOnAndKeepsTheHandle) {

@@ -1,17 +1,14 @@
 // What the values of the three switch items mean, which of them are applied and
 // in which order, and what is said about it.
-#include <atomic>
+#include <map>
 #include <stdexcept>
-#include <thread>
 
 #include "support/servicefixture.h"
 #include "support/switchinglogger.h"
 #include "support/waiting.h"
 
-using NS_TEST::AddSwitchingLogger;
-using NS_TEST::SwitchingLogger;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -31,19 +28,18 @@ class SwitchFile : public NS_TEST::ServiceTest {
         store_.Set("bLogOutputPara", outputPara);
     }
 
-    // Applies the configuration. Expects the service to be in this state
-    // afterwards, and the monitor to have said this, behind its name, and nothing
-    // else.
+    // Applies the configuration. Expects the service to be in this state afterwards, and the
+    // monitor to have said this, behind its name, and nothing else.
     void CheckAndExpect(const std::string& state, const std::vector<std::string>& says) {
         Proxy().Forget();
         monitor_.Check();
         EXPECT_EQ(State(), state);
-        std::vector<testing::Matcher<NS_TEST::PrintedDiagnostic>> expected;
+        std::vector<testing::Matcher<PrintedDiagnostic>> expected;
         for (const std::string& text : says) {
-            expected.push_back(NS_TEST::IsDiagnostic(1, "logswitchmonitormgr",
-                                                     "[LogSwitchMonitorMgr::Check] " + text));
+            expected.push_back(
+                IsDiagnostic(1, "logswitchmonitormgr", "[LogSwitchMonitorMgr::Check] " + text));
         }
-        EXPECT_THAT(Proxy().Printed(), testing::ElementsAreArray(expected));
+        EXPECT_THAT(Proxy().Printed(), ElementsAreArray(expected));
     }
 
     NS_LOG_SERVICE1::LogSwitchMonitorMgr monitor_;
@@ -57,8 +53,7 @@ struct Application {
     const char* report;              // null: none
 };
 
-// The pieces of a report run together; there is no blank behind an undefined
-// value.
+// The pieces of a report run together; there is no blank behind an undefined value.
 TEST_F(SwitchFile, SwitchesEachLevelThatDiffersInAscendingOrderAndSaysSo) {
     const Application kApplications[] = {
         {"1111", "1,1,1,1", "1111", {}, nullptr},
@@ -103,8 +98,7 @@ TEST_F(SwitchFile, ReportsAnUndefinedValueEachTimeAndAChangeOnce) {
     CheckAndExpect("1110/0/0", {"LogLevel_0 undefined value.\n"});
 }
 
-// The global switch of a level decides whether anything is to be done, not
-// those of the loggers.
+// The global switch of a level decides whether anything is to be done, not those of the loggers.
 TEST_F(SwitchFile, LeavesALoggerAloneThatDiffersFromAGlobalSwitchThatHolds) {
     SwitchingLogger& logger = AddSwitchingLogger("a", "b");
     logger.Logger::DisableLevel(1);
@@ -130,7 +124,7 @@ TEST_F(SwitchFile, KeepsTheGlobalLevelWhenALoggerRefuses) {
     EXPECT_EQ(Levels(willing.Levels()), "0111");
     EXPECT_EQ(Levels(refusing.Levels()), "1111");
     EXPECT_THAT(Proxy().Texts(),
-                ElementsAre(testing::StartsWith("[LogMgr::DisableAllLogLevel] Disable a, b, "),
+                ElementsAre(StartsWith("[LogMgr::DisableAllLogLevel] Disable a, b, "),
                             "[LogSwitchMonitorMgr::Check] LogLevel_0 close \n"));
 }
 
@@ -141,13 +135,13 @@ TEST_F(SwitchFile, EndsWithTheExceptionOfALogger) {
     EXPECT_THROW(monitor_.Check(), std::runtime_error);
     EXPECT_EQ(State(), "0111/0/0");
     logger.onSwitched = nullptr;
-    EXPECT_TRUE(NS_TEST::FinishesOnAnotherThread([] { Manager().SwitchLevel(1, true); }));
+    EXPECT_TRUE(FinishesOnAnotherThread([] { Manager().SwitchLevel(1, true); }));
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
 TEST_F(SwitchFile, PassesOnWhatTheStoreThrowsAndAppliesNothing) {
     Configure("0,0,0,0", "1", "1");
-    store_.OnAllAsked(NS_TEST::RaiseStoreOutOfReach);
+    store_.OnAllAsked(RaiseStoreOutOfReach);
     EXPECT_THROW(monitor_.Check(), NS_BUNDLEMGR1::InterfaceNotExistException);
     store_.OnAllAsked([] { throw 42; });
     EXPECT_THROW(monitor_.Check(), int);
@@ -167,30 +161,7 @@ TEST_F(SwitchFile, ReadsTheConfigurationOnceAndLeavesItsOtherItemsAlone) {
     EXPECT_EQ(Manager().outputmode, 0U);
 }
 
-TEST_F(SwitchFile, MayRunWhileClientsLog) {
-    std::atomic<bool> done{false};
-    std::thread client([&] {
-        while (!done) {
-            auto* logger = Manager().GetLogger("a", "b", "debug");
-            logger->Log("file", "function", 1, 2, "text");
-            Manager().GetEnableAsnLog();
-            Manager().GetEnableOutputPara();
-            Manager().IsLogLevelEnabled(2);
-        }
-    });
-    for (int i = 0; i < 100; ++i) {
-        const char* const flag = i % 2 == 0 ? "1" : "0";
-        Configure(i % 2 == 0 ? "1,1,0,1" : "1,1,1,1", flag, flag);
-        monitor_.Check();
-    }
-    done = true;
-    client.join();
-    EXPECT_EQ(State(), "1111/0/0");
-    EXPECT_EQ(Proxy().Texts().size(), 300U);
-}
-
-// The last report names an item that does not exist. Only the first missing
-// item is reported.
+// The last report names an item that does not exist. Only the first missing item is reported.
 TEST_F(SwitchFile, WithoutOneOfItsItemsAppliesNothing) {
     struct Missing {
         const char* reported;
@@ -207,7 +178,7 @@ TEST_F(SwitchFile, WithoutOneOfItsItemsAppliesNothing) {
     };
     for (const Missing& missing : kMissing) {
         SCOPED_TRACE(testing::PrintToString(missing.present));
-        NS_TEST::ScriptedConfigItems incomplete;
+        ScriptedConfigItems incomplete;
         for (const std::string& item : missing.present) {
             incomplete.Set(item, item == "logswitch" ? "0,0,0,0" : "1");
         }
@@ -248,47 +219,26 @@ TEST_F(SwitchFile, WithAnItemTwiceCountsTheLastOne) {
 // Level 1 is tried from on and from off; the levels beside it stay as they are.
 TEST_F(SwitchFile, ConvertsLevelsLeniently) {
     enum Meaning { kOff, kOn, kUndefined };
-    const std::pair<const char*, Meaning> kValues[] = {
-        {"1", kOn},
-        {"0", kOff},
-        {"1x", kOn},
-        {"0x1", kOff},
-        {"x", kOff},
-        {"", kOff},
-        {"01", kOn},
-        {"+1", kOn},
-        {" 1", kOn},
-        {"1 ", kOn},
-        {"\t1 0", kOn},
-        {"-0", kOff},
-        {"- 1", kOff},
-        {"1.9", kOn},
-        {"2", kUndefined},
-        {"10", kUndefined},
-        {"-1", kUndefined},
-        // 32 bits are kept of a long. What a long does not hold is the nearest
-        // one that it does.
-        {"2147483649", kUndefined},
-        {"4294967295", kUndefined},
-        {"4294967296", kOff},
-        {"4294967297", kOn},
-        {"-4294967295", kOn},
-        {"99999999999999999999", kUndefined},
-        {"-99999999999999999999", kOff},
-    };
-    for (const auto& [value, meaning] : kValues) {
-        for (const bool wasOn : {true, false}) {
-            SCOPED_TRACE(std::string(value) + (wasOn ? " from on" : " from off"));
-            SetLevels(wasOn ? "1111" : "1011");
-            Configure(std::string("1,") + value + ",1,1", "0", "0");
-            const bool isOn = meaning == kUndefined ? wasOn : meaning == kOn;
-            std::vector<std::string> says;
-            if (meaning == kUndefined) {
-                says = {"LogLevel_1 undefined value.\n"};
-            } else if (isOn != wasOn) {
-                says = {isOn ? "LogLevel_1 open \n" : "LogLevel_1 close \n"};
+    // 32 bits are kept of a long. What a long does not hold is the nearest one that it does.
+    const std::map<Meaning, std::vector<std::string>> kValues = {
+        {kOn, {"1", "1x", "01", "+1", " 1", "1 ", "\t1 0", "1.9", "4294967297", "-4294967295"}},
+        {kOff, {"0", "0x1", "x", "", "-0", "- 1", "4294967296", "-99999999999999999999"}},
+        {kUndefined, {"2", "10", "-1", "2147483649", "4294967295", "99999999999999999999"}}};
+    for (const auto& [meaning, values] : kValues) {
+        for (const std::string& value : values) {
+            for (const bool wasOn : {true, false}) {
+                SCOPED_TRACE(value + (wasOn ? " from on" : " from off"));
+                SetLevels(wasOn ? "1111" : "1011");
+                Configure("1," + value + ",1,1", "0", "0");
+                const bool isOn = meaning == kUndefined ? wasOn : meaning == kOn;
+                std::vector<std::string> says;
+                if (meaning == kUndefined) {
+                    says = {"LogLevel_1 undefined value.\n"};
+                } else if (isOn != wasOn) {
+                    says = {isOn ? "LogLevel_1 open \n" : "LogLevel_1 close \n"};
+                }
+                CheckAndExpect(isOn ? "1111/0/0" : "1011/0/0", says);
             }
-            CheckAndExpect(isOn ? "1111/0/0" : "1011/0/0", says);
         }
     }
 }

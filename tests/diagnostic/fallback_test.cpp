@@ -8,6 +8,8 @@
 #include "support/servicefixture.h"
 #include "support/switchinglogger.h"
 
+using namespace NS_TEST;
+
 namespace {
 
 class Fallback : public NS_TEST::ServiceTest {
@@ -17,7 +19,7 @@ class Fallback : public NS_TEST::ServiceTest {
     // What the run writes to standard output.
     template <class Run>
     static std::string OutputOf(Run run) {
-        const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+        const CapturedOutput output(STDOUT_FILENO);
         run();
         return output.Text();
     }
@@ -27,34 +29,14 @@ class Fallback : public NS_TEST::ServiceTest {
         store_.Set("bEnableAsnLog", asnLog);
         store_.Set("bLogOutputPara", outputPara);
     }
-
-    NS_LOG_SERVICE1::LogSvcIFImpl service_;
 };
 
-TEST_F(Fallback, PrintsTheMessagesOfTheConfiguration) {
-    const std::string sizes =
-        "\nGet Config Item(logfilesize) failed !!\n"
-        "\nGet Config Item(logfilecount) failed !!\n"
-        "\nGet Config Item(queuebuflength) failed !!\n"
-        "\nGet Config Item(filterbuflength) failed !!\n"
-        "\nGet Config Item(logtimeinterval) failed !!\n";
-    const std::string flags =
-        "\nGet Config Item(outputmode) failed !!\n"
-        "\nGet Config Item(LogOutputPara) failed !!\n";
-    EXPECT_EQ(OutputOf([&] { service_.Init(); }),
-              sizes + "\nGet Config Item(outputmode) failed !!\n" + flags);
-    service_.Fini();
-    store_.Set("outputmode", "2");
-    EXPECT_EQ(OutputOf([&] { service_.Init(); }),
-              sizes + "\nlog output mode value : %d, it is meaningless !!\n" + flags);
-}
-
 TEST_F(Fallback, PrintsWhatTheManagerAndItsLoggersReport) {
-    NS_TEST::RecordingScheduleService schedule;
-    const NS_TEST::RegisteredInterface registered(NS_TEST::SCHEDULE_NAME, schedule);
+    RecordingScheduleService schedule;
+    const RegisteredInterface registered(SCHEDULE_NAME, schedule);
     schedule.answer = 1;
     Manager().outputmode = 1;
-    NS_TEST::AddSwitchingLogger("a", "b").refuses = true;
+    AddSwitchingLogger("a", "b").refuses = true;
     EXPECT_EQ(OutputOf([] {
                   Manager().EnableAllLogLevel(1);
                   Manager().DisableAllLogLevel(1);
@@ -78,20 +60,6 @@ TEST_F(Fallback, PrintsTheFormatsOfASwitchApplication) {
     SetSwitches("", "1", "1");
     EXPECT_EQ(OutputOf([&] { monitor.Check(); }),
               "[LogSwitchMonitorMgr::Check] Call SplitStringByTag<%s> failed\n");
-}
-
-TEST_F(Fallback, PrintsAStartThatFailsAndTheEnd) {
-    NS_LOG_SERVICE1::qv_base_log object;
-    object.CreateInterface();
-    store_.OnAsked("logfilesize", NS_TEST::RaiseStoreOutOfReach);
-    std::filesystem::remove(configFile_);
-    EXPECT_EQ(OutputOf([&] {
-                  EXPECT_EQ(object.init(0, nullptr), -1);
-                  EXPECT_EQ(object.fini(), 0);
-              }),
-              "[LogSwitchMonitorMgr::Init] CALL ACE_OS::stat failed!"
-              "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n"
-              "[LogSwitchMonitorMgr::~LogSwitchMonitorMgr] LogSwitchMonitorMgr Exit!");
 }
 
 }  // namespace

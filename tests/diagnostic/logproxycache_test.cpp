@@ -18,19 +18,10 @@
 #include "support/recordinglogproxy.h"
 
 using NS_BUNDLEMGR1::DefaultLogProxy;
-using NS_LOG_SERVICE1::Diagnostic;
-using NS_LOG_SERVICE1::DiagnosticSource;
-using NS_LOG_SERVICE1::GetLogProxy;
-using NS_LOG_SERVICE1::kDumpFormatFailed;
-using NS_LOG_SERVICE1::kPassFailed;
-using NS_LOG_SERVICE1::LogProxyCache;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
+using namespace testing;
 using NS_REFERENCE_HOST::SetLogProxyProvider;
-using NS_TEST::CapturedOutput;
-using NS_TEST::IsDiagnostic;
-using NS_TEST::RecordingLogProxy;
-using NS_TEST::RecordingLogProxyProvider;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -44,7 +35,7 @@ class LogProxy : public testing::Test {
     // What eight threads get that ask the cache at the same moment.
     std::set<NS_BUNDLEMGR1::LogProxy*> ProxiesOfManyThreads() {
         std::vector<NS_BUNDLEMGR1::LogProxy*> seen(8);
-        NS_TEST::OnThreads(seen.size(), [&](size_t thread) { seen[thread] = cache_.Get(); });
+        OnThreads(seen.size(), [&](size_t thread) { seen[thread] = cache_.Get(); });
         return {seen.begin(), seen.end()};
     }
 
@@ -121,7 +112,7 @@ TEST_F(LogProxy, IsTheSameForAllThreads) {
 TEST_F(LogProxy, IsAFallbackForEachThread) {
     SetLogProxyProvider(nullptr);
     const auto proxies = ProxiesOfManyThreads();
-    EXPECT_THAT(proxies, testing::Contains(cache_.Get()));
+    EXPECT_THAT(proxies, Contains(cache_.Get()));
     for (NS_BUNDLEMGR1::LogProxy* proxy : proxies) {
         ASSERT_NE(proxy, nullptr);
         EXPECT_EQ(proxy->GetProxyName(), "DefaultLogProxy");
@@ -168,8 +159,8 @@ TEST_F(LogProxy, IsAskedForOnceByAllThreadsTogether) {
     }
     report();
     EXPECT_THAT(provider_.Asked(), ElementsAre(kJoinedNames, kJoinedNames));
-    EXPECT_THAT(proxy_.Names(), testing::SizeIs(4));
-    EXPECT_THAT(proxy_.Printed(), testing::SizeIs(8));
+    EXPECT_THAT(proxy_.Names(), SizeIs(4));
+    EXPECT_THAT(proxy_.Printed(), SizeIs(8));
 }
 
 TEST(FallbackLogProxy, PrintsTheFormatItselfOnStandardOutput) {
@@ -194,7 +185,7 @@ TEST(FallbackLogProxy, DoesNothingElse) {
     proxy.Reserved11();
     EXPECT_THAT((std::vector<int>{proxy.Reserved6(), proxy.Reserved7(), proxy.Reserved8(),
                                   proxy.Reserved9(), proxy.Reserved10(), proxy.Reserved12()}),
-                testing::Each(0));
+                Each(0));
     proxy.SetPosition(nullptr, -1);
     proxy.SetBundleName(nullptr);
     proxy.SetServiceName(nullptr);

@@ -10,8 +10,7 @@
 
 namespace {
 
-using NS_TEST::ScriptedMessage;
-using NS_TEST::TextMessage;
+using namespace NS_TEST;
 
 // A logger that goes no further than Log.
 class SilentLogger : public NS_LOG_SERVICE1::Logger {
@@ -28,7 +27,7 @@ class AsnDumpMemory : public NS_TEST::EachAsnOperation {
   protected:
     // What the dump of `size` characters needs that is not the first one. Every line of them holds
     // values that are masked.
-    NS_TEST::Allocations UsageOf(NS_LOG_SERVICE1::LoggerIF& logger, size_t size) {
+    Allocations UsageOf(NS_LOG_SERVICE1::LoggerIF& logger, size_t size) {
         std::string text;
         while (text.size() < size) {
             text += "name = \"x\", city = \"y\"\n";
@@ -36,16 +35,16 @@ class AsnDumpMemory : public NS_TEST::EachAsnOperation {
         text.resize(size);
         ScriptedMessage message = TextMessage("QAsnGetPhysicalLocationInfoRsp", text);
         for (int i = 0; i < 3; ++i) {
-            NS_TEST::ForgetAllocations();
+            ForgetAllocations();
             DumpBy(GetParam(), logger, message);
         }
-        return NS_TEST::AllocationsOfThisThread();
+        return AllocationsOfThisThread();
     }
 
     // The dump needs one allocation, for the text that it hands to Log, or none where that is
     // short.
     void ExpectOneForTheText(size_t size) {
-        const NS_TEST::Allocations usage = UsageOf(silent_, size);
+        const Allocations usage = UsageOf(silent_, size);
         EXPECT_EQ(usage.count, silent_.textSize < 16 ? 0u : 1u) << size;
         EXPECT_EQ(usage.bytes, silent_.textSize < 16 ? 0u : silent_.textSize + 1) << size;
     }
@@ -60,8 +59,8 @@ TEST_P(AsnDumpMemory, IsOneAllocationForTheTextHandedToLog) {
         ExpectOneForTheText(size);
         EXPECT_EQ(silent_.textSize, size);
     }
-    ExpectOneForTheText(NS_TEST::kDumpBuffer + 100);
-    EXPECT_LT(silent_.textSize, NS_TEST::kDumpBuffer);
+    ExpectOneForTheText(kDumpBuffer + 100);
+    EXPECT_LT(silent_.textSize, kDumpBuffer);
 }
 
 TEST_P(AsnDumpMemory, IsOneAllocationForARepeatedText) {
@@ -73,7 +72,7 @@ TEST_P(AsnDumpMemory, IsOneAllocationForARepeatedText) {
 
 TEST_P(AsnDumpMemory, IsNoneMoreForTheEcho) {
     store_.Set("bEnableAsnTrace", "1");
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     ExpectOneForTheText(65536);
     EXPECT_GT(output.Text().size(), 3 * 65536u);
 }
@@ -92,7 +91,7 @@ TEST_P(AsnDumpMemory, IsOneAllocationUpToTheFileOrTheQueueAndOneMoreForALongText
 TEST_P(AsnDumpMemory, IsWaitedForByNobodyWhenThereIsNone) {
     ScriptedMessage message = TextMessage(std::string(1000, 'x'));
     DumpBy(GetParam(), silent_, message);
-    NS_TEST::FailNextAllocation();
+    FailNextAllocation();
     EXPECT_THROW(DumpBy(GetParam(), silent_, message), std::bad_alloc);
     EXPECT_EQ(PrintedByAnotherThread("other thread"), "other thread");
 }

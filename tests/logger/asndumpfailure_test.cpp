@@ -11,9 +11,7 @@
 
 namespace {
 
-using NS_TEST::kDumpBuffer;
-using NS_TEST::ScriptedMessage;
-using NS_TEST::TextMessage;
+using namespace NS_TEST;
 using testing::IsEmpty;
 
 constexpr const char* kSecretType = "QAsnGetNEInfoRsp";
@@ -82,7 +80,7 @@ const Misbehaviour kMisbehaviours[] = {
          out << std::string(kDumpBuffer, 'x');
          out.exceptions(std::ios::badbit);
      },
-     std::string(NS_TEST::kNoticeAt, 'x') + NS_TEST::kCutNotice},
+     std::string(kNoticeAt, 'x') + kCutNotice},
     {"another buffer",
      [](std::ostream& out) {
          out << "text";
@@ -133,7 +131,7 @@ class MisbehavingMessage : public NS_TEST::EachAsnOperation {
         EXPECT_EQ(Traced(Sample()), "255000 0.5 1");
         EXPECT_EQ(Traced(TextMessage(kSecretType, "NEPwd = \"abcd\"")), "NEPwd = \"****\"");
         const std::string text(kDumpBuffer + 10, 'x');
-        EXPECT_EQ(Printed(TextMessage(text)).size(), NS_TEST::kNoticeAt + 24);
+        EXPECT_EQ(Printed(TextMessage(text)).size(), kNoticeAt + 24);
         const std::ostream* tied = &OtherStream();
         Dumped(ScriptedMessage(nullptr, [&](std::ostream& out) { tied = out.tie(); }));
         EXPECT_EQ(tied, nullptr);

@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "channel/channelmap.h"
-#include "logger/asnmessages.h"
-#include "logger/recordinglogger.h"
 #include "platform/hostcontrol.h"
+#include "support/asnmessages.h"
 #include "support/environment.h"
 #include "support/files.h"
 #include "support/logfileparser.h"
+#include "support/recordinglogger.h"
 #include "support/recordinglogproxy.h"
 #include "support/scriptedconfigitems.h"
 #include "support/temporarydirectory.h"

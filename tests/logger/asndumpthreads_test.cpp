@@ -19,12 +19,7 @@
 
 namespace {
 
-using NS_TEST::AsnOperation;
-using NS_TEST::OnThreads;
-using NS_TEST::RecordingLogger;
-using NS_TEST::ScriptedMessage;
-using NS_TEST::SecretText;
-using NS_TEST::TextMessage;
+using namespace NS_TEST;
 
 constexpr int kThreads = 8;
 constexpr int kRounds = 20;
@@ -62,7 +57,7 @@ QV_FOR_EACH_ASN_OPERATION(Turn);
 TEST_P(Turn, LastsUntilTheRecordIsLoggedAndEchoed) {
     store_.Set("bEnableAsnTrace", "1");
     for (const AsnOperation other : {AsnOperation::kPrintAsn, AsnOperation::kLogAsnTrace}) {
-        const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+        const CapturedOutput output(STDOUT_FILENO);
         std::string echoedBefore;
         ScriptedMessage message(nullptr, [&](std::ostream&) { echoedBefore = output.Text(); });
         EXPECT_TRUE(OtherWaitsDuringLog(other, message));
@@ -92,18 +87,13 @@ TEST_P(Turn, IsNotNeededForOtherRecords) {
     Dumped(TextMessage("text"));
 }
 
-// Half of the threads print, half of them trace.
-AsnOperation OperationOf(int thread) {
-    return thread % 2 == 0 ? AsnOperation::kPrintAsn : AsnOperation::kLogAsnTrace;
-}
-
 class DumpsOfManyThreads : public NS_TEST::AsnDumpTest {
   protected:
     // Each thread has letters of its own, and dumps messages of all types.
     static SecretText TextOf(int thread, int round) {
-        const auto type = static_cast<size_t>(thread + round) % NS_TEST::kSecretTypes;
-        return NS_TEST::SecretTextOf(type, std::to_string(thread) + "." + std::to_string(round),
-                                     std::string(8, static_cast<char>('A' + thread)));
+        const auto type = static_cast<size_t>(thread + round) % kSecretTypes;
+        return SecretTextOf(type, std::to_string(thread) + "." + std::to_string(round),
+                            std::string(8, static_cast<char>('A' + thread)));
     }
 
     // Calls `dump` with the number of each thread and each message, on that thread. No message is
@@ -137,27 +127,6 @@ class DumpsOfManyThreads : public NS_TEST::AsnDumpTest {
     }
 };
 
-// What PrintAsn writes is not masked, which also shows that these tests find secrets.
-TEST_F(DumpsOfManyThreads, DoNotMixInTheFiles) {
-    logger_.writes = true;
-    std::multiset<std::string> expected;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        for (int round = 0; round < kRounds; ++round) {
-            const SecretText text = TextOf(thread, round);
-            expected.insert(OperationOf(thread) == AsnOperation::kPrintAsn ? "-1 " + text.text
-                                                                           : "3 " + text.masked);
-        }
-    }
-    FromManyThreads([this](int thread, ScriptedMessage& message) {
-        DumpBy(OperationOf(thread), logger_, message);
-    });
-    std::multiset<std::string> found;
-    for (const NS_TEST::ParsedRecord& record : Records()) {
-        found.insert(std::to_string(record.level) + " " + record.detail);
-    }
-    EXPECT_TRUE(found == expected) << found.size() << " of " << expected.size();
-}
-
 // Direct and queued, in two categories, and repeated from the cache.
 TEST_F(DumpsOfManyThreads, LeaveTheProcessMaskedByEveryWay) {
     NS_LOG_SERVICE1::Logger direct("a", "b", "corbaoper", settings_, channels_);
@@ -180,11 +149,11 @@ TEST_F(DumpsOfManyThreads, LeaveTheProcessMaskedByEveryWay) {
     twice.insert(once.begin(), once.end());
     std::multiset<std::string> found;
     size_t repeated = 0;
-    for (const NS_TEST::ParsedPiece& piece : NS_TEST::ParseLogDirectory(Path("log"))) {
-        if (piece.kind == NS_TEST::ParsedPiece::RECORD) {
+    for (const ParsedPiece& piece : ParseLogDirectory(Path("log"))) {
+        if (piece.kind == ParsedPiece::RECORD) {
             found.insert(piece.record.detail);
         }
-        for (const NS_TEST::ParsedRecord& record : piece.dumped) {
+        for (const ParsedRecord& record : piece.dumped) {
             ++repeated;
             EXPECT_EQ(once.count(record.detail), 1u) << record.detail;
         }
@@ -195,7 +164,7 @@ TEST_F(DumpsOfManyThreads, LeaveTheProcessMaskedByEveryWay) {
 
 TEST_F(DumpsOfManyThreads, DoNotMixOnStandardOutput) {
     store_.Set("bEnableAsnTrace", "1");
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     FromManyThreads([this](int, ScriptedMessage& message) {
         DumpBy(AsnOperation::kLogAsnTrace, logger_, message);
     });

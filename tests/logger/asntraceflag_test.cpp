@@ -18,13 +18,8 @@
 namespace {
 
 using NS_LOG_SERVICE1::ReadAsnTraceFlag;
-using NS_TEST::AsnOperation;
-using NS_TEST::Diagnostics;
-using NS_TEST::IsDiagnostic;
-using NS_TEST::ScriptedMessage;
-using NS_TEST::TextMessage;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
 constexpr const char* kItem = "bEnableAsnTrace";
 // Names another item, and what follows resets that one: operators know the pair of effects.
@@ -41,7 +36,7 @@ class AsnTraceFlag : public NS_TEST::AsnDumpTest {
     AsnTraceFlag() { settings_.logfilesize = 1234; }
 
     // Reads the flag from `store`, which is asked or not; a failure is reported.
-    void ExpectRead(NS_TEST::ScriptedConfigItems& store, bool on, bool asked, bool failed) {
+    void ExpectRead(ScriptedConfigItems& store, bool on, bool asked, bool failed) {
         NS_REFERENCE_HOST::SetConfigItems(&store);
         Diagnostics().Forget();
         settings_.logfilesize = 1234;
@@ -58,7 +53,7 @@ class AsnTraceFlag : public NS_TEST::AsnDumpTest {
 };
 
 TEST_F(AsnTraceFlag, IsAskedForUntilItIsNotZeroAndThenRemembered) {
-    NS_TEST::ScriptedConfigItems missing;
+    ScriptedConfigItems missing;
     ExpectRead(store_, false, true, false);
     ExpectRead(missing, false, true, true);
     ExpectRead(missing, false, true, true);
@@ -74,7 +69,7 @@ class AsnTraceFlagOfEither : public NS_TEST::EachAsnOperation {
   protected:
     // What is echoed while a text is dumped.
     std::string Echoed(const std::string& text) {
-        const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+        const CapturedOutput output(STDOUT_FILENO);
         EXPECT_EQ(Dumped(TextMessage(text)), text);
         return output.Text();
     }
@@ -83,8 +78,8 @@ QV_FOR_EACH_ASN_OPERATION(AsnTraceFlagOfEither);
 
 // A later change has no effect until the agent starts again.
 TEST_P(AsnTraceFlagOfEither, IsReadOnceByTheFirstDumpsOfAnyLoggersAndThreads) {
-    NS_TEST::RecordingLogger other("c", "d", "corbasys", settings_, channels_);
-    NS_TEST::OnThreads(8, [&](int number) {
+    RecordingLogger other("c", "d", "corbasys", settings_, channels_);
+    OnThreads(8, [&](int number) {
         ScriptedMessage message = TextMessage("text");
         DumpBy(GetParam(), number % 2 == 0 ? logger_ : other, message);
     });
@@ -112,7 +107,7 @@ TEST_P(AsnTraceFlagOfEither, IsReadByTheFirstDumpThatIsNotSwitchedOffAndStaysOn)
 TEST_P(AsnTraceFlagOfEither, IsReadBeforeTheDumpTakesItsTurn) {
     const auto other = GetParam() == AsnOperation::kPrintAsn ? AsnOperation::kLogAsnTrace
                                                              : AsnOperation::kPrintAsn;
-    NS_TEST::RecordingLogger otherLogger("c", "d", "corbasys", settings_, channels_);
+    RecordingLogger otherLogger("c", "d", "corbasys", settings_, channels_);
     ScriptedMessage message = TextMessage("one");
     std::future<void> otherDump;
     std::atomic<bool> asked{false};
@@ -131,7 +126,7 @@ TEST_P(AsnTraceFlagOfEither, IsReadBeforeTheDumpTakesItsTurn) {
 }
 
 TEST_P(AsnTraceFlagOfEither, StaysOffWhenTheReadFails) {
-    NS_TEST::ScriptedConfigItems missing;
+    ScriptedConfigItems missing;
     NS_REFERENCE_HOST::SetConfigItems(&missing);
     for (int dump = 0; dump < 2; ++dump) {
         EXPECT_EQ(Echoed("text"), "");
@@ -143,7 +138,7 @@ TEST_P(AsnTraceFlagOfEither, StaysOffWhenTheReadFails) {
 
 // Nothing has been printed or logged yet then, and no other dump is held up.
 TEST_P(AsnTraceFlagOfEither, IsReadAgainAfterTheStoreWasOutOfReach) {
-    store_.OnAsked(kItem, &NS_TEST::RaiseStoreOutOfReach);
+    store_.OnAsked(kItem, &RaiseStoreOutOfReach);
     ScriptedMessage message = TextMessage("one");
     EXPECT_THROW(Dump(message), NS_BUNDLEMGR1::InterfaceNotExistException);
     EXPECT_EQ(message.printed, 0);
@@ -156,7 +151,7 @@ TEST_P(AsnTraceFlagOfEither, IsReadAgainAfterTheStoreWasOutOfReach) {
 
 // With level 3 off too.
 TEST_F(AsnTraceFlag, IsReadByEachOperationForItself) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     Printed(TextMessage("one"));
     store_.Set(kItem, "1");
     EXPECT_EQ(Repeated(), "one");
@@ -166,7 +161,7 @@ TEST_F(AsnTraceFlag, IsReadByEachOperationForItself) {
 }
 
 TEST_F(AsnTraceFlag, ThatOneOperationReadAsOnIsOnForTheOther) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     store_.Set(kItem, "1");
     Traced(TextMessage("one"));
     store_.Set(kItem, "0");
@@ -184,10 +179,10 @@ QV_FOR_EACH_ASN_OPERATION(AsnEcho);
 using AsnTraceEcho = AsnTraceFlag;
 
 TEST_P(AsnEcho, ShowsTheThreadAndTheWholeDump) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     std::string expected;
     for (const std::string& text :
-         {std::string("100 %s %n %d\n"), NS_TEST::LongText(4000000) + "\nend", std::string()}) {
+         {std::string("100 %s %n %d\n"), LongText(4000000) + "\nend", std::string()}) {
         Dumped(TextMessage(text));
         expected += EchoOf(text);
     }
@@ -201,7 +196,7 @@ TEST_P(AsnEcho, ShowsTheThreadAndTheWholeDump) {
 }
 
 TEST_P(AsnEcho, ComesAfterTheRecordUnlessLogThrows) {
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     ScriptedMessage message = TextMessage("text");
     logger_.onLog = [] { throw 1; };
     EXPECT_THROW(Dump(message), int);
@@ -213,7 +208,7 @@ TEST_P(AsnEcho, ComesAfterTheRecordUnlessLogThrows) {
 // The echo shows what was logged, so with level 3 off it is the previous dump as well.
 TEST_F(AsnTraceEcho, IsMaskedAndRepeated) {
     store_.Set(kItem, "1");
-    const NS_TEST::CapturedOutput output(STDOUT_FILENO);
+    const CapturedOutput output(STDOUT_FILENO);
     Traced(TextMessage("QAsnGetNEInfoRsp", "NEPwd = \"abcd\""));
     Repeated();
     EXPECT_EQ(output.Text(), EchoOf("NEPwd = \"****\"") + EchoOf("NEPwd = \"****\""));

@@ -13,9 +13,7 @@
 namespace {
 
 using NS_LOG_SERVICE1::LevelSwitches;
-using NS_TEST::ParsedPiece;
-using NS_TEST::ScriptedMessage;
-using NS_TEST::TextMessage;
+using namespace NS_TEST;
 
 class TraceWithLevelThreeOff : public NS_TEST::AsnDumpTest {
   protected:
@@ -30,9 +28,8 @@ class TraceWithLevelThreeOff : public NS_TEST::AsnDumpTest {
     // What stood in the channel's cache before the last dump of it, with the level of each record.
     std::vector<std::string> KeptBack() const {
         std::vector<std::string> texts;
-        const auto dumps =
-            NS_TEST::OfKind(NS_TEST::ParseLogDirectory(Path("log")), ParsedPiece::DUMP);
-        for (const NS_TEST::ParsedRecord& record : dumps.back().dumped) {
+        const auto dumps = OfKind(ParseLogDirectory(Path("log")), ParsedPiece::DUMP);
+        for (const ParsedRecord& record : dumps.back().dumped) {
             texts.push_back(std::to_string(record.level) + " " + record.detail);
         }
         return texts;
@@ -76,7 +73,7 @@ TEST_F(TraceWithLevelThreeOff, RepeatsTheDumpOfAnyLoggerAndThreadAsItWasLogged) 
     EXPECT_EQ(TraceOff(), "NEPwd = \"****\"");
     Printed(TextMessage("QAsnGetNEInfoRsp", secret));
     EXPECT_EQ(TraceOff(), secret);
-    NS_TEST::RecordingLogger other("c", "d", "corbasys", settings_, channels_);
+    RecordingLogger other("c", "d", "corbasys", settings_, channels_);
     ScriptedMessage message = TextMessage("of another category");
     other.PrintAsn("g.cpp", "Other", 8, message);
     EXPECT_EQ(TraceOff(), "of another category");

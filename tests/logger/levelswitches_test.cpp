@@ -6,9 +6,8 @@
 #include "manager/managerfixture.h"
 #include "support/onthreads.h"
 
-using NS_LOG_SERVICE1::LevelSwitches;
-using NS_LOG_SERVICE1::Logger;
-using NS_TEST::EndsOnAnotherThread;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
 using testing::MatchesRegex;
 
 namespace {
@@ -34,7 +33,7 @@ class LoggerLevels : public NS_TEST::ManagerTest {
                                                    position + "\\) >= _Nb \\(which is 4\\)"));
         }
         EXPECT_EQ(Levels(logger), before);
-        EXPECT_TRUE(EndsOnAnotherThread([logger] { logger->EnableLevel(3); }));
+        EXPECT_TRUE(FinishesOnAnotherThread([logger] { logger->EnableLevel(3); }));
     }
 };
 
@@ -51,18 +50,13 @@ TEST_F(LoggerLevels, StartAsACopyOfTheGlobalSwitchesAndDoNotFollowThem) {
 TEST_F(LoggerLevels, AreSwitchedOneByOne) {
     Logger* const logger = LoggerWith(0);
     unsigned long expected = 0;
-    for (unsigned int level = 0; level < 4; ++level) {
-        expected |= 1ul << level;
-        for (int again = 0; again < 2; ++again) {
-            EXPECT_TRUE(logger->EnableLevel(level));
-            EXPECT_EQ(Levels(logger), expected);
-        }
-    }
-    for (unsigned int level = 0; level < 4; ++level) {
-        expected &= ~(1ul << level);
-        for (int again = 0; again < 2; ++again) {
-            EXPECT_TRUE(logger->DisableLevel(level));
-            EXPECT_EQ(Levels(logger), expected);
+    for (const bool on : {true, false}) {
+        for (unsigned int level = 0; level < 4; ++level) {
+            expected ^= 1ul << level;
+            for (int again = 0; again < 2; ++again) {
+                EXPECT_TRUE(on ? logger->EnableLevel(level) : logger->DisableLevel(level));
+                EXPECT_EQ(Levels(logger), expected);
+            }
         }
     }
 }
@@ -83,15 +77,6 @@ TEST_F(LoggerLevels, CannotBeSwitchedAllAtOnce) {
         ExpectOutOfRange(logger, "[0-9]+", [&] { logger->DisableAllLevels(); });
         EXPECT_EQ(Levels(logger), levels);
     }
-}
-
-TEST_F(LoggerLevels, BelongToOneLogger) {
-    Logger* const one = Manager().GetLogger("one", "", "debug");
-    Logger* const other = Manager().GetLogger("other", "", "debug");
-    one->EnableLevel(2);
-    EXPECT_EQ(Levels(one), 0b0100u);
-    EXPECT_EQ(Levels(other), 0u);
-    EXPECT_EQ(Manager().levelSwitches.Get().to_ulong(), 0u);
 }
 
 // Clients ask a logger what the service would show at all, whatever its own switches say.
@@ -115,7 +100,7 @@ TEST_F(LoggerLevels, AnswerQueriesWithTheGlobalSwitches) {
 TEST_F(LoggerLevels, AreSwitchedByManyThreadsWithoutLosingOne) {
     Logger* const logger = LoggerWith(0);
     std::atomic<int> lost{0};
-    NS_TEST::OnThreads(8u, [logger, &lost](unsigned int number) {
+    OnThreads(8u, [logger, &lost](unsigned int number) {
         for (int round = 0; round < 20'000; ++round) {
             if (number < 4) {
                 logger->EnableLevel(number);

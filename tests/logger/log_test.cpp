@@ -3,11 +3,8 @@
 
 #include "manager/managerfixture.h"
 
-using NS_LOG_SERVICE1::LevelSwitches;
-using NS_LOG_SERVICE1::Logger;
-using NS_TEST::DumpedLine;
-using NS_TEST::DumpFrame;
-using NS_TEST::Frame;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
 
 namespace {
 
@@ -55,7 +52,7 @@ TEST_F(Log, KeepsBackARecordOfALevelThatIsOff) {
                                         DumpedLine(1, "kept back") + DumpedLine(0, "no trigger"))));
         ExpectWaiting(0, 0);
     }
-    EXPECT_EQ(NS_TEST::ParseLogDirectory(Path("log")).size(), 3u);
+    EXPECT_EQ(ParseLogDirectory(Path("log")).size(), 3u);
 }
 
 TEST_F(Log, TakesALevelAboveThreeAsThree) {
@@ -120,15 +117,26 @@ TEST_F(Log, QueuesInEveryModeButZero) {
             ExpectWaiting(++queued, 0);
         }
     }
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+    EXPECT_TRUE(ListFiles(Path()).empty());
     Manager().outputmode = 0;
     Write(logger, 1, "direct");
     EXPECT_EQ(Written("debug"), Frame(1, 1, "direct"));
     ExpectWaiting(queued, 0);
 }
 
+TEST_F(Log, FindsTheChannelThatDidNotExistWhenItsLoggerWasMade) {
+    ChannelMap channels;
+    Logger logger("a", "b", "debug", Manager(), channels);
+    Write(logger, -1, "lost");
+    channels.Create(Manager());
+    Write(logger, -1, "first");
+    Write(logger, -1, "second");
+    EXPECT_EQ(Written("debug"), Frame(1, -1, "first") + Frame(2, -1, "second"));
+    channels.Destroy();
+}
+
 TEST_F(Log, LosesRecordsSilentlyWithoutAChannel) {
-    NS_LOG_SERVICE1::ChannelMap noChannels;
+    ChannelMap noChannels;
     Logger logger("a", "b", "debug", Manager(), noChannels);
     logger.EnableLevel(0);
     for (const uint32_t mode : {0u, 1u}) {
@@ -137,8 +145,8 @@ TEST_F(Log, LosesRecordsSilentlyWithoutAChannel) {
             Write(logger, level, "lost");
         }
     }
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
-    EXPECT_TRUE(NS_TEST::Diagnostics().Printed().empty());
+    EXPECT_TRUE(ListFiles(Path()).empty());
+    EXPECT_TRUE(Diagnostics().Printed().empty());
 }
 
 }  // namespace

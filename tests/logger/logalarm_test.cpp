@@ -3,12 +3,11 @@
 
 #include <sstream>
 
-#include "logger/recordinglogger.h"
 #include "manager/managerfixture.h"
+#include "support/recordinglogger.h"
 
-using NS_LOG_SERVICE1::LevelSwitches;
-using NS_LOG_SERVICE1::Logger;
-using NS_TEST::Frame;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
 using testing::ElementsAre;
 
 namespace {
@@ -70,7 +69,7 @@ TEST_F(LogAlarm, WritesNothingForValuesThatHoldNoElements) {
         Write(Parse(alarms));
         ExpectAlarms({});
     }
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+    EXPECT_TRUE(ListFiles(Path()).empty());
 }
 
 // Off, it does not even look at the alarms, whose size would throw, nor keeps them back.
@@ -99,7 +98,7 @@ TEST_F(LogAlarm, IsGovernedByTheSwitchForAsnMessagesAndTheLoggersOwnLevelThree) 
 TEST_F(LogAlarm, QueuesInQueuedMode) {
     Manager().outputmode = 1;
     Write(Parse("[1,2]"));
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+    EXPECT_TRUE(ListFiles(Path()).empty());
     Manager().FlushAll();
     ExpectAlarms({"1", "2"});
 }
@@ -115,10 +114,10 @@ TEST_F(LogAlarm, PassesOnWhatTheJsonLibraryThrows) {
 TEST_F(LogAlarm, CallsLogOfADerivedLoggerAndLooksAtTheSizeAgainBeforeEachElement) {
     for (const Json::ArrayIndex size : {1u, 2u, 3u}) {
         Json::Value alarms = Parse("[1,2]");
-        NS_TEST::RecordingLogger logger("c", "d", "debug", Manager(), Manager().Channels());
+        RecordingLogger logger("c", "d", "debug", Manager(), Manager().Channels());
         logger.onLog = [&] { alarms.resize(size); };
         logger.LogAlarm("some file.cpp", "A::B", 4294967295u, alarms);
-        std::vector<NS_TEST::LoggedCall> expected;
+        std::vector<LoggedCall> expected;
         for (const char* text : {"1", "2", "null"}) {
             expected.push_back({"some file.cpp", "A::B", 4294967295u, 3,
                                 "\n RestAlarm:" + std::string(text) + "\n"});
@@ -126,7 +125,7 @@ TEST_F(LogAlarm, CallsLogOfADerivedLoggerAndLooksAtTheSizeAgainBeforeEachElement
         expected.resize(size);
         EXPECT_TRUE(logger.Calls() == expected) << size << ", " << logger.Calls().size();
     }
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+    EXPECT_TRUE(ListFiles(Path()).empty());
 }
 
 }  // namespace

@@ -2,15 +2,14 @@
 
 #include <json/value.h>
 
-#include "logger/asnmessages.h"
-#include "logger/recordinglogger.h"
 #include "manager/managerfixture.h"
 #include "qv_base_log/logmacros.h"
+#include "support/asnmessages.h"
+#include "support/recordinglogger.h"
 
 namespace {
 
-using NS_LOG_SERVICE1::LogCallSite;
-using NS_LOG_SERVICE1::LoggerIF;
+using namespace NS_LOG_SERVICE1;
 
 // Remembers where the strings of the calls stand as well.
 class MacroLogger : public NS_TEST::RecordingLogger {

@@ -5,9 +5,7 @@
 #include "manager/managerfixture.h"
 #include "util/threadcontext.h"
 
-using NS_TEST::DumpedLine;
-using NS_TEST::DumpFrame;
-using NS_TEST::Frame;
+using namespace NS_TEST;
 using NS_UTIL::ThreadContextInfo;
 using NS_UTIL::ThreadContextScope;
 
@@ -57,7 +55,7 @@ TEST_F(Record, ShowsTheThreadThatLoggedIt) {
 }
 
 TEST_F(Record, ShowsTheMomentOfTheCallHoweverLateItIsWritten) {
-    const NS_TEST::ScopedTimeZone zone(NS_TEST::UTC);
+    const ScopedTimeZone zone(UTC);
     Manager().outputmode = 1;
     const std::string before = StampNow();
     Write(-1, "text");
@@ -65,7 +63,7 @@ TEST_F(Record, ShowsTheMomentOfTheCallHoweverLateItIsWritten) {
     while (StampNow() == after) {
     }
     Manager().FlushAll();
-    const auto pieces = NS_TEST::ParseLogPieces(Path("log/" + Files("debug").front()));
+    const auto pieces = ParseLogPieces(Path("log/" + Files("debug").front()));
     ASSERT_EQ(pieces.size(), 2u);
     EXPECT_LE(before, pieces[1].record.stamp);
     EXPECT_LE(pieces[1].record.stamp, after);
@@ -78,13 +76,13 @@ TEST_F(Record, DoesNotShowTheLoggersNames) {
 }
 
 TEST_F(Record, ShowsItsPositionAsItWasGiven) {
-    NS_TEST::FrameFields fields = NS_TEST::FieldsOf(NS_TEST::kNoContext);
+    FrameFields fields = FieldsOf(kNoContext);
     std::string expected;
     const auto log = [&](const std::string& file, const std::string& function, unsigned int line,
                          unsigned number) {
         Debug()->Log(file, function, line, -1, "");
         fields.position = "File: " + file + " Func:" + function + " Line:" + std::to_string(line);
-        expected += NS_TEST::FrameOf(fields, number, -1, "");
+        expected += FrameOf(fields, number, -1, "");
         EXPECT_EQ(Written("debug"), expected);
     };
     log("", "", UINT_MAX, 1);

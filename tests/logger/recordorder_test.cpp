@@ -12,6 +12,8 @@
 #include "manager/managerfixture.h"
 #include "util/threadcontext.h"
 
+using namespace NS_TEST;
+
 namespace {
 
 // What the calling thread's record has asked for so far.
@@ -110,12 +112,10 @@ TEST_F(RecordOrder, IsTheClockThenTheTextThenTheContextAsOftenAsItHasItems) {
     t_steps.contexts = 4;
     Debug()->Log("f.cpp", "Run", 7, 0, "trigger");
     const std::string context = "uuid4,TopT:1,If:interface2,UserMsg:user3";
-    EXPECT_EQ(
-        Written("debug"),
-        NS_TEST::Frame(1, -1, "converted text", context) +
-            NS_TEST::FrameOf(NS_TEST::FieldsOf("uuid8,TopT:5,If:interface6,UserMsg:user7"), 2, 0,
-                             "converted trigger",
-                             NS_TEST::Dump(NS_TEST::DumpedLine(1, "converted text", context))));
+    EXPECT_EQ(Written("debug"),
+              Frame(1, -1, "converted text", context) +
+                  FrameOf(FieldsOf("uuid8,TopT:5,If:interface6,UserMsg:user7"), 2, 0,
+                          "converted trigger", Dump(DumpedLine(1, "converted text", context))));
 }
 
 // A client's thread may switch the level, or the output mode, until the record is whole.
@@ -140,18 +140,17 @@ TEST_F(RecordOrder, EndsWithTheDecision) {
         EXPECT_EQ(statistics.queued.Get(), queued + 1) << last;
     }
     t_steps.onStep = nullptr;
-    EXPECT_TRUE(NS_TEST::ListFiles(Path()).empty());
+    EXPECT_TRUE(ListFiles(Path()).empty());
 }
 
 TEST_F(RecordOrder, GivesATimeOneSecondBeforeTheBeginningWhenTheClockFails) {
-    const NS_TEST::ScopedTimeZone zone(NS_TEST::UTC);
+    const ScopedTimeZone zone(UTC);
     Manager().outputmode = 1;
     t_steps.clockFails = true;
     Observe(-1);
     EXPECT_EQ(t_steps.taken.front(), "clock");
     Manager().FlushAll();
-    const auto records =
-        NS_TEST::OfKind(NS_TEST::ParseLogDirectory(Path("log")), NS_TEST::ParsedPiece::RECORD);
+    const auto records = OfKind(ParseLogDirectory(Path("log")), ParsedPiece::RECORD);
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0].record.stamp, "1969-12-31T23:59:59.000000+00:00");
     EXPECT_EQ(records[0].record.detail, "converted text");

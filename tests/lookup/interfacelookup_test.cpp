@@ -1,5 +1,4 @@
-// Finding the interfaces of other bundles' services, and what stands for one
-// that was not found.
+// Finding the interfaces of other bundles' services, and what stands for one that was not found.
 #include "lookup/interfacelookup.h"
 
 #include <gmock/gmock.h>
@@ -14,17 +13,11 @@
 #include "support/otherservices.h"
 #include "support/waiting.h"
 
-using NS_BUNDLEMGR1::CheckIFBuf;
-using NS_BUNDLEMGR1::FinalClass;
-using NS_BUNDLEMGR1::InterfaceNotExistException;
-using NS_BUNDLEMGR1::NULLServiceInterface;
+using namespace NS_BUNDLEMGR1;
 using NS_LOG_SERVICE1::GetNullServiceInterface;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
-using NS_TEST::OfferingServiceObject;
-using NS_TEST::RegisteredInterface;
-using NS_TEST::SCHEDULE_NAME;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -52,9 +45,9 @@ class InterfaceLookup : public testing::Test {
         return taken == 0;
     }
 
-    NS_TEST::RecordingScheduleService first_;
-    NS_TEST::RecordingScheduleService second_;
-    NS_TEST::OtherInterface other_;
+    RecordingScheduleService first_;
+    RecordingScheduleService second_;
+    OtherInterface other_;
 };
 
 TEST_F(InterfaceLookup, UsesTheFirstInterfaceThatIsRegisteredAndAsksNobodyElse) {
@@ -119,8 +112,8 @@ TEST_F(InterfaceLookup, TakesAnObjectOfAnotherClassForNone) {
 TEST_F(InterfaceLookup, MayRunInManyThreads) {
     const OfferingServiceObject object(&first_);
     std::vector<ScheduleSvcInterface*> found(4);
-    NS_TEST::OnThreads(found.size(), [&](size_t thread) { found[thread] = Found(); });
-    EXPECT_THAT(found, testing::Each(&first_));
+    OnThreads(found.size(), [&](size_t thread) { found[thread] = Found(); });
+    EXPECT_THAT(found, Each(&first_));
     EXPECT_THAT(CheckIFBuf(SCHEDULE_NAME), ElementsAre(&first_));
 }
 
@@ -135,13 +128,11 @@ TEST(NullServiceInterface, SaysThatItIsNone) {
 
 TEST(NullServiceInterface, IsOneForAllThreads) {
     std::vector<NULLServiceInterface*> seen(8);
-    NS_TEST::OnThreads(seen.size(),
-                       [&](size_t thread) { seen[thread] = GetNullServiceInterface(); });
-    EXPECT_THAT(seen, testing::Each(GetNullServiceInterface()));
+    OnThreads(seen.size(), [&](size_t thread) { seen[thread] = GetNullServiceInterface(); });
+    EXPECT_THAT(seen, Each(GetNullServiceInterface()));
 }
 
-// A derived class would have to construct and destroy the virtual base itself,
-// and may not.
+// A derived class would have to construct and destroy the virtual base itself, and may not.
 TEST(NullServiceInterface, KeepsWhatForbidsDerivationToItself) {
     EXPECT_TRUE((std::is_base_of_v<FinalClass, NULLServiceInterface>));
     EXPECT_FALSE((std::is_convertible_v<NULLServiceInterface*, FinalClass*>));
@@ -153,13 +144,13 @@ TEST(NullServiceInterface, IsCreatedUnderThePlatformsMutexAndThenFoundWithoutIt)
     auto& mutex = NS_BUNDLEMGR1::_g_actualmutex;
     ASSERT_EQ(mutex.acquire(), 0);
     auto created = std::async(std::launch::async, GetNullServiceInterface);
-    EXPECT_TRUE(NS_TEST::IsStillBlocked(created));
+    EXPECT_TRUE(IsStillBlocked(created));
     mutex.release();
-    ASSERT_TRUE(NS_TEST::Finishes(created));
+    ASSERT_TRUE(Finishes(created));
 
     ASSERT_EQ(mutex.acquire(), 0);
     auto again = std::async(std::launch::async, GetNullServiceInterface);
-    EXPECT_TRUE(NS_TEST::Finishes(again));
+    EXPECT_TRUE(Finishes(again));
     mutex.release();
     EXPECT_EQ(created.get(), again.get());
 }

@@ -5,42 +5,30 @@
 #include <thread>
 
 #include "support/otherservices.h"
+#include "support/recordinglogger.h"
 #include "support/servicefixture.h"
 
-using NS_LOG_SERVICE1::GetOwnLogger;
-using NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME;
-using NS_LOG_SERVICE1::ReportException;
-using NS_TEST::RegisteredInterface;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
-// A logger that remembers what is logged, and by which of its operations.
-class RecordingLogger : public NS_LOG_SERVICE1::Logger {
+// Tells which of its operations is used.
+class OperationsLogger : public NS_TEST::RecordingLogger {
   public:
-    using Logger::Logger;
-
-    void Log(const std::string& file, const std::string& function, unsigned int line, int level,
-             const std::string& text) override {
-        calls.push_back("Log " + file + "|" + function + "|" + std::to_string(line) + "|" +
-                        std::to_string(level) + "|" + text);
+    using RecordingLogger::RecordingLogger;
+    void LogFormat(const std::string& file, const std::string& function, unsigned int line,
+                   int level, const char* /*format*/, ...) override {
+        Log(file, function, line, level, "by LogFormat");
     }
-    void LogFormat(const std::string& /*file*/, const std::string& /*function*/,
-                   unsigned int /*line*/, int /*level*/, const char* format, ...) override {
-        calls.push_back("LogFormat " + std::string(format));
-    }
-
-    std::vector<std::string> calls;
 };
 
-// A logging service that remembers which loggers it was asked for, and may
-// refuse them.
+// A logging service that remembers which loggers it was asked for, and may refuse them.
 class RecordingLogService : public NS_LOG_SERVICE1::LogSvcIFImpl {
   public:
-    NS_LOG_SERVICE1::LoggerIF* GetLogger(const std::string& first, const std::string& second,
-                                         const std::string& category) override {
+    LoggerIF* GetLogger(const std::string& first, const std::string& second,
+                        const std::string& category) override {
         asked.push_back(first + "|" + second + "|" + category);
         if (onAsked) {
             onAsked();
@@ -50,7 +38,7 @@ class RecordingLogService : public NS_LOG_SERVICE1::LogSvcIFImpl {
 
     std::vector<std::string> asked;
     std::function<void()> onAsked;  // may throw
-    NS_LOG_SERVICE1::LoggerIF* answer = nullptr;
+    LoggerIF* answer = nullptr;
 };
 
 class OwnLogger : public NS_TEST::ServiceTest {
@@ -60,7 +48,7 @@ class OwnLogger : public NS_TEST::ServiceTest {
 
     void Offer() { NS_BUNDLEMGR1::SetIFBuf(LOG_SVC_INTERFACE_NAME, &service_); }
 
-    RecordingLogger logger_{"a", "b", "debug", Manager(), Manager().Channels()};
+    OperationsLogger logger_{"a", "b", "debug", Manager(), Manager().Channels()};
     RecordingLogService service_;
 };
 
@@ -70,20 +58,15 @@ TEST_F(OwnLogger, IsTheDebugLoggerOfTheServicesNamesAndAskedForOnce) {
         EXPECT_EQ(GetOwnLogger(), &logger_);
         std::thread([] { GetOwnLogger(); }).join();
     }
-    EXPECT_THAT(service_.asked, ElementsAre("qv_base_bundle|qv_base_log|debug"));
-}
-
-TEST_F(OwnLogger, IsKeptWhenTheLogServiceIsRegisteredNoMore) {
-    Offer();
-    GetOwnLogger();
     NS_REFERENCE_HOST::RemoveFromIFBuf(&service_);
-    EXPECT_EQ(GetOwnLogger(), &logger_);
+    EXPECT_EQ(GetOwnLogger(), &logger_) << "nor when the service is registered no more";
+    EXPECT_THAT(service_.asked, ElementsAre("qv_base_bundle|qv_base_log|debug"));
 }
 
 TEST_F(OwnLogger, IsNullWithoutALogServiceAndTriedAgain) {
     EXPECT_EQ(GetOwnLogger(), nullptr);
     {
-        NS_TEST::OtherInterface other;
+        OtherInterface other;
         const RegisteredInterface registered(LOG_SVC_INTERFACE_NAME, other);
         EXPECT_EQ(GetOwnLogger(), nullptr);
     }
@@ -94,7 +77,7 @@ TEST_F(OwnLogger, IsNullWithoutALogServiceAndTriedAgain) {
 TEST_F(OwnLogger, IsNullAndTriedAgainAfterAnyExceptionAndWhenTheServiceHasNone) {
     Offer();
     const std::function<void()> failures[] = {[] { throw std::runtime_error("broken"); },
-                                              [] { throw 42; }, NS_TEST::RaiseStoreOutOfReach,
+                                              [] { throw 42; }, RaiseStoreOutOfReach,
                                               [this] { service_.answer = nullptr; }};
     for (const auto& failure : failures) {
         service_.onAsked = failure;
@@ -107,7 +90,7 @@ TEST_F(OwnLogger, IsNullAndTriedAgainAfterAnyExceptionAndWhenTheServiceHasNone) 
 }
 
 TEST_F(OwnLogger, IsFoundAmongTheServiceObjects) {
-    const NS_TEST::OfferingServiceObject object(&service_);
+    const OfferingServiceObject object(&service_);
     EXPECT_EQ(GetOwnLogger(), &logger_);
     EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf(LOG_SVC_INTERFACE_NAME), ElementsAre(&service_));
 }
@@ -115,7 +98,7 @@ TEST_F(OwnLogger, IsFoundAmongTheServiceObjects) {
 TEST_F(OwnLogger, IsForgottenWithTheManagerThatOwnsIt) {
     Offer();
     GetOwnLogger();
-    NS_LOG_SERVICE1::LogMgr::DestroyInstance();
+    LogMgr::DestroyInstance();
     GetOwnLogger();
     EXPECT_THAT(service_.asked, SizeIs(2));
 }
@@ -123,13 +106,13 @@ TEST_F(OwnLogger, IsForgottenWithTheManagerThatOwnsIt) {
 TEST_F(OwnLogger, ReceivesTheTextsAndTheCodeOfAnExceptionAsTheyAre) {
     Offer();
     ReportException(NS_BUNDLEMGR1::ProcessException(0xFFFFFFFF, "a.cpp", "F", "50 %s"));
-    EXPECT_THAT(logger_.calls, ElementsAre("Log a.cpp|F|4294967295|1|50 %s"));
+    EXPECT_THAT(logger_.Calls(), ElementsAre(LoggedCall{"a.cpp", "F", 4294967295U, 1, "50 %s"}));
 }
 
 TEST_F(OwnLogger, ThatIsMissingMakesAReportGetLost) {
     ReportException(NS_BUNDLEMGR1::ProcessException(1, "a.cpp", "F", "what happened"));
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
-    EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
+    EXPECT_THAT(ListFiles(Path("log")), IsEmpty());
 }
 
 }  // namespace

@@ -11,16 +11,8 @@
 namespace NS_TEST {
 namespace {
 
-using NS_LOG_SERVICE1::ChannelStatus;
-using NS_LOG_SERVICE1::LoggerStatus;
-using NS_LOG_SERVICE1::ModuleStatus;
-using testing::AllOf;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace NS_LOG_SERVICE1;
+using namespace testing;
 
 class MaintenanceInterface : public MaintenanceTest {};
 
@@ -32,9 +24,9 @@ TEST_F(MaintenanceInterface, IsOfferedFromInitToFini) {
     EXPECT_EQ(Found()->GetIFName(), "LogMaintenanceInterface");
     EXPECT_EQ(Found()->GetVersion(), 1U);
     const auto* const first = Found();
-    NS_LOG_SERVICE1::MaintenanceService::Start();
+    MaintenanceService::Start();
     EXPECT_EQ(Found(), first) << "one that stands already is kept";
-    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("LogMaintenanceInterface"), testing::SizeIs(1));
+    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("LogMaintenanceInterface"), SizeIs(1));
     Stop();
     EXPECT_EQ(Found(), nullptr);
 }
@@ -88,7 +80,7 @@ TEST_F(MaintenanceInterface, ListsLoggersInTheOrderOfTheirCreation) {
 
 TEST_F(MaintenanceInterface, SwitchesALevelOfOneLogger) {
     Start();
-    NS_LOG_SERVICE1::Logger* const other = Manager().GetLogger("other", "service", "corbaoper");
+    Logger* const other = Manager().GetLogger("other", "service", "corbaoper");
     OperLogger();
     EXPECT_TRUE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 3, true));
     EXPECT_TRUE(Maintenance().SetLoggerLevel("bundle", "service", "corbaoper", 0, false));
@@ -113,8 +105,8 @@ TEST_F(MaintenanceInterface, SwitchesALevelForAllLoggersAndThoseToCome) {
 
 TEST_F(MaintenanceInterface, ShowsTheModulesThatWereSet) {
     Start();
-    NS_LOG_SERVICE1::ModuleSwitchTable::Instance()->Set(7, false);
-    NS_LOG_SERVICE1::ModuleSwitchTable::Instance()->Set(3, true);
+    ModuleSwitchTable::Instance()->Set(7, false);
+    ModuleSwitchTable::Instance()->Set(3, true);
     std::vector<ModuleStatus> modules(4);
     Maintenance().GetModules(modules);
     ASSERT_EQ(modules.size(), 2U);
@@ -238,7 +230,7 @@ TEST_F(MaintenanceInterface, EndsWhenItsReportFails) {
     Stop();
     Proxy().onPrint = nullptr;
     EXPECT_EQ(Found(), nullptr);
-    EXPECT_EQ(NS_LOG_SERVICE1::LogMgr::InstanceIfAny(), nullptr);
+    EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
 }
 
 }  // namespace

@@ -10,8 +10,7 @@ namespace NS_TEST {
 namespace {
 
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 constexpr unsigned int kDone = 0;
 constexpr unsigned int kDeleteTaskFailed = 0x4118002B;

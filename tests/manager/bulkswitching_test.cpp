@@ -7,58 +7,22 @@
 
 #include "manager/managerfixture.h"
 #include "support/onthreads.h"
+#include "support/switchinglogger.h"
 
-using NS_LOG_SERVICE1::LevelSwitches;
-using NS_LOG_SERVICE1::Logger;
-using NS_LOG_SERVICE1::LogMgr;
-using NS_TEST::Diagnostics;
-using NS_TEST::EndsOnAnotherThread;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::MatchesRegex;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
 constexpr uint32_t kLargest = std::numeric_limits<uint32_t>::max();
 
-// Remembers how its levels were switched, and may refuse to have them switched.
-class SwitchedLogger : public Logger {
-  public:
-    using Logger::Logger;
-
-    bool EnableLevel(unsigned int level) override {
-        return Note("+" + std::to_string(level)) && Logger::EnableLevel(level);
-    }
-    bool DisableLevel(unsigned int level) override {
-        return Note("-" + std::to_string(level)) && Logger::DisableLevel(level);
-    }
-    bool EnableAllLevels() override { return Note("+all"); }
-    bool DisableAllLevels() override { return Note("-all"); }
-
-    std::vector<std::string> calls;
-    bool refuses = false;
-    std::function<void()> onSwitched;  // may throw
-
-  private:
-    bool Note(const std::string& call) {
-        calls.push_back(call);
-        if (onSwitched) {
-            onSwitched();
-        }
-        return !refuses;
-    }
-};
-
 class BulkSwitching : public NS_TEST::ManagerTest {
   protected:
     // Adds a logger behind those that are there.
-    static SwitchedLogger& Add(const std::string& first, const std::string& second = "b",
-                               const std::string& category = "debug", bool refuses = false) {
-        auto& logger = static_cast<SwitchedLogger&>(
-            *Manager().Loggers().FindOrAdd({first, second, category}, [&] {
-                return std::make_unique<SwitchedLogger>(first, second, category, Manager(),
-                                                        Manager().Channels());
-            }));
+    static SwitchingLogger& Add(const std::string& first, const std::string& second = "b",
+                                const std::string& category = "debug", bool refuses = false) {
+        SwitchingLogger& logger = AddSwitchingLogger(first, second, category);
         logger.refuses = refuses;
         return logger;
     }
@@ -67,7 +31,7 @@ class BulkSwitching : public NS_TEST::ManagerTest {
     }
     // Whether another thread can take the mutex of the logger list.
     static bool IsListFree() {
-        return EndsOnAnotherThread([] { Manager().GetLogger("passes", "by", "debug"); });
+        return FinishesOnAnotherThread([] { Manager().GetLogger("passes", "by", "debug"); });
     }
     static unsigned long Levels(const std::string& first) {
         return Manager().GetLogger(first, "b", "debug")->Levels().to_ulong();
@@ -79,7 +43,7 @@ TEST_F(BulkSwitching, ReachesEveryLoggerAndNoOtherLevelNorTheGlobalSwitches) {
     EXPECT_EQ(SwitchAll(false, kLargest), 1) << "without any logger";
     Manager().levelSwitches = LevelSwitches(0b0110);
     Levels("one");
-    SwitchedLogger& two = Add("two");
+    SwitchingLogger& two = Add("two");
     const auto switchAll = [](bool on, uint32_t level, unsigned long expected) {
         EXPECT_EQ(SwitchAll(on, level), 1);
         EXPECT_EQ(Levels("one"), expected);
@@ -100,7 +64,7 @@ TEST_F(BulkSwitching, ReachesEveryLoggerAndNoOtherLevelNorTheGlobalSwitches) {
 // means nothing.
 TEST_F(BulkSwitching, ReportsEachRefusalInOrderAndGoesOn) {
     Manager().levelSwitches = LevelSwitches(0b0011);
-    SwitchedLogger& refusing = Add("bundle", "service", "corbaoper", true);
+    SwitchingLogger& refusing = Add("bundle", "service", "corbaoper", true);
     Levels("willing");
     Add("%s%n", "50%", "corba_alarm", true);
     for (const bool on : {true, false}) {
@@ -113,7 +77,7 @@ TEST_F(BulkSwitching, ReportsEachRefusalInOrderAndGoesOn) {
             Diagnostics().Texts(),
             ElementsAre(MatchesRegex(front + "bundle, service, corbaoper, Level -?[0-9]+ error\n"),
                         MatchesRegex(front + "%s%n, 50%, corba_alarm, Level -?[0-9]+ error\n")));
-        for (const NS_TEST::PrintedDiagnostic& report : Diagnostics().Printed()) {
+        for (const PrintedDiagnostic& report : Diagnostics().Printed()) {
             EXPECT_EQ(report.format,
                       "[LogMgr::" + operation + "] Disable %s, %s, %s, Level %d error\n");
             EXPECT_EQ(report.level, 1);
@@ -129,8 +93,8 @@ TEST_F(BulkSwitching, ReportsEachRefusalInOrderAndGoesOn) {
 // A refusal in front of that logger is reported all the same.
 TEST_F(BulkSwitching, EndsAtTheFirstLoggerThatThrows) {
     Add("refusing", "b", "debug", true);
-    SwitchedLogger& throwing = Add("throwing");
-    SwitchedLogger& behind = Add("behind");
+    SwitchingLogger& throwing = Add("throwing");
+    SwitchingLogger& behind = Add("behind");
     for (const bool on : {true, false}) {
         for (const uint32_t level : {4u, 5u, kLargest}) {
             EXPECT_THROW(SwitchAll(on, level), std::out_of_range);
@@ -140,6 +104,8 @@ TEST_F(BulkSwitching, EndsAtTheFirstLoggerThatThrows) {
     }
     throwing.onSwitched = [] { throw std::runtime_error("broken"); };
     EXPECT_THROW(SwitchAll(true, 0), std::runtime_error);
+    EXPECT_TRUE(IsListFree());
+    EXPECT_THROW(Manager().DisableLogLevel("throwing", "b", "debug", 0), std::runtime_error);
     EXPECT_TRUE(IsListFree());
     EXPECT_THAT(behind.calls, IsEmpty());
     EXPECT_EQ(throwing.Levels().to_ulong(), 0u);
@@ -158,7 +124,7 @@ TEST_F(BulkSwitching, HoldsTheListUntilTheLastLoggerIsSwitched) {
 }
 
 TEST_F(BulkSwitching, RunsWhileOthersMakeLoggersAndUseAndSwitchThem) {
-    NS_TEST::OnThreads(4, [](int number) {
+    OnThreads(4, [](int number) {
         const std::string first = std::to_string(number);
         for (int round = 0; round < 200; ++round) {
             Manager()
@@ -180,7 +146,7 @@ TEST_F(BulkSwitching, RunsWhileOthersMakeLoggersAndUseAndSwitchThem) {
 // Else a level could end up off globally and on in the loggers, and no change of the configuration
 // would find anything to do. The first thread is held up here where it waits for the list.
 TEST_F(BulkSwitching, OfOneLevelEverywhereIsOverBeforeAnotherThreadSwitchesItEverywhere) {
-    const SwitchedLogger& logger = Add("a");
+    const SwitchingLogger& logger = Add("a");
     std::future<void> first;
     std::future<void> second;
     Manager().Loggers().ForEach([&](Logger&) {
@@ -202,8 +168,8 @@ TEST_F(BulkSwitching, OfOneLevelEverywhereIsOverBeforeAnotherThreadSwitchesItEve
 using OneLoggersSwitching = BulkSwitching;
 
 TEST_F(OneLoggersSwitching, CallsTheOperationOfTheNamedLoggerAndGivesItsAnswer) {
-    SwitchedLogger& logger = Add("a");
-    SwitchedLogger& other = Add("c");
+    SwitchingLogger& logger = Add("a");
+    SwitchingLogger& other = Add("c");
     for (const bool refuses : {false, true}) {
         logger.refuses = refuses;
         logger.calls.clear();
@@ -218,7 +184,21 @@ TEST_F(OneLoggersSwitching, CallsTheOperationOfTheNamedLoggerAndGivesItsAnswer) 
     EXPECT_THAT(Diagnostics().Printed(), IsEmpty());
 }
 
-using ManagerSwitches = NS_TEST::ManagerTest;
+TEST_F(OneLoggersSwitching, LeavesTheGlobalSwitchesAndItsNamesakesAlone) {
+    const std::string zero("a\0b", 3);
+    Manager().levelSwitches = LevelSwitches(0b1010);
+    const Logger* const plain = Manager().GetLogger("a", "b", "debug");
+    const Logger* const withZero = Manager().GetLogger(zero, "b", "debug");
+    const Logger* const elsewhere = Manager().GetLogger(zero, "b", "corbasys");
+    EXPECT_EQ(Manager().EnableLogLevel(zero, "b", "debug", 0), 1);
+    EXPECT_EQ(Manager().DisableLogLevel(zero, "b", "debug", 3), 1);
+    EXPECT_EQ(withZero->Levels().to_ulong(), 0b0011u);
+    EXPECT_EQ(plain->Levels().to_ulong(), 0b1010u);
+    EXPECT_EQ(elsewhere->Levels().to_ulong(), 0b1010u);
+    EXPECT_EQ(Manager().levelSwitches.Get().to_ulong(), 0b1010u);
+}
+
+using ManagerSwitches = ManagerTest;
 
 TEST_F(ManagerSwitches, AreReadAsTheyAreSetAndOffAboveLevelThree) {
     Manager().levelSwitches = LevelSwitches(0b1001);

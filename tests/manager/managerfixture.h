@@ -4,11 +4,7 @@
 #include <gmock/gmock.h>
 #include <pthread.h>
 
-#include <chrono>
-#include <functional>
-#include <future>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "bundlemgr/corbaconfigitems.h"
@@ -19,6 +15,7 @@
 #include "support/logfileparser.h"
 #include "support/recordinglogproxy.h"
 #include "support/temporarydirectory.h"
+#include "support/waiting.h"
 
 namespace NS_TEST {
 
@@ -36,21 +33,6 @@ inline std::string WithoutStamps(const std::string& text) {
 // A thread as records show it.
 inline std::string ThreadText(pthread_t thread = pthread_self()) {
     return std::to_string(static_cast<long>(thread));
-}
-
-// Whether `action` comes to its end on a thread of its own. One that waits for ever for a lock is
-// left to itself.
-inline bool EndsOnAnotherThread(std::function<void()> action) {
-    std::packaged_task<void()> task(std::move(action));
-    std::future<void> done = task.get_future();
-    std::thread thread(std::move(task));
-    if (done.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
-        thread.detach();
-        return false;
-    }
-    thread.join();
-    done.get();
-    return true;
 }
 
 // Sizes are set, and the channels created, by the test.

@@ -54,15 +54,6 @@ TEST(RecordQueue, StartsEmptyAndPutsManyRecordsIntoAChunk) {
     EXPECT_EQ(Queued(queue), Texts(100, "text"));
 }
 
-TEST(RecordQueue, OwnsItsTexts) {
-    RecordQueue queue;
-    OwnedRecord record = WithDetail("a text that is too long to stand in the string object");
-    AppendTo(queue, record);
-    const OwnedRecord original = record;
-    record.Spoil();
-    ExpectSame(*queue.begin(), original.Get());
-}
-
 TEST(RecordQueue, NeedsNoChunkAfterItWasCleared) {
     RecordQueue queue;
     AppendAll(queue, Texts(1000, "text"));

@@ -4,12 +4,8 @@
 #include "service/serviceobjectfixture.h"
 #include "support/allocations.h"
 
-using NS_LOG_SERVICE1::LogMgr;
-using NS_LOG_SERVICE1::qv_base_log;
-using NS_TEST::FailAllocationsAfter;
-using NS_TEST::ListedObjects;
-using NS_TEST::LiveAllocations;
-using NS_TEST::Registered;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
 using testing::IsEmpty;
 
 namespace {
@@ -30,8 +26,7 @@ class OutOfMemory : public NS_TEST::ServiceObjectTest {
     }
 };
 
-// The first round is also the platform's first use, of which it keeps
-// something.
+// The first round is also the platform's first use, of which it keeps something.
 TEST_F(OutOfMemory, PassesOutOfTheFactoryAndLeavesNothingBehind) {
     for (const bool first : {true, false}) {
         long successes = 0;
@@ -78,7 +73,7 @@ TEST_F(OutOfMemory, LeavesAServiceThatCanBeEndedWhereverItsStartFails) {
 
 TEST_F(OutOfMemory, PassesOutOfALogCallAndLeavesTheLoggerUsable) {
     LogMgr::Instance()->CreateChannels();
-    NS_LOG_SERVICE1::Logger* const logger = LogMgr::Instance()->GetLogger("a", "b", "debug");
+    Logger* const logger = LogMgr::Instance()->GetLogger("a", "b", "debug");
     logger->EnableLevel(0);
     const std::string file(100, 'f');
     const std::string text(100, 't');
@@ -102,32 +97,9 @@ TEST_F(OutOfMemory, PassesOutOfALogCallAndLeavesTheLoggerUsable) {
         }
     }
     LogMgr::Instance()->FlushAll();
-    for (const std::string& name : NS_TEST::ListFiles(Path("log"))) {
-        EXPECT_NO_THROW(NS_TEST::ParseLogPieces(Path("log/" + name))) << "torn";
+    for (const std::string& name : ListFiles(Path("log"))) {
+        EXPECT_NO_THROW(ParseLogPieces(Path("log/" + name))) << "torn";
     }
-}
-
-TEST_F(OutOfMemory, PassesOutOfGetLoggerAndLeavesTheListUsable) {
-    LogMgr::Instance()->CreateChannels();
-    const std::string name(100, 'n');
-    NS_LOG_SERVICE1::Logger* logger = nullptr;
-    for (long successes = 0; logger == nullptr; ++successes) {
-        FailAllocationsAfter(successes);
-        try {
-            logger = LogMgr::Instance()->GetLogger(name, name, "debug");
-        } catch (const std::bad_alloc&) {
-        }
-        FailAllocationsAfter(-1);
-        if (logger == nullptr) {
-            EXPECT_EQ(LogMgr::Instance()->EnableLogLevel(name, name, "debug", 1), 0);
-            int loggers = 0;
-            LogMgr::Instance()->Loggers().ForEach([&](NS_LOG_SERVICE1::Logger&) { ++loggers; });
-            EXPECT_EQ(loggers, 0) << "at allocation " << successes;
-        }
-        ASSERT_LT(successes, 1000);
-    }
-    EXPECT_EQ(LogMgr::Instance()->GetLogger(name, name, "debug"), logger);
-    EXPECT_EQ(LogMgr::Instance()->EnableLogLevel(name, name, "debug", 1), 1);
 }
 
 }  // namespace

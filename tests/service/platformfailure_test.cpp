@@ -1,6 +1,5 @@
-// The service's entry with a platform that watches what it is given, and fails
-// when it is told to: this program has some of the platform's functions in its
-// own hands.
+// The service's entry with a platform that watches what it is given, and fails when it is told to:
+// this program has some of the platform's functions in its own hands.
 #include <dlfcn.h>
 
 #include <stdexcept>
@@ -11,10 +10,8 @@
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::ServiceInterface;
 using NS_LOG_SERVICE1::qv_base_log;
-using NS_TEST::ListedObjects;
-using NS_TEST::LiveAllocations;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -63,8 +60,7 @@ CorbaConfigItems* CorbaConfigItems::Instance() {
 
 #pragma GCC visibility push(default)
 
-// The constructor of ServiceObjectBase, by the name that derived classes call
-// it by.
+// The constructor of ServiceObjectBase, by the name that derived classes call it by.
 #define BASE_CONSTRUCTOR "_ZN13NS_BUNDLEMGR117ServiceObjectBaseC2EPKcS2_"
 extern "C" void ConstructServiceObjectBase(void* object, const char* bundle,
                                            const char* service) __asm__(BASE_CONSTRUCTOR);
@@ -128,12 +124,12 @@ TEST_F(PlatformFailure, ToRegisterTheInterfaceLeavesNothingBehindWhenItThrows) {
 // There is no channel yet into which the exception could be reported.
 TEST_F(PlatformFailure, ToFindTheConfigurationStoreMakesInitFailAndStartsTheMonitor) {
     qv_base_log* const object = Make();
-    g_onConfiguration = [] { NS_TEST::RaiseStoreOutOfReach(); };
+    g_onConfiguration = [] { RaiseStoreOutOfReach(); };
     EXPECT_EQ(object->init(0, nullptr), -1);
     g_onConfiguration = nullptr;
     EXPECT_THAT(Proxy().Printed(),
-                ElementsAre(NS_TEST::IsDiagnostic(
-                    1, "logimpl", "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n")));
+                ElementsAre(IsDiagnostic(1, "logimpl",
+                                         "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n")));
     EXPECT_TRUE(IsMonitorRunning());
     End(object);
 }

@@ -11,14 +11,9 @@
 #include "support/capturedoutput.h"
 
 using NS_BUNDLEMGR1::ServiceInterface;
-using NS_LOG_SERVICE1::FindLogService;
-using NS_LOG_SERVICE1::LogMgr;
-using NS_LOG_SERVICE1::qv_base_log;
-using NS_TEST::ListedObjects;
-using NS_TEST::Registered;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using namespace NS_LOG_SERVICE1;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -31,10 +26,10 @@ TEST_F(Factory, MakesAServiceObjectAndRegistersItsInterfaceButStartsNothing) {
     EXPECT_THAT(ListedObjects(), ElementsAre(object));
     ASSERT_NE(object->GetInterface(), nullptr);
     EXPECT_THAT(Registered(), ElementsAre(object->GetInterface()));
-    EXPECT_NE(dynamic_cast<NS_LOG_SERVICE1::LogSvcInterface*>(object->GetInterface()), nullptr);
+    EXPECT_NE(dynamic_cast<LogSvcInterface*>(object->GetInterface()), nullptr);
     EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("LogSvcInterface!"), IsEmpty());
     EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
-    EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
+    EXPECT_THAT(ListFiles(Path("log")), IsEmpty());
     End(object);
 }
 
@@ -49,8 +44,7 @@ TEST_F(Factory, WorksWithoutAPlaceForTheGobbler) {
     EXPECT_THAT(ListedObjects(), IsEmpty());
 }
 
-// The interface belongs to fini; whoever skips it keeps a registered, working
-// interface.
+// The interface belongs to fini; whoever skips it keeps a registered, working interface.
 TEST_F(Factory, HandsOutAGobblerThatFreesTheObjectAndLeavesTheInterfaceAlone) {
     qv_base_log* const object = Make();
     ServiceInterface* const interface = object->GetInterface();
@@ -77,11 +71,11 @@ TEST_F(Factory, HandsOutAGobblerThatDeletesThroughTheVirtualDestructor) {
 
 TEST_F(Factory, HandsOutAGobblerThatOnlyComplainsAboutNull) {
     End(Make());
-    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    const CapturedOutput errors(STDERR_FILENO);
     gobbler_(nullptr);
     EXPECT_THAT(errors.Text(),
-                testing::MatchesRegex("ACE_ASSERT: file .*logimpl.*, line [0-9]+ assertion failed "
-                                      "for '_p != 0'\\.\n?"));
+                MatchesRegex("ACE_ASSERT: file .*logimpl.*, line [0-9]+ assertion failed "
+                             "for '_p != 0'\\.\n?"));
 }
 
 TEST_F(Factory, MakesObjectsThatAreIndependent) {
@@ -97,8 +91,7 @@ TEST_F(Factory, MakesObjectsThatAreIndependent) {
 
 class ServiceObject : public NS_TEST::ServiceObjectTest {
   protected:
-    // The thread sanitizer starts a thread of its own together with the first
-    // one, for good.
+    // The thread sanitizer starts a thread of its own together with the first one, for good.
     ServiceObject() {
         std::thread([] {}).join();
         for (const char* item : {"logfilesize", "logfilecount", "queuebuflength", "filterbuflength",
@@ -155,7 +148,7 @@ TEST_F(ServiceObject, StartsTheServiceWithoutAWordAndEndsIt) {
     }
     for (const std::string category : {"debug", "corbadebug", "corbanotify", "corba_alarm",
                                        "corbasys", "corbaoper", "corba_internal_oper"}) {
-        EXPECT_THAT(NS_TEST::ListLogFiles(Path("log"), category), SizeIs(1));
+        EXPECT_THAT(ListLogFiles(Path("log"), category), SizeIs(1));
     }
     Gobble(object);
 }
@@ -167,7 +160,7 @@ TEST_F(ServiceObject, StopsAndEndsWithoutAStart) {
         EXPECT_EQ(object->fini(), 0);
         ExpectEnded(*object);
     }
-    EXPECT_THAT(NS_TEST::ListFiles(Path("log")), IsEmpty());
+    EXPECT_THAT(ListFiles(Path("log")), IsEmpty());
     Gobble(object);
 }
 
@@ -222,12 +215,12 @@ TEST_F(ServiceObject, EndsTheServiceInAFixedOrder) {
 TEST_F(ServiceObject, ReportsAStartThatFailedAndKeepsItsInterfaceUntilItEnds) {
     for (const char* item : {"logfilesize", "bLogOutputPara"}) {
         Proxy().Forget();
-        store_.OnAsked(item, NS_TEST::RaiseStoreOutOfReach);
+        store_.OnAsked(item, RaiseStoreOutOfReach);
         qv_base_log* const object = Make();
         ServiceInterface* const interface = object->GetInterface();
         EXPECT_EQ(object->init(0, nullptr), -1);
         EXPECT_THAT(Proxy().Printed(),
-                    ElementsAre(NS_TEST::IsDiagnostic(
+                    ElementsAre(IsDiagnostic(
                         1, "logimpl", "\n in [qv_base_log::init] LogSvcIFImpl::Init failed\n")));
         EXPECT_TRUE(IsMonitorRunning());
         EXPECT_EQ(object->GetInterface(), interface);
@@ -240,11 +233,10 @@ TEST_F(ServiceObject, ReportsAStartThatFailedAndKeepsItsInterfaceUntilItEnds) {
     }
 }
 
-// ACE's configurator finishes an object whose init failed without stopping it
-// first.
+// ACE's configurator finishes an object whose init failed without stopping it first.
 TEST_F(ServiceObject, EndsTheThreadThatNobodyStopped) {
     const size_t before = Threads();
-    store_.OnAsked("logfilesize", NS_TEST::RaiseStoreOutOfReach);
+    store_.OnAsked("logfilesize", RaiseStoreOutOfReach);
     qv_base_log* const object = Make();
     EXPECT_EQ(object->init(0, nullptr), -1);
     EXPECT_EQ(Threads(), before + 1);

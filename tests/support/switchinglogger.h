@@ -23,6 +23,10 @@ class SwitchingLogger : public NS_LOG_SERVICE1::Logger {
         return Note("-" + std::to_string(level)) && Logger::DisableLevel(level);
     }
 
+    // These two do no more than remember, and refuse or not.
+    bool EnableAllLevels() override { return Note("+all"); }
+    bool DisableAllLevels() override { return Note("-all"); }
+
     std::vector<std::string> calls;  // "+1": level 1 was to be enabled; "-1": disabled
     bool refuses = false;
     std::function<void()> onSwitched;  // may throw
