@@ -15,6 +15,10 @@ qv_packages=(
     libgtest-dev
     libgmock-dev
     libbenchmark-dev
+    libpcre2-dev
+    zlib1g-dev
+    libzstd-dev
+    libsqlite3-dev
 )
 
 # What only the checks need.

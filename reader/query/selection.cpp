@@ -1,0 +1,218 @@
+#include "query/selection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace NS_LOG_READER {
+namespace {
+
+template <class Number>
+Number ParseNumber(std::string_view text, const char* what) {
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        throw BadRequest("'" + std::string(text) + "' is no " + what);
+    }
+    return number;
+}
+
+template <class Number>
+bool IsInAny(Number value, const std::vector<std::pair<Number, Number>>& ranges) {
+    return ranges.empty() || std::any_of(ranges.begin(), ranges.end(), [value](const auto& range) {
+               return range.first <= value && value <= range.second;
+           });
+}
+
+bool FitsAny(std::string_view text, const std::vector<std::string>& patterns) {
+    return patterns.empty() ||
+           std::any_of(patterns.begin(), patterns.end(),
+                       [text](const auto& pattern) { return FitsWildcards(text, pattern); });
+}
+
+template <class Number>
+bool IsAnyOf(Number value, const std::vector<Number>& values) {
+    return values.empty() || std::find(values.begin(), values.end(), value) != values.end();
+}
+
+// A source file counts by its last name, whatever directory it was compiled in.
+bool IsFrom(const Record& record, const std::pair<std::string, std::optional<uint32_t>>& source) {
+    const std::string_view file = record.file;
+    const bool isFile = FitsWildcards(file, source.first) ||
+                        FitsWildcards(file.substr(file.rfind('/') + 1), source.first);
+    return isFile && (!source.second || *source.second == record.line);
+}
+
+}  // namespace
+
+bool Selection::HasRecordConditions() const {
+    return !levels.empty() || !operations.empty() || !interfaces.empty() || !users.empty() ||
+           !functions.empty() || !threads.empty() || !sources.empty() || !numbers.empty() ||
+           !pattern.empty();
+}
+
+bool Selection::Wants(const Series& series) const {
+    return FitsAny(series.category, categories) && IsAnyOf(series.process, processes);
+}
+
+bool FitsWildcards(std::string_view text, std::string_view pattern) {
+    size_t at = 0;
+    size_t place = 0;
+    size_t star = std::string_view::npos;
+    size_t retry = 0;
+    while (at < text.size()) {
+        if (place < pattern.size() && pattern[place] == '*') {
+            star = place++;
+            retry = at;
+        } else if (place < pattern.size() && pattern[place] == text[at]) {
+            ++place;
+            ++at;
+        } else if (star != std::string_view::npos) {
+            place = star + 1;
+            at = ++retry;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', place) == std::string_view::npos;
+}
+
+std::vector<std::pair<int, int>> ParseLevels(const std::string& text) {
+    std::vector<std::pair<int, int>> levels;
+    size_t begin = 0;
+    while (begin <= text.size()) {
+        const size_t end = std::min(text.find(',', begin), text.size());
+        const std::string part = text.substr(begin, end - begin);
+        const size_t dots = part.find("..");
+        if (part == "short" || part == "asn") {
+            levels.emplace_back(part == "asn" ? -1 : -2, part == "asn" ? -1 : -2);
+        } else if (dots == std::string::npos) {
+            const int level = ParseNumber<int>(part, "level");
+            levels.emplace_back(level, level);
+        } else {
+            levels.emplace_back(ParseNumber<int>(part.substr(0, dots), "level"),
+                                ParseNumber<int>(part.substr(dots + 2), "level"));
+        }
+        begin = end + 1;
+    }
+    return levels;
+}
+
+std::pair<uint32_t, uint32_t> ParseNumbers(const std::string& text) {
+    const size_t dots = text.find("..");
+    if (dots == std::string::npos) {
+        const auto number = ParseNumber<uint32_t>(text, "record number");
+        return {number, number};
+    }
+    const std::string from = text.substr(0, dots);
+    const std::string to = text.substr(dots + 2);
+    return {from.empty() ? 0 : ParseNumber<uint32_t>(from, "record number"),
+            to.empty() ? std::numeric_limits<uint32_t>::max()
+                       : ParseNumber<uint32_t>(to, "record number")};
+}
+
+std::pair<std::string, std::optional<uint32_t>> ParseSource(const std::string& text) {
+    const size_t colon = text.rfind(':');
+    if (colon == std::string::npos) {
+        return {text, std::nullopt};
+    }
+    return {text.substr(0, colon),
+            ParseNumber<uint32_t>(std::string_view(text).substr(colon + 1), "source line")};
+}
+
+Matcher::Matcher(Selection selection) : selection_(std::move(selection)) {
+    if (!selection_.pattern.empty()) {
+        pattern_ = std::make_unique<Pattern>(selection_.pattern, selection_.isFixed);
+    }
+    ChooseLiteral();
+}
+
+Matcher::Matcher(std::unordered_set<std::string> operations)
+    : story_(std::move(operations)), isStory_(true) {
+    if (story_.size() == 1) {
+        literal_ = std::make_unique<LiteralFinder>(*story_.begin() + ",TopT:");
+    }
+}
+
+// Of the texts that the conditions imply, the longest, which tends to be the rarest.
+void Matcher::ChooseLiteral() {
+    std::string best;
+    bool ignoreCase = false;
+    const auto offer = [&](const std::string& text) {
+        if (text.size() > best.size()) {
+            best = text;
+        }
+    };
+    const auto offerText = [&](const std::vector<std::string>& values, const std::string& before,
+                               const std::string& behind) {
+        if (values.size() == 1) {
+            const std::string text = before + values.front() + behind;
+            for (size_t begin = 0; begin < text.size();) {
+                const size_t end = std::min(text.find('*', begin), text.size());
+                offer(text.substr(begin, end - begin));
+                begin = end + 1;
+            }
+        }
+    };
+    offerText(selection_.users, ",UserMsg:", ", T:");
+    offerText(selection_.interfaces, ",If:", ",UserMsg:");
+    offerText(selection_.functions, " Func:", " Line:");
+    offerText(selection_.operations, "", ",TopT:");
+    if (selection_.threads.size() == 1) {
+        offer(", T:" + std::to_string(selection_.threads.front()) + ", DL:");
+    }
+    if (selection_.sources.size() == 1) {
+        const auto& source = selection_.sources.front();
+        offerText({source.first}, "", " Func:");
+        offer(source.second ? " Line:" + std::to_string(*source.second) + "\n" : "");
+    }
+    if (selection_.levels.size() == 1 &&
+        selection_.levels.front().first == selection_.levels.front().second &&
+        selection_.levels.front().first != kShortLevel && best.size() < 16) {
+        best = ", DL:" + std::to_string(selection_.levels.front().first) + ", File: ";
+    }
+    if (pattern_ != nullptr && !selection_.invert && pattern_->Literal().size() >= 3 &&
+        (best.empty() || pattern_->Literal().size() >= 8)) {
+        best = pattern_->Literal();
+        ignoreCase = pattern_->IgnoresCase();
+    }
+    if (best.size() >= 3) {
+        literal_ = std::make_unique<LiteralFinder>(best, ignoreCase);
+    }
+}
+
+bool Matcher::MatchesNumbers(const Record& record) const {
+    const Selection& wanted = selection_;
+    return IsInAny(static_cast<int>(record.level), wanted.levels) &&
+           (wanted.numbers.empty() ||
+            (record.kind != RecordKind::Short && IsInAny(record.number, wanted.numbers))) &&
+           (!wanted.since || record.time >= *wanted.since) &&
+           (!wanted.until || record.time < *wanted.until) &&
+           (wanted.threads.empty() ||
+            (record.kind != RecordKind::Short && IsAnyOf(record.thread, wanted.threads)));
+}
+
+bool Matcher::MatchesTexts(const Record& record) const {
+    const Selection& wanted = selection_;
+    if (record.kind == RecordKind::Short &&
+        !(wanted.operations.empty() && wanted.interfaces.empty() && wanted.users.empty() &&
+          wanted.functions.empty() && wanted.sources.empty())) {
+        return false;
+    }
+    return FitsAny(record.operation, wanted.operations) &&
+           FitsAny(record.interface, wanted.interfaces) && FitsAny(record.user, wanted.users) &&
+           FitsAny(record.function, wanted.functions) &&
+           (wanted.sources.empty() ||
+            std::any_of(wanted.sources.begin(), wanted.sources.end(),
+                        [&](const auto& source) { return IsFrom(record, source); }));
+}
+
+bool Matcher::Matches(const Record& record) const {
+    if (isStory_) {
+        return record.kind != RecordKind::Short && story_.count(std::string(record.operation)) != 0;
+    }
+    return MatchesNumbers(record) && MatchesTexts(record) &&
+           (pattern_ == nullptr || pattern_->Matches(record.text) != selection_.invert);
+}
+
+}  // namespace NS_LOG_READER
