@@ -196,17 +196,21 @@ bool ParseShort(const Piece& piece, Record& record) {
     return true;
 }
 
-// Whether a record that was kept back begins with the text. A detail may well have a line that
-// begins with a time, so the labels have to follow.
-bool BeginsDumpedRecord(std::string_view text) {
+// Parses the header of a record that was kept back, at the beginning of a line. Returns where its
+// detail begins; 0: none begins there. A detail may well have a line that begins with a time, so
+// the labels have to follow.
+size_t ParseDumpedHeader(std::string_view text, Record& record) {
+    if (text.empty() || !(IsDigit(text[0]) || text[0] == '@' || text[0] == '-')) {
+        return 0;
+    }
     const size_t stamp = StampLength(text);
     if (stamp == 0 || text.compare(stamp, 2, ", ") != 0) {
-        return false;
+        return 0;
     }
-    Record parsed;
     const std::string_view line = text.substr(0, text.find('\n'));
-    return Find(line, ",TopT:") != std::string_view::npos &&
-           ParseHeader(text, kDumpedDetailLabel, parsed) != 0;
+    return Find(line, ",TopT:", stamp) == std::string_view::npos
+               ? 0
+               : ParseHeader(text, kDumpedDetailLabel, record);
 }
 
 }  // namespace
@@ -245,17 +249,20 @@ DumpedRecords::DumpedRecords(const Piece& piece, const Record& dump)
         torn_ = true;
     }
     offset_ = piece.offset + static_cast<uint64_t>(rest_.data() - piece.bytes.data());
+    nextDetail_ = ParseHeader(rest_, kDumpedDetailLabel, next_);
 }
 
 bool DumpedRecords::Next(Record& record) {
-    record = Record();
-    const size_t detail = ParseHeader(rest_, kDumpedDetailLabel, record);
+    const size_t detail = nextDetail_;
     if (detail == 0) {
         return false;
     }
+    record = next_;
+    nextDetail_ = 0;
     size_t end = rest_.find('\n', detail);
-    while (end != std::string_view::npos && !BeginsDumpedRecord(rest_.substr(end + 1))) {
-        end = rest_.find('\n', end + 1);
+    while (end != std::string_view::npos && nextDetail_ == 0) {
+        nextDetail_ = ParseDumpedHeader(rest_.substr(end + 1), next_);
+        end = nextDetail_ != 0 ? end : rest_.find('\n', end + 1);
     }
     end = end == std::string_view::npos ? rest_.size() : end + 1;
     record.kind = RecordKind::Dumped;

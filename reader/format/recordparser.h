@@ -22,8 +22,13 @@ class DumpedRecords {
 
     bool Next(Record& record);
 
+    // What was not parsed so far.
+    std::string_view Rest() const { return rest_; }
+
   private:
     std::string_view rest_;
+    Record next_;            // the header at the beginning of `rest_`
+    size_t nextDetail_ = 0;  // where its detail begins; 0: there is none
     uint64_t offset_ = 0;
     uint32_t number_ = 0;
     const LogFileName* origin_ = nullptr;

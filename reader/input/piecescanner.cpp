@@ -287,7 +287,11 @@ bool PieceScanner::TakeMark(PieceKind kind, size_t labelSize, Piece& piece) {
 }
 
 bool PieceScanner::TakeGarbage(Piece& piece) {
-    const size_t next = FindNextPiece(false);
+    size_t next = FindNextPiece(false);
+    while (next == Rest().size() && next < kBlockSize && !atEnd_) {
+        Fill();
+        next = FindNextPiece(false);
+    }
     if (next < Rest().size()) {
         return Take(PieceKind::Garbage, next, piece);
     }

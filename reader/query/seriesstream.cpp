@@ -107,15 +107,31 @@ bool SeriesStream::Judge(Found& found) {
     return found.isHit || options_.withContext;
 }
 
+// The next record inside the dump that was found last, if one may match.
+bool SeriesStream::NextDumped(Record& record) {
+    const LiteralFinder* const literal = options_.withContext ? nullptr : matcher_.Literal();
+    if (dumped_ && literal != nullptr && dumpedHit_ < dumped_->Rest().data()) {
+        const std::string_view rest = dumped_->Rest();
+        dumpedHit_ = literal->Find(rest.data(), rest.data() + rest.size());
+        if (dumpedHit_ == nullptr) {
+            dumped_.reset();
+        }
+    }
+    if (dumped_ && dumped_->Next(record)) {
+        return true;
+    }
+    dumped_.reset();
+    dumpedHit_ = nullptr;
+    return false;
+}
+
 bool SeriesStream::Next(Found& found) {
     for (;;) {
-        if (dumped_ && dumped_->Next(found.record)) {
+        while (NextDumped(found.record)) {
             if (Judge(found)) {
                 return true;
             }
-            continue;
         }
-        dumped_.reset();
         if (!NextPiece()) {
             return false;
         }

@@ -37,6 +37,7 @@ class SeriesStream final : public RecordStream {
     void CloseFile();
     bool NextPiece();
     bool IsOutOfRange(size_t file) const;
+    bool NextDumped(Record& record);
     bool Judge(Found& found);
     void ReportTorn();
 
@@ -54,6 +55,7 @@ class SeriesStream final : public RecordStream {
     Piece piece_;
     Time lastTime_ = 0;  // of the piece before: marks and garbage stay behind it
     std::optional<DumpedRecords> dumped_;
+    const char* dumpedHit_ = nullptr;  // where the literal stands next in the dump
 };
 
 // The text for a torn piece or for garbage; empty: the piece is whole.

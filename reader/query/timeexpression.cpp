@@ -61,7 +61,7 @@ std::optional<Time> ReadDuration(const std::string& text) {
     double count = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
     const Time unit = Unit(Trimmed(end));
-    if (error != std::errc() || unit == 0 || !(count >= 0 && count < 1e9)) {
+    if (error != std::errc() || unit == 0 || !(count >= 0 && count < 1e11)) {
         return std::nullopt;
     }
     return static_cast<Time>(count * static_cast<double>(unit));
