@@ -49,6 +49,7 @@ class KeptRecord {
     KeptRecord& operator=(KeptRecord&&) noexcept = default;
 
     Found& Get() { return found_; }
+    const Found& Get() const { return found_; }
 
   private:
     std::unique_ptr<char[]> bytes_;
