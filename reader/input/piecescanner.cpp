@@ -204,6 +204,11 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
 // record: dumps are full of them.
 size_t PieceScanner::FindNextPiece(bool afterTornFrame) {
     const std::string_view rest = Rest();
+    const size_t behindZeros = rest.find_first_not_of('\0');
+    if (!afterTornFrame && behindZeros != 0 && behindZeros != kNowhere &&
+        BeginsPiece(rest.substr(behindZeros), false)) {
+        return behindZeros;
+    }
     size_t newline = FindCharacter(rest, '\n', 0);
     size_t tag = FindCharacter(rest, '<', 1);
     for (;;) {
