@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace NS_LOG_READER {
 namespace {
@@ -36,6 +37,40 @@ size_t CountDigits(std::string_view text, size_t at, size_t most) {
         ++count;
     }
     return count;
+}
+
+constexpr size_t kUsualLength = kYearDigits + kBehindYear.size();
+
+uint64_t Load(const char* bytes) {
+    uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// Whether the eight bytes are digits where `shape` has a 'd', and else the same as there; 's'
+// stands for anything.
+bool FitsWord(const char* text, const char* shape) {
+    constexpr uint64_t ones = 0x0101010101010101;
+    uint64_t digits = 0;  // 0xff at each digit
+    uint64_t fixed = 0;
+    for (size_t i = 0; i < sizeof(uint64_t); ++i) {
+        const uint64_t byte = uint64_t{0xff} << (8 * i);
+        digits |= shape[i] == 'd' ? byte : 0;
+        fixed |= shape[i] != 'd' && shape[i] != 's' ? byte : 0;
+    }
+    const uint64_t word = Load(text);
+    const uint64_t value = word ^ (ones * '0');
+    // A digit's value is at most 9, so adding 0x76 does not reach the byte's highest bit.
+    const uint64_t above = ((value & (ones * 0x7f)) + ones * 0x76) | value;
+    return (above & digits & (ones * 0x80)) == 0 && ((word ^ Load(shape)) & fixed) == 0;
+}
+
+// A time stamp with a year of four digits. The shapes are known when this is compiled, and so are
+// the words made of them.
+bool FitsUsual(const char* text) {
+    return FitsWord(text, "dddd-dd-") && FitsWord(text + 8, "ddTdd:dd") &&
+           FitsWord(text + 16, ":dd.dddd") && FitsWord(text + 24, "ddsdd:dd") &&
+           (text[26] == '+' || text[26] == '-');
 }
 
 // "@12.000000", of a time that no calendar holds.
@@ -73,6 +108,21 @@ Time ParseBare(std::string_view stamp) {
     return (negative ? -seconds : seconds) * kMicrosPerSecond + micros;
 }
 
+// In seconds since 1970.
+int64_t StartOfMinute(std::string_view stamp) {
+    const char* const rest = stamp.data() + stamp.size() - kBehindYear.size();
+    const size_t sign = stamp[0] == '-' ? 1 : 0;
+    int64_t year = Number(stamp.substr(sign, stamp.size() - kBehindYear.size() - sign));
+    // Microseconds in 64 bits end in the year 294246.
+    year = year > 290000 ? 290000 : year;
+    const int64_t days =
+        DaysSinceEpoch(sign != 0 ? -year : year, static_cast<unsigned>(Two(rest + 1)),
+                       static_cast<unsigned>(Two(rest + 4)));
+    const int64_t offset = Two(rest + 23) * 60 + Two(rest + 26);
+    return days * 86400 + Two(rest + 7) * 3600 + Two(rest + 10) * 60 -
+           (rest[22] == '-' ? -offset : offset) * 60;
+}
+
 }  // namespace
 
 int64_t DaysSinceEpoch(int64_t year, unsigned month, unsigned day) {
@@ -87,6 +137,9 @@ int64_t DaysSinceEpoch(int64_t year, unsigned month, unsigned day) {
 size_t StampLength(std::string_view text) {
     if (text.empty()) {
         return 0;
+    }
+    if (text.size() >= kUsualLength && FitsUsual(text.data())) {
+        return kUsualLength;
     }
     if (text[0] == '@') {
         return BareStampLength(text);
@@ -115,17 +168,20 @@ size_t ParseStamp(std::string_view text, Time& time) {
         return length;
     }
     const char* const rest = text.data() + length - kBehindYear.size();
-    const size_t sign = text[0] == '-' ? 1 : 0;
-    int64_t year = Number(text.substr(sign, length - kBehindYear.size() - sign));
-    // Microseconds in 64 bits end in the year 294246.
-    year = year > 290000 ? 290000 : year;
-    const int64_t days =
-        DaysSinceEpoch(sign != 0 ? -year : year, static_cast<unsigned>(Two(rest + 1)),
-                       static_cast<unsigned>(Two(rest + 4)));
-    const int64_t minutes = Two(rest + 23) * 60 + Two(rest + 26);
-    const int64_t seconds = days * 86400 + Two(rest + 7) * 3600 + Two(rest + 10) * 60 +
-                            Two(rest + 13) - (rest[22] == '-' ? -minutes : minutes) * 60;
-    time = seconds * kMicrosPerSecond + Number({rest + 16, 6});
+    // Everything down to the minute, and the zone, is the same for many records in a row.
+    constexpr size_t toMinute = 16;
+    thread_local std::string lastMinute;
+    thread_local int64_t lastStart = 0;
+    const std::string_view minute =
+        text.substr(0, length - kBehindYear.size() + toMinute - kYearDigits);
+    const std::string_view zone(rest + 22, 6);
+    if (lastMinute.size() != minute.size() + zone.size() ||
+        lastMinute.compare(0, minute.size(), minute) != 0 ||
+        lastMinute.compare(minute.size(), zone.size(), zone) != 0) {
+        lastStart = StartOfMinute(text.substr(0, length));
+        lastMinute.assign(minute).append(zone);
+    }
+    time = (lastStart + Two(rest + 13)) * kMicrosPerSecond + Number({rest + 16, 6});
     return length;
 }
 

@@ -293,7 +293,9 @@ bool PieceScanner::TakeMark(PieceKind kind, size_t labelSize, Piece& piece) {
 
 bool PieceScanner::TakeGarbage(Piece& piece) {
     size_t next = FindNextPiece(false);
-    while (next == Rest().size() && next < kBlockSize && !atEnd_) {
+    // What begins near the end of what is there may turn out to be something else.
+    while (!atEnd_ && next + kPieceStartSize > Rest().size() &&
+           (next < Rest().size() || next < kBlockSize)) {
         Fill();
         next = FindNextPiece(false);
     }
