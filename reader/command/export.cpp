@@ -72,10 +72,11 @@ class Database {
     }
 
     void Finish() {
-        Execute("CREATE INDEX records_by_time ON records (utc_us);"
-                "CREATE INDEX records_by_operation ON records (operation);"
-                "CREATE INDEX records_by_level ON records (level, utc_us);"
-                "COMMIT");
+        Execute(
+            "CREATE INDEX records_by_time ON records (utc_us);"
+            "CREATE INDEX records_by_operation ON records (operation);"
+            "CREATE INDEX records_by_level ON records (level, utc_us);"
+            "COMMIT");
         isDone_ = true;
     }
 

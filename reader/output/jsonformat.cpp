@@ -138,13 +138,16 @@ class JsonFormat final : public RecordFormat {
             const std::string before =
                 labels_.empty() ? "{\"v\":" + std::to_string(kJsonVersion) : std::string();
             labels_.push_back(before + ",\"" + field.name + "\":");
+            for (const Field& other : fields_) {
+                hasTwice_ = hasTwice_ || (&other != &field && other.get == field.get);
+            }
         }
     }
 
     void Write(Output& output, const Found& found) override {
         const size_t size = found.record.bytes.size() + found.record.origin->path.size() +
                             found.record.origin->category.size();
-        if (size > kLargeRecord) {
+        if (size > kLargeRecord || hasTwice_) {
             WriteInParts(output, found);
             return;
         }
@@ -194,15 +197,15 @@ class JsonFormat final : public RecordFormat {
 
     std::vector<Field> fields_;
     std::vector<std::string> labels_;
+    bool hasTwice_ = false;  // a field was asked for more than once
 };
 
 }  // namespace
 
-void PutJsonString(Output& output, std::string_view text) {
+void PutJsonText(Output& output, std::string_view text) {
     // Long texts in parts, so that the room for the worst case stays small. A part ends where a
     // character does.
     constexpr size_t part = 32768;
-    output.Put('"');
     while (!text.empty()) {
         size_t size = text.size() < part ? text.size() : part;
         while (size < text.size() && size > part - 4 && (ByteAt(text, size) & 0xC0) == 0x80) {
@@ -212,6 +215,11 @@ void PutJsonString(Output& output, std::string_view text) {
         output.Commit(PutEscaped(text.substr(0, size), out));
         text.remove_prefix(size);
     }
+}
+
+void PutJsonString(Output& output, std::string_view text) {
+    output.Put('"');
+    PutJsonText(output, text);
     output.Put('"');
 }
 

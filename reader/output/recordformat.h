@@ -48,5 +48,7 @@ constexpr int kJsonVersion = 1;
 
 // The text as a JSON string, with its quotes. Bytes that are no UTF-8 become U+FFFD.
 void PutJsonString(Output& output, std::string_view text);
+// The same without the quotes.
+void PutJsonText(Output& output, std::string_view text);
 
 }  // namespace NS_LOG_READER
