@@ -46,8 +46,9 @@ Session::Session(const Options& options) {
     }
 }
 
-std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOptions stream,
-                                            bool newestFirst) {
+std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matcher,
+                                                             StreamOptions stream,
+                                                             bool newestFirst) {
     std::vector<std::unique_ptr<RecordStream>> streams;
     for (size_t i = 0; i < series_.size(); ++i) {
         if (!matcher.GetSelection().Wants(series_[i])) {
@@ -66,6 +67,12 @@ std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOption
         }
         streams.push_back(std::move(records));
     }
+    return streams;
+}
+
+std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOptions stream,
+                                            bool newestFirst) {
+    std::vector<std::unique_ptr<RecordStream>> streams = OpenEach(matcher, stream, newestFirst);
     if (streams.size() == 1) {
         return std::move(streams.front());
     }

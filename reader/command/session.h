@@ -9,6 +9,7 @@
 #include "command/commands.h"
 #include "command/options.h"
 #include "input/series.h"
+#include "query/progress.h"
 #include "query/recordstream.h"
 #include "query/seriesstream.h"
 
@@ -18,6 +19,7 @@ namespace NS_LOG_READER {
 class StderrListener final : public ProblemListener {
   public:
     void Report(const std::string& path, int64_t offset, const std::string& text) override;
+    void NoteRead(uint64_t bytes) override { progress_.Add(bytes); }
 
     // A file could not be read, or not to its end.
     bool HasTrouble() const { return hasTrouble_; }
@@ -26,6 +28,7 @@ class StderrListener final : public ProblemListener {
   private:
     std::map<std::string, int> reported_;
     bool hasTrouble_ = false;
+    Progress progress_;
 };
 
 // Thread safety: none.
@@ -38,6 +41,10 @@ class Session {
     // the session does.
     std::unique_ptr<RecordStream> Open(const Matcher& matcher, StreamOptions stream,
                                        bool newestFirst);
+
+    // The same, each series by itself.
+    std::vector<std::unique_ptr<RecordStream>> OpenEach(const Matcher& matcher,
+                                                        StreamOptions stream, bool newestFirst);
 
     const std::vector<Series>& AllSeries() const { return series_; }
     StderrListener& Problems() { return problems_; }

@@ -120,7 +120,11 @@ class Show {
 
     ExitCode PrintCount() {
         stream_.withContext = false;
-        const uint64_t count = Count(*session_.Open(*matcher_, stream_, false));
+        uint64_t count = 0;
+        for (auto& records : session_.OpenEach(*matcher_, stream_, false)) {
+            count += Count(*records);
+            records.reset();
+        }
         output_.PutNumber(static_cast<int64_t>(count));
         output_.Put('\n');
         output_.Flush();

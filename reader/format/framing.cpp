@@ -1,6 +1,9 @@
 #include "format/framing.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
 
 #include "format/stamp.h"
 
@@ -45,6 +48,19 @@ bool IsCutPiece(std::string_view rest) {
            (at > 1 && StartsWith(rest, ">\n") && CouldBecome(rest.substr(2), kStampShape));
 }
 
+// The number of "\n</N>\n\n", which ends before `end`. False: there is none.
+bool EndsFrame(std::string_view text, size_t end, uint32_t& number) {
+    if (end < 8 || text.compare(end - 3, 3, ">\n\n") != 0) {
+        return false;
+    }
+    size_t digits = end - 3;
+    while (digits > 0 && text[digits - 1] >= '0' && text[digits - 1] <= '9') {
+        --digits;
+    }
+    const auto result = std::from_chars(text.data() + digits, text.data() + end - 3, number);
+    return result.ec == std::errc() && digits >= 3 && text.compare(digits - 3, 3, "\n</") == 0;
+}
+
 }  // namespace
 
 size_t OpeningTagLength(std::string_view text, std::string_view& digits) {
@@ -71,6 +87,32 @@ bool BeginsFrame(std::string_view text) {
     text.remove_prefix(tag);
     const size_t stamp = StampLength(text);
     return stamp != 0 && StartsWith(text.substr(stamp), ", ");
+}
+
+bool IsFrameBoundary(std::string_view text, size_t at) {
+    uint32_t before = 0;
+    std::string_view digits;
+    if (!EndsFrame(text, at, before) || !BeginsFrame(text.substr(at)) ||
+        OpeningTagLength(text.substr(at), digits) == 0) {
+        return false;
+    }
+    uint32_t number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number == before + 1;
+}
+
+size_t FindLastFrameBoundary(std::string_view text, size_t begin, size_t end) {
+    while (end > begin) {
+        const void* const tag = memrchr(text.data() + begin, '<', end - begin);
+        if (tag == nullptr) {
+            break;
+        }
+        end = static_cast<size_t>(static_cast<const char*>(tag) - text.data());
+        if (end > begin && text[end - 1] == '\n' && IsFrameBoundary(text, end)) {
+            return end;
+        }
+    }
+    return std::string_view::npos;
 }
 
 bool BeginsPiece(std::string_view text, bool isRest) {

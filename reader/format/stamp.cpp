@@ -118,9 +118,9 @@ int64_t StartOfMinute(std::string_view stamp) {
     const int64_t days =
         DaysSinceEpoch(sign != 0 ? -year : year, static_cast<unsigned>(Two(rest + 1)),
                        static_cast<unsigned>(Two(rest + 4)));
-    const int64_t offset = Two(rest + 23) * 60 + Two(rest + 26);
-    return days * 86400 + Two(rest + 7) * 3600 + Two(rest + 10) * 60 -
-           (rest[22] == '-' ? -offset : offset) * 60;
+    const int offset = Two(rest + 23) * 60 + Two(rest + 26);
+    const int minutes = Two(rest + 7) * 60 + Two(rest + 10) - (rest[22] == '-' ? -offset : offset);
+    return days * 86400 + int64_t{minutes} * 60;
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "input/boundary.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -27,30 +25,11 @@ size_t ReadWhole(ByteSource& source, uint64_t offset, std::vector<char>& chunk) 
     return size;
 }
 
-// The number of "\n</N>\n\n", which ends before `end`. False: there is none.
-bool EndsFrame(std::string_view text, size_t end, uint32_t& number) {
-    if (end < 8 || text.compare(end - 3, 3, ">\n\n") != 0) {
-        return false;
-    }
-    size_t digits = end - 3;
-    while (digits > 0 && text[digits - 1] >= '0' && text[digits - 1] <= '9') {
-        --digits;
-    }
-    const auto result = std::from_chars(text.data() + digits, text.data() + end - 3, number);
-    return result.ec == std::errc() && digits >= 3 && text.compare(digits - 3, 3, "\n</") == 0;
-}
-
-// Whether a frame begins at `at`, behind the end of the one before.
-bool IsBoundary(std::string_view text, size_t at, Time& time) {
-    uint32_t before = 0;
-    if (!BeginsFrame(text.substr(at)) || !EndsFrame(text, at, before)) {
-        return false;
-    }
+// The time of the frame that begins at `at`. False: none surely does.
+bool ReadBoundary(std::string_view text, size_t at, Time& time) {
     std::string_view digits;
-    const size_t tag = OpeningTagLength(text.substr(at), digits);
-    uint32_t number = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    return number == before + 1 && ParseStamp(text.substr(at + tag), time) != 0;
+    return IsFrameBoundary(text, at) &&
+           ParseStamp(text.substr(at + OpeningTagLength(text.substr(at), digits)), time) != 0;
 }
 
 }  // namespace
@@ -68,7 +47,7 @@ std::optional<Boundary> FindBoundary(ByteSource& source, uint64_t from, uint64_t
             if (found.offset >= end) {
                 return std::nullopt;
             }
-            if (found.offset >= from && IsBoundary(text, at + 2, found.time)) {
+            if (found.offset >= from && ReadBoundary(text, at + 2, found.time)) {
                 return found;
             }
         }
@@ -89,9 +68,7 @@ uint64_t FindTime(ByteSource& source, Time time) {
     while (high - low > kChunk) {
         const uint64_t middle = low + (high - low) / 2;
         const std::optional<Boundary> found = FindBoundary(source, middle, high);
-        if (!found) {
-            high = middle;
-        } else if (found->time < time) {
+        if (found && found->time < time) {
             low = found->offset;
         } else {
             high = middle;

@@ -16,6 +16,9 @@ constexpr size_t kNowhere = std::string_view::npos;
 // "</4294967295>\n\n"
 constexpr size_t kClosingTagSize = 15;
 
+// Splitting what is nearer costs less than finding a place behind it.
+constexpr size_t kShortestLeap = 4096;
+
 // A frame in whose text so many others end is taken for torn: no detail quotes that many.
 constexpr int kMostForeignEnds = 4096;
 
@@ -103,16 +106,31 @@ bool PieceScanner::FillTo(size_t size) {
     return true;
 }
 
-bool PieceScanner::MayMatch(size_t length) {
-    if (finder_ == nullptr) {
-        return true;
-    }
+// Finds the literal's next place.
+void PieceScanner::FindHit() {
     if (!hitIsKnown_ || hit_ < begin_) {
         const char* const found = finder_->Find(buffer_.get() + begin_, buffer_.get() + end_);
         hit_ = found == nullptr ? end_ : static_cast<size_t>(found - buffer_.get());
         hitIsKnown_ = true;
     }
+}
+
+bool PieceScanner::MayMatch(size_t length) {
+    if (finder_ == nullptr) {
+        return true;
+    }
+    FindHit();
     return hit_ < begin_ + length;
+}
+
+// Goes on at the frame around the literal's next place, or at the last one that is there.
+void PieceScanner::Leap() {
+    FindHit();
+    if (hit_ - begin_ < kShortestLeap) {
+        return;
+    }
+    const size_t place = FindLastFrameBoundary({buffer_.get(), end_}, begin_ + 1, hit_);
+    begin_ = place == kNowhere ? begin_ : place;
 }
 
 bool PieceScanner::Take(PieceKind kind, size_t length, Piece& piece) {
@@ -129,6 +147,10 @@ bool PieceScanner::Next(Piece& piece) {
         atEnd_ = false;
     }
     FillTo(kPieceStartSize);
+    if (leaps_) {
+        Leap();
+        FillTo(kPieceStartSize);
+    }
     const std::string_view rest = Rest();
     if (rest.empty()) {
         return false;

@@ -27,8 +27,12 @@ class PieceScanner {
     // Begins at `offset`, where a piece begins. `source` outlives the scanner.
     explicit PieceScanner(ByteSource& source, uint64_t offset = 0);
 
-    // Pieces that do not hold the literal are marked; `finder` outlives the scanner.
-    void LookFor(const LiteralFinder* finder) { finder_ = finder; }
+    // Pieces that do not hold the literal are marked; `finder` outlives the scanner. `leaps`: most
+    // of them are left out, and what is torn among them as well.
+    void LookFor(const LiteralFinder* finder, bool leaps) {
+        finder_ = finder;
+        leaps_ = leaps && finder != nullptr;
+    }
 
     // The file is being written: what has no end yet is waited for, and Next may be called again
     // after it has returned false.
@@ -54,7 +58,9 @@ class PieceScanner {
     bool FillTo(size_t size);
     void Grow();
     bool Take(PieceKind kind, size_t length, Piece& piece);
+    void FindHit();
     bool MayMatch(size_t length);
+    void Leap();
     size_t LineEnd(size_t from);
     FrameEnd FindFrameEnd(std::string_view digits);
     size_t FindNextPiece(bool afterTornFrame);
@@ -73,6 +79,7 @@ class PieceScanner {
     uint64_t base_;   // where the buffer begins, in the file
     size_t hit_ = 0;  // the literal's next place in the buffer, or its end; known from begin_ on if
     bool hitIsKnown_ = false;
+    bool leaps_ = false;
     bool atEnd_ = false;
     bool mayGrow_ = false;
     std::string error_;

@@ -70,7 +70,8 @@ std::vector<Field> ParseFields(const std::string& names) {
         if (field == AllFields().end()) {
             std::string known;
             for (const Field& other : AllFields()) {
-                known += std::string(known.empty() ? "" : " ") + other.name;
+                known += known.empty() ? "" : " ";
+                known += other.name;
             }
             throw BadRequest("there is no field '" + name + "'; there are " + known);
         }

@@ -6,38 +6,38 @@
 namespace NS_LOG_READER {
 
 MergedStream::MergedStream(std::vector<std::unique_ptr<RecordStream>> streams, bool newestFirst)
-    : streams_(std::move(streams)), newestFirst_(newestFirst) {
+    : streams_(std::move(streams)), newestFirst_(newestFirst), heads_(streams_.size()) {
     for (size_t i = 0; i < streams_.size(); ++i) {
-        Head head;
-        head.time = streams_[i]->FirstTime();
-        head.stream = i;
-        Push(std::move(head));
+        heads_[i].time = streams_[i]->FirstTime();
+        Push(i);
     }
 }
 
 Time MergedStream::FirstTime() const {
-    return heads_.empty() ? 0 : heads_.front().time;
+    return order_.empty() ? 0 : heads_[order_.front()].time;
 }
 
-bool MergedStream::ComesLater(const Head& a, const Head& b) const {
-    if (a.time != b.time) {
-        return newestFirst_ ? a.time < b.time : a.time > b.time;
+bool MergedStream::ComesLater(size_t a, size_t b) const {
+    const Time first = heads_[a].time;
+    const Time second = heads_[b].time;
+    if (first != second) {
+        return newestFirst_ ? first < second : first > second;
     }
-    // A stream that was not asked yet may have a record of that time.
-    return newestFirst_ ? a.stream < b.stream : a.stream > b.stream;
+    return newestFirst_ ? a < b : a > b;
 }
 
-void MergedStream::Push(Head head) {
-    heads_.push_back(std::move(head));
-    std::push_heap(heads_.begin(), heads_.end(),
-                   [this](const Head& a, const Head& b) { return ComesLater(a, b); });
+void MergedStream::Push(size_t stream) {
+    order_.push_back(stream);
+    std::push_heap(order_.begin(), order_.end(),
+                   [this](size_t a, size_t b) { return ComesLater(a, b); });
 }
 
-// Reads the next record of a head's stream. False: it has ended.
-bool MergedStream::Advance(Head& head) {
-    head.isRead = streams_[head.stream]->Next(head.found);
+// Reads the next record of a stream. False: it has ended.
+bool MergedStream::Advance(size_t stream) {
+    Head& head = heads_[stream];
+    head.isRead = streams_[stream]->Next(head.found);
     if (!head.isRead) {
-        streams_[head.stream].reset();
+        streams_[stream].reset();
         return false;
     }
     head.time = head.found.order;
@@ -45,20 +45,19 @@ bool MergedStream::Advance(Head& head) {
 }
 
 bool MergedStream::Next(Found& found) {
-    const auto later = [this](const Head& a, const Head& b) { return ComesLater(a, b); };
-    while (!heads_.empty()) {
-        if (heads_.front().isRead && !isGiven_) {
-            found = heads_.front().found;
+    while (!order_.empty()) {
+        const size_t next = order_.front();
+        if (heads_[next].isRead && !isGiven_) {
+            found = heads_[next].found;
             isGiven_ = true;
             return true;
         }
-        std::pop_heap(heads_.begin(), heads_.end(), later);
-        Head head = std::move(heads_.back());
-        heads_.pop_back();
-        const bool isThere = Advance(head);
+        std::pop_heap(order_.begin(), order_.end(),
+                      [this](size_t a, size_t b) { return ComesLater(a, b); });
+        order_.pop_back();
         isGiven_ = false;
-        if (isThere) {
-            Push(std::move(head));
+        if (Advance(next)) {
+            Push(next);
         }
     }
     return false;

@@ -22,19 +22,19 @@ class MergedStream final : public RecordStream {
   private:
     struct Head {
         Time time = 0;
-        size_t stream = 0;
         bool isRead = false;
         Found found;
     };
 
-    bool ComesLater(const Head& a, const Head& b) const;
-    void Push(Head head);
-    bool Advance(Head& head);
+    bool ComesLater(size_t a, size_t b) const;
+    void Push(size_t stream);
+    bool Advance(size_t stream);
 
     std::vector<std::unique_ptr<RecordStream>> streams_;
     bool newestFirst_;
-    std::vector<Head> heads_;  // a heap, the next one first
-    bool isGiven_ = false;     // the first one has been given out
+    std::vector<Head> heads_;    // of each stream
+    std::vector<size_t> order_;  // of those that go on: a heap, the next one first
+    bool isGiven_ = false;       // the first one has been given out
 };
 
 }  // namespace NS_LOG_READER

@@ -39,6 +39,9 @@ class ProblemListener {
 
     // `offset` is where in the file; negative: the whole of it.
     virtual void Report(const std::string& path, int64_t offset, const std::string& text) = 0;
+
+    // So many bytes more have been read.
+    virtual void NoteRead(uint64_t) {}
 };
 
 // A record that owns its texts.

@@ -93,7 +93,7 @@ void ReverseStream::ReadSegment() {
         }
     }
     PieceScanner scanner(*source_, begin);
-    scanner.LookFor(options_.withContext ? nullptr : matcher_.Literal());
+    scanner.LookFor(options_.withContext ? nullptr : matcher_.Literal(), true);
     Piece piece;
     Found found;
     const uint64_t firstOrdinal = ordinal_;

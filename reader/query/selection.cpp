@@ -125,6 +125,7 @@ Matcher::Matcher(Selection selection) : selection_(std::move(selection)) {
         pattern_ = std::make_unique<Pattern>(selection_.pattern, selection_.isFixed);
     }
     ChooseLiteral();
+    matchesAll_ = !selection_.HasRecordConditions() && !selection_.since && !selection_.until;
 }
 
 Matcher::Matcher(std::unordered_set<std::string> operations)
@@ -208,6 +209,9 @@ bool Matcher::MatchesTexts(const Record& record) const {
 }
 
 bool Matcher::Matches(const Record& record) const {
+    if (matchesAll_) {
+        return true;
+    }
     if (isStory_) {
         return record.kind != RecordKind::Short && story_.count(std::string(record.operation)) != 0;
     }

@@ -80,6 +80,7 @@ class Matcher {
     Selection selection_;
     std::unordered_set<std::string> story_;
     bool isStory_ = false;
+    bool matchesAll_ = false;  // nothing but category and process was asked for
     std::unique_ptr<Pattern> pattern_;
     std::unique_ptr<LiteralFinder> literal_;
 };

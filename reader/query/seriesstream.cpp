@@ -60,8 +60,9 @@ bool SeriesStream::OpenNextFile() {
             }
         }
         scanner_.emplace(*source_, from);
-        scanner_->LookFor(options_.withContext || options_.withMarks ? nullptr
-                                                                     : matcher_.Literal());
+        noted_ = from;
+        scanner_->LookFor(options_.withContext || options_.withMarks ? nullptr : matcher_.Literal(),
+                          true);
     } catch (const ReadError& error) {
         problems_.Report(file.name.path, -1, error.what());
         scanner_.reset();
@@ -75,7 +76,6 @@ void SeriesStream::CloseFile() {
             problems_.Report(series_.files[file_ - 1].name.path,
                              static_cast<int64_t>(scanner_->Offset()), scanner_->Error());
         }
-        bytesDone_ += scanner_->Offset();
         scanner_.reset();
         source_.reset();
     }
@@ -86,6 +86,11 @@ bool SeriesStream::NextPiece() {
         if (!OpenNextFile()) {
             return false;
         }
+    }
+    constexpr uint64_t step = uint64_t{8} << 20;
+    if (scanner_->Offset() >= noted_ + step) {
+        problems_.NoteRead(scanner_->Offset() - noted_);
+        noted_ = scanner_->Offset();
     }
     return true;
 }

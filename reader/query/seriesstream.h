@@ -29,9 +29,6 @@ class SeriesStream final : public RecordStream {
     bool Next(Found& found) override;
     Time FirstTime() const override;
 
-    // How many bytes were read so far.
-    uint64_t BytesDone() const { return bytesDone_ + (scanner_ ? scanner_->Offset() : 0); }
-
   private:
     bool OpenNextFile();
     void CloseFile();
@@ -46,8 +43,8 @@ class SeriesStream final : public RecordStream {
     const Matcher& matcher_;
     const StreamOptions options_;
     ProblemListener& problems_;
-    size_t file_ = 0;  // the next one to open
-    uint64_t bytesDone_ = 0;
+    size_t file_ = 0;     // the next one to open
+    uint64_t noted_ = 0;  // how far the file was told to be read
     uint64_t ordinal_ = 0;
     std::unique_ptr<ByteSource> source_;
     std::optional<PieceScanner> scanner_;

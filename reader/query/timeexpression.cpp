@@ -4,7 +4,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 
 #include "query/pattern.h"
@@ -13,6 +12,9 @@ namespace NS_LOG_READER {
 namespace {
 
 constexpr Time kSecond = kMicrosPerSecond;
+constexpr Time kMinute = 60 * kSecond;
+constexpr Time kHour = 60 * kMinute;
+constexpr Time kDay = 24 * kHour;
 
 struct tm LocalDay(Time time, int days) {
     const time_t second = static_cast<time_t>(std::floor(static_cast<double>(time) / 1e6));
@@ -50,10 +52,10 @@ Time Unit(const std::string& word) {
     static const char* const kDays[] = {"d", "day", "days", nullptr};
     static const char* const kWeeks[] = {"w", "week", "weeks", nullptr};
     return IsOneOf(word, kSeconds)   ? kSecond
-           : IsOneOf(word, kMinutes) ? 60 * kSecond
-           : IsOneOf(word, kHours)   ? 3600 * kSecond
-           : IsOneOf(word, kDays)    ? 86400 * kSecond
-           : IsOneOf(word, kWeeks)   ? 7 * 86400 * kSecond
+           : IsOneOf(word, kMinutes) ? kMinute
+           : IsOneOf(word, kHours)   ? kHour
+           : IsOneOf(word, kDays)    ? kDay
+           : IsOneOf(word, kWeeks)   ? 7 * kDay
                                      : 0;
 }
 
@@ -67,21 +69,38 @@ std::optional<Time> ReadDuration(const std::string& text) {
     return static_cast<Time>(count * static_cast<double>(unit));
 }
 
-// Takes ":MM[:SS[.fraction]]" off the text. Seconds of a minute with a fraction, in microseconds.
-bool ReadClock(const char*& text, int& hour, int& minute, Time& second) {
-    int length = 0;
-    if (std::sscanf(text, "%2d:%2d%n", &hour, &minute, &length) != 2 || length < 4 ||  // NOLINT
-        hour > 24 || minute > 59 || hour < 0 || minute < 0) {
+// Takes a number of so many digits off the text.
+bool TakeNumber(const char*& text, int least, int most, int& number) {
+    int digits = 0;
+    number = 0;
+    while (digits < most && *text >= '0' && *text <= '9') {
+        number = number * 10 + (*text++ - '0');
+        ++digits;
+    }
+    return digits >= least;
+}
+
+bool TakeCharacter(const char*& text, char character) {
+    if (*text != character) {
         return false;
     }
-    text += length;
+    ++text;
+    return true;
+}
+
+// Takes "HH:MM[:SS[.fraction]]" off the text; the seconds in microseconds.
+bool ReadClock(const char*& text, int& hour, int& minute, Time& second) {
+    if (!TakeNumber(text, 1, 2, hour) || !TakeCharacter(text, ':') ||
+        !TakeNumber(text, 2, 2, minute) || hour > 24 || minute > 59) {
+        return false;
+    }
     second = 0;
-    if (*text != ':') {
+    if (!TakeCharacter(text, ':')) {
         return true;
     }
     double value = 0;
     const auto [end, error] =
-        std::from_chars(text + 1, text + std::strlen(text), value, std::chars_format::fixed);
+        std::from_chars(text, text + std::strlen(text), value, std::chars_format::fixed);
     if (error != std::errc() || value < 0 || value >= 61) {
         return false;
     }
@@ -90,61 +109,72 @@ bool ReadClock(const char*& text, int& hour, int& minute, Time& second) {
     return true;
 }
 
-// Reads "Z", "+01:00", "+0100" or "+01". No value: it is none of these.
-std::optional<int> ReadZone(const std::string& text) {
-    if (text == "Z" || text == "z") {
+// Reads "Z", "+01:00", "+0100" or "+01", in minutes. No value: it is none of these.
+std::optional<int> ReadZone(const std::string& zone) {
+    const char* text = zone.c_str();
+    if (zone == "Z" || zone == "z") {
         return 0;
     }
     int hours = 0;
     int minutes = 0;
-    int length = 0;
-    const char* const digits = text.c_str() + 1;
-    const bool fits = (text[0] == '+' || text[0] == '-') &&
-                      ((std::sscanf(digits, "%2d:%2d%n", &hours, &minutes, &length) == 2 &&
-                        length == 5) ||  // NOLINT
-                       (std::sscanf(digits, "%2d%2d%n", &hours, &minutes, &length) == 2 &&
-                        length == 4) ||  // NOLINT
-                       (minutes = 0, std::sscanf(digits, "%2d%n", &hours, &length) == 1 &&
-                                         length == 2));  // NOLINT
-    if (!fits || digits[length] != '\0') {
+    const bool isWest = *text == '-';
+    if ((!TakeCharacter(text, '+') && !TakeCharacter(text, '-')) ||
+        !TakeNumber(text, 2, 2, hours)) {
         return std::nullopt;
     }
-    return (text[0] == '-' ? -1 : 1) * (hours * 60 + minutes);
+    if (*text != '\0') {
+        TakeCharacter(text, ':');
+        if (!TakeNumber(text, 2, 2, minutes) || *text != '\0') {
+            return std::nullopt;
+        }
+    }
+    return (isWest ? -1 : 1) * (hours * 60 + minutes);
+}
+
+struct Date {
+    int year = 0;
+    int month = 0;
+    int day = 0;
+};
+
+bool TakeDate(const char*& text, Date& date) {
+    return TakeNumber(text, 4, 4, date.year) && TakeCharacter(text, '-') &&
+           TakeNumber(text, 2, 2, date.month) && TakeCharacter(text, '-') &&
+           TakeNumber(text, 2, 2, date.day) && date.month >= 1 && date.month <= 12 &&
+           date.day >= 1 && date.day <= 31;
 }
 
 std::optional<Time> ReadDate(const std::string& text) {
-    struct tm local {};
-    int length = 0;
-    if (std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &local.tm_year, &local.tm_mon,
-                    &local.tm_mday,  // NOLINT
-                    &length) != 3 ||
-        length != 10 || local.tm_mon < 1 || local.tm_mon > 12 || local.tm_mday < 1 ||
-        local.tm_mday > 31) {
+    const char* rest = text.c_str();
+    Date date;
+    int hour = 0;
+    int minute = 0;
+    Time second = 0;
+    if (!TakeDate(rest, date)) {
         return std::nullopt;
     }
-    const char* rest = text.c_str() + length;
-    Time second = 0;
-    if (*rest == 'T' || *rest == ' ') {
-        ++rest;
-        if (!ReadClock(rest, local.tm_hour, local.tm_min, second)) {
-            return std::nullopt;
-        }
+    if ((TakeCharacter(rest, 'T') || TakeCharacter(rest, ' ')) &&
+        !ReadClock(rest, hour, minute, second)) {
+        return std::nullopt;
     }
     const std::string zoneText = Trimmed(rest);
-    if (!zoneText.empty()) {
-        const std::optional<int> zone = ReadZone(zoneText);
-        if (!zone) {
-            return std::nullopt;
-        }
-        const int64_t days = DaysSinceEpoch(local.tm_year, static_cast<unsigned>(local.tm_mon),
-                                            static_cast<unsigned>(local.tm_mday));
-        const int64_t minutes = days * 1440 + local.tm_hour * 60 + local.tm_min - *zone;
-        return minutes * 60 * kSecond + second;
+    if (zoneText.empty()) {
+        struct tm local {};
+        local.tm_year = date.year - 1900;
+        local.tm_mon = date.month - 1;
+        local.tm_mday = date.day;
+        local.tm_hour = hour;
+        local.tm_min = minute;
+        local.tm_isdst = -1;
+        return FromLocal(local) + second;
     }
-    local.tm_year -= 1900;
-    local.tm_mon -= 1;
-    local.tm_isdst = -1;
-    return FromLocal(local) + second;
+    const std::optional<int> zone = ReadZone(zoneText);
+    if (!zone) {
+        return std::nullopt;
+    }
+    const int64_t days = DaysSinceEpoch(date.year, static_cast<unsigned>(date.month),
+                                        static_cast<unsigned>(date.day));
+    return days * kDay + hour * kHour + (minute - *zone) * kMinute + second;
 }
 
 std::optional<Time> ReadClockTime(const std::string& text, Time now, std::optional<Time> after) {

@@ -71,7 +71,7 @@ std::string Describe(const Record& record, const Piece& piece) {
 std::string ReadAll(Input& input, bool checksBytes, const std::string& whole) {
     const LiteralFinder finder("DL:0");
     PieceScanner scanner(input);
-    scanner.LookFor(&finder);
+    scanner.LookFor(&finder, false);
     Piece piece;
     Record record;
     std::string bytes;

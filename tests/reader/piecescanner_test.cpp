@@ -84,13 +84,41 @@ TEST(PieceScanner, TellsWhichPiecesHoldALiteral) {
     TextSource source(LogFrame(1) + LogFrame(2, Detail("a needle")) + LogFrame(3) +
                       ShortText(4, "needle"));
     PieceScanner scanner(source);
-    scanner.LookFor(&finder);
+    scanner.LookFor(&finder, false);
     Piece piece;
     std::string found;
     while (scanner.Next(piece)) {
         found += piece.mayMatch ? '+' : '-';
     }
     EXPECT_EQ(found, "-+-+");
+}
+
+TEST(PieceScanner, FindsAllHitsWhenItLeaps) {
+    const LiteralFinder finder("needle");
+    std::string text = CreatedText();
+    std::string expected;
+    for (uint32_t i = 1; i < 9000; ++i) {
+        const bool isHit = i % 1000 < 2 || i % 777 == 0;
+        text += LogFrame(i, Detail(std::string(i % 300, '<') + (isHit ? "needle" : "straw")));
+        text += i % 50 == 0 ? ShortText(1, i % 1500 == 0 ? "needle" : "straw") : "";
+        expected += isHit ? std::to_string(i) + " " : "";
+        expected += i % 1500 == 0 ? "0 " : "";
+    }
+    for (const size_t step : {size_t{1} << 20, size_t{5000}}) {
+        TextSource source(text + LogFrame(9000).substr(0, 99), step);
+        PieceScanner scanner(source);
+        scanner.LookFor(&finder, true);
+        Piece piece;
+        std::string found;
+        int pieces = 0;
+        while (scanner.Next(piece)) {
+            found += piece.mayMatch ? std::to_string(piece.number) + " " : "";
+            ++pieces;
+        }
+        EXPECT_EQ(found, expected);
+        EXPECT_LT(pieces, 4000);
+        EXPECT_EQ(piece.kind, PieceKind::Torn);
+    }
 }
 
 TEST(PieceScanner, WaitsForTheEndOfWhatIsBeingWritten) {
