@@ -21,6 +21,22 @@ files=("$share"/log/*.log)
 cat "${files[@]}" >/dev/null
 bytes=$(cat "${files[@]}" | wc -c)
 
+# The same records, one each five milliseconds: for ranges of time.
+mkdir "$share/slow"
+python3 - "$share/log" "$share/slow" <<'PYTHON'
+import datetime, glob, re, sys
+source = glob.glob(sys.argv[1] + "/unbi_debug_*")[0]
+begin, count = datetime.datetime(2026, 3, 5), 0
+stamp = re.compile(rb"(?<=>\n)\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}\+\d\d:\d\d")
+def later(_):
+    global count
+    count += 1
+    time = begin + datetime.timedelta(milliseconds=5 * count)
+    return time.strftime("%Y-%m-%dT%H:%M:%S.%f+00:00").encode()
+with open(source, "rb") as text, open(sys.argv[2] + "/unbi_debug_20260305_000000_1.log", "wb") as out:
+    out.write(stamp.sub(later, text.read()))
+PYTHON
+
 # measure TITLE COMMAND...: the best of five runs.
 measure() {
     local title=$1 best=999999 wall=999999 user system real
@@ -51,7 +67,8 @@ measure '`qvlog -c --category debug`' "$bin/qvlog" -c --category debug
 measure '`qvlog -c`, every record' "$bin/qvlog" -c
 measure '`qvlog -o json`, every record' "$bin/qvlog" -o json
 measure '`qvlog verify`' "$bin/qvlog" verify
-measure '`qvlog --since --until`, a second' "$bin/qvlog" -c --since '1 sec ago' --until 'now'
+measure '`qvlog --since --until`, a second of a sorted file' "$bin/qvlog" -c \
+    --since 2026-03-05T00:01:00Z --until 2026-03-05T00:01:01Z "$share/slow"
 measure '`qvlog -n 10`' "$bin/qvlog" -n 10
 measure '`lnav -n`, one query' lnav -n -c ';SELECT count(*) FROM qv_log' "${files[@]}"
 echo

@@ -28,6 +28,14 @@ qv_test_packages=(
     clang-tidy
     libclang-rt-14-dev
     git
+    chromium
+    fish
+    groff
+    jq
+    lnav
+    ripgrep
+    sqlite3
+    zsh
 )
 
 # The presets name no generator of their own; a build directory keeps the one it was made with.
