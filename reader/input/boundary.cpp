@@ -77,4 +77,17 @@ uint64_t FindTime(ByteSource& source, Time time) {
     return low;
 }
 
+FileRange FindRange(ByteSource& source, std::optional<Time> since, std::optional<Time> until) {
+    FileRange range{0, source.Size()};
+    if (since) {
+        range.begin = FindTime(source, *since - kDisorder);
+    }
+    if (until) {
+        const uint64_t last = FindTime(source, *until + kDisorder) + kChunk;
+        const std::optional<Boundary> behind = FindBoundary(source, last, range.end);
+        range.end = behind ? behind->offset : range.end;
+    }
+    return range;
+}
+
 }  // namespace NS_LOG_READER

@@ -24,6 +24,14 @@ std::optional<Boundary> FindBoundary(ByteSource& source, uint64_t from, uint64_t
 // sorted by time. Reads a few blocks, whatever the file's size.
 uint64_t FindTime(ByteSource& source, Time time);
 
+// The part of a plain file, sorted by time, that holds all records of a range of time. Both ends
+// are the beginning of a piece, or the file's.
+struct FileRange {
+    uint64_t begin = 0;
+    uint64_t end = 0;
+};
+FileRange FindRange(ByteSource& source, std::optional<Time> since, std::optional<Time> until);
+
 // Records may overtake each other by as much when they are queued.
 constexpr Time kDisorder = 60 * kMicrosPerSecond;
 

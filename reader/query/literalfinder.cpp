@@ -28,7 +28,7 @@ int Frequency(char character) {
 
 }  // namespace
 
-LiteralFinder::LiteralFinder(std::string text, bool ignoreCase)
+LiteralFinder::LiteralFinder(std::string text, bool ignoreCase, size_t telling)
     : text_(std::move(text)), otherCase_(text_), ignoreCase_(ignoreCase) {
     for (char& character : otherCase_) {
         character = ignoreCase ? OtherCase(character) : character;
@@ -45,6 +45,7 @@ LiteralFinder::LiteralFinder(std::string text, bool ignoreCase)
             second_ = place;
         }
     }
+    second_ = telling != std::string::npos ? telling : second_;
 }
 
 bool LiteralFinder::Matches(const char* place) const {

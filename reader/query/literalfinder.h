@@ -12,8 +12,10 @@ namespace NS_LOG_READER {
 // Thread safety: const operations from any thread.
 class LiteralFinder {
   public:
-    // `text` is not empty. `ignoreCase` concerns ASCII letters.
-    explicit LiteralFinder(std::string text, bool ignoreCase = false);
+    // `text` is not empty. `ignoreCase` concerns ASCII letters. `telling`: the place of the byte
+    // that tells the text from others that stand everywhere, if there is one.
+    explicit LiteralFinder(std::string text, bool ignoreCase = false,
+                           size_t telling = std::string::npos);
 
     // The first place of the text in the block; null: it is not there.
     const char* Find(const char* begin, const char* end) const;

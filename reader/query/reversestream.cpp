@@ -43,7 +43,11 @@ bool ReverseStream::OpenPreviousFile() {
         }
         try {
             source_ = OpenSeekable(series_.files[file_].name.path);
-            end_ = source_->Size();
+            const FileRange all{0, source_->Size()};
+            const FileRange range =
+                wanted.trustsOrder ? FindRange(*source_, wanted.since, wanted.until) : all;
+            begin_ = range.begin;
+            end_ = range.end;
         } catch (const ReadError& error) {
             problems_.Report(series_.files[file_].name.path, -1, error.what());
             source_.reset();
@@ -84,8 +88,8 @@ void ReverseStream::KeepPiece(const Piece& piece, Found& found) {
 
 // Reads the segment that ends at `end_`.
 void ReverseStream::ReadSegment() {
-    uint64_t begin = 0;
-    for (uint64_t size = kSegment; size < end_; size *= 2) {
+    uint64_t begin = begin_;
+    for (uint64_t size = kSegment; size < end_ - begin_; size *= 2) {
         const std::optional<Boundary> found = FindBoundary(*source_, end_ - size, end_);
         if (found) {
             begin = found->offset;
@@ -117,12 +121,12 @@ bool ReverseStream::Next(Found& found) {
         hasGivenLast_ = false;
     }
     while (kept_.empty()) {
-        if (source_ && end_ > 0) {
+        if (source_ && end_ > begin_) {
             try {
                 ReadSegment();
             } catch (const ReadError& error) {
                 problems_.Report(series_.files[file_].name.path, -1, error.what());
-                end_ = 0;
+                end_ = begin_;
             }
         } else if (!OpenPreviousFile()) {
             return false;

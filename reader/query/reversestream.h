@@ -35,7 +35,8 @@ class ReverseStream final : public RecordStream {
     ProblemListener& problems_;
     size_t file_;  // the one that is open, or the one behind the next
     std::unique_ptr<ByteSource> source_;
-    uint64_t end_ = 0;  // everything from here on is done
+    uint64_t begin_ = 0;  // nothing before is wanted
+    uint64_t end_ = 0;    // everything from here on is done
     uint64_t ordinal_ = 0;
     std::vector<KeptRecord> kept_;  // of the segment, the next one last
     bool hasGivenLast_ = false;

@@ -139,6 +139,7 @@ Matcher::Matcher(std::unordered_set<std::string> operations)
 void Matcher::ChooseLiteral() {
     std::string best;
     bool ignoreCase = false;
+    size_t telling = std::string::npos;
     const auto offer = [&](const std::string& text) {
         if (text.size() > best.size()) {
             best = text;
@@ -171,14 +172,16 @@ void Matcher::ChooseLiteral() {
         selection_.levels.front().first == selection_.levels.front().second &&
         selection_.levels.front().first != kShortLevel && best.size() < 16) {
         best = ", DL:" + std::to_string(selection_.levels.front().first) + ", File: ";
+        telling = best.find(", File") - 1;  // the rest stands in every header
     }
     if (pattern_ != nullptr && !selection_.invert && pattern_->Literal().size() >= 3 &&
         (best.empty() || pattern_->Literal().size() >= 8)) {
         best = pattern_->Literal();
         ignoreCase = pattern_->IgnoresCase();
+        telling = std::string::npos;
     }
     if (best.size() >= 3) {
-        literal_ = std::make_unique<LiteralFinder>(best, ignoreCase);
+        literal_ = std::make_unique<LiteralFinder>(best, ignoreCase, telling);
     }
 }
 

@@ -50,14 +50,11 @@ bool SeriesStream::OpenNextFile() {
         source_ = OpenFile(file.name.path);
         uint64_t from = 0;
         stopAt_ = std::numeric_limits<uint64_t>::max();
-        if (wanted.trustsOrder && source_->IsPlain() && source_->Size() > 0) {
-            from = wanted.since ? FindTime(*source_, *wanted.since - kDisorder) : 0;
-            if (wanted.until) {
-                const uint64_t last = FindTime(*source_, *wanted.until + kDisorder);
-                stopAt_ = FindBoundary(*source_, last + PieceScanner::kBlockSize, source_->Size())
-                              .value_or(Boundary{stopAt_, 0})
-                              .offset;
-            }
+        if (wanted.trustsOrder && source_->IsPlain() && (wanted.since || wanted.until)) {
+            const FileRange range = FindRange(*source_, wanted.since, wanted.until);
+            from = range.begin;
+            // Without an end, also what is written meanwhile is read.
+            stopAt_ = wanted.until ? range.end : stopAt_;
         }
         scanner_.emplace(*source_, from);
         noted_ = from;
