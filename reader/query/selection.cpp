@@ -43,6 +43,44 @@ bool IsFrom(const Record& record, const std::pair<std::string, std::optional<uin
     return isFile && (!source.second || *source.second == record.line);
 }
 
+// Shorter texts stand everywhere.
+constexpr size_t kShortestLiteral = 3;
+constexpr size_t kLongLiteral = 8;
+
+class LongestText {
+  public:
+    void Offer(const std::string& text) {
+        if (text.size() > text_.size()) {
+            text_ = text;
+        }
+    }
+
+    // What stands between the stars of the only value, with what surrounds the value.
+    void OfferParts(const std::vector<std::string>& values, const std::string& before,
+                    const std::string& behind) {
+        if (values.size() != 1) {
+            return;
+        }
+        const std::string text = before + values.front() + behind;
+        for (size_t begin = 0; begin < text.size();) {
+            const size_t end = std::min(text.find('*', begin), text.size());
+            Offer(text.substr(begin, end - begin));
+            begin = end + 1;
+        }
+    }
+
+    const std::string& Text() const { return text_; }
+
+  private:
+    std::string text_;
+};
+
+// Short records do not show their level.
+bool IsOneLevel(const std::vector<std::pair<int, int>>& levels) {
+    return levels.size() == 1 && levels.front().first == levels.front().second &&
+           levels.front().first != kShortLevel;
+}
+
 }  // namespace
 
 bool Selection::HasRecordConditions() const {
@@ -137,51 +175,30 @@ Matcher::Matcher(std::unordered_set<std::string> operations)
 
 // Of the texts that the conditions imply, the longest, which tends to be the rarest.
 void Matcher::ChooseLiteral() {
-    std::string best;
-    bool ignoreCase = false;
-    size_t telling = std::string::npos;
-    const auto offer = [&](const std::string& text) {
-        if (text.size() > best.size()) {
-            best = text;
-        }
-    };
-    const auto offerText = [&](const std::vector<std::string>& values, const std::string& before,
-                               const std::string& behind) {
-        if (values.size() == 1) {
-            const std::string text = before + values.front() + behind;
-            for (size_t begin = 0; begin < text.size();) {
-                const size_t end = std::min(text.find('*', begin), text.size());
-                offer(text.substr(begin, end - begin));
-                begin = end + 1;
-            }
-        }
-    };
-    offerText(selection_.users, ",UserMsg:", ", T:");
-    offerText(selection_.interfaces, ",If:", ",UserMsg:");
-    offerText(selection_.functions, " Func:", " Line:");
-    offerText(selection_.operations, "", ",TopT:");
-    if (selection_.threads.size() == 1) {
-        offer(", T:" + std::to_string(selection_.threads.front()) + ", DL:");
+    const Selection& wanted = selection_;
+    LongestText best;
+    best.OfferParts(wanted.users, ",UserMsg:", ", T:");
+    best.OfferParts(wanted.interfaces, ",If:", ",UserMsg:");
+    best.OfferParts(wanted.functions, " Func:", " Line:");
+    best.OfferParts(wanted.operations, "", ",TopT:");
+    if (wanted.threads.size() == 1) {
+        best.Offer(", T:" + std::to_string(wanted.threads.front()) + ", DL:");
     }
-    if (selection_.sources.size() == 1) {
-        const auto& source = selection_.sources.front();
-        offerText({source.first}, "", " Func:");
-        offer(source.second ? " Line:" + std::to_string(*source.second) + "\n" : "");
+    if (wanted.sources.size() == 1) {
+        const auto& [file, line] = wanted.sources.front();
+        best.OfferParts({file}, "", " Func:");
+        best.Offer(line ? " Line:" + std::to_string(*line) + "\n" : "");
     }
-    if (selection_.levels.size() == 1 &&
-        selection_.levels.front().first == selection_.levels.front().second &&
-        selection_.levels.front().first != kShortLevel && best.size() < 16) {
-        best = ", DL:" + std::to_string(selection_.levels.front().first) + ", File: ";
-        telling = best.find(", File") - 1;  // the rest stands in every header
-    }
-    if (pattern_ != nullptr && !selection_.invert && pattern_->Literal().size() >= 3 &&
-        (best.empty() || pattern_->Literal().size() >= 8)) {
-        best = pattern_->Literal();
-        ignoreCase = pattern_->IgnoresCase();
-        telling = std::string::npos;
-    }
-    if (best.size() >= 3) {
-        literal_ = std::make_unique<LiteralFinder>(best, ignoreCase, telling);
+    const bool hasPattern =
+        pattern_ != nullptr && !wanted.invert && pattern_->Literal().size() >= kShortestLiteral;
+    if (hasPattern && (best.Text().empty() || pattern_->Literal().size() >= kLongLiteral)) {
+        literal_ = std::make_unique<LiteralFinder>(pattern_->Literal(), pattern_->IgnoresCase());
+    } else if (IsOneLevel(wanted.levels) && best.Text().size() < 2 * kLongLiteral) {
+        const std::string level = ", DL:" + std::to_string(wanted.levels.front().first);
+        // All but the last digit stands in every header.
+        literal_ = std::make_unique<LiteralFinder>(level + ", File: ", false, level.size() - 1);
+    } else if (best.Text().size() >= kShortestLiteral) {
+        literal_ = std::make_unique<LiteralFinder>(best.Text());
     }
 }
 
