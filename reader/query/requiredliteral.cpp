@@ -57,17 +57,21 @@ size_t EndOfClass(std::string_view text, size_t at) {
     return at;
 }
 
-}  // namespace
-
-std::string RequiredLiteral(std::string_view text, bool ignoresCase) {
-    // Alternatives, quoting and embedded options change what the rest means; beyond ASCII, ignoring
-    // case lets other letters stand for k and s.
+// Alternatives, quoting and embedded options change what the rest means; beyond ASCII, ignoring
+// case lets other letters stand for k and s.
+bool IsUnderstood(std::string_view text, bool ignoresCase) {
     const bool isAscii = std::all_of(text.begin(), text.end(), [](char character) {
         return static_cast<signed char>(character) >= 0;
     });
-    if (text.find('|') != std::string_view::npos || text.find("(?") != std::string_view::npos ||
-        text.find("(*") != std::string_view::npos || text.find("\\Q") != std::string_view::npos ||
-        (ignoresCase && !isAscii)) {
+    return text.find('|') == std::string_view::npos && text.find("(?") == std::string_view::npos &&
+           text.find("(*") == std::string_view::npos &&
+           text.find("\\Q") == std::string_view::npos && (!ignoresCase || isAscii);
+}
+
+}  // namespace
+
+std::string RequiredLiteral(std::string_view text, bool ignoresCase) {
+    if (!IsUnderstood(text, ignoresCase)) {
         return {};
     }
     Runs runs(ignoresCase);
