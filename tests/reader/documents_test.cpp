@@ -1,10 +1,10 @@
 // Options, manual page, completions and guide tell the same.
 #include <gmock/gmock.h>
 
-#include <regex>
 #include <set>
 #include <sstream>
 
+#include "query/pattern.h"
 #include "reader/programfixture.h"
 
 namespace {
@@ -22,15 +22,15 @@ class Documents : public ReaderProgram {
         if (!command.empty()) {
             words.insert(words.begin(), command);
         }
-        const std::string help = Run(words).output;
-        const std::regex line("\n  (-[A-Za-z])?,?(--[a-z-]+)?");
+        std::istringstream help(Run(words).output);
         std::set<std::string> options;
-        for (std::sregex_iterator found(help.begin(), help.end(), line), end; found != end;
-             ++found) {
-            for (const size_t group : {size_t{1}, size_t{2}}) {
-                if ((*found)[group].length() > 0) {
-                    options.insert((*found)[group]);
-                }
+        for (std::string line; std::getline(help, line);) {
+            if (line.rfind("  -", 0) != 0) {
+                continue;
+            }
+            std::istringstream names(line.substr(2, line.find(' ', 2) - 2));
+            for (std::string name; std::getline(names, name, ',');) {
+                options.insert(name);
             }
         }
         return options;
@@ -43,7 +43,10 @@ class Documents : public ReaderProgram {
 
 TEST_F(Documents, ManualAndCompletionsKnowEveryOption) {
     std::string manual = Source("qvlog.1");
-    manual = std::regex_replace(manual, std::regex("\\\\-"), "-");
+    for (size_t escape = manual.find("\\-"); escape != std::string::npos;
+         escape = manual.find("\\-", escape)) {
+        manual.erase(escape, 1);
+    }
     const std::string bash = Source("completion/qvlog");
     const std::string zsh = Source("completion/_qvlog");
     const std::string fish = Source("completion/qvlog.fish");
@@ -53,10 +56,10 @@ TEST_F(Documents, ManualAndCompletionsKnowEveryOption) {
         const std::set<std::string> options = Options(command);
         EXPECT_GE(options.size(), 3U) << command;
         for (const std::string& option : options) {
-            const std::regex word("(^|[^a-z-])" + option + "($|[^a-z-])");
-            EXPECT_TRUE(std::regex_search(manual, word)) << option;
-            EXPECT_TRUE(std::regex_search(bash, word)) << option;
-            EXPECT_TRUE(std::regex_search(zsh, word)) << option;
+            const NS_LOG_READER::Pattern word("(?-i)(^|[^a-z-])" + option + "($|[^a-z-])", false);
+            EXPECT_TRUE(word.Matches(manual)) << option;
+            EXPECT_TRUE(word.Matches(bash)) << option;
+            EXPECT_TRUE(word.Matches(zsh)) << option;
             const bool isLong = option[1] == '-';
             EXPECT_THAT(fish, HasSubstr(isLong ? "-l " + option.substr(2) + " "
                                                : "-s " + option.substr(1)));
