@@ -21,6 +21,14 @@ FieldValue Full(const Found& found, Value value) {
     return found.record.kind == RecordKind::Short ? FieldValue() : value;
 }
 
+std::string DescribeUnknownField(const std::string& name) {
+    std::string text = "there is no field '" + name + "'; there are";
+    for (const Field& known : AllFields()) {
+        text.append(" ").append(known.name);
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string_view KindName(RecordKind kind) {
@@ -68,12 +76,7 @@ std::vector<Field> ParseFields(const std::string& names) {
         const auto field = std::find_if(AllFields().begin(), AllFields().end(),
                                         [&](const Field& known) { return known.name == name; });
         if (field == AllFields().end()) {
-            std::string known;
-            for (const Field& other : AllFields()) {
-                known += known.empty() ? "" : " ";
-                known += other.name;
-            }
-            throw BadRequest("there is no field '" + name + "'; there are " + known);
+            throw BadRequest(DescribeUnknownField(name));
         }
         chosen.push_back(*field);
         begin = end + 1;
