@@ -185,6 +185,9 @@ bool PieceScanner::Next(Piece& piece) {
 PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffer) {
     const std::string digits(digitsInBuffer);
     FrameEnd result;
+    if (noMoreEnds_) {
+        return result;
+    }
     int foreignEnds = 0;
     size_t at = digits.size() + kPieceStartSize / 2;
     for (;;) {
@@ -198,6 +201,8 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
                 continue;
             }
             if (tag == kNowhere) {
+                // Frames that are torn one after the other are not searched to the end each.
+                noMoreEnds_ = !mayGrow_ && foreignEnds == 0 && result.length == 0;
                 return result;
             }
         }
@@ -215,7 +220,7 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
             result.length = tag + length;
             result.certain = isCertain ? result.length : 0;
         }
-        if (isOwn ? isCertain : (isCertain && ++foreignEnds > kMostForeignEnds)) {
+        if (isOwn ? isCertain : ++foreignEnds > kMostForeignEnds) {
             return result;
         }
     }

@@ -81,6 +81,7 @@ class PieceScanner {
     bool hitIsKnown_ = false;
     bool leaps_ = false;
     bool atEnd_ = false;
+    bool noMoreEnds_ = false;  // no frame ends in what was not taken yet
     bool mayGrow_ = false;
     std::string error_;
 };

@@ -121,6 +121,14 @@ TEST(PieceScanner, FindsAllHitsWhenItLeaps) {
     }
 }
 
+TEST(PieceScanner, IsNotHeldUpByManyTornFrames) {
+    std::string text;
+    for (uint32_t i = 1; i <= 100000; ++i) {
+        text += LogFrame(i).substr(0, 60) + "\n";
+    }
+    EXPECT_EQ(PieceLetters(text), std::string(100000, 'T'));
+}
+
 TEST(PieceScanner, WaitsForTheEndOfWhatIsBeingWritten) {
     const std::string second = LogFrame(2);
     TextSource source(LogFrame(1) + second.substr(0, 90));
