@@ -5,7 +5,7 @@ set -euo pipefail
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 share=$root/var
 configuration=$share/conf/corba_agent.cfg
-targets=(qv_agent qv_agentctl qv_base_log qv_control qv_line_feed qv_sample_traffic qv_schedule)
+targets=(qv_agent qv_agentctl qvlog qv_base_log qv_control qv_line_feed qv_sample_traffic qv_schedule)
 
 print_help() {
     cat <<EOF

@@ -11,6 +11,10 @@ qv_packages=(
     libjsoncpp-dev
     libsafec-dev
     libcli11-dev
+    libpcre2-dev
+    zlib1g-dev
+    libzstd-dev
+    libsqlite3-dev
 )
 
 # What the tests, the benchmarks and the checks need beside that.
@@ -26,6 +30,13 @@ qv_test_packages=(
     git
     strace
     valgrind
+    chromium
+    fish
+    jq
+    lnav
+    ripgrep
+    sqlite3
+    zsh
 )
 
 # The loggers that bench.sh measures the service beside.

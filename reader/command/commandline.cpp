@@ -1,0 +1,275 @@
+#include <CLI/CLI.hpp>
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <limits>
+
+#include "command/helptext.h"
+#include "command/options.h"
+#include "query/timeexpression.h"
+
+namespace NS_LOG_READER {
+namespace {
+
+// What is put together once all of the command line is known.
+struct Words {
+    std::string since;
+    std::string until;
+    std::string level;
+    std::string olderThan;
+    std::string maxBytes;
+    std::vector<std::string> sources;
+    std::vector<std::string> numbers;
+    size_t around = 0;
+    std::string target;
+};
+
+// Thread safety: one thread.
+class CommandLine {
+  public:
+    CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    std::optional<Options> Read(int argc, char* argv[]);
+
+  private:
+    void AddSelection(CLI::App& app);
+    void AddFields(CLI::App& app);
+    void AddPaths(CLI::App& app);
+    void AddShow();
+    void AddCommands();
+    CLI::App* AddCommand(const char* name, const char* description, Command command);
+    void Complete();
+    void CompletePaths();
+
+    CLI::App parser_;
+    Options options_;
+    Words words_;
+};
+
+CommandLine::CommandLine() : parser_(kHelpDescription, "qvlog") {
+    parser_.footer(kHelpFooter);
+    parser_.set_help_flag("-h,--help", "Print this and exit");
+    parser_.set_version_flag("--version", "qvlog " QV_VERSION, "Print the version and exit");
+    parser_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    parser_.require_subcommand(0, 1);
+    AddPaths(parser_);
+    AddSelection(parser_);
+    AddShow();
+    AddCommands();
+}
+
+void CommandLine::AddPaths(CLI::App& app) {
+    app.add_option("PATH", options_.paths,
+                   "Log files, also .gz and .zst, and directories of them\n"
+                   "(default: the directory log in $_APP_SHARE_DIR)")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("");
+}
+
+void CommandLine::AddSelection(CLI::App& app) {
+    const auto all = CLI::MultiOptionPolicy::TakeAll;
+    Selection& selection = options_.selection;
+    app.add_option("-S,--since", words_.since, "Records of this time and later")->type_name("TIME");
+    app.add_option("-U,--until", words_.until, "Records before this time")->type_name("TIME");
+    app.add_option("-l,--level", words_.level, "Levels: 0, 0..2, 0,3, short, asn")
+        ->type_name("LEVELS");
+    app.add_option("--category", selection.categories, "Categories; * stands for anything")
+        ->type_name("NAME")
+        ->allow_extra_args(false)
+        ->multi_option_policy(all);
+    app.add_option("--process", selection.processes, "Process numbers")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->multi_option_policy(all);
+    AddFields(app);
+    app.add_option("-g,--grep", selection.pattern,
+                   "Records whose header or detail matches; a pattern\n"
+                   "without capitals ignores case")
+        ->type_name("REGEX");
+    app.add_flag("-F,--fixed-strings", selection.isFixed, "REGEX is a text, no expression");
+    app.add_flag("-v,--invert", selection.invert, "Records that REGEX does not match");
+    app.add_flag_callback(
+        "--unsorted", [&selection] { selection.trustsOrder = false; },
+        "Search all of each file for a time: the clock was set\n"
+        "back, or later dumps hold what was kept back");
+}
+
+void CommandLine::AddFields(CLI::App& app) {
+    const auto all = CLI::MultiOptionPolicy::TakeAll;
+    Selection& selection = options_.selection;
+    const auto add = [&](const char* name, auto& values, const char* description,
+                         const char* type) {
+        app.add_option(name, values, description)
+            ->type_name(type)
+            ->allow_extra_args(false)
+            ->multi_option_policy(all);
+    };
+    add("--operation", selection.operations, "Operation identifiers", "ID");
+    add("--interface", selection.interfaces, "Interface names", "NAME");
+    add("--user", selection.users, "Users", "NAME");
+    add("--thread", selection.threads, "Thread numbers, as after T:", "N");
+    add("--source", words_.sources, "Where in the source it was logged", "FILE[:LINE]");
+    add("--function", selection.functions, "Functions that logged", "NAME");
+    add("--number", words_.numbers, "Record numbers", "A..B");
+}
+
+void CommandLine::AddShow() {
+    parser_.add_option("-A,--after-context", options_.after, "Records to show behind each hit")
+        ->type_name("N");
+    parser_.add_option("-B,--before-context", options_.before, "Records to show before each hit")
+        ->type_name("N");
+    parser_.add_option("-C,--context", words_.around, "Both")->type_name("N");
+    parser_.add_flag("--story", options_.story, "All records of the operations of the hits");
+    parser_
+        .add_option_function<uint64_t>(
+            "-n,--lines", [this](const uint64_t& lines) { options_.lines = lines; },
+            "Only the last N records; with --reverse they come\nfirst")
+        ->type_name("N");
+    parser_.add_flag("-r,--reverse", options_.reverse, "The last record first");
+    parser_.add_flag("-c,--count", options_.count, "Print only how many records there are");
+    parser_.add_option("-o,--output", options_.output, "raw, short, long, json or csv")
+        ->type_name("FORMAT");
+    parser_.add_option("--fields", options_.fields, "Which fields to print")->type_name("NAMES");
+    parser_.add_option("--color", options_.colour, "auto, always or never")->type_name("WHEN");
+    parser_.add_flag("--no-pager", options_.withoutPager, "Write straight to the terminal");
+    parser_.add_flag("-f,--follow", options_.follow, "Go on with what is written from now on");
+    parser_.add_flag("--end-with-agent", options_.endsWithAgent,
+                     "With --follow: end when no process writes the files");
+}
+
+CLI::App* CommandLine::AddCommand(const char* name, const char* description, Command command) {
+    CLI::App* const app = parser_.add_subcommand(name, description);
+    app->footer("");
+    app->parse_complete_callback([this, command] { options_.command = command; });
+    AddPaths(*app);
+    return app;
+}
+
+void CommandLine::AddCommands() {
+    CLI::App* const verify = AddCommand("verify", "Check that nothing is missing", Command::Verify);
+    verify->add_flag("--json", options_.json, "Print one object a series");
+
+    CLI::App* const stats = AddCommand("stats", "Count records", Command::Stats);
+    AddSelection(*stats);
+    stats->add_option("--top", options_.top, "How many values to list (default: 10)")
+        ->type_name("N");
+    stats->add_flag("--json", options_.json, "Print one object");
+
+    CLI::App* const report = AddCommand("report", "Make a page for a ticket", Command::Report);
+    AddSelection(*report);
+    report->add_option("--html", options_.target, "The page to write")
+        ->type_name("FILE")
+        ->required();
+
+    CLI::App* const prune = AddCommand("prune", "Remove the oldest files", Command::Prune);
+    prune
+        ->add_option_function<uint64_t>(
+            "--keep", [this](const uint64_t& keep) { options_.keep = keep; },
+            "Keep the N newest files of each category")
+        ->type_name("N");
+    prune->add_option("--max-bytes", words_.maxBytes, "Keep at most so much: 500M, 2G")
+        ->type_name("SIZE");
+    prune->add_option("--older-than", words_.olderThan, "Remove what was last written before: 30d")
+        ->type_name("SPAN");
+    prune->add_flag("--dry-run", options_.dryRun, "Only print what would be removed");
+
+    CLI::App* const sqlite = AddCommand("export", "Write records into a database", Command::Export);
+    AddSelection(*sqlite);
+    sqlite->add_option("--to", options_.exportFormat, "The kind of database: sqlite")
+        ->type_name("KIND")
+        ->required();
+    sqlite->add_option("FILE", options_.target, "The database to write");
+}
+
+void CommandLine::CompletePaths() {
+    if (!options_.paths.empty()) {
+        return;
+    }
+    const char* const share = std::getenv("_APP_SHARE_DIR");
+    if (share == nullptr || *share == '\0') {
+        throw BadRequest("no log files: give a PATH, or set _APP_SHARE_DIR (--help tells more)");
+    }
+    options_.paths.push_back(std::string(share) + "/log");
+}
+
+uint64_t ParseSize(const std::string& text) {
+    size_t end = 0;
+    uint64_t size = 0;
+    try {
+        size = std::stoull(text, &end);
+    } catch (const std::exception&) {
+        end = 0;
+    }
+    const std::string units = "KMGT";
+    const std::string unit = text.substr(end);
+    const size_t power = unit.empty() ? 0 : units.find(unit[0]) + 1;
+    if (end == 0 || unit.size() > 1 || (!unit.empty() && power == 0)) {
+        throw BadRequest("'" + text + "' is no size; write 1000000, 500M or 2G");
+    }
+    return size << (10 * power);
+}
+
+void CommandLine::Complete() {
+    const Time now = std::chrono::duration_cast<std::chrono::microseconds>(
+                         std::chrono::system_clock::now().time_since_epoch())
+                         .count();
+    Selection& selection = options_.selection;
+    if (!words_.since.empty()) {
+        selection.since = ParseTimeExpression(words_.since, now);
+    }
+    if (!words_.until.empty()) {
+        selection.until = ParseTimeExpression(words_.until, now, selection.since);
+    }
+    if (!words_.level.empty()) {
+        selection.levels = ParseLevels(words_.level);
+    }
+    for (const std::string& source : words_.sources) {
+        selection.sources.push_back(ParseSource(source));
+    }
+    for (const std::string& numbers : words_.numbers) {
+        selection.numbers.push_back(ParseNumbers(numbers));
+    }
+    if (selection.invert && selection.pattern.empty()) {
+        throw BadRequest("--invert: of which --grep?");
+    }
+    if (!words_.olderThan.empty()) {
+        options_.olderThan = now - ParseDuration(words_.olderThan);
+    }
+    if (!words_.maxBytes.empty()) {
+        options_.maxBytes = ParseSize(words_.maxBytes);
+    }
+    options_.before = options_.before == 0 ? words_.around : options_.before;
+    options_.after = options_.after == 0 ? words_.around : options_.after;
+}
+
+std::optional<Options> CommandLine::Read(int argc, char* argv[]) {
+    try {
+        parser_.parse(argc, argv);
+    } catch (const CLI::Success& request) {
+        parser_.exit(request, std::cout, std::cerr);
+        if (!std::cout.flush()) {
+            throw std::runtime_error("the output could not be written");
+        }
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw BadRequest(std::string(error.what()) + " (--help tells more)");
+    }
+    Complete();
+    if (options_.command == Command::Export && options_.target.empty() && !options_.paths.empty()) {
+        options_.target = options_.paths.front();
+        options_.paths.erase(options_.paths.begin());
+    }
+    CompletePaths();
+    return options_;
+}
+
+}  // namespace
+
+std::optional<Options> ReadCommandLine(int argc, char* argv[]) {
+    return CommandLine().Read(argc, argv);
+}
+
+}  // namespace NS_LOG_READER

@@ -1,0 +1,115 @@
+#include "command/followedfile.h"
+
+#include <utility>
+
+#include "format/recordparser.h"
+#include "input/boundary.h"
+#include "query/seriesstream.h"
+
+namespace NS_LOG_READER {
+namespace {
+
+constexpr size_t kBeginningSize = 64;
+
+// How far from the end a place to begin is looked for.
+constexpr uint64_t kTail = uint64_t{1} << 20;
+
+}  // namespace
+
+FollowedFile::FollowedFile(LogFileName name, size_t series)
+    : name_(std::move(name)), series_(series), file_(name_.path) {
+    if (::stat(name_.path.c_str(), &status_) != 0) {
+        throw ReadError(name_.path + " has gone");
+    }
+    StartAt(0);
+    beginning_ = ReadBeginning();
+}
+
+bool FollowedFile::IsFile(const struct stat& status) const {
+    return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
+}
+
+void FollowedFile::StartAt(uint64_t offset) {
+    scanner_.emplace(file_, offset);
+    scanner_->ExpectGrowth();
+    isClosed_ = false;
+}
+
+std::string FollowedFile::ReadBeginning() {
+    PlainFile file(name_.path);
+    char bytes[kBeginningSize];
+    return std::string(bytes, file.Read(bytes, sizeof bytes));
+}
+
+bool FollowedFile::HasBegunAgain() {
+    if (file_.Size() < scanner_->Offset()) {
+        return true;
+    }
+    file_.Seek(0);
+    char bytes[kBeginningSize];
+    const std::string now(bytes, file_.Read(bytes, sizeof bytes));
+    const bool isOther = now.compare(0, beginning_.size(), beginning_) != 0;
+    beginning_ = now;
+    return isOther;
+}
+
+void FollowedFile::SkipToEnd() {
+    const uint64_t size = file_.Size();
+    const uint64_t from = size > kTail ? size - kTail : 0;
+    const std::optional<Boundary> place = from > 0 ? FindBoundary(file_, from, size) : std::nullopt;
+    StartAt(place ? place->offset : 0);
+    Piece piece;
+    while (scanner_->Next(piece)) {
+        isClosed_ = piece.kind == PieceKind::Closed;
+    }
+}
+
+void FollowedFile::ReadNew(const Matcher& matcher, ProblemListener& problems,
+                           const std::function<void(const Found&)>& take) {
+    const uint64_t offset = scanner_->Offset();
+    if (file_.Size() == offset) {
+        return;
+    }
+    if (HasBegunAgain()) {
+        problems.Report(name_.path, static_cast<int64_t>(offset),
+                        "the file was emptied and begins again");
+        StartAt(0);
+    } else {
+        // The scanner's own place was lost by the look at the beginning.
+        StartAt(offset);
+    }
+    Piece piece;
+    while (scanner_->Next(piece)) {
+        isClosed_ = piece.kind == PieceKind::Closed;
+        const std::string problem = DescribeProblem(piece);
+        if (!problem.empty()) {
+            problems.Report(name_.path, static_cast<int64_t>(piece.offset), problem);
+        }
+        Take(piece, matcher, take);
+    }
+}
+
+void FollowedFile::Take(const Piece& piece, const Matcher& matcher,
+                        const std::function<void(const Found&)>& take) {
+    Found found;
+    found.record.origin = &name_;
+    found.series = series_;
+    if (!ParseRecord(piece, found.record)) {
+        return;
+    }
+    const Record record = found.record;
+    found.order = record.time;
+    found.ordinal = ordinal_++;
+    if (matcher.Matches(found.record)) {
+        take(found);
+    }
+    DumpedRecords dumped(piece, record);
+    while (dumped.Next(found.record)) {
+        found.ordinal = ordinal_++;
+        if (matcher.Matches(found.record)) {
+            take(found);
+        }
+    }
+}
+
+}  // namespace NS_LOG_READER

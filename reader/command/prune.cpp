@@ -1,0 +1,177 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "command/commands.h"
+#include "command/verification.h"
+#include "input/filedescriptor.h"
+#include "output/output.h"
+#include "query/pattern.h"
+
+namespace NS_LOG_READER {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Candidate {
+    std::string path;
+    NameParts name;
+    uint64_t size = 0;
+    Time changed = 0;
+    bool isRemoved = false;
+};
+
+// By age, as the names tell it; the process number decides within a second.
+bool IsOlder(const Candidate& a, const Candidate& b) {
+    if (a.name.second != b.name.second) {
+        return a.name.second < b.name.second;
+    }
+    return std::to_string(a.name.process) < std::to_string(b.name.process);
+}
+
+// A lease for reading is refused while somebody has the file open for writing, whatever container
+// that one lives in.
+bool IsOpenForWriting(const std::string& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.IsOpen()) {
+        return false;
+    }
+    if (::fcntl(file.Get(), F_SETLEASE, F_RDLCK) != 0) {
+        return errno == EAGAIN;
+    }
+    ::fcntl(file.Get(), F_SETLEASE, F_UNLCK);
+    return false;
+}
+
+// Removes files until what is kept is what was asked for.
+class Pruning {
+  public:
+    explicit Pruning(const Options& options) : options_(options), output_(STDOUT_FILENO) {}
+
+    ExitCode Run() {
+        for (const std::string& path : options_.paths) {
+            Collect(path);
+        }
+        std::sort(files_.begin(), files_.end(), IsOlder);
+        Protect();
+        RemoveOld();
+        KeepNewest();
+        KeepSize();
+        output_.Flush();
+        return hasTrouble_ ? ExitCode::Trouble
+               : removed_  ? ExitCode::Found
+                           : ExitCode::NothingFound;
+    }
+
+  private:
+    void Complain(const std::string& text) {
+        hasTrouble_ = true;
+        std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+    }
+
+    void Collect(const std::string& path) {
+        std::error_code error;
+        if (!fs::is_directory(path, error)) {
+            error ? Complain(path + ": " + error.message()) : Add(path);
+            return;
+        }
+        for (const auto& entry : fs::directory_iterator(path, error)) {
+            Add(entry.path().string());
+        }
+        if (error) {
+            Complain(path + ": " + error.message());
+        }
+    }
+
+    void Add(const std::string& path) {
+        struct stat status {};
+        const std::optional<NameParts> name = ParseLogFileName(path);
+        if (name && ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            files_.push_back({path, *name, static_cast<uint64_t>(status.st_size),
+                              status.st_mtim.tv_sec * kMicrosPerSecond, false});
+        }
+    }
+
+    // The newest file of a process that lives stays, and whatever is open for writing.
+    void Protect() {
+        std::set<std::pair<std::string, int64_t>> seen;
+        for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
+            const bool isNewest = seen.emplace(file->name.category, file->name.process).second;
+            if ((isNewest && IsAlive(file->name.process)) || IsOpenForWriting(file->path)) {
+                protected_.insert(file->path);
+            }
+        }
+    }
+
+    void Remove(Candidate& file) {
+        if (file.isRemoved || protected_.count(file.path) != 0) {
+            return;
+        }
+        if (!options_.dryRun && ::unlink(file.path.c_str()) != 0) {
+            Complain(file.path + ": " + std::strerror(errno));
+            return;
+        }
+        file.isRemoved = true;
+        removed_ = true;
+        output_.Put(options_.dryRun ? "would remove " : "removed ");
+        output_.Put(file.path);
+        output_.Put(" (");
+        output_.PutNumber(static_cast<int64_t>(file.size));
+        output_.Put(" bytes)\n");
+    }
+
+    void RemoveOld() {
+        for (Candidate& file : files_) {
+            if (options_.olderThan && file.changed < *options_.olderThan) {
+                Remove(file);
+            }
+        }
+    }
+
+    void KeepNewest() {
+        std::map<std::string, uint64_t> kept;
+        for (auto file = files_.rbegin(); options_.keep && file != files_.rend(); ++file) {
+            if (!file->isRemoved && ++kept[file->name.category] > *options_.keep) {
+                Remove(*file);
+            }
+        }
+    }
+
+    void KeepSize() {
+        uint64_t size = 0;
+        for (const Candidate& file : files_) {
+            size += file.isRemoved ? 0 : file.size;
+        }
+        for (Candidate& file : files_) {
+            if (options_.maxBytes && size > *options_.maxBytes && !file.isRemoved) {
+                Remove(file);
+                size -= file.isRemoved ? file.size : 0;
+            }
+        }
+    }
+
+    const Options& options_;
+    Output output_;
+    std::vector<Candidate> files_;  // the oldest first
+    std::set<std::string> protected_;
+    bool removed_ = false;
+    bool hasTrouble_ = false;
+};
+
+}  // namespace
+
+ExitCode RunPrune(const Options& options) {
+    if (!options.keep && !options.maxBytes && !options.olderThan) {
+        throw BadRequest("prune: what is to be kept? --keep, --max-bytes or --older-than");
+    }
+    return Pruning(options).Run();
+}
+
+}  // namespace NS_LOG_READER

@@ -1,0 +1,88 @@
+#include "command/session.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "query/contextstream.h"
+#include "query/mergedstream.h"
+#include "query/reversestream.h"
+
+namespace NS_LOG_READER {
+namespace {
+
+constexpr int kMostProblemsOfFile = 10;
+
+}  // namespace
+
+void StderrListener::Report(const std::string& path, int64_t offset, const std::string& text) {
+    if (offset < 0) {
+        NoteTrouble(text);
+        return;
+    }
+    const int count = ++reported_[path];
+    if (count <= kMostProblemsOfFile) {
+        std::fprintf(stderr, "qvlog: %s: at byte %lld: %s\n", path.c_str(),
+                     static_cast<long long>(offset), text.c_str());
+    } else if (count == kMostProblemsOfFile + 1) {
+        std::fprintf(stderr, "qvlog: %s: and more; \"qvlog verify\" tells all\n", path.c_str());
+    }
+}
+
+void StderrListener::NoteTrouble(const std::string& text) {
+    hasTrouble_ = true;
+    std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+}
+
+Session::Session(const Options& options) {
+    std::vector<std::string> problems;
+    for (Series& series : FindSeries(options.paths, problems)) {
+        if (options.selection.Wants(series) || options.story) {
+            series_.push_back(std::move(series));
+        }
+    }
+    for (const std::string& problem : problems) {
+        problems_.NoteTrouble(problem);
+    }
+}
+
+std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matcher,
+                                                             StreamOptions stream,
+                                                             bool newestFirst) {
+    std::vector<std::unique_ptr<RecordStream>> streams;
+    for (size_t i = 0; i < series_.size(); ++i) {
+        if (!matcher.GetSelection().Wants(series_[i])) {
+            continue;
+        }
+        std::unique_ptr<RecordStream> records;
+        if (newestFirst) {
+            records = std::make_unique<ReverseStream>(series_[i], i, matcher, stream, problems_);
+        } else {
+            records = std::make_unique<SeriesStream>(series_[i], i, matcher, stream, problems_);
+        }
+        if (stream.withContext) {
+            const size_t first = newestFirst ? stream.after : stream.before;
+            const size_t second = newestFirst ? stream.before : stream.after;
+            records = std::make_unique<ContextStream>(std::move(records), first, second);
+        }
+        streams.push_back(std::move(records));
+    }
+    return streams;
+}
+
+std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOptions stream,
+                                            bool newestFirst) {
+    std::vector<std::unique_ptr<RecordStream>> streams = OpenEach(matcher, stream, newestFirst);
+    if (streams.size() == 1) {
+        return std::move(streams.front());
+    }
+    return std::make_unique<MergedStream>(std::move(streams), newestFirst);
+}
+
+ExitCode Session::Exit(bool wasFound) const {
+    return problems_.HasTrouble() ? ExitCode::Trouble
+           : wasFound             ? ExitCode::Found
+                                  : ExitCode::NothingFound;
+}
+
+}  // namespace NS_LOG_READER

@@ -1,0 +1,55 @@
+// The reader of the log files.
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <optional>
+
+#include "command/commands.h"
+#include "command/options.h"
+
+namespace {
+
+using namespace NS_LOG_READER;
+
+// Reading backwards keeps a file of each series open.
+void AllowManyFiles() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+ExitCode Run(const Options& options) {
+    switch (options.command) {
+        case Command::Show:
+            return options.follow ? RunFollow(options) : RunShow(options);
+        case Command::Verify:
+            return RunVerify(options);
+        case Command::Stats:
+            return RunStats(options);
+        case Command::Report:
+            return RunReport(options);
+        case Command::Prune:
+            return RunPrune(options);
+        case Command::Export:
+            return RunExport(options);
+    }
+    return ExitCode::Trouble;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    std::signal(SIGPIPE, SIG_IGN);
+    AllowManyFiles();
+    try {
+        const std::optional<Options> options = ReadCommandLine(argc, argv);
+        return static_cast<int>(options ? Run(*options) : ExitCode::Found);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qvlog: %s\n", error.what());
+        return static_cast<int>(ExitCode::Trouble);
+    }
+}

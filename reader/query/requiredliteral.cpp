@@ -1,0 +1,111 @@
+// What every match of an expression holds. Errs on the side of knowing nothing.
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "query/pattern.h"
+
+namespace NS_LOG_READER {
+namespace {
+
+// Collects runs of literal characters outside of groups and classes.
+class Runs {
+  public:
+    explicit Runs(bool ignoresCase) : ignoresCase_(ignoresCase) {}
+
+    void Add(char character) {
+        // Beyond ASCII, ignoring case needs tables that the finder does not have.
+        if (ignoresCase_ && static_cast<signed char>(character) < 0) {
+            End();
+            return;
+        }
+        run_ += character;
+    }
+
+    // The last character may be missing, or come several times.
+    void DropLast() {
+        if (!run_.empty()) {
+            run_.pop_back();
+        }
+        End();
+    }
+
+    void End() {
+        longest_ = run_.size() > longest_.size() ? run_ : longest_;
+        run_.clear();
+    }
+
+    const std::string& Longest() const { return longest_; }
+
+  private:
+    bool ignoresCase_;
+    std::string run_;
+    std::string longest_;
+};
+
+bool IsWordCharacter(char character) {
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || character == '_';
+}
+
+size_t EndOfClass(std::string_view text, size_t at) {
+    at += at + 1 < text.size() && text[at + 1] == '^' ? 2U : 1U;
+    at += at < text.size() && text[at] == ']' ? 1U : 0U;
+    while (at < text.size() && text[at] != ']') {
+        at += text[at] == '\\' ? 2U : 1U;
+    }
+    return at;
+}
+
+// Alternatives, quoting and embedded options change what the rest means; beyond ASCII, ignoring
+// case lets other letters stand for k and s.
+bool IsUnderstood(std::string_view text, bool ignoresCase) {
+    const bool isAscii = std::all_of(text.begin(), text.end(), [](char character) {
+        return static_cast<signed char>(character) >= 0;
+    });
+    return text.find('|') == std::string_view::npos && text.find("(?") == std::string_view::npos &&
+           text.find("(*") == std::string_view::npos &&
+           text.find("\\Q") == std::string_view::npos && (!ignoresCase || isAscii);
+}
+
+}  // namespace
+
+std::string RequiredLiteral(std::string_view text, bool ignoresCase) {
+    if (!IsUnderstood(text, ignoresCase)) {
+        return {};
+    }
+    Runs runs(ignoresCase);
+    int depth = 0;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const char character = text[at];
+        if (character == '\\' && at + 1 < text.size()) {
+            ++at;
+            if (IsWordCharacter(text[at])) {
+                runs.End();
+                if (std::string_view("sSdDwWbB").find(text[at]) == std::string_view::npos) {
+                    // A reference, or a character by its number, whose digits follow.
+                    return runs.Longest();
+                }
+            } else if (depth == 0) {
+                runs.Add(text[at]);
+            }
+        } else if (character == '[') {
+            at = EndOfClass(text, at);
+            runs.End();
+        } else if (character == '(' || character == ')') {
+            depth += character == '(' ? 1 : -1;
+            runs.End();
+        } else if (character == '?' || character == '*' || character == '{') {
+            runs.DropLast();
+            at = character == '{' ? std::min(text.find('}', at), text.size()) : at;
+        } else if (std::string_view("+.^$").find(character) != std::string_view::npos) {
+            runs.End();
+        } else if (depth == 0) {
+            runs.Add(character);
+        }
+    }
+    runs.End();
+    return runs.Longest();
+}
+
+}  // namespace NS_LOG_READER

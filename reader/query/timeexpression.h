@@ -1,0 +1,26 @@
+// Times as people write them.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "format/stamp.h"
+
+namespace NS_LOG_READER {
+
+// Reads
+//     2026-03-05T14:07:09.5+01:00   a date, with a time, seconds, a fraction and a zone, or
+//     without;
+//                                   "T" or a blank between the two; this machine's zone by default
+//     14:07, 14:07:09               the last time that the clock showed it; given `after`, the
+//                                   first time after that
+//     now, today, yesterday, tomorrow
+//     10 min ago, 2 hours ago, -1h, -90s
+//     @1772715600                   seconds since 1970
+// Throws BadRequest for anything else.
+Time ParseTimeExpression(const std::string& text, Time now, std::optional<Time> after = {});
+
+// "30d", "12 hours", "90s" in microseconds. Throws BadRequest.
+Time ParseDuration(const std::string& text);
+
+}  // namespace NS_LOG_READER

@@ -1,0 +1,89 @@
+#include "input/bytesource.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+#include <zstd.h>
+
+#include "reader/logtext.h"
+#include "reader/scanfile.h"
+#include "support/files.h"
+#include "support/temporarydirectory.h"
+
+namespace {
+
+using namespace NS_LOG_READER;
+using namespace NS_TEST;
+
+std::string Gzip(const std::string& text) {
+    z_stream stream{};
+    deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    std::string packed(deflateBound(&stream, text.size()) + 64, '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+    stream.avail_in = static_cast<uInt>(text.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
+std::string Zstd(const std::string& text) {
+    std::string packed(ZSTD_compressBound(text.size()), '\0');
+    packed.resize(ZSTD_compress(packed.data(), packed.size(), text.data(), text.size(), 3));
+    return packed;
+}
+
+std::string ReadAll(ByteSource& source) {
+    std::string text;
+    char chunk[5000];
+    for (size_t size = 0; (size = source.Read(chunk, sizeof chunk)) > 0;) {
+        text.append(chunk, size);
+    }
+    return text;
+}
+
+class ByteSources : public DirectoryTest {
+  protected:
+    std::string text_ = std::string(300000, 'x') + "end";
+};
+
+TEST_F(ByteSources, GiveTheContentsOfPlainAndCompressedFiles) {
+    WriteFile(Path("a.log"), text_);
+    WriteFile(Path("a.log.gz"), Gzip(text_.substr(0, 1000)) + Gzip(text_.substr(1000)));
+    WriteFile(Path("a.log.zst"), Zstd(text_.substr(0, 1000)) + Zstd(text_.substr(1000)));
+    for (const char* name : {"a.log", "a.log.gz", "a.log.zst"}) {
+        EXPECT_EQ(ReadAll(*OpenFile(Path(name))), text_) << name;
+        const auto source = OpenSeekable(Path(name));
+        EXPECT_EQ(source->Size(), text_.size()) << name;
+        source->Seek(300000);
+        EXPECT_EQ(ReadAll(*source), "end") << name;
+    }
+}
+
+TEST_F(ByteSources, SayWhatIsWrongAfterWhatIsRight) {
+    std::string text;
+    for (uint32_t i = 1; i < 3000; ++i) {
+        LogFields fields;
+        fields.detail = std::to_string(i * 2654435761U);
+        text += LogFrame(i, fields);
+    }
+    WriteFile(Path("a.gz"), Gzip(text).substr(0, 20000));
+    WriteFile(Path("b.zst"), Zstd(text).substr(0, 20000));
+    WriteFile(Path("c.gz"), "\x1f\x8b no gzip");
+    for (const char* name : {"a.gz", "b.zst", "c.gz"}) {
+        const auto source = OpenFile(Path(name));
+        PieceScanner scanner(*source);
+        Piece piece;
+        int frames = 0;
+        while (scanner.Next(piece)) {
+            frames += piece.kind == PieceKind::Frame ? 1 : 0;
+        }
+        EXPECT_NE(scanner.Error(), "") << name;
+        EXPECT_EQ(frames > 100, name[0] != 'c') << name;
+    }
+    EXPECT_THROW(OpenFile(Path("none.log")), ReadError);
+    EXPECT_THROW(OpenFile(Path("none.gz")), ReadError);
+}
+
+}  // namespace

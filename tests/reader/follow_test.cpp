@@ -1,0 +1,139 @@
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "reader/programfixture.h"
+
+namespace {
+
+using namespace NS_TEST;
+
+// A process that writes logs, and whose end can be asked for.
+class Writer {
+  public:
+    Writer() : process_(::fork()) {
+        if (process_ == 0) {
+            for (;;) {
+                ::pause();
+            }
+        }
+    }
+    ~Writer() { End(); }
+
+    void End() {
+        if (process_ > 0) {
+            ::kill(process_, SIGKILL);
+            ::waitpid(process_, nullptr, 0);
+            process_ = -1;
+        }
+    }
+
+    int Number() const { return process_; }
+
+  private:
+    pid_t process_;
+};
+
+class Follow : public ReaderProgram {
+  protected:
+    void Append(const std::string& name, const std::string& text) {
+        std::ofstream(Path(name), std::ios::binary | std::ios::app) << text;
+    }
+
+    static std::string Frame(uint32_t number, const std::string& detail) {
+        return LogFrame(number, Fields(static_cast<int>(number), detail));
+    }
+
+    // Follows from here on, with the details alone.
+    std::unique_ptr<ChildProcess> Start(std::vector<std::string> words = {}) {
+        words.insert(words.begin(), {QVLOG, "-f", "--fields", "detail"});
+        words.push_back(Path());
+        return std::make_unique<ChildProcess>(ChildStart{words});
+    }
+
+    Writer writer_;
+    std::string first_ = LogName("oper", 1, writer_.Number());
+};
+
+TEST_F(Follow, ShowsThePastAndWhatIsWrittenThen) {
+    Append(first_, CreatedText() + Frame(1, "one") + Frame(2, "two") + Frame(3, "three"));
+    const auto program = Start({"-n", "2"});
+    ASSERT_TRUE(program->WaitForOutput("two\nthree\n"));
+    Append(first_, Frame(4, "four").substr(0, 50));
+    Append(first_, Frame(4, "four").substr(50) + ShortText(4, "short"));
+    ASSERT_TRUE(program->WaitForOutput("four\nshort\n"));
+}
+
+TEST_F(Follow, GoesOnAcrossRotationNewCategoriesAndProcesses) {
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("one\n"));
+    Append(first_, ClosedText());
+    Append(LogName("oper", 2, writer_.Number()), CreatedText() + Frame(2, "rotated"));
+    ASSERT_TRUE(program->WaitForOutput("rotated\n"));
+    Append(LogName("debug", 2, writer_.Number()), CreatedText() + Frame(1, "category"));
+    ASSERT_TRUE(program->WaitForOutput("category\n"));
+    Append(LogName("oper", 9, 1), CreatedText() + Frame(1, "process"));
+    ASSERT_TRUE(program->WaitForOutput("process\n"));
+}
+
+TEST_F(Follow, BeginsAgainWhenAFileIsOverwrittenWithinItsSecond) {
+    Append(first_, CreatedText(1) + Frame(1, "one") + ClosedText());
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("one\n"));
+    Append(LogName("oper", 2, writer_.Number()), CreatedText(2) + Frame(2, "two") + ClosedText());
+    ASSERT_TRUE(program->WaitForOutput("two\n"));
+    WriteFile(
+        Path(LogName("oper", 2, writer_.Number())),
+        CreatedText(3) + Frame(9, "three, which is longer than the two before") + ClosedText());
+    ASSERT_TRUE(program->WaitForOutput("three, which"));
+}
+
+TEST_F(Follow, GoesOnWithAFileThatIsRenamed) {
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("one\n"));
+    std::filesystem::rename(Path(first_), Path(LogName("oper", 1, writer_.Number()) + ".1"));
+    Append(first_ + ".1", Frame(2, "two"));
+    ASSERT_TRUE(program->WaitForOutput("two\n"));
+}
+
+TEST_F(Follow, SelectsAsAlways) {
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto program = Start({"-g", "two|ten", "--category", "oper"});
+    Append(LogName("debug", 1, writer_.Number()), CreatedText() + Frame(1, "other"));
+    Append(first_, Frame(2, "two") + Frame(3, "one") + Frame(4, "ten"));
+    ASSERT_TRUE(program->WaitForOutput("ten\n"));
+    program->Signal(SIGTERM);
+    EXPECT_EQ(program->Wait().output, "two\nten\n");
+}
+
+TEST_F(Follow, EndsWithTheAgentWhenToldSo) {
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto program = Start({"--end-with-agent"});
+    ASSERT_TRUE(program->WaitForOutput("one\n"));
+    Append(first_, Frame(2, "last"));
+    writer_.End();
+    const ProgramResult result = program->Wait();
+    EXPECT_EQ(result.output, "one\nlast\n");
+    EXPECT_EQ(result.exitCode, 0);
+}
+
+TEST_F(Follow, EndsAtOnceWhenNoAgentIsThere) {
+    writer_.End();
+    Append(first_, CreatedText() + Frame(1, "one"));
+    EXPECT_EQ(Start({"--end-with-agent"})->Wait().output, "one\n");
+}
+
+TEST_F(Follow, EndsWhenNobodyReads) {
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("one\n"));
+    program->CloseOutput();
+    EXPECT_EQ(program->Wait().exitCode, 0);
+}
+
+}  // namespace

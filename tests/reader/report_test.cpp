@@ -1,0 +1,113 @@
+// The page of a report, in a browser, and the database of an export.
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+
+#include "reader/programfixture.h"
+
+namespace {
+
+using namespace NS_TEST;
+using testing::HasSubstr;
+
+class Report : public ReaderProgram {
+  protected:
+    // The page after the script has run in a browser; empty where none is installed.
+    std::string Browse(const std::string& script) {
+        std::string page = ReadFile(Path("page.html"));
+        page.insert(page.rfind("</body>"), "<script>" + script + "</script>");
+        WriteFile(Path("test.html"), page);
+        return RunProgram(
+                   {"chromium", "--headless=new", "--no-sandbox", "--disable-gpu",
+                    "--disable-dev-shm-usage", "--no-first-run", "--disable-extensions",
+                    "--user-data-dir=" + Path("profile"), "--window-size=1200,900",
+                    "--virtual-time-budget=5000", "--dump-dom", "file://" + Path("test.html")},
+                   {{"HOME", Path()}})
+            .output;
+    }
+
+    static bool HasBrowser() {
+        return RunProgram({"sh", "-c", "command -v chromium"}).exitCode == 0;
+    }
+};
+
+TEST_F(Report, CannotBeLedAstrayByWhatRecordsSay) {
+    WriteFile(Path(LogName("oper", 1)),
+              LogFrame(1, Fields(1, "</script><script>alert(1)</script>\xff", 0, "<b>op</b>")));
+    EXPECT_EQ(Run({"report", "--html", Path("page.html"), Path()}).exitCode, 0);
+    const std::string page = ReadFile(Path("page.html"));
+    EXPECT_EQ(page.find("alert(1)</script>"), std::string::npos);
+    EXPECT_EQ(page.find("<b>op"), std::string::npos);
+    EXPECT_THAT(page,
+                HasSubstr("\\u003c/script>\\u003cscript>alert(1)\\u003c/script>\xEF\xBF\xBD"));
+    EXPECT_EQ(page.find("http://"), std::string::npos);
+    EXPECT_EQ(page.find("https://"), std::string::npos);
+}
+
+TEST_F(Report, WorksByKeyboardInABrowser) {
+    if (!HasBrowser()) {
+        GTEST_SKIP() << "chromium is not installed";
+    }
+    WriteSample();
+    EXPECT_EQ(Run({"report", "--html", Path("page.html"), Path()}).exitCode, 0);
+    const std::string seen = Browse(R"(
+        const press = key => document.body.dispatchEvent(new KeyboardEvent('keydown', {key, bubbles: true}));
+        const seen = [document.getElementById('count').textContent];
+        press('e'); seen.push(document.getElementById('detail').textContent);
+        press('ArrowDown'); seen.push(document.querySelector('.row.chosen').textContent);
+        press('+'); seen.push(document.getElementById('count').textContent);
+        press('0'); seen.push(document.getElementById('count').textContent);
+        search('op-2'); seen.push(document.getElementById('count').textContent);
+        document.body.replaceChildren(seen.join('\n')); )");
+    EXPECT_THAT(seen, HasSubstr("6 of 6\n"));
+    EXPECT_THAT(
+        seen,
+        HasSubstr("History that the dump brought along: 12026-03-05 14:00:11.000 L3 asks NE-7"));
+    EXPECT_THAT(seen, HasSubstr("L3  debug          | asks NE-7\n"));
+    EXPECT_THAT(seen, HasSubstr("\n2 of 6\n6 of 6\n2 of 6"));
+}
+
+TEST_F(Report, ShowsAHundredThousandRecords) {
+    if (!HasBrowser()) {
+        GTEST_SKIP() << "chromium is not installed";
+    }
+    std::string text;
+    for (uint32_t i = 1; i <= 100002; ++i) {
+        text += LogFrame(i, Fields(static_cast<int>(i / 100), "x"));
+    }
+    WriteFile(Path(LogName("oper", 1)), text);
+    EXPECT_EQ(Run({"report", "--html", Path("page.html"), Path()}).exitCode, 0);
+    const std::string seen = Browse(
+        "document.body.replaceChildren(document.documentElement.dataset.ready + ' ' + "
+        "document.getElementById('left-out').textContent)");
+    EXPECT_THAT(seen, HasSubstr("100000 2 older records are left out"));
+}
+
+class Export : public ReaderProgram {};
+
+TEST_F(Export, MakesATableOfAllFields) {
+    WriteSample();
+    EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out.db"), Path()}).exitCode, 0);
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(Path("out.db").c_str(), &database), SQLITE_OK);
+    std::string rows;
+    const auto take = [](void* to, int count, char** values, char**) {
+        for (int i = 0; i < count; ++i) {
+            *static_cast<std::string*>(to) +=
+                std::string(values[i] == nullptr ? "NULL" : values[i]) + "|";
+        }
+        return 0;
+    };
+    const char* const query =
+        "SELECT level, kind, number, dump, operation, detail, utc_us FROM records "
+        "WHERE category = 'debug' ORDER BY rowid";
+    EXPECT_EQ(sqlite3_exec(database, query, take, &rows, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+    EXPECT_EQ(rows,
+              "-2|short|NULL|NULL|NULL|tick|1772715615000000|"
+              "0|dump|2|NULL|op-1|NE-7 does not answer|1772715630000000|"
+              "3|dumped|NULL|2|op-1|asks NE-7|1772715611000000|");
+    EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out.db"), Path()}).exitCode, 2);
+    EXPECT_EQ(Run({"export", "--to", "oracle", Path("new.db"), Path()}).exitCode, 2);
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+#include "reader/programfixture.h"
+
+namespace {
+
+using namespace NS_TEST;
+
+class Show : public ReaderProgram {};
+
+TEST_F(Show, SelectsByEveryOption) {
+    WriteSample();
+    const struct {
+        std::vector<std::string> words;
+        const char* details;
+    } cases[] = {
+        {{}, "begin one,tick,begin two,NE-7 does not answer,asks NE-7,end two,"},
+        {{"--since", "2026-03-05T14:00:20"}, "begin two,NE-7 does not answer,end two,"},
+        {{"-U", "2026-03-05T14:00:15+01:00"}, "begin one,asks NE-7,"},
+        {{"-l", "0"}, "NE-7 does not answer,"},
+        {{"-l", "short"}, "tick,"},
+        {{"--level", "0..1"}, "begin one,begin two,NE-7 does not answer,end two,"},
+        {{"--category", "deb*"}, "tick,NE-7 does not answer,asks NE-7,"},
+        {{"--process", "7", "-l", "0"}, "NE-7 does not answer,"},
+        {{"--process", "8"}, "1"},
+        {{"--operation", "op-2"}, "begin two,end two,"},
+        {{"--operation", "op-2", "--operation", "op-1", "-l", "1"}, "begin one,begin two,end two,"},
+        {{"--interface", "getNE", "-l", "3"}, "asks NE-7,"},
+        {{"--interface", "getN"}, "1"},
+        {{"--user", "opr*", "-l", "3"}, "asks NE-7,"},
+        {{"--thread", "-7", "-l", "0"}, "NE-7 does not answer,"},
+        {{"--source", "ne.cpp:88", "-l", "0"}, "NE-7 does not answer,"},
+        {{"--source", "ne.cpp:89"}, "1"},
+        {{"--function", "Query", "-l", "0"}, "NE-7 does not answer,"},
+        {{"--number", "2", "--category", "debug"}, "NE-7 does not answer,asks NE-7,"},
+        {{"--number", "3.."}, "end two,"},
+        {{"-g", "ne-7"}, "NE-7 does not answer,asks NE-7,"},
+        {{"--grep", "NE-7 D"}, "1"},
+        {{"-F", "-g", "o.e"}, "1"},
+        {{"-g", "e$|o$", "--category", "oper"}, "begin one,begin two,end two,"},
+        {{"-g", "ne-7", "-v"}, "begin one,tick,begin two,end two,"},
+        {{"-g", "ne-7", "--unsorted", "--until", "2026-03-05T14:00:12"}, "asks NE-7,"},
+        {{"-n", "2"}, "asks NE-7,end two,"},
+        {{"--lines", "0"}, "1"},
+        {{"-r", "-n", "3"}, "end two,asks NE-7,NE-7 does not answer,"},
+        {{"--story", "-l", "0"}, "begin one,NE-7 does not answer,asks NE-7,"},
+        {{"--story", "-l", "0", "--category", "debug"},
+         "begin one,NE-7 does not answer,asks NE-7,"},
+        {{"-C", "1", "-g", "begin two"}, "begin one,begin two,end two,"},
+        {{"-B", "1", "-g", "asks"}, "NE-7 does not answer,asks NE-7,"},
+        {{"-A", "1", "-g", "tick|end"}, "tick,NE-7 does not answer,--,end two,"},
+        {{"-C", "1", "-n", "1", "-g", "begin"}, "begin two,end two,"},
+    };
+    for (const auto& test : cases) {
+        EXPECT_EQ(Details(test.words), test.details) << testing::PrintToString(test.words);
+    }
+}
+
+TEST_F(Show, CountsAndEndsAsGrepDoes) {
+    WriteSample();
+    EXPECT_EQ(Run({"-c", Path()}).output, "6\n");
+    EXPECT_EQ(Run({"-c", "-g", "begin", "-C", "1", Path()}).output, "2\n");
+    EXPECT_EQ(Run({"-c", "-g", "nothing", Path()}).exitCode, 1);
+    const ProgramResult missing = Run({"-c", Path(), Path("none.log")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.output, "6\n");
+    EXPECT_EQ(missing.errors, "qvlog: " + Path("none.log") + ": No such file or directory\n");
+}
+
+TEST_F(Show, ReadsTheDirectoryOfTheAgentByDefault) {
+    WriteFile(Path("log/" + LogName("oper")), LogFrame(1));
+    EXPECT_EQ(Run({"-c"}, {{"_APP_SHARE_DIR", Path()}}).output, "1\n");
+    EXPECT_EQ(Run({"-c"}, {{"_APP_SHARE_DIR", ""}}).exitCode, 2);
+}
+
+TEST_F(Show, RefusesWhatItDoesNotUnderstand) {
+    for (const char* option :
+         {"--nonsense", "--level=x", "--since=soon", "--grep=a(", "--invert", "--number=x",
+          "--output=xml", "--fields=x", "--color=x", "--source=a:b", "--lines=x"}) {
+        const ProgramResult result = Run({option, Path()});
+        EXPECT_EQ(result.exitCode, 2) << option;
+        EXPECT_EQ(result.output, "") << option;
+        EXPECT_EQ(result.errors.substr(0, 7), "qvlog: ") << option;
+    }
+    EXPECT_EQ(Run({"-f", "--story", Path()}).exitCode, 2);
+}
+
+TEST_F(Show, GivesFilesBackByteByByte) {
+    const std::string text = CreatedText() + LogFrame(1) + std::string(70, '\0') +
+                             ShortText(2, "x") + LogDump(3, Fields(3, "", 0), DumpedText({})) +
+                             LogFrame(4).substr(0, 99);
+    WriteFile(Path(LogName("oper")), text);
+    const ProgramResult result = Run({"-o", "raw", Path()});
+    EXPECT_EQ(result.output, text);
+    EXPECT_EQ(result.errors, "qvlog: " + Path(LogName("oper")) + ": at byte " +
+                                 std::to_string(CreatedText().size() + LogFrame(1).size()) +
+                                 ": 70 bytes that belong to no record\n" +
+                                 "qvlog: " + Path(LogName("oper")) + ": at byte " +
+                                 std::to_string(text.size() - 99) +
+                                 ": record 4 is torn, 99 bytes\n");
+    EXPECT_EQ(Run({"-o", "raw", "-g", "text", "--number", "1", Path()}).output, LogFrame(1));
+}
+
+TEST_F(Show, ColoursOnlyWhereItIsWanted) {
+    WriteSample();
+    const auto isColoured = [&](std::vector<std::string> words) {
+        words.push_back(Path());
+        return Run(words).output.find('\x1b') != std::string::npos;
+    };
+    EXPECT_FALSE(isColoured({}));
+    EXPECT_TRUE(isColoured({"--color", "always"}));
+    EXPECT_TRUE(isColoured({"--color", "always", "-o", "long"}));
+    EXPECT_FALSE(isColoured({"--color", "always", "-o", "json"}));
+}
+
+// script(1) gives the program a terminal.
+TEST_F(Show, UsesAPagerAndColoursOnATerminal) {
+    WriteSample();
+    const auto onTerminal = [&](const std::string& options, const std::string& setting) {
+        return RunProgram({"script", "-qec",
+                           std::string(QVLOG) + " -c -l 0 " + Path() + " >/dev/null; " + QVLOG +
+                               " -l 0 " + options + " " + Path(),
+                           "/dev/null"},
+                          {{"PAGER", "sed s/^/paged:/"}, {"TERM", "xterm"}, {"NO_COLOR", setting}})
+            .output;
+    };
+    const std::string paged = onTerminal("", "");
+    EXPECT_EQ(paged.substr(0, 6), "paged:");
+    EXPECT_NE(paged.find('\x1b'), std::string::npos);
+    EXPECT_EQ(onTerminal("", "1").find('\x1b'), std::string::npos);
+    EXPECT_EQ(onTerminal("--no-pager", "").find("paged:"), std::string::npos);
+}
+
+TEST_F(Show, StopsQuietlyWhenNobodyReads) {
+    std::string text;
+    for (uint32_t i = 1; i < 3000; ++i) {
+        text += LogFrame(i);
+    }
+    WriteFile(Path(LogName("oper")), text);
+    const ProgramResult result =
+        RunProgram({"bash", "-c", std::string(QVLOG) + " " + Path() + " | head -n 1 | wc -l"});
+    EXPECT_EQ(result.output, "1\n");
+    EXPECT_EQ(result.errors, "");
+}
+
+}  // namespace
