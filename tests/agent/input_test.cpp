@@ -7,6 +7,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "agent/agentfixture.h"
 #include "support/pipe.h"
 
@@ -24,34 +26,26 @@ class AgentInput : public NS_TEST::AgentTest {
     // The sample uses all categories, the input only one.
     bool HasRunSample() const { return !Records("corba_alarm").empty(); }
 
-    ChildStart AgentWith(int input, const std::vector<std::string>& arguments = {}) const {
-        ChildStart start = Agent(arguments);
-        start.input = input;
-        return start;
-    }
+    ChildStart AgentWith(int input) const { return Agent({}, input); }
 
     int Open(const std::string& path, int flags) {
-        const int descriptor = open(path.c_str(), flags | O_CLOEXEC);
+        const int descriptor = open(path.c_str(), flags | O_CLOEXEC, 0600);
         EXPECT_GE(descriptor, 0) << path;
         return descriptor;
     }
 };
 
-TEST_F(AgentInput, NullDeviceMeansTheSample) {
-    EXPECT_EQ(Run({}).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
-}
-
-TEST_F(AgentInput, ClosedInputMeansTheSample) {
-    ChildStart start = Agent({});
-    start.closeInput = true;
-    EXPECT_EQ(NS_TEST::RunProgram(start).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
-}
-
-TEST_F(AgentInput, EmptyFileMeansTheSample) {
-    EXPECT_EQ(RunWith("", {}).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
+// Besides what ends without a byte below.
+TEST_F(AgentInput, NullDeviceClosedInputAndEmptyFileMeanTheSample) {
+    ChildStart closed = Agent({});
+    closed.closeInput = true;
+    const int empty = Open(Path("empty"), O_RDONLY | O_CREAT);
+    for (const ChildStart& start : {Agent({}), closed, AgentWith(empty)}) {
+        std::filesystem::remove_all(Path("log"));
+        EXPECT_EQ(NS_TEST::RunProgram(start).exitCode, 0);
+        EXPECT_TRUE(HasRunSample());
+    }
+    close(empty);
 }
 
 TEST_F(AgentInput, PipeThatClosesWithoutAByteMeansTheSample) {
@@ -93,16 +87,14 @@ TEST_F(AgentInput, ALateWriterIsWaitedFor) {
 TEST_F(AgentInput, ASignalEndsTheWaitForTheFirstByte) {
     const Pipe pipe;
     ChildProcess agent(AgentWith(pipe.Reader()));
-    ASSERT_TRUE(agent.WaitForError("waiting for standard input"));
-    agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_EQ(EndOnce(agent, "waiting for standard input"), 0);
     EXPECT_THAT(LogFiles("corbaoper"), IsEmpty());
 }
 
 TEST_F(AgentInput, AStopInTheMiddleLogsWhatHasBeenRead) {
     const Pipe pipe;
     pipe.Write("first\nsecond\nincomp");
-    ChildProcess agent(AgentWith(pipe.Reader(), {"--summary"}));
+    ChildProcess agent(AgentWith(pipe.Reader()));
     // The feed has read everything when the pipe is empty; the writer's end stays open.
     ASSERT_TRUE(agent.WaitForError("serving"));
     int left = 1;
@@ -119,9 +111,7 @@ TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
     const int input = Open("/dev/urandom", O_RDONLY);
     ChildProcess agent(AgentWith(input));
     close(input);
-    ASSERT_TRUE(agent.WaitForError("serving"));
-    agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_EQ(EndOnce(agent, "serving"), 0);
     // Parsed to its last byte: no record is torn.
     unsigned long number = 0;
     for (const auto& record : Records("corbaoper")) {

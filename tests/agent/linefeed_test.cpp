@@ -152,11 +152,10 @@ TEST_F(LineFeed, RefusesAnUnknownCategoryAndUnknownArgumentsByName) {
 
 TEST_F(LineFeed, NamesTheInputInItsRecords) {
     ASSERT_EQ(RunWith("a\n", {}).exitCode, 0);
-    const auto records = Records("corbaoper");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.file, "stdin");
-    EXPECT_EQ(records.front().record.function, "LineFeed");
-    EXPECT_EQ(records.front().record.context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
+    const NS_TEST::ParsedRecord record = OnlyRecord("corbaoper");
+    EXPECT_EQ(record.file, "stdin");
+    EXPECT_EQ(record.function, "LineFeed");
+    EXPECT_EQ(record.context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
 }
 
 }  // namespace

@@ -25,8 +25,6 @@ class AgentStarting : public NS_TEST::AgentTest {
         EXPECT_THAT(result.errors, HasSubstr(reason));
         EXPECT_FALSE(std::filesystem::exists(Path("log")));
     }
-
-    std::string File() const { return Path("conf/corba_agent.cfg"); }
 };
 
 TEST_F(AgentStarting, HelpGoesToStandardOutputAndNamesOptionsAndExitCodes) {
@@ -75,11 +73,11 @@ TEST_F(AgentStarting, WithoutAShareDirectoryItSaysHowToGiveOne) {
 }
 
 TEST_F(AgentStarting, AConfigurationThatCannotBeReadIsNamedWithTheReason) {
-    std::filesystem::remove(File());
-    ExpectRefusal({"--sample"}, 3, File());
+    std::filesystem::remove(configFile_);
+    ExpectRefusal({"--sample"}, 3, configFile_);
     // A directory cannot be read by anybody, root included.
-    std::filesystem::create_directory(File());
-    ExpectRefusal({"--sample"}, 3, "cannot read " + File());
+    std::filesystem::create_directory(configFile_);
+    ExpectRefusal({"--sample"}, 3, "cannot read " + configFile_);
     ExpectRefusal({"--sample"}, 3, "directory");
 }
 
@@ -101,25 +99,15 @@ TEST_F(AgentStarting, ABundleListThatIsMissingOrWrongIsRefused) {
     }
 }
 
-TEST_F(AgentStarting, AListedClientGetsTheConfiguredArgumentsAndIsNotAddedAgain) {
-    Configure(
-        "bundles = qv_base_log, qv_line_feed\n"
-        "qv_line_feed.arguments = --category corbasys --level 2\n");
+TEST_F(AgentStarting, AClientGetsTheConfiguredArgumentsAndTheCommandLineWins) {
+    const std::string arguments = "qv_line_feed.arguments = --category corbasys --level 2\n";
+    Configure("bundles = qv_base_log, qv_line_feed\n" + arguments);
     EXPECT_EQ(RunWith("one\n", {}).exitCode, 0);
-    const auto records = Records("corbasys");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.level, 2);
+    EXPECT_EQ(OnlyRecord("corbasys").level, 2) << "a listed client is not added again";
     EXPECT_TRUE(Records("corbaoper").empty());
-}
-
-TEST_F(AgentStarting, TheCommandLineWinsOverConfiguredArguments) {
-    Configure(
-        "bundles = qv_base_log\n"
-        "qv_line_feed.arguments = --category corbasys --level 2\n");
+    Configure("bundles = qv_base_log\n" + arguments);
     EXPECT_EQ(RunWith("one\n", {"--category", "debug"}).exitCode, 0);
-    const auto records = Records("debug");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.level, 2);
+    EXPECT_EQ(OnlyRecord("debug").level, 2);
 }
 
 }  // namespace

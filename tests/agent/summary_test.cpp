@@ -6,7 +6,6 @@
 
 #include "agent/agentfixture.h"
 #include "bundlemgr/logsupport.h"
-#include "support/files.h"
 #include "support/pipe.h"
 
 namespace {
@@ -34,11 +33,9 @@ TEST_F(AgentSummary, NamesEachFileWithItsSizeAndItsLastRecord) {
     EXPECT_THAT(result.output, Not(HasSubstr("one")));
 }
 
-TEST_F(AgentSummary, IsPrintedOnRequestOnly) {
-    EXPECT_EQ(RunWith("one\n", {}).output, "");
-}
-
-TEST_F(AgentSummary, CoversAllCategories) {
+TEST_F(AgentSummary, CoversAllCategoriesAndIsPrintedOnRequestOnly) {
+    EXPECT_EQ(Run({"--sample"}).output, "");
+    std::filesystem::remove_all(Path("log"));
     const std::string output = Run({"--sample", "--summary"}).output;
     for (const std::string& category : NS_TEST::kCategories) {
         EXPECT_THAT(output, HasSubstr(OnlyFile(category) + "\n"));
@@ -48,9 +45,7 @@ TEST_F(AgentSummary, CoversAllCategories) {
 // The names of its files end with the number of its process, which may have been another's before.
 TEST_F(AgentSummary, LeavesOutWhatOtherRunsHaveWritten) {
     NS_TEST::Pipe pipe;
-    NS_TEST::ChildStart start = Agent({"--summary"});
-    start.input = pipe.Reader();
-    NS_TEST::ChildProcess agent(start);
+    NS_TEST::ChildProcess agent(Agent({"--summary"}, pipe.Reader()));
     pipe.Write("one\n");
     ASSERT_TRUE(agent.WaitForError("serving"));
     const std::string other = Path("log/unbi_corbaoper_20240305140709_1.log");

@@ -58,15 +58,9 @@ TEST_F(ListeningSocketLife, IsForItsOwnerOnlyWhateverTheMask) {
         EXPECT_EQ(umask(before), mask) << "the mask is left alone";
         EXPECT_EQ(Mode(), S_IFSOCK | 0600);
         EXPECT_NO_THROW(SocketClient client(Socket()));
-    }
-}
-
-TEST_F(ListeningSocketLife, LeavesNothingElseInTheDirectory) {
-    {
-        const ListeningSocket made(Socket());
         EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::ElementsAre("socket"));
     }
-    EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::IsEmpty());
+    EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::IsEmpty()) << "it goes with its object";
 }
 
 TEST_F(ListeningSocketLife, ReplacesTheSocketOfADeadAgent) {
@@ -107,10 +101,6 @@ TEST_F(ListeningSocketLife, GivesWayToAnAgentThatIsStartingInTheSameDirectory) {
     EXPECT_EQ(Reason(), "");
 }
 
-TEST_F(ListeningSocketLife, SaysSoWhenThereIsNoDirectory) {
-    EXPECT_THAT(Reason(Path("nowhere/socket")), HasSubstr("nowhere: No such file or directory"));
-}
-
 TEST_F(ListeningSocketLife, DoesNotRemoveTheSocketThatHasTakenItsPlace) {
     std::optional<ListeningSocket> first(std::in_place, Socket());
     std::filesystem::rename(Socket(), Path("moved"));
@@ -135,7 +125,8 @@ TEST_F(ListeningSocketLife, ThePathMayBeLongerThanASocketAddress) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(ListeningSocketLife, ANameThatIsTooLongIsRefused) {
+TEST_F(ListeningSocketLife, RefusesAMissingDirectoryAndANameThatIsTooLong) {
+    EXPECT_THAT(Reason(Path("nowhere/socket")), HasSubstr("nowhere: No such file or directory"));
     EXPECT_THROW(SocketAddress address(Path(std::string(120, 'n'))), std::system_error);
 }
 

@@ -91,7 +91,7 @@ TEST_F(ChangingConfig, IsNotReadInItsLastLineWhileThatHasNoEnd) {
     EXPECT_THAT(AllItems(), IsEmpty());
 }
 
-class ConfigWithoutNewline : public NS_TEST::ConfigTest {};
+using ConfigWithoutNewline = NS_TEST::ConfigTest;
 
 TEST_F(ConfigWithoutNewline, IsReadInItsLastLineWhenItNeverHadAnEnd) {
     EXPECT_THAT(ItemsOf("a = 1"), ElementsAre(NameValueStru{"a", "1"}));

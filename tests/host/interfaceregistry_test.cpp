@@ -5,14 +5,14 @@
 #include <atomic>
 
 #include "bundlemgr/ifbuf.h"
-#include "host/interfaces.h"
 #include "platform/hostcontrol.h"
 #include "support/onthreads.h"
+#include "support/otherservices.h"
 
 using NS_BUNDLEMGR1::CheckIFBuf;
 using NS_BUNDLEMGR1::SetIFBuf;
 using NS_REFERENCE_HOST::RemoveFromIFBuf;
-using NS_TEST::CountedInterface;
+using NS_TEST::OtherInterface;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -25,9 +25,8 @@ class InterfaceRegistry : public testing::Test {
         RemoveFromIFBuf(&second_);
     }
 
-    int alive_ = 0;
-    CountedInterface first_{alive_};
-    CountedInterface second_{alive_};
+    OtherInterface first_;
+    OtherInterface second_;
 };
 
 TEST_F(InterfaceRegistry, GivesInterfacesInTheOrderOfTheirRegistrationOncePerName) {
@@ -71,8 +70,7 @@ TEST_F(InterfaceRegistry, KeepsItsOrderUnderManyThreads) {
     SetIFBuf("Shared", &first_);
     std::atomic<int> wrong{0};
     NS_TEST::OnThreads(8, [&wrong, this](int number) {
-        int alive = 0;
-        CountedInterface own(alive);
+        OtherInterface own;
         const std::string ownName = "Own" + std::to_string(number);
         for (int round = 0; round < 500; ++round) {
             SetIFBuf("Shared", &own);

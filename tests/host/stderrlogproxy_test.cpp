@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -16,6 +15,7 @@
 using NS_BUNDLEMGR1::LogProxy;
 using NS_REFERENCE_HOST::StderrLogProxyProvider;
 using NS_TEST::CapturedOutput;
+using NS_TEST::SplitText;
 using testing::EndsWith;
 using testing::MatchesRegex;
 using testing::SizeIs;
@@ -31,15 +31,6 @@ LogProxy* NamedProxy() {
     proxy->SetBundleName("test_bundle");
     proxy->SetServiceName("test_service");
     return proxy;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
 }
 
 const char* const kTime =
@@ -61,16 +52,12 @@ TEST(StderrLogProxy, SaysWhenWhoWhereAndWhat) {
                                             "of item\n"));
 }
 
-TEST(StderrLogProxy, IsKnownByItsOwnNameUntilItIsToldABetterOne) {
+TEST(StderrLogProxy, IsKnownByItsOwnNameUntilItIsToldBetterOnesWhichItCopies) {
     const CapturedOutput errors(STDERR_FILENO);
-    ProxyFor("unnamed")->Print(1, "text");
+    LogProxy* proxy = ProxyFor("unnamed");
+    proxy->Print(1, "text");
     EXPECT_THAT(errors.Text(), EndsWith(" level 1 unnamed - - text\n"));
-}
-
-TEST(StderrLogProxy, CopiesTheNamesItIsTold) {
-    const CapturedOutput errors(STDERR_FILENO);
     std::string bundle = "a bundle with a long name of its own";
-    LogProxy* proxy = ProxyFor("copies");
     proxy->SetBundleName(bundle.c_str());
     proxy->SetServiceName(bundle.c_str() + 2);
     bundle.assign(bundle.size(), 'x');
@@ -86,7 +73,7 @@ TEST(StderrLogProxy, KeepsADiagnosticOnOneLineOfValidText) {
     NamedProxy()->Print(1, "%s", "\n");
     NamedProxy()->Print(1, "M\xFCnchen");
     EXPECT_THAT(
-        Lines(errors.Text()),
+        SplitText(errors.Text()),
         testing::ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
                              EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
                              EndsWith(" test_service - "), EndsWith(" M\xEF\xBF\xBDnchen")));
@@ -110,7 +97,7 @@ TEST(StderrLogProxy, UsesAPositionUpWithTheNextDiagnosticOfItsThreadAndProxy) {
     ProxyFor("other")->Print(1, "another proxy");
     proxy->Print(1, "own");
     proxy->Print(1, "next");
-    EXPECT_THAT(Lines(errors.Text()),
+    EXPECT_THAT(SplitText(errors.Text()),
                 testing::ElementsAre(EndsWith(" - another thread"), EndsWith(" - another proxy"),
                                      EndsWith(" file:2 own"), EndsWith(" - next")));
 }
@@ -176,7 +163,7 @@ TEST(StderrLogProxy, KeepsTheLinesOfManyThreadsApart) {
             proxy->Print(1, "thread %d.", number);
         }
     });
-    const std::vector<std::string> lines = Lines(errors.Text());
+    const std::vector<std::string> lines = SplitText(errors.Text());
     EXPECT_THAT(lines, SizeIs(kThreads * kLines));
     for (const std::string& line : lines) {
         const std::string number = line.substr(line.size() - 2, 1);

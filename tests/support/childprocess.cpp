@@ -5,18 +5,14 @@
 #include "support/childprocess.h"
 
 #include <fcntl.h>
-#include <linux/capability.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <exception>
 #include <system_error>
-#include <thread>
 
 namespace NS_TEST {
 
@@ -79,15 +75,6 @@ class FileActions {
     posix_spawn_file_actions_t actions_;
 };
 
-// Gives up what lets root read and search everything, for this thread and what it starts. The
-// bounding set is what counts when a program is executed.
-void ObeyPermissions() {
-    if (geteuid() == 0 && (prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0) != 0 ||
-                           prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0) != 0)) {
-        FailLaunch(errno, "prctl");
-    }
-}
-
 // The child's number.
 pid_t Spawn(const ChildStart& start, int output, int errors) {
     std::vector<std::string> words = start.words;
@@ -102,29 +89,10 @@ pid_t Spawn(const ChildStart& start, int output, int errors) {
     return child;
 }
 
-// The same by a thread that has given up its rights.
-pid_t SpawnWithoutRights(const ChildStart& start, int output, int errors) {
-    pid_t child = -1;
-    std::exception_ptr failure;
-    std::thread([&] {
-        try {
-            ObeyPermissions();
-            child = Spawn(start, output, errors);
-        } catch (const std::exception&) {
-            failure = std::current_exception();
-        }
-    }).join();
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
-    return child;
-}
-
 }  // namespace
 
 ChildProcess::ChildProcess(const ChildStart& start)
-    : id_(start.obeysPermissions ? SpawnWithoutRights(start, output_.Writer(), errors_.Writer())
-                                 : Spawn(start, output_.Writer(), errors_.Writer())) {
+    : id_(Spawn(start, output_.Writer(), errors_.Writer())) {
     output_.CloseWriter();
     errors_.CloseWriter();
 }

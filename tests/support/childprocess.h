@@ -17,7 +17,6 @@ struct ChildStart {
     std::map<std::string, std::string> variables = {};  // added to the test's own environment
     int input = -1;                                     // its standard input; -1: the null device
     bool closeInput = false;                            // no standard input at all
-    bool obeysPermissions = false;                      // of files, even if the test runs as root
 };
 
 // How a program ended and what it said. A value.

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
@@ -81,8 +82,8 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
         const std::lock_guard<std::mutex> guard(mutex_);
         positions_[std::this_thread::get_id()] = Position(file, line);
     }
-    void SetBundleName(const char* name) override { AddName("bundle " + std::string(name)); }
-    void SetServiceName(const char* name) override { AddName("service " + std::string(name)); }
+    void SetBundleName(const char*) override {}
+    void SetServiceName(const char*) override {}
 
     std::vector<PrintedDiagnostic> Printed() const {
         const std::lock_guard<std::mutex> guard(mutex_);
@@ -97,17 +98,13 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
         return texts;
     }
 
-    // The names that the proxy was told, in order: "bundle B", "service S".
-    std::vector<std::string> Names() const {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        return names_;
-    }
-
     // Waits until `text` was printed `times` times; false when that does not happen.
     bool WaitFor(const std::string& text, int times = 1) const {
         std::unique_lock<std::mutex> guard(mutex_);
-        return changed_.wait_for(guard, std::chrono::seconds(60),
-                                 [&] { return Count(text) >= times; });
+        return changed_.wait_for(guard, std::chrono::seconds(60), [&] {
+            return std::count_if(printed_.begin(), printed_.end(),
+                                 [&](const auto& each) { return each.text == text; }) >= times;
+        });
     }
 
     void Forget() {
@@ -121,24 +118,10 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
   private:
     using Position = std::pair<std::string, int>;
 
-    int Count(const std::string& text) const {
-        int count = 0;
-        for (const PrintedDiagnostic& diagnostic : printed_) {
-            count += diagnostic.text == text ? 1 : 0;
-        }
-        return count;
-    }
-
-    void AddName(const std::string& name) {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        names_.push_back(name);
-    }
-
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     std::vector<PrintedDiagnostic> printed_;         // guarded by mutex_
     std::map<std::thread::id, Position> positions_;  // guarded by mutex_
-    std::vector<std::string> names_;                 // guarded by mutex_
 };
 
 // Thread safety: any thread.
