@@ -14,14 +14,10 @@
 
 namespace {
 
-using NS_TEST::ChildProcess;
-using NS_TEST::ChildStart;
-using NS_TEST::Pipe;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
-class AgentInput : public NS_TEST::AgentTest {
+class AgentInput : public AgentTest {
   protected:
     // The sample uses all categories, the input only one.
     bool HasRunSample() const { return !Records("corba_alarm").empty(); }
@@ -42,7 +38,7 @@ TEST_F(AgentInput, NullDeviceClosedInputAndEmptyFileMeanTheSample) {
     const int empty = Open(Path("empty"), O_RDONLY | O_CREAT);
     for (const ChildStart& start : {Agent({}), closed, AgentWith(empty)}) {
         std::filesystem::remove_all(Path("log"));
-        EXPECT_EQ(NS_TEST::RunProgram(start).exitCode, 0);
+        EXPECT_EQ(RunProgram(start).exitCode, 0);
         EXPECT_TRUE(HasRunSample());
     }
     close(empty);
@@ -62,7 +58,7 @@ TEST_F(AgentInput, TerminalMeansTheSample) {
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
     const int input = Open(ptsname(terminal), O_RDWR | O_NOCTTY);
-    EXPECT_EQ(NS_TEST::RunProgram(AgentWith(input)).exitCode, 0);
+    EXPECT_EQ(RunProgram(AgentWith(input)).exitCode, 0);
     EXPECT_TRUE(HasRunSample());
     close(input);
     close(terminal);
@@ -121,7 +117,7 @@ TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
 
 TEST_F(AgentInput, ADirectoryCannotBeReadAndThatIsAFailure) {
     const int input = Open(Path(), O_RDONLY | O_DIRECTORY);
-    const auto result = NS_TEST::RunProgram(AgentWith(input));
+    const auto result = RunProgram(AgentWith(input));
     close(input);
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.errors, HasSubstr("the input cannot be read: Is a directory"));

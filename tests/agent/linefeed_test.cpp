@@ -8,8 +8,7 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
+using namespace testing;
 
 // What a line of the input looks like in the log: zero bytes shown by their sign, and then what is
 // no UTF-8 in the platform's readable form.

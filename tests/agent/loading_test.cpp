@@ -9,8 +9,7 @@
 namespace {
 
 using NS_TEST::ChildResult;
-using ::testing::Contains;
-using ::testing::HasSubstr;
+using namespace testing;
 using Events = std::vector<std::string>;
 
 class AgentLoading : public NS_TEST::AgentTest {

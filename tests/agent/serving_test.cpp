@@ -7,9 +7,7 @@
 namespace {
 
 using NS_TEST::ChildProcess;
-using ::testing::Contains;
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace testing;
 
 class AgentServing : public NS_TEST::AgentTest {};
 
@@ -55,8 +53,9 @@ TEST_F(AgentServing, EveryBundleIsEndedAfterASignal) {
 }
 
 TEST_F(AgentServing, ServiceDiagnosticsGoToTheLogProxyOrElseToTheFallback) {
-    WriteConfiguration("bundles = qv_base_log\n");
+    WriteConfiguration("bundles = qv_base_log\nthis is no item\n");
     const auto told = Run({"--sample"});
+    EXPECT_THAT(told.errors, HasSubstr("conf/corba_agent.cfg:2: ")) << "the line is skipped";
     EXPECT_THAT(told.errors, HasSubstr("Get Config Item(logfilesize) failed !!"));
     EXPECT_THAT(told.output, Not(HasSubstr("Get Config Item")));
 

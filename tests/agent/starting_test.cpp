@@ -7,19 +7,15 @@
 
 namespace {
 
-using NS_TEST::ChildResult;
-using NS_TEST::ChildStart;
-using NS_TEST::RunProgram;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
-class AgentStarting : public NS_TEST::AgentTest {
+class AgentStarting : public AgentTest {
   protected:
     // Expects that an agent with these arguments does not start, and says why.
     void ExpectRefusal(const std::vector<std::string>& arguments, int exitCode,
                        const std::string& reason) const {
-        SCOPED_TRACE(::testing::PrintToString(arguments));
+        SCOPED_TRACE(PrintToString(arguments));
         const ChildResult result = Run(arguments);
         EXPECT_EQ(result.exitCode, exitCode);
         EXPECT_THAT(result.errors, HasSubstr(reason));
@@ -27,7 +23,7 @@ class AgentStarting : public NS_TEST::AgentTest {
     }
 };
 
-TEST_F(AgentStarting, HelpGoesToStandardOutputAndNamesOptionsAndExitCodes) {
+TEST_F(AgentStarting, HelpNamesOptionsAndExitCodesAndVersionIsOneLine) {
     const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
@@ -36,12 +32,7 @@ TEST_F(AgentStarting, HelpGoesToStandardOutputAndNamesOptionsAndExitCodes) {
           "--no-log-proxy", "--summary", "--threads N", "Exit codes:", "corba_agent.cfg"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-}
-
-TEST_F(AgentStarting, VersionIsOneLine) {
-    const ChildResult result = Run({"--version"});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.output, ::testing::MatchesRegex("qv_agent [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agent [0-9.]+\n"));
 }
 
 TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {
@@ -59,7 +50,7 @@ TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironments) {
         {{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", Path()}}},
         {{QV_AGENT, "--share", Path(), "--sample"}, {{"_APP_SHARE_DIR", Path("elsewhere")}}}};
     for (const ChildStart& start : starts) {
-        SCOPED_TRACE(::testing::PrintToString(start.words));
+        SCOPED_TRACE(PrintToString(start.words));
         std::filesystem::remove_all(Path("log"));
         EXPECT_EQ(RunProgram(start).exitCode, 0);
         EXPECT_FALSE(Records("corbaoper").empty());
@@ -79,13 +70,6 @@ TEST_F(AgentStarting, AConfigurationThatCannotBeReadIsNamedWithTheReason) {
     std::filesystem::create_directory(configFile_);
     ExpectRefusal({"--sample"}, 3, "cannot read " + configFile_);
     ExpectRefusal({"--sample"}, 3, "directory");
-}
-
-TEST_F(AgentStarting, ABrokenLineIsReportedWithFileAndNumberAndSkipped) {
-    WriteConfiguration("# comment\nbundles = qv_base_log\nthis is no item\n");
-    const ChildResult result = Run({"--sample"});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.errors, HasSubstr("conf/corba_agent.cfg:3: "));
 }
 
 TEST_F(AgentStarting, ABundleListThatIsMissingOrWrongIsRefused) {

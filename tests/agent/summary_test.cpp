@@ -10,8 +10,7 @@
 
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace testing;
 
 class AgentSummary : public NS_TEST::AgentTest {
   protected:

@@ -21,12 +21,10 @@ namespace {
 using namespace std::chrono_literals;
 using NS_REFERENCE_HOST::Answerer;
 using NS_REFERENCE_HOST::ControlServer;
-using NS_TEST::ChildResult;
-using NS_TEST::RunProgram;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
-class ControlProgram : public NS_TEST::DirectoryTest {
+class ControlProgram : public DirectoryTest {
   protected:
     ControlProgram() { unsetenv("_APP_SHARE_DIR"); }
 
@@ -70,7 +68,7 @@ class ControlProgram : public NS_TEST::DirectoryTest {
     }
 };
 
-TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
+TEST_F(ControlProgram, HelpNamesCommandsAndExitCodesAndVersionIsOneLine) {
     const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
@@ -80,10 +78,7 @@ TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
           "--share DIR", "--socket PATH", "--timeout SECONDS", "Exit codes:"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-}
-
-TEST_F(ControlProgram, VersionIsOneLine) {
-    EXPECT_THAT(Run({"--version"}).output, ::testing::MatchesRegex("qv_agentctl [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agentctl [0-9.]+\n"));
 }
 
 TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
@@ -123,7 +118,7 @@ TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
     for (const std::string& words : wrong) {
         SCOPED_TRACE(words);
         // Two blanks have an empty word between them.
-        ExpectFailure(Ask(NS_TEST::SplitText(words, ' ')), 2, "qv_agentctl: ");
+        ExpectFailure(Ask(SplitText(words, ' ')), 2, "qv_agentctl: ");
     }
 }
 
@@ -139,7 +134,7 @@ TEST_F(ControlProgram, WithoutAnAgentItEndsWithThree) {
 }
 
 TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
-    NS_TEST::Happening mayAnswer;
+    Happening mayAnswer;
     const auto server = Serve([&mayAnswer](const std::string&) {
         mayAnswer.Await();
         return std::string();
@@ -150,14 +145,14 @@ TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
 
 TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
     for (const int signal : {SIGINT, SIGTERM}) {
-        NS_TEST::Happening asked;
-        NS_TEST::Happening mayAnswer;
+        Happening asked;
+        Happening mayAnswer;
         const auto server = Serve([&](const std::string&) {
             asked.Happen();
             mayAnswer.Await();
             return std::string();
         });
-        NS_TEST::ChildProcess watch(
+        ChildProcess watch(
             {{QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"}});
         ASSERT_TRUE(asked.Await());
         watch.Signal(signal);
@@ -171,7 +166,7 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
 // Its queue of connections is full.
 TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
     const int listening = Listen();
-    const NS_TEST::SocketClient first(Socket());
+    const SocketClient first(Socket());
     ExpectFailure(Ask({"--timeout", "0.2", "status"}), 4, "did not answer in time");
     close(listening);
 }

@@ -7,9 +7,7 @@
 
 namespace {
 
-using ::testing::Contains;
-using ::testing::IsSupersetOf;
-using ::testing::Not;
+using namespace testing;
 
 // What bash offers for the last of these words.
 std::vector<std::string> Complete(const std::vector<std::string>& words) {
@@ -54,7 +52,7 @@ TEST(Completion, OffersWhatFitsBehindTheWords) {
         {{"status", "--watch", "=", "3", "--j"}, {"--json"}},
         {{"--timeout", "="}, {}}};
     for (const auto& [words, offered] : cases) {
-        EXPECT_EQ(Complete(words), offered) << ::testing::PrintToString(words);
+        EXPECT_EQ(Complete(words), offered) << PrintToString(words);
     }
 }
 

@@ -14,9 +14,7 @@ using NS_REFERENCE_HOST::ScheduleServiceObject;
 using NS_SCHEDULE_SERVICE1::PeriodicTasks;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 using NS_TEST::CountingTask;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 auto Registered() {
     return NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface");

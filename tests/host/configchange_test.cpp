@@ -13,9 +13,7 @@
 #include "support/capturedoutput.h"
 
 using NS_BUNDLEMGR1::NameValueStru;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

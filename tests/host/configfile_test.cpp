@@ -8,10 +8,7 @@
 #include "support/capturedoutput.h"
 
 using NS_TEST::CapturedOutput;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 using Item = NS_BUNDLEMGR1::NameValueStru;
 
 namespace {

@@ -13,12 +13,11 @@ using NS_BUNDLEMGR1::CheckIFBuf;
 using NS_BUNDLEMGR1::SetIFBuf;
 using NS_REFERENCE_HOST::RemoveFromIFBuf;
 using NS_TEST::OtherInterface;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 
-class InterfaceRegistry : public testing::Test {
+class InterfaceRegistry : public Test {
   protected:
     ~InterfaceRegistry() override {
         RemoveFromIFBuf(&first_);

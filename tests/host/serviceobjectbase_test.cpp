@@ -20,8 +20,7 @@ using NS_BUNDLEMGR1::CheckIFBuf;
 using NS_BUNDLEMGR1::ServiceInterface;
 using NS_BUNDLEMGR1::ServiceObjectBase;
 using NS_BUNDLEMGR1::SetIFBuf;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

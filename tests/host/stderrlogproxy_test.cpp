@@ -14,11 +14,8 @@
 
 using NS_BUNDLEMGR1::LogProxy;
 using NS_REFERENCE_HOST::StderrLogProxyProvider;
-using NS_TEST::CapturedOutput;
-using NS_TEST::SplitText;
-using testing::EndsWith;
-using testing::MatchesRegex;
-using testing::SizeIs;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -72,11 +69,10 @@ TEST(StderrLogProxy, KeepsADiagnosticOnOneLineOfValidText) {
     NamedProxy()->Print(1, "bell \a, escape \x1b, tab \t.");
     NamedProxy()->Print(1, "%s", "\n");
     NamedProxy()->Print(1, "M\xFCnchen");
-    EXPECT_THAT(
-        SplitText(errors.Text()),
-        testing::ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
-                             EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
-                             EndsWith(" test_service - "), EndsWith(" M\xEF\xBF\xBDnchen")));
+    EXPECT_THAT(SplitText(errors.Text()),
+                ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
+                            EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
+                            EndsWith(" test_service - "), EndsWith(" M\xEF\xBF\xBDnchen")));
 }
 
 TEST(StderrLogProxy, WritesTextsOfAnyLength) {
@@ -98,8 +94,8 @@ TEST(StderrLogProxy, UsesAPositionUpWithTheNextDiagnosticOfItsThreadAndProxy) {
     proxy->Print(1, "own");
     proxy->Print(1, "next");
     EXPECT_THAT(SplitText(errors.Text()),
-                testing::ElementsAre(EndsWith(" - another thread"), EndsWith(" - another proxy"),
-                                     EndsWith(" file:2 own"), EndsWith(" - next")));
+                ElementsAre(EndsWith(" - another thread"), EndsWith(" - another proxy"),
+                            EndsWith(" file:2 own"), EndsWith(" - next")));
 }
 
 TEST(StderrLogProxy, AnswersNothingInTheReservedSlots) {
@@ -109,12 +105,10 @@ TEST(StderrLogProxy, AnswersNothingInTheReservedSlots) {
     proxy->Reserved3();
     proxy->Reserved5();
     proxy->Reserved11();
-    EXPECT_EQ(proxy->Reserved6(), 0);
-    EXPECT_EQ(proxy->Reserved7(), 0);
-    EXPECT_EQ(proxy->Reserved8(), 0);
-    EXPECT_EQ(proxy->Reserved9(), 0);
-    EXPECT_EQ(proxy->Reserved10(), 0);
-    EXPECT_EQ(proxy->Reserved12(), 0);
+    for (const int answer : {proxy->Reserved6(), proxy->Reserved7(), proxy->Reserved8(),
+                             proxy->Reserved9(), proxy->Reserved10(), proxy->Reserved12()}) {
+        EXPECT_EQ(answer, 0);
+    }
     EXPECT_EQ(proxy->GetProxyName(), "StderrLogProxy");
     EXPECT_EQ(errors.Text(), "");
 }
@@ -136,7 +130,7 @@ TEST(StderrLogProxy, WritesEachDiagnosticAtOnce) {
         writes.emplace_back(buffer, static_cast<size_t>(length));
     }
     close(ends[0]);
-    EXPECT_THAT(writes, testing::ElementsAre(EndsWith(" first\n"), EndsWith(" second\n")));
+    EXPECT_THAT(writes, ElementsAre(EndsWith(" first\n"), EndsWith(" second\n")));
 }
 
 TEST(StderrLogProxy, LosesADiagnosticWithoutATraceWhenStandardErrorIsClosed) {
@@ -156,7 +150,7 @@ TEST(StderrLogProxy, KeepsTheLinesOfManyThreadsApart) {
     constexpr int kThreads = 8;
     constexpr int kLines = 200;
     const CapturedOutput errors(STDERR_FILENO);
-    NS_TEST::OnThreads(kThreads, [](int number) {
+    OnThreads(kThreads, [](int number) {
         for (int line = 0; line < kLines; ++line) {
             LogProxy* proxy = NamedProxy();
             proxy->SetPosition("file", number);

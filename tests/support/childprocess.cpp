@@ -33,22 +33,6 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// The test's own environment with `variables` in it.
-std::vector<std::string> Environment(const std::map<std::string, std::string>& variables) {
-    std::vector<std::string> environment;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text = *entry;
-        if (variables.count(text.substr(0, text.find('='))) == 0) {
-            environment.push_back(text);
-        }
-    }
-    for (const auto& [name, value] : variables) {
-        environment.push_back(name);
-        environment.back().append("=").append(value);
-    }
-    return environment;
-}
-
 // What the child does with its descriptors.
 class FileActions {
   public:
@@ -78,11 +62,16 @@ class FileActions {
 // The child's number.
 pid_t Spawn(const ChildStart& start, int output, int errors) {
     std::vector<std::string> words = start.words;
-    std::vector<std::string> environment = Environment(start.variables);
+    for (const auto& [name, value] : start.variables) {
+        words.insert(words.begin(), name + "=" + value);
+    }
+    if (!start.variables.empty()) {
+        words.insert(words.begin(), "env");
+    }
     const FileActions actions(start, output, errors);
     pid_t child = -1;
     const int error = posix_spawnp(&child, words.at(0).c_str(), actions.Get(), nullptr,
-                                   Pointers(words).data(), Pointers(environment).data());
+                                   Pointers(words).data(), environ);
     if (error != 0) {
         FailLaunch(error, words.at(0));
     }
