@@ -36,34 +36,20 @@ class AgentLoading : public NS_TEST::AgentTest {
         return events;
     }
 
-    // Expects that they have noted all these. A library stays loaded in sanitizer builds, so that
-    // reports can name its functions; its unloading is left out there.
-    void ExpectEvents(const std::string& name, const Events& expected) const {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        const auto end = [](const Events& events) {
-            return std::find_if(events.begin(), events.end(), [](const auto& event) {
-                return event.find(" unload") != std::string::npos;
-            });
-        };
-        const Events noted = NotedBy(name);
-        EXPECT_EQ(Events(noted.begin(), end(noted)), Events(expected.begin(), end(expected)));
-#else
-        EXPECT_EQ(NotedBy(name), expected);
-#endif
-    }
-
     // Expects that `first` went through its whole life.
     void ExpectFirstWasEnded() const {
-        ExpectEvents("first ", {"first factory", "first init", "first StopService", "first fini",
-                                "first gobbler", "first destructor", "first unload"});
+        EXPECT_EQ(NotedBy("first "),
+                  (Events{"first factory", "first init", "first StopService", "first fini",
+                          "first gobbler", "first destructor", "first unload"}));
     }
 
     // The same of `second`, too, whose arguments were these; it ends first.
     void ExpectBothWereEnded(const std::string& arguments) const {
-        ExpectEvents("", {"first factory", "first init", "second factory",
+        EXPECT_EQ(NotedBy(""),
+                  (Events{"first factory", "first init", "second factory",
                           "second init" + arguments, "second StopService", "first StopService",
                           "second fini", "second gobbler", "second destructor", "first fini",
-                          "first gobbler", "first destructor", "second unload", "first unload"});
+                          "first gobbler", "first destructor", "second unload", "first unload"}));
     }
 };
 

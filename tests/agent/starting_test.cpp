@@ -44,7 +44,7 @@ TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {
     ExpectRefusal({"--traffic", "heavy"}, 2, "sample");
 }
 
-TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironments) {
+TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironmentsAndHasToBeGiven) {
     const ChildStart starts[] = {
         {{QV_AGENT, "--config", Path(), "--sample"}, {}},
         {{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", Path()}}},
@@ -55,9 +55,6 @@ TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironments) {
         EXPECT_EQ(RunProgram(start).exitCode, 0);
         EXPECT_FALSE(Records("corbaoper").empty());
     }
-}
-
-TEST_F(AgentStarting, WithoutAShareDirectoryItSaysHowToGiveOne) {
     const ChildResult result = RunProgram({{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", ""}}});
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_THAT(result.errors, HasSubstr("--share"));

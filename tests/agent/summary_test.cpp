@@ -68,7 +68,9 @@ TEST_F(AgentSummary, ShowsFilesWithoutARecord) {
                                   " bytes, no record\n"));
 }
 
-TEST_F(AgentSummary, SaysWhenNothingWasWritten) {
+TEST_F(AgentSummary, FollowsAConfiguredLogDirectoryAndSaysWhenNothingWasWritten) {
+    Configure("bundles = qv_base_log\nlogpath = " + Path("other") + "\n");
+    EXPECT_THAT(RunWith("one\n", {"--summary"}).output, HasSubstr(Path("other/unbi_corbaoper_")));
     // Nobody can make a directory there.
     Configure("bundles = qv_base_log\nlogpath = /dev/null/log\n");
     EXPECT_EQ(RunWith("one\n", {"--summary"}).output, "No log file was written in /dev/null/log\n");
@@ -100,11 +102,6 @@ TEST_F(AgentSummary, ShowsNoHalfCharactersOfAHugeRecord) {
 TEST_F(AgentSummary, DisarmsControlCharacters) {
     const auto result = RunWith("a\x1B[31mb\x7F\t\r\n", {"--summary"});
     EXPECT_THAT(result.output, HasSubstr("a\\x1b[31mb\\x7f\t\\x0d\n"));
-}
-
-TEST_F(AgentSummary, FollowsAConfiguredLogDirectory) {
-    Configure("bundles = qv_base_log\nlogpath = " + Path("other") + "\n");
-    EXPECT_THAT(RunWith("one\n", {"--summary"}).output, HasSubstr(Path("other/unbi_corbaoper_")));
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
 #include "control/controlserver.h"
-#include "control/socketaddress.h"
 #include "support/childprocess.h"
 #include "support/files.h"
 #include "support/temporarydirectory.h"
@@ -47,15 +46,6 @@ class ControlProgram : public DirectoryTest {
     }
 
     std::string Socket() const { return Path("socket"); }
-
-    // A socket with the shortest queue of connections; nobody takes any of them.
-    int Listen() const {
-        const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const NS_REFERENCE_HOST::SocketAddress address(Socket());
-        EXPECT_EQ(bind(listening, address.Get(), address.Size()), 0);
-        EXPECT_EQ(listen(listening, 0), 0);
-        return listening;
-    }
 
     // An agent that answers everybody like this, and does not run out of patience.
     std::unique_ptr<ControlServer> Serve(const Answerer& answerer) const {
@@ -165,16 +155,15 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
 
 // Its queue of connections is full.
 TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
-    const int listening = Listen();
+    const auto listening = ListeningTo(Socket());
     const SocketClient first(Socket());
     ExpectFailure(Ask({"--timeout", "0.2", "status"}), 4, "did not answer in time");
-    close(listening);
 }
 
 TEST_F(ControlProgram, AnAnswerWithoutAnEndIsFour) {
-    const int listening = Listen();
-    std::thread agent([listening] {
-        const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+    const auto listening = ListeningTo(Socket());
+    std::thread agent([&listening] {
+        const int client = accept4(listening.Get(), nullptr, nullptr, SOCK_CLOEXEC);
         const std::string piece(65536, 'x');
         while (send(client, piece.data(), piece.size(), MSG_NOSIGNAL) > 0) {
         }
@@ -182,7 +171,6 @@ TEST_F(ControlProgram, AnAnswerWithoutAnEndIsFour) {
     });
     ExpectFailure(Ask({"--timeout", "3600", "status"}), 4, "the agent's answer has no end");
     agent.join();
-    close(listening);
 }
 
 TEST_F(ControlProgram, ModuleNumbersAreDecimalAndNamesMayBeEmpty) {

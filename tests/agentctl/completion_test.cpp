@@ -56,12 +56,9 @@ TEST(Completion, OffersWhatFitsBehindTheWords) {
     }
 }
 
-TEST(Completion, OffersOptionsWhereTheyFit) {
+TEST(Completion, OffersOptionsWhereTheyFitAndDirectoriesForTheShareDirectory) {
     EXPECT_THAT(Complete({"--"}), IsSupersetOf({"--share", "--socket", "--timeout", "--json"}));
     EXPECT_THAT(Complete({"queue", "--"}), Not(Contains("--watch")));
-}
-
-TEST(Completion, OffersDirectoriesForTheShareDirectory) {
     const NS_TEST::TemporaryDirectory directory;
     const std::string start = directory.Path().substr(0, directory.Path().size() - 1);
     EXPECT_THAT(Complete({"--share", start}), Contains(directory.Path()));

@@ -41,14 +41,6 @@ class ListeningSocketLife : public NS_TEST::DirectoryTest {
         struct stat found {};
         return stat(Socket().c_str(), &found) == 0 ? found.st_mode : 0;
     }
-
-    // A socket that nobody listens to: what an agent leaves that has been killed.
-    FileDescriptor Bound() const {
-        FileDescriptor bound(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const SocketAddress address(Socket());
-        EXPECT_EQ(bind(bound.Get(), address.Get(), address.Size()), 0);
-        return bound;
-    }
 };
 
 TEST_F(ListeningSocketLife, IsForItsOwnerOnlyWhateverTheMask) {
@@ -64,7 +56,7 @@ TEST_F(ListeningSocketLife, IsForItsOwnerOnlyWhateverTheMask) {
 }
 
 TEST_F(ListeningSocketLife, ReplacesTheSocketOfADeadAgent) {
-    Bound();
+    NS_TEST::BoundSocket(Socket());
     const ListeningSocket made(Socket());
     EXPECT_NO_THROW(SocketClient client(Socket()));
     EXPECT_EQ(Mode(), S_IFSOCK | 0600);
@@ -77,8 +69,7 @@ TEST_F(ListeningSocketLife, DoesNotReplaceTheSocketOfALivingAgent) {
 }
 
 TEST_F(ListeningSocketLife, TakesAFullQueueForASignOfLife) {
-    const FileDescriptor busy = Bound();
-    ASSERT_EQ(listen(busy.Get(), 0), 0);
+    const FileDescriptor busy = NS_TEST::ListeningTo(Socket());
     const SocketClient first(Socket());
     EXPECT_THAT(Reason(), HasSubstr("another agent serves"));
 }

@@ -119,14 +119,6 @@ bool ChildProcess::WaitFor(const std::string& text, int times, const std::string
     return true;
 }
 
-bool ChildProcess::WaitForOutput(const std::string& text, int times) {
-    return WaitFor(text, times, result_.output);
-}
-
-bool ChildProcess::WaitForError(const std::string& text, int times) {
-    return WaitFor(text, times, result_.errors);
-}
-
 void ChildProcess::Signal(int number) const {
     kill(id_, number);
 }

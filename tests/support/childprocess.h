@@ -43,8 +43,12 @@ class ChildProcess {
 
     // Waits until `text` has appeared `times` times on standard output or standard error; false
     // when both have ended before. Nobody reads either of them between two waits.
-    bool WaitForOutput(const std::string& text, int times = 1);
-    bool WaitForError(const std::string& text, int times = 1);
+    bool WaitForOutput(const std::string& text, int times = 1) {
+        return WaitFor(text, times, result_.output);
+    }
+    bool WaitForError(const std::string& text, int times = 1) {
+        return WaitFor(text, times, result_.errors);
+    }
 
     // Reads its standard output no more: the program is told when it writes.
     void CloseOutput() { output_.CloseReader(); }
