@@ -82,8 +82,8 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
         const std::lock_guard<std::mutex> guard(mutex_);
         positions_[std::this_thread::get_id()] = Position(file, line);
     }
-    void SetBundleName(const char*) override {}
-    void SetServiceName(const char*) override {}
+    void SetBundleName(const char* name) override { AddName("bundle " + std::string(name)); }
+    void SetServiceName(const char* name) override { AddName("service " + std::string(name)); }
 
     std::vector<PrintedDiagnostic> Printed() const {
         const std::lock_guard<std::mutex> guard(mutex_);
@@ -96,6 +96,12 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
             texts.push_back(diagnostic.text);
         }
         return texts;
+    }
+
+    // The names that the proxy was told, in order: "bundle B", "service S".
+    std::vector<std::string> Names() const {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        return names_;
     }
 
     // Waits until `text` was printed `times` times; false when that does not happen.
@@ -118,10 +124,16 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
   private:
     using Position = std::pair<std::string, int>;
 
+    void AddName(const std::string& name) {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        names_.push_back(name);
+    }
+
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     std::vector<PrintedDiagnostic> printed_;         // guarded by mutex_
     std::map<std::thread::id, Position> positions_;  // guarded by mutex_
+    std::vector<std::string> names_;                 // guarded by mutex_
 };
 
 // Thread safety: any thread.
