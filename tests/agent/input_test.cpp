@@ -7,51 +7,41 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "agent/agentfixture.h"
 #include "support/pipe.h"
 
 namespace {
 
-using NS_TEST::ChildProcess;
-using NS_TEST::ChildStart;
-using NS_TEST::Pipe;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
-class AgentInput : public NS_TEST::AgentTest {
+class AgentInput : public AgentTest {
   protected:
     // The sample uses all categories, the input only one.
     bool HasRunSample() const { return !Records("corba_alarm").empty(); }
 
-    ChildStart AgentWith(int input, const std::vector<std::string>& arguments = {}) const {
-        ChildStart start = Agent(arguments);
-        start.input = input;
-        return start;
-    }
+    ChildStart AgentWith(int input) const { return Agent({}, input); }
 
     int Open(const std::string& path, int flags) {
-        const int descriptor = open(path.c_str(), flags | O_CLOEXEC);
+        const int descriptor = open(path.c_str(), flags | O_CLOEXEC, 0600);
         EXPECT_GE(descriptor, 0) << path;
         return descriptor;
     }
 };
 
-TEST_F(AgentInput, NullDeviceMeansTheSample) {
-    EXPECT_EQ(Run({}).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
-}
-
-TEST_F(AgentInput, ClosedInputMeansTheSample) {
-    ChildStart start = Agent({});
-    start.closeInput = true;
-    EXPECT_EQ(NS_TEST::RunProgram(start).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
-}
-
-TEST_F(AgentInput, EmptyFileMeansTheSample) {
-    EXPECT_EQ(RunWith("", {}).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
+// Besides what ends without a byte below.
+TEST_F(AgentInput, NullDeviceClosedInputAndEmptyFileMeanTheSample) {
+    ChildStart closed = Agent({});
+    closed.closeInput = true;
+    const int empty = Open(Path("empty"), O_RDONLY | O_CREAT);
+    for (const ChildStart& start : {Agent({}), closed, AgentWith(empty)}) {
+        std::filesystem::remove_all(Path("log"));
+        EXPECT_EQ(RunProgram(start).exitCode, 0);
+        EXPECT_TRUE(HasRunSample());
+    }
+    close(empty);
 }
 
 TEST_F(AgentInput, PipeThatClosesWithoutAByteMeansTheSample) {
@@ -68,7 +58,7 @@ TEST_F(AgentInput, TerminalMeansTheSample) {
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
     const int input = Open(ptsname(terminal), O_RDWR | O_NOCTTY);
-    EXPECT_EQ(NS_TEST::RunProgram(AgentWith(input)).exitCode, 0);
+    EXPECT_EQ(RunProgram(AgentWith(input)).exitCode, 0);
     EXPECT_TRUE(HasRunSample());
     close(input);
     close(terminal);
@@ -93,16 +83,14 @@ TEST_F(AgentInput, ALateWriterIsWaitedFor) {
 TEST_F(AgentInput, ASignalEndsTheWaitForTheFirstByte) {
     const Pipe pipe;
     ChildProcess agent(AgentWith(pipe.Reader()));
-    ASSERT_TRUE(agent.WaitForError("waiting for standard input"));
-    agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_EQ(EndOnce(agent, "waiting for standard input"), 0);
     EXPECT_THAT(LogFiles("corbaoper"), IsEmpty());
 }
 
 TEST_F(AgentInput, AStopInTheMiddleLogsWhatHasBeenRead) {
     const Pipe pipe;
     pipe.Write("first\nsecond\nincomp");
-    ChildProcess agent(AgentWith(pipe.Reader(), {"--summary"}));
+    ChildProcess agent(AgentWith(pipe.Reader()));
     // The feed has read everything when the pipe is empty; the writer's end stays open.
     ASSERT_TRUE(agent.WaitForError("serving"));
     int left = 1;
@@ -119,9 +107,7 @@ TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
     const int input = Open("/dev/urandom", O_RDONLY);
     ChildProcess agent(AgentWith(input));
     close(input);
-    ASSERT_TRUE(agent.WaitForError("serving"));
-    agent.Signal(SIGTERM);
-    EXPECT_EQ(agent.Wait().exitCode, 0);
+    EXPECT_EQ(EndOnce(agent, "serving"), 0);
     // Parsed to its last byte: no record is torn.
     unsigned long number = 0;
     for (const auto& record : Records("corbaoper")) {
@@ -131,22 +117,19 @@ TEST_F(AgentInput, ASignalEndsAnEndlessInput) {
 
 TEST_F(AgentInput, ADirectoryCannotBeReadAndThatIsAFailure) {
     const int input = Open(Path(), O_RDONLY | O_DIRECTORY);
-    const auto result = NS_TEST::RunProgram(AgentWith(input));
+    const auto result = RunProgram(AgentWith(input));
     close(input);
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.errors, HasSubstr("the input cannot be read: Is a directory"));
     EXPECT_THAT(result.errors, HasSubstr("bundle qv_line_feed failed in its work"));
 }
 
-TEST_F(AgentInput, TheSampleCanBeAskedForThoughThereIsInput) {
-    EXPECT_EQ(RunWith("x\n", {"--sample"}).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
-}
-
-TEST_F(AgentInput, AnEmptyInputCanBeAskedFor) {
+TEST_F(AgentInput, AnEmptyInputCanBeAskedForAndTheSampleThoughThereIsInput) {
     EXPECT_EQ(Run({"--traffic", "input"}).exitCode, 0);
     EXPECT_FALSE(HasRunSample());
     EXPECT_THAT(Records("corbaoper"), IsEmpty());
+    EXPECT_EQ(RunWith("x\n", {"--sample"}).exitCode, 0);
+    EXPECT_TRUE(HasRunSample());
 }
 
 }  // namespace

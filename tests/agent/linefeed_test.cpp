@@ -8,8 +8,7 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
+using namespace testing;
 
 // What a line of the input looks like in the log: zero bytes shown by their sign, and then what is
 // no UTF-8 in the platform's readable form.
@@ -57,21 +56,11 @@ TEST_F(LineFeed, LogsEmptyLinesAndKeepsCarriageReturnsAndBlanks) {
     ExpectEveryLine({"", "", "a", "", "dos\r", "\r", "  \t both \v ends\f ", "\r\r", ""}, "\n");
 }
 
-TEST_F(LineFeed, ShowsZeroBytesAndLosesNothingBehindThem) {
+TEST_F(LineFeed, ShowsZeroBytesAndReplacesBytesThatAreNoTextAndLosesNothingBehindThem) {
     using namespace std::string_literals;
-    ASSERT_EQ(RunWith("a\0b\0\0c\n\0\nend\0"s, {}).exitCode, 0);
-    EXPECT_THAT(Details("corbaoper"), ElementsAre("a\u2400b\u2400\u2400c", "\u2400", "end\u2400"));
-}
-
-TEST_F(LineFeed, ReplacesBytesThatAreNoText) {
-    ASSERT_EQ(RunWith("a\xFF"
-                      "b\nfine \u20AC\n\xE2\x82\n",
-                      {})
-                  .exitCode,
-              0);
-    EXPECT_THAT(Details("corbaoper"), ElementsAre("a\uFFFD"
-                                                  "b",
-                                                  "fine \u20AC", "\uFFFD"));
+    ASSERT_EQ(RunWith("a\0b\0\0c\n\0\na\xFFz\nfine \u20AC\n\xE2\x82\nend\0"s, {}).exitCode, 0);
+    EXPECT_THAT(Details("corbaoper"), ElementsAre("a\u2400b\u2400\u2400c", "\u2400", "a\uFFFDz",
+                                                  "fine \u20AC", "\uFFFD", "end\u2400"));
 }
 
 TEST_F(LineFeed, TakesConversionsAndFramesForText) {
@@ -152,11 +141,10 @@ TEST_F(LineFeed, RefusesAnUnknownCategoryAndUnknownArgumentsByName) {
 
 TEST_F(LineFeed, NamesTheInputInItsRecords) {
     ASSERT_EQ(RunWith("a\n", {}).exitCode, 0);
-    const auto records = Records("corbaoper");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.file, "stdin");
-    EXPECT_EQ(records.front().record.function, "LineFeed");
-    EXPECT_EQ(records.front().record.context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
+    const NS_TEST::ParsedRecord record = OnlyRecord("corbaoper");
+    EXPECT_EQ(record.file, "stdin");
+    EXPECT_EQ(record.function, "LineFeed");
+    EXPECT_EQ(record.context, "line-feed,TopT:1,If:LineFeed,UserMsg:stdin");
 }
 
 }  // namespace

@@ -8,14 +8,10 @@
 
 namespace {
 
-using NS_TEST::kCategories;
-using NS_TEST::ParsedPiece;
-using ::testing::Contains;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
+using namespace NS_TEST;
+using namespace testing;
 
-class SampleTraffic : public NS_TEST::AgentTest {
+class SampleTraffic : public AgentTest {
   protected:
     // Two sessions of ten operations each, so every tenth operation occurs.
     void SetUp() override {
@@ -50,7 +46,7 @@ TEST_F(SampleTraffic, ShowsTheHistoryOfAnErrorThatWasKeptBack) {
     for (const ParsedPiece& piece : records) {
         EXPECT_EQ(piece.kind, ParsedPiece::DUMP);
         EXPECT_THAT(piece.record.detail, HasSubstr("failed"));
-        for (const NS_TEST::ParsedRecord& dumped : piece.dumped) {
+        for (const ParsedRecord& dumped : piece.dumped) {
             history.push_back(dumped.detail);
         }
     }
@@ -58,23 +54,18 @@ TEST_F(SampleTraffic, ShowsTheHistoryOfAnErrorThatWasKeptBack) {
     EXPECT_THAT(history, Contains(StartsWith("operation 9: row 0: ")));
 }
 
-TEST_F(SampleTraffic, CarriesTheContextOfItsOperations) {
+TEST_F(SampleTraffic, CarriesTheContextOfItsOperationsEachSessionOnAThreadOfItsOwn) {
     std::set<std::string> contexts;
+    std::map<std::string, std::set<std::string>> threadsOfSession;
     for (const ParsedPiece& piece : Records("corbaoper")) {
-        contexts.insert(piece.record.context);
+        const std::string& context = piece.record.context;
+        contexts.insert(context);
+        threadsOfSession[context.substr(0, context.find('-'))].insert(piece.record.thread);
     }
     EXPECT_EQ(contexts.size(), 20U);
     EXPECT_EQ(contexts.count("00000002-0000-4000-8000-000000000003,TopT:2,"
                              "If:createTransferSchedule,UserMsg:nms-client-2@192.0.2.3"),
               1U);
-}
-
-TEST_F(SampleTraffic, RunsItsSessionsOnThreadsOfTheirOwn) {
-    std::map<std::string, std::set<std::string>> threadsOfSession;
-    for (const ParsedPiece& piece : Records("corbaoper")) {
-        const std::string session = piece.record.context.substr(0, piece.record.context.find('-'));
-        threadsOfSession[session].insert(piece.record.thread);
-    }
     ASSERT_EQ(threadsOfSession.size(), 2U);
     for (const auto& [session, threads] : threadsOfSession) {
         EXPECT_EQ(threads.size(), 1U) << session;

@@ -7,29 +7,23 @@
 
 namespace {
 
-using NS_TEST::ChildResult;
-using NS_TEST::ChildStart;
-using NS_TEST::RunProgram;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
-class AgentStarting : public NS_TEST::AgentTest {
+class AgentStarting : public AgentTest {
   protected:
     // Expects that an agent with these arguments does not start, and says why.
     void ExpectRefusal(const std::vector<std::string>& arguments, int exitCode,
                        const std::string& reason) const {
-        SCOPED_TRACE(::testing::PrintToString(arguments));
+        SCOPED_TRACE(PrintToString(arguments));
         const ChildResult result = Run(arguments);
         EXPECT_EQ(result.exitCode, exitCode);
         EXPECT_THAT(result.errors, HasSubstr(reason));
         EXPECT_FALSE(std::filesystem::exists(Path("log")));
     }
-
-    std::string File() const { return Path("conf/corba_agent.cfg"); }
 };
 
-TEST_F(AgentStarting, HelpGoesToStandardOutputAndNamesOptionsAndExitCodes) {
+TEST_F(AgentStarting, HelpNamesOptionsAndExitCodesAndVersionIsOneLine) {
     const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
@@ -38,12 +32,7 @@ TEST_F(AgentStarting, HelpGoesToStandardOutputAndNamesOptionsAndExitCodes) {
           "--no-log-proxy", "--summary", "--threads N", "Exit codes:", "corba_agent.cfg"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-}
-
-TEST_F(AgentStarting, VersionIsOneLine) {
-    const ChildResult result = Run({"--version"});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.output, ::testing::MatchesRegex("qv_agent [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agent [0-9.]+\n"));
 }
 
 TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {
@@ -55,39 +44,29 @@ TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {
     ExpectRefusal({"--traffic", "heavy"}, 2, "sample");
 }
 
-TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironments) {
+TEST_F(AgentStarting, TheShareDirectoryIsTheOptionsOrElseTheEnvironmentsAndHasToBeGiven) {
     const ChildStart starts[] = {
         {{QV_AGENT, "--config", Path(), "--sample"}, {}},
         {{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", Path()}}},
         {{QV_AGENT, "--share", Path(), "--sample"}, {{"_APP_SHARE_DIR", Path("elsewhere")}}}};
     for (const ChildStart& start : starts) {
-        SCOPED_TRACE(::testing::PrintToString(start.words));
+        SCOPED_TRACE(PrintToString(start.words));
         std::filesystem::remove_all(Path("log"));
         EXPECT_EQ(RunProgram(start).exitCode, 0);
         EXPECT_FALSE(Records("corbaoper").empty());
     }
-}
-
-TEST_F(AgentStarting, WithoutAShareDirectoryItSaysHowToGiveOne) {
     const ChildResult result = RunProgram({{QV_AGENT, "--sample"}, {{"_APP_SHARE_DIR", ""}}});
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_THAT(result.errors, HasSubstr("--share"));
 }
 
 TEST_F(AgentStarting, AConfigurationThatCannotBeReadIsNamedWithTheReason) {
-    std::filesystem::remove(File());
-    ExpectRefusal({"--sample"}, 3, File());
+    std::filesystem::remove(configFile_);
+    ExpectRefusal({"--sample"}, 3, configFile_);
     // A directory cannot be read by anybody, root included.
-    std::filesystem::create_directory(File());
-    ExpectRefusal({"--sample"}, 3, "cannot read " + File());
+    std::filesystem::create_directory(configFile_);
+    ExpectRefusal({"--sample"}, 3, "cannot read " + configFile_);
     ExpectRefusal({"--sample"}, 3, "directory");
-}
-
-TEST_F(AgentStarting, ABrokenLineIsReportedWithFileAndNumberAndSkipped) {
-    WriteConfiguration("# comment\nbundles = qv_base_log\nthis is no item\n");
-    const ChildResult result = Run({"--sample"});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.errors, HasSubstr("conf/corba_agent.cfg:3: "));
 }
 
 TEST_F(AgentStarting, ABundleListThatIsMissingOrWrongIsRefused) {
@@ -101,25 +80,15 @@ TEST_F(AgentStarting, ABundleListThatIsMissingOrWrongIsRefused) {
     }
 }
 
-TEST_F(AgentStarting, AListedClientGetsTheConfiguredArgumentsAndIsNotAddedAgain) {
-    Configure(
-        "bundles = qv_base_log, qv_line_feed\n"
-        "qv_line_feed.arguments = --category corbasys --level 2\n");
+TEST_F(AgentStarting, AClientGetsTheConfiguredArgumentsAndTheCommandLineWins) {
+    const std::string arguments = "qv_line_feed.arguments = --category corbasys --level 2\n";
+    Configure("bundles = qv_base_log, qv_line_feed\n" + arguments);
     EXPECT_EQ(RunWith("one\n", {}).exitCode, 0);
-    const auto records = Records("corbasys");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.level, 2);
+    EXPECT_EQ(OnlyRecord("corbasys").level, 2) << "a listed client is not added again";
     EXPECT_TRUE(Records("corbaoper").empty());
-}
-
-TEST_F(AgentStarting, TheCommandLineWinsOverConfiguredArguments) {
-    Configure(
-        "bundles = qv_base_log\n"
-        "qv_line_feed.arguments = --category corbasys --level 2\n");
+    Configure("bundles = qv_base_log\n" + arguments);
     EXPECT_EQ(RunWith("one\n", {"--category", "debug"}).exitCode, 0);
-    const auto records = Records("debug");
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records.front().record.level, 2);
+    EXPECT_EQ(OnlyRecord("debug").level, 2);
 }
 
 }  // namespace

@@ -6,13 +6,11 @@
 
 #include "agent/agentfixture.h"
 #include "bundlemgr/logsupport.h"
-#include "support/files.h"
 #include "support/pipe.h"
 
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace testing;
 
 class AgentSummary : public NS_TEST::AgentTest {
   protected:
@@ -34,11 +32,9 @@ TEST_F(AgentSummary, NamesEachFileWithItsSizeAndItsLastRecord) {
     EXPECT_THAT(result.output, Not(HasSubstr("one")));
 }
 
-TEST_F(AgentSummary, IsPrintedOnRequestOnly) {
-    EXPECT_EQ(RunWith("one\n", {}).output, "");
-}
-
-TEST_F(AgentSummary, CoversAllCategories) {
+TEST_F(AgentSummary, CoversAllCategoriesAndIsPrintedOnRequestOnly) {
+    EXPECT_EQ(Run({"--sample"}).output, "");
+    std::filesystem::remove_all(Path("log"));
     const std::string output = Run({"--sample", "--summary"}).output;
     for (const std::string& category : NS_TEST::kCategories) {
         EXPECT_THAT(output, HasSubstr(OnlyFile(category) + "\n"));
@@ -48,9 +44,7 @@ TEST_F(AgentSummary, CoversAllCategories) {
 // The names of its files end with the number of its process, which may have been another's before.
 TEST_F(AgentSummary, LeavesOutWhatOtherRunsHaveWritten) {
     NS_TEST::Pipe pipe;
-    NS_TEST::ChildStart start = Agent({"--summary"});
-    start.input = pipe.Reader();
-    NS_TEST::ChildProcess agent(start);
+    NS_TEST::ChildProcess agent(Agent({"--summary"}, pipe.Reader()));
     pipe.Write("one\n");
     ASSERT_TRUE(agent.WaitForError("serving"));
     const std::string other = Path("log/unbi_corbaoper_20240305140709_1.log");
@@ -74,7 +68,9 @@ TEST_F(AgentSummary, ShowsFilesWithoutARecord) {
                                   " bytes, no record\n"));
 }
 
-TEST_F(AgentSummary, SaysWhenNothingWasWritten) {
+TEST_F(AgentSummary, FollowsAConfiguredLogDirectoryAndSaysWhenNothingWasWritten) {
+    Configure("bundles = qv_base_log\nlogpath = " + Path("other") + "\n");
+    EXPECT_THAT(RunWith("one\n", {"--summary"}).output, HasSubstr(Path("other/unbi_corbaoper_")));
     // Nobody can make a directory there.
     Configure("bundles = qv_base_log\nlogpath = /dev/null/log\n");
     EXPECT_EQ(RunWith("one\n", {"--summary"}).output, "No log file was written in /dev/null/log\n");
@@ -106,11 +102,6 @@ TEST_F(AgentSummary, ShowsNoHalfCharactersOfAHugeRecord) {
 TEST_F(AgentSummary, DisarmsControlCharacters) {
     const auto result = RunWith("a\x1B[31mb\x7F\t\r\n", {"--summary"});
     EXPECT_THAT(result.output, HasSubstr("a\\x1b[31mb\\x7f\t\\x0d\n"));
-}
-
-TEST_F(AgentSummary, FollowsAConfiguredLogDirectory) {
-    Configure("bundles = qv_base_log\nlogpath = " + Path("other") + "\n");
-    EXPECT_THAT(RunWith("one\n", {"--summary"}).output, HasSubstr(Path("other/unbi_corbaoper_")));
 }
 
 }  // namespace

@@ -6,14 +6,13 @@
 
 #include <cstdlib>
 #include <memory>
-#include <sstream>
 #include <thread>
 
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
 #include "control/controlserver.h"
-#include "control/socketaddress.h"
 #include "support/childprocess.h"
+#include "support/files.h"
 #include "support/temporarydirectory.h"
 
 namespace {
@@ -21,12 +20,10 @@ namespace {
 using namespace std::chrono_literals;
 using NS_REFERENCE_HOST::Answerer;
 using NS_REFERENCE_HOST::ControlServer;
-using NS_TEST::ChildResult;
-using NS_TEST::RunProgram;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace NS_TEST;
+using namespace testing;
 
-class ControlProgram : public NS_TEST::DirectoryTest {
+class ControlProgram : public DirectoryTest {
   protected:
     ControlProgram() { unsetenv("_APP_SHARE_DIR"); }
 
@@ -41,26 +38,14 @@ class ControlProgram : public NS_TEST::DirectoryTest {
         return Run(arguments);
     }
 
-    // The words between the blanks; two blanks have an empty one between them.
-    static std::vector<std::string> Split(const std::string& text) {
-        std::vector<std::string> words;
-        std::istringstream in(text);
-        for (std::string word; std::getline(in, word, ' ');) {
-            words.push_back(word);
-        }
-        return words;
+    // Expects that the program ends like this, with such words on standard error.
+    static void ExpectFailure(const ChildResult& result, int exitCode, const std::string& reason) {
+        EXPECT_EQ(result.exitCode, exitCode);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errors, HasSubstr(reason));
     }
 
     std::string Socket() const { return Path("socket"); }
-
-    // A socket with the shortest queue of connections; nobody takes any of them.
-    int Listen() const {
-        const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const NS_REFERENCE_HOST::SocketAddress address(Socket());
-        EXPECT_EQ(bind(listening, address.Get(), address.Size()), 0);
-        EXPECT_EQ(listen(listening, 0), 0);
-        return listening;
-    }
 
     // An agent that answers everybody like this, and does not run out of patience.
     std::unique_ptr<ControlServer> Serve(const Answerer& answerer) const {
@@ -73,7 +58,7 @@ class ControlProgram : public NS_TEST::DirectoryTest {
     }
 };
 
-TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
+TEST_F(ControlProgram, HelpNamesCommandsAndExitCodesAndVersionIsOneLine) {
     const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
@@ -83,91 +68,81 @@ TEST_F(ControlProgram, HelpNamesCommandsAndExitCodes) {
           "--share DIR", "--socket PATH", "--timeout SECONDS", "Exit codes:"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-}
-
-TEST_F(ControlProgram, VersionIsOneLine) {
-    EXPECT_THAT(Run({"--version"}).output, ::testing::MatchesRegex("qv_agentctl [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agentctl [0-9.]+\n"));
 }
 
 TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
-    std::vector<std::string> wrong = {"",
-                                      "nonsense",
-                                      "status extra",
-                                      "status --nonsense",
-                                      "status flush",
-                                      "status --watch never",
-                                      "queue",
-                                      "queue maybe",
-                                      "level",
-                                      "level 1",
-                                      "level 4 on",
-                                      "level -1 on",
-                                      "level 1 on first",
-                                      "level 1 on first second",
-                                      "level 1 on first second category more",
-                                      "module",
-                                      "module 7",
-                                      "module x on",
-                                      "module -7 on",
-                                      "module 99999999999 on",
-                                      "module 4294967296 on",
-                                      "module 0x10 on",
-                                      "module 7x on",
-                                      "module  on",
-                                      "status --timeout nan",
-                                      "status --timeout 0",
-                                      "status --timeout 86401",
-                                      "status --watch 0.01",
-                                      "module show on",
-                                      "mode",
-                                      "mode x",
-                                      "flushall a b"};
-    wrong.push_back("level 1 on " + std::string(5000, 'x') + " second debug");
+    const std::string wrong[] = {"",
+                                 "nonsense",
+                                 "status extra",
+                                 "status --nonsense",
+                                 "status flush",
+                                 "status --watch never",
+                                 "queue",
+                                 "queue maybe",
+                                 "level",
+                                 "level 1",
+                                 "level 4 on",
+                                 "level -1 on",
+                                 "level 1 on first",
+                                 "level 1 on first second",
+                                 "level 1 on first second category more",
+                                 "module",
+                                 "module 7",
+                                 "module x on",
+                                 "module -7 on",
+                                 "module 99999999999 on",
+                                 "module 4294967296 on",
+                                 "module 0x10 on",
+                                 "module 7x on",
+                                 "module  on",
+                                 "status --timeout nan",
+                                 "status --timeout 0",
+                                 "status --timeout 86401",
+                                 "status --watch 0.01",
+                                 "module show on",
+                                 "mode",
+                                 "mode x",
+                                 "flushall a b",
+                                 "level 1 on " + std::string(5000, 'x') + " second debug"};
     for (const std::string& words : wrong) {
         SCOPED_TRACE(words);
-        const ChildResult result = Ask(Split(words));
-        EXPECT_EQ(result.exitCode, 2);
-        EXPECT_THAT(result.output, IsEmpty());
-        EXPECT_THAT(result.errors, HasSubstr("qv_agentctl: "));
+        // Two blanks have an empty word between them.
+        ExpectFailure(Ask(SplitText(words, ' ')), 2, "qv_agentctl: ");
     }
 }
 
 TEST_F(ControlProgram, WithoutAPlaceToLookItSaysWhatToGive) {
-    const ChildResult result = Run({"status"});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(result.errors, HasSubstr("--share DIR or --socket PATH"));
+    ExpectFailure(Run({"status"}), 2, "--share DIR or --socket PATH");
 }
 
 TEST_F(ControlProgram, WithoutAnAgentItEndsWithThree) {
-    const ChildResult result = Run({"--share", Path(), "status"});
-    EXPECT_EQ(result.exitCode, 3);
-    EXPECT_THAT(result.errors, HasSubstr(Path("qv_agent.sock") + ": No such file or directory"));
+    ExpectFailure(Run({"--share", Path(), "status"}), 3,
+                  Path("qv_agent.sock") + ": No such file or directory");
     EXPECT_EQ(Run({"--share", Path("nowhere"), "status"}).exitCode, 3);
     EXPECT_EQ(Run({"--socket", Path(std::string(200, 'n')), "status"}).exitCode, 3);
 }
 
 TEST_F(ControlProgram, AnAgentThatDoesNotAnswerInTimeIsFour) {
-    NS_TEST::Happening mayAnswer;
+    Happening mayAnswer;
     const auto server = Serve([&mayAnswer](const std::string&) {
         mayAnswer.Await();
         return std::string();
     });
-    const ChildResult result = Ask({"--timeout", "0.2", "status"});
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
+    ExpectFailure(Ask({"--timeout", "0.2", "status"}), 4, "did not answer in time");
     mayAnswer.Happen();
 }
 
 TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
     for (const int signal : {SIGINT, SIGTERM}) {
-        NS_TEST::Happening asked;
-        NS_TEST::Happening mayAnswer;
+        Happening asked;
+        Happening mayAnswer;
         const auto server = Serve([&](const std::string&) {
             asked.Happen();
             mayAnswer.Await();
             return std::string();
         });
-        NS_TEST::ChildProcess watch(
+        ChildProcess watch(
             {{QV_AGENTCTL, "--socket", Socket(), "--timeout", "3600", "status", "--watch"}});
         ASSERT_TRUE(asked.Await());
         watch.Signal(signal);
@@ -180,31 +155,25 @@ TEST_F(ControlProgram, WatchEndsOnASignalEvenIfTheAgentDoesNotAnswer) {
 
 // Its queue of connections is full.
 TEST_F(ControlProgram, AnAgentThatTakesNoConnectionIsFour) {
-    const int listening = Listen();
-    const NS_TEST::SocketClient first(Socket());
-    const ChildResult result = Ask({"--timeout", "0.2", "status"});
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("did not answer in time"));
-    close(listening);
+    const auto listening = ListeningTo(Socket());
+    const SocketClient first(Socket());
+    ExpectFailure(Ask({"--timeout", "0.2", "status"}), 4, "did not answer in time");
 }
 
 TEST_F(ControlProgram, AnAnswerWithoutAnEndIsFour) {
-    const int listening = Listen();
-    std::thread agent([listening] {
-        const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+    const auto listening = ListeningTo(Socket());
+    std::thread agent([&listening] {
+        const int client = accept4(listening.Get(), nullptr, nullptr, SOCK_CLOEXEC);
         const std::string piece(65536, 'x');
         while (send(client, piece.data(), piece.size(), MSG_NOSIGNAL) > 0) {
         }
         close(client);
     });
-    const ChildResult result = Ask({"--timeout", "3600", "status"});
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("the agent's answer has no end"));
+    ExpectFailure(Ask({"--timeout", "3600", "status"}), 4, "the agent's answer has no end");
     agent.join();
-    close(listening);
 }
 
-TEST_F(ControlProgram, ModuleNumbersAreDecimal) {
+TEST_F(ControlProgram, ModuleNumbersAreDecimalAndNamesMayBeEmpty) {
     std::string requests;  // the server's while it runs
     const auto server = Serve([&requests](const std::string& text) {
         requests += text;
@@ -212,7 +181,9 @@ TEST_F(ControlProgram, ModuleNumbersAreDecimal) {
     });
     EXPECT_EQ(Ask({"module", "010", "off"}).exitCode, 0);
     EXPECT_EQ(Ask({"module", "4294967295", "show"}).output, "module 4294967295 is on\n");
+    EXPECT_EQ(Ask({"level", "1", "on", "first", "", "category"}).exitCode, 0);
     server->Stop();
+    EXPECT_THAT(requests, HasSubstr(R"("second":"")"));
     EXPECT_THAT(requests, HasSubstr(R"("module":10,)"));
     EXPECT_THAT(requests, HasSubstr(R"("module":4294967295)"));
 }
@@ -221,26 +192,20 @@ TEST_F(ControlProgram, AnAnswerThatMakesNoSenseIsFour) {
     for (const char* answer : {"", "nonsense", "[]", "{\"ok\":7.5x}", "{\"ok\":true,\"data\":7}",
                                "{\"ok\":true,\"data\":{\"channels\":[7]}}"}) {
         const auto server = Serve(answer);
-        const ChildResult result = Ask({"status"});
-        EXPECT_EQ(result.exitCode, 4) << answer;
-        EXPECT_THAT(result.errors, HasSubstr("cannot be understood")) << answer;
-        EXPECT_THAT(result.output, IsEmpty());
+        SCOPED_TRACE(answer);
+        ExpectFailure(Ask({"status"}), 4, "cannot be understood");
     }
 }
 
 TEST_F(ControlProgram, AnAgentThatBreaksOffIsFour) {
     const auto server =
         Serve([](const std::string&) -> std::string { throw std::runtime_error("lost"); });
-    const ChildResult result = Ask({"status"});
-    EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.errors, HasSubstr("broke off"));
+    ExpectFailure(Ask({"status"}), 4, "broke off");
 }
 
 TEST_F(ControlProgram, ARefusalIsOneWithReasonAndCode) {
     const auto server = Serve(R"({"ok":false,"error":"too \u001b[31mred","code":1091043331})");
-    const ChildResult result = Ask({"mode", "9"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors, "qv_agentctl: too \\x1b[31mred (0x41080003)\n");
+    ExpectFailure(Ask({"mode", "9"}), 1, "qv_agentctl: too \\x1b[31mred (0x41080003)\n");
 }
 
 TEST_F(ControlProgram, JsonIsTheDataInOneLineOfValidText) {
@@ -252,10 +217,9 @@ TEST_F(ControlProgram, JsonIsTheDataInOneLineOfValidText) {
 
 TEST_F(ControlProgram, OutputThatCannotBeWrittenIsNoSuccess) {
     const auto server = Serve(R"({"ok":true,"data":{"modules":[]}})");
-    const ChildResult result = RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
-                                            QV_AGENTCTL, "--socket", Socket(), "module", "show"}});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_THAT(result.errors, HasSubstr("could not be written"));
+    ExpectFailure(RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full", QV_AGENTCTL, "--socket",
+                               Socket(), "module", "show"}}),
+                  1, "could not be written");
 }
 
 }  // namespace

@@ -29,16 +29,13 @@ using namespace std::chrono_literals;
 using NS_REFERENCE_HOST::ControlServer;
 using NS_REFERENCE_HOST::IsPermittedPeer;
 using NS_REFERENCE_HOST::kMaximumRequest;
-using NS_TEST::AskServer;
-using NS_TEST::SocketClient;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace NS_TEST;
+using namespace testing;
 
 constexpr std::string::size_type kLongAnswer = 16 * 1024 * 1024;
 
 // Answers with the request in brackets, but for some requests that a test has a use for.
-class ControlServerLife : public NS_TEST::DirectoryTest {
+class ControlServerLife : public DirectoryTest {
   protected:
     // Without an argument nobody runs out of patience.
     void Start(std::chrono::milliseconds patience = 1h) {
@@ -82,8 +79,8 @@ class ControlServerLife : public NS_TEST::DirectoryTest {
         return "[" + request + "]";
     }
 
-    NS_TEST::Happening entered_;
-    NS_TEST::Happening mayLeave_;
+    Happening entered_;
+    Happening mayLeave_;
     std::unique_ptr<ControlServer> server_;
 };
 
@@ -91,9 +88,10 @@ TEST_F(ControlServerLife, AnswersOneRequestInOneLineAndCloses) {
     Start();
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
     EXPECT_EQ(AskServer(Socket(), ""), "[]\n");
+    EXPECT_THAT(AskServer(Socket(), "long"), SizeIs(kLongAnswer + 1));
 }
 
-TEST_F(ControlServerLife, ARequestMayComeInPieces) {
+TEST_F(ControlServerLife, ARequestMayComeInPiecesAndHasToEnd) {
     Start();
     SocketClient client(Socket());
     for (const char* piece : {"he", "l", "lo", "\n"}) {
@@ -101,6 +99,10 @@ TEST_F(ControlServerLife, ARequestMayComeInPieces) {
         EXPECT_EQ(AskServer(Socket(), "other"), "[other]\n");  // the piece has been read by now
     }
     EXPECT_EQ(client.ReceiveAll(), "[hello]\n");
+    SocketClient unfinished(Socket());
+    unfinished.Send("half");
+    unfinished.EndSending();
+    EXPECT_THAT(unfinished.ReceiveAll(), HasSubstr("does not end with a newline"));
 }
 
 TEST_F(ControlServerLife, TakesARequestOfTheGreatestLengthAndRefusesALongerOne) {
@@ -111,37 +113,14 @@ TEST_F(ControlServerLife, TakesARequestOfTheGreatestLengthAndRefusesALongerOne) 
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
 }
 
-TEST_F(ControlServerLife, AFloodDoesNotKeepItFromServing) {
+TEST_F(ControlServerLife, FloodsAndClientsThatVanishInTheMiddleOfTheirAnswersHarmNobody) {
     Start();
     for (int round = 0; round < 20; ++round) {
-        SocketClient client(Socket());
-        client.Send(std::string(1000000, 'a'));
-    }
-    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
-}
-
-TEST_F(ControlServerLife, ARequestWithoutANewlineIsAnsweredWithTheReason) {
-    Start();
-    SocketClient client(Socket());
-    client.Send("half");
-    client.EndSending();
-    EXPECT_THAT(client.ReceiveAll(), HasSubstr("does not end with a newline"));
-}
-
-TEST_F(ControlServerLife, ASilentClientIsGivenUpAndHoldsUpNobody) {
-    Start(200ms);
-    SocketClient silent(Socket());
-    silent.Send("half a li");
-    EXPECT_EQ(AskPatiently("hello"), "[hello]\n");
-    EXPECT_THAT(silent.ReceiveAll(), IsEmpty());
-}
-
-TEST_F(ControlServerLife, AClientThatVanishesInTheMiddleOfItsAnswerHarmsNobody) {
-    Start();
-    for (int round = 0; round < 10; ++round) {
-        SocketClient client(Socket());
-        client.Send("long\n");
-        EXPECT_THAT(client.ReceiveSome(1), SizeIs(1));
+        SocketClient flooding(Socket());
+        flooding.Send(std::string(1000000, 'a'));
+        SocketClient vanishing(Socket());
+        vanishing.Send("long\n");
+        EXPECT_THAT(vanishing.ReceiveSome(1), SizeIs(1));
     }
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
 }
@@ -154,15 +133,12 @@ TEST_F(ControlServerLife, AClientThatDoesNotTakeItsAnswerIsGivenUp) {
     EXPECT_LT(lazy.ReceiveAll().size(), kLongAnswer);
 }
 
-TEST_F(ControlServerLife, ALongAnswerArrivesWhole) {
-    Start();
-    EXPECT_THAT(AskServer(Socket(), "long"), SizeIs(kLongAnswer + 1));
-}
-
-TEST_F(ControlServerLife, MoreClientsThanPlacesGetTheirTurn) {
+TEST_F(ControlServerLife, SilentClientsOnAllPlacesAreGivenUpAndHoldUpNobody) {
     Start(200ms);
     const auto silent = FillWithSilentClients();
+    silent.front()->Send("half a li");
     EXPECT_EQ(AskPatiently("hello"), "[hello]\n");
+    EXPECT_THAT(silent.front()->ReceiveAll(), IsEmpty());
 }
 
 // They would have a minute and are given up after a tenth of it.
@@ -177,7 +153,7 @@ TEST_F(ControlServerLife, ThoseWhoHangDoNotKeepTheOthersOut) {
 TEST_F(ControlServerLife, ServesEightClientsAtOnce) {
     Start();
     std::atomic<int> right{0};
-    NS_TEST::OnThreads(8, [&](int thread) {
+    OnThreads(8, [&](int thread) {
         for (int round = 0; round < 50; ++round) {
             const std::string text = std::to_string(thread * 1000 + round);
             right += AskServer(Socket(), text) == "[" + text + "]\n" ? 1 : 0;
@@ -202,7 +178,7 @@ TEST_F(ControlServerLife, TheTimeOfALongRequestIsNotCountedAgainstTheOthers) {
 }
 
 TEST_F(ControlServerLife, ARequestThatFailsCostsOnlyItsClient) {
-    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    const CapturedOutput errors(STDERR_FILENO);
     Start();
     EXPECT_THAT(AskServer(Socket(), "throw"), IsEmpty());
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
@@ -264,7 +240,7 @@ TEST_F(ControlServerLife, AnotherUserIsRefusedEvenWhereTheModeWouldLetHimIn) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
-    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
+    const CapturedOutput errors(STDERR_FILENO);
     Start();
     ASSERT_EQ(chmod(Path().c_str(), 0711), 0);
     ASSERT_EQ(chmod(Socket().c_str(), 0666), 0);

@@ -15,14 +15,12 @@
 namespace {
 
 using NS_REFERENCE_HOST::ControlServiceObject;
-using NS_TEST::CapturedOutput;
 using ::testing::HasSubstr;
 
 class ControlBundle : public NS_TEST::DirectoryTest {
   protected:
     std::string Socket() const { return Path("qv_agent.sock"); }
 
-  private:
     NS_TEST::ScopedVariable share_{"_APP_SHARE_DIR", Path()};
 };
 
@@ -36,22 +34,17 @@ TEST_F(ControlBundle, ServesFromInitToStopService) {
     EXPECT_EQ(object.fini(), 0);
 }
 
-TEST_F(ControlBundle, RefusesToStartWithoutAShareDirectory) {
-    const NS_TEST::ScopedVariable none("_APP_SHARE_DIR", std::nullopt);
-    const CapturedOutput errors(STDERR_FILENO);
-    ControlServiceObject object;
-    EXPECT_EQ(object.init(0, nullptr), -1);
-    EXPECT_THAT(errors.Text(), HasSubstr("_APP_SHARE_DIR"));
-}
-
-TEST_F(ControlBundle, RefusesArgumentsThatItDoesNotKnow) {
-    const CapturedOutput errors(STDERR_FILENO);
+TEST_F(ControlBundle, RefusesArgumentsThatItDoesNotKnowAndToStartWithoutAShareDirectory) {
+    const NS_TEST::CapturedOutput errors(STDERR_FILENO);
     ControlServiceObject object;
     char argument[] = "--open";
     char* arguments[] = {argument, nullptr};
     EXPECT_EQ(object.init(1, arguments), -1);
     EXPECT_THAT(errors.Text(), HasSubstr("--open"));
     EXPECT_FALSE(std::filesystem::exists(Socket()));
+    share_.Set(std::nullopt);
+    EXPECT_EQ(object.init(0, nullptr), -1);
+    EXPECT_THAT(errors.Text(), HasSubstr("_APP_SHARE_DIR"));
 }
 
 }  // namespace

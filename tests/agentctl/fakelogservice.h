@@ -6,10 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "bundlemgr/ifbuf.h"
-#include "platform/hostcontrol.h"
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "qv_base_log/logsvcinterface.h"
+#include "support/otherservices.h"
 
 namespace NS_TEST {
 
@@ -18,11 +17,6 @@ namespace NS_TEST {
 // Thread safety: one thread at a time.
 class FakeMaintenance : public NS_LOG_SERVICE1::LogMaintenanceInterface {
   public:
-    FakeMaintenance() {
-        NS_BUNDLEMGR1::SetIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME, this);
-    }
-    ~FakeMaintenance() override { NS_REFERENCE_HOST::RemoveFromIFBuf(this); }
-
     std::string GetIFName() const override { return "fake"; }
     bool IsValid() const override { return true; }
     unsigned int GetVersion() const override { return version; }
@@ -64,14 +58,14 @@ class FakeMaintenance : public NS_LOG_SERVICE1::LogMaintenanceInterface {
     unsigned int code = 0;
     bool success = true;
     bool throws = false;
+
+  private:
+    RegisteredInterface registered_{NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME, *this};
 };
 
 // The same for the service itself.
 class FakeLogService : public NS_LOG_SERVICE1::LogSvcInterface {
   public:
-    FakeLogService() { NS_BUNDLEMGR1::SetIFBuf(NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME, this); }
-    ~FakeLogService() override { NS_REFERENCE_HOST::RemoveFromIFBuf(this); }
-
     std::string GetIFName() const override { return "fake"; }
     bool IsValid() const override { return true; }
     bool Init() override { return true; }
@@ -97,6 +91,9 @@ class FakeLogService : public NS_LOG_SERVICE1::LogSvcInterface {
     std::vector<unsigned int> modes;
     std::map<unsigned int, bool> switches;
     unsigned int code = 0;
+
+  private:
+    RegisteredInterface registered_{NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME, *this};
 };
 
 }  // namespace NS_TEST

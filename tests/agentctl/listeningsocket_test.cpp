@@ -41,14 +41,6 @@ class ListeningSocketLife : public NS_TEST::DirectoryTest {
         struct stat found {};
         return stat(Socket().c_str(), &found) == 0 ? found.st_mode : 0;
     }
-
-    // A socket that nobody listens to: what an agent leaves that has been killed.
-    FileDescriptor Bound() const {
-        FileDescriptor bound(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const SocketAddress address(Socket());
-        EXPECT_EQ(bind(bound.Get(), address.Get(), address.Size()), 0);
-        return bound;
-    }
 };
 
 TEST_F(ListeningSocketLife, IsForItsOwnerOnlyWhateverTheMask) {
@@ -58,19 +50,13 @@ TEST_F(ListeningSocketLife, IsForItsOwnerOnlyWhateverTheMask) {
         EXPECT_EQ(umask(before), mask) << "the mask is left alone";
         EXPECT_EQ(Mode(), S_IFSOCK | 0600);
         EXPECT_NO_THROW(SocketClient client(Socket()));
-    }
-}
-
-TEST_F(ListeningSocketLife, LeavesNothingElseInTheDirectory) {
-    {
-        const ListeningSocket made(Socket());
         EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::ElementsAre("socket"));
     }
-    EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::IsEmpty());
+    EXPECT_THAT(NS_TEST::ListFiles(Path()), ::testing::IsEmpty()) << "it goes with its object";
 }
 
 TEST_F(ListeningSocketLife, ReplacesTheSocketOfADeadAgent) {
-    Bound();
+    NS_TEST::BoundSocket(Socket());
     const ListeningSocket made(Socket());
     EXPECT_NO_THROW(SocketClient client(Socket()));
     EXPECT_EQ(Mode(), S_IFSOCK | 0600);
@@ -83,8 +69,7 @@ TEST_F(ListeningSocketLife, DoesNotReplaceTheSocketOfALivingAgent) {
 }
 
 TEST_F(ListeningSocketLife, TakesAFullQueueForASignOfLife) {
-    const FileDescriptor busy = Bound();
-    ASSERT_EQ(listen(busy.Get(), 0), 0);
+    const FileDescriptor busy = NS_TEST::ListeningTo(Socket());
     const SocketClient first(Socket());
     EXPECT_THAT(Reason(), HasSubstr("another agent serves"));
 }
@@ -105,10 +90,6 @@ TEST_F(ListeningSocketLife, GivesWayToAnAgentThatIsStartingInTheSameDirectory) {
     EXPECT_THAT(Reason(), HasSubstr("is locked"));
     ASSERT_EQ(flock(directory.Get(), LOCK_UN), 0);
     EXPECT_EQ(Reason(), "");
-}
-
-TEST_F(ListeningSocketLife, SaysSoWhenThereIsNoDirectory) {
-    EXPECT_THAT(Reason(Path("nowhere/socket")), HasSubstr("nowhere: No such file or directory"));
 }
 
 TEST_F(ListeningSocketLife, DoesNotRemoveTheSocketThatHasTakenItsPlace) {
@@ -135,7 +116,8 @@ TEST_F(ListeningSocketLife, ThePathMayBeLongerThanASocketAddress) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(ListeningSocketLife, ANameThatIsTooLongIsRefused) {
+TEST_F(ListeningSocketLife, RefusesAMissingDirectoryAndANameThatIsTooLong) {
+    EXPECT_THAT(Reason(Path("nowhere/socket")), HasSubstr("nowhere: No such file or directory"));
     EXPECT_THROW(SocketAddress address(Path(std::string(120, 'n'))), std::system_error);
 }
 

@@ -7,29 +7,23 @@
 #include <filesystem>
 
 #include "agentctl/liveagent.h"
-#include "support/files.h"
 #include "support/onthreads.h"
 
 namespace {
 
-using NS_TEST::ChildProcess;
-using NS_TEST::ChildResult;
-using NS_TEST::LiveAgent;
-using ::testing::AnyOf;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
+using namespace NS_TEST;
+using namespace testing;
 
 TEST_F(LiveAgent, StatusShowsTheSevenChannels) {
-    Start({"--traffic", "none"});
+    Start();
     const std::string status = Succeed({"status"});
     EXPECT_THAT(status, HasSubstr("output: direct (mode 0)\n"));
-    for (const std::string& category : NS_TEST::kCategories) {
+    for (const std::string& category : kCategories) {
         EXPECT_THAT(status, HasSubstr("\n" + category + " "));
     }
-    EXPECT_EQ(Data({"status"})["channels"].size(), NS_TEST::kCategories.size());
-    EXPECT_EQ(Stop(), 0);
-    EXPECT_FALSE(std::filesystem::exists(Path("qv_agent.sock")));
+    EXPECT_EQ(Channels().size(), kCategories.size());
+    Stop();
+    EXPECT_FALSE(std::filesystem::exists(socket_));
 }
 
 TEST_F(LiveAgent, StatusCountsWhatIsWritten) {
@@ -37,27 +31,34 @@ TEST_F(LiveAgent, StatusCountsWhatIsWritten) {
     Log("one");
     Log("two");
     ASSERT_TRUE(AwaitCount("recordsWritten", 2));
-    const Json::Value channel = Channel("corbaoper");
+    const Json::Value channel = Channel();
     EXPECT_EQ(channel["bytesWritten"].asUInt64(),
               std::filesystem::file_size(channel["currentFile"].asString()));
     EXPECT_EQ(channel["lastError"].asInt(), 0);
     EXPECT_THAT(Succeed({"status"}), HasSubstr(channel["currentFile"].asString()));
 }
 
-TEST_F(LiveAgent, QueuedRecordsAreWrittenAfterTheIntervalWithoutAnyFlush) {
+TEST_F(LiveAgent, QueuedRecordsAreWrittenAfterTheIntervalOrAtTheEndWithoutAnyFlush) {
     StartWithInput();
     EXPECT_THAT(Succeed({"queue", "on"}), HasSubstr("queued (mode 1), written out periodically"));
-    EXPECT_TRUE(Data({"status"})["periodic"].asBool());
+    EXPECT_TRUE(IsPeriodic());
     Log("written by the schedule service");
     ASSERT_TRUE(AwaitCount("recordsWritten", 1));
-    EXPECT_EQ(Channel("corbaoper")["recordsQueuedMost"].asInt(), 1);
+    EXPECT_EQ(Channel()["recordsQueuedMost"].asInt(), 1);
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("written by the schedule service"));
     Log("once more");
     EXPECT_TRUE(
         Await([this] { return Logged("corbaoper").find("once more") != std::string::npos; }));
     EXPECT_THAT(Succeed({"queue", "off"}), HasSubstr("direct"));
-    EXPECT_FALSE(Data({"status"})["periodic"].asBool());
-    EXPECT_EQ(Stop(), 0);
+    EXPECT_FALSE(IsPeriodic());
+    Succeed({"queue", "on"});
+    Log("the last word");
+    ASSERT_TRUE(Await([this] {
+        const Json::Value channel = Channel();
+        return channel["recordsWritten"].asInt() + channel["recordsQueued"].asInt() == 3;
+    }));
+    Stop();
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("the last word"));
 }
 
 // The product's own interval: nothing shortens it from outside.
@@ -65,25 +66,19 @@ TEST_F(LiveAgent, AppliesAChangeOfTheConfigurationWithinHalfAMinute) {
     StartWithInput();
     Log("known before");
     ASSERT_TRUE(AwaitCount("recordsWritten", 1));
-    const std::string file = Path("conf/corba_agent.cfg");
-    const auto before = std::filesystem::last_write_time(file);
-    const std::string text = NS_TEST::ReadFile(file);
-    const std::string old = "logswitch = 1,1,1,1";
-    ASSERT_NE(text.find(old), std::string::npos);
-    NS_TEST::WriteFile(file + ".new", std::string(text).replace(text.find(old), old.size(),
-                                                                "logswitch = 1,0,1,1"));
-    std::filesystem::last_write_time(file + ".new", before + std::chrono::seconds(10));
-    std::filesystem::rename(file + ".new", file);
-
-    const auto levelIsOff = [this] {
-        return !Data({"loggers"})["loggers"][0]["levels"][1].asBool();
-    };
-    ASSERT_TRUE(Await(levelIsOff)) << agent_->GetErrors();
+    const auto later = std::filesystem::last_write_time(configFile_) + std::chrono::seconds(10);
+    std::string text = ReadFile(configFile_);
+    const std::string levels = "logswitch = 1,1,1,1";
+    WriteFile(Path("new"), text.replace(text.find(levels), levels.size(), "logswitch = 1,0,1,1"));
+    std::filesystem::last_write_time(Path("new"), later);
+    std::filesystem::rename(Path("new"), configFile_);
+    ASSERT_TRUE(Await([this] { return !Loggers()[0]["levels"][1].asBool(); }))
+        << agent_->GetErrors();
     EXPECT_TRUE(agent_->WaitForError("LogLevel_1 close "));
     Log("kept back now");
     ASSERT_TRUE(AwaitCount("recordsCached", 1));
-    EXPECT_EQ(Channel("corbaoper")["recordsWritten"].asInt(), 1);
-    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(Channel()["recordsWritten"].asInt(), 1);
+    Stop();
 }
 
 TEST_F(LiveAgent, WithoutTheScheduleServiceQueuedRecordsWaitForFlushOrTheQueuesEnd) {
@@ -95,36 +90,27 @@ TEST_F(LiveAgent, WithoutTheScheduleServiceQueuedRecordsWaitForFlushOrTheQueuesE
     EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("waiting")));
     EXPECT_THAT(Succeed({"flush"}), IsEmpty());
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("waiting"));
-    EXPECT_EQ(Channel("corbaoper")["recordsQueued"].asInt(), 0);
+    EXPECT_EQ(Channel()["recordsQueued"].asInt(), 0);
     Log("the last");
     ASSERT_TRUE(AwaitCount("recordsQueued", 1));
     Succeed({"queue", "off"});
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("the last"));
 }
 
-TEST_F(LiveAgent, AnAgentThatEndsWithPeriodicOutputOnLosesNothing) {
-    StartWithInput();
-    Succeed({"queue", "on"});
-    Log("the last word");
-    ASSERT_TRUE(AwaitCount("recordsQueuedMost", 1));
-    EXPECT_EQ(Stop(), 0);
-    EXPECT_THAT(Logged("corbaoper"), HasSubstr("the last word"));
-}
-
 TEST_F(LiveAgent, LevelsAreSwitchedGloballyAndPerLogger) {
     Start({"--sample", "--keep-running"});
     ASSERT_TRUE(agent_->WaitForError("the clients are done"));
     Succeed({"level", "1", "off"});
-    const Json::Value all = Data({"loggers"})["loggers"];
+    const Json::Value all = Loggers();
     for (const Json::Value& logger : all) {
         EXPECT_FALSE(logger["levels"][1].asBool());
     }
-    const Json::Value chosen = Data({"loggers"})["loggers"][2];
+    const Json::Value chosen = all[2];
     Succeed({"level", "1", "on", chosen["first"].asString(), chosen["second"].asString(),
              chosen["category"].asString()});
-    const Json::Value loggers = Data({"loggers"})["loggers"];
-    for (Json::ArrayIndex index = 0; index < loggers.size(); ++index) {
-        EXPECT_EQ(loggers[index]["levels"][1].asBool(), index == 2);
+    const Json::Value changed = Loggers();
+    for (Json::ArrayIndex index = 0; index < all.size(); ++index) {
+        EXPECT_EQ(changed[index]["levels"][1].asBool(), index == 2);
     }
     EXPECT_THAT(Succeed({"loggers"}), HasSubstr(chosen["second"].asString()));
     EXPECT_THAT(Refusal({"level", "1", "on", "no", "such", "logger"}), HasSubstr("no such logger"));
@@ -141,14 +127,14 @@ TEST_F(LiveAgent, ALevelThatIsOffKeepsRecordsBackAndFlushallWritesThem) {
     EXPECT_THAT(Logged("corbaoper"), Not(HasSubstr("kept back")));
     Succeed({"flushall", "corbaoper"});
     EXPECT_THAT(Logged("corbaoper"), HasSubstr("kept back"));
-    EXPECT_EQ(Channel("corbaoper")["recordsCached"].asInt(), 0);
-    EXPECT_EQ(Channel("corbaoper")["recordsDumped"].asInt(), 1);
+    EXPECT_EQ(Channel()["recordsCached"].asInt(), 0);
+    EXPECT_EQ(Channel()["recordsDumped"].asInt(), 1);
 }
 
 TEST_F(LiveAgent, FlushallWithoutACategoryDumpsEveryChannel) {
-    Start({"--traffic", "none"});
+    Start();
     Succeed({"flushall"});
-    const Json::Value channels = Data({"status"})["channels"];
+    const Json::Value channels = Channels();
     for (const Json::Value& channel : channels) {
         EXPECT_THAT(Logged(channel["category"].asString()), HasSubstr("maintenance command"));
     }
@@ -156,7 +142,7 @@ TEST_F(LiveAgent, FlushallWithoutACategoryDumpsEveryChannel) {
 }
 
 TEST_F(LiveAgent, ModulesAreSwitched) {
-    Start({"--traffic", "none"});
+    Start();
     EXPECT_THAT(Succeed({"module", "show"}), HasSubstr("all modules are on"));
     EXPECT_EQ(Succeed({"module", "7", "show"}), "module 7 is on\n");
     EXPECT_EQ(Succeed({"module", "7", "off"}), "module 7 is off\n");
@@ -170,49 +156,39 @@ TEST_F(LiveAgent, ModulesAreSwitched) {
 }
 
 TEST_F(LiveAgent, ModeEndsThePeriodicOutputAndRefusesWhatItDoesNotKnow) {
-    Start({"--traffic", "none"});
+    Start();
     EXPECT_THAT(Succeed({"mode", "0"}), IsEmpty());
     EXPECT_THAT(Succeed({"mode", "1"}), IsEmpty());
     EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
     EXPECT_THAT(Refusal({"mode", "2"}), HasSubstr("neither 0 nor 1 (0x41180003)"));
     Succeed({"queue", "on"});
     Succeed({"mode", "0"});
-    EXPECT_FALSE(Data({"status"})["periodic"].asBool());
+    EXPECT_FALSE(IsPeriodic());
     // The task has gone and can be deleted no second time; there is nothing more to end either.
     EXPECT_THAT(Refusal({"mode", "0"}), HasSubstr("refused to delete the periodic output task"));
     Succeed({"queue", "on"});
-    EXPECT_TRUE(Data({"status"})["periodic"].asBool());
+    EXPECT_TRUE(IsPeriodic());
     Succeed({"queue", "off"});
     EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
 }
 
 TEST_F(LiveAgent, AnAgentSaysAtItsEndWhatWasLost) {
-    NS_TEST::WriteFile(Path("log"), "in the way");
+    WriteFile(Path("log"), "in the way");
     StartWithInput();
     Log("nowhere to go");
     ASSERT_TRUE(AwaitCount("recordsDropped", 1));
     Succeed({"level", "1", "off"});
     Log("kept back");
     ASSERT_TRUE(AwaitCount("recordsCached", 1));
-    EXPECT_EQ(Stop(), 0);
+    Stop();
     EXPECT_THAT(agent_->GetErrors(),
                 HasSubstr("corbaoper: 1 records could not be written (last error: "));
     EXPECT_THAT(agent_->GetErrors(),
                 HasSubstr("corbaoper: 1 records of switched-off levels were never written"));
 }
 
-TEST_F(LiveAgent, NamesThatATerminalWouldObeyAreEscapedAndCanBeNamedBack) {
-    Configure("bundles = qv_base_log, qv_control, oddloggers=" QV_ODD_LOGGERS "\n");
-    Start({"--traffic", "none"});
-    const std::string shown = Succeed({"loggers"});
-    EXPECT_THAT(shown, HasSubstr("evil\\x1b[2J\\n\\xff"));
-    EXPECT_THAT(shown, Not(HasSubstr("\x1b")));
-    Succeed({"level", "3", "off", "evil\x1b[2J\n\xff", "", "debug"});
-    EXPECT_FALSE(Data({"loggers"})["loggers"][0]["levels"][3].asBool());
-}
-
-TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignal) {
-    Start({"--traffic", "none"});
+TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignalOrWhenNobodyReads) {
+    Start();
     for (const int signal : {SIGINT, SIGTERM}) {
         ChildProcess watch(Operator({"status", "--watch", "0.1"}));
         EXPECT_TRUE(watch.WaitForOutput("output: direct", 3));
@@ -222,87 +198,69 @@ TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignal) {
         EXPECT_EQ(result.errors, "");
         EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));  // no terminal, nothing to redraw
     }
-}
-
-TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlaceAndEndsWithTheAgent) {
-    Start({"--traffic", "none"});
-    const std::string command =
-        std::string(QV_AGENTCTL) + " --share " + Path() + " status --watch 0.1";
-    ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
-    EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[Joutput: direct", 3));
-    EXPECT_EQ(Stop(), 0);
-    // The end may come between two requests or in the middle of one.
-    EXPECT_THAT(terminal.Wait().exitCode, AnyOf(3, 4));
-}
-
-TEST_F(LiveAgent, WatchEndsWhenNobodyReadsAnyMore) {
-    Start({"--traffic", "none"});
     ChildProcess watch(Operator({"--json", "status", "--watch", "3600"}));
     ASSERT_TRUE(watch.WaitForOutput("\n"));
     watch.CloseOutput();
     EXPECT_EQ(watch.Wait().exitCode, 0);
 }
 
+TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlaceAndEndsWithTheAgent) {
+    Start();
+    const std::string command =
+        std::string(QV_AGENTCTL) + " --share " + Path() + " status --watch 0.1";
+    ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
+    EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[Joutput: direct", 3));
+    Stop();
+    // The end may come between two requests or in the middle of one.
+    EXPECT_THAT(terminal.Wait().exitCode, AnyOf(3, 4));
+}
+
 TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
     Configure("bundles = qv_control\n");
-    Start({"--traffic", "none"});
-    const std::vector<std::vector<std::string>> commands = {{"status"},
-                                                            {"flush"},
-                                                            {"flushall"},
-                                                            {"queue", "on"},
-                                                            {"loggers"},
-                                                            {"mode", "0"},
-                                                            {"module", "show"},
-                                                            {"level", "1", "on"},
-                                                            {"module", "7", "show"}};
-    for (const auto& command : commands) {
-        EXPECT_THAT(Refusal(command), HasSubstr("runs no logging service"));
+    Start();
+    for (const char* command : {"status", "flush", "flushall", "queue on", "loggers", "mode 0",
+                                "module show", "level 1 on", "module 7 show"}) {
+        EXPECT_THAT(Refusal(SplitText(command, ' ')), HasSubstr("runs no logging service"));
     }
-    EXPECT_EQ(Stop(), 0);
+    Stop();
 }
 
-TEST_F(LiveAgent, ASecondAgentInTheSameDirectoryDoesNotStart) {
-    Start({"--traffic", "none"});
+TEST_F(LiveAgent, ASecondAgentInTheSameDirectoryStartsOnlyOnceTheFirstWasKilled) {
+    Start();
     const ChildResult second = Run({"--traffic", "none"});
     EXPECT_EQ(second.exitCode, 5);
-    EXPECT_THAT(second.errors, HasSubstr("another agent serves " + Path("qv_agent.sock")));
+    EXPECT_THAT(second.errors, HasSubstr("another agent serves " + socket_));
     EXPECT_THAT(Succeed({"status"}), HasSubstr("output: direct"));
-}
-
-TEST_F(LiveAgent, TheSocketOfAKilledAgentIsReplaced) {
-    Start({"--traffic", "none"});
     agent_->Signal(SIGKILL);
     EXPECT_EQ(agent_->Wait().exitCode, -SIGKILL);
-    EXPECT_TRUE(std::filesystem::exists(Path("qv_agent.sock")));
+    EXPECT_TRUE(std::filesystem::exists(socket_));
     EXPECT_EQ(Control({"status"}).exitCode, 3);
-    Start({"--traffic", "none"});
+    Start();
     EXPECT_THAT(Succeed({"status"}), HasSubstr("output: direct"));
     struct stat found {};
-    ASSERT_EQ(stat(Path("qv_agent.sock").c_str(), &found), 0);
+    ASSERT_EQ(stat(socket_.c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777, 0600U);
 }
 
 TEST_F(LiveAgent, EightOperatorsAtOnceWhileEightThreadsLog) {
     Start({"--sample", "--threads", "8", "--operations", "1000000"});
-    ASSERT_TRUE(Await([this] { return Channel("corbaoper")["recordsWritten"].asInt() > 0; }));
-    const std::vector<std::vector<std::string>> commands = {
-        {"status"},           {"flush"},        {"flushall"},
-        {"queue", "on"},      {"queue", "off"}, {"level", "3", "off"},
-        {"level", "3", "on"}, {"loggers"}};
+    ASSERT_TRUE(Await([this] { return Channel()["recordsWritten"].asInt() > 0; }));
+    const std::vector<std::string> commands = {"status",    "flush",       "flushall",   "queue on",
+                                               "queue off", "level 3 off", "level 3 on", "loggers"};
     std::atomic<int> failed{0};
-    NS_TEST::OnThreads(commands.size(), [&](std::size_t index) {
+    OnThreads(commands.size(), [&](std::size_t index) {
         for (std::size_t round = 0; round < 4; ++round) {
-            const auto& command = commands[(index + round) % commands.size()];
-            failed += Control(command).exitCode == 0 ? 0 : 1;
+            const std::string& command = commands[(index + round) % commands.size()];
+            failed += Control(SplitText(command, ' ')).exitCode == 0 ? 0 : 1;
         }
     });
     EXPECT_EQ(failed, 0);
     Succeed({"queue", "off"});
-    const Json::Value channels = Data({"status"})["channels"];
+    const Json::Value channels = Channels();
     for (const Json::Value& channel : channels) {
         EXPECT_EQ(channel["recordsDropped"].asUInt64(), 0U);
     }
-    EXPECT_EQ(Stop(), 0);
+    Stop();
 }
 
 }  // namespace

@@ -14,26 +14,28 @@ using NS_REFERENCE_HOST::ScheduleServiceObject;
 using NS_SCHEDULE_SERVICE1::PeriodicTasks;
 using NS_SCHEDULE_SERVICE1::ScheduleSvcInterface;
 using NS_TEST::CountingTask;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
+
+auto Registered() {
+    return NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface");
+}
 
 ScheduleSvcInterface* Find() {
-    const auto found = NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface");
+    const auto found = Registered();
     return found.empty() ? nullptr : dynamic_cast<ScheduleSvcInterface*>(found.front());
 }
 
 TEST(ScheduleService, IsRegisteredFromInitToFini) {
     ScheduleServiceObject object;
-    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), IsEmpty());
+    EXPECT_THAT(Registered(), IsEmpty());
     ASSERT_EQ(object.init(0, nullptr), 0);
-    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), SizeIs(1));
+    EXPECT_THAT(Registered(), SizeIs(1));
     EXPECT_EQ(Find()->GetIFName(), "ScheduleSvcInterface");
     EXPECT_TRUE(Find()->IsValid());
     EXPECT_EQ(object.StopService(), 0);
-    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), SizeIs(1));
+    EXPECT_THAT(Registered(), SizeIs(1));
     EXPECT_EQ(object.fini(), 0);
-    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), IsEmpty());
+    EXPECT_THAT(Registered(), IsEmpty());
 }
 
 TEST(ScheduleService, RunsTasksEverySecondUntilTheyAreDeleted) {
@@ -48,6 +50,9 @@ TEST(ScheduleService, RunsTasksEverySecondUntilTheyAreDeleted) {
     EXPECT_TRUE(task.AwaitRuns(2));
     EXPECT_EQ(service->DeleteTask(handle), 0);
     EXPECT_NE(service->DeleteTask(handle), 0);
+    const int64_t left = tasks->CreatePeriodicTask(3600, task);
+    object.StopService();
+    EXPECT_EQ(service->DeleteTask(left), 0) << "tasks can be put away after the end";
     EXPECT_EQ(object.fini(), 0);
 }
 
@@ -62,29 +67,16 @@ TEST(ScheduleService, RefusesAnIntervalOfZeroAndTakesTheLongest) {
     EXPECT_EQ(task.Runs(), 0);
 }
 
-TEST(ScheduleService, TasksCanBePutAwayAfterStopService) {
-    ScheduleServiceObject object;
-    ASSERT_EQ(object.init(0, nullptr), 0);
-    CountingTask task;
-    const int64_t handle = dynamic_cast<PeriodicTasks*>(Find())->CreatePeriodicTask(3600, task);
-    object.StopService();
-    EXPECT_EQ(Find()->DeleteTask(handle), 0);
-}
-
-TEST(ScheduleService, EndsWithoutHavingBeenStarted) {
-    ScheduleServiceObject object;
-    EXPECT_EQ(object.StopService(), 0);
-    EXPECT_EQ(object.fini(), 0);
-}
-
-TEST(ScheduleService, RefusesArgumentsThatItDoesNotKnow) {
+TEST(ScheduleService, RefusesArgumentsThatItDoesNotKnowAndEndsWithoutHavingBeenStarted) {
     const NS_TEST::CapturedOutput errors(STDERR_FILENO);
     ScheduleServiceObject object;
     char argument[] = "--fast";
     char* arguments[] = {argument, nullptr};
     EXPECT_EQ(object.init(1, arguments), -1);
     EXPECT_THAT(errors.Text(), HasSubstr("--fast"));
-    EXPECT_THAT(NS_BUNDLEMGR1::CheckIFBuf("ScheduleSvcInterface"), IsEmpty());
+    EXPECT_THAT(Registered(), IsEmpty());
+    EXPECT_EQ(object.StopService(), 0);
+    EXPECT_EQ(object.fini(), 0);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // A client of the control socket that may behave as badly as it likes.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -29,14 +30,7 @@ class SocketClient {
 
     // Sends what the other end takes.
     void Send(const std::string& text) {
-        for (std::string::size_type sent = 0; sent < text.size();) {
-            const ssize_t length =
-                send(socket_.Get(), text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-            if (length < 0) {
-                return;
-            }
-            sent += static_cast<std::string::size_type>(length);
-        }
+        send(socket_.Get(), text.data(), text.size(), MSG_NOSIGNAL);
     }
 
     void EndSending() { shutdown(socket_.Get(), SHUT_WR); }
@@ -69,6 +63,21 @@ class SocketClient {
   private:
     NS_REFERENCE_HOST::FileDescriptor socket_;
 };
+
+// A socket that nobody listens to: what an agent leaves that has been killed.
+inline NS_REFERENCE_HOST::FileDescriptor BoundSocket(const std::string& path) {
+    NS_REFERENCE_HOST::FileDescriptor bound(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const NS_REFERENCE_HOST::SocketAddress address(path);
+    EXPECT_EQ(bind(bound.Get(), address.Get(), address.Size()), 0);
+    return bound;
+}
+
+// One whose queue of connections is the shortest; nobody takes any of them.
+inline NS_REFERENCE_HOST::FileDescriptor ListeningTo(const std::string& path) {
+    NS_REFERENCE_HOST::FileDescriptor bound = BoundSocket(path);
+    EXPECT_EQ(listen(bound.Get(), 0), 0);
+    return bound;
+}
 
 // One request by a client that behaves.
 inline std::string AskServer(const std::string& path, const std::string& request) {

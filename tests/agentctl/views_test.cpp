@@ -10,17 +10,8 @@
 
 namespace {
 
-using NS_REFERENCE_HOST::CountCharacters;
-using NS_REFERENCE_HOST::EscapeForTerminal;
-using NS_REFERENCE_HOST::ReadJsonObject;
-using NS_REFERENCE_HOST::ReplaceInvalidUtf8;
-using NS_REFERENCE_HOST::Table;
-using NS_REFERENCE_HOST::ViewLoggers;
-using NS_REFERENCE_HOST::ViewModule;
-using NS_REFERENCE_HOST::ViewModules;
-using NS_REFERENCE_HOST::ViewStatus;
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace NS_REFERENCE_HOST;
+using namespace testing;
 
 TEST(TerminalText, LeavesReadableTextAsItIs) {
     for (const char* text : {"", "plain text, 7!", "Grüße 日本 😀"}) {
@@ -56,12 +47,9 @@ TEST(TerminalText, OnATerminalWithoutUtf8OnlyAsciiIsReadable) {
     EXPECT_EQ(EscapeForTerminal("u", false), "u");
 }
 
-TEST(TerminalText, InvalidBytesAreReplacedForJson) {
+TEST(TerminalText, HasItsInvalidBytesReplacedForJsonAndItsCharactersCounted) {
     EXPECT_EQ(ReplaceInvalidUtf8("a\xff\xc3ü"), "a\uFFFD\uFFFDü");
     EXPECT_EQ(ReplaceInvalidUtf8("fine"), "fine");
-}
-
-TEST(TerminalText, CountsCharactersNotBytes) {
     EXPECT_EQ(CountCharacters("Grüße"), 5U);
     EXPECT_EQ(CountCharacters(""), 0U);
 }
@@ -71,6 +59,7 @@ TEST(ControlTable, AlignsItsColumns) {
     table.AddColumn("NAME", Table::Align::Left);
     table.AddColumn("N", Table::Align::Right);
     table.AddColumn("REST", Table::Align::Left);
+    EXPECT_EQ(table.Render(), "NAME  N  REST\n");
     table.AddRow({"ü", "100", "x"});
     table.AddRow({"longer", "7", ""});
     EXPECT_EQ(table.Render(),
@@ -79,26 +68,23 @@ TEST(ControlTable, AlignsItsColumns) {
               "longer    7\n");
 }
 
-TEST(ControlTable, WithoutRowsHasItsTitles) {
-    Table table;
-    table.AddColumn("A", Table::Align::Left);
-    EXPECT_EQ(table.Render(), "A\n");
-}
-
-std::string Status(const std::string& output, const std::string& error) {
-    return R"({"mode":)" + output +
-           R"(,"channels":[{"category":"corbaoper","currentFile":"/log/x.log",)"
-           R"("recordsWritten":1,"recordsDumped":2,"recordsDropped":3,"recordsEvicted":4,)"
-           R"("recordsQueued":5,"recordsQueuedMost":6,"recordsCached":7,"bytesWritten":123456,)"
-           R"("rotations":9,)" +
-           error + "}]}";
-}
-
 constexpr char kNoError[] = R"("lastError":0,"lastErrorText":"","lastErrorTime":0)";
+
+std::string StatusView(const std::string& output, const std::string& error = kNoError) {
+    return ViewStatus(
+        ReadJsonObject(
+            R"({"mode":)" + output +
+            R"(,"channels":[{"category":"corbaoper","currentFile":"/log/x.log",)"
+            R"("recordsWritten":1,"recordsDumped":2,"recordsDropped":3,"recordsEvicted":4,)"
+            R"("recordsQueued":5,"recordsQueuedMost":6,"recordsCached":7,"bytesWritten":123456,)"
+            R"("rotations":9,)" +
+            error + "}]}"),
+        true);
+}
 
 TEST(ControlViews, StatusIsATableOfChannels) {
     EXPECT_EQ(
-        ViewStatus(ReadJsonObject(Status(R"(0,"periodic":false)", kNoError)), true),
+        StatusView(R"(0,"periodic":false)"),
         "output: direct (mode 0)\n"
         "CATEGORY   WRITTEN  DUMPED  DROPPED  EVICTED  QUEUED  MOST  CACHED   BYTES  ROTATIONS"
         "  FILE\n"
@@ -107,21 +93,19 @@ TEST(ControlViews, StatusIsATableOfChannels) {
 }
 
 TEST(ControlViews, StatusTellsWhetherQueuesAreWrittenPeriodically) {
-    EXPECT_THAT(ViewStatus(ReadJsonObject(Status(R"(1,"periodic":true)", kNoError)), true),
+    EXPECT_THAT(StatusView(R"(1,"periodic":true)"),
                 HasSubstr("queued (mode 1), written out periodically\n"));
-    EXPECT_THAT(ViewStatus(ReadJsonObject(Status(R"(1,"periodic":false)", kNoError)), true),
-                HasSubstr("not written out periodically"));
+    EXPECT_THAT(StatusView(R"(1,"periodic":false)"), HasSubstr("not written out periodically"));
 }
 
 TEST(ControlViews, StatusExplainsTheLastErrorWithItsLocalTime) {
     const NS_TEST::ScopedTimeZone zone(NS_TEST::BERLIN);
     const std::string error =
         R"("lastError":28,"lastErrorText":"No space left","lastErrorTime":1700000000)";
-    EXPECT_THAT(ViewStatus(ReadJsonObject(Status(R"(0,"periodic":false)", error)), true),
+    EXPECT_THAT(StatusView(R"(0,"periodic":false)", error),
                 HasSubstr("\nlast error: corbaoper: No space left (errno 28) at "
                           "2023-11-14 23:13:20 +0100\n"));
-    EXPECT_THAT(ViewStatus(ReadJsonObject(Status(R"(0,"periodic":false)", kNoError)), true),
-                Not(HasSubstr("last error")));
+    EXPECT_THAT(StatusView(R"(0,"periodic":false)"), Not(HasSubstr("last error")));
 }
 
 TEST(ControlViews, LoggersAreShownWithTheirNamesEscaped) {

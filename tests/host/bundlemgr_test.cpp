@@ -8,27 +8,21 @@
 
 #include "asn/asnobject.h"
 #include "platform/hostcontrol.h"
+#include "support/recordinglogproxy.h"
 
 using NS_BUNDLEMGR1::BundleMgr;
-using NS_BUNDLEMGR1::LogProxy;
 using NS_BUNDLEMGR1::LogProxyProvider;
 using NS_REFERENCE_HOST::SetLogProxyProvider;
 using NS_REFERENCE_HOST::StderrLogProxyProvider;
 
 namespace {
 
-class EmptyProvider final : public LogProxyProvider {
-  public:
-    LogProxy* GetLogProxy(const std::string&) override { return nullptr; }
-};
-
 TEST(BundleManager, GivesTheProviderThatTheProcessHasChosen) {
     EXPECT_EQ(BundleMgr::Instance(), BundleMgr::Instance());
     EXPECT_EQ(BundleMgr::Instance()->GetLogProxyProvider(), StderrLogProxyProvider());
-    EmptyProvider provider;
+    NS_TEST::RecordingLogProxyProvider provider(nullptr);
     for (LogProxyProvider* const chosen :
-         {static_cast<LogProxyProvider*>(&provider), static_cast<LogProxyProvider*>(nullptr),
-          StderrLogProxyProvider()}) {
+         std::initializer_list<LogProxyProvider*>{&provider, nullptr, StderrLogProxyProvider()}) {
         SetLogProxyProvider(chosen);
         EXPECT_EQ(BundleMgr::Instance()->GetLogProxyProvider(), chosen);
     }
@@ -39,7 +33,7 @@ TEST(BundleManager, GivesTheProviderInSlotTwelve) {
     using GetProvider = LogProxyProvider* (*)(BundleMgr*);
     BundleMgr* manager = BundleMgr::Instance();
     GetProvider* const slots = *reinterpret_cast<GetProvider**>(manager);
-    EmptyProvider provider;
+    NS_TEST::RecordingLogProxyProvider provider(nullptr);
     SetLogProxyProvider(&provider);
     EXPECT_EQ(slots[12](manager), &provider);
     SetLogProxyProvider(StderrLogProxyProvider());

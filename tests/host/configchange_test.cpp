@@ -13,9 +13,7 @@
 #include "support/capturedoutput.h"
 
 using NS_BUNDLEMGR1::NameValueStru;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 
@@ -91,7 +89,7 @@ TEST_F(ChangingConfig, IsNotReadInItsLastLineWhileThatHasNoEnd) {
     EXPECT_THAT(AllItems(), IsEmpty());
 }
 
-class ConfigWithoutNewline : public NS_TEST::ConfigTest {};
+using ConfigWithoutNewline = NS_TEST::ConfigTest;
 
 TEST_F(ConfigWithoutNewline, IsReadInItsLastLineWhenItNeverHadAnEnd) {
     EXPECT_THAT(ItemsOf("a = 1"), ElementsAre(NameValueStru{"a", "1"}));

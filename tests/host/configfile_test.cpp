@@ -2,16 +2,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "host/configfixture.h"
 #include "support/capturedoutput.h"
 
 using NS_TEST::CapturedOutput;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 using Item = NS_BUNDLEMGR1::NameValueStru;
 
 namespace {
@@ -20,11 +15,8 @@ class ConfigFile : public NS_TEST::ConfigTest {
   protected:
     // Reports about lines would clutter the output of the tests that expect none.
     CapturedOutput errors_{STDERR_FILENO};
+    size_t Reports() const { return NS_TEST::SplitText(errors_.Text()).size(); }
 };
-
-size_t CountLines(const std::string& text) {
-    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-}
 
 TEST_F(ConfigFile, HoldsNamesAndValues) {
     EXPECT_THAT(AllItems(), IsEmpty()) << "there is no file";
@@ -51,14 +43,14 @@ TEST_F(ConfigFile, ReportsEachBrokenLineAtEachReadingAndSkipsIt) {
     EXPECT_THAT(ItemsOf(text), ElementsAre(Item{"a", "1"}, Item{"b", "2"}));
     EXPECT_THAT(errors_.Text(), HasSubstr(file_ + ":2: no '='"));
     EXPECT_THAT(errors_.Text(), HasSubstr(file_ + ":4: no name"));
-    EXPECT_EQ(CountLines(errors_.Text()), 2u);
+    EXPECT_EQ(Reports(), 2u);
     EXPECT_THAT(errors_.Text(), Not(HasSubstr("s3cret"))) << "a line may hold a secret";
 
     std::string value;
     EXPECT_TRUE(Store().GetStrItemInfo("a", value));
-    EXPECT_EQ(CountLines(errors_.Text()), 2u);
+    EXPECT_EQ(Reports(), 2u);
     AllItems();
-    EXPECT_EQ(CountLines(errors_.Text()), 4u);
+    EXPECT_EQ(Reports(), 4u);
 }
 
 TEST_F(ConfigFile, TakesVeryLongLines) {
@@ -73,7 +65,7 @@ TEST_F(ConfigFile, TakesZeroBytesAsAnyOther) {
     const std::string zero(1, '\0');
     EXPECT_THAT(ItemsOf("a" + zero + " = 1" + zero + "2\n" + zero + "\nb = 2\n"),
                 ElementsAre(Item{"a" + zero, "1" + zero + "2"}, Item{"b", "2"}));
-    EXPECT_EQ(CountLines(errors_.Text()), 1u);
+    EXPECT_EQ(Reports(), 1u);
     int value = 7;
     EXPECT_FALSE(Store().GetIntItemInfo("a" + zero, value));
     EXPECT_EQ(value, 7);

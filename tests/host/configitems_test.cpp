@@ -6,12 +6,14 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <thread>
 
 #include "bundlemgr/processexception.h"
 #include "host/configfixture.h"
 #include "platform/hostcontrol.h"
 #include "support/onthreads.h"
+#include "support/scriptedconfigitems.h"
 
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::GetValByKey;
@@ -33,28 +35,29 @@ class ConfigItems : public NS_TEST::ConfigTest {
         EXPECT_EQ(found, value != kUntouched) << text;
         return value;
     }
+
+    // The text of an item, if there is one; otherwise nothing may be changed.
+    static std::optional<std::string> TextOf(const std::string& name) {
+        std::string text = "untouched";
+        if (Store().GetStrItemInfo(name, text)) {
+            return text;
+        }
+        EXPECT_EQ(text, "untouched");
+        return std::nullopt;
+    }
 };
 
 // Needs a process of its own: there is one first use in each.
-TEST_F(ConfigItems, AreReadOnFirstUse) {
+TEST_F(ConfigItems, AreReadOnFirstUseAndStayAsTheyWereUntilAllAreAskedFor) {
     Write("a = 1\nb = text\n");
     int number = 0;
     EXPECT_TRUE(Store().GetIntItemInfo("a", number));
     EXPECT_EQ(number, 1);
-    std::string text;
-    EXPECT_TRUE(Store().GetStrItemInfo("b", text));
-    EXPECT_EQ(text, "text");
-}
-
-TEST_F(ConfigItems, StayAsTheyWereUntilAllAreAskedFor) {
-    ItemsOf("a = 1\n");
+    EXPECT_EQ(TextOf("b"), "text");
     Write("a = 2\n");
-    std::string text;
-    EXPECT_TRUE(Store().GetStrItemInfo("a", text));
-    EXPECT_EQ(text, "1");
+    EXPECT_EQ(TextOf("a"), "1");
     EXPECT_THAT(AllItems(), ElementsAre(Item{"a", "2"}));
-    EXPECT_TRUE(Store().GetStrItemInfo("a", text));
-    EXPECT_EQ(text, "2");
+    EXPECT_EQ(TextOf("a"), "2");
 }
 
 TEST_F(ConfigItems, AreGoneWithTheirFile) {
@@ -63,9 +66,7 @@ TEST_F(ConfigItems, AreGoneWithTheirFile) {
     std::vector<Item> items = {{"old", "item"}};
     Store().GetCorbaConfigItems(items);
     EXPECT_TRUE(items.empty());
-    std::string text = "untouched";
-    EXPECT_FALSE(Store().GetStrItemInfo("a", text));
-    EXPECT_EQ(text, "untouched");
+    EXPECT_EQ(TextOf("a"), std::nullopt);
 }
 
 TEST_F(ConfigItems, FollowTheShareDirectory) {
@@ -96,9 +97,7 @@ TEST_F(ConfigItems, LeaveTheValueAloneWhenTheyAreMissing) {
     int number = kUntouched;
     EXPECT_FALSE(Store().GetIntItemInfo("missing", number));
     EXPECT_EQ(number, kUntouched);
-    std::string text = "untouched";
-    EXPECT_FALSE(Store().GetStrItemInfo("missing", text));
-    EXPECT_EQ(text, "untouched");
+    EXPECT_EQ(TextOf("missing"), std::nullopt);
 }
 
 TEST_F(ConfigItems, AreOutOfReachWhenTheFileIsNone) {
@@ -123,9 +122,7 @@ TEST_F(ConfigItems, StayAsTheyWereWhenAReadingFails) {
     std::vector<Item> items = {{"old", "item"}};
     EXPECT_THROW(Store().GetCorbaConfigItems(items), InterfaceNotExistException);
     EXPECT_THAT(items, ElementsAre(Item{"old", "item"}));
-    std::string text;
-    EXPECT_TRUE(Store().GetStrItemInfo("a", text));
-    EXPECT_EQ(text, "1");
+    EXPECT_EQ(TextOf("a"), "1");
 }
 
 TEST_F(ConfigItems, OfOneReadingBelongTogether) {
@@ -145,30 +142,17 @@ TEST_F(ConfigItems, OfOneReadingBelongTogether) {
             const Items items = AllItems();
             ASSERT_EQ(items.size(), 2u);
             EXPECT_EQ(items[0].value, items[1].value);
-            std::string text;
-            EXPECT_TRUE(Store().GetStrItemInfo("first", text));
+            EXPECT_TRUE(TextOf("first"));
         }
     });
     stop = true;
     writer.join();
 }
 
-class FixedItems final : public CorbaConfigItems {
-  public:
-    bool GetIntItemInfo(const std::string&, int& value) override {
-        value = 42;
-        return true;
-    }
-    bool GetStrItemInfo(const std::string&, std::string& value) override {
-        value = "fixed";
-        return true;
-    }
-    void GetCorbaConfigItems(std::vector<Item>& items) override { items = {{"a", "fixed"}}; }
-};
-
 TEST_F(ConfigItems, ComeFromAnotherStoreWhenTheProcessChoosesOne) {
     CorbaConfigItems* const fileItems = CorbaConfigItems::Instance();
-    FixedItems fixed;
+    NS_TEST::ScriptedConfigItems fixed;
+    fixed.Set("a", "fixed");
     NS_REFERENCE_HOST::SetConfigItems(&fixed);
     EXPECT_EQ(CorbaConfigItems::Instance(), &fixed);
     EXPECT_THAT(AllItems(), ElementsAre(Item{"a", "fixed"}));

@@ -5,29 +5,27 @@
 #include <atomic>
 
 #include "bundlemgr/ifbuf.h"
-#include "host/interfaces.h"
 #include "platform/hostcontrol.h"
 #include "support/onthreads.h"
+#include "support/otherservices.h"
 
 using NS_BUNDLEMGR1::CheckIFBuf;
 using NS_BUNDLEMGR1::SetIFBuf;
 using NS_REFERENCE_HOST::RemoveFromIFBuf;
-using NS_TEST::CountedInterface;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using NS_TEST::OtherInterface;
+using namespace testing;
 
 namespace {
 
-class InterfaceRegistry : public testing::Test {
+class InterfaceRegistry : public Test {
   protected:
     ~InterfaceRegistry() override {
         RemoveFromIFBuf(&first_);
         RemoveFromIFBuf(&second_);
     }
 
-    int alive_ = 0;
-    CountedInterface first_{alive_};
-    CountedInterface second_{alive_};
+    OtherInterface first_;
+    OtherInterface second_;
 };
 
 TEST_F(InterfaceRegistry, GivesInterfacesInTheOrderOfTheirRegistrationOncePerName) {
@@ -41,18 +39,14 @@ TEST_F(InterfaceRegistry, GivesInterfacesInTheOrderOfTheirRegistrationOncePerNam
     EXPECT_THAT(CheckIFBuf("Other"), ElementsAre(&second_));
 }
 
-TEST_F(InterfaceRegistry, TellsNamesApartByEachByte) {
-    SetIFBuf("Name", &first_);
-    EXPECT_THAT(CheckIFBuf("name"), IsEmpty());
-    EXPECT_THAT(CheckIFBuf("Name "), IsEmpty());
-    EXPECT_THAT(CheckIFBuf(std::string("Name\0", 5)), IsEmpty());
-}
-
-TEST_F(InterfaceRegistry, GivesACopyThatLaterRegistrationsDoNotChange) {
+TEST_F(InterfaceRegistry, TellsNamesApartByEachByteAndGivesACopy) {
     SetIFBuf("Name", &first_);
     const auto before = CheckIFBuf("Name");
     SetIFBuf("Name", &second_);
     EXPECT_THAT(before, ElementsAre(&first_));
+    EXPECT_THAT(CheckIFBuf("name"), IsEmpty());
+    EXPECT_THAT(CheckIFBuf("Name "), IsEmpty());
+    EXPECT_THAT(CheckIFBuf(std::string("Name\0", 5)), IsEmpty());
 }
 
 TEST_F(InterfaceRegistry, ForgetsAnObjectUnderAllItsNames) {
@@ -71,8 +65,7 @@ TEST_F(InterfaceRegistry, KeepsItsOrderUnderManyThreads) {
     SetIFBuf("Shared", &first_);
     std::atomic<int> wrong{0};
     NS_TEST::OnThreads(8, [&wrong, this](int number) {
-        int alive = 0;
-        CountedInterface own(alive);
+        OtherInterface own;
         const std::string ownName = "Own" + std::to_string(number);
         for (int round = 0; round < 500; ++round) {
             SetIFBuf("Shared", &own);

@@ -9,8 +9,7 @@ using NS_UTIL::PathFormat;
 using NS_UTIL::SelfUtilCommon;
 using NS_UTIL::SplitStringByTag;
 using NS_UTIL::Trim;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

@@ -11,22 +11,44 @@
 
 #include "bundlemgr/bundlemgr.h"
 #include "bundlemgr/ifbuf.h"
-#include "host/interfaces.h"
 #include "platform/hostcontrol.h"
 #include "support/onthreads.h"
+#include "support/otherservices.h"
 
 using NS_BUNDLEMGR1::BundleMgr;
 using NS_BUNDLEMGR1::CheckIFBuf;
 using NS_BUNDLEMGR1::ServiceInterface;
 using NS_BUNDLEMGR1::ServiceObjectBase;
 using NS_BUNDLEMGR1::SetIFBuf;
-using NS_TEST::CountedService;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace {
 
 using Guard = ACE_Guard<ACE_Recursive_Thread_Mutex>;
+
+// Counts how many of its kind exist.
+class CountedInterface : public NS_TEST::OtherInterface {
+  public:
+    explicit CountedInterface(int& alive) : alive_(alive) { ++alive_; }
+    ~CountedInterface() override { --alive_; }
+    CountedInterface(const CountedInterface&) = delete;
+    CountedInterface& operator=(const CountedInterface&) = delete;
+
+  private:
+    int& alive_;
+};
+
+class CountedService : public ServiceObjectBase {
+  public:
+    explicit CountedService(int& alive) : ServiceObjectBase("bundle", "service"), alive_(alive) {}
+
+    ServiceInterface* CreateInterface() override {
+        return interface_ = new CountedInterface(alive_);
+    }
+
+  private:
+    int& alive_;
+};
 
 std::vector<ServiceObjectBase*> ListedObjects() {
     const Guard guard(BundleMgr::Instance()->GetLock());
@@ -109,7 +131,7 @@ TEST(ServiceObject, RemovesItsInterfaceWhileOthersLookForIt) {
             const Guard guard(BundleMgr::Instance()->GetLock());
             for (ServiceObjectBase* object : BundleMgr::Instance()->GetServiceObjects()) {
                 if (ServiceInterface* found = object->GetInterface()) {
-                    EXPECT_EQ(found->GetIFName(), "CountedInterface");
+                    EXPECT_EQ(found->GetIFName(), "OtherInterface");
                     SetIFBuf("Name", found);
                 }
             }

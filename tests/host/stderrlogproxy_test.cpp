@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -15,10 +14,8 @@
 
 using NS_BUNDLEMGR1::LogProxy;
 using NS_REFERENCE_HOST::StderrLogProxyProvider;
-using NS_TEST::CapturedOutput;
-using testing::EndsWith;
-using testing::MatchesRegex;
-using testing::SizeIs;
+using namespace NS_TEST;
+using namespace testing;
 
 namespace {
 
@@ -31,15 +28,6 @@ LogProxy* NamedProxy() {
     proxy->SetBundleName("test_bundle");
     proxy->SetServiceName("test_service");
     return proxy;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
 }
 
 const char* const kTime =
@@ -61,16 +49,12 @@ TEST(StderrLogProxy, SaysWhenWhoWhereAndWhat) {
                                             "of item\n"));
 }
 
-TEST(StderrLogProxy, IsKnownByItsOwnNameUntilItIsToldABetterOne) {
+TEST(StderrLogProxy, IsKnownByItsOwnNameUntilItIsToldBetterOnesWhichItCopies) {
     const CapturedOutput errors(STDERR_FILENO);
-    ProxyFor("unnamed")->Print(1, "text");
+    LogProxy* proxy = ProxyFor("unnamed");
+    proxy->Print(1, "text");
     EXPECT_THAT(errors.Text(), EndsWith(" level 1 unnamed - - text\n"));
-}
-
-TEST(StderrLogProxy, CopiesTheNamesItIsTold) {
-    const CapturedOutput errors(STDERR_FILENO);
     std::string bundle = "a bundle with a long name of its own";
-    LogProxy* proxy = ProxyFor("copies");
     proxy->SetBundleName(bundle.c_str());
     proxy->SetServiceName(bundle.c_str() + 2);
     bundle.assign(bundle.size(), 'x');
@@ -85,11 +69,10 @@ TEST(StderrLogProxy, KeepsADiagnosticOnOneLineOfValidText) {
     NamedProxy()->Print(1, "bell \a, escape \x1b, tab \t.");
     NamedProxy()->Print(1, "%s", "\n");
     NamedProxy()->Print(1, "M\xFCnchen");
-    EXPECT_THAT(
-        Lines(errors.Text()),
-        testing::ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
-                             EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
-                             EndsWith(" test_service - "), EndsWith(" M\xEF\xBF\xBDnchen")));
+    EXPECT_THAT(SplitText(errors.Text()),
+                ElementsAre(EndsWith(" - first\\nsecond\\r\\n third !!"),
+                            EndsWith(" - bell \\x07, escape \\x1b, tab \t."),
+                            EndsWith(" test_service - "), EndsWith(" M\xEF\xBF\xBDnchen")));
 }
 
 TEST(StderrLogProxy, WritesTextsOfAnyLength) {
@@ -110,9 +93,9 @@ TEST(StderrLogProxy, UsesAPositionUpWithTheNextDiagnosticOfItsThreadAndProxy) {
     ProxyFor("other")->Print(1, "another proxy");
     proxy->Print(1, "own");
     proxy->Print(1, "next");
-    EXPECT_THAT(Lines(errors.Text()),
-                testing::ElementsAre(EndsWith(" - another thread"), EndsWith(" - another proxy"),
-                                     EndsWith(" file:2 own"), EndsWith(" - next")));
+    EXPECT_THAT(SplitText(errors.Text()),
+                ElementsAre(EndsWith(" - another thread"), EndsWith(" - another proxy"),
+                            EndsWith(" file:2 own"), EndsWith(" - next")));
 }
 
 TEST(StderrLogProxy, AnswersNothingInTheReservedSlots) {
@@ -122,12 +105,10 @@ TEST(StderrLogProxy, AnswersNothingInTheReservedSlots) {
     proxy->Reserved3();
     proxy->Reserved5();
     proxy->Reserved11();
-    EXPECT_EQ(proxy->Reserved6(), 0);
-    EXPECT_EQ(proxy->Reserved7(), 0);
-    EXPECT_EQ(proxy->Reserved8(), 0);
-    EXPECT_EQ(proxy->Reserved9(), 0);
-    EXPECT_EQ(proxy->Reserved10(), 0);
-    EXPECT_EQ(proxy->Reserved12(), 0);
+    for (const int answer : {proxy->Reserved6(), proxy->Reserved7(), proxy->Reserved8(),
+                             proxy->Reserved9(), proxy->Reserved10(), proxy->Reserved12()}) {
+        EXPECT_EQ(answer, 0);
+    }
     EXPECT_EQ(proxy->GetProxyName(), "StderrLogProxy");
     EXPECT_EQ(errors.Text(), "");
 }
@@ -149,7 +130,7 @@ TEST(StderrLogProxy, WritesEachDiagnosticAtOnce) {
         writes.emplace_back(buffer, static_cast<size_t>(length));
     }
     close(ends[0]);
-    EXPECT_THAT(writes, testing::ElementsAre(EndsWith(" first\n"), EndsWith(" second\n")));
+    EXPECT_THAT(writes, ElementsAre(EndsWith(" first\n"), EndsWith(" second\n")));
 }
 
 TEST(StderrLogProxy, LosesADiagnosticWithoutATraceWhenStandardErrorIsClosed) {
@@ -169,14 +150,14 @@ TEST(StderrLogProxy, KeepsTheLinesOfManyThreadsApart) {
     constexpr int kThreads = 8;
     constexpr int kLines = 200;
     const CapturedOutput errors(STDERR_FILENO);
-    NS_TEST::OnThreads(kThreads, [](int number) {
+    OnThreads(kThreads, [](int number) {
         for (int line = 0; line < kLines; ++line) {
             LogProxy* proxy = NamedProxy();
             proxy->SetPosition("file", number);
             proxy->Print(1, "thread %d.", number);
         }
     });
-    const std::vector<std::string> lines = Lines(errors.Text());
+    const std::vector<std::string> lines = SplitText(errors.Text());
     EXPECT_THAT(lines, SizeIs(kThreads * kLines));
     for (const std::string& line : lines) {
         const std::string number = line.substr(line.size() - 2, 1);

@@ -14,6 +14,8 @@ using NS_UTIL::ThreadContextScope;
 
 namespace {
 
+const std::string kLongText(100, 'u');
+
 ThreadContextInfo Current() {
     return ThreadContextMgr::Instance()->GetThreadContext();
 }
@@ -53,13 +55,30 @@ TEST(ThreadContext, BelongsToItsThread) {
 }
 
 TEST(ThreadContext, SharesItsContentsWithItsCopiesAndOutlivesItsReplacementInThem) {
-    const ThreadContextInfo context(1, "interface", "first", "uuid");
+    const ThreadContextInfo context(1, "interface", kLongText, "uuid");
     Set(context);
-    const ThreadContextInfo kept = Current();
-    EXPECT_EQ(&kept.GetUserInfo(), &context.GetUserInfo());
+    const ThreadContextInfo first = Current();
+    EXPECT_EQ(&first.GetUserInfo(), &context.GetUserInfo());
     Set({2, "interface", "second", "uuid"});
-    EXPECT_EQ(kept.GetUserInfo(), "first");
-    EXPECT_EQ(Current().GetUserInfo(), "second");
+    const ThreadContextInfo second = Current();
+    Set(ThreadContextInfo());
+    EXPECT_EQ(first.GetUserInfo(), kLongText);
+    EXPECT_EQ(second.GetUserInfo(), "second");
+    ExpectEmpty(Current());
+}
+
+TEST(ThreadContext, LivesOnHereWhenAnotherThreadDestroysACopyAndThereWhenItsThreadEnds) {
+    Set({3, kLongText, kLongText, kLongText});
+    ThreadContextInfo kept;
+    for (int i = 0; i < 3; ++i) {
+        std::thread([&kept, moved = Current()] {
+            EXPECT_EQ(moved.GetThreadId(), 3);
+            Set({4, kLongText, "", ""});
+            kept = Current();
+        }).join();
+        EXPECT_EQ(Current().GetOperUUID(), kLongText);
+        EXPECT_EQ(kept.GetInterfaceName(), kLongText);
+    }
 }
 
 TEST(ThreadContext, IsEmptyAgainOnceItWasMoved) {
@@ -119,14 +138,15 @@ TEST(ThreadContext, CanBeAskedForWhileItsThreadEnds) {
     EXPECT_EQ(seenLast, "<>");
 }
 
-TEST(ThreadContext, IsReadByManyThreadsAtOnce) {
-    const ThreadContextInfo shared(1, "interface", "user", "uuid");
+TEST(ThreadContext, IsSetAndReadByManyThreadsAtOnce) {
+    const ThreadContextInfo shared(1, "interface", kLongText, "uuid");
     NS_TEST::OnThreads(4, [&shared](int) {
         for (int round = 0; round < 1000; ++round) {
             const ThreadContextScope scope(shared);
             EXPECT_EQ(Current().GetOperUUID(), "uuid");
         }
     });
+    EXPECT_EQ(shared.GetUserInfo(), kLongText);
 }
 
 }  // namespace

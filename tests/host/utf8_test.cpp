@@ -2,11 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <random>
 #include <string>
-#include <vector>
+#include <unordered_map>
 
 #include "bundlemgr/logsupport.h"
 
@@ -44,59 +43,44 @@ class ReferenceConversion {
     std::string Convert(const std::string& text) const {
         std::string result;
         for (size_t at = 0; at < text.size();) {
-            const size_t whole = Longest(characters_, text, at);
-            const size_t cut = Longest(beginnings_, text, at);
-            result += whole > 0 ? text.substr(at, whole) : kReplacement;
-            at += whole > 0 ? whole : std::max<size_t>(cut, 1);
+            size_t length = 0;  // of the longest piece that is known; no character begins another
+            bool isWhole = false;
+            uint64_t packed = 1;
+            for (; at + length < text.size(); ++length) {
+                packed = Append(packed, text[at + length]);
+                const auto found = known_.find(packed);
+                if (found == known_.end()) {
+                    break;
+                }
+                isWhole = found->second;
+            }
+            result += isWhole ? text.substr(at, length) : kReplacement;
+            at += std::max<size_t>(length, 1);
         }
         return result;
     }
 
   private:
-    // By length, each sorted.
-    using Table = std::array<std::vector<uint32_t>, 5>;
-
     ReferenceConversion() {
         for (uint32_t point = 0; point <= 0x10FFFF; ++point) {
             if (point >= 0xD800 && point <= 0xDFFF) {
                 continue;
             }
             const std::string character = Encode(point);
-            characters_[character.size()].push_back(Pack(character, 0, character.size()));
-            for (size_t length = 1; length < character.size(); ++length) {
-                const uint32_t beginning = Pack(character, 0, length);
-                if (beginnings_[length].empty() || beginnings_[length].back() != beginning) {
-                    beginnings_[length].push_back(beginning);
-                }
-            }
-        }
-        for (auto* table : {&characters_, &beginnings_}) {
-            for (auto& values : *table) {
-                std::sort(values.begin(), values.end());
+            uint64_t packed = 1;
+            for (size_t i = 0; i < character.size(); ++i) {
+                packed = Append(packed, character[i]);
+                known_[packed] = i + 1 == character.size();
             }
         }
     }
 
-    static uint32_t Pack(const std::string& text, size_t at, size_t length) {
-        uint32_t packed = 0;
-        for (size_t i = 0; i < length; ++i) {
-            packed = packed << 8 | static_cast<unsigned char>(text[at + i]);
-        }
-        return packed;
+    static uint64_t Append(uint64_t packed, char byte) {
+        return packed << 8 | static_cast<unsigned char>(byte);
     }
 
-    static size_t Longest(const Table& table, const std::string& text, size_t at) {
-        for (size_t length = std::min<size_t>(4, text.size() - at); length > 0; --length) {
-            const auto& values = table[length];
-            if (std::binary_search(values.begin(), values.end(), Pack(text, at, length))) {
-                return length;
-            }
-        }
-        return 0;
-    }
-
-    Table characters_;
-    Table beginnings_;
+    // Packed behind a one, and whether it is a whole character.
+    std::unordered_map<uint64_t, bool> known_;
 };
 
 std::string Hex(const std::string& text) {
@@ -186,15 +170,12 @@ TEST(Utf8, TreatsAllEdgesAsTheReferenceDoes) {
     const std::string edges =
         "\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4"
         "\xF5\xFF";
-    for (const char first : edges) {
-        for (const char second : edges) {
-            for (const char third : edges) {
-                for (const char fourth : edges) {
-                    const std::string text = {first, second, third, fourth};
-                    ASSERT_TRUE(AgreesWithReference(text)) << Hex(text);
-                }
-            }
-        }
+    const size_t count = edges.size();
+    for (size_t i = 0; i < count * count * count * count; ++i) {
+        const std::string text = {edges[i % count], edges[i / count % count],
+                                  edges[i / count / count % count],
+                                  edges[i / count / count / count]};
+        ASSERT_TRUE(AgreesWithReference(text)) << Hex(text);
     }
 }
 

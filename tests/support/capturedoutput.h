@@ -8,6 +8,8 @@
 #include <string>
 #include <system_error>
 
+#include "support/files.h"
+
 namespace NS_TEST {
 
 // Catches every write to the descriptor, whoever makes it, in a file without a name.
@@ -38,16 +40,7 @@ class CapturedOutput {
     // Everything since the start of the block.
     std::string Text() const {
         std::fflush(nullptr);
-        std::string text;
-        char chunk[4096];
-        for (;;) {
-            const ssize_t length =
-                pread(fileno(file_), chunk, sizeof(chunk), static_cast<off_t>(text.size()));
-            if (length <= 0) {
-                return text;
-            }
-            text.append(chunk, static_cast<std::string::size_type>(length));
-        }
+        return ReadFile("/proc/self/fd/" + std::to_string(fileno(file_)));
     }
 
   private:

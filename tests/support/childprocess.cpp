@@ -5,18 +5,14 @@
 #include "support/childprocess.h"
 
 #include <fcntl.h>
-#include <linux/capability.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <exception>
 #include <system_error>
-#include <thread>
 
 namespace NS_TEST {
 
@@ -35,22 +31,6 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     }
     pointers.push_back(nullptr);
     return pointers;
-}
-
-// The test's own environment with `variables` in it.
-std::vector<std::string> Environment(const std::map<std::string, std::string>& variables) {
-    std::vector<std::string> environment;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text = *entry;
-        if (variables.count(text.substr(0, text.find('='))) == 0) {
-            environment.push_back(text);
-        }
-    }
-    for (const auto& [name, value] : variables) {
-        environment.push_back(name);
-        environment.back().append("=").append(value);
-    }
-    return environment;
 }
 
 // What the child does with its descriptors.
@@ -79,43 +59,21 @@ class FileActions {
     posix_spawn_file_actions_t actions_;
 };
 
-// Gives up what lets root read and search everything, for this thread and what it starts. The
-// bounding set is what counts when a program is executed.
-void ObeyPermissions() {
-    if (geteuid() == 0 && (prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0) != 0 ||
-                           prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0) != 0)) {
-        FailLaunch(errno, "prctl");
-    }
-}
-
 // The child's number.
 pid_t Spawn(const ChildStart& start, int output, int errors) {
     std::vector<std::string> words = start.words;
-    std::vector<std::string> environment = Environment(start.variables);
+    for (const auto& [name, value] : start.variables) {
+        words.insert(words.begin(), name + "=" + value);
+    }
+    if (!start.variables.empty()) {
+        words.insert(words.begin(), "env");
+    }
     const FileActions actions(start, output, errors);
     pid_t child = -1;
     const int error = posix_spawnp(&child, words.at(0).c_str(), actions.Get(), nullptr,
-                                   Pointers(words).data(), Pointers(environment).data());
+                                   Pointers(words).data(), environ);
     if (error != 0) {
         FailLaunch(error, words.at(0));
-    }
-    return child;
-}
-
-// The same by a thread that has given up its rights.
-pid_t SpawnWithoutRights(const ChildStart& start, int output, int errors) {
-    pid_t child = -1;
-    std::exception_ptr failure;
-    std::thread([&] {
-        try {
-            ObeyPermissions();
-            child = Spawn(start, output, errors);
-        } catch (const std::exception&) {
-            failure = std::current_exception();
-        }
-    }).join();
-    if (failure) {
-        std::rethrow_exception(failure);
     }
     return child;
 }
@@ -123,8 +81,7 @@ pid_t SpawnWithoutRights(const ChildStart& start, int output, int errors) {
 }  // namespace
 
 ChildProcess::ChildProcess(const ChildStart& start)
-    : id_(start.obeysPermissions ? SpawnWithoutRights(start, output_.Writer(), errors_.Writer())
-                                 : Spawn(start, output_.Writer(), errors_.Writer())) {
+    : id_(Spawn(start, output_.Writer(), errors_.Writer())) {
     output_.CloseWriter();
     errors_.CloseWriter();
 }
@@ -160,14 +117,6 @@ bool ChildProcess::WaitFor(const std::string& text, int times, const std::string
         }
     }
     return true;
-}
-
-bool ChildProcess::WaitForOutput(const std::string& text, int times) {
-    return WaitFor(text, times, result_.output);
-}
-
-bool ChildProcess::WaitForError(const std::string& text, int times) {
-    return WaitFor(text, times, result_.errors);
 }
 
 void ChildProcess::Signal(int number) const {

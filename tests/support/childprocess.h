@@ -17,7 +17,6 @@ struct ChildStart {
     std::map<std::string, std::string> variables = {};  // added to the test's own environment
     int input = -1;                                     // its standard input; -1: the null device
     bool closeInput = false;                            // no standard input at all
-    bool obeysPermissions = false;                      // of files, even if the test runs as root
 };
 
 // How a program ended and what it said. A value.
@@ -44,8 +43,12 @@ class ChildProcess {
 
     // Waits until `text` has appeared `times` times on standard output or standard error; false
     // when both have ended before. Nobody reads either of them between two waits.
-    bool WaitForOutput(const std::string& text, int times = 1);
-    bool WaitForError(const std::string& text, int times = 1);
+    bool WaitForOutput(const std::string& text, int times = 1) {
+        return WaitFor(text, times, result_.output);
+    }
+    bool WaitForError(const std::string& text, int times = 1) {
+        return WaitFor(text, times, result_.errors);
+    }
 
     // Reads its standard output no more: the program is told when it writes.
     void CloseOutput() { output_.CloseReader(); }

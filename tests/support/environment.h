@@ -9,8 +9,8 @@
 
 namespace NS_TEST {
 
-// Sets or unsets an environment variable and puts its previous state back. Not for tests whose
-// other threads read the environment at that moment.
+// Sets or unsets an environment variable and puts its previous state back; the time zone follows at
+// once. Not for tests whose other threads read the environment at that moment.
 class ScopedVariable {
   public:
     ScopedVariable(const std::string& name, const std::optional<std::string>& value) : name_(name) {
@@ -31,6 +31,7 @@ class ScopedVariable {
         } else {
             unsetenv(name_.c_str());
         }
+        tzset();
     }
 
   private:
@@ -43,28 +44,9 @@ static const char* const UTC = "UTC0";
 static const char* const BERLIN = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 // The local time zone of the process, for the length of a block.
-class ScopedTimeZone {
+class ScopedTimeZone : public ScopedVariable {
   public:
-    explicit ScopedTimeZone(const std::string& zone) {
-        variable_.emplace("TZ", zone);
-        tzset();
-    }
-    ~ScopedTimeZone() {
-        variable_.reset();
-        tzset();
-    }
-
-    ScopedTimeZone(const ScopedTimeZone&) = delete;
-    ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
-
-    // Another zone within the same block.
-    void Set(const std::string& zone) {
-        variable_->Set(zone);
-        tzset();
-    }
-
-  private:
-    std::optional<ScopedVariable> variable_;
+    explicit ScopedTimeZone(const std::string& zone) : ScopedVariable("TZ", zone) {}
 };
 
 }  // namespace NS_TEST

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -13,31 +14,29 @@ namespace NS_TEST {
 
 // The bytes of the file. Throws std::runtime_error when it cannot be read.
 inline std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    const std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    if (!in.is_open() || content.bad()) {
         throw std::runtime_error("cannot read " + path);
     }
-    std::string content;
-    char chunk[65536];
-    while (in.read(chunk, sizeof(chunk)), in.gcount() > 0) {
-        content.append(chunk, static_cast<std::string::size_type>(in.gcount()));
-    }
-    if (in.bad()) {
-        throw std::runtime_error("cannot read " + path);
-    }
-    return content;
+    return content.str();
 }
 
-// The file's lines without their newlines; a last line without one counts.
-inline std::vector<std::string> ReadLines(const std::string& path) {
-    const std::string text = ReadFile(path);
-    std::vector<std::string> lines;
-    for (std::string::size_type begin = 0; begin < text.size();) {
-        const auto end = std::min(text.find('\n', begin), text.size());
-        lines.push_back(text.substr(begin, end - begin));
-        begin = end + 1;
+// The text's lines without their newlines, or what stands between other separators; what follows
+// the last separator counts when it is not empty.
+inline std::vector<std::string> SplitText(const std::string& text, char separator = '\n') {
+    std::vector<std::string> pieces;
+    std::istringstream in(text);
+    for (std::string piece; std::getline(in, piece, separator);) {
+        pieces.push_back(piece);
     }
-    return lines;
+    return pieces;
+}
+
+// The lines of the file.
+inline std::vector<std::string> ReadLines(const std::string& path) {
+    return SplitText(ReadFile(path));
 }
 
 // Replaces the file's contents; directories on the way are created. Throws std::runtime_error.

@@ -37,12 +37,9 @@ class Parser {
   private:
     ParsedPiece Next() {
         ParsedPiece piece;
-        if (Skip("File create at ")) {
-            piece.kind = ParsedPiece::FILE_CREATED;
-            piece.record.stamp = Stamp();
-            Expect(".\n");
-        } else if (Skip("\nFile close at ")) {
-            piece.kind = ParsedPiece::FILE_CLOSED;
+        const bool created = Skip("File create at ");
+        if (created || Skip("\nFile close at ")) {
+            piece.kind = created ? ParsedPiece::FILE_CREATED : ParsedPiece::FILE_CLOSED;
             piece.record.stamp = Stamp();
             Expect(".\n");
         } else if (Skip("<")) {
@@ -172,10 +169,6 @@ class Parser {
     size_t position_ = 0;
 };
 
-bool IsLineOfFile(const ParsedPiece& piece) {
-    return piece.kind == ParsedPiece::FILE_CREATED || piece.kind == ParsedPiece::FILE_CLOSED;
-}
-
 }  // namespace
 
 bool IsStampAt(const std::string& text, size_t position) {
@@ -183,15 +176,9 @@ bool IsStampAt(const std::string& text, size_t position) {
     if (position + kStampSize > text.size()) {
         return false;
     }
-    for (size_t i = 0; i < kStampSize; ++i) {
-        const char c = text[position + i];
-        const bool fits = kShape[i] == '0' ? c >= '0' && c <= '9'
-                                           : c == kShape[i] || (kShape[i] == '+' && c == '-');
-        if (!fits) {
-            return false;
-        }
-    }
-    return true;
+    return std::equal(kShape.begin(), kShape.end(), text.data() + position, [](char shape, char c) {
+        return shape == '0' ? c >= '0' && c <= '9' : c == shape || (shape == '+' && c == '-');
+    });
 }
 
 std::vector<ParsedPiece> ParseLogText(const std::string& text) {
@@ -217,7 +204,8 @@ std::vector<ParsedPiece> ParseClosedLogFile(const std::string& path) {
     }
     pieces.erase(pieces.begin());
     pieces.pop_back();
-    if (std::any_of(pieces.begin(), pieces.end(), IsLineOfFile)) {
+    if (!OfKind(pieces, ParsedPiece::FILE_CREATED).empty() ||
+        !OfKind(pieces, ParsedPiece::FILE_CLOSED).empty()) {
         throw std::runtime_error(path + ": begins or ends once more in between");
     }
     return pieces;

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
@@ -106,8 +107,10 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
     // Waits until `text` was printed `times` times; false when that does not happen.
     bool WaitFor(const std::string& text, int times = 1) const {
         std::unique_lock<std::mutex> guard(mutex_);
-        return changed_.wait_for(guard, std::chrono::seconds(60),
-                                 [&] { return Count(text) >= times; });
+        return changed_.wait_for(guard, std::chrono::seconds(60), [&] {
+            return std::count_if(printed_.begin(), printed_.end(),
+                                 [&](const auto& each) { return each.text == text; }) >= times;
+        });
     }
 
     void Forget() {
@@ -120,14 +123,6 @@ class RecordingLogProxy : public NS_BUNDLEMGR1::LogProxy {
 
   private:
     using Position = std::pair<std::string, int>;
-
-    int Count(const std::string& text) const {
-        int count = 0;
-        for (const PrintedDiagnostic& diagnostic : printed_) {
-            count += diagnostic.text == text ? 1 : 0;
-        }
-        return count;
-    }
 
     void AddName(const std::string& name) {
         const std::lock_guard<std::mutex> guard(mutex_);

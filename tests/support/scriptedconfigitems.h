@@ -27,13 +27,9 @@ class ScriptedConfigItems : public NS_BUNDLEMGR1::CorbaConfigItems {
     // Puts `value` in the place of whatever stands under `name`, or behind the other items.
     void Set(const std::string& name, const std::string& value) {
         const std::lock_guard<std::mutex> guard(mutex_);
-        for (NS_BUNDLEMGR1::NameValueStru& item : items_) {
-            if (item.name == name) {
-                item.value = value;
-                return;
-            }
-        }
-        items_.push_back({name, value});
+        const auto found = std::find_if(items_.begin(), items_.end(),
+                                        [&](const auto& item) { return item.name == name; });
+        *(found == items_.end() ? items_.emplace(found) : found) = {name, value};
     }
 
     // Adds an item, even when there is one of that name.

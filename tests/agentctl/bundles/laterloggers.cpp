@@ -17,7 +17,7 @@ namespace {
 using NS_LOG_SERVICE1::LogSvcInterface;
 using NS_REFERENCE_HOST::EventDescriptor;
 
-// Reads names of loggers, one a line, from a pipe.
+// Reads names of loggers, each with a zero byte behind it, from a pipe.
 class LaterLoggers : public NS_REFERENCE_HOST::Work {
   public:
     // Takes over the descriptor.
@@ -31,7 +31,7 @@ class LaterLoggers : public NS_REFERENCE_HOST::Work {
             if (read(pipe_, &next, 1) != 1) {
                 return false;
             }
-            if (next != '\n') {
+            if (next != '\0') {
                 name_ += next;
             } else {
                 Log();
