@@ -8,7 +8,6 @@
 
 using namespace NS_LOG_SERVICE1;
 using namespace NS_TEST;
-using testing::ElementsAre;
 
 namespace {
 
