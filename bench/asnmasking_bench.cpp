@@ -12,10 +12,8 @@
 
 namespace {
 
-using NS_LOG_SERVICE1::FastestKeyFilter;
-using NS_LOG_SERVICE1::KeyFilter;
+using NS_LOG_SERVICE1::KeySearch;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::PlainKeyFilter;
 
 struct DumpKind {
     const char* label;
@@ -97,9 +95,9 @@ void Copy(benchmark::State& state, std::size_t size) {
     CountBytes(state, size);
 }
 
-void Mask(benchmark::State& state, KeyFilter* filter, const char* typeName, std::string dump) {
+void Mask(benchmark::State& state, KeySearch search, const char* typeName, std::string dump) {
     for (auto _ : state) {
-        MaskAsnText(typeName, dump.data(), dump.size(), filter);
+        MaskAsnText(typeName, dump.data(), dump.size(), search);
         benchmark::ClobberMemory();
     }
     CountBytes(state, dump.size());
@@ -115,9 +113,10 @@ void FindKeyByKey(benchmark::State& state, const char* typeName, std::string dum
 }
 
 void RegisterAllWays(const std::string& name, const char* typeName, const std::string& dump) {
-    benchmark::RegisterBenchmark(("mask/" + name).c_str(), Mask, FastestKeyFilter(), typeName,
+    benchmark::RegisterBenchmark(("mask/" + name).c_str(), Mask, KeySearch::kFastest, typeName,
                                  dump);
-    benchmark::RegisterBenchmark(("plain/" + name).c_str(), Mask, PlainKeyFilter, typeName, dump);
+    benchmark::RegisterBenchmark(("plain/" + name).c_str(), Mask, KeySearch::kPlain, typeName,
+                                 dump);
     benchmark::RegisterBenchmark(("find_loop/" + name).c_str(), FindKeyByKey, typeName, dump);
 }
 
