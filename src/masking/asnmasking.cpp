@@ -77,9 +77,11 @@ struct TaggedRule {
 
     bool IsIdle() const { return true; }
 
-    // Does the masking itself: only the closing tag tells that there is a value.
+    // Masks what stands in front of the block itself: only the closing tag tells that it is a
+    // value.
     Places MaskedPlaces(char* block, unsigned, Places keyEnds, Places) {
         constexpr std::ptrdiff_t kBack = sizeof "<FTPPassWord" - 1;
+        Places masked = 0;
         for (; keyEnds != 0; keyEnds &= keyEnds - 1) {
             char* const tagEnd = block + __builtin_ctzll(keyEnds);
             if (*tagEnd != '>') {
@@ -88,11 +90,16 @@ struct TaggedRule {
             if (value == nullptr) {
                 value = tagEnd[-kBack] == '<' ? tagEnd + 1 : nullptr;
             } else if (tagEnd[-kBack] == '/' && tagEnd[-kBack - 1] == '<') {
-                std::memset(value, '*', static_cast<std::size_t>(tagEnd - kBack - 1 - value));
+                char* const valueEnd = tagEnd - kBack - 1;
+                if (value >= block) {
+                    masked |= (Places{1} << (valueEnd - block)) - (Places{1} << (value - block));
+                } else {
+                    std::memset(value, '*', static_cast<std::size_t>(valueEnd - value));
+                }
                 value = nullptr;
             }
         }
-        return 0;
+        return masked;
     }
 
     char* value = nullptr;  // where it begins

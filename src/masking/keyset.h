@@ -34,8 +34,8 @@ struct KeySet {
                 const bool isAny = i >= text.size();
                 const std::size_t byte =
                     isAny ? 0 : static_cast<unsigned char>(text[text.size() - 1 - i]);
-                low[i][n] |= isAny || n % 16 == byte % 16 ? group : 0;
-                high[i][n] |= isAny || n % 16 == byte / 16 ? group : 0;
+                low[i][n] |= isAny || n % 16 == byte % 16 ? group : std::uint8_t{0};
+                high[i][n] |= isAny || n % 16 == byte / 16 ? group : std::uint8_t{0};
             }
         }
     }
