@@ -107,7 +107,7 @@ struct TaggedRule {
 
 // A rule sees the blocks of a text one after the other; while it is idle, those without the end of
 // a key are left out. The places in front of `first` belong to the block before.
-// REQUIRES: length >= kBlock + set.minSize.
+// REQUIRES: length >= kBlock + set.minSize + Rule::kInFront.
 template <class Rule, const KeySet& set, class Blocks>
 void MaskBlocks(char* text, std::size_t length) {
     const Blocks blocks{text};
@@ -140,11 +140,11 @@ QV_AVX2 __attribute__((flatten)) void MaskAvx2Blocks(char* text, std::size_t len
 
 template <class Rule, const KeySet& set>
 void Mask(KeySearch search, char* text, std::size_t length) {
-    constexpr std::size_t kShort = 2 * kBlock;
-    if (length < kShort) {
-        char whole[kShort] = {};
+    constexpr std::size_t kLeast = kBlock + set.minSize + Rule::kInFront;
+    if (length < kLeast) {
+        char whole[kLeast] = {};
         std::copy_n(text, length, whole);
-        Mask<Rule, set>(search, whole, kShort);
+        Mask<Rule, set>(search, whole, kLeast);
         std::copy_n(whole, length, text);
         return;
     }
