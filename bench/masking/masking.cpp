@@ -22,10 +22,8 @@ namespace NS_BENCH {
 
 namespace {
 
-using NS_LOG_SERVICE1::FastestKeyFilter;
-using NS_LOG_SERVICE1::KeyFilter;
+using NS_LOG_SERVICE1::KeySearch;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::PlainKeyFilter;
 
 // The pieces of texts that were made to be slow. Their names are subjects, as "masking" is, whose
 // text is a message with a value to mask in each tenth line.
@@ -109,14 +107,14 @@ class Printing : public TextContender {
 
 class Masking : public TextContender {
   public:
-    Masking(const Job& job, KeyFilter* filter) : TextContender(job), filter_(filter) {}
+    Masking(const Job& job, KeySearch search) : TextContender(job), search_(search) {}
 
     void Record(int /*category*/, int /*number*/) override {
-        MaskAsnText(typeName_, text_.data(), text_.size(), filter_);
+        MaskAsnText(typeName_, text_.data(), text_.size(), search_);
     }
 
   private:
-    KeyFilter* const filter_;
+    const KeySearch search_;
 };
 
 class KeyByKey : public TextContender {
@@ -141,10 +139,10 @@ std::unique_ptr<Contender> MakeContender(const Job& job) {
         return std::make_unique<KeyByKey>(job);
     }
     if (job.way == "portable") {
-        return std::make_unique<Masking>(job, PlainKeyFilter);
+        return std::make_unique<Masking>(job, KeySearch::kPlain);
     }
-    if (job.way == "avx2" && FastestKeyFilter() != PlainKeyFilter) {
-        return std::make_unique<Masking>(job, FastestKeyFilter());
+    if (job.way == "avx2" && __builtin_cpu_supports("avx2") != 0) {
+        return std::make_unique<Masking>(job, KeySearch::kFastest);
     }
     throw std::invalid_argument("no way " + job.way);
 }

@@ -4,9 +4,10 @@
 #include <cstddef>
 #include <string_view>
 
-#include "masking/keyfinder.h"
-
 namespace NS_LOG_SERVICE1 {
+
+// How the keys are searched for. Both ways give the same text.
+enum class KeySearch { kPlain, kFastest };
 
 // Replaces each character of a masked value in text[0, length) by '*'. A text of any other type
 // stays as it is. The text is masked in place: a copy could fail on its way back and let the
@@ -15,6 +16,6 @@ namespace NS_LOG_SERVICE1 {
 //
 // Thread safety: the text belongs to the caller; nothing else is touched.
 void MaskAsnText(std::string_view typeName, char* text, std::size_t length,
-                 KeyFilter* filter = FastestKeyFilter()) noexcept;
+                 KeySearch search = KeySearch::kFastest) noexcept;
 
 }  // namespace NS_LOG_SERVICE1

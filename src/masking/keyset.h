@@ -1,9 +1,6 @@
-// The keys whose values a message hides, prepared for searching by their last bytes.
+// The keys whose values a message hides, prepared for searching by their last characters.
 #pragma once
 
-#include <endian.h>
-
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,80 +11,58 @@
 namespace NS_LOG_SERVICE1 {
 
 // Built by the compiler and never changed: a key that does not fit is a compile error.
-class KeySet {
-  public:
+struct KeySet {
     static constexpr std::size_t kMaxKeys = 32;
-    static constexpr std::size_t kSuffix = 4;  // no key is shorter
+    static constexpr std::size_t kMinSize = 4;
+    static constexpr std::size_t kRows = kMinSize + 1;
 
-    // Row i is for character i of the suffixes, entry n for the bytes with n as their low (or
-    // high) four bits. Bit g of an entry: a key of group g can have such a byte there.
-    using Nibbles = std::array<std::array<std::uint8_t, 16>, kSuffix>;
-
-    constexpr KeySet(std::initializer_list<std::string_view> keys) {
-        for (const std::string_view key : keys) {
-            Add(key);
+    constexpr KeySet(std::initializer_list<std::string_view> texts) {
+        for (const std::string_view text : texts) {
+            if (text.size() < kMinSize || count == kMaxKeys) {
+                throw std::length_error("a key is too short, or there are too many");
+            }
+            AddToRows(text);
+            minSize = text.size() < minSize ? text.size() : minSize;
+            keys[count++] = text;
         }
     }
 
-    const Nibbles& LowNibbles() const noexcept { return low_; }
-    const Nibbles& HighNibbles() const noexcept { return high_; }
-
-    // Whether a key that begins at text[from] or behind it ends right before text[end].
-    // REQUIRES: end >= from + kSuffix.
-    bool AnyEndsAt(const char* text, std::size_t from, std::size_t end) const noexcept {
-        std::uint64_t tail = 0;
-        const std::size_t size = end < sizeof tail ? end : sizeof tail;
-        if (size == sizeof tail) {
-            std::memcpy(&tail, text + end - sizeof tail, sizeof tail);
-        } else {
-            std::memcpy(reinterpret_cast<char*>(&tail) + sizeof tail - size, text, size);
-        }
-        tail = le64toh(tail);
-        for (std::uint32_t rest = slots_[SlotOf(tail)]; rest != 0; rest &= rest - 1) {
-            const Key& key = keys_[static_cast<std::size_t>(__builtin_ctz(rest))];
-            const std::size_t begin = end - key.text.size();
-            if ((tail ^ key.tail) >> key.tailShift == 0 && key.text.size() <= end - from &&
-                (key.tailShift != 0 ||
-                 std::memcmp(text + begin, key.text.data(), key.text.size() - size) == 0)) {
-                return true;
+    constexpr void AddToRows(std::string_view text) {
+        const auto group = static_cast<std::uint8_t>(1U << text.back() % 8);
+        for (std::size_t i = 0; i < kRows; ++i) {
+            for (std::size_t n = 0; n < 32; ++n) {
+                const bool isAny = i >= text.size();
+                const std::size_t byte =
+                    isAny ? 0 : static_cast<unsigned char>(text[text.size() - 1 - i]);
+                low[i][n] |= isAny || n % 16 == byte % 16 ? group : std::uint8_t{0};
+                high[i][n] |= isAny || n % 16 == byte / 16 ? group : std::uint8_t{0};
             }
         }
-        return false;
     }
 
-  private:
-    struct Key {
-        std::string_view text;
-        std::uint64_t tail = 0;  // the last eight bytes, the very last one highest
-        unsigned tailShift = 0;  // shifts out what is not of the key
-    };
+    std::string_view keys[kMaxKeys] = {};
+    std::size_t count = 0;
+    std::size_t minSize = std::string_view::npos;
 
-    static constexpr std::size_t SlotOf(std::uint64_t tail) {
-        return (static_cast<std::uint32_t>(tail >> 32U) * 0x9E3779B1U) >> 24U;
-    }
-
-    constexpr void Add(std::string_view text) {
-        if (text.size() < kSuffix || count_ == kMaxKeys) {
-            throw std::length_error("a key is too short, or there are too many");
-        }
-        Key key{text, 0, text.size() < 8 ? static_cast<unsigned>(64 - 8 * text.size()) : 0};
-        for (const char character : text) {
-            key.tail = key.tail >> 8U | std::uint64_t{static_cast<unsigned char>(character)} << 56U;
-        }
-        for (std::size_t i = 0; i < kSuffix; ++i) {
-            const auto byte = static_cast<unsigned char>(text[text.size() - kSuffix + i]);
-            low_[i][byte & 15U] |= static_cast<std::uint8_t>(1U << count_ % 8);
-            high_[i][byte >> 4U] |= static_cast<std::uint8_t>(1U << count_ % 8);
-        }
-        slots_[SlotOf(key.tail)] |= std::uint32_t{1} << count_;
-        keys_[count_++] = key;
-    }
-
-    std::array<Key, kMaxKeys> keys_{};
-    std::size_t count_ = 0;
-    std::array<std::uint32_t, 256> slots_{};  // by a hash of the suffix: bit k for keys_[k]
-    Nibbles low_{};
-    Nibbles high_{};
+    // Row i is for the character i places in front of a key's last one, entry n of each half for
+    // the bytes with n as their low (or high) four bits. Bit g of an entry: a key of group g can
+    // have such a byte there. Keys with the same last character are of one group.
+    std::uint8_t low[kRows][32] = {};
+    std::uint8_t high[kRows][32] = {};
 };
+
+// Whether a key stands right in front of text[end]. Unrolled, so that the keys are constants.
+template <const KeySet& set>
+bool AnyKeyEndsAt(const char* text, std::size_t end) {
+#pragma GCC unroll 32
+    for (std::size_t i = 0; i < set.count; ++i) {
+        const std::string_view key = set.keys[i];
+        if (key.size() <= end &&
+            std::memcmp(text + end - key.size(), key.data(), key.size()) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
 
 }  // namespace NS_LOG_SERVICE1

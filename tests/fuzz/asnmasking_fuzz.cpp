@@ -1,4 +1,4 @@
-// Masks made-up texts with every filter and stops at the first difference from the plain way.
+// Masks made-up texts with either search and stops at the first difference from the plain way.
 //
 // Input: one byte that chooses the message type, then the text.
 #include <cstddef>
@@ -13,24 +13,22 @@
 
 namespace {
 
-using NS_LOG_SERVICE1::FastestKeyFilter;
-using NS_LOG_SERVICE1::KeyFilter;
+using NS_LOG_SERVICE1::KeySearch;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::PlainKeyFilter;
 
 constexpr const char* kTypeNames[] = {"QAsnGetPhysicalLocationInfoRsp", "QAsnGetSNCsByCIDsRsp",
                                       "QAsnGetNEInfoRsp", "AsneVOXScheduleCreateReq",
                                       "QAsnGetAlarmsRsp"};
 
-void CheckFilter(KeyFilter* filter, const char* typeName, const std::string& text,
+void CheckSearch(KeySearch search, const char* typeName, const std::string& text,
                  const std::string& expected) {
     // An allocation of exactly the text, so that the sanitizer sees every step beyond it.
     const std::unique_ptr<char[]> copy(new char[text.size()]);
     text.copy(copy.get(), text.size());
-    MaskAsnText(typeName, copy.get(), text.size(), filter);
+    MaskAsnText(typeName, copy.get(), text.size(), search);
     if (expected.compare(0, expected.size(), copy.get(), text.size()) != 0) {
-        std::fprintf(stderr, "%s filter, %s: masked differently\n",
-                     filter == PlainKeyFilter ? "plain" : "fastest", typeName);
+        std::fprintf(stderr, "%s search, %s: masked differently\n",
+                     search == KeySearch::kPlain ? "plain" : "fastest", typeName);
         std::abort();
     }
 }
@@ -47,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         character = character == '\0' ? '\n' : character;  // a text has no zero byte
     }
     const std::string expected = MaskPlainly(typeName, text);
-    CheckFilter(PlainKeyFilter, typeName, text, expected);
-    CheckFilter(FastestKeyFilter(), typeName, text, expected);
+    CheckSearch(KeySearch::kPlain, typeName, text, expected);
+    CheckSearch(KeySearch::kFastest, typeName, text, expected);
     return 0;
 }

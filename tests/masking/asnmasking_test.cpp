@@ -1,4 +1,4 @@
-// Which values of ASN texts are masked, told rule by rule and with every filter.
+// Which values of ASN texts are masked, told rule by rule and with either search.
 #include "masking/asnmasking.h"
 
 #include <gtest/gtest.h>
@@ -8,9 +8,8 @@
 
 namespace {
 
-using NS_LOG_SERVICE1::FastestKeyFilter;
+using NS_LOG_SERVICE1::KeySearch;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::PlainKeyFilter;
 
 constexpr const char* kLocationType = "QAsnGetPhysicalLocationInfoRsp";
 constexpr const char* kCustomerType = "QAsnGetSNCsByIdxsRsp";
@@ -22,9 +21,9 @@ const std::string kClose = "</FTPPassWord>";
 
 std::string Masked(const std::string& typeName, std::string text) {
     std::string plain = text;
-    MaskAsnText(typeName, plain.data(), plain.size(), PlainKeyFilter);
+    MaskAsnText(typeName, plain.data(), plain.size(), KeySearch::kPlain);
     MaskAsnText(typeName, text.data(), text.size());
-    EXPECT_EQ(text, plain) << "the filters differ";
+    EXPECT_EQ(text, plain) << "the searches differ";
     return text;
 }
 

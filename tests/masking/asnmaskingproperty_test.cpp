@@ -13,10 +13,8 @@
 
 namespace {
 
-using NS_LOG_SERVICE1::FastestKeyFilter;
-using NS_LOG_SERVICE1::KeyFilter;
+using NS_LOG_SERVICE1::KeySearch;
 using NS_LOG_SERVICE1::MaskAsnText;
-using NS_LOG_SERVICE1::PlainKeyFilter;
 
 struct Kind {
     const char* label;
@@ -91,14 +89,14 @@ class TextMaker {
 
 constexpr std::size_t kKindCount = std::size(kKinds);
 
-// Each kind of value, first with the plain filter, then with the fastest one.
+// Each kind of value, first with the plain search, then with the fastest one.
 class AsnMaskingProperty : public testing::TestWithParam<std::size_t> {
   protected:
     static const Kind& GetKind() { return kKinds[GetParam() % kKindCount]; }
 
     static void Mask(char* text, std::size_t length) {
         MaskAsnText(GetKind().typeName, text, length,
-                    GetParam() < kKindCount ? PlainKeyFilter : FastestKeyFilter());
+                    GetParam() < kKindCount ? KeySearch::kPlain : KeySearch::kFastest);
     }
 
     // Masks a copy of `text` that begins `offset` bytes behind a multiple of 64, between bytes that
@@ -120,7 +118,7 @@ class AsnMaskingProperty : public testing::TestWithParam<std::size_t> {
     std::string area_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Filter, AsnMaskingProperty, testing::Range<std::size_t>(0, 2 * kKindCount),
+INSTANTIATE_TEST_SUITE_P(Search, AsnMaskingProperty, testing::Range<std::size_t>(0, 2 * kKindCount),
                          [](const auto& instance) {
                              return std::string(instance.param < kKindCount ? "Plain" : "Fastest") +
                                     kKinds[instance.param % kKindCount].label;
