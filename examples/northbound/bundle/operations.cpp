@@ -55,7 +55,7 @@ ElementDetails Operations::GetElement(uint32_t id) const {
     QV_LOG_ASN_TRACE(loggers_.messages, request);
     QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_2, "look up element %u", id);
     const Element& element = network_.Find(id);
-    QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_3, "element %u is %s, a %s", id,
+    QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_3, "element %u is %s, type %s", id,
                   element.name.c_str(), element.type.c_str());
     Ask(element);
     ElementDetails details{element, network_.SiteOf(id), board_.CountOf(id)};

@@ -92,20 +92,20 @@ LoadResult RunLoad(AgentConnection& connection, const ClientOptions& options) {
 
 void PrintLoad(const LoadResult& result, const ClientOptions& options) {
     std::size_t failures = 0;
-    const CallReport* last = nullptr;
+    const CallReport* shown = nullptr;  // one that reaches the element, if there is any
     for (const CallReport& call : result.calls) {
         if (!call.failure.empty()) {
             ++failures;
-            last = &call;
+            shown = shown == nullptr || call.interfaceName == "getElement" ? &call : shown;
         }
     }
     std::printf("clients: %u\ncalls: %zu\nfailures: %zu\nchanges told: %llu\n", options.clients,
                 result.calls.size(), failures, static_cast<unsigned long long>(result.changes));
     std::printf("calls per second: %.0f\n",
                 static_cast<double>(result.calls.size()) / result.time.count());
-    if (last != nullptr) {
-        std::printf("a failed operation: %s %s: %s\n", last->operation.c_str(),
-                    last->interfaceName.c_str(), last->failure.c_str());
+    if (shown != nullptr) {
+        std::printf("a failed operation: %s %s: %s\n", shown->operation.c_str(),
+                    shown->interfaceName.c_str(), shown->failure.c_str());
     }
     for (const auto& [name, count] : result.lost) {
         std::printf("clients that lost the agent: %u, %s\n", count, name.c_str());
