@@ -16,8 +16,6 @@ namespace NS_NORTHBOUND {
 
 namespace {
 
-constexpr unsigned int kAnswersAll = ~0U;
-
 // The clients on their threads.
 class Clients {
   public:

@@ -100,8 +100,7 @@ void RunCommand(AgentConnection& connection, const ClientOptions& options, Recei
 }
 
 int Run(const ClientOptions& options) {
-    const PortableServer::Servant_var<Receiver> receiver(
-        new Receiver(true, options.answers == 0 ? ~0U : options.answers));
+    const PortableServer::Servant_var<Receiver> receiver(new Receiver(true, options.answers));
     AgentConnection connection(options.reference, options.clients + 1);
     if (options.command != "load") {
         RunCommand(connection, options, *receiver.in());

@@ -61,7 +61,7 @@ bool ReadClientOptions(int argc, char* argv[], ClientOptions& options) {
                                           {"--count", options.count, 1, 500},
                                           {"--alarm", options.alarm, 0, 4000000000},
                                           {"--changes", options.changes, 1, 1000000},
-                                          {"--answers", options.answers, 0, 1000000},
+                                          {"--answers", options.answers, 0, kAnswersAll},
                                           {"--clients", options.clients, 1, 99},
                                           {"--calls", options.calls, 0, 100000000},
                                           {"--failures", options.failures, 0, 100},
