@@ -10,6 +10,7 @@ bin=${1:?usage: measure.sh BIN [ROUNDS [CALLS]]}
 rounds=${2:-5}
 calls=${3:-10000}
 clients=4
+page=100  # elements that a client takes at a time, which is every fifth call
 source "$here/agentprocess.sh"
 work=$(mktemp -d)
 
@@ -19,17 +20,20 @@ clean_up() {
 }
 trap clean_up EXIT
 
-# name | bundles | the bundle's arguments | logswitch | bEnableAsnLog
+# name | queued | the bundle's arguments | logswitch | bEnableAsnLog
 arrangements=(
-    "without the service|qv_northbound|--log off|1,1,1,1|0"
-    "levels 0 to 1|qv_base_log, qv_northbound|--details none|1,1,0,0|0"
-    "levels 0 to 3, 2 and 3 kept back|qv_base_log, qv_northbound|--details kept-back|1,1,0,0|1"
-    "levels 0 to 3, all written, no traces|qv_base_log, qv_northbound|--details as-configured|1,1,1,1|0"
-    "levels 0 to 3, all written, with traces|qv_base_log, qv_northbound|--details as-configured|1,1,1,1|1"
+    "without the service|off|--log off|1,1,1,1|0"
+    "levels 0 to 1|off|--details none|1,1,0,0|0"
+    "levels 0 to 3, 2 and 3 kept back|off|--details kept-back|1,1,0,0|1"
+    "the same, queued|on|--details kept-back|1,1,0,0|1"
+    "levels 0 to 3 written, without traces|off|--details as-configured|1,1,1,1|0"
+    "levels 0 to 3 written, with traces|off|--details as-configured|1,1,1,1|1"
 )
 
 configure() {
-    local bundles=$1 arguments=$2 switches=$3 asn=$4
+    local arguments=$1 switches=$2 asn=$3
+    local bundles="qv_schedule, qv_base_log, qv_northbound, qv_control"
+    [[ $arguments != "--log off" ]] || bundles=qv_northbound
     mkdir -p "$work/conf"
     cat >"$work/conf/corba_agent.cfg" <<EOF
 bundles = $bundles
@@ -54,12 +58,15 @@ ticks() {
 
 # One round of one arrangement: "calls per second, microseconds of processor time for each call".
 measure() {
-    local before after rate
+    local queued=$1 before after rate
     rm -rf "$work/log"
     start_agent "$bin" "$work"
+    if [[ $queued == on ]]; then
+        "$bin/qv_agentctl" --share "$work" queue on >"$work/queue.out"
+    fi
     before=$(ticks)
     rate=$(_APP_SHARE_DIR=$work "$bin/qv_northbound_client" load --clients "$clients" \
-        --calls "$calls" --failures 0 --subscribers 0 | sed -n 's/^calls per second: //p')
+        --calls "$calls" --count "$page" --failures 0 --subscribers 0 | sed -n 's/^calls per second: //p')
     after=$(ticks)
     stop_agent
     awk -v rate="$rate" -v ticks="$((after - before))" -v hertz="$(getconf CLK_TCK)" \
@@ -74,14 +81,14 @@ median() {
 
 for ((round = 1; round <= rounds; ++round)); do
     for i in "${!arrangements[@]}"; do
-        IFS='|' read -r _ bundles arguments switches asn <<<"${arrangements[i]}"
-        configure "$bundles" "$arguments" "$switches" "$asn"
-        measure >>"$work/result.$i"
+        IFS='|' read -r _ queued arguments switches asn <<<"${arrangements[i]}"
+        configure "$arguments" "$switches" "$asn"
+        measure "$queued" >>"$work/result.$i"
     done
 done
 
-printf '%d clients, %d calls each, medians of %d rounds; load of the machine: %s\n\n' \
-    "$clients" "$calls" "$rounds" "$(cut -d' ' -f1-3 /proc/loadavg)"
+printf '%d clients, %d calls each, pages of %d elements; medians of %d rounds; load of the machine: %s\n\n' \
+    "$clients" "$calls" "$page" "$rounds" "$(cut -d' ' -f1-3 /proc/loadavg)"
 printf '| %-40s | %14s | %8s | %22s |\n' Logging "Calls a second" Against "Agent, us for a call"
 printf '|%s|%s:|%s:|%s:|\n' "------------------------------------------" "---------------" \
     "---------" "-----------------------"

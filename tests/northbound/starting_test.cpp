@@ -17,6 +17,7 @@ using NS_TEST::ChildResult;
 using ::testing::Each;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 class NorthboundStart : public NS_TEST::NorthboundAgent {
   protected:
@@ -39,7 +40,7 @@ class NorthboundStart : public NS_TEST::NorthboundAgent {
                 words >> number >> local >> remote >> state >> queues >> timer >> retries >> user >>
                     wait >> inode;
                 if (state == "0A" && sockets.count("socket:[" + inode + "]") != 0) {
-                    addresses.insert(local.substr(0, local.find(':')));
+                    addresses.insert(local);
                 }
             }
         }
@@ -51,7 +52,21 @@ TEST_F(NorthboundStart, ListensOnThisMachineOnly) {
     Start();
     const std::multiset<std::string> addresses = ListeningAddresses(agent_->GetId());
     EXPECT_THAT(addresses, SizeIs(1));
-    EXPECT_THAT(addresses, Each("0100007F"));  // 127.0.0.1
+    EXPECT_THAT(addresses, Each(StartsWith("0100007F:")));  // 127.0.0.1
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(NorthboundStart, IsRefusedOnAPortThatIsTaken) {
+    Start();
+    const std::multiset<std::string> addresses = ListeningAddresses(agent_->GetId());
+    ASSERT_THAT(addresses, SizeIs(1));
+    const unsigned long port = std::stoul(addresses.begin()->substr(9), nullptr, 16);
+    Configure("bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
+              std::to_string(port) + "\n");
+    const ChildResult result = Run({"--traffic", "none"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("the ORB does not start: INITIALIZE"));
+    EXPECT_EQ(Call({"alarms"}).exitCode, 0);
     EXPECT_EQ(Stop(), 0);
 }
 

@@ -1,6 +1,8 @@
 // All of the agent's northbound side.
 #include "bundle/northboundserver.h"
 
+#include <exception>
+
 #include "bundle/agentservant.h"
 #include "qv_base_log/loglevel.h"
 #include "qv_base_log/logmacros.h"
@@ -14,8 +16,9 @@ NorthboundServer::NorthboundServer(const ServerOptions& options, const Loggers& 
       source_(loggers_, network_, board_, options.alarms,
               [this](const Alarm& change) { subscribers_.Tell(change); }),
       orb_(options.port) {
-    const std::string reference =
-        orb_.Serve(new AgentServant(loggers_, operations_, subscribers_, options.answerLimit));
+    const PortableServer::Servant_var<AgentServant> servant(
+        new AgentServant(loggers_, operations_, subscribers_, options.answerLimit));
+    const std::string reference = orb_.Serve(*servant.in());
     source_.Start();
     reference_ = std::make_unique<ReferenceFile>(options.reference, reference);
     QV_LOG_FORMAT(loggers_.system, NS_LOG_SERVICE1::LOG_LEVEL_1, "serving %u elements",
@@ -27,7 +30,11 @@ NorthboundServer::~NorthboundServer() {
     source_.Stop();
     subscribers_.Close();
     orb_.Stop();
-    QV_LOG(loggers_.system, NS_LOG_SERVICE1::LOG_LEVEL_1, "no longer serving");
+    try {
+        QV_LOG(loggers_.system, NS_LOG_SERVICE1::LOG_LEVEL_1, "no longer serving");
+    } catch (const std::exception&) {
+        // No memory for the record.
+    }
 }
 
 }  // namespace NS_NORTHBOUND

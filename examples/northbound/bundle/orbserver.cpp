@@ -27,17 +27,8 @@ OrbServer::OrbServer(unsigned int port) : orb_(StartOrb(port)) {
     addresses_ = std::make_unique<CallerAddressRecording>();
 }
 
-OrbServer::~OrbServer() {
-    try {
-        Stop();
-    } catch (const CORBA::Exception& error) {
-        NS_REFERENCE_HOST::Report("qv_northbound",
-                                  std::string("the ORB does not stop: ") + error._name());
-    }
-}
-
-std::string OrbServer::Serve(PortableServer::Servant_var<PortableServer::ServantBase> servant) {
-    const PortableServer::ObjectId_var id = poa_->activate_object(servant.in());
+std::string OrbServer::Serve(PortableServer::ServantBase& servant) {
+    const PortableServer::ObjectId_var id = poa_->activate_object(&servant);
     const CORBA::Object_var object = poa_->id_to_reference(id);
     const CORBA::String_var text = orb_->object_to_string(object);
     const PortableServer::POAManager_var manager = poa_->the_POAManager();
@@ -45,14 +36,24 @@ std::string OrbServer::Serve(PortableServer::Servant_var<PortableServer::Servant
     return text.in();
 }
 
-void OrbServer::Stop() {
-    if (CORBA::is_nil(orb_)) {
-        return;
-    }
+void OrbServer::EndOrb() {
     orb_->shutdown(true);
+    // Only now: the ORB does not guard its list of interceptors against calls that go on.
     addresses_.reset();
     poa_ = PortableServer::POA::_nil();
     orb_->destroy();
+}
+
+void OrbServer::Stop() noexcept {
+    if (CORBA::is_nil(orb_)) {
+        return;
+    }
+    try {
+        EndOrb();
+    } catch (const CORBA::Exception& error) {
+        NS_REFERENCE_HOST::Report("qv_northbound",
+                                  std::string("the ORB does not stop: ") + error._name());
+    }
     orb_ = CORBA::ORB::_nil();
 }
 

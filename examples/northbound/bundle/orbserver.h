@@ -19,20 +19,21 @@ class OrbServer {
     // such port.
     explicit OrbServer(unsigned int port);
 
-    // As Stop.
-    ~OrbServer();
+    ~OrbServer() { Stop(); }
 
     OrbServer(const OrbServer&) = delete;
     OrbServer& operator=(const OrbServer&) = delete;
 
-    // Serves `servant` from now on; takes one reference of it. Returns where clients find it, as
-    // text.
-    std::string Serve(PortableServer::Servant_var<PortableServer::ServantBase> servant);
+    // Serves `servant`, which is counted, from now on. Returns where clients find it, as text.
+    std::string Serve(PortableServer::ServantBase& servant);
 
     // Waits for the calls that are being served; no other comes in. Afterwards the ORB is gone.
-    void Stop();
+    // What the ORB objects to is reported. May be called again.
+    void Stop() noexcept;
 
   private:
+    void EndOrb();
+
     CORBA::ORB_var orb_;
     PortableServer::POA_var poa_;
     std::unique_ptr<CallerAddressRecording> addresses_;
