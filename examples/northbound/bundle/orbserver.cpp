@@ -2,6 +2,7 @@
 #include "bundle/orbserver.h"
 
 #include "common/report.h"
+#include "interface/nilreferences.h"
 
 namespace NS_NORTHBOUND {
 
@@ -15,6 +16,7 @@ CORBA::ORB_ptr StartOrb(unsigned int port) {
                                 {"threadPerConnectionPolicy", "1"},
                                 {"maxServerThreadPerConnection", "1"},
                                 {nullptr, nullptr}};
+    MakeNilReferences();
     int argc = 0;
     return CORBA::ORB_init(argc, nullptr, "omniORB4", options);
 }

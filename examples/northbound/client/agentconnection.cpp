@@ -4,6 +4,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "interface/nilreferences.h"
+
 namespace NS_NORTHBOUND {
 
 namespace {
@@ -22,6 +24,7 @@ CORBA::ORB_ptr StartOrb(const std::string& calls) {
     const char* options[][2] = {{"endPoint", "giop:tcp:127.0.0.1:"},
                                 {"maxGIOPConnectionPerServer", calls.c_str()},
                                 {nullptr, nullptr}};
+    MakeNilReferences();
     int argc = 0;
     return CORBA::ORB_init(argc, nullptr, "omniORB4", options);
 }
