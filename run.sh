@@ -22,6 +22,12 @@ log file that it has written are printed. Works from any directory.
     ./run.sh --sample --threads 8 --operations 1000   the sample, with more of everything
     ./run.sh --keep-running                           serve until Ctrl-C, SIGINT or SIGTERM
     ./run.sh --traffic none                           only serve, without a client
+    ./run.sh --northbound [OPTION...]                 an agent whose clients call it over CORBA
+
+With --northbound, 8 clients make 600 calls each, of which some fail. Calls per second are printed,
+the failures, and what the log tells of a failed operation. Options go to the client's load: --clients
+N, --calls N, --failures PERCENT, --subscribers N. Its files are in $share/northbound, and
+docs/northbound.md explains it.
 
 Configuration:  $configuration
                 written with defaults if it is not there, with a comment on each item
@@ -38,7 +44,7 @@ EOF
 
 # A build directory that has the tests keeps them; none of them is built here.
 build() {
-    qv_configure "$root" release && qv_build "$root" release "${targets[@]}"
+    qv_configure "$root" release "${options[@]}" && qv_build "$root" release "${targets[@]}"
 }
 
 for argument in "$@"; do
@@ -49,13 +55,27 @@ for argument in "$@"; do
 done
 
 source "$root/scripts/setup.sh"
-qv_install_packages "${qv_packages[@]}"
+packages=("${qv_packages[@]}")
+options=()
+northbound=false
+if [[ ${1:-} == --northbound ]]; then
+    shift
+    northbound=true
+    packages+=("${qv_northbound_packages[@]}")
+    options=(-DQV_BUILD_NORTHBOUND=ON)
+    targets+=(qv_northbound qv_northbound_client)
+fi
+qv_install_packages "${packages[@]}"
 
 mkdir -p "$root/build"
 if ! build >"$root/build/run.log" 2>&1; then
     cat "$root/build/run.log" >&2
     echo "run.sh: the build failed, see above" >&2
     exit 1
+fi
+
+if $northbound; then
+    exec "$root/examples/northbound/demo.sh" "$root/build/release/bin" "$share/northbound" "$@"
 fi
 
 mkdir -p "$share/conf" "$share/log"

@@ -17,6 +17,12 @@ qv_packages=(
     libsqlite3-dev
 )
 
+# What the example of a northbound agent needs beside that. The tests run it as well.
+qv_northbound_packages=(
+    libomniorb4-dev
+    omniidl
+)
+
 # What the tests, the benchmarks and the checks need beside that.
 qv_test_packages=(
     ccache

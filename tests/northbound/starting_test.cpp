@@ -1,0 +1,98 @@
+// How the bundle starts, and what it refuses.
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "northbound/northboundagent.h"
+#include "support/files.h"
+
+namespace {
+
+using NS_TEST::ChildResult;
+using ::testing::Each;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+class NorthboundStart : public NS_TEST::NorthboundAgent {
+  protected:
+    // The addresses on which a process listens for TCP connections, as the kernel writes them.
+    static std::multiset<std::string> ListeningAddresses(pid_t process) {
+        const std::string root = "/proc/" + std::to_string(process);
+        std::set<std::string> sockets;
+        for (const auto& entry : std::filesystem::directory_iterator(root + "/fd")) {
+            std::error_code ignored;
+            sockets.insert(std::filesystem::read_symlink(entry.path(), ignored).string());
+        }
+        std::multiset<std::string> addresses;
+        for (const char* table : {"/net/tcp", "/net/tcp6"}) {
+            if (!std::filesystem::exists(root + table)) {
+                continue;  // a system without that protocol
+            }
+            for (const std::string& line : NS_TEST::ReadLines(root + table)) {
+                std::istringstream words(line);
+                std::string number, local, remote, state, queues, timer, retries, user, wait, inode;
+                words >> number >> local >> remote >> state >> queues >> timer >> retries >> user >>
+                    wait >> inode;
+                if (state == "0A" && sockets.count("socket:[" + inode + "]") != 0) {
+                    addresses.insert(local);
+                }
+            }
+        }
+        return addresses;
+    }
+};
+
+TEST_F(NorthboundStart, ListensOnThisMachineOnly) {
+    Start();
+    const std::multiset<std::string> addresses = ListeningAddresses(agent_->GetId());
+    EXPECT_THAT(addresses, SizeIs(1));
+    EXPECT_THAT(addresses, Each(StartsWith("0100007F:")));  // 127.0.0.1
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(NorthboundStart, IsRefusedOnAPortThatIsTaken) {
+    Start();
+    const std::multiset<std::string> addresses = ListeningAddresses(agent_->GetId());
+    ASSERT_THAT(addresses, SizeIs(1));
+    const unsigned long port = std::stoul(addresses.begin()->substr(9), nullptr, 16);
+    Configure("bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
+              std::to_string(port) + "\n");
+    const ChildResult result = Run({"--traffic", "none"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("the ORB does not start: INITIALIZE"));
+    EXPECT_EQ(Call({"alarms"}).exitCode, 0);
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(NorthboundStart, IsRefusedWithoutTheLoggingService) {
+    Configure("bundles = qv_northbound\n");
+    const ChildResult result = Run({"--traffic", "none"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("is its bundle listed in front of this one?"));
+}
+
+TEST_F(NorthboundStart, NeedsNoServiceWhenNothingIsLogged) {
+    Start("--log off", "bundles = qv_northbound\n");
+    EXPECT_EQ(Call({"inventory"}).exitCode, 0);
+    EXPECT_EQ(Call({"element", "--element", "0"}).exitCode, 1);
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_THAT(NS_TEST::ListFiles(Path("log")), ::testing::IsEmpty());
+}
+
+TEST_F(NorthboundStart, IsRefusedWithArgumentsThatMakeNoSense) {
+    for (const char* arguments : {"--details some", "--log maybe", "--port 70000"}) {
+        Configure("bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = " +
+                  std::string(arguments) + "\n");
+        const ChildResult result = Run({"--traffic", "none"});
+        EXPECT_EQ(result.exitCode, 5) << arguments;
+        EXPECT_THAT(result.errors, HasSubstr("arguments: ")) << arguments;
+    }
+}
+
+}  // namespace
