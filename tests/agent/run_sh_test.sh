@@ -51,6 +51,11 @@ done
 run 0 </dev/null
 [[ $(grep -c 'last record' "$work/output") == 7 ]] || fail "the sample left categories out"
 
+run 0 --northbound --clients 2 --calls 60 --failures 30 </dev/null
+grep -q '^calls: 126$' "$work/output" || fail "the northbound example tells of no calls"
+grep -q '^What the log tells of the operation ' "$work/output" || fail "it tells no story"
+[[ ${#files[@]} == 7 ]] || fail "the northbound example: ${#files[@]} files are named"
+
 run 2 --no-such-option </dev/null
 grep -q -- --no-such-option "$work/errors" || fail "the unknown option is not named"
 
