@@ -7,10 +7,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
-#include <limits>
 #include <string_view>
 #include <type_traits>
+
+#include "base/fixedpoint.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -18,8 +18,7 @@ namespace {
 constexpr int kNone = -1;  // no precision
 constexpr int kDefaultPrecision = 6;
 
-// Beyond these the C library is as good. A width or a precision of more than a few digits is rare,
-// and so is a double that prints as more digits than a 64-bit number.
+// Beyond these the C library is as good.
 constexpr int kMostPrecision = 30;
 constexpr int kMostWidth = 4096;
 constexpr double kMostMagnitude = 1e18;
@@ -90,53 +89,6 @@ size_t ZerosToWidth(const Conversion& conversion, size_t used) {
     return conversion.zero && !conversion.left && width > used ? width - used : 0;
 }
 
-// Writes a number of up to 18 digits and `precision` of its decimals, correctly rounded, and
-// returns the end; or null where it cannot. A double is a whole number of some power of two, so its
-// decimals are a division by that power, which 128 bits hold exactly. Takes an eighth of the time
-// of std::to_chars, which serves all magnitudes.
-char* WriteFixed(double value, int precision, char* out) {
-    static constexpr uint64_t kPowers[] = {1,      10,      100,      1000,      10000,
-                                           100000, 1000000, 10000000, 100000000, 1000000000};
-    if (precision >= static_cast<int>(std::size(kPowers))) {
-        return nullptr;
-    }
-    constexpr int kMantissaBits = 52;
-    constexpr int kExponentBias = 1023;
-    constexpr int kMostShift = 96;  // mantissa times power takes 83 bits
-    uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    const int shift = kMantissaBits + kExponentBias - static_cast<int>(bits >> kMantissaBits);
-    const uint64_t leading = uint64_t{1} << kMantissaBits;
-    const uint64_t mantissa = (bits & (leading - 1)) | leading;
-    if (shift < 0 || shift > kMostShift) {
-        return nullptr;
-    }
-    __extension__ using Wide = unsigned __int128;
-    const uint64_t power = kPowers[precision];
-    const Wide scaled = static_cast<Wide>(mantissa) * power;
-    const Wide unit = static_cast<Wide>(1) << shift;
-    const Wide wideQuotient = scaled >> shift;
-    if (wideQuotient >= std::numeric_limits<uint64_t>::max()) {
-        return nullptr;
-    }
-    auto quotient = static_cast<uint64_t>(wideQuotient);
-    const Wide twiceRest = (scaled & (unit - 1)) << 1;
-    if (twiceRest > unit || (twiceRest == unit && (quotient & 1) != 0)) {
-        ++quotient;
-    }
-    const uint64_t whole = quotient / power;
-    uint64_t decimals = quotient % power;
-    out = std::to_chars(out, out + 20, whole).ptr;
-    if (precision == 0) {
-        return out;
-    }
-    *out++ = '.';
-    for (char* digit = out + precision; digit != out; decimals /= 10) {
-        *--digit = static_cast<char>('0' + decimals % 10);
-    }
-    return out + precision;
-}
-
 char* CommonFormatter::Format(const char* format, Arguments& arguments) {
     for (;;) {
         const char* next = strchrnul(format, '%');
@@ -162,8 +114,6 @@ bool CommonFormatter::Literal(const char* text, size_t length) {
     return true;
 }
 
-// Whether a digit or an asterisk is next is asked before anything is parsed: most conversions are
-// of one letter.
 bool CommonFormatter::Convert(const char*& format, Arguments& arguments) {
     Conversion conversion;
     if (!ParseFlags(format, conversion) || !ParseSizes(format, arguments, conversion)) {
@@ -369,7 +319,7 @@ bool CommonFormatter::Floating(const Conversion& conversion, Arguments& argument
     char digits[64];
     char* digitsEnd = nullptr;
     if (format == std::chars_format::fixed) {
-        digitsEnd = WriteFixed(std::fabs(value), precision, digits);
+        digitsEnd = WriteFixedPoint(std::fabs(value), precision, digits);
     }
     if (digitsEnd == nullptr) {
         digitsEnd =
