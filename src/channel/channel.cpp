@@ -3,7 +3,6 @@
 #include <ace/OS_NS_sys_time.h>
 #include <pthread.h>
 
-#include <exception>
 #include <utility>
 
 #include "bundlemgr/logsupport.h"
@@ -71,7 +70,6 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         WaitingRecords::AwaitWriter(waiting);
     }
     if (!waiting.done) {
-        // The writer has met an exception before it came to this record.
         const Guard fileGuard(fileMutex_);
         logFile_->WriteRecord(record);
     }
@@ -91,21 +89,16 @@ std::string_view TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory&
 
 void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     WaitingRecord* group = nullptr;
-    std::exception_ptr failure;
     waiting_.AwaitTurn();
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
         try {
             logFile_->WriteGroup(group);
-        } catch (...) {
-            failure = std::current_exception();
+        } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
         }
     }
     waiting_.EndWriting(group, own);
-    if (failure != nullptr && !own.done) {
-        std::rethrow_exception(failure);
-    }
 }
 
 void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {

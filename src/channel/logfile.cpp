@@ -157,11 +157,16 @@ Records LogFile::WriteBatch(Records first) {
     }
     const uint64_t numberBefore = recordNumber_;
     frames_.Clear();
-    do {
-        next.AppendTo(*this);
-        next.Next();
-    } while (!next.AtEnd() && frames_.Size() < kBatchSize &&
-             bytesWritten_ + frames_.Size() < sizeLimit_);
+    try {
+        do {
+            next.AppendTo(*this);
+            next.Next();
+        } while (!next.AtEnd() && frames_.Size() < kBatchSize &&
+                 bytesWritten_ + frames_.Size() < sizeLimit_);
+    } catch (...) {
+        recordNumber_ = numberBefore;  // a gap would tell of records that were lost
+        throw;
+    }
 
     const auto [written, error] = stream_.Write(frames_.Bytes());
     if (error) {
