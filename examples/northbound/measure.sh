@@ -27,10 +27,11 @@ trap clean_up EXIT
 arrangements=(
     "without the service|off|--log off|1,1,1,1|0"
     "levels 0 to 1|off|--details none|1,1,0,0|0"
-    "levels 0 to 3, 2 and 3 kept back|off|--details kept-back|1,1,0,0|1"
-    "the same, queued|on|--details kept-back|1,1,0,0|1"
-    "levels 0 to 3 written, without traces|off|--details as-configured|1,1,1,1|0"
-    "levels 0 to 3 written, with traces|off|--details as-configured|1,1,1,1|1"
+    "levels 2 and 3 kept back|off|--details kept-back|1,1,0,0|0"
+    "levels 2 and 3 kept back, and traces|off|--details kept-back|1,1,0,0|1"
+    "levels 2 and 3 kept back, queued|on|--details kept-back|1,1,0,0|0"
+    "levels 0 to 3 written|off|--details as-configured|1,1,1,1|0"
+    "levels 0 to 3 written, and traces|off|--details as-configured|1,1,1,1|1"
 )
 
 configure() {

@@ -17,7 +17,15 @@ using NS_TEST::ParsedPiece;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-using NorthboundClients = NS_TEST::NorthboundAgent;
+class NorthboundClients : public NS_TEST::NorthboundAgent {
+  protected:
+    // The number of the last alarm that has been logged.
+    int LastAlarm() const {
+        const std::string logged = Logged("corba_alarm");
+        const std::string key = "{\"alarm\":";
+        return std::stoi(logged.substr(logged.rfind(key) + key.size()));
+    }
+};
 
 // Call-backs that are not answered end with the client only.
 constexpr char kNoLimit[] = "--alarms 50 --answer-limit 600000";
@@ -71,6 +79,22 @@ TEST_F(NorthboundClients, ThatNeverAnswerTheirCallBackHoldUpNobody) {
     silent.Signal(SIGKILL);
     silent.Wait();
     ASSERT_TRUE(AwaitLogged("corbanotify", "the subscription breaks off"));
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(NorthboundClients, ThatAreTooSlowMissTheOldestChangesAndGoOn) {
+    Start("--alarms 1000 --answer-limit 600000");
+    ChildProcess client(Client({"watch", "--changes", "1000000"}));
+    ASSERT_TRUE(client.WaitForOutput("has come"));
+    client.Signal(SIGSTOP);
+    const int before = LastAlarm();  // at least as many as the client has printed
+    // Two changes for each alarm: more than an agent keeps for a client.
+    ASSERT_TRUE(AwaitLogged("corba_alarm", "{\"alarm\":" + std::to_string(before + 1000) + ","));
+    client.Signal(SIGCONT);
+    ASSERT_TRUE(AwaitLogged("corbanotify", " changes are left out"));
+    ASSERT_TRUE(client.WaitForOutput(" has come", before + 1));
+    client.Signal(SIGKILL);
+    client.Wait();
     EXPECT_EQ(Stop(), 0);
 }
 
