@@ -9,6 +9,7 @@ print_help() {
     cat <<EOF
 Usage: ./bench.sh [OPTION...]
        ./bench.sh --instructions [--check] [--update]
+       ./bench.sh --northbound [ROUNDS [CALLS [MS]]]
 
 Installs what is missing (Debian packages, as root or through sudo), builds the service and the
 other loggers' programs optimised, measures, and prints one table. It stands in $build
@@ -28,6 +29,9 @@ too, as results.txt and results.json. A full run takes about a quarter of an hou
                        figures kept in bench/instructions.json
     --check            with it: exit code 1 when a path takes more than 3 % more
     --update           with it: keep the new figures
+
+    --northbound       calls per second of the northbound example, with more and less logging; MS is
+                       how long an element takes to answer
 EOF
 }
 
@@ -41,11 +45,29 @@ done
 source "$root/scripts/setup.sh"
 qv_install_packages "${qv_packages[@]}" "${qv_bench_packages[@]}"
 
+build_or_fail() {
+    if ! "$@" >"$build/build.log" 2>&1; then
+        cat "$build/build.log" >&2
+        echo "bench.sh: the build failed, see above" >&2
+        exit 1
+    fi
+}
+
+build_northbound() {
+    qv_configure "$root" bench -DQV_BUILD_NORTHBOUND=ON &&
+        qv_build "$root" bench qv_agent qv_base_log qv_schedule qv_control qv_northbound qv_northbound_client
+}
+
+build_all() {
+    qv_configure "$root" bench && qv_build "$root" bench
+}
+
 mkdir -p "$build"
-if ! { qv_configure "$root" bench && qv_build "$root" bench; } >"$build/build.log" 2>&1; then
-    cat "$build/build.log" >&2
-    echo "bench.sh: the build failed, see above" >&2
-    exit 1
+if [[ ${1:-} == --northbound ]]; then
+    qv_install_packages "${qv_northbound_packages[@]}"
+    build_or_fail build_northbound
+    exec "$root/examples/northbound/measure.sh" "$build/bin" "${@:2}"
 fi
+build_or_fail build_all
 
 exec "$build/bin/qv_bench" --disk "$build" --results "$build" "$@"
