@@ -19,7 +19,7 @@ them. Works from any directory; what is up to date is not built again.
     --quick            only the preset release, and no static checks
     --preset NAME      only this preset
     --filter REGEX     only the tests whose names match
-    --fuzz             fuzz the masking of ASN dumps and the reader for one minute each as well
+    --fuzz             fuzz the masking, the common formats and the reader for one minute each
     --help             this text
 EOF
 }
