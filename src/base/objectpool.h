@@ -38,8 +38,11 @@ class ObjectPool {
     Place& PlaceOfThread() { return slots_[ThreadNumber() % slots_.size()].object; }
 
     static std::unique_ptr<T> Take(Place& place) {
-        std::unique_ptr<T> spare(place.exchange(nullptr, std::memory_order_acquire));
-        return spare != nullptr ? std::move(spare) : std::make_unique<T>();
+        std::unique_ptr<T> object(place.exchange(nullptr, std::memory_order_acquire));
+        if (object == nullptr) {
+            object = std::make_unique<T>();
+        }
+        return object;
     }
 
     static void GiveBack(Place& place, std::unique_ptr<T> object) {
