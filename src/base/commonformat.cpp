@@ -304,7 +304,7 @@ bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sig
     }
     // No digits at all for a zero of which none are wanted.
     const auto least = static_cast<size_t>(conversion.precision);
-    body = magnitude == 0 && least == 0 ? std::string_view() : body;
+    body = magnitude == 0 && least == 0 ? body.substr(0, 0) : body;
     return Padded(conversion, sign, least > body.size() ? least - body.size() : 0, body);
 }
 

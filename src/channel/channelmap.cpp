@@ -15,15 +15,15 @@ bool IsLogCategory(const std::string& name) {
 }
 
 void ChannelMap::Create(const LogSettings& settings) {
-    for (const char* category : kLogCategories) {
+    for (const std::string category : kLogCategories) {
         if (Find(category) != nullptr) {
             continue;
         }
         auto channel = std::make_unique<TEDebugInfoBuf>(
-            category, settings.queuebuflength, settings.filterbuflength, settings.logfilesize,
-            settings.logfilecount);
+            category.c_str(), settings.queuebuflength, settings.filterbuflength,
+            settings.logfilesize, settings.logfilecount);
         const LockGuard<Mutex> guard(mutex_);
-        channels_[category] = std::move(channel);
+        channels_[category] = std::move(channel);  // Find has made the entry: nothing can fail
     }
 }
 
