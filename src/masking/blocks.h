@@ -18,7 +18,10 @@ template <const KeySet& set>
 struct PlainBlocks {
     // The places right behind a key. REQUIRES: begin >= set.minSize.
     Places KeyEnds(std::size_t begin) const {
-        return PlacesWhere([&](std::size_t i) { return AnyKeyEndsAt<set>(text, begin + i); });
+        return PlacesWhere([&](std::size_t i) {
+            return set.isLast[static_cast<unsigned char>(text[begin + i - 1])] &&
+                   AnyKeyEndsAt<set>(text, begin + i);
+        });
     }
 
     Places PlacesOf(char character, std::size_t begin) const {

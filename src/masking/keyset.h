@@ -22,6 +22,7 @@ struct KeySet {
                 throw std::length_error("a key is too short, or there are too many");
             }
             AddToRows(text);
+            isLast[static_cast<unsigned char>(text.back())] = true;
             minSize = text.size() < minSize ? text.size() : minSize;
             keys[count++] = text;
         }
@@ -43,6 +44,9 @@ struct KeySet {
     std::string_view keys[kMaxKeys] = {};
     std::size_t count = 0;
     std::size_t minSize = std::string_view::npos;
+
+    // Whether a key ends in this character.
+    bool isLast[256] = {};
 
     // Row i is for the character i places in front of a key's last one, entry n of each half for
     // the bytes with n as their low (or high) four bits. Bit g of an entry: a key of group g can
