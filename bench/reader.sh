@@ -2,7 +2,7 @@
 # Measures the reader beside grep, ripgrep and lnav, on log files that the sample traffic writes:
 #     bench/reader.sh [MEGABYTES]
 # Prints a table in Markdown: the processor time and the wall time of the best of five runs, and the
-# bytes of the files by it. Needs the preset release, ripgrep and lnav.
+# bytes of the files by it. Needs the preset release, ripgrep, lnav and python3.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
