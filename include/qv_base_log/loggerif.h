@@ -23,9 +23,9 @@ namespace NS_LOG_SERVICE1 {
 // service ends.
 //
 // Errors: the logging operations report nothing to the caller. A record is lost when no log file
-// can be opened or a write fails; the service counts it. All records of a file are lost when it is
-// full within the second in which it was made, because the next file has the same name; the service
-// does not count them. Queued records are lost when the process dies.
+// can be opened or a write fails; the service counts it. A file that is
+// full within the second in which it was made loses all its records, because the next file has the
+// same name. The service does not count these. Queued records are lost when the process dies.
 //
 // Exceptions: std::bad_alloc; what the caller's own objects throw (JSON values, ASN messages);
 // std::out_of_range where it is named below; and from LogAsnTrace and PrintAsn the platform's
