@@ -23,7 +23,6 @@ struct KeySet {
             }
             AddToRows(text);
             isLast[static_cast<unsigned char>(text.back())] = true;
-            minSize = text.size() < minSize ? text.size() : minSize;
             keys[count++] = text;
         }
     }
@@ -43,7 +42,6 @@ struct KeySet {
 
     std::string_view keys[kMaxKeys] = {};
     std::size_t count = 0;
-    std::size_t minSize = std::string_view::npos;
 
     // Whether a key ends in this character.
     bool isLast[256] = {};
