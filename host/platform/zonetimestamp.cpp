@@ -51,6 +51,15 @@ char* WriteDigits(int number, int count, char* out) {
     return out + count;
 }
 
+// The six digits in three independent pairs: each record needs them.
+void WriteMicros(int micros, char* out) {
+    const int pairs[] = {micros / 10000, micros / 100 % 100, micros % 100};
+    for (const int pair : pairs) {
+        *out++ = static_cast<char>('0' + pair / 10);
+        *out++ = static_cast<char>('0' + pair % 10);
+    }
+}
+
 char* WriteCharacter(char character, char* out) {
     *out = character;
     return out + 1;
@@ -128,7 +137,7 @@ void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
     if (!cached.isValid || cached.second != second || !(cached.zone == zone)) {
         Render(second, zone, cached);
     }
-    WriteDigits(micros, kMicroDigits, cached.text + cached.microsAt);
+    WriteMicros(micros, cached.text + cached.microsAt);
     // A string that has its size already is only written over.
     stamp.resize(cached.length);
     std::memcpy(stamp.data(), cached.text, cached.length);

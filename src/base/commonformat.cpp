@@ -10,6 +10,8 @@
 #include <string_view>
 #include <type_traits>
 
+#include "base/conversion.h"
+#include "base/copytext.h"
 #include "base/fixedpoint.h"
 
 // The analyser loses sight of a va_list that is handed on by reference, and of what to_chars
@@ -19,55 +21,40 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-constexpr int kNone = -1;  // no precision
 constexpr int kDefaultPrecision = 6;
 
 // Beyond these the C library is as good.
 constexpr int kMostPrecision = 30;
-constexpr int kMostWidth = 4096;
 constexpr double kMostMagnitude = 1e18;
 
-enum class Length { kInt, kChar, kShort, kLong, kLongLong, kSize, kMax, kPointerDifference };
-
-// One conversion, as it stands between the '%' and its letter.
-struct Conversion {
-    bool left = false;
-    bool plus = false;
-    bool blank = false;
-    bool zero = false;
-    int width = 0;
-    int precision = kNone;
-    Length length = Length::kInt;
-};
-
-// A va_list that can be handed on by reference whatever it is on this platform.
-struct Arguments {
-    va_list list;
-};
+// Of a number with at most that precision and magnitude.
+constexpr size_t kMostDigits = 64;
 
 class CommonFormatter {
   public:
     CommonFormatter(char* buffer, size_t room) : at_(buffer), end_(buffer + room) {}
 
     // Where the text ends, or null for a text that is not common.
-    char* Format(const char* format, Arguments& arguments);
+    char* Format(const char* format, FormatArguments& arguments);
 
   private:
     bool Literal(const char* text, size_t length);
-    bool Convert(const char*& format, Arguments& arguments);
-    static bool ParseFlags(const char*& format, Conversion& conversion);
-    static bool ParseNumber(const char*& format, Arguments& arguments, int& number);
-    static bool ParseSizes(const char*& format, Arguments& arguments, Conversion& conversion);
-    static void ParseLength(const char*& format, Conversion& conversion);
-
-    bool Signed(const Conversion& conversion, Arguments& arguments);
-    bool Unsigned(const Conversion& conversion, Arguments& arguments, int base, bool upperCase);
+    bool Convert(const char*& format, FormatArguments& arguments);
+    bool Signed(const Conversion& conversion, FormatArguments& arguments);
+    bool Unsigned(const Conversion& conversion, FormatArguments& arguments, int base,
+                  bool upperCase);
     bool Integer(const Conversion& conversion, std::string_view sign, uint64_t magnitude, int base,
                  bool upperCase);
-    bool Floating(const Conversion& conversion, Arguments& arguments, std::chars_format format);
-    bool String(const Conversion& conversion, Arguments& arguments);
-    bool Character(const Conversion& conversion, Arguments& arguments);
-    bool Pointer(const Conversion& conversion, Arguments& arguments);
+    bool Floating(const Conversion& conversion, FormatArguments& arguments,
+                  std::chars_format format);
+    bool String(const Conversion& conversion, FormatArguments& arguments);
+    bool Character(const Conversion& conversion, FormatArguments& arguments);
+    bool Pointer(const Conversion& conversion, FormatArguments& arguments);
+
+    // Whether a number can be written where it belongs: no width, and room for any number.
+    bool IsUnpadded(const Conversion& conversion) const {
+        return conversion.width == 0 && static_cast<size_t>(end_ - at_) > kMostDigits;
+    }
 
     // `prefix`, then `zeros` zeros, then `body`, padded to the width.
     bool Padded(const Conversion& conversion, std::string_view prefix, size_t zeros,
@@ -93,7 +80,7 @@ size_t ZerosToWidth(const Conversion& conversion, size_t used) {
     return conversion.zero && !conversion.left && width > used ? width - used : 0;
 }
 
-char* CommonFormatter::Format(const char* format, Arguments& arguments) {
+char* CommonFormatter::Format(const char* format, FormatArguments& arguments) {
     for (;;) {
         const char* next = strchrnul(format, '%');
         if (!Literal(format, static_cast<size_t>(next - format))) {
@@ -113,17 +100,16 @@ bool CommonFormatter::Literal(const char* text, size_t length) {
     if (static_cast<size_t>(end_ - at_) < length) {
         return false;
     }
-    std::memcpy(at_, text, length);
-    at_ += length;
+    at_ = CopyText(at_, text, length);
     return true;
 }
 
-bool CommonFormatter::Convert(const char*& format, Arguments& arguments) {
+bool CommonFormatter::Convert(const char*& format, FormatArguments& arguments) {
     Conversion conversion;
-    if (!ParseFlags(format, conversion) || !ParseSizes(format, arguments, conversion)) {
+    const bool isBare = *format == 'd' || *format == 's' || *format == 'u';
+    if (!isBare && !ParseConversion(format, arguments, conversion)) {
         return false;
     }
-    ParseLength(format, conversion);
     switch (*format++) {
         case 'd':
         case 'i':
@@ -153,107 +139,13 @@ bool CommonFormatter::Convert(const char*& format, Arguments& arguments) {
     }
 }
 
-// Returns false for a flag that is left to the C library.
-bool CommonFormatter::ParseFlags(const char*& format, Conversion& conversion) {
-    for (;; ++format) {
-        switch (*format) {
-            case '-':
-                conversion.left = true;
-                break;
-            case '+':
-                conversion.plus = true;
-                break;
-            case ' ':
-                conversion.blank = true;
-                break;
-            case '0':
-                conversion.zero = true;
-                break;
-            case '#':
-            case '\'':
-            case 'I':
-                return false;
-            default:
-                return true;
-        }
-    }
-}
-
-// Digits, or an asterisk for an argument; nothing leaves `number` alone.
-bool CommonFormatter::ParseNumber(const char*& format, Arguments& arguments, int& number) {
-    if (*format == '*') {
-        ++format;
-        number = va_arg(arguments.list, int);
-        return true;
-    }
-    if (*format < '0' || *format > '9') {
-        return true;
-    }
-    number = 0;
-    for (; *format >= '0' && *format <= '9'; ++format) {
-        number = 10 * number + (*format - '0');
-        if (number > kMostWidth) {
-            return false;
-        }
-    }
-    return *format != '$';
-}
-
-bool CommonFormatter::ParseSizes(const char*& format, Arguments& arguments,
-                                 Conversion& conversion) {
-    if (!ParseNumber(format, arguments, conversion.width)) {
-        return false;
-    }
-    if (conversion.width < 0) {
-        if (conversion.width < -kMostWidth) {
-            return false;
-        }
-        conversion.left = true;
-        conversion.width = -conversion.width;
-    }
-    if (*format == '.') {
-        ++format;
-        conversion.precision = 0;
-        if (!ParseNumber(format, arguments, conversion.precision)) {
-            return false;
-        }
-        if (conversion.precision < 0) {
-            conversion.precision = kNone;
-        }
-    }
-    return conversion.width <= kMostWidth;
-}
-
-void CommonFormatter::ParseLength(const char*& format, Conversion& conversion) {
-    switch (*format) {
-        case 'l':
-            conversion.length = format[1] == 'l' ? Length::kLongLong : Length::kLong;
-            break;
-        case 'h':
-            conversion.length = format[1] == 'h' ? Length::kChar : Length::kShort;
-            break;
-        case 'z':
-            conversion.length = Length::kSize;
-            break;
-        case 'j':
-            conversion.length = Length::kMax;
-            break;
-        case 't':
-            conversion.length = Length::kPointerDifference;
-            break;
-        default:
-            return;
-    }
-    format += conversion.length == Length::kLongLong || conversion.length == Length::kChar ? 2 : 1;
-}
-
-int64_t TakeSigned(Length length, Arguments& arguments) {
+int64_t TakeSigned(ConversionLength length, FormatArguments& arguments) {
     switch (length) {
-        case Length::kInt:
+        case ConversionLength::kInt:
             return va_arg(arguments.list, int);
-        case Length::kChar:
+        case ConversionLength::kChar:
             return static_cast<signed char>(va_arg(arguments.list, int));
-        case Length::kShort:
+        case ConversionLength::kShort:
             return static_cast<short>(va_arg(arguments.list, int));
         default:
             static_assert(sizeof(long) == sizeof(int64_t) && sizeof(size_t) == sizeof(int64_t) &&
@@ -262,33 +154,37 @@ int64_t TakeSigned(Length length, Arguments& arguments) {
     }
 }
 
-uint64_t TakeUnsigned(Length length, Arguments& arguments) {
+uint64_t TakeUnsigned(ConversionLength length, FormatArguments& arguments) {
     switch (length) {
-        case Length::kInt:
+        case ConversionLength::kInt:
             return va_arg(arguments.list, unsigned int);
-        case Length::kChar:
+        case ConversionLength::kChar:
             return static_cast<unsigned char>(va_arg(arguments.list, int));
-        case Length::kShort:
+        case ConversionLength::kShort:
             return static_cast<unsigned short>(va_arg(arguments.list, int));
         default:
             return va_arg(arguments.list, uint64_t);
     }
 }
 
-bool CommonFormatter::Signed(const Conversion& conversion, Arguments& arguments) {
+bool CommonFormatter::Signed(const Conversion& conversion, FormatArguments& arguments) {
     const int64_t value = TakeSigned(conversion.length, arguments);
     const auto bits = static_cast<uint64_t>(value);
     return Integer(conversion, SignOf(conversion, value < 0), value < 0 ? 0 - bits : bits, 10,
                    false);
 }
 
-bool CommonFormatter::Unsigned(const Conversion& conversion, Arguments& arguments, int base,
+bool CommonFormatter::Unsigned(const Conversion& conversion, FormatArguments& arguments, int base,
                                bool upperCase) {
     return Integer(conversion, "", TakeUnsigned(conversion.length, arguments), base, upperCase);
 }
 
 bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sign,
                               uint64_t magnitude, int base, bool upperCase) {
+    if (base == 10 && conversion.precision == kNoPrecision && IsUnpadded(conversion)) {
+        at_ = std::to_chars(CopyText(at_, sign.data(), sign.size()), end_, magnitude).ptr;
+        return true;
+    }
     char digits[20];
     char* const limit = digits + sizeof digits;
     char* const digitsEnd = base == 10 ? std::to_chars(digits, limit, magnitude).ptr
@@ -299,7 +195,7 @@ bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sig
         }
     }
     std::string_view body(digits, static_cast<size_t>(digitsEnd - digits));
-    if (conversion.precision == kNone) {
+    if (conversion.precision == kNoPrecision) {
         return Padded(conversion, sign, ZerosToWidth(conversion, sign.size() + body.size()), body);
     }
     // No digits at all for a zero of which none are wanted.
@@ -308,56 +204,66 @@ bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sig
     return Padded(conversion, sign, least > body.size() ? least - body.size() : 0, body);
 }
 
-bool CommonFormatter::Floating(const Conversion& conversion, Arguments& arguments,
+// REQUIRES: room for kMostDigits.
+char* WriteDigits(double value, std::chars_format format, int precision, char* out) {
+    if (format == std::chars_format::fixed) {
+        if (char* const end = WriteFixedPoint(value, precision, out)) {
+            return end;
+        }
+    }
+    return std::to_chars(out, out + kMostDigits, value, format, precision).ptr;
+}
+
+bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& arguments,
                                std::chars_format format) {
-    if (conversion.length != Length::kInt && conversion.length != Length::kLong) {
+    if (conversion.length != ConversionLength::kInt &&
+        conversion.length != ConversionLength::kLong) {
         return false;
     }
     const double value = va_arg(arguments.list, double);
-    const int precision = conversion.precision == kNone ? kDefaultPrecision : conversion.precision;
+    const int precision =
+        conversion.precision == kNoPrecision ? kDefaultPrecision : conversion.precision;
     const char* point = nl_langinfo(RADIXCHAR);
     if (!(std::fabs(value) < kMostMagnitude) || precision > kMostPrecision || point[0] != '.' ||
         point[1] != '\0' || std::fegetround() != FE_TONEAREST) {
         return false;
     }
-    char digits[64];
-    char* digitsEnd = nullptr;
-    if (format == std::chars_format::fixed) {
-        digitsEnd = WriteFixedPoint(std::fabs(value), precision, digits);
-    }
-    if (digitsEnd == nullptr) {
-        digitsEnd =
-            std::to_chars(digits, digits + sizeof digits, std::fabs(value), format, precision).ptr;
-    }
-    const std::string_view body(digits, static_cast<size_t>(digitsEnd - digits));
     const std::string_view sign = SignOf(conversion, std::signbit(value));
+    if (IsUnpadded(conversion)) {
+        at_ = CopyText(at_, sign.data(), sign.size());
+        at_ = WriteDigits(std::fabs(value), format, precision, at_);
+        return true;
+    }
+    char digits[kMostDigits];
+    const char* const digitsEnd = WriteDigits(std::fabs(value), format, precision, digits);
+    const std::string_view body(digits, static_cast<size_t>(digitsEnd - digits));
     return Padded(conversion, sign, ZerosToWidth(conversion, sign.size() + body.size()), body);
 }
 
-bool CommonFormatter::String(const Conversion& conversion, Arguments& arguments) {
+bool CommonFormatter::String(const Conversion& conversion, FormatArguments& arguments) {
     const char* text = va_arg(arguments.list, const char*);
-    if (text == nullptr || conversion.length != Length::kInt || conversion.zero) {
+    if (text == nullptr || conversion.length != ConversionLength::kInt || conversion.zero) {
         return false;
     }
-    const size_t length = conversion.precision == kNone
+    const size_t length = conversion.precision == kNoPrecision
                               ? std::strlen(text)
                               : strnlen(text, static_cast<size_t>(conversion.precision));
     return conversion.width == 0 ? Literal(text, length)
                                  : Padded(conversion, "", 0, std::string_view(text, length));
 }
 
-bool CommonFormatter::Character(const Conversion& conversion, Arguments& arguments) {
-    if (conversion.length != Length::kInt || conversion.zero) {
+bool CommonFormatter::Character(const Conversion& conversion, FormatArguments& arguments) {
+    if (conversion.length != ConversionLength::kInt || conversion.zero) {
         return false;
     }
     const auto character = static_cast<char>(va_arg(arguments.list, int));
     return Padded(conversion, "", 0, std::string_view(&character, 1));
 }
 
-bool CommonFormatter::Pointer(const Conversion& conversion, Arguments& arguments) {
+bool CommonFormatter::Pointer(const Conversion& conversion, FormatArguments& arguments) {
     const void* pointer = va_arg(arguments.list, const void*);
-    if (pointer == nullptr || conversion.precision != kNone || conversion.zero || conversion.plus ||
-        conversion.blank || conversion.length != Length::kInt) {
+    if (pointer == nullptr || conversion.precision != kNoPrecision || conversion.zero ||
+        conversion.plus || conversion.blank || conversion.length != ConversionLength::kInt) {
         return false;
     }
     return Integer(conversion, "0x", reinterpret_cast<uintptr_t>(pointer), 16, false);
@@ -391,7 +297,7 @@ bool CommonFormatter::Padded(const Conversion& conversion, std::string_view pref
 }  // namespace
 
 int FormatCommon(char* buffer, size_t room, const char* format, va_list arguments) {
-    Arguments copy;
+    FormatArguments copy;
     va_copy(copy.list, arguments);
     char* const end = CommonFormatter(buffer, room).Format(format, copy);
     va_end(copy.list);

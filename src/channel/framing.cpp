@@ -38,14 +38,21 @@ class FrameWriter {
 
     // A client's text, up to its first zero byte.
     FrameWriter& Text(std::string_view text) {
-        if (text.empty()) {
-            return *this;
+        return Fixed(textsAreCut_ ? text.substr(0, text.find('\0')) : text);
+    }
+
+    // What `append` writes. Hardly a text holds a zero byte, so all are copied whole first, and
+    // looked through at once.
+    template <class Append>
+    void CutAtZero(Append append) {
+        char* const begin = at_;
+        append();
+        if (std::memchr(begin, '\0', static_cast<size_t>(at_ - begin)) != nullptr) {
+            at_ = begin;
+            textsAreCut_ = true;
+            append();
+            textsAreCut_ = false;
         }
-        const void* zero = std::memchr(text.data(), '\0', text.size());
-        const size_t length =
-            zero == nullptr ? text.size()
-                            : static_cast<size_t>(static_cast<const char*>(zero) - text.data());
-        return Fixed(text.substr(0, length));
     }
 
     template <class Number>
@@ -57,6 +64,20 @@ class FrameWriter {
   private:
     FrameBuffer& buffer_;
     char* at_;
+    bool textsAreCut_ = false;
+};
+
+// The digits of a record's number, which stands in front of the record and behind it.
+class NumberText {
+  public:
+    explicit NumberText(uint32_t number)
+        : size_(static_cast<size_t>(std::to_chars(digits_, digits_ + sizeof digits_, number).ptr -
+                                    digits_)) {}
+    operator std::string_view() const { return {digits_, size_}; }  // NOLINT
+
+  private:
+    char digits_[std::numeric_limits<uint32_t>::digits10 + 1];
+    size_t size_;
 };
 
 size_t TextSize(std::string_view stamp, const LogRecord& record) {
@@ -64,28 +85,37 @@ size_t TextSize(std::string_view stamp, const LogRecord& record) {
            record.detail.size();
 }
 
-void AppendTag(FrameWriter& writer, uint32_t number) {
-    writer.Fixed("<").Decimal(number).Fixed(">\n");
+void AppendTag(FrameWriter& writer, std::string_view number) {
+    writer.Fixed("<").Fixed(number).Fixed(">\n");
 }
 
-void AppendClosingTag(FrameWriter& writer, uint32_t number) {
-    writer.Fixed("</").Decimal(number).Fixed(">\n\n");
+void AppendClosingTag(FrameWriter& writer, std::string_view number) {
+    writer.Fixed("</").Fixed(number).Fixed(">\n\n");
 }
 
 // `detailLabel` differs between the two places where a record is shown.
 void AppendFields(FrameWriter& writer, std::string_view stamp, const LogRecord& record,
                   std::string_view detailLabel) {
-    writer.Text(stamp).Fixed(", ").Text(record.context);
-    writer.Fixed(", T:").Decimal(static_cast<long>(record.thread));
-    writer.Fixed(", DL:").Decimal(record.level);
-    writer.Fixed(", File: ").Text(record.file);
-    writer.Fixed(" Func:").Text(record.function);
-    writer.Fixed(" Line:").Decimal(record.line);
-    writer.Fixed("\n").Fixed(detailLabel).Text(record.detail).Fixed("\n");
+    writer.CutAtZero([&] {
+        writer.Text(stamp).Fixed(", ").Text(record.context);
+        writer.Fixed(", T:").Decimal(static_cast<long>(record.thread));
+        writer.Fixed(", DL:").Decimal(record.level);
+        writer.Fixed(", File: ").Text(record.file);
+        writer.Fixed(" Func:").Text(record.function);
+        writer.Fixed(" Line:").Decimal(record.line);
+        writer.Fixed("\n").Fixed(detailLabel).Text(record.detail).Fixed("\n");
+    });
 }
 
 void AppendShortLine(FrameWriter& writer, std::string_view stamp, const LogRecord& record) {
-    writer.Text(stamp).Fixed(",").Text(record.detail).Fixed("\n");
+    writer.CutAtZero([&] { writer.Text(stamp).Fixed(",").Text(record.detail).Fixed("\n"); });
+}
+
+// `before` and `after` stand around the time.
+void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_view stamp,
+                    std::string_view after) {
+    FrameWriter writer(buffer, stamp.size());
+    writer.CutAtZero([&] { writer.Fixed(before).Text(stamp).Fixed(after); });
 }
 
 constexpr std::string_view kDetailLabel = " Detail: ";
@@ -101,9 +131,10 @@ void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
         AppendShortLine(writer, stamp, record);
         return;
     }
-    AppendTag(writer, number);
+    const NumberText tag(number);
+    AppendTag(writer, tag);
     AppendFields(writer, stamp, record, kDetailLabel);
-    AppendClosingTag(writer, number);
+    AppendClosingTag(writer, tag);
 }
 
 void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record) {
@@ -121,15 +152,17 @@ void AppendNumbered(FrameBuffer& buffer, uint32_t number, int32_t level, std::st
         writer.Fixed(body);
         return;
     }
-    AppendTag(writer, number);
+    const NumberText tag(number);
+    AppendTag(writer, tag);
     writer.Fixed(body);
-    AppendClosingTag(writer, number);
+    AppendClosingTag(writer, tag);
 }
 
 void AppendDumpOpening(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
                        const LogRecord& trigger) {
     FrameWriter writer(buffer, TextSize(stamp, trigger));
-    AppendTag(writer, number);
+    const NumberText tag(number);
+    AppendTag(writer, tag);
     AppendFields(writer, stamp, trigger, kDetailLabel);
     writer.Fixed(kDumpBegin);
 }
@@ -141,16 +174,17 @@ void AppendDumpedRecord(FrameBuffer& buffer, std::string_view stamp, const LogRe
 
 void AppendDumpClosing(FrameBuffer& buffer, uint32_t number) {
     FrameWriter writer(buffer, 0);
+    const NumberText tag(number);
     writer.Fixed(kDumpEnd);
-    AppendClosingTag(writer, number);
+    AppendClosingTag(writer, tag);
 }
 
 void AppendFileCreated(FrameBuffer& buffer, std::string_view stamp) {
-    FrameWriter(buffer, stamp.size()).Fixed("File create at ").Text(stamp).Fixed(".\n");
+    AppendFileLine(buffer, "File create at ", stamp, ".\n");
 }
 
 void AppendFileClosed(FrameBuffer& buffer, std::string_view stamp) {
-    FrameWriter(buffer, stamp.size()).Fixed("\nFile close at ").Text(stamp).Fixed(".\n");
+    AppendFileLine(buffer, "\nFile close at ", stamp, ".\n");
 }
 
 }  // namespace NS_LOG_SERVICE1
