@@ -28,13 +28,7 @@ size_t LoggerList::NameHash::operator()(const LoggerName& name) const {
     return result;
 }
 
-Logger* LoggerList::FindOrAdd(const LoggerName& name, const Maker& make) {
-    const LockGuard<Mutex> guard(mutex_);
-    const auto found = index_.find(name);
-    if (found != index_.end()) {
-        return found->second;
-    }
-    std::unique_ptr<Logger> made = make();
+Logger* LoggerList::Add(std::unique_ptr<Logger> made) {
     if (made == nullptr) {
         return nullptr;
     }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,13 +30,16 @@ struct LoggerName {
 // takes each logger's own lock under it.
 class LoggerList {
   public:
-    using Maker = std::function<std::unique_ptr<Logger>()>;
-
     ~LoggerList();
 
     // Returns the logger of that name. When there is none, adds and returns the one that `make`
     // makes, or returns null when it makes none.
-    Logger* FindOrAdd(const LoggerName& name, const Maker& make) EXCLUDES(mutex_);
+    template <class Maker>
+    Logger* FindOrAdd(const LoggerName& name, Maker make) EXCLUDES(mutex_) {
+        const LockGuard<Mutex> guard(mutex_);
+        const auto found = index_.find(name);
+        return found != index_.end() ? found->second : Add(make());
+    }
 
     // Switches `level` for every logger, in order. Reports each logger that refuses and continues.
     // For a level without a switch, the first logger throws std::out_of_range.
@@ -66,6 +68,9 @@ class LoggerList {
     struct NameHash {
         size_t operator()(const LoggerName& name) const;
     };
+
+    // Returns the logger, which may be null.
+    Logger* Add(std::unique_ptr<Logger> made) REQUIRES(mutex_);
 
     Mutex mutex_;
     std::deque<std::unique_ptr<Logger>> loggers_ GUARDED_BY(mutex_);
