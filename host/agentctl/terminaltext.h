@@ -10,10 +10,10 @@ namespace NS_REFERENCE_HOST {
 // runs yet.
 bool TerminalShowsUtf8();
 
-// Returns the text with escapes for what a terminal could execute or show misleadingly: control
+// Returns the text with escapes for what a terminal could execute or show misleadingly. Control
 // characters, characters that change the direction of writing, and bytes that are not valid UTF-8
-// (or not ASCII, unless `utf8`) become \n, \t or \xNN, and a backslash becomes two. A shell's
-// $'...' restores the original.
+// (or not ASCII, unless `utf8`) become \n, \t or \xNN. A backslash becomes two. A shell's $'...'
+// restores the original.
 std::string EscapeForTerminal(const std::string& text, bool utf8);
 
 // Returns the text with U+FFFD for each byte that is not part of a valid character.

@@ -29,9 +29,9 @@ struct ThreadContextInfo::Contents {
 };
 
 // What the calling thread set. A record asks four times, and a count that goes up and down with
-// each copy costs more than the rest of the asking: so the thread takes many counts at once and
-// hands them out, and takes them back, without a locked instruction. Trivial, so that the objects
-// which a thread destroys at its end can still ask when the storage below is gone.
+// each copy costs more than the rest of the asking. So the thread takes many counts at once, hands
+// them out and takes them back without a locked instruction. Trivial, so that the objects which a
+// thread destroys at its end can still ask when the storage below is gone.
 struct ThreadContextInfo::ThreadsOwn {
     static constexpr int64_t kStock = int64_t{1} << 32;
 

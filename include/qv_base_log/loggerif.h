@@ -27,8 +27,8 @@ namespace NS_LOG_SERVICE1 {
 // full within the second in which it was made loses all its records, because the next file has the
 // same name. The service does not count these. Queued records are lost when the process dies.
 //
-// Exceptions: std::bad_alloc; what the caller's own objects throw (JSON values, ASN messages);
-// std::out_of_range where it is named below; and from LogAsnTrace and PrintAsn the platform's
+// Exceptions: std::bad_alloc, std::out_of_range where it is named below, and what the caller's own
+// objects throw (JSON values, ASN messages). LogAsnTrace and PrintAsn also pass on the platform's
 // InterfaceNotExistException, until each of them has read the configuration once. No lock is held
 // when an exception arrives.
 //

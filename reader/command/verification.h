@@ -35,7 +35,7 @@ struct Verification {
 };
 
 // Reads all files of the series. Each record uses up a number, also a short one, which does not
-// show it; so a number that is neither shown nor used up by a short record is one of a lost record.
+// show it. A number that is neither shown nor used up by a short record belonged to a lost record.
 Verification Verify(const Series& series);
 
 // Whether the process exists. Of one in another container this cannot be told.

@@ -15,9 +15,9 @@ struct Boundary {
     Time time = 0;
 };
 
-// The first piece that surely begins at `from` or behind it: the end of a frame, a blank line, and
-// the opening of the frame with the next higher number or a mark. Only a detail that quotes two
-// whole frames in a row can deceive it. No value: none begins before `end`.
+// The first piece that surely begins at `from` or behind it. In front of it stand the end of a
+// frame and a blank line; it is the frame with the next higher number, or a mark. Only a detail
+// that quotes two whole frames in a row can deceive it. No value: none begins before `end`.
 std::optional<Boundary> FindBoundary(ByteSource& source, uint64_t from, uint64_t end);
 
 // Where to begin reading so that nothing logged at `time` or later is missed, in a file that is

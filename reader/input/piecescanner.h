@@ -12,10 +12,10 @@
 
 namespace NS_LOG_READER {
 
-// A frame ends at the first "</N>" with its own number and a blank line that is followed by what
-// can begin a piece, or by the end of the file: details may hold tags of their own. A frame without
-// such an end is torn; the next piece is looked for behind its opening. A line behind a short
-// record that begins no piece belongs to that record's text.
+// A frame ends at the first "</N>" with its own number and a blank line. What can begin a piece, or
+// the end of the file, must follow: details may hold tags of their own. A frame without such an end
+// is torn; the next piece is looked for behind its opening. A line behind a short record that
+// begins no piece belongs to that record's text.
 //
 // Reads block by block, and needs the memory of one block, or of the largest piece.
 //

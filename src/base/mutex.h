@@ -11,7 +11,7 @@ namespace NS_LOG_SERVICE1 {
 // Taken through a LockGuard. Both operations return what ACE's do: -1, with errno set, for a
 // failure.
 //
-// A thread that finds the mutex taken looks again for a short while before it sleeps: most of the
+// A thread that finds the mutex taken looks again for a short while before it sleeps. Most of the
 // service's locks are held for less time than the kernel takes to wake a thread.
 class CAPABILITY("mutex") Mutex {
   public:

@@ -196,8 +196,8 @@ TEST_F(LiveMonitor, DoesNotTryAgainToReadAFileThatItMayNotRead) {
     EXPECT_EQ(CountIn(agent_->GetErrors(), "LogSwitchMonitorMgr svc error!"), 1);
 }
 
-// Each broken line is reported, and this test does not read on: the agent has to wait in the middle
-// of the reading, because the reports fill the pipe to the test many times over.
+// Each broken line is reported, and this test does not read on. The reports fill the pipe to the
+// test many times over, so the agent has to wait in the middle of the reading.
 TEST_F(LiveMonitor, FinishesWhatItAppliesBeforeTheAgentEnds) {
     StartAgent();
     std::string text = Changed({"logswitch = 1,0,1,1"});

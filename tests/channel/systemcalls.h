@@ -69,7 +69,7 @@ class SystemCalls {
     OpenScript openScript_;
 };
 
-// For the length of a block, writing beyond `size` bytes of a file fails as on a full disk: the
+// For the length of a block, writing beyond `size` bytes of a file fails as on a full disk. The
 // write that crosses the limit is cut short there, the next one fails. Holds for the whole process.
 class FileSizeLimit {
   public:

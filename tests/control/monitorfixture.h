@@ -64,8 +64,8 @@ class MonitorTest : public ServiceTest {
         configFile_ = target;
     }
 
-    // Waits until the monitor has looked at the file, as it is now, and has done what follows: the
-    // look that is under way may be an older one, and the next one is done when another begins.
+    // Waits until the monitor has looked at the file, as it is now, and has done what follows. The
+    // look that is under way may be an older one. The next one is done when another begins.
     void AwaitFullPass() const { ASSERT_TRUE(StatWatch::WaitForLooks(configFile_, 3)); }
 
     // The same, and expects the configuration to have been applied so many times by then.

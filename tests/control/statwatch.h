@@ -1,5 +1,5 @@
-// Who looks at which file: counts this process's calls of stat(2), so that a test can wait until a
-// background thread has looked at a file instead of guessing how long that takes.
+// Who looks at which file. Counts this process's calls of stat(2): a test can wait until a
+// background thread has looked at a file, and need not guess how long that takes.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// Reads made-up log files in every way: the pieces give the file back byte by byte, whatever the
-// size of what is read at once; a literal is found in no piece that is said not to hold it; nothing
+// Reads made-up log files in every way. The pieces give the file back byte by byte, whatever the
+// size of what is read at once. A literal is found in no piece that is said not to hold it. Nothing
 // is read beyond the input.
 #include <algorithm>
 #include <cstddef>

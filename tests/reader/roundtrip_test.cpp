@@ -52,7 +52,7 @@ struct Logged {
     std::string context;
 };
 
-// Makes texts of everything that a reader could stumble over, but for what no reader can tell
+// Makes texts of everything that a reader could stumble over. Leaves out what no reader can tell
 // apart: the end of the own frame with a piece's beginning right behind it, and a whole header.
 class RandomRecords {
   public:

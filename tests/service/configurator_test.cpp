@@ -38,8 +38,8 @@ class Configurator : public NS_TEST::DirectoryTest {
         return dynamic_cast<ServiceObjectBase*>(
             ACE_Dynamic_Service<ACE_Service_Object>::instance(name));
     }
-    // What has been written to the category "debug", all lives together: each has files of its own
-    // or goes on with those of the one before, depending on the second in which it begins.
+    // What has been written to the category "debug", all lives together. Each has files of its own,
+    // or goes on with those of the one before when it begins in the same second.
     std::string Debug() const {
         std::string text;
         for (const std::string& name : ListLogFiles(Path("log"), "debug")) {

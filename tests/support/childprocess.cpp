@@ -1,7 +1,7 @@
 // A program that a test runs, listens to and ends.
 //
-// It is spawned, not forked: between fork and exec the child of a process with many threads may
-// not even allocate, because another thread may have held the allocator's lock at the fork.
+// It is spawned, not forked. Between fork and exec the child of a process with many threads may not
+// even allocate, because another thread may have held the allocator's lock at the fork.
 #include "support/childprocess.h"
 
 #include <fcntl.h>

@@ -16,7 +16,7 @@
 namespace NS_NORTHBOUND {
 
 // Has a thread of its own for the call-backs, so that a client which does not answer holds up
-// nobody else, and a short memory: when the client is too slow, the oldest changes are left out.
+// nobody else. When a client is too slow, the oldest changes are left out.
 //
 // Thread safety: any thread may call any operation.
 class Subscriber {
