@@ -117,4 +117,34 @@ void LogMaintenanceImpl::GetModules(std::vector<ModuleStatus>& modules) {
     }
 }
 
+void LogMaintenanceImpl::SetFilePolicy(LogFilePolicy /*policy*/) {}
+
+LogFilePolicy LogMaintenanceImpl::GetFilePolicy() {
+    return LOG_FILE_POLICY_CONTRACT;
+}
+
+bool LogMaintenanceImpl::Reopen(const std::string& /*category*/) {
+    return false;
+}
+
+bool LogMaintenanceImpl::Rotate(const std::string& /*category*/) {
+    return false;
+}
+
+void LogMaintenanceImpl::SetQueueBytes(uint64_t /*bytes*/) {}
+
+uint64_t LogMaintenanceImpl::GetQueueBytes() {
+    return 0;
+}
+
+void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
+    books.clear();
+}
+
+LogSwitches LogMaintenanceImpl::GetSwitches() {
+    return {};
+}
+
+void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {}
+
 }  // namespace NS_LOG_SERVICE1

@@ -34,6 +34,15 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     bool SetLevel(unsigned int level, bool on) override;
     void GetChannels(std::vector<ChannelStatus>& channels) override;
     void GetModules(std::vector<ModuleStatus>& modules) override;
+    void SetFilePolicy(LogFilePolicy policy) override;
+    LogFilePolicy GetFilePolicy() override;
+    bool Reopen(const std::string& category) override;
+    bool Rotate(const std::string& category) override;
+    void SetQueueBytes(uint64_t bytes) override;
+    uint64_t GetQueueBytes() override;
+    void GetChannelBooks(std::vector<ChannelBooks>& books) override;
+    LogSwitches GetSwitches() override;
+    void WriteQueuesBeforeDeath() noexcept override;
 
   private:
     LogMgr& manager_;
