@@ -117,7 +117,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     }
     queue_.Append(record);
     CountBuffered();
-    if (queue_.Count() < queueCapacity_) {
+    if (!IsQueueFull()) {
         return;
     }
     const std::string context = BuildContextHeader();
@@ -233,6 +233,11 @@ void TEDebugInfoBuf::GiveBack(RecordQueue& written) {
     const RecordQueue::Chunks outsized = written.Clear();
     const Guard bufferGuard(bufferMutex_);
     queue_.TakeChunks(written);
+}
+
+bool TEDebugInfoBuf::IsQueueFull() const {
+    const uint64_t bytes = queueBytes_;
+    return queue_.Count() >= queueCapacity_ || (bytes != 0 && queue_.TextBytes() >= bytes);
 }
 
 void TEDebugInfoBuf::CountBuffered() {

@@ -8,6 +8,7 @@
 
 #include "base/lockguard.h"
 #include "base/mutex.h"
+#include "base/relaxedatomic.h"
 #include "channel/callmemory.h"
 #include "channel/counter.h"
 #include "channel/logfile.h"
@@ -51,6 +52,10 @@ class TEDebugInfoBuf {
     // of several threads that come at once share their writes.
     void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
     void Output(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_, fileMutex_);
+
+    // Sets the bytes of the texts at which the queue is full, whatever the number of its records;
+    // 0, as at first, for no such limit. Takes effect with the next record.
+    void LimitQueueBytes(uint64_t bytes) { queueBytes_ = bytes; }
 
     // Appends the record to the queue. When that fills the queue, writes out the queue and then a
     // notice, while others append to the next queue. A record of level 0 is not queued: writes out
@@ -104,6 +109,8 @@ class TEDebugInfoBuf {
     // Returns the memory of a written queue to the channel's queue.
     void GiveBack(RecordQueue& written) EXCLUDES(bufferMutex_);
 
+    bool IsQueueFull() const REQUIRES(bufferMutex_);
+
     void CountBuffered() REQUIRES(bufferMutex_);
 
     Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
@@ -111,6 +118,7 @@ class TEDebugInfoBuf {
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
+    RelaxedAtomic<uint64_t> queueBytes_{0};
     ChannelStatistics statistics_;  // changed under bufferMutex_, read without it
 
     WaitingRecords waiting_;

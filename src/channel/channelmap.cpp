@@ -22,6 +22,7 @@ void ChannelMap::Create(const LogSettings& settings) {
         auto channel = std::make_unique<TEDebugInfoBuf>(
             category.c_str(), settings.queuebuflength, settings.filterbuflength,
             settings.logfilesize, settings.logfilecount);
+        channel->LimitQueueBytes(settings.queueBytes);
         const LockGuard<Mutex> guard(mutex_);
         channels_[category] = std::move(channel);  // Find has made the entry: nothing can fail
     }
@@ -30,6 +31,15 @@ void ChannelMap::Create(const LogSettings& settings) {
 TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
     const LockGuard<Mutex> guard(mutex_);
     return channels_[category].get();
+}
+
+const ChannelMap::Entry* ChannelMap::Next(const Entry* entry) {
+    const LockGuard<Mutex> guard(mutex_);
+    auto next = entry == nullptr ? channels_.begin() : channels_.upper_bound(entry->first);
+    while (next != channels_.end() && next->second == nullptr) {
+        ++next;
+    }
+    return next == channels_.end() ? nullptr : &*next;
 }
 
 void ChannelMap::FlushAll() {

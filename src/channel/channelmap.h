@@ -30,18 +30,16 @@ class ChannelMap {
     // name.
     TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
-    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex.
+    // Writes out the queue of each channel, in the order of the names.
     void FlushAll() EXCLUDES(mutex_);
 
-    // Calls `visit` with the name of each channel and the channel, in the order of the names. Holds
-    // the map's mutex.
+    // Calls `visit` with the name of each channel and the channel, in the order of the names.
+    // Without the map's mutex: a visitor may write to a slow disk, and a new logger, which looks
+    // for its channel here, must not wait for that.
     template <class Visitor>
     void ForEach(Visitor visit) EXCLUDES(mutex_) {
-        const LockGuard<Mutex> guard(mutex_);
-        for (const auto& [category, channel] : channels_) {
-            if (channel != nullptr) {
-                visit(category, *channel);
-            }
+        for (const Entry* entry = Next(nullptr); entry != nullptr; entry = Next(entry)) {
+            visit(entry->first, *entry->second);
         }
     }
 
@@ -50,8 +48,15 @@ class ChannelMap {
     void Destroy() NO_THREAD_SAFETY_ANALYSIS;
 
   private:
+    using Entries = std::map<std::string, std::unique_ptr<TEDebugInfoBuf>>;
+    using Entry = Entries::value_type;
+
+    // The entry with a channel behind `entry`, the first one behind null; null behind the last.
+    // Entries stay where they are, and with a channel they do not change, until Destroy.
+    const Entry* Next(const Entry* entry) EXCLUDES(mutex_);
+
     Mutex mutex_;
-    std::map<std::string, std::unique_ptr<TEDebugInfoBuf>> channels_ GUARDED_BY(mutex_);
+    Entries channels_ GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_LOG_SERVICE1
