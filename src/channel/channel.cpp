@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logfilename.h"
@@ -192,6 +193,26 @@ void TEDebugInfoBuf::OutputAll() {
 int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& prefix) {
     const Guard fileGuard(fileMutex_);
     return logFile_->ChangePath(directory, prefix);
+}
+
+void TEDebugInfoBuf::BeforeFork() {
+    bufferMutex_.BeforeFork();
+    fileMutex_.BeforeFork();
+}
+
+void TEDebugInfoBuf::AfterForkInParent() {
+    fileMutex_.AfterFork();
+    bufferMutex_.AfterFork();
+}
+
+// Unanalysed: both mutexes are held since BeforeFork.
+void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
+    const RecordQueue::Chunks outsized = queue_.Clear();
+    keptBack_.Clear();
+    waiting_.AfterForkInChild();
+    logFile_->AfterForkInChild();
+    Renew(statistics_);
+    AfterForkInParent();
 }
 
 std::string TEDebugInfoBuf::CurrentPath() {

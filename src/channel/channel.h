@@ -76,6 +76,13 @@ class TEDebugInfoBuf {
     // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
+    // Around a fork. Both mutexes are held meanwhile: a write that goes on is completed first. The
+    // child starts with nothing queued or kept back, since the parent writes that, and without a
+    // file.
+    void BeforeFork() EXCLUDES(bufferMutex_, fileMutex_);
+    void AfterForkInParent();
+    void AfterForkInChild();
+
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }
 

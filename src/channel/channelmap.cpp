@@ -46,6 +46,21 @@ void ChannelMap::FlushAll() {
     ForEach([](const std::string& /*category*/, TEDebugInfoBuf& channel) { channel.Flush(); });
 }
 
+void ChannelMap::BeforeFork() {
+    mutex_.BeforeFork();
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.BeforeFork(); });
+}
+
+void ChannelMap::AfterForkInParent() {
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInParent(); });
+    mutex_.AfterFork();
+}
+
+void ChannelMap::AfterForkInChild() {
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInChild(); });
+    mutex_.AfterFork();
+}
+
 void ChannelMap::Destroy() {
     for (auto& [category, channel] : channels_) {
         channel.reset();

@@ -43,6 +43,11 @@ class ChannelMap {
         }
     }
 
+    // Around a fork: the map's mutex and those of all channels are held meanwhile.
+    void BeforeFork() NO_THREAD_SAFETY_ANALYSIS;
+    void AfterForkInParent() NO_THREAD_SAFETY_ANALYSIS;
+    void AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS;
+
     // Destroys the channels in the order of the names; each writes out its queue first. Unlocked:
     // the last logger has logged.
     void Destroy() NO_THREAD_SAFETY_ANALYSIS;
@@ -50,6 +55,15 @@ class ChannelMap {
   private:
     using Entries = std::map<std::string, std::unique_ptr<TEDebugInfoBuf>>;
     using Entry = Entries::value_type;
+
+    template <class Action>
+    void ForEachLocked(Action action) REQUIRES(mutex_) {
+        for (const auto& [category, channel] : channels_) {
+            if (channel != nullptr) {
+                action(*channel);
+            }
+        }
+    }
 
     // The entry with a channel behind `entry`, the first one behind null; null behind the last.
     // Entries stay where they are, and with a channel they do not change, until Destroy.

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <memory>
 
+#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logdirectory.h"
@@ -70,6 +71,15 @@ void LogFile::Close() {
     hasFile_ = false;
     currentPath_.clear();
     bytesWritten_ = 0;
+}
+
+void LogFile::AfterForkInChild() {
+    stream_.Close();
+    hasFile_ = false;
+    currentPath_.clear();
+    bytesWritten_ = 0;
+    recordNumber_ = 0;
+    Renew(statistics_);
 }
 
 bool LogFile::EnsureOpen() {

@@ -72,6 +72,10 @@ class LogFile {
     // file as a dump without any.
     void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
+    // In a child process: forgets the file without a closing line, because it is the parent's. What
+    // the child writes goes to a file of its own, numbered and counted from the beginning.
+    void AfterForkInChild();
+
     // Counts records that were lost because EnsureOpen failed.
     void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
 
