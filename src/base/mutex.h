@@ -22,6 +22,9 @@ class CAPABILITY("mutex") Mutex {
     int acquire() ACQUIRE() { return mutex_.acquire(); }
     int release() RELEASE() { return mutex_.release(); }
 
+    // Takes the mutex when nobody holds it; returns whether it is held now. Does not wait.
+    bool TryAcquire() TRY_ACQUIRE(true) { return mutex_.tryacquire() != -1; }
+
     // Hold the mutex from before a fork until after it, in both processes. One that cannot be taken
     // is left alone.
     void BeforeFork() NO_THREAD_SAFETY_ANALYSIS { heldForFork_ = acquire() != -1; }

@@ -195,6 +195,47 @@ int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& 
     return logFile_->ChangePath(directory, prefix);
 }
 
+bool TEDebugInfoBuf::TryLocks() {
+    if (!bufferMutex_.TryAcquire()) {
+        return false;
+    }
+    if (!fileMutex_.TryAcquire()) {
+        bufferMutex_.release();
+        return false;
+    }
+    return true;
+}
+
+void TEDebugInfoBuf::ReleaseLocks() {
+    fileMutex_.release();
+    bufferMutex_.release();
+}
+
+bool TEDebugInfoBuf::AwaitFree(const Deadline& deadline) {
+    const bool free = deadline.Await([this] { return TryLocks(); });
+    if (free) {
+        ReleaseLocks();
+    }
+    return free;
+}
+
+// Unanalysed: TryLocks says whether the mutexes are held.
+bool TEDebugInfoBuf::WriteBeforeDeath(LastWords& memory,
+                                      const Deadline& deadline) noexcept NO_THREAD_SAFETY_ANALYSIS {
+    if (!TryLocks()) {
+        return false;
+    }
+    try {
+        if (queue_.Count() != 0 && logFile_->WriteBeforeDeath(queue_, memory, deadline)) {
+            queue_.AppendRecordsTo(lastRecords_);
+            CountBuffered();
+        }
+    } catch (...) {  // NOLINT: of the platform, which renders the times; the process dies anyway
+    }
+    ReleaseLocks();
+    return true;
+}
+
 void TEDebugInfoBuf::BeforeFork() {
     bufferMutex_.BeforeFork();
     fileMutex_.BeforeFork();

@@ -76,6 +76,14 @@ class TEDebugInfoBuf {
     // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
+    // Waits until nobody holds either mutex. Returns false when the deadline comes first: then it
+    // may be the calling thread itself that holds one, below a signal handler.
+    bool AwaitFree(const Deadline& deadline) EXCLUDES(bufferMutex_, fileMutex_);
+
+    // For a process that dies: writes out the queue if the file is open, without allocating and
+    // without waiting for a mutex. Returns false, and has done nothing, when one is held.
+    bool WriteBeforeDeath(LastWords& memory, const Deadline& deadline) noexcept;
+
     // Around a fork. Both mutexes are held meanwhile: a write that goes on is completed first. The
     // child starts with nothing queued or kept back, since the parent writes that, and without a
     // file.
@@ -120,9 +128,15 @@ class TEDebugInfoBuf {
 
     void CountBuffered() REQUIRES(bufferMutex_);
 
+    // Takes both mutexes if nobody holds either.
+    bool TryLocks() NO_THREAD_SAFETY_ANALYSIS;
+    void ReleaseLocks() NO_THREAD_SAFETY_ANALYSIS;
+
     Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
     RecordQueue queue_ GUARDED_BY(bufferMutex_);
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
+    // What was written before death, only kept because its memory must not be freed then.
+    RecordQueue lastRecords_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
     RelaxedAtomic<uint64_t> queueBytes_{0};

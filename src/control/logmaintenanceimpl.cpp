@@ -152,6 +152,8 @@ LogSwitches LogMaintenanceImpl::GetSwitches() {
     return switches;
 }
 
-void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {}
+void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {
+    manager_.Channels().WriteBeforeDeath();
+}
 
 }  // namespace NS_LOG_SERVICE1
