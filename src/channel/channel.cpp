@@ -3,6 +3,7 @@
 #include <ace/OS_NS_sys_time.h>
 #include <pthread.h>
 
+#include <new>
 #include <utility>
 
 #include "base/renew.h"
@@ -31,6 +32,15 @@ LogRecord OwnRecord(int level, const char* function, const char* detail, const s
     record.detail = detail;
     record.context = context;
     return record;
+}
+
+// A notice without its context is better than a queue that stays full.
+std::string ContextIfPossible() {
+    try {
+        return BuildContextHeader();
+    } catch (const std::bad_alloc&) {
+        return std::string();
+    }
 }
 
 }  // namespace
@@ -64,7 +74,9 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         WriteDump(record, false);
         return;
     }
+    Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
+    acceptance.Done();
     if (waiting_.Join(waiting)) {
         WriteGroup(waiting);
     } else {
@@ -107,6 +119,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         WriteDump(record, true);
         return;
     }
+    Acceptance acceptance(this);
     const size_t packedSize = PackedSize(record);
     RecordQueue full;
     Guard bufferGuard(bufferMutex_);
@@ -117,11 +130,12 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         queue_.AddChunk(chunk);
     }
     queue_.Append(record);
+    acceptance.Done();
     CountBuffered();
     if (!IsQueueFull()) {
         return;
     }
-    const std::string context = BuildContextHeader();
+    const std::string context = ContextIfPossible();
     const LogRecord notice =
         OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
                   "Debug cache is full, force output execute.", context, __LINE__);
@@ -131,7 +145,12 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     queue_.MoveRecordsTo(full);
     CountBuffered();
     bufferGuard.Release();
-    WriteAll(full);
+    try {
+        WriteAll(full);
+    } catch (...) {
+        logFile_->CountDropped(1);  // the notice
+        throw;
+    }
     logFile_->WriteRecord(notice);
     fileGuard.Release();
     GiveBack(full);
@@ -143,10 +162,12 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record) {
 }
 
 void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory) {
+    Acceptance acceptance(this);
     memory.spare.Set(record);
     const Guard bufferGuard(bufferMutex_);
     const bool full = keptBack_.Count() == keptCapacity_;
     memory.spare = keptBack_.Append(std::move(memory.spare));
+    acceptance.Done();
     statistics_.evicted.Add(full ? 1 : 0);
     statistics_.keptBack.Set(keptBack_.Count());
 }
@@ -170,6 +191,7 @@ void TEDebugInfoBuf::Flush() {
 void TEDebugInfoBuf::OutputAll() {
     RecordQueue takenQueue;
     KeptRecords takenKept(keptCapacity_);
+    const std::string context = BuildContextHeader();
     {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
@@ -178,13 +200,18 @@ void TEDebugInfoBuf::OutputAll() {
     }
     {
         const Guard fileGuard(fileMutex_);
-        WriteAll(takenQueue);
-        const std::string context = BuildContextHeader();
-        logFile_->WriteRecordWithDump(
-            OwnRecord(LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
-                      "The follow message was dump by maintenance command flushall.", context,
-                      __LINE__),
-            takenKept);
+        uint64_t toDump = 1 + takenKept.Count();
+        try {
+            WriteAll(takenQueue);
+            const LogRecord head = OwnRecord(
+                LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
+                "The follow message was dump by maintenance command flushall.", context, __LINE__);
+            --toDump;  // the file counts it
+            logFile_->WriteRecordWithDump(head, takenKept);
+        } catch (...) {
+            logFile_->CountDropped(toDump);
+            throw;
+        }
         logFile_->Flush();
     }
     GiveBack(takenQueue);
@@ -262,7 +289,14 @@ std::string TEDebugInfoBuf::CurrentPath() {
 }
 
 void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
-    if (!logFile_->EnsureOpen()) {
+    bool open = false;
+    try {
+        open = logFile_->EnsureOpen();
+    } catch (...) {
+        logFile_->CountDropped(records.Count());
+        throw;
+    }
+    if (!open) {
         logFile_->CountDropped(records.Count());
         return;
     }
@@ -271,6 +305,7 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 }
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
+    Acceptance acceptance(this);
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
@@ -280,6 +315,7 @@ void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
         CountBuffered();
         WriteAll(queued);
     }
+    acceptance.Done();
     logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();
     // Not before: a dump for which there is no memory leaves the history as it was.

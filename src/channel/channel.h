@@ -25,10 +25,16 @@ struct ChannelStatistics {
     Counter queuedMost;  // in the queue at most
     Counter keptBack;    // kept back now, because their level is off
     Counter evicted;     // kept back, and lost for newer ones
+
+    // Given up with an exception before the channel had them. Changed by any thread.
+    RelaxedAtomic<uint64_t> refused;
 };
 
 // Owns the category's record queue, the records that are kept back because their level is off, and
 // the log file.
+//
+// Exceptions, as for lack of memory, pass out of the operations. Whatever they met was written, is
+// still queued or kept back, or is counted as dropped.
 //
 // Thread safety: any thread may call any operation. What a record needs is allocated and freed
 // outside both mutexes.
@@ -94,6 +100,14 @@ class TEDebugInfoBuf {
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }
 
+    // Counts a record that an exception keeps from the channel; see Acceptance.
+    void CountRefused() {
+        statistics_.refused.Update([](uint64_t refused) { return refused + 1; });
+    }
+
+    // The records that were lost because they could not be written, or could not even be made.
+    uint64_t Dropped() const { return FileStatistics().recordsDropped.Get() + statistics_.refused; }
+
     const ChannelStatistics& Statistics() const { return statistics_; }
     // Unlocked: the file's counters are made to be read while they change.
     const LogFileStatistics& FileStatistics() const NO_THREAD_SAFETY_ANALYSIS {
@@ -145,6 +159,28 @@ class TEDebugInfoBuf {
     WaitingRecords waiting_;
     Mutex fileMutex_;
     std::unique_ptr<LogFile> logFile_ PT_GUARDED_BY(fileMutex_);
+};
+
+// A record on its way into a channel. It counts as dropped when an exception comes before the
+// channel has it.
+class Acceptance {
+  public:
+    // `channel` may be null.
+    explicit Acceptance(TEDebugInfoBuf* channel) : channel_(channel) {}
+    ~Acceptance() {
+        if (channel_ != nullptr) {
+            channel_->CountRefused();
+        }
+    }
+
+    Acceptance(const Acceptance&) = delete;
+    Acceptance& operator=(const Acceptance&) = delete;
+
+    // The record's channel answers for it from now on.
+    void Done() { channel_ = nullptr; }
+
+  private:
+    TEDebugInfoBuf* channel_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -13,7 +13,7 @@ ChannelStatus StatusOf(const std::string& category, TEDebugInfoBuf& channel) {
     status.currentFile = channel.CurrentPath();
     status.recordsWritten = file.recordsWritten.Get();
     status.recordsDumped = file.recordsDumped.Get();
-    status.recordsDropped = file.recordsDropped.Get();
+    status.recordsDropped = channel.Dropped();
     status.recordsEvicted = waiting.evicted.Get();
     status.recordsQueued = waiting.queued.Get();
     status.recordsQueuedMost = waiting.queuedMost.Get();
