@@ -20,6 +20,10 @@ namespace {
 // fits. Longer queues are written in parts, to bound the memory for their frames.
 constexpr size_t kBatchSize = size_t{16} * 1024 * 1024;
 
+// More than a time stamp and a line about the file usually need.
+constexpr size_t kUsualStampSize = 64;
+constexpr size_t kRoomForALine = 1024;
+
 std::string WithoutSeparatorAtEnd(std::string directory) {
     if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
         directory.pop_back();
@@ -33,7 +37,9 @@ LogFile::LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, 
     : sizeLimit_(sizeLimit),
       countLimit_(countLimit),
       prefix_(prefix),
-      directory_(WithoutSeparatorAtEnd(directory)) {}
+      directory_(WithoutSeparatorAtEnd(directory)) {
+    stamp_.reserve(kUsualStampSize);
+}
 
 LogFile::~LogFile() {
     try {
@@ -47,14 +53,17 @@ void LogFile::Open() {
         Close();
         statistics_.rotations.Add(1);
     }
+    // All that needs memory comes before the file: one without its first line must not be there.
     const std::string name = NewLogFileName(prefix_);
+    std::string path = directory_ + "/" + name;
+    frames_.Clear();
+    frames_.Reserve(kRoomForALine);
     if (const std::error_code error = CreateInDirectory(stream_, directory_, name)) {
         NoteFailure(error);
         return;
     }
     hasFile_ = true;
-    currentPath_ = directory_ + "/" + name;
-    frames_.Clear();
+    currentPath_ = std::move(path);
     AppendFileCreated(frames_, Stamp(ACE_OS::gettimeofday()));
     WritePiece();
 }
@@ -90,20 +99,40 @@ bool LogFile::EnsureOpen() {
     return IsOpen();
 }
 
-void LogFile::WriteRecord(const LogRecord& record) {
-    if (!EnsureOpen()) {
-        ++recordNumber_;
-        statistics_.recordsDropped.Add(1);
-        return;
+uint64_t LogFile::Handled() const {
+    return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
+}
+
+// Calls `write`, which writes so many records, and counts those that it does not get to.
+template <class Write>
+void LogFile::CountingLosses(uint64_t records, Write write) {
+    const uint64_t handledBefore = Handled();
+    try {
+        write();
+    } catch (...) {
+        CountDropped(records - (Handled() - handledBefore));
+        throw;
     }
-    frames_.Clear();
-    AppendNextRecord(record);
-    WriteFrame();
+}
+
+void LogFile::WriteRecord(const LogRecord& record) {
+    CountingLosses(1, [&] {
+        if (!EnsureOpen()) {
+            ++recordNumber_;
+            statistics_.recordsDropped.Add(1);
+            return;
+        }
+        frames_.Clear();
+        AppendNextRecord(record);
+        WriteFrame();
+    });
 }
 
 // What a batch is made of: the records of a queue, whose frames are made here, or those of threads
 // that wait, which come with their bodies.
 struct LogFile::QueuedRecords {
+    static constexpr bool kMayBeRetried = false;
+
     RecordQueue::Iterator at;
     RecordQueue::Iterator end;
 
@@ -115,6 +144,8 @@ struct LogFile::QueuedRecords {
 };
 
 struct LogFile::GroupedRecords {
+    static constexpr bool kMayBeRetried = true;  // by its own thread, which the exception reaches
+
     WaitingRecord* at;
 
     bool AtEnd() const { return at == nullptr; }
@@ -132,19 +163,12 @@ struct LogFile::GroupedRecords {
 };
 
 void LogFile::WriteRecords(const RecordQueue& records) {
-    const auto handled = [this] {
-        return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
-    };
-    const uint64_t handledBefore = handled();
-    try {
+    CountingLosses(records.Count(), [&] {
         QueuedRecords next{records.begin(), records.end()};
         while (!next.AtEnd()) {
             next = WriteBatch(next);
         }
-    } catch (...) {
-        CountDropped(records.Count() - (handled() - handledBefore));
-        throw;
-    }
+    });
 }
 
 void LogFile::WriteGroup(WaitingRecord* first) {
@@ -152,6 +176,44 @@ void LogFile::WriteGroup(WaitingRecord* first) {
     while (!next.AtEnd()) {
         next = WriteBatch(next);
     }
+}
+
+// Makes the frames of the records from `first` on that go into one write. Returns the first one
+// that does not.
+template <class Records>
+Records LogFile::FrameBatch(Records first) {
+    Records next = first;
+    frames_.Clear();
+    uint64_t number = recordNumber_;
+    size_t size = 0;
+    try {
+        do {
+            next.AppendTo(*this);
+            next.Next();
+            number = recordNumber_;
+            size = frames_.Size();
+        } while (!next.AtEnd() && size < kBatchSize && bytesWritten_ + size < sizeLimit_);
+    } catch (...) {
+        recordNumber_ = number;  // a gap would tell of records that were lost
+        if (next.Is(first) && Records::kMayBeRetried) {
+            throw;
+        }
+        // The memory for one more frame is missing. Without those that have been made there is
+        // some.
+        frames_.CutTo(size);
+    }
+    return next;
+}
+
+// There is no memory for the frame of one record. That is no reason to lose those behind it.
+template <class Records>
+Records LogFile::DropUnframed(Records record) {
+    ++recordNumber_;
+    statistics_.recordsDropped.Add(1);
+    NoteFailure(std::make_error_code(std::errc::not_enough_memory));
+    record.MarkDone();
+    record.Next();
+    return record;
 }
 
 // Writes the records from `first` on that go into the current file. Returns the first one that does
@@ -167,18 +229,10 @@ Records LogFile::WriteBatch(Records first) {
         return next;
     }
     const uint64_t numberBefore = recordNumber_;
-    frames_.Clear();
-    try {
-        do {
-            next.AppendTo(*this);
-            next.Next();
-        } while (!next.AtEnd() && frames_.Size() < kBatchSize &&
-                 bytesWritten_ + frames_.Size() < sizeLimit_);
-    } catch (...) {
-        recordNumber_ = numberBefore;  // a gap would tell of records that were lost
-        throw;
+    next = FrameBatch(first);
+    if (next.Is(first)) {
+        return DropUnframed(first);
     }
-
     const auto [written, error] = stream_.Write(frames_.Bytes());
     if (error) {
         NoteFailure(error);
@@ -203,7 +257,7 @@ Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, size_t writt
     size_t whole = 0;
     recordNumber_ = numberBefore;
     for (;; lost.Next()) {
-        frames_.Clear();
+        frames_.CutTo(0);  // the frames were made before: the memory for them is there
         lost.AppendTo(*this);
         lost.MarkDone();
         if (whole + frames_.Size() > written) {
@@ -223,20 +277,35 @@ Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, size_t writt
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
     ++recordNumber_;
-    if (!EnsureOpen()) {
-        statistics_.recordsDropped.Add(1 + keptBack.Count());
-        return;
+    bool written = false;
+    CountingLosses(1, [&] {
+        if (!EnsureOpen()) {
+            statistics_.recordsDropped.Add(1 + keptBack.Count());
+            return;
+        }
+        FrameDump(trigger, keptBack);
+        written = WritePiece();
+        if (!written) {
+            AbandonDump(trigger, keptBack);
+        }
+    });
+    if (written) {
+        statistics_.recordsWritten.Add(1);
+        statistics_.recordsDumped.Add(keptBack.Count());
+        RotateIfFull();
     }
-    FrameDump(trigger, keptBack);
-    if (!WritePiece()) {
-        statistics_.recordsDropped.Add(keptBack.Count());
-        Open();
-        WriteTriggerAlone(trigger);
-        return;
+}
+
+// No exception comes out: the caller would keep the history, which is counted as lost.
+void LogFile::AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept {
+    statistics_.recordsDropped.Add(keptBack.Count());
+    try {
+        CountingLosses(1, [&] {
+            Open();
+            WriteTriggerAlone(trigger);
+        });
+    } catch (...) {  // NOLINT: it is counted
     }
-    statistics_.recordsWritten.Add(1);
-    statistics_.recordsDumped.Add(keptBack.Count());
-    RotateIfFull();
 }
 
 // The history has found no place, but the record that tells of the error may find one: it is much
@@ -367,9 +436,16 @@ void LogFile::NoteFailure(const std::error_code& error) {
     statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
 }
 
-void LogFile::RotateIfFull() {
-    if (bytesWritten_ >= sizeLimit_) {
+// No exception comes out: what was written must not look as if it was not. The next piece is
+// written to whatever file there is then.
+void LogFile::RotateIfFull() noexcept {
+    if (bytesWritten_ < sizeLimit_) {
+        return;
+    }
+    try {
         Open();
+    } catch (...) {
+        NoteFailure(std::make_error_code(std::errc::not_enough_memory));
     }
 }
 

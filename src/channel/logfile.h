@@ -33,6 +33,9 @@ struct LogFileStatistics {
 //
 // The count limit is only stored: no file is removed because of it.
 //
+// When an operation throws, as for lack of memory, what it has not written of its records is
+// counted as dropped, but for the kept-back records of a dump, which were not touched then.
+//
 // Thread safety: none; the channel's file mutex guards it.
 class LogFile {
   public:
@@ -107,17 +110,25 @@ class LogFile {
     void AppendNextRecord(const LogRecord& record);
     struct QueuedRecords;
     struct GroupedRecords;
+    uint64_t Handled() const;
+    template <class Write>
+    void CountingLosses(uint64_t records, Write write);
     template <class Records>
     Records WriteBatch(Records first);
     template <class Records>
+    Records FrameBatch(Records first);
+    template <class Records>
+    Records DropUnframed(Records record);
+    template <class Records>
     Records SalvageBatch(Records first, uint64_t numberBefore, size_t written);
     void FrameDump(const LogRecord& trigger, const KeptRecords& keptBack);
+    void AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept;
     void WriteTriggerAlone(const LogRecord& trigger);
     void WriteFrame();
     bool WritePiece();
     bool WriteLastPiece(LastWords& memory, uint64_t& records);
     void NoteFailure(const std::error_code& error);
-    void RotateIfFull();
+    void RotateIfFull() noexcept;
     bool TakeContentsOf(const std::string& path);
 
     FileStream stream_;
