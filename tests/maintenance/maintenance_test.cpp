@@ -22,7 +22,7 @@ TEST_F(MaintenanceInterface, IsOfferedFromInitToFini) {
     ASSERT_NE(Found(), nullptr);
     EXPECT_TRUE(Found()->IsValid());
     EXPECT_EQ(Found()->GetIFName(), "LogMaintenanceInterface");
-    EXPECT_EQ(Found()->GetVersion(), 1U);
+    EXPECT_EQ(Found()->GetVersion(), 2U);
     const auto* const first = Found();
     MaintenanceService::Start();
     EXPECT_EQ(Found(), first) << "one that stands already is kept";
