@@ -106,6 +106,9 @@ void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
+        for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
+            statistics_.receivedDirectly.Add(1);
+        }
         try {
             logFile_->WriteGroup(group);
         } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
@@ -131,6 +134,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     }
     queue_.Append(record);
     acceptance.Done();
+    statistics_.received.Add(1);
     CountBuffered();
     if (!IsQueueFull()) {
         return;
@@ -143,14 +147,10 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     // others fill the next queue while this one is written.
     Guard fileGuard(fileMutex_);
     queue_.MoveRecordsTo(full);
+    statistics_.received.Add(1);  // the notice
     CountBuffered();
     bufferGuard.Release();
-    try {
-        WriteAll(full);
-    } catch (...) {
-        logFile_->CountDropped(1);  // the notice
-        throw;
-    }
+    WriteAllBefore(full, 1);
     logFile_->WriteRecord(notice);
     fileGuard.Release();
     GiveBack(full);
@@ -168,6 +168,7 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory)
     const bool full = keptBack_.Count() == keptCapacity_;
     memory.spare = keptBack_.Append(std::move(memory.spare));
     acceptance.Done();
+    statistics_.received.Add(1);
     statistics_.evicted.Add(full ? 1 : 0);
     statistics_.keptBack.Set(keptBack_.Count());
 }
@@ -196,20 +197,19 @@ void TEDebugInfoBuf::OutputAll() {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
         takenKept.Swap(keptBack_);
+        statistics_.received.Add(1);  // the record that heads the dump
         CountBuffered();
     }
     {
         const Guard fileGuard(fileMutex_);
-        uint64_t toDump = 1 + takenKept.Count();
+        WriteAllBefore(takenQueue, 1 + takenKept.Count());
+        const LogRecord head = OwnRecord(
+            LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
+            "The follow message was dump by maintenance command flushall.", context, __LINE__);
         try {
-            WriteAll(takenQueue);
-            const LogRecord head = OwnRecord(
-                LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
-                "The follow message was dump by maintenance command flushall.", context, __LINE__);
-            --toDump;  // the file counts it
             logFile_->WriteRecordWithDump(head, takenKept);
         } catch (...) {
-            logFile_->CountDropped(toDump);
+            logFile_->CountDropped(takenKept.Count());
             throw;
         }
         logFile_->Flush();
@@ -283,9 +283,23 @@ void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
     AfterForkInParent();
 }
 
-std::string TEDebugInfoBuf::CurrentPath() {
+void TEDebugInfoBuf::Rotate() {
     const Guard fileGuard(fileMutex_);
-    return logFile_->CurrentPath();
+    logFile_->Rotate();
+}
+
+void TEDebugInfoBuf::Reopen() {
+    const Guard fileGuard(fileMutex_);
+    logFile_->Reopen();
+}
+
+void TEDebugInfoBuf::WriteAllBefore(const RecordQueue& records, uint64_t followers) {
+    try {
+        WriteAll(records);
+    } catch (...) {
+        logFile_->CountDropped(followers);
+        throw;
+    }
 }
 
 void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
@@ -309,13 +323,14 @@ void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
+    statistics_.received.Add(1);
+    acceptance.Done();
     Guard fileGuard(fileMutex_);
     if (withQueue) {
         queue_.MoveRecordsTo(queued);
         CountBuffered();
-        WriteAll(queued);
+        WriteAllBefore(queued, 1);
     }
-    acceptance.Done();
     logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();
     // Not before: a dump for which there is no memory leaves the history as it was.
@@ -341,6 +356,7 @@ bool TEDebugInfoBuf::IsQueueFull() const {
 void TEDebugInfoBuf::CountBuffered() {
     statistics_.queued.Set(queue_.Count());
     statistics_.queuedMost.RaiseTo(queue_.Count());
+    statistics_.queuedBytes.Set(queue_.TextBytes());
     statistics_.keptBack.Set(keptBack_.Count());
 }
 

@@ -132,6 +132,7 @@ class OutOfMemory : public FrozenClockTest {
             written += count;
         }
         EXPECT_LE(texts_.size() - written, lost);
+        EXPECT_EQ(channel.Received(), written + own + lost);
         EXPECT_EQ(written + own, channel.FileStatistics().recordsWritten.Get() +
                                      channel.FileStatistics().recordsDumped.Get());
     }
