@@ -14,7 +14,7 @@ static const char* const LOG_MAINTENANCE_INTERFACE_NAME = "LogMaintenanceInterfa
 
 // The version of the operations in this header. A later version adds operations behind the last
 // one; the others keep their slots.
-static const unsigned int LOG_MAINTENANCE_VERSION = 1;
+static const unsigned int LOG_MAINTENANCE_VERSION = 2;
 
 // One logger and its four switches.
 struct LoggerStatus {
@@ -49,6 +49,52 @@ struct ModuleStatus {
     bool on;
 };
 
+// What a channel does when a file cannot take its records, or has the name of the next one already.
+enum LogFilePolicy {
+    // A file whose name exists is emptied. A failing write closes the file, and the next one begins
+    // at once.
+    LOG_FILE_POLICY_CONTRACT = 0,
+    // A file whose name exists is continued. A channel whose write fails stays in its file, cut
+    // back to its last whole record, and tries again with the next record after a pause, which
+    // grows up to one second. Records that come in the pause are lost and counted.
+    LOG_FILE_POLICY_KEEP_RECORDS = 1
+};
+
+// The books of one category's channel. Once nothing logs they close:
+// received = written + dumped + evicted + dropped + overwritten + queued + cached.
+// The numbers are read while others log, so they may differ by a few records then.
+struct ChannelBooks {
+    std::string category;
+    std::string currentFile;   // empty while no file is open
+    bool currentFileInPlace;   // the name stands for the open file; true while no file is open
+    bool failing;              // the last attempt to open or to write a file failed
+    uint64_t recordsReceived;  // given to the channel: to be written, queued or kept back
+    uint64_t recordsWritten;   // each in a frame of its own, or as the trigger of a dump, and not
+                               // overwritten since
+    uint64_t recordsDumped;    // kept back first, then written inside a dump, and not overwritten
+    uint64_t recordsEvicted;   // kept back, and lost for newer ones
+    uint64_t recordsDropped;   // lost: no file could be opened, or a write failed
+    uint64_t recordsOverwritten;  // written or dumped once, lost as their file was emptied
+    uint64_t recordsQueued;       // in the queue now
+    uint64_t recordsQueuedMost;   // in the queue at most
+    uint64_t recordsCached;       // kept back now, because their level is off
+    uint64_t bytesQueued;         // of the texts in the queue now
+    uint64_t bytesWritten;        // everything that reached the files
+    uint64_t bytesEmptied;        // in files that were emptied when they were opened
+    uint64_t rotations;           // files that were begun in the place of another one
+    uint64_t failures;            // of opening, writing or closing a file
+    int lastError;                // errno of the last failure with a file, 0: none
+    int64_t lastErrorTime;        // its time, seconds since 1970
+    std::string lastErrorFile;    // the path that it was about
+};
+
+// The switches of the whole service.
+struct LogSwitches {
+    bool levels[4];
+    bool asnTrace;          // "bEnableAsnLog"
+    bool outputParameters;  // "bLogOutputPara"
+};
+
 // Registered under LOG_MAINTENANCE_INTERFACE_NAME from the service object's `init` until its
 // `fini`. The service owns the object.
 //
@@ -58,7 +104,7 @@ struct ModuleStatus {
 // Errors: records that cannot be written are lost and counted (ChannelStatus::recordsDropped).
 // Operations may throw std::bad_alloc.
 //
-// Virtual slots: 0 to 3 ServiceInterface, then as declared (4 to 14).
+// Virtual slots: 0 to 3 ServiceInterface, then as declared (4 to 14, from version 2 on 4 to 23).
 class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
   public:
     // Returns the version of the operations that this object offers. Look at it before calling an
@@ -107,6 +153,42 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Replaces `modules` by the module switches that were set, in the order of their numbers as
     // signed numbers: 2147483648 comes first, 4294967295 right before 0.
     virtual void GetModules(std::vector<ModuleStatus>& modules) = 0;
+
+    // From here on: version 2.
+
+    // Sets the policy of all channels. Initially LOG_FILE_POLICY_CONTRACT.
+    virtual void SetFilePolicy(LogFilePolicy policy) = 0;
+    virtual LogFilePolicy GetFilePolicy() = 0;
+
+    // Makes the category's file anew under its name when it was moved or removed; a file that still
+    // stands is continued. Whatever the policy, no file is emptied, and when the new one cannot be
+    // had, the one that was moved is continued. Ends a pause. An empty name means all categories. A
+    // category without an open file stays without. Returns false for a category that does not
+    // exist.
+    virtual bool Reopen(const std::string& category) = 0;
+
+    // Begins a new file in the place of the current one, or the first one. Whatever the policy, no
+    // file is emptied: within the second in which the current file was made, it is continued. Ends
+    // a pause. An empty name means all categories. Returns false for a category that does not
+    // exist.
+    virtual bool Rotate(const std::string& category) = 0;
+
+    // Limits the texts in each category's queue to so many bytes; 0, the initial value: no limit.
+    // A queue that reaches it is full, as one with "queuebuflength" records.
+    virtual void SetQueueBytes(uint64_t bytes) = 0;
+    virtual uint64_t GetQueueBytes() = 0;
+
+    // Replaces `books` by the books of all channels, in the order of their names. Waits for no file
+    // that is written, and holds no lock while it looks whether the files are in place.
+    virtual void GetChannelBooks(std::vector<ChannelBooks>& books) = 0;
+
+    // Returns the switches of the whole service.
+    virtual LogSwitches GetSwitches() = 0;
+
+    // For a handler of a fatal signal: writes what is queued to the files that are open, as well as
+    // it can be had without memory and without waiting for a lock that may never be free. Takes at
+    // most two seconds. The process is expected to end afterwards.
+    virtual void WriteQueuesBeforeDeath() noexcept = 0;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "control/queuedoutput.h"
@@ -19,6 +20,9 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     // Ends the periodic output.
     ~LogMaintenanceImpl() override;
 
+    // See QueuedOutput.
+    void AfterForkInChild() { queuedOutput_.AfterForkInChild(); }
+
     std::string GetIFName() const override { return LOG_MAINTENANCE_INTERFACE_NAME; }
     bool IsValid() const override { return true; }
     unsigned int GetVersion() const override { return LOG_MAINTENANCE_VERSION; }
@@ -34,8 +38,23 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     bool SetLevel(unsigned int level, bool on) override;
     void GetChannels(std::vector<ChannelStatus>& channels) override;
     void GetModules(std::vector<ModuleStatus>& modules) override;
+    void SetFilePolicy(LogFilePolicy policy) override;
+    LogFilePolicy GetFilePolicy() override;
+    bool Reopen(const std::string& category) override;
+    bool Rotate(const std::string& category) override;
+    void SetQueueBytes(uint64_t bytes) override;
+    uint64_t GetQueueBytes() override;
+    void GetChannelBooks(std::vector<ChannelBooks>& books) override;
+    LogSwitches GetSwitches() override;
+    void WriteQueuesBeforeDeath() noexcept override;
 
   private:
+    using NamedChannels = std::vector<std::pair<std::string, TEDebugInfoBuf*>>;
+
+    NamedChannels Chosen(const std::string& category);
+    // Returns false when there is no such category.
+    bool ForChosen(const std::string& category, void (*operation)(TEDebugInfoBuf& channel));
+
     LogMgr& manager_;
     QueuedOutput queuedOutput_;
 };

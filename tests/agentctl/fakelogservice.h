@@ -49,11 +49,30 @@ class FakeMaintenance : public NS_LOG_SERVICE1::LogMaintenanceInterface {
     }
     void GetChannels(std::vector<NS_LOG_SERVICE1::ChannelStatus>& all) override { all = channels; }
     void GetModules(std::vector<NS_LOG_SERVICE1::ModuleStatus>& all) override { all = modules; }
+    void SetFilePolicy(NS_LOG_SERVICE1::LogFilePolicy chosen) override { policy = chosen; }
+    NS_LOG_SERVICE1::LogFilePolicy GetFilePolicy() override { return policy; }
+    bool Reopen(const std::string& category) override {
+        calls.push_back("Reopen " + category);
+        return success;
+    }
+    bool Rotate(const std::string& category) override {
+        calls.push_back("Rotate " + category);
+        return success;
+    }
+    void SetQueueBytes(uint64_t bytes) override { queueBytes = bytes; }
+    uint64_t GetQueueBytes() override { return queueBytes; }
+    void GetChannelBooks(std::vector<NS_LOG_SERVICE1::ChannelBooks>& all) override { all = books; }
+    NS_LOG_SERVICE1::LogSwitches GetSwitches() override { return globalSwitches; }
+    void WriteQueuesBeforeDeath() noexcept override {}
 
     std::vector<std::string> calls;
     std::vector<NS_LOG_SERVICE1::LoggerStatus> loggers;
     std::vector<NS_LOG_SERVICE1::ChannelStatus> channels;
     std::vector<NS_LOG_SERVICE1::ModuleStatus> modules;
+    std::vector<NS_LOG_SERVICE1::ChannelBooks> books;
+    NS_LOG_SERVICE1::LogSwitches globalSwitches{};
+    NS_LOG_SERVICE1::LogFilePolicy policy = NS_LOG_SERVICE1::LOG_FILE_POLICY_CONTRACT;
+    uint64_t queueBytes = 0;
     unsigned int version = NS_LOG_SERVICE1::LOG_MAINTENANCE_VERSION;
     unsigned int code = 0;
     bool success = true;

@@ -14,9 +14,9 @@
 
 namespace NS_TEST {
 
-// What the test program's own write, open, time and gettimeofday do. The service is linked into
-// the program statically and so calls these; the platform, the C library and the test framework go
-// on calling the real ones.
+// What the test program's own write, open, time, gettimeofday and clock_gettime do. The service is
+// linked into the program statically and so calls these; the platform, the C library and the test
+// framework go on calling the real ones.
 //
 // Thread safety: the counters and the clock may be used by any thread; the rest while no other
 // thread writes.
@@ -51,13 +51,23 @@ class SystemCalls {
     // file: when the time of day was read after a successful open.
     void SetClock(int64_t second, int64_t step);
 
-    // No scripts, and the clock stands at its start.
+    // The clock that nobody sets stands still from now on, but for a step behind each look at it,
+    // and goes on by so many microseconds.
+    void StopMonotonicClock(int64_t step = 0) {
+        monotonic_ = 0;
+        monotonicStep_ = step;
+    }
+    void LetPass(int64_t microseconds) { monotonic_ += microseconds; }
+
+    // No scripts, the clock stands at its start, and the one that nobody sets runs.
     void Reset();
 
     ssize_t Write(int descriptor, const void* bytes, size_t size);
     int Open(const char* path, int flags, unsigned int mode);
     int64_t Time() const { return second_; }
     int64_t TimeOfDay();
+    // Negative while it runs.
+    int64_t Monotonic() { return monotonic_ < 0 ? -1 : monotonic_.fetch_add(monotonicStep_); }
 
   private:
     std::atomic<uint64_t> writes_{0};
@@ -65,6 +75,8 @@ class SystemCalls {
     std::atomic<int64_t> second_{kStart};
     std::atomic<int64_t> step_{0};
     std::atomic<bool> stepIsDue_{false};
+    std::atomic<int64_t> monotonic_{-1};
+    std::atomic<int64_t> monotonicStep_{0};
     WriteScript writeScript_;
     OpenScript openScript_;
 };
