@@ -233,7 +233,8 @@ void CurrentFile::CountEmptied(const FileStream& next) {
     }
 }
 
-WriteResult CurrentFile::Write(std::string_view piece) {
+// The first write behind a failure: there may be something to take back.
+WriteResult CurrentFile::WriteAgain(std::string_view piece) {
     WriteResult result{0, TakeBackTorn()};
     if (!result.error) {
         result = stream_.Write(piece);
@@ -364,11 +365,6 @@ const std::string& CurrentFile::StampNow() {
     return stamp_;
 }
 
-void CurrentFile::CountWritten(size_t bytes) {
-    size_ += bytes;
-    statistics_.bytesWritten.Add(bytes);
-}
-
 void CurrentFile::Count(const std::error_code& error, const std::string& path) {
     statistics_.failures.Add(1);
     statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
@@ -386,12 +382,10 @@ void CurrentFile::NoteFailure(const std::error_code& error, const std::string& p
 }
 
 void CurrentFile::NoteSuccess() {
-    if (failing_) {
-        failing_ = false;
-        suspect_ = false;
-        pause_.End();
-        statistics_.failing.Set(0);
-    }
+    failing_ = false;
+    suspect_ = false;
+    pause_.End();
+    statistics_.failing.Set(0);
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -65,7 +65,18 @@ class CurrentFile {
     void Close();
 
     // Writes all of `piece`, or counts the failure. In that case call KeepOnly next.
-    WriteResult Write(std::string_view piece);
+    WriteResult Write(std::string_view piece) {
+        if (failing_) {
+            return WriteAgain(piece);
+        }
+        const WriteResult result = stream_.Write(piece);
+        if (result.error) {
+            NoteFailure(result.error, path_);
+        } else {
+            CountWritten(result.written);
+        }
+        return result;
+    }
 
     // Of what a failed write has written, keeps the first `whole` bytes.
     void KeepOnly(size_t whole, const WriteResult& failed);
@@ -116,6 +127,7 @@ class CurrentFile {
 
   private:
     bool MakeReady();
+    WriteResult WriteAgain(std::string_view piece);
     bool BeginEmptied();
     bool ContinueIn(const std::string& name);
     std::error_code BeginText(FileStream& next, const std::string& path);
@@ -134,7 +146,10 @@ class CurrentFile {
     std::string_view CreatedLine();
     std::string_view ClosedLine();
     const std::string& StampNow();
-    void CountWritten(size_t bytes);
+    void CountWritten(size_t bytes) {
+        size_ += bytes;
+        statistics_.bytesWritten.Add(bytes);
+    }
     void Count(const std::error_code& error, const std::string& path);
     void NoteFailure(const std::error_code& error, const std::string& path);
     void NoteSuccess();
