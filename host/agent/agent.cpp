@@ -17,6 +17,7 @@
 #include "agent/configurationcheck.h"
 #include "agent/configuredbundles.h"
 #include "agent/directorylock.h"
+#include "agent/fatalsignals.h"
 #include "agent/filepolicy.h"
 #include "agent/servicekeeper.h"
 #include "agent/standardinput.h"
@@ -166,6 +167,7 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
 }
 
 bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
+    const auto fatalSignals = options_.writeQueuesOnCrash ? FatalSignals::Watch() : nullptr;
     WorkWatch watch(signals_.StopDescriptor());
     for (const auto& bundle : loader.Bundles()) {
         if (const WorkingBundle* const work = bundle->FindWork()) {

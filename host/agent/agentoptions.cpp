@@ -83,6 +83,9 @@ void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
                     "and what is wrong with it, and exit: 0 when\n"
                     "nothing is, 1 with warnings, 3 when the agent\n"
                     "would not start");
+    parser.add_flag("--write-queues-on-crash", options.writeQueuesOnCrash,
+                    "On a fatal signal, write out what is queued, within\n"
+                    "two seconds, before the agent dies of it");
     parser.add_flag("--summary", options.summary,
                     "At the end, print path, size and last record of\neach log file written");
 }

@@ -26,6 +26,7 @@ struct AgentOptions {
     bool logProxy = true;
     bool summary = false;
     bool checkConfiguration = false;
+    bool writeQueuesOnCrash = false;
 };
 
 // Reads the command line. Returns no value when it has printed the help or the version instead.

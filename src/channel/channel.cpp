@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logfilename.h"
@@ -117,7 +118,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     }
     queue_.Append(record);
     CountBuffered();
-    if (queue_.Count() < queueCapacity_) {
+    if (!IsQueueFull()) {
         return;
     }
     const std::string context = BuildContextHeader();
@@ -194,6 +195,67 @@ int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& 
     return logFile_->ChangePath(directory, prefix);
 }
 
+bool TEDebugInfoBuf::TryLocks() {
+    if (!bufferMutex_.TryAcquire()) {
+        return false;
+    }
+    if (!fileMutex_.TryAcquire()) {
+        bufferMutex_.release();
+        return false;
+    }
+    return true;
+}
+
+void TEDebugInfoBuf::ReleaseLocks() {
+    fileMutex_.release();
+    bufferMutex_.release();
+}
+
+bool TEDebugInfoBuf::AwaitFree(const Deadline& deadline) {
+    const bool free = deadline.Await([this] { return TryLocks(); });
+    if (free) {
+        ReleaseLocks();
+    }
+    return free;
+}
+
+// Unanalysed: TryLocks says whether the mutexes are held.
+bool TEDebugInfoBuf::WriteBeforeDeath(LastWords& memory,
+                                      const Deadline& deadline) noexcept NO_THREAD_SAFETY_ANALYSIS {
+    if (!TryLocks()) {
+        return false;
+    }
+    try {
+        if (queue_.Count() != 0 && logFile_->WriteBeforeDeath(queue_, memory, deadline)) {
+            queue_.AppendRecordsTo(lastRecords_);
+            CountBuffered();
+        }
+    } catch (...) {  // NOLINT: of the platform, which renders the times; the process dies anyway
+    }
+    ReleaseLocks();
+    return true;
+}
+
+void TEDebugInfoBuf::BeforeFork() {
+    bufferMutex_.BeforeFork();
+    fileMutex_.BeforeFork();
+}
+
+void TEDebugInfoBuf::AfterForkInParent() {
+    fileMutex_.AfterFork();
+    bufferMutex_.AfterFork();
+}
+
+// Unanalysed: both mutexes are held since BeforeFork.
+void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
+    const RecordQueue::Chunks outsized = queue_.Clear();
+    keptBack_.Clear();
+    waiting_.AfterForkInChild();
+    logFile_->AfterForkInChild();
+    Renew(statistics_);
+    AfterForkInParent();
+}
+
 std::string TEDebugInfoBuf::CurrentPath() {
     const Guard fileGuard(fileMutex_);
     return logFile_->CurrentPath();
@@ -233,6 +295,11 @@ void TEDebugInfoBuf::GiveBack(RecordQueue& written) {
     const RecordQueue::Chunks outsized = written.Clear();
     const Guard bufferGuard(bufferMutex_);
     queue_.TakeChunks(written);
+}
+
+bool TEDebugInfoBuf::IsQueueFull() const {
+    const uint64_t bytes = queueBytes_;
+    return queue_.Count() >= queueCapacity_ || (bytes != 0 && queue_.TextBytes() >= bytes);
 }
 
 void TEDebugInfoBuf::CountBuffered() {

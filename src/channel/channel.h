@@ -8,6 +8,7 @@
 
 #include "base/lockguard.h"
 #include "base/mutex.h"
+#include "base/relaxedatomic.h"
 #include "channel/callmemory.h"
 #include "channel/counter.h"
 #include "channel/logfile.h"
@@ -52,6 +53,10 @@ class TEDebugInfoBuf {
     void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
     void Output(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_, fileMutex_);
 
+    // Sets the bytes of the texts at which the queue is full, whatever the number of its records;
+    // 0, as at first, for no such limit. Takes effect with the next record.
+    void LimitQueueBytes(uint64_t bytes) { queueBytes_ = bytes; }
+
     // Appends the record to the queue. When that fills the queue, writes out the queue and then a
     // notice, while others append to the next queue. A record of level 0 is not queued: writes out
     // the queue, and then the record as Output does.
@@ -70,6 +75,21 @@ class TEDebugInfoBuf {
 
     // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
+
+    // Waits until nobody holds either mutex. Returns false when the deadline comes first: then it
+    // may be the calling thread itself that holds one, below a signal handler.
+    bool AwaitFree(const Deadline& deadline) EXCLUDES(bufferMutex_, fileMutex_);
+
+    // For a process that dies: writes out the queue if the file is open, without allocating and
+    // without waiting for a mutex. Returns false, and has done nothing, when one is held.
+    bool WriteBeforeDeath(LastWords& memory, const Deadline& deadline) noexcept;
+
+    // Around a fork. Both mutexes are held meanwhile: a write that goes on is completed first. The
+    // child starts with nothing queued or kept back, since the parent writes that, and without a
+    // file.
+    void BeforeFork() EXCLUDES(bufferMutex_, fileMutex_);
+    void AfterForkInParent();
+    void AfterForkInChild();
 
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }
@@ -104,13 +124,22 @@ class TEDebugInfoBuf {
     // Returns the memory of a written queue to the channel's queue.
     void GiveBack(RecordQueue& written) EXCLUDES(bufferMutex_);
 
+    bool IsQueueFull() const REQUIRES(bufferMutex_);
+
     void CountBuffered() REQUIRES(bufferMutex_);
+
+    // Takes both mutexes if nobody holds either.
+    bool TryLocks() NO_THREAD_SAFETY_ANALYSIS;
+    void ReleaseLocks() NO_THREAD_SAFETY_ANALYSIS;
 
     Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
     RecordQueue queue_ GUARDED_BY(bufferMutex_);
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
+    // What was written before death, only kept because its memory must not be freed then.
+    RecordQueue lastRecords_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
+    RelaxedAtomic<uint64_t> queueBytes_{0};
     ChannelStatistics statistics_;  // changed under bufferMutex_, read without it
 
     WaitingRecords waiting_;

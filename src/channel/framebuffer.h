@@ -17,6 +17,9 @@ class FrameBuffer {
     char* Reserve(size_t size);
     void Commit(const char* end) { size_ = static_cast<size_t>(end - bytes_.get()); }
 
+    // Whether Reserve(size) needs no memory.
+    bool HasRoomFor(size_t size) const { return capacity_ - size_ >= size; }
+
     size_t Size() const { return size_; }
     std::string_view Bytes() const { return {bytes_.get(), size_}; }
 

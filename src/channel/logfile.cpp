@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
+#include <utility>
 
+#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logdirectory.h"
@@ -70,6 +72,15 @@ void LogFile::Close() {
     hasFile_ = false;
     currentPath_.clear();
     bytesWritten_ = 0;
+}
+
+void LogFile::AfterForkInChild() {
+    stream_.Close();
+    hasFile_ = false;
+    currentPath_.clear();
+    bytesWritten_ = 0;
+    recordNumber_ = 0;
+    Renew(statistics_);
 }
 
 bool LogFile::EnsureOpen() {
@@ -248,6 +259,50 @@ void LogFile::FrameDump(const LogRecord& trigger, const KeptRecords& keptBack) {
         AppendDumpedRecord(frames_, Stamp(record.time), record);
     });
     AppendDumpClosing(frames_, number);
+}
+
+bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
+                               const Deadline& deadline) {
+    if (!IsOpen()) {
+        return false;
+    }
+    const uint64_t writtenBefore = statistics_.recordsWritten.Get();
+    uint64_t inPiece = 0;
+    bool succeeds = true;
+    memory.frames.Clear();
+    for (auto next = records.begin(); succeeds && next != records.end(); ++next) {
+        const LogRecord record = *next;
+        NS_BUNDLEMGR1::GetZoneTimeStamp(record.time, memory.stamp);
+        const size_t size = RecordSizeAtMost(memory.stamp, record);
+        if (!memory.frames.HasRoomFor(size)) {
+            succeeds = WriteLastPiece(memory, inPiece) && !deadline.IsOver();
+        }
+        ++recordNumber_;
+        if (succeeds && memory.frames.HasRoomFor(size)) {
+            AppendRecord(memory.frames, static_cast<uint32_t>(recordNumber_), memory.stamp, record);
+            ++inPiece;
+        }
+    }
+    if (succeeds) {
+        WriteLastPiece(memory, inPiece);
+    }
+    CountDropped(records.Count() - (statistics_.recordsWritten.Get() - writtenBefore));
+    return true;
+}
+
+// Writes a piece of so many records, of which there are none then.
+bool LogFile::WriteLastPiece(LastWords& memory, uint64_t& records) {
+    const auto [written, error] = stream_.Write(memory.frames.Bytes());
+    memory.frames.Clear();
+    if (error) {
+        NoteFailure(error);
+        stream_.CutBack(written);
+        return false;
+    }
+    bytesWritten_ += written;
+    statistics_.bytesWritten.Add(written);
+    statistics_.recordsWritten.Add(std::exchange(records, 0));
+    return true;
 }
 
 int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {

@@ -8,6 +8,7 @@
 #include "channel/counter.h"
 #include "channel/filestream.h"
 #include "channel/framebuffer.h"
+#include "channel/lastwords.h"
 #include "channel/waitingrecords.h"
 #include "record/keptrecords.h"
 #include "record/logrecord.h"
@@ -72,8 +73,17 @@ class LogFile {
     // file as a dump without any.
     void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
+    // In a child process: forgets the file without a closing line, because it is the parent's. What
+    // the child writes goes to a file of its own, numbered and counted from the beginning.
+    void AfterForkInChild();
+
     // Counts records that were lost because EnsureOpen failed.
     void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
+
+    // Writes records of a process that dies: into the file that is open, and into no other one,
+    // without allocating, until the deadline. Returns false, and has done nothing, when no file is
+    // open. Records that are not written are counted as dropped.
+    bool WriteBeforeDeath(const RecordQueue& records, LastWords& memory, const Deadline& deadline);
 
     // Changes the directory and the prefix: begins a new file there, copies the current file's
     // contents into it and removes the old file. Keeps the old file when the new one cannot be
@@ -105,6 +115,7 @@ class LogFile {
     void WriteTriggerAlone(const LogRecord& trigger);
     void WriteFrame();
     bool WritePiece();
+    bool WriteLastPiece(LastWords& memory, uint64_t& records);
     void NoteFailure(const std::error_code& error);
     void RotateIfFull();
     bool TakeContentsOf(const std::string& path);

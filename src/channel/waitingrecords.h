@@ -57,6 +57,12 @@ class WaitingRecords {
     // caller's own may be used afterwards.
     void EndWriting(WaitingRecord* group, const WaitingRecord& own);
 
+    // In a child process: the records that wait belong to threads of the parent.
+    void AfterForkInChild() {
+        newest_ = nullptr;
+        writing_ = false;
+    }
+
   private:
     std::atomic<WaitingRecord*> newest_{nullptr};
     std::atomic<bool> writing_{false};

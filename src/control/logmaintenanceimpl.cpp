@@ -50,20 +50,15 @@ void LogMaintenanceImpl::FlushAll() {
     manager_.FlushAll();
 }
 
-// Collects the channels first and writes them out without the map's mutex: a new logger looks for
-// its channel in the map and must not wait for a whole dump. The channels live as long as the
-// manager.
 bool LogMaintenanceImpl::OutputAll(const std::string& category) {
-    std::vector<TEDebugInfoBuf*> chosen;
+    bool found = false;
     manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
         if (category.empty() || name == category) {
-            chosen.push_back(&channel);
+            found = true;
+            channel.OutputAll();
         }
     });
-    for (TEDebugInfoBuf* channel : chosen) {
-        channel->OutputAll();
-    }
-    return !chosen.empty();
+    return found;
 }
 
 unsigned int LogMaintenanceImpl::SetQueuedOutput(bool on) {
@@ -131,10 +126,15 @@ bool LogMaintenanceImpl::Rotate(const std::string& /*category*/) {
     return false;
 }
 
-void LogMaintenanceImpl::SetQueueBytes(uint64_t /*bytes*/) {}
+void LogMaintenanceImpl::SetQueueBytes(uint64_t bytes) {
+    manager_.queueBytes = bytes;
+    manager_.Channels().ForEach([bytes](const std::string& /*name*/, TEDebugInfoBuf& channel) {
+        channel.LimitQueueBytes(bytes);
+    });
+}
 
 uint64_t LogMaintenanceImpl::GetQueueBytes() {
-    return 0;
+    return manager_.queueBytes;
 }
 
 void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
@@ -142,9 +142,18 @@ void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
 }
 
 LogSwitches LogMaintenanceImpl::GetSwitches() {
-    return {};
+    LogSwitches switches{};
+    const LevelSwitches levels = manager_.levelSwitches;
+    for (size_t level = 0; level < levels.size(); ++level) {
+        switches.levels[level] = levels[level];
+    }
+    switches.asnTrace = manager_.bEnableAsnLog != 0;
+    switches.outputParameters = manager_.bLogOutputPara != 0;
+    return switches;
 }
 
-void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {}
+void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {
+    manager_.Channels().WriteBeforeDeath();
+}
 
 }  // namespace NS_LOG_SERVICE1

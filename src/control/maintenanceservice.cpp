@@ -69,6 +69,13 @@ void MaintenanceService::Finish() {
     }
 }
 
+void MaintenanceService::AfterForkInChild() {
+    const MaintenanceService* service = maintenanceService.InstanceIfAny();
+    if (service != nullptr && service->interface_ != nullptr) {
+        static_cast<LogMaintenanceImpl*>(service->interface_)->AfterForkInChild();
+    }
+}
+
 NS_BUNDLEMGR1::ServiceInterface* MaintenanceService::CreateInterface() {
     if (LogMgr* manager = LogMgr::InstanceIfAny()) {
         interface_ = new LogMaintenanceImpl(*manager);  // the base class owns it by a plain pointer

@@ -35,6 +35,16 @@ ObjectPool<std::string>& Messages() {
     return *messages;
 }
 
+// Whether dumps are echoed, asked for once by each of the two operations.
+struct Echoes {
+    AsnTraceFlag ofPrint;
+    AsnTraceFlag ofTrace;
+};
+Echoes& TheEchoes() {
+    static NoDestructor<Echoes> echoes;
+    return *echoes;
+}
+
 }  // namespace
 
 Logger::Logger(const std::string& first, const std::string& second, const std::string& category,
@@ -150,7 +160,7 @@ void Logger::PrintAsn(const std::string& file, const std::string& function, unsi
     if (settings_.bEnableAsnLog == 0) {
         return;
     }
-    static const bool echo = ReadAsnTraceFlag(settings_);
+    const bool echo = TheEchoes().ofPrint.Get(settings_);
     AsnDump dump;
     dump.Print(message);
     const std::string text = dump.Text();
@@ -168,7 +178,7 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
     if (settings_.bEnableAsnLog == 0) {
         return;
     }
-    static const bool echo = ReadAsnTraceFlag(settings_);
+    const bool echo = TheEchoes().ofTrace.Get(settings_);
     AsnDump dump;
     if (levels_.Get()[LOG_LEVEL_3]) {
         dump.PrintMasked(message);
@@ -178,6 +188,18 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
     if (echo) {
         AsnDump::Echo(text);
     }
+}
+
+void Logger::MakeStaticObjects() {
+    FreeMemory();
+    AsnDump::MakeStaticObjects();
+    TheEchoes();
+}
+
+void Logger::AfterForkInChild() {
+    AsnDump::AfterForkInChild();
+    TheEchoes().ofPrint.AfterForkInChild();
+    TheEchoes().ofTrace.AfterForkInChild();
 }
 
 void Logger::FreeMemory() {

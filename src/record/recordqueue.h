@@ -61,11 +61,17 @@ class RecordQueue {
     // has no records.
     void MoveRecordsTo(RecordQueue& empty) noexcept;
 
+    // Moves all records to the end of `other`, with their chunks.
+    void AppendRecordsTo(RecordQueue& other) noexcept;
+
     // Moves chunks of `cleared` here, up to the bound, for later records. REQUIRES: `cleared` has
     // no records.
     void TakeChunks(RecordQueue& cleared);
 
     size_t Count() const { return count_; }
+
+    // The texts of all records in bytes: what their clients have chosen of the queue's memory.
+    size_t TextBytes() const { return textBytes_; }
 
     Iterator begin() const { return Iterator(used_.begin()); }
     Iterator end() const { return Iterator(used_.end()); }
@@ -78,6 +84,7 @@ class RecordQueue {
     // Empty chunks; the first one is filled next.
     Chunks spare_;
     size_t count_ = 0;
+    size_t textBytes_ = 0;
 };
 
 }  // namespace NS_LOG_SERVICE1
