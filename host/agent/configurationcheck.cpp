@@ -28,20 +28,19 @@ bool EndsWith(const std::string& text, const std::string& end) {
 }
 
 // Where the system finds a library is not known before it is loaded.
-std::vector<std::string> CheckLibrary(const BundleEntry& entry) {
+void CheckLibrary(const BundleEntry& entry, std::vector<std::string>& warnings) {
+    const bool isPath = entry.path.find('/') != std::string::npos;
     std::error_code ignored;
-    if (!entry.path.empty()) {
-        const bool isThere = entry.path.find('/') == std::string::npos ||
-                             std::filesystem::exists(entry.path, ignored);
-        return isThere ? std::vector<std::string>()
-                       : std::vector<std::string>{entry.name + ": there is no " + entry.path};
+    if (isPath && !std::filesystem::exists(entry.path, ignored)) {
+        warnings.push_back(entry.name + ": there is no " + entry.path);
+    } else if (entry.path.empty()) {
+        const std::string library = FindBundleLibrary(entry.name);
+        if (library.find('/') == std::string::npos) {
+            warnings.push_back(
+                entry.name + ": " + library +
+                " does not lie beside the program; the system's search path must have it");
+        }
     }
-    const std::string library = FindBundleLibrary(entry.name);
-    if (library.find('/') != std::string::npos) {
-        return {};
-    }
-    return {entry.name + ": " + library +
-            " does not lie beside the program; the system's search path must have it"};
 }
 
 }  // namespace
@@ -122,8 +121,7 @@ void ConfigurationCheck::JudgeBundles() {
         const ConfiguredBundles bundles(path_, items);
         ItemInForce item{Text("bundles").value_or(""), {}};
         for (const BundleEntry& entry : bundles.Entries()) {
-            const std::vector<std::string> warnings = CheckLibrary(entry);
-            item.warnings.insert(item.warnings.end(), warnings.begin(), warnings.end());
+            CheckLibrary(entry, item.warnings);
             const std::string arguments = entry.name + kArguments;
             if (Text(arguments)) {
                 Add(arguments, {*Text(arguments), {}});
