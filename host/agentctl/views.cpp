@@ -41,8 +41,8 @@ std::string ViewStatus(const Json::Value& data, const Presentation& presentation
 
 // The agent's texts begin with the word that monitoring systems show.
 std::string ViewHealth(const Json::Value& data, const Presentation& presentation) {
-    constexpr const char* kWords[] = {"OK", "WARNING", "CRITICAL"};
-    const auto word = [&kWords](const Json::Value& health) {
+    static constexpr const char* kWords[] = {"OK", "WARNING", "CRITICAL"};
+    const auto word = [](const Json::Value& health) {
         return std::string(health.isUInt() && health.asUInt() < 3 ? kWords[health.asUInt()]
                                                                   : "UNKNOWN");
     };

@@ -54,7 +54,7 @@ class Looks {
         if (invocation_.json) {
             return FormatAsJson(data);
         }
-        const std::string text =
+        std::string text =
             Clock() + FormatData([&] {
                 return ViewStatusSince(before_, data, {utf8_, terminal ? terminal->columns : 0});
             });
