@@ -72,7 +72,7 @@ TEST_F(LiveWatch, SurvivesARestartOfTheAgent) {
     ASSERT_TRUE(watch.WaitForError("trying again"));
     Start();
     const std::string second = "process " + std::to_string(agent_->GetId());
-    EXPECT_TRUE(watch.WaitForOutput(second));
+    EXPECT_TRUE(watch.WaitForOutput(second, 2));
     watch.Signal(SIGTERM);
     const ChildResult result = watch.Wait();
     EXPECT_EQ(result.exitCode, 0);
