@@ -3,6 +3,7 @@
 #include <ace/OS_NS_sys_time.h>
 #include <pthread.h>
 
+#include <new>
 #include <utility>
 
 #include "base/renew.h"
@@ -31,6 +32,15 @@ LogRecord OwnRecord(int level, const char* function, const char* detail, const s
     record.detail = detail;
     record.context = context;
     return record;
+}
+
+// A notice without its context is better than a queue that stays full.
+std::string ContextIfPossible() {
+    try {
+        return BuildContextHeader();
+    } catch (const std::bad_alloc&) {
+        return std::string();
+    }
 }
 
 }  // namespace
@@ -64,7 +74,9 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         WriteDump(record, false);
         return;
     }
+    Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
+    acceptance.Done();
     if (waiting_.Join(waiting)) {
         WriteGroup(waiting);
     } else {
@@ -94,6 +106,9 @@ void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
+        for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
+            statistics_.receivedDirectly.Add(1);
+        }
         try {
             logFile_->WriteGroup(group);
         } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
@@ -107,6 +122,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         WriteDump(record, true);
         return;
     }
+    Acceptance acceptance(this);
     const size_t packedSize = PackedSize(record);
     RecordQueue full;
     Guard bufferGuard(bufferMutex_);
@@ -117,11 +133,13 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         queue_.AddChunk(chunk);
     }
     queue_.Append(record);
+    acceptance.Done();
+    statistics_.received.Add(1);
     CountBuffered();
     if (!IsQueueFull()) {
         return;
     }
-    const std::string context = BuildContextHeader();
+    const std::string context = ContextIfPossible();
     const LogRecord notice =
         OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
                   "Debug cache is full, force output execute.", context, __LINE__);
@@ -129,9 +147,10 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     // others fill the next queue while this one is written.
     Guard fileGuard(fileMutex_);
     queue_.MoveRecordsTo(full);
+    statistics_.received.Add(1);  // the notice
     CountBuffered();
     bufferGuard.Release();
-    WriteAll(full);
+    WriteAllBefore(full, 1);
     logFile_->WriteRecord(notice);
     fileGuard.Release();
     GiveBack(full);
@@ -143,10 +162,13 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record) {
 }
 
 void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory) {
+    Acceptance acceptance(this);
     memory.spare.Set(record);
     const Guard bufferGuard(bufferMutex_);
     const bool full = keptBack_.Count() == keptCapacity_;
     memory.spare = keptBack_.Append(std::move(memory.spare));
+    acceptance.Done();
+    statistics_.received.Add(1);
     statistics_.evicted.Add(full ? 1 : 0);
     statistics_.keptBack.Set(keptBack_.Count());
 }
@@ -170,21 +192,26 @@ void TEDebugInfoBuf::Flush() {
 void TEDebugInfoBuf::OutputAll() {
     RecordQueue takenQueue;
     KeptRecords takenKept(keptCapacity_);
+    const std::string context = BuildContextHeader();
     {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
         takenKept.Swap(keptBack_);
+        statistics_.received.Add(1);  // the record that heads the dump
         CountBuffered();
     }
     {
         const Guard fileGuard(fileMutex_);
-        WriteAll(takenQueue);
-        const std::string context = BuildContextHeader();
-        logFile_->WriteRecordWithDump(
-            OwnRecord(LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
-                      "The follow message was dump by maintenance command flushall.", context,
-                      __LINE__),
-            takenKept);
+        WriteAllBefore(takenQueue, 1 + takenKept.Count());
+        const LogRecord head = OwnRecord(
+            LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
+            "The follow message was dump by maintenance command flushall.", context, __LINE__);
+        try {
+            logFile_->WriteRecordWithDump(head, takenKept);
+        } catch (...) {
+            logFile_->CountDropped(takenKept.Count());
+            throw;
+        }
         logFile_->Flush();
     }
     GiveBack(takenQueue);
@@ -256,13 +283,34 @@ void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
     AfterForkInParent();
 }
 
-std::string TEDebugInfoBuf::CurrentPath() {
+void TEDebugInfoBuf::Rotate() {
     const Guard fileGuard(fileMutex_);
-    return logFile_->CurrentPath();
+    logFile_->Rotate();
+}
+
+void TEDebugInfoBuf::Reopen() {
+    const Guard fileGuard(fileMutex_);
+    logFile_->Reopen();
+}
+
+void TEDebugInfoBuf::WriteAllBefore(const RecordQueue& records, uint64_t followers) {
+    try {
+        WriteAll(records);
+    } catch (...) {
+        logFile_->CountDropped(followers);
+        throw;
+    }
 }
 
 void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
-    if (!logFile_->EnsureOpen()) {
+    bool open = false;
+    try {
+        open = logFile_->EnsureOpen();
+    } catch (...) {
+        logFile_->CountDropped(records.Count());
+        throw;
+    }
+    if (!open) {
         logFile_->CountDropped(records.Count());
         return;
     }
@@ -271,14 +319,17 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 }
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
+    Acceptance acceptance(this);
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
+    statistics_.received.Add(1);
+    acceptance.Done();
     Guard fileGuard(fileMutex_);
     if (withQueue) {
         queue_.MoveRecordsTo(queued);
         CountBuffered();
-        WriteAll(queued);
+        WriteAllBefore(queued, 1);
     }
     logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();
@@ -305,6 +356,7 @@ bool TEDebugInfoBuf::IsQueueFull() const {
 void TEDebugInfoBuf::CountBuffered() {
     statistics_.queued.Set(queue_.Count());
     statistics_.queuedMost.RaiseTo(queue_.Count());
+    statistics_.queuedBytes.Set(queue_.TextBytes());
     statistics_.keptBack.Set(keptBack_.Count());
 }
 

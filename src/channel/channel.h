@@ -19,16 +19,26 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The records that a channel holds, and that it has evicted. Any thread may read them.
+// The records that a channel was given, that it holds, and that it has evicted. Any thread may read
+// them.
 struct ChannelStatistics {
-    Counter queued;      // in the queue now
-    Counter queuedMost;  // in the queue at most
-    Counter keptBack;    // kept back now, because their level is off
-    Counter evicted;     // kept back, and lost for newer ones
+    Counter received;          // but for those that were written directly
+    Counter receivedDirectly;  // changed under the file mutex
+    Counter queued;            // in the queue now
+    Counter queuedMost;        // in the queue at most
+    Counter queuedBytes;       // of their texts
+    Counter keptBack;          // kept back now, because their level is off
+    Counter evicted;           // kept back, and lost for newer ones
+
+    // Given up with an exception before the channel had them. Changed by any thread.
+    RelaxedAtomic<uint64_t> refused;
 };
 
 // Owns the category's record queue, the records that are kept back because their level is off, and
 // the log file.
+//
+// Exceptions, as for lack of memory, pass out of the operations. Whatever they met was written, is
+// still queued or kept back, or is counted as dropped.
 //
 // Thread safety: any thread may call any operation. What a record needs is allocated and freed
 // outside both mutexes.
@@ -91,22 +101,48 @@ class TEDebugInfoBuf {
     void AfterForkInParent();
     void AfterForkInChild();
 
+    // On an operator's order; see LogFile.
+    void Rotate() EXCLUDES(fileMutex_);
+    void Reopen() EXCLUDES(fileMutex_);
+
+    // What a name that is taken and a failing write mean from the next record on. Unlocked: the
+    // file takes it from any thread.
+    void SetFilePolicy(FilePolicy policy) NO_THREAD_SAFETY_ANALYSIS { logFile_->SetPolicy(policy); }
+
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }
+
+    // Counts a record that an exception keeps from the channel; see Acceptance.
+    void CountRefused() {
+        statistics_.refused.Update([](uint64_t refused) { return refused + 1; });
+    }
+
+    // The records that were given to the channel, or would have been but for an exception.
+    uint64_t Received() const {
+        return statistics_.received.Get() + statistics_.receivedDirectly.Get() +
+               statistics_.refused;
+    }
+    // Those that were lost because they could not be written, or could not even be made.
+    uint64_t Dropped() const { return FileStatistics().recordsDropped.Get() + statistics_.refused; }
 
     const ChannelStatistics& Statistics() const { return statistics_; }
     // Unlocked: the file's counters are made to be read while they change.
     const LogFileStatistics& FileStatistics() const NO_THREAD_SAFETY_ANALYSIS {
         return logFile_->Statistics();
     }
-    // Returns the path of the open file; empty when none is open.
-    std::string CurrentPath() EXCLUDES(fileMutex_);
+    // The open file; no path when none is open. Unlocked: a file that is being written may take
+    // long.
+    OpenedFile CurrentFileOpened() const NO_THREAD_SAFETY_ANALYSIS { return logFile_->Opened(); }
+    std::string CurrentPath() const { return CurrentFileOpened().path; }
 
   private:
     using Guard = LockGuard<Mutex>;
 
     // Writes the records in order. Opens the file first; when that fails, the records are lost.
     void WriteAll(const RecordQueue& records) REQUIRES(fileMutex_);
+
+    // The same before so many other records, which are lost when this throws.
+    void WriteAllBefore(const RecordQueue& records, uint64_t followers) REQUIRES(fileMutex_);
 
     // Writes the queue if `withQueue`, then the trigger and what is kept back as one dump,
     // and empties both.
@@ -140,11 +176,33 @@ class TEDebugInfoBuf {
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
     RelaxedAtomic<uint64_t> queueBytes_{0};
-    ChannelStatistics statistics_;  // changed under bufferMutex_, read without it
+    ChannelStatistics statistics_;  // changed under bufferMutex_ but for one, read without it
 
     WaitingRecords waiting_;
     Mutex fileMutex_;
     std::unique_ptr<LogFile> logFile_ PT_GUARDED_BY(fileMutex_);
+};
+
+// A record on its way into a channel. It counts as dropped when an exception comes before the
+// channel has it.
+class Acceptance {
+  public:
+    // `channel` may be null.
+    explicit Acceptance(TEDebugInfoBuf* channel) : channel_(channel) {}
+    ~Acceptance() {
+        if (channel_ != nullptr) {
+            channel_->CountRefused();
+        }
+    }
+
+    Acceptance(const Acceptance&) = delete;
+    Acceptance& operator=(const Acceptance&) = delete;
+
+    // The record's channel answers for it from now on.
+    void Done() { channel_ = nullptr; }
+
+  private:
+    TEDebugInfoBuf* channel_;
 };
 
 }  // namespace NS_LOG_SERVICE1

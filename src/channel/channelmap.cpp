@@ -32,6 +32,7 @@ void ChannelMap::Create(const LogSettings& settings) {
             settings.logfilesize, settings.logfilecount);
         channel->LimitQueueBytes(settings.queueBytes);
         const LockGuard<Mutex> guard(mutex_);
+        channel->SetFilePolicy(filePolicy_);
         created_[i].store(channel.get(), std::memory_order_release);
         channels_[category] = std::move(channel);  // Find has made the entry: nothing can fail
     }
@@ -85,6 +86,21 @@ void ChannelMap::AfterForkInParent() {
 void ChannelMap::AfterForkInChild() {
     ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInChild(); });
     mutex_.AfterFork();
+}
+
+void ChannelMap::SetFilePolicy(FilePolicy policy) {
+    const LockGuard<Mutex> guard(mutex_);
+    filePolicy_ = policy;
+    for (const auto& [category, channel] : channels_) {
+        if (channel != nullptr) {
+            channel->SetFilePolicy(policy);
+        }
+    }
+}
+
+FilePolicy ChannelMap::Policy() {
+    const LockGuard<Mutex> guard(mutex_);
+    return filePolicy_;
 }
 
 void ChannelMap::Destroy() {

@@ -35,6 +35,10 @@ class ChannelMap {
     // Writes out the queue of each channel, in the order of the names.
     void FlushAll() EXCLUDES(mutex_);
 
+    // Sets the policy of all channels, also of those that Create makes later.
+    void SetFilePolicy(FilePolicy policy) EXCLUDES(mutex_);
+    FilePolicy Policy() EXCLUDES(mutex_);
+
     // Calls `visit` with the name of each channel and the channel, in the order of the names.
     // Without the map's mutex: a visitor may write to a slow disk, and a new logger, which looks
     // for its channel here, must not wait for that.
@@ -77,6 +81,7 @@ class ChannelMap {
     const Entry* Next(const Entry* entry) EXCLUDES(mutex_);
 
     Mutex mutex_;
+    FilePolicy filePolicy_ GUARDED_BY(mutex_) = FilePolicy::kContract;
     Entries channels_ GUARDED_BY(mutex_);
     // The same channels, to be found without the mutex.
     std::array<std::atomic<TEDebugInfoBuf*>, kLogCategoryCount> created_{};

@@ -23,6 +23,9 @@ class FrameBuffer {
     size_t Size() const { return size_; }
     std::string_view Bytes() const { return {bytes_.get(), size_}; }
 
+    // Removes all bytes behind the first `size`. Keeps the memory.
+    void CutTo(size_t size) { size_ = size; }
+
     // Enough for the frames of a full queue of the default length.
     static constexpr size_t kBatchCapacity = size_t{16} * 1024 * 1024;
 

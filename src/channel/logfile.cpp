@@ -1,16 +1,13 @@
 #include "channel/logfile.h"
 
-#include <ace/OS_NS_sys_time.h>
-
-#include <cstdio>
-#include <ctime>
-#include <memory>
+#include <algorithm>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
-#include "channel/logdirectory.h"
 #include "channel/logfilename.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -20,20 +17,15 @@ namespace {
 // fits. Longer queues are written in parts, to bound the memory for their frames.
 constexpr size_t kBatchSize = size_t{16} * 1024 * 1024;
 
-std::string WithoutSeparatorAtEnd(std::string directory) {
-    if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
-        directory.pop_back();
-    }
-    return directory;
-}
+// More than a time stamp usually needs.
+constexpr size_t kUsualStampSize = 64;
 
 }  // namespace
 
 LogFile::LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit)
-    : sizeLimit_(sizeLimit),
-      countLimit_(countLimit),
-      prefix_(prefix),
-      directory_(WithoutSeparatorAtEnd(directory)) {}
+    : sizeLimit_(sizeLimit), countLimit_(countLimit), file_(directory, prefix, statistics_) {
+    stamp_.reserve(kUsualStampSize);
+}
 
 LogFile::~LogFile() {
     try {
@@ -42,68 +34,46 @@ LogFile::~LogFile() {
     }
 }
 
-void LogFile::Open() {
-    if (IsOpen()) {
-        Close();
-        statistics_.rotations.Add(1);
-    }
-    const std::string name = NewLogFileName(prefix_);
-    if (const std::error_code error = CreateInDirectory(stream_, directory_, name)) {
-        NoteFailure(error);
-        return;
-    }
-    hasFile_ = true;
-    currentPath_ = directory_ + "/" + name;
-    frames_.Clear();
-    AppendFileCreated(frames_, Stamp(ACE_OS::gettimeofday()));
-    WritePiece();
-}
-
-void LogFile::Close() {
-    if (!IsOpen()) {
-        return;
-    }
-    frames_.Clear();
-    AppendFileClosed(frames_, Stamp(ACE_OS::gettimeofday()));
-    if (!WritePiece()) {
-        WritePiece();
-    }
-    stream_.Close();
-    hasFile_ = false;
-    currentPath_.clear();
-    bytesWritten_ = 0;
-}
-
 void LogFile::AfterForkInChild() {
-    stream_.Close();
-    hasFile_ = false;
-    currentPath_.clear();
-    bytesWritten_ = 0;
+    file_.AfterForkInChild();
     recordNumber_ = 0;
     Renew(statistics_);
 }
 
-bool LogFile::EnsureOpen() {
-    if (!IsOpen()) {
-        Open();
+uint64_t LogFile::Handled() const {
+    return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
+}
+
+// Calls `write`, which writes so many records, and counts those that it does not get to.
+template <class Write>
+void LogFile::CountingLosses(uint64_t records, Write write) {
+    const uint64_t handledBefore = Handled();
+    try {
+        write();
+    } catch (...) {
+        CountDropped(records - (Handled() - handledBefore));
+        throw;
     }
-    return IsOpen();
 }
 
 void LogFile::WriteRecord(const LogRecord& record) {
-    if (!EnsureOpen()) {
-        ++recordNumber_;
-        statistics_.recordsDropped.Add(1);
-        return;
-    }
-    frames_.Clear();
-    AppendNextRecord(record);
-    WriteFrame();
+    CountingLosses(1, [&] {
+        if (!EnsureOpen()) {
+            ++recordNumber_;
+            statistics_.recordsDropped.Add(1);
+            return;
+        }
+        frames_.Clear();
+        AppendNextRecord(record);
+        WriteFrame();
+    });
 }
 
 // What a batch is made of: the records of a queue, whose frames are made here, or those of threads
 // that wait, which come with their bodies.
 struct LogFile::QueuedRecords {
+    static constexpr bool kMayBeRetried = false;
+
     RecordQueue::Iterator at;
     RecordQueue::Iterator end;
 
@@ -115,6 +85,8 @@ struct LogFile::QueuedRecords {
 };
 
 struct LogFile::GroupedRecords {
+    static constexpr bool kMayBeRetried = true;  // by its own thread, which the exception reaches
+
     WaitingRecord* at;
 
     bool AtEnd() const { return at == nullptr; }
@@ -132,19 +104,12 @@ struct LogFile::GroupedRecords {
 };
 
 void LogFile::WriteRecords(const RecordQueue& records) {
-    const auto handled = [this] {
-        return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
-    };
-    const uint64_t handledBefore = handled();
-    try {
+    CountingLosses(records.Count(), [&] {
         QueuedRecords next{records.begin(), records.end()};
         while (!next.AtEnd()) {
             next = WriteBatch(next);
         }
-    } catch (...) {
-        CountDropped(records.Count() - (handled() - handledBefore));
-        throw;
-    }
+    });
 }
 
 void LogFile::WriteGroup(WaitingRecord* first) {
@@ -154,38 +119,61 @@ void LogFile::WriteGroup(WaitingRecord* first) {
     }
 }
 
-// Writes the records from `first` on that go into the current file. Returns the first one that does
-// not.
+// Makes the frames of the records from `first` on that go into one write. Returns the first one
+// that does not.
 template <class Records>
-Records LogFile::WriteBatch(Records first) {
+Records LogFile::FrameBatch(Records first) {
     Records next = first;
-    if (!EnsureOpen()) {
-        ++recordNumber_;
-        statistics_.recordsDropped.Add(1);
-        next.MarkDone();
-        next.Next();
-        return next;
-    }
-    const uint64_t numberBefore = recordNumber_;
+    const size_t batchSize = BatchSize();
     frames_.Clear();
+    uint64_t number = recordNumber_;
+    size_t size = 0;
     try {
         do {
             next.AppendTo(*this);
             next.Next();
-        } while (!next.AtEnd() && frames_.Size() < kBatchSize &&
-                 bytesWritten_ + frames_.Size() < sizeLimit_);
+            number = recordNumber_;
+            size = frames_.Size();
+        } while (!next.AtEnd() && size < batchSize);
     } catch (...) {
-        recordNumber_ = numberBefore;  // a gap would tell of records that were lost
-        throw;
+        recordNumber_ = number;  // a gap would tell of records that were lost
+        if (next.Is(first) && Records::kMayBeRetried) {
+            throw;
+        }
+        // The memory for one more frame is missing. Without those that have been made there is
+        // some.
+        frames_.CutTo(size);
     }
+    return next;
+}
 
-    const auto [written, error] = stream_.Write(frames_.Bytes());
-    if (error) {
-        NoteFailure(error);
-        return SalvageBatch(first, numberBefore, written);
+// There is no memory for the frame of one record. That is no reason to lose those behind it.
+template <class Records>
+Records LogFile::DropUnframed(Records record) {
+    ++recordNumber_;
+    statistics_.recordsDropped.Add(1);
+    file_.NoteNoMemory();
+    record.MarkDone();
+    record.Next();
+    return record;
+}
+
+// Writes the records from `first` on that go into the current file. Returns the first one that does
+// not.
+template <class Records>
+Records LogFile::WriteBatch(Records first) {
+    if (!EnsureOpen()) {
+        return DropUnready(first);
     }
-    bytesWritten_ += written;
-    statistics_.bytesWritten.Add(written);
+    const uint64_t numberBefore = recordNumber_;
+    const Records next = FrameBatch(first);
+    if (next.Is(first)) {
+        return DropUnframed(first);
+    }
+    const WriteResult result = file_.Write(frames_.Bytes());
+    if (result.error) {
+        return SalvageBatch(first, numberBefore, result);
+    }
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
     for (; !first.Is(next); first.Next()) {
         first.MarkDone();
@@ -194,53 +182,93 @@ Records LogFile::WriteBatch(Records first) {
     return next;
 }
 
-// Only `written` bytes of the batch that began with `first` have reached the file. Keeps the whole
-// records among these, drops the next one, and begins a new file, as single writes would have done.
-// Returns the first record for the new file.
+// The records before which the next file begins, or those that fit into one write. A file that is
+// full and still has to be used takes more.
+size_t LogFile::BatchSize() const {
+    if (file_.Size() >= sizeLimit_) {
+        return file_.KeepsRecords() ? kBatchSize : 0;
+    }
+    return static_cast<size_t>(std::min<uint64_t>(kBatchSize, sizeLimit_ - file_.Size()));
+}
+
+// No file could be opened for `first`: the next record tries again. In a pause none does, so the
+// rest of the batch is lost. Returns the record to go on with.
 template <class Records>
-Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, size_t written) {
+Records LogFile::DropUnready(Records first) {
+    do {
+        ++recordNumber_;
+        statistics_.recordsDropped.Add(1);
+        first.MarkDone();
+        first.Next();
+    } while (file_.KeepsRecords() && !first.AtEnd());
+    return first;
+}
+
+// The write of the batch that began with `first` has failed. Keeps the whole records that it has
+// written. The next one is lost, unless the file is full and gives way to the next one. Returns the
+// record to go on with, as single writes would have done.
+template <class Records>
+Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed) {
     Records lost = first;
     size_t whole = 0;
     recordNumber_ = numberBefore;
     for (;; lost.Next()) {
-        frames_.Clear();
+        frames_.CutTo(0);  // the frames were made before: the memory for them is there
         lost.AppendTo(*this);
-        lost.MarkDone();
-        if (whole + frames_.Size() > written) {
+        if (whole + frames_.Size() > failed.written) {
             break;
         }
         whole += frames_.Size();
+        lost.MarkDone();
     }
-    stream_.CutBack(written - whole);
-    bytesWritten_ += whole;
-    statistics_.bytesWritten.Add(whole);
+    file_.KeepOnly(whole, failed);
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore - 1);
+    if (file_.IsFullFor(frames_.Size(), failed.error) && file_.BeginNext()) {
+        --recordNumber_;
+        return lost;
+    }
     statistics_.recordsDropped.Add(1);
-    Open();
+    lost.MarkDone();
+    LeaveFailedFile();
     lost.Next();
     return lost;
 }
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
     ++recordNumber_;
-    if (!EnsureOpen()) {
-        statistics_.recordsDropped.Add(1 + keptBack.Count());
-        return;
+    bool written = false;
+    CountingLosses(1, [&] {
+        if (!EnsureOpen()) {
+            statistics_.recordsDropped.Add(1 + keptBack.Count());
+            return;
+        }
+        FrameDump(trigger, keptBack);
+        written = WritePiece();
+        if (!written) {
+            AbandonDump(trigger, keptBack);
+        }
+    });
+    if (written) {
+        statistics_.recordsWritten.Add(1);
+        statistics_.recordsDumped.Add(keptBack.Count());
+        RotateIfFull();
     }
-    FrameDump(trigger, keptBack);
-    if (!WritePiece()) {
-        statistics_.recordsDropped.Add(keptBack.Count());
-        Open();
-        WriteTriggerAlone(trigger);
-        return;
+}
+
+// No exception comes out: the caller would keep the history, which is counted as lost.
+void LogFile::AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept {
+    statistics_.recordsDropped.Add(keptBack.Count());
+    try {
+        CountingLosses(1, [&] {
+            LeaveFailedFile();
+            WriteTriggerAlone(trigger);
+        });
+    } catch (...) {  // NOLINT: it is counted
     }
-    statistics_.recordsWritten.Add(1);
-    statistics_.recordsDumped.Add(keptBack.Count());
-    RotateIfFull();
 }
 
 // The history has found no place, but the record that tells of the error may find one: it is much
-// smaller, and the file is a new one.
+// smaller, and the file may be a new one.
 void LogFile::WriteTriggerAlone(const LogRecord& trigger) {
     if (!IsOpen()) {
         statistics_.recordsDropped.Add(1);
@@ -292,40 +320,24 @@ bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
 
 // Writes a piece of so many records, of which there are none then.
 bool LogFile::WriteLastPiece(LastWords& memory, uint64_t& records) {
-    const auto [written, error] = stream_.Write(memory.frames.Bytes());
-    memory.frames.Clear();
+    const std::error_code error = file_.WriteWhole(memory.frames.Bytes());
+    memory.frames.CutTo(0);
     if (error) {
-        NoteFailure(error);
-        stream_.CutBack(written);
         return false;
     }
-    bytesWritten_ += written;
-    statistics_.bytesWritten.Add(written);
     statistics_.recordsWritten.Add(std::exchange(records, 0));
     return true;
 }
 
 int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {
-    if (directory == directory_ && prefix == prefix_) {
-        return 0;
-    }
-    directory_ = directory;
-    prefix_ = prefix;
-    if (!IsOpen()) {
-        Open();
-        return 0;
-    }
-    const std::string oldPath = currentPath_;
-    Close();
-    Open();
-    if (IsOpen() && TakeContentsOf(oldPath)) {
-        std::remove(oldPath.c_str());
+    if (directory != file_.Directory() || prefix != file_.Prefix()) {
+        file_.MoveTo(directory, prefix);
     }
     return 0;
 }
 
 bool LogFile::IsLogFile(const char* name) const {
-    return IsLogFileName(directory_, prefix_, name);
+    return IsLogFileName(file_.Directory(), file_.Prefix(), name);
 }
 
 const std::string& LogFile::Stamp(const ACE_Time_Value& time) {
@@ -338,70 +350,50 @@ void LogFile::AppendNextRecord(const LogRecord& record) {
     AppendRecord(frames_, static_cast<uint32_t>(recordNumber_), Stamp(record.time), record);
 }
 
-// Writes the frame of one record; a file that fails, or is full now, is left for a new one.
+// Writes the frame of one record.
 void LogFile::WriteFrame() {
     if (!WritePiece()) {
         statistics_.recordsDropped.Add(1);
-        Open();
+        LeaveFailedFile();
         return;
     }
     statistics_.recordsWritten.Add(1);
     RotateIfFull();
 }
 
-// Writes the frame buffer whole or not at all.
+// Writes the frame buffer whole or not at all. A file that may not grow is full: it gives way to
+// the next one.
 bool LogFile::WritePiece() {
-    const auto [written, error] = stream_.Write(frames_.Bytes());
-    if (error) {
-        NoteFailure(error);
-        stream_.CutBack(written);
-        return false;
-    }
-    bytesWritten_ += written;
-    statistics_.bytesWritten.Add(written);
-    return true;
+    const std::string_view piece = frames_.Bytes();
+    const std::error_code error = file_.WriteWhole(piece);
+    return !error ||
+           (file_.IsFullFor(piece.size(), error) && file_.BeginNext() && !file_.WriteWhole(piece));
 }
 
-void LogFile::NoteFailure(const std::error_code& error) {
-    statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
-    statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
-}
-
-void LogFile::RotateIfFull() {
-    if (bytesWritten_ >= sizeLimit_) {
-        Open();
+void LogFile::LeaveFailedFile() {
+    if (!file_.KeepsRecords()) {
+        file_.BeginNext();
     }
 }
 
-// Appends the contents of the file at `path`, all or nothing: a part could end in the middle of a
-// record. Returns whether the file at `path` may be removed: all of it was copied, or it cannot be
-// read at all.
-bool LogFile::TakeContentsOf(const std::string& path) {
-    if (stream_.IsSameFile(path)) {
-        return false;  // another spelling of the same directory
+// No exception comes out: what was written must not look as if it was not. The next piece is
+// written to whatever file there is then.
+void LogFile::RotateIfFull() noexcept {
+    if (file_.Size() < sizeLimit_) {
+        return;
     }
-    const std::unique_ptr<FILE, int (*)(FILE*)> old(std::fopen(CanonicalPath(path).c_str(), "re"),
-                                                    &std::fclose);
-    if (old == nullptr) {
-        return true;
+    try {
+        file_.BeginNext();
+    } catch (...) {
+        file_.NoteNoMemory();
     }
-    constexpr size_t kChunkSize = 4096;
-    const uint64_t bytesBefore = bytesWritten_;
-    bool taken = true;
-    size_t length = 0;
-    do {
-        frames_.Clear();
-        char* chunk = frames_.Reserve(kChunkSize);
-        length = std::fread(chunk, 1, kChunkSize, old.get());
-        frames_.Commit(chunk + length);
-        taken = WritePiece();
-    } while (taken && length == kChunkSize);
-    if (!taken || std::ferror(old.get()) != 0) {
-        stream_.CutBack(bytesWritten_ - bytesBefore);
-        bytesWritten_ = bytesBefore;
-        return false;
+}
+
+void LogFile::CountDropped(uint64_t records) {
+    statistics_.recordsDropped.Add(records);
+    if (file_.KeepsRecords()) {
+        recordNumber_ += records;
     }
-    return true;
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,5 +1,6 @@
 #include "control/maintenanceservice.h"
 
+#include <cerrno>
 #include <string>
 #include <system_error>
 
@@ -14,21 +15,22 @@ namespace {
 
 Singleton<MaintenanceService> maintenanceService(&StaticObjectLock);
 
-void ReportDropped(const std::string& category, const LogFileStatistics& file) {
-    const unsigned long long dropped = file.recordsDropped.Get();
+// A record for which there was no memory has met no error of a file.
+void ReportDropped(const std::string& category, const TEDebugInfoBuf& channel) {
+    const unsigned long long dropped = channel.Dropped();
     if (dropped != 0) {
-        const std::string reason =
-            std::generic_category().message(static_cast<int>(file.lastError.Get()));
+        const int error = static_cast<int>(channel.FileStatistics().lastError.Get());
+        const std::string reason = std::generic_category().message(error == 0 ? ENOMEM : error);
         kRecordsNotWritten.Report(category.c_str(), dropped, reason.c_str());
     }
 }
 
-// The records that were kept back and that neither a record of level 0 nor a maintenance command
-// has written.
-void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
-    const unsigned long long lost = waiting.evicted.Get() + waiting.keptBack.Get();
-    if (lost != 0) {
-        kRecordsKeptBack.Report(category.c_str(), lost);
+// Records that had been written, and were lost when another file took the name of theirs.
+void ReportOverwritten(const std::string& category, const LogFileStatistics& file) {
+    const unsigned long long overwritten =
+        file.writtenOverwritten.Get() + file.dumpedOverwritten.Get();
+    if (overwritten != 0) {
+        kRecordsOverwritten.Report(category.c_str(), overwritten);
     }
 }
 
@@ -37,8 +39,8 @@ void ReportLosses() {
         // First, so that records that cannot be written now are counted too.
         manager->FlushAll();
         manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
-            ReportDropped(category, channel.FileStatistics());
-            ReportKeptBack(category, channel.Statistics());
+            ReportDropped(category, channel);
+            ReportOverwritten(category, channel.FileStatistics());
         });
     }
 }

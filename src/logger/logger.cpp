@@ -89,6 +89,7 @@ bool Logger::SetLevel(size_t position, bool on) {
 
 void Logger::Log(const std::string& file, const std::string& function, unsigned int line, int level,
                  const std::string& text) {
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const BorrowedCallMemory memory;
     LogRecord record;
     record.time = ACE_OS::gettimeofday();
@@ -104,6 +105,7 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
     record.context = memory->context;
 
     TEDebugInfoBuf* channel = FindChannel();
+    acceptance.Done();
     if (channel == nullptr) {
         return;
     }
@@ -137,9 +139,19 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     if (length < 0) {
         kFormatFailed.Report();
     }
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const Borrowed<std::string> text(Messages());
     text->assign(message);
+    acceptance.Done();
     Log(file, function, line, level, *text);
+}
+
+template <class Make>
+std::string Logger::Counted(Make make) const {
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
+    std::string text = make();
+    acceptance.Done();
+    return text;
 }
 
 // Both the switch for ASN messages and level 3 govern alarms. With either off they are not even
@@ -150,8 +162,9 @@ void Logger::LogAlarm(const std::string& file, const std::string& function, unsi
         return;
     }
     for (Json::ArrayIndex i = 0; i < alarms.size(); ++i) {
-        Json::FastWriter writer;
-        Log(file, function, line, LOG_LEVEL_3, "\n RestAlarm:" + writer.write(alarms[i]));
+        const std::string text =
+            Counted([&] { return "\n RestAlarm:" + Json::FastWriter().write(alarms[i]); });
+        Log(file, function, line, LOG_LEVEL_3, text);
     }
 }
 
@@ -163,7 +176,7 @@ void Logger::PrintAsn(const std::string& file, const std::string& function, unsi
     const bool echo = TheEchoes().ofPrint.Get(settings_);
     AsnDump dump;
     dump.Print(message);
-    const std::string text = dump.Text();
+    const std::string text = Counted([&dump] { return dump.Text(); });
     Log(file, function, line, LOG_LEVEL_ASN_DUMP, text);
     if (echo) {
         AsnDump::Echo(text);
@@ -183,7 +196,7 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
     if (levels_.Get()[LOG_LEVEL_3]) {
         dump.PrintMasked(message);
     }
-    const std::string text = dump.Text();
+    const std::string text = Counted([&dump] { return dump.Text(); });
     Log(file, function, line, LOG_LEVEL_3, text);
     if (echo) {
         AsnDump::Echo(text);

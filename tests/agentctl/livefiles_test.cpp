@@ -122,8 +122,7 @@ TEST_F(LiveFiles, AnAgentSaysAtItsEndWhatWasLost) {
     EXPECT_EQ(agent_->Wait().exitCode, 1);
     EXPECT_THAT(agent_->GetErrors(),
                 HasSubstr("corbaoper: 1 records could not be written (last error: "));
-    EXPECT_THAT(agent_->GetErrors(),
-                HasSubstr("corbaoper: 1 records of switched-off levels were never written"));
+    EXPECT_THAT(agent_->GetErrors(), Not(HasSubstr("switched-off")));
 }
 
 }  // namespace

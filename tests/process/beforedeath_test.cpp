@@ -110,6 +110,7 @@ TEST_F(BeforeDeath, WhatAFullDiskDoesNotTakeIsDropped) {
 TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
     OpenFile("corba_alarm");
     OpenFile("debug");
+    LogTo("corba_alarm", "held up");
     std::promise<void> held;
     std::promise<void> ended;
     std::thread holder([&] {
@@ -118,7 +119,6 @@ TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
         ended.get_future().wait();
         Manager().Channels().Find("corba_alarm")->AfterForkInParent();
     });
-    LogTo("corba_alarm", "held up");
     held.get_future().wait();
     LogTo("debug", "one");
     Log(1, "one");
