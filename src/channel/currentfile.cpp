@@ -188,7 +188,7 @@ void CurrentFile::AfterForkInChild() {
     suspect_ = false;
     torn_ = 0;
     pause_.End();
-    rotationPause_.End();
+    triedSecond_ = 0;
     hasFile_ = false;
     Renew(opened_);
 }
