@@ -9,7 +9,6 @@
 #include <new>
 #include <utility>
 
-#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logdirectory.h"
@@ -170,27 +169,6 @@ std::error_code CurrentFile::BeginText(FileStream& next, const std::string& path
 // Whether `path` is that of the current file, and it still stands there.
 bool CurrentFile::IsCurrent(const std::string& path) const {
     return IsOpen() && path == path_ && stream_.IsSameFile(path);
-}
-
-void CurrentFile::NoteNoMemory() noexcept {
-    Count(std::make_error_code(std::errc::not_enough_memory), path_);
-}
-
-// What readers use is made anew: one of the parent's threads may have been reading.
-void CurrentFile::AfterForkInChild() {
-    FileStream parents;
-    stream_.Swap(parents);
-    path_.clear();
-    size_ = 0;
-    countsBefore_ = {};
-    left_ = {};
-    failing_ = false;
-    suspect_ = false;
-    torn_ = 0;
-    pause_.End();
-    triedSecond_ = 0;
-    hasFile_ = false;
-    Renew(opened_);
 }
 
 // Makes `next` the current file, which holds `records` of this channel already.
