@@ -42,7 +42,7 @@ class OpenFile {
 };
 
 // Far more than an agent needs. What is larger was put there by mistake, and would fill the memory.
-constexpr size_t kMaximumConfigText = size_t{1024} * 1024;
+constexpr size_t kMaximumConfigText = size_t{16} * 1024 * 1024;
 
 [[noreturn]] void ThrowUnreadable(const std::string& path, int error, const std::string& reason) {
     throw NS_BUNDLEMGR1::InterfaceNotExistException(static_cast<uint32_t>(error), "configfile",

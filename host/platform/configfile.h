@@ -42,7 +42,7 @@ QV_PLATFORM_API std::string ConfigFilePath();
 
 // Returns the bytes of the file at `path`, empty when there is no such file. Throws
 // InterfaceNotExistException with the errno as its code when the file cannot be read to its end,
-// when it is larger than 1 MiB, and for what is no file.
+// when it is larger than 16 MiB, and for what is no file.
 QV_PLATFORM_API std::string ReadConfigText(const std::string& path);
 
 // The same for a file that somebody may be writing in place. Waits until the second of the last

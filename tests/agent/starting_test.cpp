@@ -105,7 +105,7 @@ TEST_F(AgentStarting, APipeADeviceAndThreeGigabytesAreNoConfiguration) {
     std::filesystem::remove(configFile_);
     WriteFile(configFile_, "");
     std::filesystem::resize_file(configFile_, uintmax_t{3} * 1024 * 1024 * 1024);
-    ExpectRefusal(start, 3, "cannot read " + configFile_ + ": it is larger than 1048576 bytes");
+    ExpectRefusal(start, 3, "cannot read " + configFile_ + ": it is larger than 16777216 bytes");
 }
 
 TEST_F(AgentStarting, AFilePolicyThatIsNoneIsRefused) {
