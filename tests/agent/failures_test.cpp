@@ -80,6 +80,36 @@ TEST_F(AgentFailures, AFileAtTheProcessesLimitIsLikeAFullDisk) {
     EXPECT_THAT(Details("corbaoper"), ElementsAre("short enough"));
 }
 
+// The agent has a small file system of its own, which the test reaches through the process.
+TEST_F(AgentFailures, AFullDiskIsToldAndIsOverWhenThereIsRoomAgain) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may mount a file system";
+    }
+    const std::string disk = Path("disk");
+    std::filesystem::create_directory(disk);
+    Configure("bundles = qv_base_log\nlogfilepolicy = keeprecords\nlogpath = " + disk + "\n");
+    ChildStart start = Feeding();
+    start.words.insert(start.words.begin(),
+                       {"unshare", "--mount", "sh", "-c",
+                        "mount -t tmpfs -o size=64k none '" + disk + "' && exec \"$@\"", "sh"});
+    ChildProcess agent(start);
+    ASSERT_TRUE(agent.WaitForError("serving"));
+    const std::string inside = "/proc/" + std::to_string(agent.GetId()) + "/root" + disk;
+    WriteFile(inside + "/filler", std::string(60000, 'x'));
+    Log(std::string(6000, 'x'));
+    ASSERT_TRUE(agent.WaitForError("corbaoper cannot be written: " + disk));
+    EXPECT_THAT(agent.GetErrors(), HasSubstr("No space left on device; 1 records lost so far"));
+    std::filesystem::remove(inside + "/filler");
+    AwaitThat([&] {
+        Log("room");
+        const std::vector<std::string> names = ListLogFiles(inside, "corbaoper");
+        return !names.empty() &&
+               ReadFile(inside + "/" + names.front()).find("room") != std::string::npos;
+    });
+    ASSERT_TRUE(agent.WaitForError("corbaoper is written again"));
+    EXPECT_EQ(End(agent), 1);
+}
+
 TEST_F(AgentFailures, SignalsThatNobodySendsForAReasonDoNoHarm) {
     ChildProcess agent(Agent({"--traffic", "none"}));
     ASSERT_TRUE(agent.WaitForError("serving"));
