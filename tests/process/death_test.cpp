@@ -11,17 +11,21 @@ using namespace testing;
 
 class DyingAgent : public AgentTest {
   protected:
+    // The sanitizers' own handlers would end the process in another way.
+    static ChildStart WithoutSanitizersHandlers(ChildStart start) {
+        const std::string off = "handle_segv=0:handle_sigbus=0:handle_abort=0:";
+        start.variables = {{"ASAN_OPTIONS", off + "detect_leaks=0"},
+                           {"TSAN_OPTIONS", off + "report_bugs=0"}};
+        return start;
+    }
+
     // Runs an agent whose bundle dies in that way, until it is dead.
     ChildResult Die(const std::string& how, const std::vector<std::string>& options) {
         Configure("bundles = qv_base_log, dying=" QV_DYING_BUNDLE "\ndying.arguments = " + how +
                   "\n");
         std::vector<std::string> arguments = {"--traffic", "none", "--keep-running"};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        ChildStart start = Agent(arguments);
-        // The sanitizers' own handlers would end the process in another way.
-        start.variables = {{"ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0"},
-                           {"TSAN_OPTIONS", "handle_segv=0:handle_abort=0:report_bugs=0"}};
-        ChildProcess agent(start);
+        ChildProcess agent(WithoutSanitizersHandlers(Agent(arguments)));
         EXPECT_TRUE(agent.WaitForError("qv_agent: serving"));
         WriteFile(Path("now"), "");
         return agent.Wait();
@@ -70,7 +74,8 @@ TEST_F(DyingAgent, WritesWhatIsQueuedWhenAClientAborts) {
 
 TEST_F(DyingAgent, WritesWhatIsQueuedWhenTheSignalIsSentToTheProcess) {
     Configure("bundles = qv_base_log, dying=" QV_DYING_BUNDLE "\ndying.arguments = never\n");
-    ChildProcess agent(Agent({"--traffic", "none", "--write-queues-on-crash"}));
+    ChildProcess agent(
+        WithoutSanitizersHandlers(Agent({"--traffic", "none", "--write-queues-on-crash"})));
     EXPECT_EQ(EndOnce(agent, "qv_agent: serving", SIGBUS), -SIGBUS);
     EXPECT_EQ(Found("corbaoper"), AllRecords());
 }
