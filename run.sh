@@ -84,4 +84,4 @@ if [[ ! -e $configuration ]]; then
 fi
 
 # In the place of the shell, so that signals reach the agent and its exit code the caller.
-exec "$root/build/release/bin/qv_agent" --share "$share" --summary "$@"
+exec "$root/build/release/bin/qv_agent" --share "$share" --traffic input-or-sample --summary "$@"

@@ -40,6 +40,7 @@ qv_test_packages=(
     fish
     jq
     lnav
+    logrotate
     ripgrep
     sqlite3
     zsh

@@ -1,10 +1,13 @@
 // One run of the agent, from the loading of its bundles to their unloading.
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "agent/agentoptions.h"
+#include "agent/agentsignals.h"
 #include "agent/exitcode.h"
 #include "agent/logfilesummary.h"
-#include "agent/stopsignals.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -18,14 +21,22 @@ class Agent {
     ExitCode Run();
 
   private:
-    // Runs until all work has ended or a signal arrives. Returns false when a client's work failed.
-    bool Serve(const class BundleLoader& loader);
+    // Prints what the configuration means.
+    ExitCode CheckConfiguration() const;
 
-    // Returns the traffic to generate, or Auto when a signal arrived before that was known.
-    Traffic ChooseTraffic() const;
+    // Returns the traffic to generate, or nothing when a signal arrived before that was known.
+    std::optional<Traffic> ChooseTraffic() const;
+
+    // Loads, serves and stops the bundles. The configuration is read only now: it may have changed
+    // while the input was waited for.
+    ExitCode RunBundles(Traffic traffic) const;
+
+    // Runs until all work has ended or a signal arrives. Returns false when a client's work failed.
+    bool Serve(const class BundleLoader& loader, class ServiceKeeper& keeper) const;
 
     const AgentOptions options_;
-    const StopSignals signals_;
+    const std::string configuration_;  // the path of the file
+    const AgentSignals signals_;
     const LogFileSummary summary_;
 };
 

@@ -24,18 +24,24 @@ constexpr char kFooter[] =
     "NAME, for libNAME.so beside the program (../lib) or where the system looks for libraries, or\n"
     "NAME=PATH. The item \"NAME.arguments\" holds the arguments of a bundle, separated by blanks.\n"
     "\n"
+    "SIGHUP has the log files opened again. Diagnostics, also those of the bundles, go to "
+    "standard\n"
+    "error.\n"
+    "\n"
     "Exit codes:\n"
     "  0  the work is done, or SIGINT or SIGTERM asked for the end\n"
-    "  1  a client could not do all of its work (unreadable input, say)\n"
+    "  1  a client could not do all of its work (unreadable input, say), or records were lost\n"
     "  2  the command line is wrong\n"
     "  3  the configuration cannot be used\n"
     "  4  a bundle could not be loaded: no library, no factory, an unresolved symbol\n"
     "  5  a bundle refused to start\n"
-    "  6  a bundle could not be stopped in order";
+    "  6  a bundle could not be stopped in order\n"
+    "  7  another agent serves the directory";
 
 const std::map<std::string, Traffic> kTraffic = {{"auto", Traffic::Auto},
                                                  {"input", Traffic::Input},
                                                  {"sample", Traffic::Sample},
+                                                 {"input-or-sample", Traffic::InputOrSample},
                                                  {"none", Traffic::None}};
 
 // Passes the options of a client bundle on unchanged.
@@ -60,8 +66,9 @@ void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
             "--traffic",
             [&options](const std::string& name) { options.traffic = kTraffic.at(name); },
             "Client to run: input (log the lines of standard\n"
-            "input), sample, none, or auto: the input when\n"
-            "there is any, else the sample (default: auto)")
+            "input), sample, none, input-or-sample: the input\n"
+            "when there is any, else the sample, or auto: the\n"
+            "input when there is any, else none (default: auto)")
         ->type_name("WHAT")
         ->check(CLI::IsMember(&kTraffic).description(""));
     parser.add_flag_callback(
@@ -71,6 +78,11 @@ void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
     parser.add_flag_callback(
         "--no-log-proxy", [&options] { options.logProxy = false; },
         "Give the bundles no diagnostic channel, so that\nthey use their fallback");
+    parser.add_flag("--check-config", options.checkConfiguration,
+                    "Print what each item of the configuration means\n"
+                    "and what is wrong with it, and exit: 0 when\n"
+                    "nothing is, 1 with warnings, 3 when the agent\n"
+                    "would not start");
     parser.add_flag("--write-queues-on-crash", options.writeQueuesOnCrash,
                     "On a fatal signal, write out what is queued, within\n"
                     "two seconds, before the agent dies of it");

@@ -9,9 +9,10 @@ namespace NS_REFERENCE_HOST {
 
 // Which client of the logging service the agent adds to the configured bundles.
 enum class Traffic {
-    Auto,    // the input when there is any, else the sample
-    Input,   // the lines of standard input
-    Sample,  // the bundled sample
+    Auto,           // the input when there is any, else none
+    Input,          // the lines of standard input
+    Sample,         // the bundled sample
+    InputOrSample,  // the input when there is any, else the sample
     None
 };
 
@@ -24,6 +25,7 @@ struct AgentOptions {
     bool keepRunning = false;
     bool logProxy = true;
     bool summary = false;
+    bool checkConfiguration = false;
     bool writeQueuesOnCrash = false;
 };
 

@@ -4,7 +4,7 @@
 namespace NS_REFERENCE_HOST {
 
 BundleLoader::~BundleLoader() {
-    StopAll();
+    StopAll([] {});
 }
 
 void BundleLoader::Load(const BundleEntry& entry) {
@@ -12,12 +12,13 @@ void BundleLoader::Load(const BundleEntry& entry) {
     bundles_.back()->Init();
 }
 
-bool BundleLoader::StopAll() {
+bool BundleLoader::StopAll(const std::function<void()>& beforeEach) {
     bool success = true;
     for (auto bundle = bundles_.rbegin(); bundle != bundles_.rend(); ++bundle) {
         success = (*bundle)->StopService() && success;
     }
     for (auto bundle = bundles_.rbegin(); bundle != bundles_.rend(); ++bundle) {
+        beforeEach();
         success = (*bundle)->FiniAndFree() && success;
     }
     while (!bundles_.empty()) {

@@ -1,6 +1,7 @@
 // The bundles of the process: loads them in order and stops them in reverse.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -23,10 +24,11 @@ class BundleLoader {
     // In the order of loading.
     const std::vector<std::unique_ptr<Bundle>>& Bundles() const { return bundles_; }
 
-    // In reverse order: stops all bundles, then finishes and frees each one, then unloads the
-    // libraries. All service objects are freed before the first library is unloaded, since one may
-    // call another. Returns false when a bundle reported a failure.
-    bool StopAll();
+    // In reverse order: stops all bundles, then finishes and frees each one, after a call of
+    // `beforeEach`, then unloads the libraries. All service objects are freed before the first
+    // library is unloaded, since one may call another. Returns false when a bundle reported a
+    // failure.
+    bool StopAll(const std::function<void()>& beforeEach);
 
   private:
     std::vector<std::unique_ptr<Bundle>> bundles_;

@@ -4,27 +4,14 @@
 #include <algorithm>
 #include <bitset>
 #include <sstream>
+#include <utility>
 
 #include "agent/agenterror.h"
-#include "bundlemgr/processexception.h"
 #include "util/selfutilcommon.h"
 
 namespace NS_REFERENCE_HOST {
 
 namespace {
-
-using NS_BUNDLEMGR1::CorbaConfigItems;
-using NS_BUNDLEMGR1::NameValueStru;
-
-std::vector<NameValueStru> ReadItems() {
-    std::vector<NameValueStru> items;
-    try {
-        CorbaConfigItems::Instance()->GetCorbaConfigItems(items);
-    } catch (const NS_BUNDLEMGR1::ProcessException& error) {
-        throw AgentError(ExitCode::BadConfiguration, error.GetDescription());
-    }
-    return items;
-}
 
 // The name becomes part of a symbol, so it must be an identifier.
 bool IsName(const std::string& text) {
@@ -51,7 +38,8 @@ BundleEntry ReadEntry(const std::string& text) {
 
 }  // namespace
 
-ConfiguredBundles::ConfiguredBundles(const std::string& source) : items_(ReadItems()) {
+ConfiguredBundles::ConfiguredBundles(const std::string& source, Items items)
+    : items_(std::move(items)) {
     std::string list;
     std::vector<std::string> texts;
     if (!GetValByKey(list, "bundles", items_) || NS_UTIL::Trim(list).empty()) {

@@ -21,9 +21,11 @@ struct BundleEntry {
 // Thread safety: one thread.
 class ConfiguredBundles {
   public:
-    // Reads the configuration. Messages call it `source`. Throws AgentError when it cannot be read,
-    // and for an empty list, an entry without a name and a bundle that is listed twice.
-    explicit ConfiguredBundles(const std::string& source);
+    using Items = std::vector<NS_BUNDLEMGR1::NameValueStru>;
+
+    // Takes the items of the configuration, which messages call `source`. Throws AgentError for an
+    // empty list, an entry without a name and a bundle that is listed twice.
+    ConfiguredBundles(const std::string& source, Items items);
 
     // Appends the bundle `name` to the list if it is not in it. `arguments` follow its configured
     // ones.
@@ -35,7 +37,7 @@ class ConfiguredBundles {
     std::vector<BundleEntry>::iterator Find(const std::string& name);
     std::vector<std::string> ReadArguments(const std::string& name) const;
 
-    std::vector<NS_BUNDLEMGR1::NameValueStru> items_;
+    Items items_;
     std::vector<BundleEntry> entries_;
 };
 

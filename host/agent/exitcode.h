@@ -6,12 +6,13 @@ namespace NS_REFERENCE_HOST {
 // The numbers are part of the program's interface: scripts test them.
 enum class ExitCode {
     Done = 0,            // the work is done, or a signal asked for the end
-    WorkFailed = 1,      // a bundle could not do all of its work
+    WorkFailed = 1,      // a bundle could not do all of its work, or records were lost
     BadCommandLine = 2,  // an unknown option or a value that does not fit
     BadConfiguration = 3,
     BundleNotLoaded = 4,  // no such library, no factory in it, an unresolved symbol
     BundleRefused = 5,    // the factory or `init` failed
-    BadStop = 6           // a bundle could not be stopped or finished
+    BadStop = 6,          // a bundle could not be stopped or finished
+    AlreadyServed = 7     // another agent serves the directory
 };
 
 }  // namespace NS_REFERENCE_HOST

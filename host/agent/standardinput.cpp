@@ -34,7 +34,8 @@ bool FileHasData(int descriptor) {
 void WaitForEither(pollfd (&entries)[2]) {
     int ready = poll(entries, 2, kNoticeAfterMilliseconds);
     if (ready == 0) {
-        std::fprintf(stderr, "qv_agent: waiting for standard input (--sample needs none)\n");
+        std::fprintf(stderr,
+                     "qv_agent: waiting for standard input (--traffic none does without)\n");
     }
     while (ready == 0 || (ready < 0 && errno == EINTR)) {
         ready = poll(entries, 2, -1);

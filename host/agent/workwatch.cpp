@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
+#include <utility>
 
 namespace NS_REFERENCE_HOST {
 
@@ -28,21 +29,44 @@ void WorkWatch::Add(const std::string& bundle, const WorkingBundle& work) {
     pending_.push_back({bundle, &work});
 }
 
-bool WorkWatch::WaitForWork() {
-    while (!pending_.empty()) {
+void WorkWatch::ReactTo(int descriptor, std::function<void()> react) {
+    reactions_.push_back({descriptor, std::move(react)});
+}
+
+std::vector<int> WorkWatch::WaitForEvents() const {
+    std::vector<int> ready;
+    while (ready.empty()) {
         std::vector<pollfd> entries{{stop_, POLLIN, 0}};
+        for (const Reaction& reaction : reactions_) {
+            entries.push_back({reaction.descriptor, POLLIN, 0});
+        }
+        const auto firstWork = static_cast<std::ptrdiff_t>(entries.size());
         for (const Entry& entry : pending_) {
             entries.push_back({entry.work->DoneDescriptor(), POLLIN, 0});
         }
         WaitForAny(entries);
         if (entries.front().revents != 0) {
-            return false;
+            return {};
         }
-        std::vector<int> done;
-        for (const pollfd& entry : entries) {
-            if (entry.revents != 0) {
-                done.push_back(entry.fd);
+        for (std::size_t index = 0; index < reactions_.size(); ++index) {
+            if (entries[index + 1].revents != 0) {
+                reactions_[index].react();
             }
+        }
+        for (auto entry = entries.begin() + firstWork; entry != entries.end(); ++entry) {
+            if (entry->revents != 0) {
+                ready.push_back(entry->fd);
+            }
+        }
+    }
+    return ready;
+}
+
+bool WorkWatch::WaitForWork() {
+    while (!pending_.empty()) {
+        const std::vector<int> done = WaitForEvents();
+        if (done.empty()) {
+            return false;
         }
         TakeOutDone(done);
     }
@@ -62,9 +86,8 @@ void WorkWatch::TakeOutDone(const std::vector<int>& done) {
     pending_.erase(std::remove_if(pending_.begin(), pending_.end(), ended), pending_.end());
 }
 
-void WorkWatch::WaitForStop() const {
-    std::vector<pollfd> entries{{stop_, POLLIN, 0}};
-    WaitForAny(entries);
+void WorkWatch::WaitForStop() {
+    WaitForEvents();
 }
 
 }  // namespace NS_REFERENCE_HOST

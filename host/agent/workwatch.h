@@ -1,6 +1,7 @@
 // Waits for the bundles that have work to do.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,10 @@ class WorkWatch {
     // `work` must live as long as the watch.
     void Add(const std::string& bundle, const WorkingBundle& work);
 
+    // Has `react` called while the watch waits, whenever `descriptor` is readable. `react` has to
+    // make it unreadable.
+    void ReactTo(int descriptor, std::function<void()> react);
+
     // Whether there is work that has not ended yet.
     bool IsPending() const { return !pending_.empty(); }
 
@@ -26,8 +31,8 @@ class WorkWatch {
     // Waits until all work has ended; returns false when `stop` came first.
     bool WaitForWork();
 
-    // Waits for `stop` alone.
-    void WaitForStop() const;
+    // Waits for `stop` alone. REQUIRES: no work is pending.
+    void WaitForStop();
 
   private:
     struct Entry {
@@ -35,9 +40,19 @@ class WorkWatch {
         const WorkingBundle* work;
     };
 
+    struct Reaction {
+        int descriptor;
+        std::function<void()> react;
+    };
+
+    // Waits until `stop` or work is ready, and calls reactions meanwhile. Returns the descriptors
+    // of the work that is ready; none when `stop` came.
+    std::vector<int> WaitForEvents() const;
+
     void TakeOutDone(const std::vector<int>& done);
 
     const int stop_;
+    std::vector<Reaction> reactions_;
     std::vector<Entry> pending_;
     bool failed_ = false;
 };

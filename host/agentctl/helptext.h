@@ -9,8 +9,11 @@ constexpr char kHelpDescription[] =
 constexpr char kHelpFooter[] =
     "Commands:\n"
     "  status [--watch [SECONDS]]\n"
+    "  health\n"
     "  flush\n"
     "  flushall [CATEGORY]\n"
+    "  reopen [CATEGORY]\n"
+    "  rotate [CATEGORY]\n"
     "  queue on|off\n"
     "  loggers\n"
     "  level N on|off [FIRST SECOND CATEGORY]\n"
@@ -28,6 +31,7 @@ constexpr char kHelpFooter[] =
     "  1  the agent could not do it, or refused\n"
     "  2  the command line is wrong\n"
     "  3  no agent can be reached\n"
-    "  4  the agent did not answer in time, or not to the end";
+    "  4  the agent did not answer in time, or not to the end\n"
+    "health ends with 0 when all is well, 1 with a warning, 2 when a category cannot be written.";
 
 }  // namespace NS_REFERENCE_HOST

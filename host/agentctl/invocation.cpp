@@ -55,6 +55,7 @@ class CommandLine {
 
   private:
     CLI::App* Add(const char* name, const char* description, View view);
+    CLI::App* AddForCategory(const char* name, const char* description);
     void DeclareGlobal();
     void DeclareOutput();
     void DeclareSwitches();
@@ -115,6 +116,13 @@ CLI::App* CommandLine::Add(const char* name, const char* description, View view)
     return command;
 }
 
+// A command for one category or, without its name, for all.
+CLI::App* CommandLine::AddForCategory(const char* name, const char* description) {
+    CLI::App* const command = Add(name, description, &ViewNothing);
+    command->add_option("CATEGORY", words_.category, "Only this category");
+    return command;
+}
+
 void CommandLine::DeclareOutput() {
     CLI::App* const status = Add("status", "Show the output mode and all channels", &ViewStatus);
     status
@@ -125,10 +133,11 @@ void CommandLine::DeclareOutput() {
         ->expected(0, 1)
         ->default_str("2")
         ->check(Seconds(0.1));
+    Add("health", "Tell whether records are lost, and exit with 0, 1 or 2", &ViewHealth);
     Add("flush", "Write out what is queued, in all categories", &ViewNothing);
-    CLI::App* const all =
-        Add("flushall", "Write out what is queued and what is kept back", &ViewNothing);
-    all->add_option("CATEGORY", words_.category, "Only this category");
+    AddForCategory("flushall", "Write out what is queued and what is kept back");
+    AddForCategory("reopen", "Open the log files again, by their names");
+    AddForCategory("rotate", "Begin new log files");
     CLI::App* const queue = Add("queue", "Switch queued output on or off", &ViewQueue);
     AddSwitch(queue);
     CLI::App* const mode = Add("mode",
@@ -243,7 +252,9 @@ std::optional<Invocation> CommandLine::Read(int argc, char* argv[]) {
         CompleteModule();
     } else if (command->get_name() == "mode") {
         invocation_.request["mode"] = words_.number;
-    } else if (command->get_name() == "flushall" && command->count("CATEGORY") > 0) {
+    } else if (command->get_name() == "health") {
+        invocation_.exitsByHealth = true;
+    } else if (!words_.category.empty()) {
         invocation_.request["category"] = words_.category;
     }
     ChooseSocket();

@@ -7,10 +7,12 @@
 #include <optional>
 #include <string>
 
+#include "agentctl/views.h"
+
 namespace NS_REFERENCE_HOST {
 
 // Formats the "data" of an answer; see views.h.
-using View = std::string (*)(const Json::Value& data, bool utf8);
+using View = std::string (*)(const Json::Value& data, const Presentation& presentation);
 
 // A value. The initial values apply to what the command line leaves out.
 struct Invocation {
@@ -19,6 +21,7 @@ struct Invocation {
     bool json = false;
     Json::Value request{Json::objectValue};
     View view = nullptr;
+    bool exitsByHealth = false;  // the number "health" in the answer becomes the exit code
     std::optional<std::chrono::milliseconds> watchInterval;  // again and again, that often
 };
 

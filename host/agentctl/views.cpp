@@ -3,14 +3,11 @@
 
 #include <time.h>
 
+#include "agentctl/statusview.h"
 #include "agentctl/table.h"
 #include "agentctl/terminaltext.h"
 
 namespace NS_REFERENCE_HOST {
-
-namespace {
-
-using Align = Table::Align;
 
 std::string OnOff(const Json::Value& value) {
     return value.asBool() ? "on" : "off";
@@ -38,61 +35,35 @@ std::string LocalTime(int64_t seconds) {
     return text;
 }
 
-// One column of numbers in the table of channels.
-struct NumberColumn {
-    const char* title;
-    const char* member;
-};
-
-constexpr NumberColumn kNumbers[] = {
-    {"WRITTEN", "recordsWritten"}, {"DUMPED", "recordsDumped"}, {"DROPPED", "recordsDropped"},
-    {"EVICTED", "recordsEvicted"}, {"QUEUED", "recordsQueued"}, {"MOST", "recordsQueuedMost"},
-    {"CACHED", "recordsCached"},   {"BYTES", "bytesWritten"},   {"ROTATIONS", "rotations"}};
-
-Table ChannelTable(const Json::Value& channels, bool utf8) {
-    Table table;
-    table.AddColumn("CATEGORY", Align::Left);
-    for (const NumberColumn& column : kNumbers) {
-        table.AddColumn(column.title, Align::Right);
-    }
-    table.AddColumn("FILE", Align::Left);
-    for (const Json::Value& channel : channels) {
-        std::vector<std::string> row{EscapeForTerminal(channel["category"].asString(), utf8)};
-        for (const NumberColumn& column : kNumbers) {
-            row.push_back(std::to_string(channel[column.member].asUInt64()));
-        }
-        const std::string file = EscapeForTerminal(channel["currentFile"].asString(), utf8);
-        row.push_back(file.empty() ? "-" : file);
-        table.AddRow(row);
-    }
-    return table;
+std::string ViewStatus(const Json::Value& data, const Presentation& presentation) {
+    return ViewStatusSince(Json::Value(), data, presentation);
 }
 
-std::string ErrorLines(const Json::Value& channels, bool utf8) {
+// The agent's texts begin with the word that monitoring systems show.
+std::string ViewHealth(const Json::Value& data, const Presentation& presentation) {
+    static constexpr const char* kWords[] = {"OK", "WARNING", "CRITICAL"};
+    const auto word = [](const Json::Value& health) {
+        return std::string(health.isUInt() && health.asUInt() < 3 ? kWords[health.asUInt()]
+                                                                  : "UNKNOWN");
+    };
     std::string lines;
-    for (const Json::Value& channel : channels) {
-        if (channel["lastError"].asInt() != 0) {
-            lines += "last error: " + EscapeForTerminal(channel["category"].asString(), utf8) +
-                     ": " + EscapeForTerminal(channel["lastErrorText"].asString(), utf8) +
-                     " (errno " + std::to_string(channel["lastError"].asInt()) + ") at " +
-                     LocalTime(channel["lastErrorTime"].asInt64()) + "\n";
-        }
+    for (const Json::Value& problem : data["problems"]) {
+        lines +=
+            word(problem["health"]) + ": " +
+            EscapeForTerminal(problem["category"].asString() + ": " + problem["text"].asString(),
+                              presentation.utf8) +
+            "\n";
     }
-    return lines;
+    return lines.empty() ? word(data["health"]) + ": no record was lost, all files are well\n"
+                         : lines;
 }
 
-}  // namespace
-
-std::string ViewStatus(const Json::Value& data, bool utf8) {
-    const Json::Value& channels = data["channels"];
-    return OutputLine(data) + ChannelTable(channels, utf8).Render() + ErrorLines(channels, utf8);
-}
-
-std::string ViewQueue(const Json::Value& data, bool /*utf8*/) {
+std::string ViewQueue(const Json::Value& data, const Presentation& /*presentation*/) {
     return OutputLine(data);
 }
 
-std::string ViewLoggers(const Json::Value& data, bool utf8) {
+std::string ViewLoggers(const Json::Value& data, const Presentation& presentation) {
+    using Align = Table::Align;
     Table table;
     for (const char* title : {"FIRST", "SECOND", "CATEGORY", "0", "1", "2", "3"}) {
         table.AddColumn(title, Align::Left);
@@ -100,7 +71,7 @@ std::string ViewLoggers(const Json::Value& data, bool utf8) {
     for (const Json::Value& logger : data["loggers"]) {
         std::vector<std::string> row;
         for (const char* member : {"first", "second", "category"}) {
-            row.push_back(EscapeForTerminal(logger[member].asString(), utf8));
+            row.push_back(EscapeForTerminal(logger[member].asString(), presentation.utf8));
         }
         for (Json::ArrayIndex level = 0; level < 4; ++level) {
             row.push_back(OnOff(logger["levels"][level]));
@@ -110,10 +81,11 @@ std::string ViewLoggers(const Json::Value& data, bool utf8) {
     return table.Render();
 }
 
-std::string ViewModules(const Json::Value& data, bool /*utf8*/) {
+std::string ViewModules(const Json::Value& data, const Presentation& /*presentation*/) {
     if (data["modules"].empty()) {
         return "no module switch was set; all modules are on\n";
     }
+    using Align = Table::Align;
     Table table;
     table.AddColumn("MODULE", Align::Right);
     table.AddColumn("SWITCH", Align::Left);
@@ -123,11 +95,11 @@ std::string ViewModules(const Json::Value& data, bool /*utf8*/) {
     return table.Render();
 }
 
-std::string ViewModule(const Json::Value& data, bool /*utf8*/) {
+std::string ViewModule(const Json::Value& data, const Presentation& /*presentation*/) {
     return "module " + std::to_string(data["module"].asUInt()) + " is " + OnOff(data["on"]) + "\n";
 }
 
-std::string ViewNothing(const Json::Value& /*data*/, bool /*utf8*/) {
+std::string ViewNothing(const Json::Value& /*data*/, const Presentation& /*presentation*/) {
     return std::string();
 }
 

@@ -6,6 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
+#include <sstream>
+#include <system_error>
+
+#include "agentctl/controlerror.h"
+#include "agentctl/terminal.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -17,13 +23,40 @@ using Clock = std::chrono::steady_clock;
 // not interrupt it.
 constexpr std::string::size_type kPiece = 4096;
 
-// Moves the cursor to the corner and clears the screen from there. Needs no reset at the end.
-constexpr char kClear[] = "\x1b[H\x1b[J";
+constexpr char kEnter[] = "\x1b[?1049h";
+constexpr char kLeave[] = "\x1b[?1049l";
+
+// Writes the lines over those that are there. Each line is cleared before it is written: behind a
+// line as wide as the terminal, clearing would take its last character. There is no newline behind
+// the last one, which could stand at the bottom of the screen and would move everything up.
+std::string Drawing(const std::string& text, std::size_t rows) {
+    std::istringstream in(text);
+    std::string drawing = "\x1b[H";
+    std::size_t row = 0;
+    for (std::string line; row < rows && std::getline(in, line); ++row) {
+        drawing += (row == 0 ? "\x1b[K" : "\n\x1b[K") + line;
+    }
+    return drawing + (row < rows ? "\n\x1b[J" : "");
+}
 
 }  // namespace
 
+// The terminal may have gone, or take nothing any more; it is not waited for.
+WatchedOutput::~WatchedOutput() {
+    pollfd entry{STDOUT_FILENO, POLLOUT, 0};
+    if (isOnAlternateScreen_ && poll(&entry, 1, 0) == 1 && entry.revents == POLLOUT) {
+        static_cast<void>(!write(STDOUT_FILENO, kLeave, sizeof(kLeave) - 1));
+    }
+}
+
 bool WatchedOutput::Show(const std::string& text) {
-    return Write(isatty(STDOUT_FILENO) != 0 ? kClear + text : text);
+    const std::optional<TerminalSize> terminal = OutputTerminalSize();
+    if (!terminal) {
+        return Write(text);
+    }
+    const bool enters = !isOnAlternateScreen_;
+    isOnAlternateScreen_ = true;
+    return Write((enters ? kEnter : "") + Drawing(text, terminal->rows));
 }
 
 // No events for the output: poll always reports that the reader has gone.
@@ -59,8 +92,12 @@ bool WatchedOutput::Write(const std::string& text) {
         const ssize_t length = ready ? write(STDOUT_FILENO, text.data() + written,
                                              std::min(text.size() - written, kPiece))
                                      : 0;
-        if (length < 0 && errno != EAGAIN && errno != EINTR) {
+        if (length < 0 && errno == EPIPE) {
             return false;
+        }
+        if (length < 0 && errno != EAGAIN && errno != EINTR) {
+            throw ControlError(ControlExit::Refused, "the output could not be written: " +
+                                                         std::generic_category().message(errno));
         }
         written += static_cast<std::string::size_type>(std::max<ssize_t>(length, 0));
     }

@@ -8,11 +8,21 @@
 
 namespace NS_REFERENCE_HOST {
 
+// On a terminal, has the alternate screen from the first text to its end, so that the lines above
+// stay as they are.
+//
 // Thread safety: one thread. REQUIRES: no other thread runs when the object is made.
 class WatchedOutput {
   public:
-    // Shows a new state: replaces the last one on a terminal, and appends to it elsewhere. Returns
-    // false when a signal has arrived or the reader has gone.
+    WatchedOutput() = default;
+    ~WatchedOutput();
+
+    WatchedOutput(const WatchedOutput&) = delete;
+    WatchedOutput& operator=(const WatchedOutput&) = delete;
+
+    // Shows a new state: replaces the last one on a terminal, as far as it has lines for it, and
+    // appends to it elsewhere. Returns false when a signal has arrived or the reader has gone.
+    // Throws ControlError when the output cannot be written for another reason.
     bool Show(const std::string& text);
 
     // Polls as readable once a signal has arrived.
@@ -26,6 +36,7 @@ class WatchedOutput {
     bool Write(const std::string& text);
 
     const StopSignals signals_;
+    bool isOnAlternateScreen_ = false;
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <ctime>
 #include <system_error>
@@ -40,10 +41,29 @@ class OpenFile {
     int descriptor_;
 };
 
+// Far more than an agent needs. What is larger was put there by mistake, and would fill the memory.
+constexpr size_t kMaximumConfigText = size_t{16} * 1024 * 1024;
+
+[[noreturn]] void ThrowUnreadable(const std::string& path, int error, const std::string& reason) {
+    throw NS_BUNDLEMGR1::InterfaceNotExistException(static_cast<uint32_t>(error), "configfile",
+                                                    "ReadConfigText",
+                                                    "cannot read " + path + ": " + reason);
+}
+
 [[noreturn]] void ThrowUnreadable(const std::string& path, int error) {
-    throw NS_BUNDLEMGR1::InterfaceNotExistException(
-        static_cast<uint32_t>(error), "configfile", "ReadConfigText",
-        "cannot read " + path + ": " + std::generic_category().message(error));
+    ThrowUnreadable(path, error, std::generic_category().message(error));
+}
+
+// Refuses what is no file: a pipe has no contents to come back to, and a device may have no end.
+void RequireFile(const std::string& path, mode_t mode) {
+    if (S_ISREG(mode)) {
+        return;
+    }
+    if (S_ISDIR(mode)) {
+        ThrowUnreadable(path, EISDIR);
+    }
+    const char* const kind = S_ISFIFO(mode) ? "pipe" : S_ISSOCK(mode) ? "socket" : "device";
+    ThrowUnreadable(path, EINVAL, std::string("it is a ") + kind + ", not a file");
 }
 
 std::string ReadToEnd(const OpenFile& file, const std::string& path) {
@@ -58,6 +78,10 @@ std::string ReadToEnd(const OpenFile& file, const std::string& path) {
             text.append(chunk, static_cast<size_t>(length));
         } else if (errno != EINTR) {
             ThrowUnreadable(path, errno);
+        }
+        if (text.size() > kMaximumConfigText) {
+            ThrowUnreadable(path, EFBIG,
+                            "it is larger than " + std::to_string(kMaximumConfigText) + " bytes");
         }
     }
 }
@@ -156,6 +180,21 @@ ConfigText ParseConfigText(const std::string& text) {
     return result;
 }
 
+bool ParseWholeNumber(const std::string& text, int& value) {
+    const char* begin = text.data();
+    const char* const end = begin + text.size();
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
+        ++begin;
+    }
+    int number = 0;
+    const auto [stop, error] = std::from_chars(begin, end, number, 10);
+    if (error != std::errc() || stop != end) {
+        return false;
+    }
+    value = number;
+    return true;
+}
+
 bool EndsWithNewline(const std::string& text) {
     return text.empty() || text.back() == '\n';
 }
@@ -176,6 +215,11 @@ std::string ConfigFilePath() {
 }
 
 std::string ReadConfigText(const std::string& path) {
+    struct stat status;
+    // Before opening: that alone has an effect on some devices.
+    if (stat(path.c_str(), &status) == 0) {
+        RequireFile(path, status.st_mode);
+    }
     const OpenFile file(path);
     if (file.Descriptor() < 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
@@ -183,13 +227,10 @@ std::string ReadConfigText(const std::string& path) {
         }
         ThrowUnreadable(path, errno);
     }
-    struct stat status;
     if (fstat(file.Descriptor(), &status) != 0) {
         ThrowUnreadable(path, errno);
     }
-    if (!S_ISREG(status.st_mode)) {
-        ThrowUnreadable(path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    }
+    RequireFile(path, status.st_mode);
     return ReadToEnd(file, path);
 }
 

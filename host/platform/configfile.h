@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bundlemgr/corbaconfigitems.h"
+#include "bundlemgr/platformapi.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -23,7 +24,11 @@ struct ConfigText {
     std::vector<BrokenLine> brokenLines;
 };
 
-ConfigText ParseConfigText(const std::string& text);
+QV_PLATFORM_API ConfigText ParseConfigText(const std::string& text);
+
+// Reads a whole decimal number with an optional sign. Returns false and leaves `value` alone when
+// the text is none, or does not fit an int.
+QV_PLATFORM_API bool ParseWholeNumber(const std::string& text, int& value);
 
 // Returns whether the last line ends with a newline. False for an empty text.
 bool EndsWithNewline(const std::string& text);
@@ -33,11 +38,12 @@ bool EndsWithNewline(const std::string& text);
 ConfigText ParseUnfinishedConfigText(const std::string& text);
 
 // Returns the path of the configuration file, from the environment as it is now.
-std::string ConfigFilePath();
+QV_PLATFORM_API std::string ConfigFilePath();
 
 // Returns the bytes of the file at `path`, empty when there is no such file. Throws
-// InterfaceNotExistException with the errno as its code when the file cannot be read to its end.
-std::string ReadConfigText(const std::string& path);
+// InterfaceNotExistException with the errno as its code when the file cannot be read to its end,
+// when it is larger than 16 MiB, and for what is no file.
+QV_PLATFORM_API std::string ReadConfigText(const std::string& path);
 
 // The same for a file that somebody may be writing in place. Waits until the second of the last
 // change is over, and reads again when the file changes meanwhile, a few times at most. So a later

@@ -1,8 +1,6 @@
 // The configuration store over the agent's configuration file.
 #include "fileconfigitems.h"
 
-#include <charconv>
-
 #include "bundlemgr/logproxy.h"
 #include "configfile.h"
 #include "hostcontrol.h"
@@ -18,21 +16,6 @@ void ReportBrokenLine(const std::string& path, const BrokenLine& line) {
         StderrLogProxyProvider()->GetLogProxy("platform CorbaConfigItems");
     proxy->SetPosition("fileconfigitems", __LINE__);
     proxy->Print(1, "%s:%zu: %s, the line is skipped", path.c_str(), line.number, line.reason);
-}
-
-bool ParseWholeNumber(const std::string& text, int& value) {
-    const char* begin = text.data();
-    const char* const end = begin + text.size();
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
-        ++begin;
-    }
-    int number = 0;
-    const auto [stop, error] = std::from_chars(begin, end, number, 10);
-    if (error != std::errc() || stop != end) {
-        return false;
-    }
-    value = number;
-    return true;
 }
 
 }  // namespace

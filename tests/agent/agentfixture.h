@@ -6,7 +6,10 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/childprocess.h"
@@ -43,12 +46,22 @@ class AgentTest : public DirectoryTest {
         return name + "=" + QV_TEST_BUNDLES + "/libqv_test_" + name + ".so";
     }
 
-    // An agent that uses the share directory; one that runs the sample, unless an argument says
-    // otherwise, because it has no input.
+    // An agent that uses the share directory. Without an input it serves until a signal, unless an
+    // argument says otherwise.
     ChildStart Agent(const std::vector<std::string>& arguments, int input = -1) const {
         ChildStart start{{QV_AGENT, "--share", Path()}};
         start.words.insert(start.words.end(), arguments.begin(), arguments.end());
         start.input = input;
+        return start;
+    }
+
+    // The same as a user to whom permissions apply: root loses the power to go beyond them.
+    ChildStart PlainAgent(const std::vector<std::string>& arguments) const {
+        ChildStart start = Agent(arguments);
+        if (geteuid() == 0) {
+            start.words.insert(start.words.begin(),
+                               {"setpriv", "--bounding-set=-dac_override,-dac_read_search"});
+        }
         return start;
     }
 
@@ -69,6 +82,13 @@ class AgentTest : public DirectoryTest {
         EXPECT_TRUE(agent.WaitForError(said));
         agent.Signal(signal);
         return agent.Wait().exitCode;
+    }
+
+    // Waits until the condition is true; the time limit of the test ends a wait in vain.
+    static void AwaitThat(const std::function<bool()>& condition) {
+        while (!condition()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
     }
 
     // The paths of the category's log files, and all that stands in them.

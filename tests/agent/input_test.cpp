@@ -24,6 +24,18 @@ class AgentInput : public AgentTest {
 
     ChildStart AgentWith(int input) const { return Agent({}, input); }
 
+    // Expects an agent that serves nothing but requests, and plays the sample when it is told to.
+    void ExpectNoInput(ChildStart start) const {
+        std::filesystem::remove_all(Path("log"));
+        ChildProcess agent(start);
+        EXPECT_EQ(EndOnce(agent, "serving"), 0);
+        EXPECT_FALSE(HasRunSample());
+        std::filesystem::remove_all(Path("log"));
+        start.words.insert(start.words.end(), {"--traffic", "input-or-sample"});
+        EXPECT_EQ(RunProgram(start).exitCode, 0);
+        EXPECT_TRUE(HasRunSample());
+    }
+
     int Open(const std::string& path, int flags) {
         const int descriptor = open(path.c_str(), flags | O_CLOEXEC, 0600);
         EXPECT_GE(descriptor, 0) << path;
@@ -32,36 +44,44 @@ class AgentInput : public AgentTest {
 };
 
 // Besides what ends without a byte below.
-TEST_F(AgentInput, NullDeviceClosedInputAndEmptyFileMeanTheSample) {
+TEST_F(AgentInput, NullDeviceClosedInputAndEmptyFileAreNoInput) {
     ChildStart closed = Agent({});
     closed.closeInput = true;
     const int empty = Open(Path("empty"), O_RDONLY | O_CREAT);
     for (const ChildStart& start : {Agent({}), closed, AgentWith(empty)}) {
-        std::filesystem::remove_all(Path("log"));
-        EXPECT_EQ(RunProgram(start).exitCode, 0);
-        EXPECT_TRUE(HasRunSample());
+        ExpectNoInput(start);
     }
     close(empty);
 }
 
-TEST_F(AgentInput, PipeThatClosesWithoutAByteMeansTheSample) {
+TEST_F(AgentInput, APipeThatClosesWithoutAByteIsNoInput) {
     Pipe pipe;
-    ChildProcess agent(AgentWith(pipe.Reader()));
     pipe.CloseWriter();
-    EXPECT_EQ(agent.Wait().exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
+    ExpectNoInput(AgentWith(pipe.Reader()));
 }
 
-TEST_F(AgentInput, TerminalMeansTheSample) {
+TEST_F(AgentInput, ATerminalIsNoInput) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     ASSERT_GE(terminal, 0);
     ASSERT_EQ(grantpt(terminal), 0);
     ASSERT_EQ(unlockpt(terminal), 0);
     const int input = Open(ptsname(terminal), O_RDWR | O_NOCTTY);
-    EXPECT_EQ(RunProgram(AgentWith(input)).exitCode, 0);
-    EXPECT_TRUE(HasRunSample());
+    ExpectNoInput(AgentWith(input));
     close(input);
     close(terminal);
+}
+
+// The items are read behind the wait, and the monitor looks for changes from then on.
+TEST_F(AgentInput, WhatChangesInTheConfigurationBeforeTheFirstByteCounts) {
+    Pipe pipe;
+    ChildProcess agent(AgentWith(pipe.Reader()));
+    ASSERT_TRUE(agent.WaitForError("waiting for standard input"));
+    Configure("bundles = qv_base_log\nlogswitch = 0,1,0,1\nlogpath = " + Path("changed") + "\n");
+    pipe.Write("one\n");
+    pipe.CloseWriter();
+    EXPECT_EQ(agent.Wait().exitCode, 0);
+    ASSERT_EQ(ListLogFiles(Path("changed"), "corbaoper").size(), 1U);
+    EXPECT_TRUE(ListFiles(Path("log")).empty());
 }
 
 TEST_F(AgentInput, OneByteIsAnInputAndIsNotLost) {

@@ -1,5 +1,6 @@
 // The agent's options and its configuration.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -10,13 +11,23 @@ namespace {
 using namespace NS_TEST;
 using namespace testing;
 
+// A sanitizer reserves more than any limit.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kAddressSpaceIsFree = false;
+#else
+constexpr bool kAddressSpaceIsFree = true;
+#endif
+
 class AgentStarting : public AgentTest {
   protected:
     // Expects that an agent with these arguments does not start, and says why.
     void ExpectRefusal(const std::vector<std::string>& arguments, int exitCode,
                        const std::string& reason) const {
-        SCOPED_TRACE(PrintToString(arguments));
-        const ChildResult result = Run(arguments);
+        ExpectRefusal(Agent(arguments), exitCode, reason);
+    }
+    void ExpectRefusal(const ChildStart& start, int exitCode, const std::string& reason) const {
+        SCOPED_TRACE(PrintToString(start.words));
+        const ChildResult result = RunProgram(start);
         EXPECT_EQ(result.exitCode, exitCode);
         EXPECT_THAT(result.errors, HasSubstr(reason));
         EXPECT_FALSE(std::filesystem::exists(Path("log")));
@@ -27,9 +38,9 @@ TEST_F(AgentStarting, HelpNamesOptionsAndExitCodesAndVersionIsOneLine) {
     const ChildResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
-    for (const char* expected :
-         {"--share,--config DIR", "--category NAME", "--level N", "--sample", "--keep-running",
-          "--no-log-proxy", "--summary", "--threads N", "Exit codes:", "corba_agent.cfg"}) {
+    for (const char* expected : {"--check-config", "--share,--config DIR", "--category NAME",
+                                 "--level N", "--sample", "--keep-running", "--no-log-proxy",
+                                 "--summary", "--threads N", "Exit codes:", "corba_agent.cfg"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
     EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agent [0-9.]+\n"));
@@ -67,6 +78,40 @@ TEST_F(AgentStarting, AConfigurationThatCannotBeReadIsNamedWithTheReason) {
     std::filesystem::create_directory(configFile_);
     ExpectRefusal({"--sample"}, 3, "cannot read " + configFile_);
     ExpectRefusal({"--sample"}, 3, "directory");
+}
+
+TEST_F(AgentStarting, AConfigurationOutOfReachIsNotCalledMissing) {
+    std::filesystem::permissions(Path("conf"), std::filesystem::perms::none);
+    ExpectRefusal(PlainAgent({"--sample"}), 3, configFile_ + " cannot be reached: Permission");
+    std::filesystem::permissions(Path("conf"), std::filesystem::perms::owner_all);
+    std::filesystem::permissions(configFile_, std::filesystem::perms::none);
+    ExpectRefusal(PlainAgent({"--sample"}), 3, "cannot read " + configFile_ + ": Permission");
+}
+
+// Each is refused at once and in little memory: a pipe would never end, nor would that device.
+TEST_F(AgentStarting, APipeADeviceAndThreeGigabytesAreNoConfiguration) {
+    const auto limited = [this] {
+        ChildStart start = Agent({"--sample"});
+        start.words.insert(start.words.begin(), {"prlimit", "--as=1000000000"});
+        return start;
+    };
+    const ChildStart start = kAddressSpaceIsFree ? limited() : Agent({"--sample"});
+    std::filesystem::remove(configFile_);
+    ASSERT_EQ(mkfifo(configFile_.c_str(), 0600), 0);
+    ExpectRefusal(start, 3, "cannot read " + configFile_ + ": it is a pipe, not a file");
+    std::filesystem::remove(configFile_);
+    std::filesystem::create_symlink("/dev/zero", configFile_);
+    ExpectRefusal(start, 3, "cannot read " + configFile_ + ": it is a device, not a file");
+    std::filesystem::remove(configFile_);
+    WriteFile(configFile_, "");
+    std::filesystem::resize_file(configFile_, uintmax_t{3} * 1024 * 1024 * 1024);
+    ExpectRefusal(start, 3, "cannot read " + configFile_ + ": it is larger than 16777216 bytes");
+}
+
+TEST_F(AgentStarting, AFilePolicyThatIsNoneIsRefused) {
+    Configure("bundles = qv_base_log\nlogfilepolicy = keep records\n");
+    ExpectRefusal({"--sample"}, 3,
+                  "\"logfilepolicy\": 'keep records' is neither keeprecords nor contract");
 }
 
 TEST_F(AgentStarting, ABundleListThatIsMissingOrWrongIsRefused) {

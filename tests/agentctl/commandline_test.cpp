@@ -63,49 +63,56 @@ TEST_F(ControlProgram, HelpNamesCommandsAndExitCodesAndVersionIsOneLine) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.errors, IsEmpty());
     for (const char* expected :
-         {"status [--watch", "flushall [CATEGORY]", "queue on|off", "loggers",
-          "level N on|off [FIRST SECOND CATEGORY]", "module show", "mode N", "--json",
-          "--share DIR", "--socket PATH", "--timeout SECONDS", "Exit codes:"}) {
+         {"status [--watch", "health", "flushall [CATEGORY]", "reopen [CATEGORY]",
+          "rotate [CATEGORY]", "queue on|off", "loggers", "level N on|off [FIRST SECOND CATEGORY]",
+          "module show", "mode N", "--json", "--share DIR", "--socket PATH", "--timeout SECONDS",
+          "Exit codes:"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
     EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agentctl [0-9.]+\n"));
 }
 
+std::vector<std::string> WrongCommandLines() {
+    return {"",
+            "nonsense",
+            "status extra",
+            "status --nonsense",
+            "status flush",
+            "status --watch never",
+            "queue",
+            "queue maybe",
+            "level",
+            "level 1",
+            "level 4 on",
+            "level -1 on",
+            "level 1 on first",
+            "level 1 on first second",
+            "level 1 on first second category more",
+            "module",
+            "module 7",
+            "module x on",
+            "module -7 on",
+            "module 99999999999 on",
+            "module 4294967296 on",
+            "module 0x10 on",
+            "module 7x on",
+            "module  on",
+            "status --timeout nan",
+            "status --timeout 0",
+            "status --timeout 86401",
+            "status --watch 0.01",
+            "module show on",
+            "mode",
+            "mode x",
+            "flushall a b",
+            "health now",
+            "reopen a b",
+            "rotate a b",
+            "level 1 on " + std::string(5000, 'x') + " second debug"};
+}
+
 TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
-    const std::string wrong[] = {"",
-                                 "nonsense",
-                                 "status extra",
-                                 "status --nonsense",
-                                 "status flush",
-                                 "status --watch never",
-                                 "queue",
-                                 "queue maybe",
-                                 "level",
-                                 "level 1",
-                                 "level 4 on",
-                                 "level -1 on",
-                                 "level 1 on first",
-                                 "level 1 on first second",
-                                 "level 1 on first second category more",
-                                 "module",
-                                 "module 7",
-                                 "module x on",
-                                 "module -7 on",
-                                 "module 99999999999 on",
-                                 "module 4294967296 on",
-                                 "module 0x10 on",
-                                 "module 7x on",
-                                 "module  on",
-                                 "status --timeout nan",
-                                 "status --timeout 0",
-                                 "status --timeout 86401",
-                                 "status --watch 0.01",
-                                 "module show on",
-                                 "mode",
-                                 "mode x",
-                                 "flushall a b",
-                                 "level 1 on " + std::string(5000, 'x') + " second debug"};
-    for (const std::string& words : wrong) {
+    for (const std::string& words : WrongCommandLines()) {
         SCOPED_TRACE(words);
         // Two blanks have an empty word between them.
         ExpectFailure(Ask(SplitText(words, ' ')), 2, "qv_agentctl: ");
@@ -215,11 +222,38 @@ TEST_F(ControlProgram, JsonIsTheDataInOneLineOfValidText) {
     EXPECT_EQ(result.output, "{\"loggers\":[\"a\uFFFD\"]}\n");
 }
 
+// To a full disk and to nobody at all.
 TEST_F(ControlProgram, OutputThatCannotBeWrittenIsNoSuccess) {
-    const auto server = Serve(R"({"ok":true,"data":{"modules":[]}})");
-    ExpectFailure(RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full", QV_AGENTCTL, "--socket",
-                               Socket(), "module", "show"}}),
-                  1, "could not be written");
+    const auto server = Serve(R"({"ok":true,"data":{"modules":[],"channels":[],"mode":0}})");
+    for (const char* output : {">/dev/full", ">&-"}) {
+        SCOPED_TRACE(output);
+        const auto run = [&](std::vector<std::string> arguments) {
+            arguments.insert(arguments.begin(),
+                             {"sh", "-c", std::string("exec \"$0\" \"$@\" ") + output, QV_AGENTCTL,
+                              "--socket", Socket()});
+            return RunProgram({arguments});
+        };
+        ExpectFailure(run({"module", "show"}), 1, "could not be written");
+        ExpectFailure(run({"status", "--watch"}), 1, "could not be written");
+        EXPECT_EQ(run({"flush"}).exitCode, 0) << "it prints nothing";
+    }
+}
+
+TEST_F(ControlProgram, HealthIsTheExitCode) {
+    for (const int health : {0, 1, 2}) {
+        const std::string answer =
+            R"({"ok":true,"data":{"health":)" + std::to_string(health) + R"(,"problems":[]}})";
+        const auto server = Serve(answer.c_str());
+        EXPECT_EQ(Ask({"health"}).exitCode, health);
+        EXPECT_EQ(Ask({"health", "--json"}).exitCode, health);
+    }
+    for (const char* data : {"{}", R"({"health":3})", R"({"health":"good"})", R"({"health":-1})"}) {
+        SCOPED_TRACE(data);
+        const std::string answer = std::string(R"({"ok":true,"data":)") + data + "}";
+        const auto server = Serve(answer.c_str());
+        EXPECT_EQ(Ask({"health"}).exitCode, 4);
+    }
+    EXPECT_EQ(Ask({"health"}).exitCode, 3) << "there is no agent any more";
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <json/writer.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <map>
@@ -36,34 +37,139 @@ std::string AskForError(const std::string& request) {
     return answer["error"].asString();
 }
 
+// A channel in whose books every number differs.
+NS_LOG_SERVICE1::ChannelBooks DistinctBooks() {
+    NS_LOG_SERVICE1::ChannelBooks books{};
+    books.category = "corbaoper";
+    books.currentFile = "/log/x.log";
+    books.currentFileInPlace = true;
+    books.recordsReceived = 1;
+    books.recordsWritten = 2;
+    books.recordsDumped = 3;
+    books.recordsEvicted = 4;
+    books.recordsDropped = 5;
+    books.recordsOverwritten = 6;
+    books.recordsQueued = 7;
+    books.recordsQueuedMost = 8;
+    books.recordsCached = 9;
+    books.bytesQueued = 10;
+    books.bytesWritten = UINT64_MAX;
+    books.bytesEmptied = 11;
+    books.rotations = 12;
+    books.failures = 13;
+    books.lastError = ENOSPC;
+    books.lastErrorTime = 1700000000;
+    books.lastErrorFile = "/log/y.log";
+    return books;
+}
+
 TEST(ControlCommands, StatusTellsEveryNumberOfEveryChannel) {
     FakeMaintenance fake;
-    fake.channels.push_back(
-        {"corbaoper", "/log/x.log", 1, 2, 3, 4, 5, 6, 7, UINT64_MAX, 9, ENOSPC, 1700000000});
+    fake.books.push_back(DistinctBooks());
     const Json::Value data = AskForData(R"({"command":"status"})");
     EXPECT_EQ(data["mode"].asUInt(), 1U);
     EXPECT_TRUE(data["periodic"].asBool());
-    EXPECT_EQ(data["version"].asUInt(), 1U);
+    EXPECT_EQ(data["version"].asUInt(), 2U);
     const Json::Value channel = data["channels"][0];
     const std::map<std::string, std::string> expected = {
         {"category", "corbaoper"},
         {"currentFile", "/log/x.log"},
-        {"recordsWritten", "1"},
-        {"recordsDumped", "2"},
-        {"recordsDropped", "3"},
+        {"currentFileInPlace", "true"},
+        {"failing", "false"},
+        {"recordsReceived", "1"},
+        {"recordsWritten", "2"},
+        {"recordsDumped", "3"},
         {"recordsEvicted", "4"},
-        {"recordsQueued", "5"},
-        {"recordsQueuedMost", "6"},
-        {"recordsCached", "7"},
+        {"recordsDropped", "5"},
+        {"recordsOverwritten", "6"},
+        {"recordsQueued", "7"},
+        {"recordsQueuedMost", "8"},
+        {"recordsCached", "9"},
+        {"bytesQueued", "10"},
         {"bytesWritten", std::to_string(UINT64_MAX)},
-        {"rotations", "9"},
+        {"bytesEmptied", "11"},
+        {"rotations", "12"},
+        {"failures", "13"},
         {"lastError", std::to_string(ENOSPC)},
         {"lastErrorText", "No space left on device"},
-        {"lastErrorTime", "1700000000"}};
+        {"lastErrorTime", "1700000000"},
+        {"lastErrorFile", "/log/y.log"}};
     for (const auto& [name, value] : expected) {
         EXPECT_EQ(channel[name].asString(), value) << name;
     }
     EXPECT_EQ(channel.size(), expected.size());
+}
+
+TEST(ControlCommands, StatusTellsTheSwitchesThePolicyAndWhoAnswers) {
+    FakeMaintenance fake;
+    fake.globalSwitches = {{true, false, true, false}, true, false};
+    fake.policy = NS_LOG_SERVICE1::LOG_FILE_POLICY_KEEP_RECORDS;
+    fake.queueBytes = 4711;
+    Json::Value data = AskForData(R"({"command":"status"})");
+    EXPECT_EQ(NS_REFERENCE_HOST::WriteJson(data["levels"]), "[true,false,true,false]");
+    EXPECT_TRUE(data["asnTrace"].asBool());
+    EXPECT_FALSE(data["outputParameters"].asBool());
+    EXPECT_TRUE(data["keepsRecords"].asBool());
+    EXPECT_EQ(data["queueBytes"].asUInt(), 4711U);
+    EXPECT_EQ(data["agent"]["process"].asInt(), getpid());
+    EXPECT_EQ(data["agent"].size(), 1U);
+
+    const FakeAgentInformation agent;
+    data = AskForData(R"({"command":"status"})")["agent"];
+    EXPECT_EQ(data["process"].asInt(), getpid());
+    EXPECT_EQ(data["version"].asString(), "1.2.3");
+    EXPECT_EQ(data["configuration"].asString(), "/share/conf");
+    EXPECT_EQ(data["startTime"].asInt(), 1700000000);
+    EXPECT_EQ(data["uptimeMilliseconds"].asInt(), 2500);
+}
+
+// What health says of one channel.
+Json::Value HealthOf(const NS_LOG_SERVICE1::ChannelBooks& books) {
+    FakeMaintenance fake;
+    fake.books.push_back(books);
+    return AskForData(R"({"command":"health"})");
+}
+
+TEST(ControlCommands, HealthIsGoodWithoutProblems) {
+    NS_LOG_SERVICE1::ChannelBooks books{};
+    books.currentFileInPlace = true;
+    books.recordsEvicted = books.recordsWritten = books.rotations = 100;
+    const Json::Value data = HealthOf(books);
+    EXPECT_EQ(data["health"].asInt(), 0);
+    EXPECT_TRUE(data["problems"].isArray());
+    EXPECT_TRUE(data["problems"].empty());
+}
+
+TEST(ControlCommands, HealthNamesEachProblemTheWorstFirst) {
+    NS_LOG_SERVICE1::ChannelBooks books = DistinctBooks();
+    Json::Value data = HealthOf(books);
+    EXPECT_EQ(data["health"].asInt(), 1);
+    ASSERT_EQ(data["problems"].size(), 2U);
+    EXPECT_EQ(data["problems"][0]["category"].asString(), "corbaoper");
+    EXPECT_EQ(data["problems"][0]["text"].asString(),
+              "5 records were dropped (last error: /log/y.log: No space left on device)");
+    EXPECT_EQ(data["problems"][1]["text"].asString(),
+              "6 records were lost when their file was emptied");
+
+    books.failing = true;
+    books.currentFileInPlace = false;
+    data = HealthOf(books);
+    EXPECT_EQ(data["health"].asInt(), 2);
+    ASSERT_EQ(data["problems"].size(), 4U);
+    EXPECT_EQ(data["problems"][0]["health"].asInt(), 2);
+    EXPECT_EQ(data["problems"][0]["text"].asString(),
+              "cannot be written (last error: /log/y.log: No space left on device)");
+    EXPECT_EQ(data["problems"][3]["text"].asString(),
+              "/log/x.log was moved or removed while it is written");
+
+    books = {};
+    books.currentFileInPlace = true;
+    books.failures = 1;
+    books.lastError = EIO;
+    data = HealthOf(books);
+    EXPECT_EQ(data["health"].asInt(), 1);
+    EXPECT_EQ(data["problems"][0]["text"].asString(),
+              "a file failed, without loss (last error: Input/output error)");
 }
 
 TEST(ControlCommands, ListsAreListsEvenWhenTheyAreEmpty) {
@@ -73,15 +179,20 @@ TEST(ControlCommands, ListsAreListsEvenWhenTheyAreEmpty) {
     EXPECT_TRUE(AskForData(R"({"command":"modules"})")["modules"].isArray());
 }
 
-TEST(ControlCommands, FlushAndFlushallReachTheService) {
+TEST(ControlCommands, WhatConcernsFilesReachesTheService) {
     FakeMaintenance fake;
     AskForData(R"({"command":"flush"})");
-    AskForData(R"({"command":"flushall"})");
-    AskForData(R"({"command":"flushall","category":"debug"})");
-    EXPECT_THAT(fake.calls, ElementsAre("FlushAll", "OutputAll ", "OutputAll debug"));
-    fake.success = false;
-    EXPECT_THAT(AskForError(R"({"command":"flushall","category":"x"})"),
-                HasSubstr("no category \"x\""));
+    for (const char* command : {"flushall", "reopen", "rotate"}) {
+        const std::string request = std::string(R"({"command":")") + command + '"';
+        AskForData(request + "}");
+        AskForData(request + R"(,"category":"debug"})");
+        fake.success = false;
+        EXPECT_THAT(AskForError(request + R"(,"category":"x"})"), HasSubstr("no category \"x\""));
+        fake.success = true;
+    }
+    EXPECT_THAT(fake.calls,
+                ElementsAre("FlushAll", "OutputAll ", "OutputAll debug", "OutputAll x", "Reopen ",
+                            "Reopen debug", "Reopen x", "Rotate ", "Rotate debug", "Rotate x"));
 }
 
 TEST(ControlCommands, QueueSwitchesAndTellsHowItIsNow) {

@@ -30,7 +30,9 @@ TEST(Completion, OffersWhatFitsBehindTheWords) {
         std::vector<std::string> offered;
     };
     const std::vector<Case> cases = {
-        {{""}, {"status", "flush", "flushall", "queue", "loggers", "level", "module", "mode"}},
+        {{""},
+         {"status", "health", "flush", "flushall", "reopen", "rotate", "queue", "loggers", "level",
+          "module", "mode"}},
         {{"fl"}, {"flush", "flushall"}},
         {{"--json", "--timeout", "3", "lo"}, {"loggers"}},
         {{"queue", ""}, {"on", "off"}},
@@ -39,6 +41,9 @@ TEST(Completion, OffersWhatFitsBehindTheWords) {
         {{"level", "2", "o"}, {"on", "off"}},
         {{"level", "2", "on", "first", "second", "corbao"}, {"corbaoper"}},
         {{"flushall", "corba_"}, {"corba_alarm", "corba_internal_oper"}},
+        {{"reopen", "corbas"}, {"corbasys"}},
+        {{"rotate", "corban"}, {"corbanotify"}},
+        {{"health", ""}, {}},
         {{"module", ""}, {"show"}},
         {{"module", "7", ""}, {"on", "off", "show"}},
         {{"module", "show", ""}, {}},

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "agentinformation.h"
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "qv_base_log/logsvcinterface.h"
 #include "support/otherservices.h"
@@ -113,6 +114,20 @@ class FakeLogService : public NS_LOG_SERVICE1::LogSvcInterface {
 
   private:
     RegisteredInterface registered_{NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME, *this};
+};
+
+// What the agent program tells of itself. Registered as long as it lives.
+class FakeAgentInformation : public NS_REFERENCE_HOST::AgentInformation {
+  public:
+    std::string GetIFName() const override { return "fake"; }
+    bool IsValid() const override { return true; }
+    std::string Version() const override { return "1.2.3"; }
+    std::string ConfigurationPath() const override { return "/share/conf"; }
+    int64_t StartTime() const override { return 1700000000; }
+    std::chrono::milliseconds Uptime() const override { return std::chrono::milliseconds(2500); }
+
+  private:
+    RegisteredInterface registered_{NS_REFERENCE_HOST::kAgentInformationName, *this};
 };
 
 }  // namespace NS_TEST

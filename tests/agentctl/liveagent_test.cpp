@@ -172,53 +172,30 @@ TEST_F(LiveAgent, ModeEndsThePeriodicOutputAndRefusesWhatItDoesNotKnow) {
     EXPECT_EQ(Data({"status"})["mode"].asInt(), 0);
 }
 
-TEST_F(LiveAgent, AnAgentSaysAtItsEndWhatWasLost) {
-    WriteFile(Path("log"), "in the way");
-    StartWithInput();
-    Log("nowhere to go");
-    ASSERT_TRUE(AwaitCount("recordsDropped", 1));
-    Succeed({"level", "1", "off"});
-    Log("kept back");
-    ASSERT_TRUE(AwaitCount("recordsCached", 1));
-    Stop();
-    EXPECT_THAT(agent_->GetErrors(),
-                HasSubstr("corbaoper: 1 records could not be written (last error: "));
-    EXPECT_THAT(agent_->GetErrors(), Not(HasSubstr("switched-off")));
-}
-
-TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignalOrWhenNobodyReads) {
+TEST_F(LiveAgent, StatusTellsWhatTheAgentIsAndWhichLevelsAreOn) {
+    const time_t before = time(nullptr);
     Start();
-    for (const int signal : {SIGINT, SIGTERM}) {
-        ChildProcess watch(Operator({"status", "--watch", "0.1"}));
-        EXPECT_TRUE(watch.WaitForOutput("output: direct", 3));
-        watch.Signal(signal);
-        const ChildResult result = watch.Wait();
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.errors, "");
-        EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));  // no terminal, nothing to redraw
-    }
-    ChildProcess watch(Operator({"--json", "status", "--watch", "3600"}));
-    ASSERT_TRUE(watch.WaitForOutput("\n"));
-    watch.CloseOutput();
-    EXPECT_EQ(watch.Wait().exitCode, 0);
-}
-
-TEST_F(LiveAgent, OnATerminalWatchRedrawsInPlaceAndEndsWithTheAgent) {
-    Start();
-    const std::string command =
-        std::string(QV_AGENTCTL) + " --share " + Path() + " status --watch 0.1";
-    ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
-    EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[Joutput: direct", 3));
+    Succeed({"level", "2", "off"});
+    const Json::Value data = Data({"status"});
+    EXPECT_EQ(data["agent"]["process"].asInt(), agent_->GetId());
+    EXPECT_EQ(data["agent"]["configuration"].asString(), configFile_);
+    EXPECT_GE(data["agent"]["startTime"].asInt64(), before);
+    EXPECT_LE(data["agent"]["startTime"].asInt64(), time(nullptr));
+    EXPECT_THAT(Succeed({"status"}),
+                HasSubstr("levels: 0 on, 1 on, 2 off, 3 on; ASN messages on; output parameters "
+                          "off\nfiles: emptied"));
     Stop();
-    // The end may come between two requests or in the middle of one.
-    EXPECT_THAT(terminal.Wait().exitCode, AnyOf(3, 4));
+    Configure("bundles = qv_base_log, qv_control\nlogfilepolicy = keeprecords\n");
+    Start();
+    EXPECT_THAT(Succeed({"status"}), HasSubstr("files: continued"));
 }
 
 TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
     Configure("bundles = qv_control\n");
     Start();
-    for (const char* command : {"status", "flush", "flushall", "queue on", "loggers", "mode 0",
-                                "module show", "level 1 on", "module 7 show"}) {
+    for (const char* command :
+         {"status", "health", "reopen", "rotate", "flush", "flushall", "queue on", "loggers",
+          "mode 0", "module show", "level 1 on", "module 7 show"}) {
         EXPECT_THAT(Refusal(SplitText(command, ' ')), HasSubstr("runs no logging service"));
     }
     Stop();
@@ -227,8 +204,8 @@ TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
 TEST_F(LiveAgent, ASecondAgentInTheSameDirectoryStartsOnlyOnceTheFirstWasKilled) {
     Start();
     const ChildResult second = Run({"--traffic", "none"});
-    EXPECT_EQ(second.exitCode, 5);
-    EXPECT_THAT(second.errors, HasSubstr("another agent serves " + socket_));
+    EXPECT_EQ(second.exitCode, 7);
+    EXPECT_THAT(second.errors, HasSubstr("another agent serves this directory"));
     EXPECT_THAT(Succeed({"status"}), HasSubstr("output: direct"));
     agent_->Signal(SIGKILL);
     EXPECT_EQ(agent_->Wait().exitCode, -SIGKILL);
@@ -245,7 +222,8 @@ TEST_F(LiveAgent, EightOperatorsAtOnceWhileEightThreadsLog) {
     Start({"--sample", "--threads", "8", "--operations", "1000000"});
     ASSERT_TRUE(Await([this] { return Channel()["recordsWritten"].asInt() > 0; }));
     const std::vector<std::string> commands = {"status",    "flush",       "flushall",   "queue on",
-                                               "queue off", "level 3 off", "level 3 on", "loggers"};
+                                               "queue off", "level 3 off", "level 3 on", "loggers",
+                                               "reopen",    "rotate"};
     std::atomic<int> failed{0};
     OnThreads(commands.size(), [&](std::size_t index) {
         for (std::size_t round = 0; round < 4; ++round) {

@@ -1,11 +1,15 @@
 // The commands of the control bundle.
 #include "control/commands.h"
 
+#include <unistd.h>
+
 #include <exception>
 #include <map>
 
+#include "agentinformation.h"
 #include "bundlemgr/ifbuf.h"
 #include "control/answer.h"
+#include "control/health.h"
 #include "control/request.h"
 #include "control/resulttext.h"
 #include "control/statusdata.h"
@@ -54,14 +58,59 @@ Json::Value OutputData(LogMaintenanceInterface& maintenance) {
     return data;
 }
 
+// Only the process's number is known when another program than the agent hosts the bundles.
+Json::Value AgentData() {
+    Json::Value data;
+    data["process"] = static_cast<int>(getpid());
+    const auto found = NS_BUNDLEMGR1::CheckIFBuf(kAgentInformationName);
+    const auto* const agent =
+        found.empty() ? nullptr : dynamic_cast<const AgentInformation*>(found.front());
+    if (agent != nullptr) {
+        data["version"] = agent->Version();
+        data["configuration"] = agent->ConfigurationPath();
+        data["startTime"] = Json::Int64{agent->StartTime()};
+        data["uptimeMilliseconds"] = Json::Int64{agent->Uptime().count()};
+    }
+    return data;
+}
+
+std::vector<NS_LOG_SERVICE1::ChannelBooks> GetBooks(LogMaintenanceInterface& maintenance) {
+    std::vector<NS_LOG_SERVICE1::ChannelBooks> books;
+    maintenance.GetChannelBooks(books);
+    return books;
+}
+
 Json::Value Status(const Request&) {
     LogMaintenanceInterface& maintenance = FindMaintenance();
     Json::Value data = OutputData(maintenance);
     data["version"] = maintenance.GetVersion();
-    std::vector<NS_LOG_SERVICE1::ChannelStatus> channels;
-    maintenance.GetChannels(channels);
-    data["channels"] = ToJson(channels);
+    data["agent"] = AgentData();
+    data["keepsRecords"] =
+        maintenance.GetFilePolicy() == NS_LOG_SERVICE1::LOG_FILE_POLICY_KEEP_RECORDS;
+    data["queueBytes"] = Json::UInt64{maintenance.GetQueueBytes()};
+    const NS_LOG_SERVICE1::LogSwitches switches = maintenance.GetSwitches();
+    for (const bool on : switches.levels) {
+        data["levels"].append(on);
+    }
+    data["asnTrace"] = switches.asnTrace;
+    data["outputParameters"] = switches.outputParameters;
+    data["channels"] = ToJson(GetBooks(maintenance));
     return data;
+}
+
+Json::Value HealthOf(const Request&) {
+    return JudgeHealth(GetBooks(FindMaintenance()));
+}
+
+using FileOperation = bool (LogMaintenanceInterface::*)(const std::string&);
+
+// Carries out an operation on the files of the category that the request names, or of all.
+Json::Value WithFiles(const Request& request, FileOperation operation) {
+    const std::string category = request.Has("category") ? request.GetText("category") : "";
+    if (!(FindMaintenance().*operation)(category)) {
+        throw RequestError("there is no category \"" + category + "\"");
+    }
+    return Json::objectValue;
 }
 
 Json::Value Flush(const Request&) {
@@ -70,11 +119,15 @@ Json::Value Flush(const Request&) {
 }
 
 Json::Value FlushAll(const Request& request) {
-    const std::string category = request.Has("category") ? request.GetText("category") : "";
-    if (!FindMaintenance().OutputAll(category)) {
-        throw RequestError("there is no category \"" + category + "\"");
-    }
-    return Json::objectValue;
+    return WithFiles(request, &LogMaintenanceInterface::OutputAll);
+}
+
+Json::Value Reopen(const Request& request) {
+    return WithFiles(request, &LogMaintenanceInterface::Reopen);
+}
+
+Json::Value Rotate(const Request& request) {
+    return WithFiles(request, &LogMaintenanceInterface::Rotate);
 }
 
 Json::Value Queue(const Request& request) {
@@ -140,9 +193,9 @@ using Command = Json::Value (*)(const Request&);
 
 Command FindCommand(const std::string& name) {
     static const std::map<std::string, Command> commands = {
-        {"status", &Status}, {"flush", &Flush},     {"flushall", &FlushAll},
-        {"queue", &Queue},   {"loggers", &Loggers}, {"level", &Level},
-        {"module", &Module}, {"modules", &Modules}, {"mode", &Mode}};
+        {"status", &Status}, {"health", &HealthOf}, {"flush", &Flush},     {"flushall", &FlushAll},
+        {"reopen", &Reopen}, {"rotate", &Rotate},   {"queue", &Queue},     {"loggers", &Loggers},
+        {"level", &Level},   {"module", &Module},   {"modules", &Modules}, {"mode", &Mode}};
     const auto found = commands.find(name);
     if (found == commands.end()) {
         throw RequestError("there is no command \"" + name + "\"");

@@ -9,9 +9,15 @@ namespace NS_REFERENCE_HOST {
 // name each time, because bundles may be unloaded. Throws only std::bad_alloc.
 //
 // command   members                                data
-// status                                           version, mode, periodic, channels
+// status                                           version, agent, mode, periodic, levels,
+// asnTrace,
+//                                                  outputParameters, keepsRecords, queueBytes,
+//                                                  channels
+// health                                           health (0 good, 1 warning, 2 critical), problems
 // flush
 // flushall  category (may be missing: all)
+// reopen    category (may be missing: all)
+// rotate    category (may be missing: all)
 // queue     on                                     mode, periodic
 // loggers                                          loggers
 // level     level, on; first, second, category     (without the three: globally)

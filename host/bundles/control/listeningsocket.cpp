@@ -1,15 +1,12 @@
 // The control bundle's listening socket.
 #include "control/listeningsocket.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
 
-#include "bundlemgr/logsupport.h"
 #include "control/socketaddress.h"
 
 namespace NS_REFERENCE_HOST {
@@ -31,23 +28,9 @@ FileDescriptor MakeSocket() {
     return made;
 }
 
-// When two agents start in the same directory at once, only one gets this lock and the other fails.
-// Otherwise each could mistake the other's new socket for that of a dead agent.
-FileDescriptor LockDirectory(const std::string& directory) {
-    FileDescriptor lock(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!lock.IsOpen()) {
-        FailWithErrno(directory);
-    }
-    if (flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-        FailWithErrno(directory + " is locked, perhaps by an agent that is starting there");
-    }
-    return lock;
-}
-
 }  // namespace
 
 ListeningSocket::ListeningSocket(const std::string& path) : path_(path), socket_(MakeSocket()) {
-    const FileDescriptor lock = LockDirectory(NS_BUNDLEMGR1::GetParentPath(path_));
     RemoveLeftover();
     Bind();
 }

@@ -16,7 +16,8 @@ class ListeningSocket {
   public:
     // Makes the socket at `path` and replaces one that a dead agent has left there. Throws
     // std::runtime_error, with a text for the operator, when a running agent has its socket there,
-    // when another kind of file is there, or when the system refuses.
+    // when another kind of file is there, or when the system refuses. REQUIRES: no other agent does
+    // the same in the directory at the same time; the agent program holds a lock against that.
     explicit ListeningSocket(const std::string& path);
 
     // Removes the socket from the file system, unless another one has replaced it.

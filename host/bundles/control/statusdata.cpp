@@ -7,23 +7,31 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-Json::Value ToJson(const NS_LOG_SERVICE1::ChannelStatus& channel) {
+Json::Value ToJson(const NS_LOG_SERVICE1::ChannelBooks& channel) {
     Json::Value value;
     value["category"] = channel.category;
     value["currentFile"] = channel.currentFile;
+    value["currentFileInPlace"] = channel.currentFileInPlace;
+    value["failing"] = channel.failing;
+    value["recordsReceived"] = Json::UInt64{channel.recordsReceived};
     value["recordsWritten"] = Json::UInt64{channel.recordsWritten};
     value["recordsDumped"] = Json::UInt64{channel.recordsDumped};
-    value["recordsDropped"] = Json::UInt64{channel.recordsDropped};
     value["recordsEvicted"] = Json::UInt64{channel.recordsEvicted};
+    value["recordsDropped"] = Json::UInt64{channel.recordsDropped};
+    value["recordsOverwritten"] = Json::UInt64{channel.recordsOverwritten};
     value["recordsQueued"] = Json::UInt64{channel.recordsQueued};
     value["recordsQueuedMost"] = Json::UInt64{channel.recordsQueuedMost};
     value["recordsCached"] = Json::UInt64{channel.recordsCached};
+    value["bytesQueued"] = Json::UInt64{channel.bytesQueued};
     value["bytesWritten"] = Json::UInt64{channel.bytesWritten};
+    value["bytesEmptied"] = Json::UInt64{channel.bytesEmptied};
     value["rotations"] = Json::UInt64{channel.rotations};
+    value["failures"] = Json::UInt64{channel.failures};
     value["lastError"] = channel.lastError;
     value["lastErrorText"] =
         channel.lastError == 0 ? "" : std::generic_category().message(channel.lastError);
     value["lastErrorTime"] = Json::Int64{channel.lastErrorTime};
+    value["lastErrorFile"] = channel.lastErrorFile;
     return value;
 }
 
@@ -56,7 +64,7 @@ Json::Value ToArray(const std::vector<Status>& all) {
 
 }  // namespace
 
-Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ChannelStatus>& channels) {
+Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ChannelBooks>& channels) {
     return ToArray(channels);
 }
 

@@ -11,7 +11,7 @@ namespace NS_REFERENCE_HOST {
 
 // Arrays of objects with the names of the structures' fields. A logger's levels are an array of
 // four booleans. "lastErrorText" is the text for "lastError", "" for 0. Thread safety: any thread.
-Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ChannelStatus>& channels);
+Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ChannelBooks>& channels);
 Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::LoggerStatus>& loggers);
 Json::Value ToJson(const std::vector<NS_LOG_SERVICE1::ModuleStatus>& modules);
 

@@ -1,0 +1,72 @@
+// Looks after the logging service while the agent runs.
+#include "agent/servicekeeper.h"
+
+#include <new>
+#include <string>
+#include <vector>
+
+#include "agent/agenterror.h"
+#include "bundlemgr/ifbuf.h"
+#include "common/report.h"
+
+namespace NS_REFERENCE_HOST {
+
+namespace {
+
+using NS_LOG_SERVICE1::LogMaintenanceInterface;
+
+constexpr char kName[] = "qv_agent";
+
+LogMaintenanceInterface* FindAnyMaintenance() {
+    const auto found = NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
+    return found.empty() ? nullptr : dynamic_cast<LogMaintenanceInterface*>(found.front());
+}
+
+LogMaintenanceInterface* FindMaintenance() {
+    LogMaintenanceInterface* const maintenance = FindAnyMaintenance();
+    const bool isKnown = maintenance != nullptr &&
+                         maintenance->GetVersion() >= NS_LOG_SERVICE1::LOG_MAINTENANCE_VERSION;
+    return isKnown ? maintenance : nullptr;
+}
+
+}  // namespace
+
+ServiceKeeper::ServiceKeeper(NS_LOG_SERVICE1::LogFilePolicy policy)
+    : policy_(policy), watch_([](const std::string& text) { Report(kName, text); }) {}
+
+void ServiceKeeper::SetPolicy() const {
+    if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
+        maintenance->SetFilePolicy(policy_);
+    } else if (FindAnyMaintenance() != nullptr &&
+               policy_ != NS_LOG_SERVICE1::LOG_FILE_POLICY_CONTRACT) {
+        throw AgentError(ExitCode::BadConfiguration,
+                         "the logging service is too old for the item \"logfilepolicy\"");
+    }
+}
+
+// Without memory for a look the next one will do.
+void ServiceKeeper::Look() {
+    try {
+        if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
+            std::vector<NS_LOG_SERVICE1::ChannelBooks> books;
+            maintenance->GetChannelBooks(books);
+            watch_.Look(books, ChannelWatch::Clock::now());
+        }
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
+    }
+}
+
+void ServiceKeeper::Reopen() {
+    if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
+        maintenance->Reopen(std::string());
+    }
+}
+
+void ServiceKeeper::FinishOutput() {
+    if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
+        maintenance->FlushAll();
+        Look();
+    }
+}
+
+}  // namespace NS_REFERENCE_HOST

@@ -1,0 +1,91 @@
+// One agent for a share directory.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "agent/agentfixture.h"
+
+namespace {
+
+using NS_TEST::ChildProcess;
+using NS_TEST::ChildResult;
+using std::filesystem::perms;
+using namespace testing;
+
+class AgentLock : public NS_TEST::AgentTest {
+  protected:
+    // Expects that a second agent is refused, and leaves nothing behind.
+    void ExpectRefusal(const ChildProcess& first) const {
+        const ChildResult second = Run({"--traffic", "none"});
+        EXPECT_EQ(second.exitCode, 7);
+        EXPECT_THAT(second.errors, HasSubstr("another agent serves this directory, process " +
+                                             std::to_string(first.GetId())));
+        EXPECT_FALSE(std::filesystem::exists(Path("log")));
+    }
+
+    const std::string lock_ = Path("qv_agent.lock");
+};
+
+TEST_F(AgentLock, KeepsASecondAgentOutBeforeItMakesALogFile) {
+    ChildProcess first(Agent({"--traffic", "none"}));
+    ASSERT_TRUE(first.WaitForError("serving"));
+    ExpectRefusal(first);
+    EXPECT_EQ(EndOnce(first, "serving"), 0);
+    EXPECT_EQ(Run({"--sample"}).exitCode, 0) << "it was released";
+}
+
+TEST_F(AgentLock, IsHeldWhileTheAgentWaitsForItsInput) {
+    const NS_TEST::Pipe pipe;
+    ChildProcess first(Agent({}, pipe.Reader()));
+    const std::string number = std::to_string(first.GetId()) + "\n";
+    AwaitThat([&] { return std::filesystem::exists(lock_) && NS_TEST::ReadFile(lock_) == number; });
+    ExpectRefusal(first);
+}
+
+TEST_F(AgentLock, IsReleasedWhenTheAgentIsKilled) {
+    ChildProcess first(Agent({"--traffic", "none"}));
+    EXPECT_EQ(EndOnce(first, "serving", SIGKILL), -SIGKILL);
+    EXPECT_EQ(Run({"--sample"}).exitCode, 0);
+}
+
+// Everybody who may read the directory may lock it.
+TEST_F(AgentLock, IsNobodyElsesToTake) {
+    const int directory = open(Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(directory, LOCK_EX), 0);
+    const mode_t before = umask(0);
+    EXPECT_EQ(Run({"--sample"}).exitCode, 0);
+    umask(before);
+    close(directory);
+    struct stat found {};
+    ASSERT_EQ(stat(lock_.c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode, S_IFREG | 0600);
+}
+
+TEST_F(AgentLock, IsTakenOnNothingButAFileOfThatName) {
+    std::filesystem::create_symlink(Path("elsewhere"), lock_);
+    const ChildResult linked = Run({"--sample"});
+    EXPECT_EQ(linked.exitCode, 7);
+    EXPECT_THAT(linked.errors, HasSubstr("the lock file " + lock_ + " cannot be used: "));
+    EXPECT_FALSE(std::filesystem::exists(Path("elsewhere")));
+    std::filesystem::remove(lock_);
+    std::filesystem::create_directory(lock_);
+    EXPECT_EQ(Run({"--sample"}).exitCode, 7);
+}
+
+TEST_F(AgentLock, IsDoneWithoutInADirectoryThatIsReadOnly) {
+    Configure("bundles = qv_base_log\nlogpath = " + Path("writable/log") + "\n");
+    std::filesystem::create_directory(Path("writable"));
+    std::filesystem::permissions(Path(), perms::owner_read | perms::owner_exec);
+    const ChildResult result = NS_TEST::RunProgram(PlainAgent({"--sample"}));
+    std::filesystem::permissions(Path(), perms::owner_all);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors,
+                HasSubstr("no lock file " + lock_ +
+                          ": Permission denied; a second agent would not be noticed"));
+}
+
+}  // namespace
