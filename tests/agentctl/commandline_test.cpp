@@ -68,7 +68,8 @@ TEST_F(ControlProgram, HelpNamesCommandsAndExitCodesAndVersionIsOneLine) {
           "--share DIR", "--socket PATH", "--timeout SECONDS", "Exit codes:"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agentctl [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output,
+                MatchesRegex("qv_agentctl [0-9.]+ \\(commit [0-9a-z-]+, [^()]+\\)\n"));
 }
 
 TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
