@@ -130,6 +130,7 @@ set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE MIT)
 set(CPACK_RPM_PACKAGE_RELEASE 1)
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
 set(CPACK_RPM_DEV_PACKAGE_REQUIRES "${library_package} = ${PROJECT_VERSION}, ace-devel, jsoncpp-devel")
 set(CPACK_RPM_AGENT_PACKAGE_REQUIRES "${library_package} = ${PROJECT_VERSION}, systemd")
 set(CPACK_RPM_LIBRARY_POST_INSTALL_SCRIPT_FILE ${packaging}/rpm/library-post)
@@ -141,8 +142,10 @@ set(CPACK_RPM_AGENT_USER_FILELIST
     "%config(noreplace) /etc/default/qv-agent"
     "%config(noreplace) /etc/lnav/formats/qv_log/qv_log.json")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
-    /etc /etc/default /usr/lib/systemd /usr/lib/systemd/system /usr/lib/sysusers.d
+    /etc /etc/default /etc/lnav /etc/lnav/formats /usr/lib/systemd /usr/lib/systemd/system /usr/lib/sysusers.d
     /usr/lib/tmpfiles.d ${CMAKE_INSTALL_FULL_MANDIR} ${CMAKE_INSTALL_FULL_MANDIR}/man1
-    ${CMAKE_INSTALL_FULL_MANDIR}/man5 ${CMAKE_INSTALL_FULL_LIBDIR}
+    ${CMAKE_INSTALL_FULL_MANDIR}/man5 /usr/share/bash-completion
+    /usr/share/bash-completion/completions /usr/share/fish /usr/share/fish/vendor_completions.d
+    /usr/share/zsh /usr/share/zsh/site-functions ${CMAKE_INSTALL_FULL_LIBDIR}
     ${CMAKE_INSTALL_FULL_LIBDIR}/cmake ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
 include(CPack)

@@ -50,19 +50,20 @@ check_units() {
 }
 
 check_rpm() {
-    local package name
+    local package name files=$work/files
     declare -A expected=(
         [libqv-base-log1]=/usr/lib64/qv_base_log/libqv_base_log.so
         [libqv-base-log-dev]=/usr/lib64/cmake/qv_base_log/qv_base_log-config.cmake
         [qv-agent]=/usr/lib64/qv_base_log/libqv_control.so)
     for name in "${!expected[@]}"; do
         package=$(find "$packages" -name "$name-[0-9]*.rpm")
-        rpm -qlp "$package" 2>"$work/errors" | grep -qx "${expected[$name]}" ||
-            fail "$name lacks ${expected[$name]}"
-        ! rpm -qlp "$package" 2>/dev/null | grep -qE '^/(usr|usr/bin|usr/lib64|etc)$' ||
+        rpm -qlp "$package" >"$files"
+        grep -qx "${expected[$name]}" "$files" || fail "$name lacks ${expected[$name]}"
+        ! grep -xE '/etc|/usr|/usr/(bin|include|lib64|share)|/usr/share/(doc|man|zsh)' "$files" ||
             fail "$name claims a directory of the system"
     done
-    [[ $(rpm -qcp "$(find "$packages" -name 'qv-agent-[0-9]*.rpm')" 2>/dev/null) == */corba_agent.cfg* ]] ||
+    package=$(find "$packages" -name 'qv-agent-[0-9]*.rpm')
+    [[ $(rpm -qcp "$package") == */corba_agent.cfg* ]] ||
         fail "the configuration is no configuration file"
     echo "rpm: the packages hold what they should."
 }

@@ -82,7 +82,7 @@ dpkg --verify libqv-base-log1 libqv-base-log-dev | grep . && fail "files differ 
 
 apt-get remove qv-agent libqv-base-log1 libqv-base-log-dev
 [[ -e /etc/qv-agent/corba_agent.cfg && -d $logs ]] || fail "removing took configuration or logs along"
-apt-get purge qv-agent libqv-base-log1 libqv-base-log-dev
+apt-get purge qv-agent
 list_files >/tmp/after
 diff /tmp/before /tmp/after || fail "the purge leaves something"
 echo "Installed, used, written against, removed and purged without a rest."

@@ -23,7 +23,8 @@ awk -v blocks="$blocks" '
     /^```/ {
         isInside = 1
         $0 = substr($0, 4)
-        file = $2 != "" ? $2 : blocks "/" $1 ++count[$1]
+        count[$1] += $2 == ""
+        file = $2 != "" ? $2 : blocks "/" $1 count[$1]
         next
     }
     isInside { print > file }
@@ -64,6 +65,3 @@ rm -rf build
 run_agent "installed beside the agent's bundles"
 [[ -e $(pkg-config --variable=bundledir qv_base_log)/libgreeting.so ]] ||
     fail "pkg-config names another bundle directory"
-
-c++ -std=c++11 -fsyntax-only $(pkg-config --cflags qv_base_log) greeting.cpp ||
-    fail "the oldest standard"

@@ -108,7 +108,11 @@ TEST_F(Documents, FormatPageShowsWhatTheReaderReads) {
     }
     WriteFile(Path(LogName("oper", 1)), contents + ClosedText());
     const ProgramResult result = Run({"--fields", "kind,number,dump,operation,detail", Path()});
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.output,
+              "record 17 - 5f0c 12 network elements\n"
+              "short - - - link is up\n"
+              "dump 18 - 5f0c the query failed\n"
+              "dumped - 18 5f0c sent 214 bytes\n");
     EXPECT_EQ(result.errors, "");
 }
 
