@@ -10,11 +10,12 @@ fail() {
     exit 1
 }
 
-# Everything but what apt and dpkg write down for themselves, and what the linker keeps.
+# Everything but what apt, dpkg and the makers of users write down for themselves.
 list_files() {
     find / -xdev \( -path /proc -o -path /sys -o -path /dev -o -path /tmp -o -path /run \
         -o -path /guide -o -path /packages -o -path /var/lib/dpkg -o -path /var/lib/apt \
-        -o -path /var/cache -o -path /var/log/apt -o -path /root \) -prune -o -print | sort
+        -o -path /var/cache -o -path /var/log/apt -o -path /var/log/dpkg.log \
+        -o -path /root -o -path '/etc/*-' \) -prune -o -print | sort
     cat /etc/passwd /etc/group
 }
 
