@@ -14,6 +14,10 @@ if ((EUID != 0)); then
     echo "Not installed: that takes root." >&2
     exit 0
 fi
+if ! unshare --pid --fork true 2>/dev/null; then
+    echo "Not installed: this system does not let its root make namespaces." >&2
+    exit 0
+fi
 
 work=$(mktemp -d)
 system=$work/system
