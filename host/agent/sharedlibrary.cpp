@@ -41,7 +41,7 @@ void* SharedLibrary::Find(const std::string& symbol) const {
 }
 
 std::string FindBundleLibrary(const std::string& name) {
-    const std::string file = "lib" + name + ".so";
+    std::string file = "lib" + name + ".so";
     std::error_code error;
     const auto programs = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
     // The bundle directory of an installation, and the libraries of a build.
