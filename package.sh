@@ -66,6 +66,19 @@ pack() {
     done
 }
 
+# CPack writes the build directory into the checksums of debug symbols: packs them again without it.
+repack_symbols() {
+    local package contents
+    for package in "$packages"/*.ddeb; do
+        contents=$build/cpack/symbols
+        rm -rf "$contents"
+        dpkg-deb --raw-extract "$package" "$contents"
+        sed -i 's#  /.*-dbgsym/usr/#  usr/#' "$contents/DEBIAN/md5sums"
+        find "$contents" -name '*.debug' -exec chmod 644 {} +
+        dpkg-deb --root-owner-group --build "$contents" "$package"
+    done
+}
+
 # logged COMMAND ARGUMENT...: shows what a command has said when it fails.
 logged() {
     "$@" >"$log" 2>&1 || { cat "$log" >&2 && echo "package.sh: $* failed, see above" >&2 && exit 1; }
@@ -78,6 +91,7 @@ umask 022
 echo "== Debian packages: building... (the first time takes minutes)"
 logged configure "lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)"
 logged pack DEB deb ddeb
+logged repack_symbols
 
 if $rpm; then
     echo "== RPM packages"

@@ -85,9 +85,10 @@ file(GLOB_RECURSE headers CONFIGURE_DEPENDS include/*.h platform/*.h)
 add_custom_command(OUTPUT ${made}/reference.done
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${made}/html
     COMMAND Doxygen::doxygen ${made}/Doxyfile
+    COMMAND ${packaging}/reference/namedirectories.sh ${made}/html
     COMMAND ${CMAKE_COMMAND} -E touch ${made}/reference.done
     DEPENDS ${headers} ${made}/Doxyfile ${packaging}/reference/filter.awk
-        ${packaging}/reference/mainpage.md
+        ${packaging}/reference/mainpage.dox ${packaging}/reference/namedirectories.sh
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
     COMMENT "Writing the reference of the headers" VERBATIM)
 add_custom_target(qv_reference ALL DEPENDS ${made}/reference.done)
