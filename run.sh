@@ -2,9 +2,10 @@
 # Builds the agent with the logging service and runs it. ./run.sh --help says more.
 set -euo pipefail
 
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
 share=$root/var
 configuration=$share/conf/corba_agent.cfg
+build_log=$root/build/run.log
 targets=(qv_agent qv_agentctl qvlog qv_base_log qv_control qv_line_feed qv_sample_traffic qv_schedule)
 
 print_help() {
@@ -32,7 +33,7 @@ docs/northbound.md explains it.
 Configuration:  $configuration
                 written with defaults if it is not there, with a comment on each item
 Log files:      $share/log
-Build log:      $root/build/run.log
+Build log:      $build_log
 
 Categories: debug corbadebug corbanotify corba_alarm corbasys corbaoper corba_internal_oper
 Levels:     0 (gravest) to 3, -2 for short records of one line
@@ -67,9 +68,14 @@ if [[ ${1:-} == --northbound ]]; then
 fi
 qv_install_packages "${packages[@]}"
 
-mkdir -p "$root/build"
-if ! build >"$root/build/run.log" 2>&1; then
-    cat "$root/build/run.log" >&2
+# Emptied first: where it cannot be written, it tells of another build.
+if ! { mkdir -p "$root/build" && : >"$build_log"; } 2>/dev/null; then
+    echo "run.sh: cannot build: $build_log cannot be written" >&2
+    exit 1
+fi
+echo "Building... (the first time takes minutes)" >&2
+if ! build >"$build_log" 2>&1; then
+    cat "$build_log" >&2
     echo "run.sh: the build failed, see above" >&2
     exit 1
 fi

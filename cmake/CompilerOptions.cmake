@@ -2,6 +2,12 @@
 
 add_library(qv_options INTERFACE)
 
+# The same bytes from whatever folder the tree is built in: no path of it gets into the code or the
+# debug information. Of two that fit, the last one counts, so the build directory stands behind the
+# source directory, which holds it.
+add_compile_options(
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
+
 target_compile_options(qv_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
     -Woverloaded-virtual -Wcast-align -Wcast-qual -Wformat=2 -Wundef -Wunused -Wvla

@@ -1,5 +1,6 @@
-// The smallest client bundle: looks up the logging service and writes one record.
+// A small client bundle: looks up the logging service and logs a text and an alarm.
 #include <ace/Service_Object.h>
+#include <json/value.h>
 
 #include "bundlemgr/serviceobjectbase.h"
 #include "qv_base_log/logmacros.h"
@@ -7,9 +8,7 @@
 
 namespace {
 
-using NS_LOG_SERVICE1::FindLogService;
-using NS_LOG_SERVICE1::LoggerIF;
-using NS_LOG_SERVICE1::LogSvcInterface;
+using namespace NS_LOG_SERVICE1;
 
 class Greeting : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
@@ -22,7 +21,12 @@ class Greeting : public NS_BUNDLEMGR1::ServiceObjectBase {
             return -1;
         }
         LoggerIF* logger = service->GetLogger("greeting_bundle", "greeting", "corbaoper");
-        QV_LOG(logger, NS_LOG_SERVICE1::LOG_LEVEL_1, "the greeting bundle is here");
+        QV_LOG(logger, LOG_LEVEL_1, "the greeting bundle is here");
+        Json::Value alarm;
+        alarm["severity"] = "cleared";
+        Json::Value alarms(Json::arrayValue);
+        alarms.append(alarm);
+        QV_LOG_ALARM(logger, alarms);
         return 0;
     }
 

@@ -1,4 +1,4 @@
-# Sourced by run.sh and test.sh: what the build needs from the system, and how it is built.
+# Sourced by run.sh, test.sh and package.sh: what the build needs from the system, and how it is built.
 
 # What it takes to build the agent and run it. A package that is missing is installed; the others are
 # left alone, whatever their version.
@@ -44,6 +44,19 @@ qv_test_packages=(
     ripgrep
     sqlite3
     zsh
+)
+
+# What package.sh needs beside what running needs.
+qv_package_packages=(
+    dpkg-dev
+    doxygen
+    fakeroot
+    file
+    git
+    lintian
+    mmdebstrap
+    rpm
+    systemd
 )
 
 # The loggers that bench.sh measures the service beside.

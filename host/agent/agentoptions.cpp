@@ -7,6 +7,7 @@
 #include <map>
 
 #include "agent/agenterror.h"
+#include "version/buildversion.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -21,7 +22,9 @@ constexpr char kFooter[] =
     "\n"
     "Its item \"bundles\" lists the bundles to load, in order and separated by commas. An entry "
     "is\n"
-    "NAME, for libNAME.so beside the program (../lib) or where the system looks for libraries, or\n"
+    "NAME, for libNAME.so in the bundle directory (" QV_BUNDLE_DIRECTORY
+    "\n"
+    "or ../lib, both from the program's directory) or where the system looks for libraries; or\n"
     "NAME=PATH. The item \"NAME.arguments\" holds the arguments of a bundle, separated by blanks.\n"
     "\n"
     "SIGHUP has the log files opened again. Diagnostics, also those of the bundles, go to "
@@ -55,7 +58,8 @@ void PassOn(const CLI::App& parser, const std::string& option,
 }
 
 void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
-    parser.set_version_flag("--version", "qv_agent " QV_VERSION, "Print the version and exit");
+    parser.set_version_flag("--version", std::string("qv_agent ") + NS_VERSION::kBuildVersion,
+                            "Print the version and exit");
     parser
         .add_option("--share,--config", options.shareDirectory,
                     "Directory of configuration and log files\n"

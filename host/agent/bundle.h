@@ -11,7 +11,7 @@
 #include "agent/configuredbundles.h"
 #include "agent/sharedlibrary.h"
 #include "bundlemgr/serviceobjectbase.h"
-#include "bundles/workingbundle.h"
+#include "qv_host/workingbundle.h"
 
 namespace NS_REFERENCE_HOST {
 

@@ -41,11 +41,17 @@ void* SharedLibrary::Find(const std::string& symbol) const {
 }
 
 std::string FindBundleLibrary(const std::string& name) {
-    const std::string file = "lib" + name + ".so";
+    std::string file = "lib" + name + ".so";
     std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    const auto beside = program.parent_path().parent_path() / "lib" / file;
-    return !error && std::filesystem::exists(beside, error) ? beside.string() : file;
+    const auto programs = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    // The bundle directory of an installation, and the libraries of a build.
+    for (const char* directory : {QV_BUNDLE_DIRECTORY, "../lib"}) {
+        const auto path = (programs / directory / file).lexically_normal();
+        if (!programs.empty() && std::filesystem::exists(path, error)) {
+            return path.string();
+        }
+    }
+    return file;
 }
 
 }  // namespace NS_REFERENCE_HOST

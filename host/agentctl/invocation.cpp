@@ -11,6 +11,7 @@
 #include "agentctl/helptext.h"
 #include "agentctl/views.h"
 #include "control/protocol.h"
+#include "version/buildversion.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -78,7 +79,8 @@ class CommandLine {
 CommandLine::CommandLine() : parser_(kHelpDescription, "qv_agentctl") {
     parser_.footer(kHelpFooter);
     parser_.set_help_flag("-h,--help", "Print this and exit");
-    parser_.set_version_flag("--version", "qv_agentctl " QV_VERSION, "Print the version and exit");
+    parser_.set_version_flag("--version", std::string("qv_agentctl ") + NS_VERSION::kBuildVersion,
+                             "Print the version and exit");
     parser_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     parser_.require_subcommand(0, 1);  // that there is none is said further down, in better words
     parser_.fallthrough();

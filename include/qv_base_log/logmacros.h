@@ -21,14 +21,17 @@ namespace NS_LOG_SERVICE1 {
 
 // The place of a call in the source. The file is named without its directories.
 struct LogCallSite {
+    // Copies the name of the file without its directories, and the function's.
     LogCallSite(const char* path, const char* functionName)
         : file(FileName(path)), function(functionName) {}
 
+    // Returns the part of `path` behind its last slash.
     static const char* FileName(const char* path) {
         const char* separator = std::strrchr(path, '/');
         return separator == nullptr ? path : separator + 1;
     }
 
+    // As a record shows them.
     const std::string file;
     const std::string function;
 };

@@ -18,17 +18,17 @@ static const unsigned int LOG_MAINTENANCE_VERSION = 2;
 
 // One logger and its four switches.
 struct LoggerStatus {
-    std::string first;
-    std::string second;
-    std::string category;
-    bool levels[4];
+    std::string first;     // what GetLogger was called with
+    std::string second;    // the same
+    std::string category;  // the same
+    bool levels[4];        // its switches of the levels 0 to 3
 };
 
 // What one category's channel has done since it was created. The numbers are read while others log,
 // so they may differ by a few records. Records of a file that was emptied because it was full
 // within the second in which it was made count as written.
 struct ChannelStatus {
-    std::string category;
+    std::string category;        // the third string of its loggers
     std::string currentFile;     // empty while no file is open
     uint64_t recordsWritten;     // each in a frame of its own, or as the trigger of a dump
     uint64_t recordsDumped;      // kept back first, then written inside a dump
@@ -46,7 +46,7 @@ struct ChannelStatus {
 // One module switch that was set.
 struct ModuleStatus {
     unsigned int module;  // the number that was given to SetModuleSwitch
-    bool on;
+    bool on;              // its switch
 };
 
 // What a channel does when a file cannot take its records, or has the name of the next one already.
@@ -64,7 +64,7 @@ enum LogFilePolicy {
 // received = written + dumped + evicted + dropped + overwritten + queued + cached.
 // The numbers are read while others log, so they may differ by a few records then.
 struct ChannelBooks {
-    std::string category;
+    std::string category;      // the third string of its loggers
     std::string currentFile;   // empty while no file is open
     bool currentFileInPlace;   // the name stands for the open file; true while no file is open
     bool failing;              // the last attempt to open or to write a file failed
@@ -90,7 +90,7 @@ struct ChannelBooks {
 
 // The switches of the whole service.
 struct LogSwitches {
-    bool levels[4];
+    bool levels[4];         // the global switches of the levels 0 to 3
     bool asnTrace;          // "bEnableAsnLog"
     bool outputParameters;  // "bLogOutputPara"
 };

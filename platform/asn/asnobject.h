@@ -12,6 +12,7 @@ QV_PLATFORM_API extern unsigned short indentG;
 
 namespace NS_ASN1 {
 
+// A message that can print itself.
 class AsnObject {
   public:
     virtual ~AsnObject() = default;

@@ -27,6 +27,7 @@ class QV_PLATFORM_API BundleMgr {
     // Returns the bundle manager of this process; never null.
     static BundleMgr* Instance();
 
+    // The platform's own.
     virtual void Reserved2() = 0;
     virtual void Reserved3() = 0;
     virtual void Reserved4() = 0;

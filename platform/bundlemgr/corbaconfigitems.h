@@ -10,8 +10,8 @@ namespace NS_BUNDLEMGR1 {
 
 // One item of the configuration.
 struct NameValueStru {
-    std::string name;
-    std::string value;
+    std::string name;   // without blanks around it
+    std::string value;  // without blanks around it
 };
 
 // Finds the value of `key` in `items`. The last one of several items with that name counts. Returns

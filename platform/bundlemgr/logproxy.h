@@ -18,6 +18,7 @@ class LogProxy {
   public:
     virtual ~LogProxy() = default;
 
+    // The platform's own.
     virtual void Reserved2() = 0;
     virtual void Reserved3() = 0;
 
@@ -26,6 +27,7 @@ class LogProxy {
     virtual void Print(int level, const char* format, ...)
         __attribute__((format(printf, 3, 4))) = 0;
 
+    // The platform's own.
     virtual void Reserved5() = 0;
     virtual int Reserved6() = 0;
     virtual int Reserved7() = 0;

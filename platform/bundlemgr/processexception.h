@@ -13,6 +13,7 @@ namespace NS_BUNDLEMGR1 {
 // description.
 class QV_PLATFORM_API ProcessException : public std::exception {
   public:
+    // Copies the texts.
     ProcessException(uint32_t code, const std::string& file, const std::string& function,
                      const std::string& description);
     ~ProcessException() noexcept override;
@@ -20,6 +21,7 @@ class QV_PLATFORM_API ProcessException : public std::exception {
     // The description.
     const char* what() const noexcept override;
 
+    // What the constructor was given. The references live as long as the exception.
     uint32_t GetCode() const { return code_; }
     const std::string& GetFile() const { return file_; }
     const std::string& GetFunction() const { return function_; }

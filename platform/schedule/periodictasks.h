@@ -10,6 +10,8 @@ namespace NS_SCHEDULE_SERVICE1 {
 class ScheduledTask {
   public:
     virtual ~ScheduledTask() = default;
+
+    // The task's work, once.
     virtual void Run() = 0;
 };
 

@@ -13,6 +13,7 @@ namespace NS_SCHEDULE_SERVICE1 {
 // Thread safety: any thread may call DeleteTask.
 class ScheduleSvcInterface : public NS_BUNDLEMGR1::ServiceInterface {
   public:
+    // The platform's own.
     virtual int Reserved4() = 0;
     virtual int Reserved5() = 0;
 

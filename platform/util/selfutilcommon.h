@@ -10,6 +10,7 @@
 
 namespace NS_UTIL {
 
+// Reading the environment.
 class QV_PLATFORM_API SelfUtilCommon {
   public:
     // Returns the value of the environment variable `name`; empty when it is not set.

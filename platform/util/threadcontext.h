@@ -14,6 +14,7 @@ namespace NS_UTIL {
 // Thread safety: any number of threads may call const operations of one object.
 class QV_PLATFORM_API ThreadContextInfo {
   public:
+    // The empty context, the context of one operation, and copies.
     ThreadContextInfo() noexcept;
     ThreadContextInfo(int threadId, const std::string& interfaceName, const std::string& userInfo,
                       const std::string& operUUID);
@@ -59,6 +60,7 @@ class QV_PLATFORM_API ThreadContextMgr {
 // Scopes nest. REQUIRES: it is constructed and destroyed on the same thread.
 class QV_PLATFORM_API ThreadContextScope {
   public:
+    // Copies the context.
     explicit ThreadContextScope(const ThreadContextInfo& context) noexcept;
     ~ThreadContextScope();
 

@@ -8,6 +8,7 @@
 #include "command/helptext.h"
 #include "command/options.h"
 #include "query/timeexpression.h"
+#include "version/buildversion.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -52,7 +53,8 @@ class CommandLine {
 CommandLine::CommandLine() : parser_(kHelpDescription, "qvlog") {
     parser_.footer(kHelpFooter);
     parser_.set_help_flag("-h,--help", "Print this and exit");
-    parser_.set_version_flag("--version", "qvlog " QV_VERSION, "Print the version and exit");
+    parser_.set_version_flag("--version", std::string("qvlog ") + NS_VERSION::kBuildVersion,
+                             "Print the version and exit");
     parser_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     parser_.require_subcommand(0, 1);
     AddPaths(parser_);

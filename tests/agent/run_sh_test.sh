@@ -4,10 +4,15 @@
 set -euo pipefail
 
 root=$1
+program=$root/run.sh
 work=$(mktemp -d)
 written=()
+sleeper=
 
 clean_up() {
+    if [[ -n $sleeper ]]; then
+        kill "$sleeper"
+    fi
     rm -rf "$work"
     if ((${#written[@]} > 0)); then
         rm -f "${written[@]}"
@@ -26,7 +31,7 @@ run() {
     local expected=$1
     shift
     local code=0
-    (cd "$work" && "$root/run.sh" "$@" >output 2>errors) || code=$?
+    (cd "$work" && "$program" "$@" >output 2>errors) || code=$?
     [[ $code == "$expected" ]] ||
         { cat "$work/errors" >&2; fail "run.sh $* ended with $code, not $expected"; }
     mapfile -t files < <(grep '^/.*\.log$' "$work/output" || true)
@@ -38,9 +43,12 @@ grep -q -- --keep-running "$work/output" || fail "the help does not say how to k
 grep -q "$root/var/conf/corba_agent.cfg" "$work/output" || fail "the help names no configuration"
 
 printf 'first\nl\0st' >"$work/input"
+# The second time by a link, which lies elsewhere.
 for round in 1 2; do
+    ((round == 1)) || { ln -s "$root/run.sh" "$work/link" && program=$work/link; }
     run 0 --category corbasys --level 2 <"$work/input"
     [[ ${#files[@]} == 7 ]] || fail "round $round: ${#files[@]} files are named"
+    grep -q '^Building' "$work/errors" || fail "round $round: it does not say that it builds"
     file=$(printf '%s\n' "${files[@]}" | grep '/unbi_corbasys_2')
     grep -q '^ Detail: first$' "$file" || fail "round $round: the first line is missing"
     grep -q $'^ Detail: l\xe2\x90\x80st$' "$file" || fail "round $round: the last line is missing"
@@ -58,5 +66,18 @@ grep -q '^What the log tells of the operation ' "$work/output" || fail "it tells
 
 run 2 --no-such-option </dev/null
 grep -q -- --no-such-option "$work/errors" || fail "the unknown option is not named"
+
+# A tree with the log of another build, which cannot be written: not even root writes a program that
+# runs.
+mkdir -p "$work/tree/scripts" "$work/tree/build"
+cp "$root/run.sh" "$work/tree/"
+cp "$root/scripts/setup.sh" "$work/tree/scripts/"
+cp "$(command -v sleep)" "$work/tree/build/run.log"
+"$work/tree/build/run.log" 3600 &
+sleeper=$!
+program=$work/tree/run.sh
+run 1 </dev/null
+grep -q "run.log cannot be written" "$work/errors" || fail "it does not say what it cannot write"
+! grep -qa ELF "$work/errors" || fail "it shows the log of another build"
 
 echo "run.sh: all as expected"

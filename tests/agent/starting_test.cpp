@@ -43,7 +43,8 @@ TEST_F(AgentStarting, HelpNamesOptionsAndExitCodesAndVersionIsOneLine) {
                                  "--summary", "--threads N", "Exit codes:", "corba_agent.cfg"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agent [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output,
+                MatchesRegex("qv_agent [0-9.]+ \\(commit [0-9a-z-]+, [^()]+\\)\n"));
 }
 
 TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <regex>
 #include <thread>
 
 #include "agentctl/socketclient.h"
@@ -69,7 +70,28 @@ TEST_F(ControlProgram, HelpNamesCommandsAndExitCodesAndVersionIsOneLine) {
           "Exit codes:"}) {
         EXPECT_THAT(result.output, HasSubstr(expected));
     }
-    EXPECT_THAT(Run({"--version"}).output, MatchesRegex("qv_agentctl [0-9.]+\n"));
+    EXPECT_THAT(Run({"--version"}).output,
+                MatchesRegex("qv_agentctl [0-9.]+ \\(commit [0-9a-z-]+, [^()]+\\)\n"));
+}
+
+TEST_F(ControlProgram, ManualPageHasEachOptionAndEachCommandOfTheHelp) {
+    const std::string page = std::regex_replace(ReadFile(QV_MANUAL), std::regex("\\\\"), "");
+    const std::string help = Run({"--help"}).output;
+    const std::regex option("^  (?:-[a-z],)?(--[a-z-]+)",
+                            std::regex::ECMAScript | std::regex::multiline);
+    const std::regex command("^  ([a-z]+) ?[^\n]*$",
+                             std::regex::ECMAScript | std::regex::multiline);
+    const size_t begin = help.find("\nCommands:\n");
+    const std::string commands = help.substr(begin, help.find("\n\n", begin) - begin);
+    int found = 0;
+    for (const auto& [text, pattern] : {std::pair(help, option), std::pair(commands, command)}) {
+        for (std::sregex_iterator at(text.begin(), text.end(), pattern), end; at != end; ++at) {
+            const std::regex entry("\n\\.TP\n\\.[^\n]* " + at->str(1) + "\\b");
+            EXPECT_TRUE(std::regex_search(page, entry)) << at->str(1);
+            ++found;
+        }
+    }
+    EXPECT_GE(found, 15);
 }
 
 std::vector<std::string> WrongCommandLines() {

@@ -22,6 +22,10 @@ run() {
     [[ $code == "$expected" ]] || fail "$* ended with $code, not $expected"
 }
 
+run 0 "$bin/qv_northbound_client" --version
+grep -Eqx 'qv_northbound_client [0-9.]+ \(commit [0-9a-z-]+, [^()]+\)' "$work/output" ||
+    fail "the client tells no version"
+
 run 0 "$example/demo.sh" "$bin" "$work/share" --clients 2 --calls 60 --failures 30
 grep -q '^calls: 126$' "$work/output" || fail "the calls are not told"
 operation=$(sed -n 's/^a failed operation: \([^ ]*\) .*/\1/p' "$work/output")

@@ -1,15 +1,18 @@
 // Options, manual page, completions and guide tell the same.
 #include <gmock/gmock.h>
 
+#include <regex>
 #include <set>
 #include <sstream>
 
+#include "output/field.h"
 #include "query/pattern.h"
 #include "reader/programfixture.h"
 
 namespace {
 
 using namespace NS_TEST;
+using testing::AnyOf;
 using testing::HasSubstr;
 
 const std::vector<std::string> kCommands = {"verify", "stats", "report", "prune", "export"};
@@ -69,6 +72,48 @@ TEST_F(Documents, ManualAndCompletionsKnowEveryOption) {
             EXPECT_THAT(fish, HasSubstr("-a " + command + " "));
         }
     }
+}
+
+TEST_F(Documents, ProgramSaysItsVersionItsCommitAndItsBuildKind) {
+    EXPECT_THAT(Run({"--version"}).output,
+                testing::MatchesRegex("qvlog [0-9.]+ \\(commit [0-9a-z-]+, [^()]+\\)\n"));
+}
+
+TEST_F(Documents, FormatPageNamesEachFieldAndCategory) {
+    const std::string page = Source("qvlog.5");
+    for (const NS_LOG_READER::Field& field : NS_LOG_READER::AllFields()) {
+        const std::string name = field.name;
+        EXPECT_THAT(page, AnyOf(HasSubstr("\n" + name + ": "), HasSubstr("\n.B " + name + "\n")));
+    }
+    for (const std::string category : {"debug", "corbadebug", "corbanotify", "corba_alarm",
+                                       "corbasys", "corbaoper", "corba_internal_oper"}) {
+        EXPECT_THAT(page, AnyOf(HasSubstr("\n.B " + category + "\n"),
+                                HasSubstr("\n.BR " + category + " ")));
+    }
+}
+
+// The page's examples are read as what the page says that they are.
+TEST_F(Documents, FormatPageShowsWhatTheReaderReads) {
+    std::istringstream page(Source("qvlog.5"));
+    std::string contents = CreatedText(1);
+    bool isExample = false;
+    for (std::string line; std::getline(page, line);) {
+        if (line == ".nf") {
+            isExample = true;
+        } else if (line == ".fi") {
+            isExample = false;
+        } else if (isExample && line.find("\\f") == std::string::npos) {
+            contents += std::regex_replace(line, std::regex("\\\\-"), "-") + "\n";
+        }
+    }
+    WriteFile(Path(LogName("oper", 1)), contents + ClosedText());
+    const ProgramResult result = Run({"--fields", "kind,number,dump,operation,detail", Path()});
+    EXPECT_EQ(result.output,
+              "record 17 - 5f0c 12 network elements\n"
+              "short - - - link is up\n"
+              "dump 18 - 5f0c the query failed\n"
+              "dumped - 18 5f0c sent 214 bytes\n");
+    EXPECT_EQ(result.errors, "");
 }
 
 TEST_F(Documents, CompletionsOfferWhatFits) {

@@ -7,6 +7,7 @@
 #include "client/load.h"
 #include "client/options.h"
 #include "client/receiver.h"
+#include "version/buildversion.h"
 
 namespace {
 
@@ -121,6 +122,10 @@ int Refuse(const char* operation, const char* reason) {
 int main(int argc, char* argv[]) {
     if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
         std::fputs(kClientHelp, stdout);
+        return Done;
+    }
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::printf("qv_northbound_client %s\n", NS_VERSION::kBuildVersion);
         return Done;
     }
     ClientOptions options;

@@ -37,6 +37,7 @@ const char kClientHelp[] =
     "  --reference FILE    where the agent is ($_APP_SHARE_DIR/northbound.ior)\n"
     "  --user NAME         operator1 to operator99 (operator1)\n"
     "  --password TEXT     (the account's)\n"
+    "  --version           as the only word: version, commit and build kind\n"
     "\n"
     "Exit codes: 0 done, 1 the agent refused, 2 the command line is wrong, 3 the agent cannot be\n"
     "reached\n";

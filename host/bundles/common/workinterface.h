@@ -5,7 +5,7 @@
 #include <string>
 
 #include "common/eventdescriptor.h"
-#include "workingbundle.h"
+#include "qv_host/workingbundle.h"
 
 namespace NS_REFERENCE_HOST {
 

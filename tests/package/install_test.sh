@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Installs the parts of the build one after the other, as packages do, moves the installation, and uses
+# it: the agent without what only bundle authors need, and then the guide for bundle authors.
+#     install_test.sh BUILD SOURCE WORK LIBRARY_DIRECTORY
+set -euo pipefail
+
+build=$1
+source=$2
+work=$3
+libraries=$4
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+rm -rf "$work"
+mkdir -p "$work/share/conf"
+export HOME=$work
+
+for component in library agent; do
+    cmake --install "$build" --component "$component" --prefix "$work/elsewhere" >/dev/null
+done
+mv "$work/elsewhere" "$work/qv"
+
+# Links without a version serve linking only. The bundle directory is no place to link from.
+links=$(find "$work/qv/$libraries" -maxdepth 1 -name '*.so')
+[[ -z $links ]] || fail "these belong to bundle authors: $links"
+cp "$source/host/agent/corba_agent.cfg" "$work/share/conf/"
+echo "a line" | "$work/qv/bin/qv_agent" --share "$work/share" 2>"$work/errors" ||
+    { cat "$work/errors" >&2 && fail "the agent does not run"; }
+details=$("$work/qv/bin/qvlog" --fields detail "$work/share/log")
+[[ $details == "a line" ]] || fail "the agent has logged '$details'"
+"$work/qv/bin/qv_agentctl" --version >/dev/null || fail "qv_agentctl does not run"
+
+cmake --install "$build" --component dev --prefix "$work/qv" >/dev/null
+"$source/tests/package/guide.sh" "$source/docs/bundles.md" "$work" own
+cmp "$work/greeting/greeting.cpp" "$source/examples/greeting.cpp" ||
+    fail "the guide shows another bundle than examples/greeting.cpp"
