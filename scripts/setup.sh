@@ -45,12 +45,13 @@ qv_test_packages=(
     zsh
 )
 
-# The loggers that bench.sh measures the service beside.
+# The loggers that bench.sh measures the service beside, and what bench/reader.sh measures with.
 qv_bench_packages=(
     libspdlog-dev
     libgoogle-glog-dev
     liblog4cplus-dev
     libboost-log-dev
+    time
 )
 
 # The presets name no generator of their own; a build directory keeps the one it was made with.
