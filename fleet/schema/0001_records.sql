@@ -15,8 +15,9 @@ CREATE TABLE qv.file (
     category text NOT NULL,
     process bigint NOT NULL,
     stored bigint NOT NULL DEFAULT 0, -- everything in front of this offset is in qv.record
-    size bigint NOT NULL DEFAULT 0,   -- of the file on its host, as it was seen last
-    closed boolean NOT NULL DEFAULT false,  -- its last line is stored and says that it is done
+    size bigint NOT NULL DEFAULT 0,   -- of the file, as far as it is known
+    closed boolean NOT NULL DEFAULT false,    -- its last line is stored and says that it is done
+    complete boolean NOT NULL DEFAULT false,  -- all is stored, and nobody writes it any more
     gone timestamptz,                 -- when its host had no such file any more
     lost bigint NOT NULL DEFAULT 0,   -- bytes that were gone before they were sent
     again timestamptz,                -- set this to have all of the file sent again

@@ -18,12 +18,13 @@ StoredFile ReadFile(const Rows& rows, int row) {
     file.first = rows.Bytes(row, 2);
     file.stored = static_cast<uint64_t>(rows.Number(row, 3));
     file.size = static_cast<uint64_t>(rows.Number(row, 4));
-    file.isClosed = rows.Flag(row, 5);
+    file.isComplete = rows.Flag(row, 5);
     file.isWantedAgain = rows.Flag(row, 6);
     return file;
 }
 
-constexpr const char* kFileColumns = "id, name, identity, stored, size, closed, again IS NOT NULL";
+constexpr const char* kFileColumns =
+    "id, name, identity, stored, size, complete, again IS NOT NULL";
 
 }  // namespace
 
@@ -39,9 +40,10 @@ StoredFile RecordStore::FindFile(const FileIdentity& file) {
                                                parts ? parts->category : "",
                                                std::to_string(parts ? parts->process : 0)};
     const Rows rows = connection_.Run(
-        std::string("INSERT INTO qv.file AS f (host, name, identity, category, process)"
-                    " VALUES ($1, $2, $3, $4, $5)"
-                    " ON CONFLICT (host, name, identity) DO UPDATE SET gone = NULL RETURNING ") +
+        std::string(
+            "INSERT INTO qv.file AS f (host, name, identity, category, process)"
+            " VALUES ($1, $2, $3, $4, $5)"
+            " ON CONFLICT (host, name, identity) DO UPDATE SET gone = NULL, lost = 0 RETURNING ") +
             kFileColumns,
         parameters);
     return ReadFile(rows, 0);
@@ -155,9 +157,8 @@ void RecordStore::NoteGone(int64_t file, uint64_t lost) {
                     {std::to_string(file), std::to_string(lost)});
 }
 
-void RecordStore::NoteSize(int64_t file, uint64_t size) {
-    connection_.Run("UPDATE qv.file SET size = greatest(stored, $2) WHERE id = $1",
-                    {std::to_string(file), std::to_string(size)});
+void RecordStore::NoteComplete(int64_t file) {
+    connection_.Run("UPDATE qv.file SET complete = true WHERE id = $1", {std::to_string(file)});
 }
 
 void RecordStore::NoteSentAgain(int64_t file) {

@@ -20,7 +20,7 @@ struct StoredFile {
     std::string first;
     uint64_t stored = 0;  // everything in front of it is stored
     uint64_t size = 0;
-    bool isClosed = false;
+    bool isComplete = false;
     bool isWantedAgain = false;
 };
 
@@ -59,8 +59,8 @@ class RecordStore {
     // The file has gone from its host. `lost`: how many of its bytes nobody has sent.
     void NoteGone(int64_t file, uint64_t lost);
 
-    // How large the file is on its host.
-    void NoteSize(int64_t file, uint64_t size);
+    // All of the file is stored, and nobody writes it any more.
+    void NoteComplete(int64_t file);
 
     // The order to send a file again is carried out.
     void NoteSentAgain(int64_t file);
