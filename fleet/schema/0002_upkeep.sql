@@ -35,6 +35,15 @@ BEGIN
     RETURN dropped;
 END $$;
 
+-- The hosts at a glance.
+CREATE VIEW qv.fleet AS
+SELECT h.host, h.seen, h.backlog, h.problem, count(f.id) AS files, max(f.changed) AS last_stored,
+       coalesce(sum(f.stored), 0)::bigint AS stored, coalesce(sum(f.lost), 0)::bigint AS lost,
+       (SELECT count(*) FROM qv.range r JOIN qv.file g ON g.id = r.file WHERE g.host = h.host)
+           AS gaps
+FROM qv.host h LEFT JOIN qv.file f ON f.host = h.host
+GROUP BY h.host;
+
 -- Storing needs qv_store, asking qv_ask. Give them to the users that shippers, collectors and people
 -- log in with.
 DO $$
