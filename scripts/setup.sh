@@ -23,6 +23,18 @@ qv_northbound_packages=(
     omniidl
 )
 
+# What the fleet is built with. Without them, qvlog is built without its commands.
+qv_fleet_packages=(
+    libpq-dev
+    libnats-dev
+)
+
+# What runs a fleet.
+qv_fleet_servers=(
+    nats-server
+    postgresql
+)
+
 # What the tests, the benchmarks and the checks need beside that.
 qv_test_packages=(
     ccache

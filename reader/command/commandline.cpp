@@ -5,6 +5,7 @@
 #include <iostream>
 #include <limits>
 
+#include "command/addedcommands.h"
 #include "command/helptext.h"
 #include "command/options.h"
 #include "query/timeexpression.h"
@@ -182,6 +183,18 @@ void CommandLine::AddCommands() {
         ->type_name("KIND")
         ->required();
     sqlite->add_option("FILE", options_.target, "The database to write");
+
+    for (const AddCommandsFunction addCommands : AddedLibraries()) {
+        addCommands([this](const char* name, const char* description,
+                           std::function<int(const Options&)> run) {
+            CLI::App* const app = AddCommand(name, description, Command::Added);
+            app->parse_complete_callback([this, run = std::move(run)] {
+                options_.command = Command::Added;
+                options_.run = run;
+            });
+            return app;
+        });
+    }
 }
 
 void CommandLine::CompletePaths() {
@@ -190,6 +203,9 @@ void CommandLine::CompletePaths() {
     }
     const char* const share = std::getenv("_APP_SHARE_DIR");
     if (share == nullptr || *share == '\0') {
+        if (options_.command == Command::Added) {
+            return;
+        }
         throw BadRequest("no log files: give a PATH, or set _APP_SHARE_DIR (--help tells more)");
     }
     options_.paths.push_back(std::string(share) + "/log");

@@ -135,6 +135,21 @@ bool ParseRecord(const Piece& piece, Record& record) {
            (piece.bytes.front() == '<' ? ParseFrame(piece, record) : ParseShort(piece, record));
 }
 
+bool ParseDumped(std::string_view bytes, Record& record) {
+    const LogFileName* const origin = record.origin;
+    record = Record();
+    record.origin = origin;
+    const size_t detail = ParseHeader(bytes, kDumpedDetailLabel, record);
+    if (detail == 0) {
+        return false;
+    }
+    record.kind = RecordKind::Dumped;
+    record.bytes = bytes;
+    record.text = WithoutNewline(bytes);
+    record.detail = record.text.size() < detail ? std::string_view() : record.text.substr(detail);
+    return true;
+}
+
 DumpedRecords::DumpedRecords(const Piece& piece, const Record& dump)
     : number_(dump.number), origin_(dump.origin) {
     if (dump.kind != RecordKind::Dump) {
