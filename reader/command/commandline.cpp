@@ -36,6 +36,7 @@ class CommandLine {
     std::optional<Options> Read(int argc, char* argv[]);
 
   private:
+    void AddStore(CLI::App& app);
     void AddSelection(CLI::App& app);
     void AddFields(CLI::App& app);
     void AddPaths(CLI::App& app);
@@ -70,7 +71,18 @@ void CommandLine::AddPaths(CLI::App& app) {
         ->type_name("");
 }
 
+void CommandLine::AddStore(CLI::App& app) {
+    app.add_option("--store", options_.store, "Ask the store instead of files: postgresql://...")
+        ->type_name("URL");
+    app.add_option("--host", options_.selection.hosts,
+                   "In a store: the hosts; * stands for anything")
+        ->type_name("NAME")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
 void CommandLine::AddSelection(CLI::App& app) {
+    AddStore(app);
     const auto all = CLI::MultiOptionPolicy::TakeAll;
     Selection& selection = options_.selection;
     app.add_option("-S,--since", words_.since, "Records of this time and later")->type_name("TIME");
@@ -152,6 +164,9 @@ CLI::App* CommandLine::AddCommand(const char* name, const char* description, Com
 void CommandLine::AddCommands() {
     CLI::App* const verify = AddCommand("verify", "Check that nothing is missing", Command::Verify);
     verify->add_flag("--json", options_.json, "Print one object a series");
+    AddStore(*verify);
+    verify->add_flag("--send-again", options_.sendsAgain,
+                     "In a store: have files with gaps sent again");
 
     CLI::App* const stats = AddCommand("stats", "Count records", Command::Stats);
     AddSelection(*stats);
@@ -198,6 +213,15 @@ void CommandLine::AddCommands() {
 }
 
 void CommandLine::CompletePaths() {
+    if (!options_.store.empty()) {
+        if (!options_.paths.empty()) {
+            throw BadRequest("--store: a PATH is not asked for then");
+        }
+        return;
+    }
+    if (!options_.selection.hosts.empty() || options_.sendsAgain) {
+        throw BadRequest("--host and --send-again need --store");
+    }
     if (!options_.paths.empty()) {
         return;
     }

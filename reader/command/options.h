@@ -17,7 +17,8 @@ enum class Command { Show, Verify, Stats, Report, Prune, Export, Added };
 // A value; what the command line does not say is as initialised here.
 struct Options {
     Command command = Command::Show;
-    std::vector<std::string> paths;  // never empty, but for added commands
+    std::vector<std::string> paths;  // never empty, but for added commands and a store
+    std::string store;               // the address of a store; empty: the files of `paths`
     Selection selection;
 
     // Show
@@ -36,6 +37,7 @@ struct Options {
 
     // Stats and verify
     bool json = false;
+    bool sendsAgain = false;
     size_t top = 10;
 
     // Report and export

@@ -73,13 +73,7 @@ class Show {
           session_(options),
           matcher_(std::make_unique<Matcher>(options.selection)),
           output_(STDOUT_FILENO) {
-        FormatOptions format;
-        format.isColoured = WantsColour(options.colour.c_str());
-        format.pattern = options.selection.invert ? nullptr : matcher_->GetPattern();
-        if (!options.fields.empty()) {
-            format.fields = ParseFields(options.fields);
-        }
-        format_ = MakeFormat(options.output, format);
+        format_ = MakeFormatOf(options, matcher_->GetPattern());
     }
 
     ExitCode Run() {
