@@ -6,6 +6,7 @@ namespace {
 void AddFleetCommands(const NS_LOG_READER::CommandAdder& add) {
     AddShip(add);
     AddCollect(add);
+    AddView(add);
 }
 
 const bool kIsAdded = NS_LOG_READER::AddLibrary(&AddFleetCommands);

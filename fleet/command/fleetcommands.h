@@ -7,5 +7,6 @@ namespace NS_LOG_FLEET {
 
 void AddShip(const NS_LOG_READER::CommandAdder& add);
 void AddCollect(const NS_LOG_READER::CommandAdder& add);
+void AddView(const NS_LOG_READER::CommandAdder& add);
 
 }  // namespace NS_LOG_FLEET

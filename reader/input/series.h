@@ -24,7 +24,7 @@ struct Series {
     std::string category;
     int64_t process = 0;
     std::vector<LogFile> files;
-    std::string host;  // empty: this one
+    std::string host = {};  // empty: this one
 };
 
 // What the name of a log file tells: unbi_<category>_<yyyymmdd>_<hhmmss>_<process>.log, with .gz or

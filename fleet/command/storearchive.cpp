@@ -1,4 +1,4 @@
-#include "ask/storearchive.h"
+#include "command/storearchive.h"
 
 #include <poll.h>
 #include <unistd.h>
