@@ -8,9 +8,11 @@
 #include <memory>
 
 #include "command/fleetcommands.h"
+#include "command/streamwords.h"
 #include "query/pattern.h"
 #include "ship/shipper.h"
 #include "ship/storetarget.h"
+#include "stream/streamtarget.h"
 
 namespace NS_LOG_FLEET {
 namespace {
@@ -20,6 +22,8 @@ using NS_LOG_READER::BadRequest;
 struct ShipWords {
     ShipSettings settings;
     std::string target;
+    StreamAddress stream;
+    uint32_t shards = 1;
 };
 
 std::string HostName() {
@@ -36,7 +40,15 @@ Shipper::MakeTarget ChooseTarget(const ShipWords& words) {
     if (BeginsWith(url, "postgresql://") || BeginsWith(url, "postgres://")) {
         return [url] { return std::make_unique<StoreTarget>(url); };
     }
-    throw BadRequest("--to takes postgresql://..., not '" + url + "'");
+    if (BeginsWith(url, "nats://") || BeginsWith(url, "tls://")) {
+        StreamAddress stream = words.stream;
+        stream.servers = url;
+        stream.inbox = "_INBOX." + SubjectWord(words.settings.host);
+        return [stream, host = words.settings.host, shards = words.shards] {
+            return StreamTarget::Make(stream, host, shards);
+        };
+    }
+    throw BadRequest("--to takes postgresql://... or nats://..., not '" + url + "'");
 }
 
 Shipper* runningShipper = nullptr;
@@ -89,6 +101,7 @@ void AddShip(const NS_LOG_READER::CommandAdder& add) {
         ->type_name("SIZE")
         ->transform(CLI::AsSizeValue(false));
     app->add_flag("--once", settings.once, "End when all that is there has arrived");
+    AddStreamOptions(*app, words->stream, words->shards);
     app->add_flag("--again", settings.again, "Send all from the beginning");
 }
 

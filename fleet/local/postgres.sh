@@ -36,7 +36,7 @@ qv_make_postgres() {
     qv_as_postgres test -w "$directory" ||
         { echo "$directory cannot be reached by the user postgres" >&2 && return 1; }
     qv_as_postgres "$(qv_postgres_program initdb)" --pgdata "$directory/data" --username qv \
-        --pwfile "$directory/password" --auth scram-sha-256 --encoding UTF8 --locale C.UTF-8 \
+        --pwfile "$directory/password" --auth scram-sha-256 --encoding UTF8 --locale C.UTF-8 --no-sync \
         >"$directory/initdb.log" 2>&1 || { cat "$directory/initdb.log" >&2 && return 1; }
     cat >>"$directory/data/postgresql.conf" <<END
 listen_addresses = '127.0.0.1'
@@ -54,11 +54,15 @@ END
 
 # qv_start_postgres DIRECTORY: returns when it answers. Also after a kill.
 qv_start_postgres() {
-    local directory=$1
-    # What a killed server leaves behind keeps the next one from starting for a while.
-    qv_as_postgres "$(qv_postgres_program pg_ctl)" start --wait --timeout 60 --silent \
+    local directory=$1 tries=50
+    # The processes of a server that was killed go on for a moment, and keep the next one from
+    # starting.
+    until qv_as_postgres "$(qv_postgres_program pg_ctl)" start --wait --timeout 60 --silent \
         --pgdata "$directory/data" --log "$directory/log" --options "-p $(<"$directory/port")" \
-        </dev/null >/dev/null
+        </dev/null >/dev/null 2>&1; do
+        ((--tries > 0)) || { tail "$directory/log" >&2 && return 1; }
+        sleep 0.2
+    done
 }
 
 qv_stop_postgres() {

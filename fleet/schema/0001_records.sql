@@ -17,7 +17,7 @@ CREATE TABLE qv.file (
     stored bigint NOT NULL DEFAULT 0, -- everything in front of this offset is in qv.record
     size bigint NOT NULL DEFAULT 0,   -- of the file, as far as it is known
     closed boolean NOT NULL DEFAULT false,    -- its last line is stored and says that it is done
-    complete boolean NOT NULL DEFAULT false,  -- all is stored, and nobody writes it any more
+    complete boolean NOT NULL DEFAULT false,  -- nobody writes it any more, `size` is its size
     gone timestamptz,                 -- when its host had no such file any more
     lost bigint NOT NULL DEFAULT 0,   -- bytes that were gone before they were sent
     again timestamptz,                -- set this to have all of the file sent again
@@ -33,6 +33,15 @@ CREATE TABLE qv.range (
     first bigint NOT NULL,
     behind bigint NOT NULL,
     PRIMARY KEY (file, first, behind)
+);
+
+-- Parts of pieces that are larger than a message, until all of the piece is there.
+CREATE TABLE qv.chunk (
+    file bigint NOT NULL REFERENCES qv.file ON DELETE CASCADE,
+    piece bigint NOT NULL,        -- where the piece begins in the file
+    byte_offset bigint NOT NULL,  -- where the chunk does
+    bytes bytea NOT NULL,
+    PRIMARY KEY (file, piece, byte_offset)
 );
 
 -- One row for each piece of a file, and one for each record inside a dump. The bytes of all rows of

@@ -59,7 +59,7 @@ GRANT USAGE ON SCHEMA qv TO qv_store, qv_ask;
 GRANT SELECT ON ALL TABLES IN SCHEMA qv TO qv_store, qv_ask;
 GRANT INSERT ON qv.record TO qv_store;
 GRANT INSERT, UPDATE ON qv.file, qv.host TO qv_store;
-GRANT INSERT, DELETE ON qv.range TO qv_store;
+GRANT INSERT, DELETE ON qv.range, qv.chunk TO qv_store;
 GRANT UPDATE (again) ON qv.file TO qv_ask;
 REVOKE EXECUTE ON FUNCTION qv.make_day(date), qv.index_text(date), qv.drop_days(date) FROM PUBLIC;
 GRANT EXECUTE ON FUNCTION qv.make_day(date) TO qv_store;

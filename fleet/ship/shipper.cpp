@@ -19,12 +19,15 @@ using NS_LOG_READER::ReadError;
 // What is taken of one file before the next one has its turn.
 constexpr size_t kPartSize = size_t{1} << 20;
 
+// With a limit, what goes at once is sent within a quarter of a second.
+size_t PartSize(uint64_t bytesPerSecond) {
+    return bytesPerSecond == 0 ? kPartSize : std::clamp<uint64_t>(bytesPerSecond / 4, 1, kPartSize);
+}
+
 constexpr std::chrono::seconds kScanInterval{5};
 constexpr std::chrono::seconds kStateInterval{5};
 constexpr std::chrono::milliseconds kFlushInterval{500};
 
-// After a change, more is waited for: what comes together is sent together.
-constexpr std::chrono::milliseconds kGathering{200};
 constexpr std::chrono::milliseconds kLongestWait{1000};
 
 constexpr std::chrono::milliseconds kFirstPause{200};
@@ -296,7 +299,7 @@ bool Shipper::SendFrom(File& file) {
         BeginAgain(file);
     }
     FilePart part;
-    if (!OpenAtTarget(file) || !file.file->ReadPart(kPartSize, part)) {
+    if (!OpenAtTarget(file) || !file.file->ReadPart(PartSize(settings_.bytesPerSecond), part)) {
         return false;
     }
     const size_t size = part.bytes.size();
@@ -316,7 +319,7 @@ void Shipper::LookAtIdle() {
             target_->NoteSentAgain(file.target.handle);
             file.isSentAgain = false;
         }
-        target_->NoteComplete(file.target.handle);
+        target_->NoteComplete(file.target.handle, file.file->Size());
         file.status = file.file->Status();
         file.file.reset();
     }
@@ -352,7 +355,7 @@ void Shipper::Wait() {
     DirectoryWatch::Changes changes =
         watch_.Wait(isUnsettled ? ShippedFile::kSettleTime / 2 : kLongestWait);
     if (changes.any) {
-        std::this_thread::sleep_for(kGathering);
+        std::this_thread::sleep_for(target_->Gathering());
         const DirectoryWatch::Changes more = watch_.Wait(std::chrono::milliseconds(0));
         changes.names = changes.names || more.names;
     }

@@ -55,8 +55,8 @@ void StoreTarget::Flush() {
 std::vector<KnownFile> StoreTarget::FilesOf(const std::string& host) {
     std::vector<KnownFile> files;
     for (const StoredFile& file : Translated([&] { return store_.FilesOf(host); })) {
-        files.push_back({file.id, file.name, file.first, file.stored, file.size, file.isComplete,
-                         file.isWantedAgain});
+        files.push_back({file.id, file.name, file.first, file.stored, file.size,
+                         file.isComplete && file.stored >= file.size, file.isWantedAgain});
     }
     return files;
 }
@@ -65,9 +65,9 @@ void StoreTarget::NoteGone(int64_t handle, uint64_t lost) {
     Translated([&] { store_.NoteGone(handle, lost); });
 }
 
-void StoreTarget::NoteComplete(int64_t handle) {
+void StoreTarget::NoteComplete(int64_t handle, uint64_t size) {
     if (complete_.insert(handle).second) {
-        Translated([&] { store_.NoteComplete(handle); });
+        Translated([&] { store_.NoteComplete(handle, size); });
     }
 }
 

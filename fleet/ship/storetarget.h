@@ -21,7 +21,7 @@ class StoreTarget final : public Target {
     void Flush() override;
     std::vector<KnownFile> FilesOf(const std::string& host) override;
     void NoteGone(int64_t handle, uint64_t lost) override;
-    void NoteComplete(int64_t handle) override;
+    void NoteComplete(int64_t handle, uint64_t size) override;
     void NoteSentAgain(int64_t handle) override;
     void NoteHost(const HostState& state) override;
 

@@ -1,6 +1,7 @@
 // Where a shipper sends records to.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -65,9 +66,12 @@ class Target {
     // All that the target knows of the host's files; empty for targets that cannot tell.
     virtual std::vector<KnownFile> FilesOf(const std::string& host) = 0;
 
-    // See RecordStore.
+    // After something was written, how long to wait for more.
+    virtual std::chrono::milliseconds Gathering() const { return std::chrono::milliseconds(200); }
+
+    // See RecordStore. A file that is complete is told once.
     virtual void NoteGone(int64_t handle, uint64_t lost) = 0;
-    virtual void NoteComplete(int64_t handle) = 0;
+    virtual void NoteComplete(int64_t handle, uint64_t size) = 0;
     virtual void NoteSentAgain(int64_t handle) = 0;
     virtual void NoteHost(const HostState& state) = 0;
 };

@@ -1,9 +1,15 @@
 #include "store/connection.h"
 
+#include <poll.h>
+
 #include <charconv>
+#include <chrono>
+#include <regex>
 
 namespace NS_LOG_FLEET {
 namespace {
+
+constexpr std::chrono::seconds kConnectTime{10};
 
 std::string WithoutEnd(const char* message) {
     std::string text = message == nullptr ? "" : message;
@@ -70,16 +76,38 @@ int64_t Rows::Changed() const {
 
 Connection::Connection(const std::string& target) : connection_(nullptr, &PQfinish) {
     // What stands in front of the target can be said otherwise by it; what stands behind it cannot.
-    const char* const keys[] = {"fallback_application_name", "connect_timeout",
-                                "tcp_user_timeout",          "dbname",
-                                "client_encoding",           nullptr};
-    const char* const values[] = {"qvlog", "10", "60000", target.c_str(), "UTF8", nullptr};
-    connection_.reset(PQconnectdbParams(keys, values, 1));
-    if (PQstatus(connection_.get()) != CONNECTION_OK) {
-        throw LastError();
-    }
+    const char* const keys[] = {"fallback_application_name", "tcp_user_timeout", "dbname",
+                                "client_encoding", nullptr};
+    const char* const values[] = {"qvlog", "60000", target.c_str(), "UTF8", nullptr};
+    connection_.reset(PQconnectStartParams(keys, values, 1));
+    // With it, a server that refuses says which state that is.
+    PQsetErrorVerbosity(connection_.get(), PQERRORS_VERBOSE);
+    AwaitConnection();
+    PQsetErrorVerbosity(connection_.get(), PQERRORS_DEFAULT);
     PQsetNoticeProcessor(
         connection_.get(), [](void*, const char*) {}, nullptr);
+}
+
+void Connection::AwaitConnection() const {
+    const auto end = std::chrono::steady_clock::now() + kConnectTime;
+    PostgresPollingStatusType status = PGRES_POLLING_WRITING;
+    while (status != PGRES_POLLING_OK && status != PGRES_POLLING_FAILED) {
+        pollfd waited{PQsocket(connection_.get()),
+                      static_cast<short>(status == PGRES_POLLING_READING ? POLLIN : POLLOUT), 0};
+        if (std::chrono::steady_clock::now() >= end) {
+            throw StoreError("the store does not answer", "");
+        }
+        if (waited.fd < 0 || ::poll(&waited, 1, 100) != 0) {
+            status = PQconnectPoll(connection_.get());
+        }
+    }
+    if (status == PGRES_POLLING_FAILED) {
+        const std::string text = PQerrorMessage(connection_.get());
+        std::smatch found;
+        // "FATAL:  28P01: password authentication failed", in any language.
+        const bool isRefused = std::regex_search(text, found, std::regex(":  ([0-9A-Z]{5}): (.*)"));
+        throw isRefused ? StoreError(found[2], found[1]) : StoreError(WithoutEnd(text.c_str()), "");
+    }
 }
 
 StoreError Connection::LastError(const PGresult* result) const {

@@ -81,6 +81,8 @@ class Connection {
     StoreError LastError(const PGresult* result = nullptr) const;
 
   private:
+    void AwaitConnection() const;
+
     std::unique_ptr<PGconn, decltype(&PQfinish)> connection_;
 };
 

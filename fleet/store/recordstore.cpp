@@ -101,6 +101,52 @@ uint64_t RecordStore::TryStore(const std::vector<Entry>& entries, bool isFresh) 
     return rows;
 }
 
+// The whole piece, when this chunk is the last one that was missing.
+std::optional<FilePart> RecordStore::AddChunk(const Chunk& chunk) {
+    const std::string file = std::to_string(chunk.file.id);
+    const std::string piece = std::to_string(chunk.pieceOffset);
+    Transaction transaction(connection_);
+    // Of two that bring the last chunks at once, the second sees what the first has brought.
+    connection_.Run("SELECT 1 FROM qv.file WHERE id = $1 FOR UPDATE", {file});
+    const Rows stored = connection_.Run(
+        "SELECT EXISTS (SELECT FROM qv.record WHERE file = $1 AND byte_offset = $2)",
+        {file, piece});
+    if (stored.Flag(0, 0)) {
+        connection_.Run("DELETE FROM qv.chunk WHERE file = $1 AND piece = $2", {file, piece});
+        transaction.Commit();
+        return std::nullopt;
+    }
+    connection_.Run("INSERT INTO qv.chunk VALUES ($1, $2, $3, $4) ON CONFLICT DO NOTHING",
+                    {file, piece, std::to_string(chunk.offset), ByteaText(chunk.bytes)});
+    const Rows size = connection_.Run(
+        "SELECT coalesce(sum(length(bytes)), 0) FROM qv.chunk WHERE file = $1 AND piece = $2",
+        {file, piece});
+    std::optional<FilePart> whole;
+    if (size.Number(0, 0) == chunk.piece.length) {
+        const Rows bytes = connection_.Run(
+            "SELECT string_agg(bytes, '' ORDER BY byte_offset)"
+            " FROM qv.chunk WHERE file = $1 AND piece = $2",
+            {file, piece});
+        whole.emplace();
+        whole->offset = chunk.pieceOffset;
+        whole->bytes = bytes.Bytes(0, 0);
+        whole->slices.push_back(chunk.piece);
+    }
+    transaction.Commit();
+    return whole;
+}
+
+uint64_t RecordStore::StoreChunk(const Chunk& chunk) {
+    const std::optional<FilePart> whole = AddChunk(chunk);
+    if (!whole) {
+        return 0;
+    }
+    const uint64_t rows = Store({{chunk.file, &*whole}});
+    connection_.Run("DELETE FROM qv.chunk WHERE file = $1 AND piece = $2",
+                    {std::to_string(chunk.file.id), std::to_string(chunk.pieceOffset)});
+    return rows;
+}
+
 uint64_t RecordStore::CopyRows(const std::vector<Entry>& entries, CopyStream& copy) const {
     uint64_t rows = 0;
     for (const Entry& entry : entries) {
@@ -157,8 +203,9 @@ void RecordStore::NoteGone(int64_t file, uint64_t lost) {
                     {std::to_string(file), std::to_string(lost)});
 }
 
-void RecordStore::NoteComplete(int64_t file) {
-    connection_.Run("UPDATE qv.file SET complete = true WHERE id = $1", {std::to_string(file)});
+void RecordStore::NoteComplete(int64_t file, uint64_t size) {
+    connection_.Run("UPDATE qv.file SET complete = true, size = $2 WHERE id = $1",
+                    {std::to_string(file), std::to_string(size)});
 }
 
 void RecordStore::NoteSentAgain(int64_t file) {

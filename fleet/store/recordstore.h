@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "store/connection.h"
@@ -52,15 +54,28 @@ class RecordStore {
         const FilePart* part = nullptr;
     };
 
+    // A part of one piece that is larger than a message.
+    struct Chunk {
+        RowFile file;
+        uint64_t offset = 0;
+        std::string_view bytes;
+        uint64_t pieceOffset = 0;
+        FilePart::Slice piece;
+    };
+
     // Stores the parts and moves the files' marks on, all of it or nothing. When it throws, the
     // store may have them nevertheless. Returns how many rows were new.
     uint64_t Store(const std::vector<Entry>& entries);
 
+    // Stores a part of a piece, and the piece when all of it is there. Returns how many rows were
+    // new.
+    uint64_t StoreChunk(const Chunk& chunk);
+
     // The file has gone from its host. `lost`: how many of its bytes nobody has sent.
     void NoteGone(int64_t file, uint64_t lost);
 
-    // All of the file is stored, and nobody writes it any more.
-    void NoteComplete(int64_t file);
+    // Nobody writes the file any more, and this is its size.
+    void NoteComplete(int64_t file, uint64_t size);
 
     // The order to send a file again is carried out.
     void NoteSentAgain(int64_t file);
@@ -70,6 +85,7 @@ class RecordStore {
     Connection& GetConnection() { return connection_; }
 
   private:
+    std::optional<FilePart> AddChunk(const Chunk& chunk);
     uint64_t TryStore(const std::vector<Entry>& entries, bool isFresh);
     uint64_t CopyRows(const std::vector<Entry>& entries, CopyStream& copy) const;
     uint64_t CopyAndMerge(const std::vector<Entry>& entries);
