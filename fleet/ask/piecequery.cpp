@@ -39,40 +39,77 @@ uint32_t NumberOf(std::string_view bytes) {
     return number;
 }
 
-std::string Statement(const PieceRange& range, const Conditions& conditions,
-                      const std::string& cursor) {
-    std::string text = "DECLARE " + cursor +
-                       " NO SCROLL CURSOR FOR"
-                       " SELECT p.byte_offset, p.kind, p.torn,"
-                       " CASE WHEN octet_length(p.bytes) <= 65536 THEN p.bytes END"
-                       " FROM qv.record p WHERE p.file = $1 AND p.kind <> 'dumped'"
-                       " AND p.byte_offset >= $2";
-    size_t parameters = 2;
-    if (range.until) {
-        text += " AND p.byte_offset < $3";
-        ++parameters;
+// So many pieces are asked for one by one; of more, all of the file's rows are looked through.
+constexpr int kMostSinglePieces = 1000;
+
+// The pieces of the file that hold what the conditions want, as an array's text. No value: they are
+// many. Asked for by itself, because the server's choice between the two ways would be a guess.
+std::optional<std::string> FindPieces(Connection& connection, int64_t file,
+                                      const Conditions& conditions) {
+    std::vector<Parameter> parameters = {std::to_string(file)};
+    parameters.insert(parameters.end(), conditions.Parameters().begin(),
+                      conditions.Parameters().end());
+    const Rows rows = connection.Run(
+        "SELECT DISTINCT coalesce(r.dump_offset, r.byte_offset) FROM qv.record r"
+        " WHERE r.file = $1 AND " +
+            conditions.Text(1) + " LIMIT " + std::to_string(kMostSinglePieces + 1),
+        parameters);
+    if (rows.Count() > kMostSinglePieces) {
+        return std::nullopt;
     }
-    if (!conditions.IsEmpty()) {
-        text +=
-            " AND p.byte_offset IN (SELECT coalesce(r.dump_offset, r.byte_offset)"
-            " FROM qv.record r WHERE r.file = $1 AND " +
-            conditions.Text(parameters) + ")";
+    std::string array = "{";
+    for (int row = 0; row < rows.Count(); ++row) {
+        array.append(row == 0 ? "" : ",").append(rows.Text(row, 0));
     }
-    return text + " ORDER BY p.byte_offset" + (range.newestFirst ? " DESC" : "");
+    return array + "}";
 }
+
+// The statement that a cursor is declared for.
+struct Statement {
+    Statement(Connection& connection, const PieceRange& range, const Conditions& conditions) {
+        Add(" WHERE r.file = ?", std::to_string(range.file));
+        Add(" AND r.byte_offset >= ?", std::to_string(range.from));
+        if (range.until) {
+            Add(" AND r.byte_offset < ?", std::to_string(*range.until));
+        }
+        std::optional<std::string> pieces;
+        if (conditions.IsIndexed()) {
+            pieces = FindPieces(connection, range.file, conditions);
+        }
+        if (pieces) {
+            Add(" AND r.byte_offset = ANY (?::bigint[])", *pieces);
+        } else if (!conditions.IsEmpty()) {
+            // What stands in a dump is seen when the dump is taken apart.
+            text += " AND (r.kind = 'dump' OR (" + conditions.Text(parameters.size()) + "))";
+            parameters.insert(parameters.end(), conditions.Parameters().begin(),
+                              conditions.Parameters().end());
+        }
+        text += " AND r.kind <> 'dumped' ORDER BY r.byte_offset";
+        text += range.newestFirst ? " DESC" : "";
+    }
+
+    // '?' stands for the value.
+    void Add(const std::string& condition, const std::string& value) {
+        parameters.emplace_back(value);
+        const size_t place = condition.find('?');
+        text += condition.substr(0, place) + "$" + std::to_string(parameters.size()) +
+                condition.substr(place + 1);
+    }
+
+    std::string text =
+        "SELECT r.byte_offset, r.kind, r.torn,"
+        " CASE WHEN octet_length(r.bytes) <= 65536 THEN r.bytes END FROM qv.record r";
+    std::vector<Parameter> parameters;
+};
 
 }  // namespace
 
 PieceQuery::PieceQuery(Connection& connection, const PieceRange& range,
                        const Conditions& conditions)
     : connection_(connection), file_(range.file), cursor_(NextCursorName()) {
-    std::vector<Parameter> parameters = {std::to_string(range.file), std::to_string(range.from)};
-    if (range.until) {
-        parameters.emplace_back(std::to_string(*range.until));
-    }
-    parameters.insert(parameters.end(), conditions.Parameters().begin(),
-                      conditions.Parameters().end());
-    connection_.Run(Statement(range, conditions, cursor_), parameters);
+    const Statement statement(connection, range, conditions);
+    connection_.Run("DECLARE " + cursor_ + " NO SCROLL CURSOR FOR " + statement.text,
+                    statement.parameters);
 }
 
 PieceQuery::~PieceQuery() {
