@@ -236,16 +236,6 @@ TEST_F(Asking, FollowsWhatIsStored) {
     EXPECT_THAT(program.Wait().output, Not(HasSubstr("two")));
 }
 
-TEST_F(Asking, SaysWhatItCannotDo) {
-    EXPECT_EQ(Ask({"-c", Logs()}).exitCode, 2);
-    EXPECT_EQ(Ask({"-f", "--end-with-agent"}).exitCode, 2);
-    EXPECT_EQ(RunThere("qvlog --host x .").exitCode, 2);
-    const ChildResult refused =
-        RunProgram(ChildStart{{QVLOG, "-c", "--store", "postgresql://nobody@127.0.0.1:1/qv"}});
-    EXPECT_EQ(refused.exitCode, 2);
-    EXPECT_THAT(refused.errors, HasSubstr("qvlog: "));
-}
-
 // Each "$ command" of the guide's blocks, with what it prints.
 TEST_F(Asking, CommandsOfTheGuidePrintWhatItSays) {
     ASSERT_EQ(Ship("mgr7", QV_GUIDE_LOGS).exitCode, 0);
