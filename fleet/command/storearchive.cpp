@@ -17,7 +17,6 @@ namespace {
 
 using NS_LOG_READER::Found;
 using NS_LOG_READER::LogFile;
-using NS_LOG_READER::LogFileName;
 using NS_LOG_READER::Matcher;
 using NS_LOG_READER::Piece;
 using NS_LOG_READER::Selection;
