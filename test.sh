@@ -37,7 +37,8 @@ while (($#)); do
 done
 
 source "$root/scripts/setup.sh"
-qv_install_packages "${qv_packages[@]}" "${qv_northbound_packages[@]}" "${qv_test_packages[@]}"
+qv_install_packages "${qv_packages[@]}" "${qv_northbound_packages[@]}" "${qv_fleet_packages[@]}" \
+    "${qv_test_packages[@]}"
 
 for preset in "${presets[@]}"; do
     options=(-DQV_BUILD_TESTS=ON)

@@ -36,6 +36,8 @@ ExitCode Run(const Options& options) {
             return RunPrune(options);
         case Command::Export:
             return RunExport(options);
+        case Command::Added:
+            return static_cast<ExitCode>(options.run(options));
     }
     return ExitCode::Trouble;
 }

@@ -16,7 +16,8 @@ done
 
 mapfile -t files < <(git ls-files --cached --others --exclude-standard \
     'src/*.h' 'src/*.cpp' 'include/*.h' 'platform/*.h' 'host/*.h' 'host/*.cpp' \
-    'version/*.h' 'reader/*.h' 'reader/*.cpp' 'tests/*.h' 'tests/*.cpp' 'bench/*.h' 'bench/*.cpp' \
+    'version/*.h' 'reader/*.h' 'reader/*.cpp' 'fleet/*.h' 'fleet/*.cpp' \
+    'tests/*.h' 'tests/*.cpp' 'bench/*.h' 'bench/*.cpp' \
     'examples/*.h' 'examples/*.cpp')
 
 ((${#files[@]})) || { echo "lint.sh: git lists no source files" >&2 && exit 1; }

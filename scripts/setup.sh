@@ -23,6 +23,18 @@ qv_northbound_packages=(
     omniidl
 )
 
+# What the fleet is built with. Without them, qvlog is built without its commands.
+qv_fleet_packages=(
+    libpq-dev
+    libnats-dev
+)
+
+# What runs a fleet.
+qv_fleet_servers=(
+    nats-server
+    postgresql
+)
+
 # What the tests, the benchmarks and the checks need beside that.
 qv_test_packages=(
     ccache
@@ -59,12 +71,13 @@ qv_package_packages=(
     systemd
 )
 
-# The loggers that bench.sh measures the service beside.
+# The loggers that bench.sh measures the service beside, and what bench/reader.sh measures with.
 qv_bench_packages=(
     libspdlog-dev
     libgoogle-glog-dev
     liblog4cplus-dev
     libboost-log-dev
+    time
 )
 
 # The presets name no generator of their own; a build directory keeps the one it was made with.

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <limits>
 
+#include "command/addedcommands.h"
 #include "command/helptext.h"
 #include "command/options.h"
 #include "query/timeexpression.h"
@@ -36,6 +37,7 @@ class CommandLine {
     std::optional<Options> Read(int argc, char* argv[]);
 
   private:
+    void AddStore(CLI::App& app);
     void AddSelection(CLI::App& app);
     void AddFields(CLI::App& app);
     void AddPaths(CLI::App& app);
@@ -71,7 +73,18 @@ void CommandLine::AddPaths(CLI::App& app) {
         ->type_name("");
 }
 
+void CommandLine::AddStore(CLI::App& app) {
+    app.add_option("--store", options_.store, "Ask the store instead of files: postgresql://...")
+        ->type_name("URL");
+    app.add_option("--host", options_.selection.hosts,
+                   "In a store: the hosts; * stands for anything")
+        ->type_name("NAME")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
 void CommandLine::AddSelection(CLI::App& app) {
+    AddStore(app);
     const auto all = CLI::MultiOptionPolicy::TakeAll;
     Selection& selection = options_.selection;
     app.add_option("-S,--since", words_.since, "Records of this time and later")->type_name("TIME");
@@ -153,6 +166,9 @@ CLI::App* CommandLine::AddCommand(const char* name, const char* description, Com
 void CommandLine::AddCommands() {
     CLI::App* const verify = AddCommand("verify", "Check that nothing is missing", Command::Verify);
     verify->add_flag("--json", options_.json, "Print one object a series");
+    AddStore(*verify);
+    verify->add_flag("--send-again", options_.sendsAgain,
+                     "In a store: have files with gaps sent again");
 
     CLI::App* const stats = AddCommand("stats", "Count records", Command::Stats);
     AddSelection(*stats);
@@ -184,14 +200,38 @@ void CommandLine::AddCommands() {
         ->type_name("KIND")
         ->required();
     sqlite->add_option("FILE", options_.target, "The database to write");
+
+    for (const AddCommandsFunction addCommands : AddedLibraries()) {
+        addCommands([this](const char* name, const char* description,
+                           std::function<int(const Options&)> run) {
+            CLI::App* const app = AddCommand(name, description, Command::Added);
+            app->parse_complete_callback([this, run = std::move(run)] {
+                options_.command = Command::Added;
+                options_.run = run;
+            });
+            return app;
+        });
+    }
 }
 
 void CommandLine::CompletePaths() {
+    if (!options_.store.empty()) {
+        if (!options_.paths.empty()) {
+            throw BadRequest("--store: a PATH is not asked for then");
+        }
+        return;
+    }
+    if (!options_.selection.hosts.empty() || options_.sendsAgain) {
+        throw BadRequest("--host and --send-again need --store");
+    }
     if (!options_.paths.empty()) {
         return;
     }
     const char* const share = std::getenv("_APP_SHARE_DIR");
     if (share == nullptr || *share == '\0') {
+        if (options_.command == Command::Added) {
+            return;
+        }
         throw BadRequest("no log files: give a PATH, or set _APP_SHARE_DIR (--help tells more)");
     }
     options_.paths.push_back(std::string(share) + "/log");

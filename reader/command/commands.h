@@ -10,6 +10,7 @@ enum class ExitCode { Found = 0, NothingFound = 1, Trouble = 2 };
 
 ExitCode RunShow(const Options& options);
 ExitCode RunFollow(const Options& options);
+ExitCode RunFollowStore(const Options& options);
 ExitCode RunVerify(const Options& options);
 ExitCode RunStats(const Options& options);
 ExitCode RunReport(const Options& options);

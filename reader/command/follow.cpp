@@ -25,13 +25,7 @@ class Follow {
   public:
     explicit Follow(const Options& options)
         : options_(options), matcher_(options.selection), output_(STDOUT_FILENO) {
-        FormatOptions format;
-        format.isColoured = WantsColour(options.colour.c_str());
-        format.pattern = options.selection.invert ? nullptr : matcher_.GetPattern();
-        if (!options.fields.empty()) {
-            format.fields = ParseFields(options.fields);
-        }
-        format_ = MakeFormat(options.output, format);
+        format_ = MakeFormatOf(options, matcher_.GetPattern());
     }
 
     ExitCode Run() {
@@ -222,7 +216,7 @@ ExitCode RunFollow(const Options& options) {
     if (options.before + options.after > 0 || options.story || options.reverse || options.count) {
         throw BadRequest("--follow goes with neither context, --story, --reverse nor --count");
     }
-    return Follow(options).Run();
+    return options.store.empty() ? Follow(options).Run() : RunFollowStore(options);
 }
 
 }  // namespace NS_LOG_READER

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,12 +12,13 @@
 
 namespace NS_LOG_READER {
 
-enum class Command { Show, Verify, Stats, Report, Prune, Export };
+enum class Command { Show, Verify, Stats, Report, Prune, Export, Added };
 
 // A value; what the command line does not say is as initialised here.
 struct Options {
     Command command = Command::Show;
-    std::vector<std::string> paths;  // never empty
+    std::vector<std::string> paths;  // never empty, but for added commands and a store
+    std::string store;               // the address of a store; empty: the files of `paths`
     Selection selection;
 
     // Show
@@ -35,6 +37,7 @@ struct Options {
 
     // Stats and verify
     bool json = false;
+    bool sendsAgain = false;
     size_t top = 10;
 
     // Report and export
@@ -46,6 +49,9 @@ struct Options {
     std::optional<uint64_t> maxBytes;
     std::optional<Time> olderThan;
     bool dryRun = false;
+
+    // Added: a command of another library. Returns the program's exit code.
+    std::function<int(const Options&)> run;
 };
 
 // No value: help or the version was asked for and has been printed. Throws BadRequest.

@@ -142,12 +142,14 @@ class PageData {
     int64_t zoneMinutes_ = 0;  // of the last record: the page shows times as the files do
 };
 
-std::vector<std::pair<std::string, std::string>> FindGaps(const Session& session) {
+std::vector<std::pair<std::string, std::string>> FindGaps(Session& session) {
     std::vector<std::pair<std::string, std::string>> gaps;
     for (const Series& series : session.AllSeries()) {
-        for (const Finding& finding : Verify(series).findings) {
+        for (const Finding& finding : session.Verify(series).findings) {
             if (finding.isProblem) {
-                gaps.emplace_back(series.category, finding.text);
+                gaps.emplace_back(
+                    series.host.empty() ? series.category : series.category + " of " + series.host,
+                    finding.text);
             }
         }
     }

@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <utility>
 
+#include "command/pager.h"
 #include "query/contextstream.h"
 #include "query/mergedstream.h"
-#include "query/reversestream.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -34,13 +34,19 @@ void StderrListener::NoteTrouble(const std::string& text) {
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
 }
 
-Session::Session(const Options& options) {
+Session::Session(const Options& options)
+    : ownArchive_(OpenArchive(options)), archive_(ownArchive_.get()) {
+    Find(options);
+}
+
+Session::Session(const Options& options, Archive& archive) : archive_(&archive) {
+    Find(options);
+}
+
+void Session::Find(const Options& options) {
     std::vector<std::string> problems;
-    for (Series& series : FindSeries(options.paths, problems)) {
-        if (options.selection.Wants(series) || options.story) {
-            series_.push_back(std::move(series));
-        }
-    }
+    // A story may lead anywhere.
+    series_ = archive_->FindSeries(options.story ? Selection() : options.selection, problems);
     for (const std::string& problem : problems) {
         problems_.NoteTrouble(problem);
     }
@@ -49,17 +55,14 @@ Session::Session(const Options& options) {
 std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matcher,
                                                              StreamOptions stream,
                                                              bool newestFirst) {
+    archive_->Prepare(matcher);
     std::vector<std::unique_ptr<RecordStream>> streams;
     for (size_t i = 0; i < series_.size(); ++i) {
         if (!matcher.GetSelection().Wants(series_[i])) {
             continue;
         }
-        std::unique_ptr<RecordStream> records;
-        if (newestFirst) {
-            records = std::make_unique<ReverseStream>(series_[i], i, matcher, stream, problems_);
-        } else {
-            records = std::make_unique<SeriesStream>(series_[i], i, matcher, stream, problems_);
-        }
+        std::unique_ptr<RecordStream> records =
+            archive_->Open(series_[i], i, matcher, stream, newestFirst, problems_);
         if (stream.withContext) {
             const size_t first = newestFirst ? stream.after : stream.before;
             const size_t second = newestFirst ? stream.before : stream.after;
@@ -77,6 +80,19 @@ std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOption
         return std::move(streams.front());
     }
     return std::make_unique<MergedStream>(std::move(streams), newestFirst);
+}
+
+std::unique_ptr<RecordFormat> MakeFormatOf(const Options& options, const Pattern* pattern) {
+    FormatOptions format;
+    format.isColoured = WantsColour(options.colour.c_str());
+    format.pattern = options.selection.invert ? nullptr : pattern;
+    const bool showsAllFields = options.output != "short" && options.output != "raw";
+    if (!options.fields.empty()) {
+        format.fields = ParseFields(options.fields);
+    } else if (!options.store.empty() && showsAllFields) {
+        format.fields = AllFieldsWithHost();
+    }
+    return MakeFormat(options.output, format);
 }
 
 ExitCode Session::Exit(bool wasFound) const {

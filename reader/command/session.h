@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "command/archive.h"
 #include "command/commands.h"
 #include "command/options.h"
 #include "input/series.h"
+#include "output/recordformat.h"
 #include "query/progress.h"
 #include "query/recordstream.h"
 #include "query/seriesstream.h"
@@ -37,6 +39,9 @@ class Session {
     // Finds the series that are wanted.
     explicit Session(const Options& options);
 
+    // The same in an archive that is open already, and outlives the session.
+    Session(const Options& options, Archive& archive);
+
     // All records that match, by time; `newestFirst` backwards. `matcher` outlives the stream, as
     // the session does.
     std::unique_ptr<RecordStream> Open(const Matcher& matcher, StreamOptions stream,
@@ -47,13 +52,21 @@ class Session {
                                                         StreamOptions stream, bool newestFirst);
 
     const std::vector<Series>& AllSeries() const { return series_; }
+    Verification Verify(const Series& series) { return archive_->Verify(series); }
     StderrListener& Problems() { return problems_; }
 
     ExitCode Exit(bool wasFound) const;
 
   private:
+    void Find(const Options& options);
+
+    std::unique_ptr<Archive> ownArchive_;
+    Archive* archive_;
     std::vector<Series> series_;
     StderrListener problems_;
 };
+
+// The format that the options ask for. `pattern` is marked in colour; null: none is.
+std::unique_ptr<RecordFormat> MakeFormatOf(const Options& options, const Pattern* pattern);
 
 }  // namespace NS_LOG_READER

@@ -11,7 +11,7 @@ namespace NS_LOG_READER {
 namespace {
 
 // So many operations are told together; more are no story.
-constexpr size_t kMostOperations = 1000000;
+constexpr size_t kMostOperations = 400000;
 
 // Up to so many last records are kept in memory; for more, all are counted first.
 constexpr uint64_t kMostKept = 10000;
@@ -73,13 +73,7 @@ class Show {
           session_(options),
           matcher_(std::make_unique<Matcher>(options.selection)),
           output_(STDOUT_FILENO) {
-        FormatOptions format;
-        format.isColoured = WantsColour(options.colour.c_str());
-        format.pattern = options.selection.invert ? nullptr : matcher_->GetPattern();
-        if (!options.fields.empty()) {
-            format.fields = ParseFields(options.fields);
-        }
-        format_ = MakeFormat(options.output, format);
+        format_ = MakeFormatOf(options, matcher_->GetPattern());
     }
 
     ExitCode Run() {
@@ -111,7 +105,7 @@ class Show {
                 operations.emplace(found.record.operation);
             }
             if (operations.size() > kMostOperations) {
-                throw BadRequest("--story: these are records of more than a million operations");
+                throw BadRequest("--story: these are records of more than 400,000 operations");
             }
         }
         pattern_ = std::move(matcher_);

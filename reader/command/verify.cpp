@@ -1,5 +1,8 @@
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+
 #include "command/commands.h"
 #include "command/session.h"
 #include "command/verification.h"
@@ -27,6 +30,7 @@ void PrintText(Output& output, const Series& series, const Verification& result)
     output.Put(series.category.empty() ? series.files.front().name.path : series.category);
     output.Put(" of process ");
     output.PutNumber(series.process);
+    output.Put(series.host.empty() ? "" : " on " + series.host);
     output.Put(": ");
     output.PutNumber(static_cast<int64_t>(series.files.size()));
     output.Put(series.files.size() == 1 ? " file" : " files");
@@ -55,6 +59,9 @@ void PutMember(Output& output, const char* name, std::string_view value) {
 
 void PrintJson(Output& output, const Series& series, const Verification& result) {
     output.Put("{\"v\":1");
+    if (!series.host.empty()) {
+        PutMember(output, "host", series.host);
+    }
     PutMember(output, "category", series.category);
     PutMember(output, "process", static_cast<uint64_t>(series.process));
     PutMember(output, "files", series.files.size());
@@ -79,20 +86,47 @@ void PrintJson(Output& output, const Series& series, const Verification& result)
     output.Put("]}\n");
 }
 
+// The files in which something is missing, and those before them, where it may have been.
+std::vector<const LogFile*> FilesWithProblems(const Series& series, const Verification& result) {
+    std::vector<const LogFile*> files;
+    for (size_t i = 0; i < series.files.size(); ++i) {
+        const auto concerns = [&](size_t file) {
+            return file < series.files.size() &&
+                   std::any_of(
+                       result.findings.begin(), result.findings.end(), [&](const Finding& finding) {
+                           return finding.isProblem && finding.path == series.files[file].name.path;
+                       });
+        };
+        if (concerns(i) || concerns(i + 1)) {
+            files.push_back(&series.files[i]);
+        }
+    }
+    return files;
+}
+
 }  // namespace
 
 ExitCode RunVerify(const Options& options) {
-    Session session(options);
+    const std::unique_ptr<Store> store = options.store.empty() ? nullptr : OpenStore(options.store);
+    const std::unique_ptr<Archive> files = store ? nullptr : OpenArchive(options);
+    Session session(options, store ? *store : *files);
     Output output(STDOUT_FILENO);
     bool isWhole = true;
     bool couldBeRead = true;
+    size_t ordered = 0;
     for (const Series& series : session.AllSeries()) {
-        const Verification result = Verify(series);
+        const Verification result = session.Verify(series);
+        if (options.sendsAgain && result.Problems() > 0) {
+            ordered += store->OrderAgain(FilesWithProblems(series, result));
+        }
         (options.json ? PrintJson : PrintText)(output, series, result);
         isWhole = isWhole && result.Problems() == 0;
         couldBeRead = couldBeRead && result.couldBeRead;
     }
     output.Flush();
+    if (options.sendsAgain) {
+        std::fprintf(stderr, "qvlog: %zu files will be sent again by their hosts\n", ordered);
+    }
     return couldBeRead ? session.Exit(isWhole) : ExitCode::Trouble;
 }
 

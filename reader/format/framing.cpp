@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "format/fixedtext.h"
 #include "format/stamp.h"
 
 namespace NS_LOG_READER {
@@ -12,10 +13,6 @@ namespace {
 
 // Numbers are printed with 32 bits.
 constexpr size_t kMostDigits = 10;
-
-bool StartsWith(std::string_view text, std::string_view beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
 
 // Whether the whole text could be the beginning of `wanted`, where '0' stands for any digit.
 bool CouldBecome(std::string_view text, std::string_view wanted) {
@@ -50,7 +47,7 @@ bool IsCutPiece(std::string_view rest) {
 
 // The number of "\n</N>\n\n", which ends before `end`. False: there is none.
 bool EndsFrame(std::string_view text, size_t end, uint32_t& number) {
-    if (end < 8 || text.compare(end - 3, 3, ">\n\n") != 0) {
+    if (end < 8 || !StartsWith(text.substr(end - 3), ">\n\n")) {
         return false;
     }
     size_t digits = end - 3;
@@ -58,7 +55,7 @@ bool EndsFrame(std::string_view text, size_t end, uint32_t& number) {
         --digits;
     }
     const auto result = std::from_chars(text.data() + digits, text.data() + end - 3, number);
-    return result.ec == std::errc() && digits >= 3 && text.compare(digits - 3, 3, "\n</") == 0;
+    return result.ec == std::errc() && digits >= 3 && StartsWith(text.substr(digits - 3), "\n</");
 }
 
 }  // namespace

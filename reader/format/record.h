@@ -13,7 +13,8 @@ namespace NS_LOG_READER {
 struct LogFileName {
     std::string path;
     std::string category;
-    int64_t process = 0;  // 0: the file's name does not tell
+    int64_t process = 0;    // 0: the file's name does not tell
+    std::string host = {};  // empty: this one
 };
 
 // A piece is what the service writes at once. The pieces of a file follow each other without gaps.

@@ -11,6 +11,10 @@ namespace NS_LOG_READER {
 // told, or the piece is none. Leaves `origin` alone.
 bool ParseRecord(const Piece& piece, Record& record);
 
+// Parses a record that was kept back, of its own bytes as DumpedRecords gave them. Sets neither its
+// number, its offset nor whether it is torn. False: it is none. Leaves `origin` alone.
+bool ParseDumped(std::string_view bytes, Record& record);
+
 // The records that were kept back and stand inside a dump, oldest first.
 //
 //     DumpedRecords inner(piece, dump);

@@ -123,6 +123,31 @@ int64_t StartOfMinute(std::string_view stamp) {
     return days * 86400 + int64_t{minutes} * 60;
 }
 
+// The second of a time stamp, since 1970. Everything down to the minute, and the zone, is the same
+// for many records in a row.
+int64_t SecondOfStamp(std::string_view stamp) {
+    constexpr size_t toMinute = 16;
+    constexpr size_t zoneSize = 6;
+    struct Minute {
+        char text[toMinute];
+        char zone[zoneSize];
+        int64_t start;
+    };
+    thread_local Minute last{};
+    const int second = Two(stamp.data() + stamp.size() - kBehindYear.size() + 13);
+    if (stamp.size() != kUsualLength) {
+        return StartOfMinute(stamp) + second;
+    }
+    const char* const zone = stamp.data() + kUsualLength - zoneSize;
+    if (std::memcmp(last.text, stamp.data(), toMinute) != 0 ||
+        std::memcmp(last.zone, zone, zoneSize) != 0) {
+        last.start = StartOfMinute(stamp);
+        std::memcpy(last.text, stamp.data(), toMinute);
+        std::memcpy(last.zone, zone, zoneSize);
+    }
+    return last.start + second;
+}
+
 }  // namespace
 
 int64_t DaysSinceEpoch(int64_t year, unsigned month, unsigned day) {
@@ -167,21 +192,8 @@ size_t ParseStamp(std::string_view text, Time& time) {
         time = ParseBare(text.substr(0, length));
         return length;
     }
-    const char* const rest = text.data() + length - kBehindYear.size();
-    // Everything down to the minute, and the zone, is the same for many records in a row.
-    constexpr size_t toMinute = 16;
-    thread_local std::string lastMinute;
-    thread_local int64_t lastStart = 0;
-    const std::string_view minute =
-        text.substr(0, length - kBehindYear.size() + toMinute - kYearDigits);
-    const std::string_view zone(rest + 22, 6);
-    if (lastMinute.size() != minute.size() + zone.size() ||
-        lastMinute.compare(0, minute.size(), minute) != 0 ||
-        lastMinute.compare(minute.size(), zone.size(), zone) != 0) {
-        lastStart = StartOfMinute(text.substr(0, length));
-        lastMinute.assign(minute).append(zone);
-    }
-    time = (lastStart + Two(rest + 13)) * kMicrosPerSecond + Number({rest + 16, 6});
+    time = SecondOfStamp(text.substr(0, length)) * kMicrosPerSecond +
+           Number({text.data() + length - kBehindYear.size() + 16, 6});
     return length;
 }
 

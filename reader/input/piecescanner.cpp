@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "format/fixedtext.h"
 #include "format/framing.h"
 #include "format/stamp.h"
 
@@ -22,31 +23,19 @@ constexpr size_t kShortestLeap = 4096;
 // A frame in whose text so many others end is taken for torn: no detail quotes that many.
 constexpr int kMostForeignEnds = 4096;
 
-bool StartsWith(std::string_view text, std::string_view beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
-
-size_t FindCharacter(std::string_view text, char character, size_t from) {
-    if (from >= text.size()) {
-        return kNowhere;
-    }
-    const void* const found = std::memchr(text.data() + from, character, text.size() - from);
-    return found == nullptr ? kNowhere
-                            : static_cast<size_t>(static_cast<const char*>(found) - text.data());
-}
-
 // The length of "</N>\n\n" at the beginning of the text, of any number; 0: there is none.
 size_t ClosingTagLength(std::string_view text) {
     size_t at = 2;
     while (at < text.size() && text[at] >= '0' && text[at] <= '9') {
         ++at;
     }
-    return at > 2 && text.compare(at, 3, ">\n\n") == 0 ? at + 3 : 0;
+    return at > 2 && StartsWith(text.substr(at), ">\n\n") ? at + 3 : 0;
 }
 
 bool ClosesNumber(std::string_view closingTag, std::string_view digits) {
+    // A few characters: a call of the C library would take longer.
     return closingTag.size() == digits.size() + 5 &&
-           std::memcmp(closingTag.data() + 2, digits.data(), digits.size()) == 0;
+           std::equal(digits.begin(), digits.end(), closingTag.begin() + 2);
 }
 
 // Whether a piece begins at the newline, or behind it, that cannot stand inside a frame's first
@@ -159,7 +148,8 @@ bool PieceScanner::Next(Piece& piece) {
     std::string_view digits;
     switch (rest[0]) {
         case '<':
-            if (BeginsFrame(rest) && OpeningTagLength(rest, digits) != 0) {
+            if ((Offset() == sureFrame_ || BeginsFrame(rest)) &&
+                OpeningTagLength(rest, digits) != 0) {
                 return TakeFrame(digits, piece);
             }
             break;
@@ -216,6 +206,9 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
         }
         const bool isOwn = ClosesNumber(rest.substr(tag, length), digits);
         const bool isCertain = BeginsPiece(rest.substr(tag + length), atEnd_);
+        if (isOwn && isCertain && !atEnd_ && rest[tag + length] == '<') {
+            sureFrame_ = Offset() + tag + length;
+        }
         if (isOwn && (isCertain || result.length == 0)) {
             result.length = tag + length;
             result.certain = isCertain ? result.length : 0;

@@ -79,6 +79,7 @@ class PieceScanner {
     uint64_t base_;   // where the buffer begins, in the file
     size_t hit_ = 0;  // the literal's next place in the buffer, or its end; known from begin_ on if
     bool hitIsKnown_ = false;
+    uint64_t sureFrame_ = UINT64_MAX;  // where a frame was seen to begin, in the file
     bool leaps_ = false;
     bool atEnd_ = false;
     bool noMoreEnds_ = false;  // no frame ends in what was not taken yet

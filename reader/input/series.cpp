@@ -144,22 +144,11 @@ bool StartsAgain(uint32_t before, uint32_t next) {
 std::vector<Series> Collection::Take() {
     std::vector<Series> all;
     for (auto& [key, files] : files_) {
-        std::stable_sort(files.begin(), files.end(),
-                         [](const LogFile& a, const LogFile& b) { return a.created < b.created; });
-        uint32_t last = 0;
-        for (LogFile& file : files) {
-            const bool startsAgain =
-                last != 0 && file.firstNumber != 0 && StartsAgain(last, file.firstNumber);
-            if (&file == &files.front() || startsAgain) {
-                all.push_back({std::get<0>(key), std::get<1>(key), std::get<2>(key), {}});
-            }
-            last = file.firstNumber != 0 ? file.firstNumber : last;
-            all.back().files.push_back(std::move(file));
-        }
+        Series place;
+        std::tie(place.directory, place.category, place.process) = key;
+        AddSeries(place, std::move(files), all);
     }
-    std::stable_sort(all.begin(), all.end(), [](const Series& a, const Series& b) {
-        return a.files.front().created < b.files.front().created;
-    });
+    SortSeries(all);
     return all;
 }
 
@@ -192,6 +181,27 @@ std::optional<NameParts> ParseLogFileName(const std::string& path) {
     parts.second = std::string(name.substr(second, kSecondLength));
     parts.category = std::string(name.substr(0, second - 1));
     return parts;
+}
+
+void AddSeries(const Series& place, std::vector<LogFile> files, std::vector<Series>& all) {
+    std::stable_sort(files.begin(), files.end(),
+                     [](const LogFile& a, const LogFile& b) { return a.created < b.created; });
+    uint32_t last = 0;
+    for (LogFile& file : files) {
+        const bool startsAgain =
+            last != 0 && file.firstNumber != 0 && StartsAgain(last, file.firstNumber);
+        if (&file == &files.front() || startsAgain) {
+            all.push_back(place);
+        }
+        last = file.firstNumber != 0 ? file.firstNumber : last;
+        all.back().files.push_back(std::move(file));
+    }
+}
+
+void SortSeries(std::vector<Series>& all) {
+    std::stable_sort(all.begin(), all.end(), [](const Series& a, const Series& b) {
+        return a.files.front().created < b.files.front().created;
+    });
 }
 
 std::vector<Series> FindSeries(const std::vector<std::string>& paths,

@@ -15,6 +15,7 @@ struct LogFile {
     Time created = 0;          // when it, or its first record, was written
     uint32_t firstNumber = 0;  // 0: it holds no frame near its beginning
     bool isCompressed = false;
+    int64_t id = 0;  // in a store
 };
 
 // All files of one category of one process, in the order of their numbers.
@@ -23,6 +24,7 @@ struct Series {
     std::string category;
     int64_t process = 0;
     std::vector<LogFile> files;
+    std::string host = {};  // empty: this one
 };
 
 // What the name of a log file tells: unbi_<category>_<yyyymmdd>_<hhmmss>_<process>.log, with .gz or
@@ -33,6 +35,13 @@ struct NameParts {
     int64_t process = 0;
 };
 std::optional<NameParts> ParseLogFileName(const std::string& path);
+
+// Puts the files of one category and process number in the order of their creation, and adds a
+// series for each process. `place` tells all but the files. `files` has equal ones by their names.
+void AddSeries(const Series& place, std::vector<LogFile> files, std::vector<Series>& all);
+
+// In the order of their creation.
+void SortSeries(std::vector<Series>& all);
 
 // The series of the given files and directories (of these, all files with names of log files; a
 // compressed copy beside its original does not count). A file with another name is a series by

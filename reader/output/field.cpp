@@ -23,7 +23,7 @@ FieldValue Full(const Found& found, Value value) {
 
 std::string DescribeUnknownField(const std::string& name) {
     std::string text = "there is no field '" + name + "'; there are";
-    for (const Field& known : AllFields()) {
+    for (const Field& known : AllFieldsWithHost()) {
         text.append(" ").append(known.name);
     }
     return text;
@@ -68,14 +68,24 @@ const std::vector<Field>& AllFields() {
     return fields;
 }
 
+const std::vector<Field>& AllFieldsWithHost() {
+    static const std::vector<Field> fields = [] {
+        std::vector<Field> all = AllFields();
+        all.push_back({"host", [](const Found& f) { return Text(f.record.origin->host); }});
+        return all;
+    }();
+    return fields;
+}
+
 std::vector<Field> ParseFields(const std::string& names) {
     std::vector<Field> chosen;
     for (size_t begin = 0; begin <= names.size();) {
         const size_t end = std::min(names.find(',', begin), names.size());
         const std::string name = names.substr(begin, end - begin);
-        const auto field = std::find_if(AllFields().begin(), AllFields().end(),
+        const std::vector<Field>& all = AllFieldsWithHost();
+        const auto field = std::find_if(all.begin(), all.end(),
                                         [&](const Field& known) { return known.name == name; });
-        if (field == AllFields().end()) {
+        if (field == all.end()) {
             throw BadRequest(DescribeUnknownField(name));
         }
         chosen.push_back(*field);

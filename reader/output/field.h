@@ -25,6 +25,9 @@ struct Field {
 // All fields, in the order in which they are printed.
 const std::vector<Field>& AllFields();
 
+// The same and the host, for records of several hosts.
+const std::vector<Field>& AllFieldsWithHost();
+
 // "time,level,detail". Throws BadRequest for a name that there is not.
 std::vector<Field> ParseFields(const std::string& names);
 

@@ -146,7 +146,7 @@ class JsonFormat final : public RecordFormat {
 
     void Write(Output& output, const Found& found) override {
         const size_t size = found.record.bytes.size() + found.record.origin->path.size() +
-                            found.record.origin->category.size();
+                            found.record.origin->category.size() + found.record.origin->host.size();
         if (size > kLargeRecord || hasTwice_) {
             WriteInParts(output, found);
             return;

@@ -6,8 +6,8 @@
 
 namespace NS_LOG_READER {
 
-// Compares two bytes of the text, those that are rare in log files, with sixteen places at once,
-// and the whole text only where both are found.
+// Compares two bytes of the text, those that are rare in log files, with 64 places at once, and
+// the whole text only where both are found.
 //
 // Thread safety: const operations from any thread.
 class LiteralFinder {
@@ -22,13 +22,23 @@ class LiteralFinder {
 
     const std::string& Text() const { return text_; }
 
+    // Does without AVX2, as on processors that have none.
+    void AvoidAvx2() { usesAvx2_ = false; }
+
   private:
     bool Matches(const char* place) const;
     const char* FindSlowly(const char* begin, const char* end) const;
+    // Look through whole blocks only, and move `begin` to what is left.
+    template <class Pairs>
+    const char* FindInBlocks(const char*& begin, const char* end) const;
+    const char* FindWithAvx2(const char*& begin, const char* end) const;
+    const char* FindWithSse2(const char*& begin, const char* end) const;
+    static bool HasAvx2();
 
     std::string text_;
     std::string otherCase_;  // `text_` with the case of each letter changed, if case is ignored
     bool ignoreCase_;
+    bool usesAvx2_;
     size_t first_ = 0;  // places of the two bytes in the text
     size_t second_ = 0;
 };

@@ -1,7 +1,5 @@
 #include "query/progress.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
 
@@ -11,22 +9,24 @@ namespace {
 constexpr int64_t kFirst = 1000;
 constexpr int64_t kPause = 200;
 
-int64_t Now() {
+}  // namespace
+
+int64_t Progress::SteadyClock() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
                std::chrono::steady_clock::now().time_since_epoch())
         .count();
 }
 
-}  // namespace
-
-Progress::Progress()
-    : isWanted_(::isatty(STDERR_FILENO) != 0 && ::isatty(STDOUT_FILENO) == 0),
-      next_(Now() + kFirst),
-      begin_(Now()) {}
+Progress::Progress(int messages, int output, Clock clock)
+    : messages_(messages),
+      clock_(clock),
+      isWanted_(::isatty(messages) != 0 && ::isatty(output) == 0),
+      begin_(clock()),
+      next_(begin_ + kFirst) {}
 
 Progress::~Progress() {
     if (isShown_) {
-        std::fputs("\r\x1b[K", stderr);
+        ::dprintf(messages_, "\r\x1b[K");
     }
 }
 
@@ -35,14 +35,14 @@ void Progress::Add(uint64_t bytes) {
     if (!isWanted_) {
         return;
     }
-    const int64_t now = Now();
+    const int64_t now = clock_();
     if (now < next_) {
         return;
     }
     const uint64_t speed = bytes_ / static_cast<uint64_t>(now - begin_) / 1000;
-    std::fprintf(stderr, "\rqvlog: %llu MB read, %llu MB/s\x1b[K",
-                 static_cast<unsigned long long>(bytes_ / 1000000),
-                 static_cast<unsigned long long>(speed));
+    ::dprintf(messages_, "\rqvlog: %llu MB read, %llu MB/s\x1b[K",
+              static_cast<unsigned long long>(bytes_ / 1000000),
+              static_cast<unsigned long long>(speed));
     isShown_ = true;
     next_ = now + kPause;
 }

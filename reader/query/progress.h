@@ -1,6 +1,8 @@
 // Tells on a terminal how far the reading is.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 
 namespace NS_LOG_READER {
@@ -11,7 +13,13 @@ namespace NS_LOG_READER {
 // Thread safety: one thread.
 class Progress {
   public:
-    Progress();
+    // Milliseconds since any moment.
+    using Clock = int64_t (*)();
+    static int64_t SteadyClock();
+
+    // `messages` is where to tell, `output` where the results go: numbers of open files.
+    explicit Progress(int messages = STDERR_FILENO, int output = STDOUT_FILENO,
+                      Clock clock = &SteadyClock);
     ~Progress();
 
     Progress(const Progress&) = delete;
@@ -21,11 +29,13 @@ class Progress {
     void Add(uint64_t bytes);
 
   private:
-    bool isWanted_;
+    const int messages_;
+    const Clock clock_;
+    const bool isWanted_;
     bool isShown_ = false;
     uint64_t bytes_ = 0;
-    int64_t next_;  // when to say something, in milliseconds
     int64_t begin_;
+    int64_t next_;  // when to say something
 };
 
 }  // namespace NS_LOG_READER

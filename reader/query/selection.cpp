@@ -90,7 +90,8 @@ bool Selection::HasRecordConditions() const {
 }
 
 bool Selection::Wants(const Series& series) const {
-    return FitsAny(series.category, categories) && IsAnyOf(series.process, processes);
+    return FitsAny(series.category, categories) && IsAnyOf(series.process, processes) &&
+           FitsAny(series.host, hosts);
 }
 
 bool FitsWildcards(std::string_view text, std::string_view pattern) {

@@ -24,6 +24,7 @@ struct Selection {
     bool trustsOrder = true;    // files are sorted by time: what is out of range is not read
     std::vector<std::string> categories;
     std::vector<int64_t> processes;
+    std::vector<std::string> hosts;
     std::vector<std::pair<int, int>> levels;  // from, to
     std::vector<std::string> operations;
     std::vector<std::string> interfaces;
@@ -71,6 +72,11 @@ class Matcher {
     // The pattern that was asked for; null: none.
     const Pattern* GetPattern() const { return pattern_.get(); }
     const Selection& GetSelection() const { return selection_; }
+
+    // Null, or the operations whose records are wanted instead of a selection.
+    const std::unordered_set<std::string>* Operations() const {
+        return isStory_ ? &story_ : nullptr;
+    }
 
   private:
     bool MatchesNumbers(const Record& record) const;

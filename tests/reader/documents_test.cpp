@@ -55,6 +55,9 @@ TEST_F(Documents, ManualAndCompletionsKnowEveryOption) {
     const std::string fish = Source("completion/qvlog.fish");
     std::vector<std::string> commands = kCommands;
     commands.emplace_back();
+    if (Run({"fleet", "--help"}).exitCode == 0) {
+        commands.emplace_back("fleet");
+    }
     for (const std::string& command : commands) {
         const std::set<std::string> options = Options(command);
         EXPECT_GE(options.size(), 3U) << command;
@@ -126,7 +129,7 @@ TEST_F(Documents, CompletionsOfferWhatFits) {
             .output;
     };
     EXPECT_EQ(complete("ver"), "verify\n");
-    EXPECT_EQ(complete("--sto"), "--story\n");
+    EXPECT_EQ(complete("--sto"), "--store --story\n");
     EXPECT_EQ(complete("prune --"), "--help --keep --max-bytes --older-than --dry-run\n");
     EXPECT_EQ(complete("stats --top 3 --sin"), "--since\n");
     EXPECT_EQ(complete("-o ''"), "raw short long json csv\n");

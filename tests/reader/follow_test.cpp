@@ -101,6 +101,34 @@ TEST_F(Follow, GoesOnWithAFileThatIsRenamed) {
     ASSERT_TRUE(program->WaitForOutput("two\n"));
 }
 
+// Every wait is for the kernel's word, without a time limit: a record is shown as soon as it is
+// written, and a quiet agent costs nothing.
+TEST_F(Follow, IsWokenByWhatIsWrittenAndNeverLooksByItself) {
+    std::filesystem::create_directory(Path("log"));
+    const std::string log = "log/" + first_;
+    Append(log, CreatedText() + Frame(1, "one"));
+    const std::string trace = Path("trace.txt");
+    ChildProcess program(ChildStart{
+        {"strace", "-qq", "-o", trace, "-e",
+         "trace=poll,ppoll,select,pselect6,epoll_wait,epoll_pwait,nanosleep,clock_nanosleep,alarm,"
+         "setitimer,timer_settime,timerfd_settime",
+         QVLOG, "-f", "--fields", "detail", Path("log")},
+        {{"ASAN_OPTIONS", "detect_leaks=0"}}});
+    ASSERT_TRUE(program.WaitForOutput("one\n"));
+    Append(log, Frame(2, "two"));
+    ASSERT_TRUE(program.WaitForOutput("two\n"));
+    program.CloseOutput();
+    program.Wait();
+    std::ifstream calls(trace);
+    int waits = 0;
+    for (std::string call; std::getline(calls, call); ++waits) {
+        EXPECT_EQ(call.compare(0, 5, "poll("), 0) << call;
+        EXPECT_NE(call.find("], 2, -1)"), std::string::npos) << call;
+    }
+    // For the second record, and for the closed output.
+    EXPECT_GE(waits, 2);
+}
+
 TEST_F(Follow, SelectsAsAlways) {
     Append(first_, CreatedText() + Frame(1, "one"));
     const auto program = Start({"-g", "two|ten", "--category", "oper"});

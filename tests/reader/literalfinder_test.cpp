@@ -23,6 +23,8 @@ TEST(LiteralFinder, FindsWhatASearchByteByByteFinds) {
         const std::string wanted = text(1 + random() % 7);
         for (const bool ignoreCase : {false, true}) {
             const LiteralFinder finder(wanted, ignoreCase);
+            LiteralFinder elsewhere = finder;
+            elsewhere.AvoidAvx2();
             const char* expected = nullptr;
             for (size_t at = 0; at + wanted.size() <= block.size() && expected == nullptr; ++at) {
                 const char* const place = block.data() + at;
@@ -32,6 +34,8 @@ TEST(LiteralFinder, FindsWhatASearchByteByByteFinds) {
                 expected = fits ? place : nullptr;
             }
             ASSERT_EQ(finder.Find(block.data(), block.data() + block.size()), expected)
+                << wanted << " in " << block;
+            ASSERT_EQ(elsewhere.Find(block.data(), block.data() + block.size()), expected)
                 << wanted << " in " << block;
         }
     }

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <random>
+
 #include "reader/logtext.h"
 #include "reader/scanfile.h"
 
@@ -110,6 +113,54 @@ TEST(RecordParser, ShowsWhatIsLeftOfTornRecords) {
 TEST(RecordParser, ReadsShortRecords) {
     EXPECT_THAT(RecordDetails(ShortText(1, "") + ShortText(2, " a,b\nc") + LogFrame(4)),
                 ElementsAre("short:", "short: a,b\nc", "text"));
+}
+
+// Of these many headers hold a comma or a newline more than usual, and numbers of any size.
+TEST(RecordParser, ReadsBackWhateverTheFieldsHold) {
+    std::mt19937 random(3);
+    const auto text = [&](std::initializer_list<const char*> parts) {
+        std::string result;
+        for (unsigned count = random() % 4; count > 0; --count) {
+            result += parts.begin()[random() % parts.size()];
+        }
+        return result;
+    };
+    const auto number = [&](int64_t least, int64_t most) {
+        const int64_t values[] = {least, most, 0, 1, 12345678, 123456789};
+        return random() % 2 == 0 ? values[random() % 6]
+                                 : static_cast<int64_t>(random() % (uint64_t{1} << 31));
+    };
+    using Long = std::numeric_limits<int64_t>;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string operation = text({"a", "-", "77", "b c"});
+        const std::string interface = text({"getNE", "x.y", "=", " "});
+        const std::string user =
+            text({"opr", ",", "\n", ", T:1", ", DL:2", ", File: f", "@", ",If:"});
+        const std::string function = text({"~A", "operator", "()", "<int>"});
+        const int64_t top = number(Long::min(), Long::max());
+        const int64_t thread = number(Long::min(), Long::max());
+        const int64_t level = number(-2147483648, 2147483647);
+        const int64_t line = number(0, 4294967295);
+        const std::string detail = text({"d", "\n", ",", "\n Detail: "});
+        const std::string frame =
+            "<5>\n" + LogStamp(i) + ", " + operation + ",TopT:" + std::to_string(top) +
+            ",If:" + interface + ",UserMsg:" + user + ", T:" + std::to_string(thread) +
+            ", DL:" + std::to_string(level) + ", File: ne.cpp Func:" + function +
+            " Line:" + std::to_string(line) + "\n Detail: " + detail + "\n</5>\n\n";
+        SCOPED_TRACE(frame);
+        const Record record = ParseText(frame);
+        ASSERT_EQ(record.operation, operation);
+        ASSERT_EQ(record.operationThread, top);
+        ASSERT_EQ(record.interface, interface);
+        ASSERT_EQ(record.user, user);
+        ASSERT_EQ(record.thread, thread);
+        ASSERT_EQ(record.level, level);
+        ASSERT_EQ(record.file, "ne.cpp");
+        ASSERT_EQ(record.function, function);
+        ASSERT_EQ(record.line, line);
+        ASSERT_EQ(record.detail, detail);
+        ASSERT_EQ(record.stamp, LogStamp(i));
+    }
 }
 
 }  // namespace

@@ -141,4 +141,20 @@ TEST_F(Show, StopsQuietlyWhenNobodyReads) {
     EXPECT_EQ(result.errors, "");
 }
 
+TEST_F(Show, OfAStoreGoesWithNoFilesAndOfFilesWithNoHost) {
+    const std::string nowhere = "postgresql://nobody@127.0.0.1:1/qv";
+    WriteSample();
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"--store", nowhere, Path()},
+          {"--store", nowhere},
+          {"-f", "--store", nowhere, "--end-with-agent"},
+          {"--host", "mgr7", Path()},
+          {"verify", "--send-again", Path()}}) {
+        const ProgramResult result = Run(words);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors.rfind("qvlog: ", 0), 0U) << result.errors;
+    }
+}
+
 }  // namespace

@@ -1,0 +1,147 @@
+// qvlog collect
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "command/fleetcommands.h"
+#include "command/streamwords.h"
+#include "query/pattern.h"
+#include "store/migration.h"
+#include "stream/collector.h"
+
+namespace NS_LOG_FLEET {
+namespace {
+
+using NS_LOG_READER::BadRequest;
+
+struct CollectWords {
+    std::string store;
+    StreamAddress stream;
+    uint32_t shards = 1;
+    std::vector<uint32_t> chosen;
+    StreamSettings settings;
+    bool migrates = false;
+    bool makesStreams = false;
+    bool once = false;
+};
+
+std::vector<std::unique_ptr<Collector>> runningCollectors;
+
+void StopCollectors(int) {
+    for (const auto& collector : runningCollectors) {
+        collector->Stop();
+    }
+}
+
+// Not one of them may go on alone: that would look as if all was well.
+bool RunCollector(Collector& collector) {
+    try {
+        return collector.Run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qvlog: %s\n", error.what());
+        StopCollectors(0);
+        return false;
+    }
+}
+
+int RunCollectors() {
+    std::signal(SIGTERM, &StopCollectors);
+    std::signal(SIGINT, &StopCollectors);
+    std::vector<std::thread> threads;
+    std::atomic<bool> isFine{true};
+    for (const auto& collector : runningCollectors) {
+        threads.emplace_back([&isFine, &collector] {
+            if (!RunCollector(*collector)) {
+                isFine = false;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return isFine ? 0 : 2;
+}
+
+std::vector<uint32_t> ChosenShards(const CollectWords& words) {
+    std::vector<uint32_t> shards = words.chosen;
+    for (uint32_t shard = 0; words.chosen.empty() && shard < words.shards; ++shard) {
+        shards.push_back(shard);
+    }
+    return shards;
+}
+
+void PrepareStore(const std::string& store) {
+    Connection connection(store);
+    const int applied = Migrate(connection);
+    std::printf("%d of %zu changes of the tables were made\n", applied, AllMigrations().size());
+}
+
+int RunCollect(const CollectWords& words) {
+    if (words.store.empty() && (words.migrates || !words.makesStreams)) {
+        throw BadRequest("collect: into which store? --to postgresql://...");
+    }
+    if (words.migrates) {
+        PrepareStore(words.store);
+    }
+    if (words.stream.servers.empty()) {
+        if (!words.migrates) {
+            throw BadRequest("collect: from which stream? --from nats://...");
+        }
+        return 0;
+    }
+    if (words.makesStreams) {
+        StreamConnection connection(words.stream);
+        StreamSettings settings = words.settings;
+        for (settings.shard = 0; settings.shard < words.shards; ++settings.shard) {
+            MakeStream(connection, settings);
+        }
+    }
+    if (words.store.empty()) {
+        return 0;
+    }
+    for (const uint32_t shard : ChosenShards(words)) {
+        CollectSettings settings;
+        settings.stream = words.stream;
+        settings.store = words.store;
+        settings.shard = shard;
+        settings.once = words.once;
+        runningCollectors.push_back(std::make_unique<Collector>(settings));
+    }
+    return RunCollectors();
+}
+
+}  // namespace
+
+void AddCollect(const NS_LOG_READER::CommandAdder& add) {
+    const auto words = std::make_shared<CollectWords>();
+    CLI::App* const app =
+        add("collect", "Store what shippers send",
+            [words](const NS_LOG_READER::Options&) { return RunCollect(*words); });
+    app->add_option("--to", words->store, "The store: postgresql://...")->type_name("URL");
+    app->add_option("--from", words->stream.servers, "The stream: nats://HOST:PORT,nats://...")
+        ->type_name("URL");
+    app->add_flag("--migrate", words->migrates, "Make or change the store's tables first");
+    app->add_flag("--make-streams", words->makesStreams, "Make the streams that are missing first");
+    app->add_option("--replicas", words->settings.replicas,
+                    "How many servers keep a stream that is made (default: 1)")
+        ->type_name("N");
+    app->add_option("--max-bytes", words->settings.maxBytes,
+                    "How much a stream that is made holds: 500M, 20G")
+        ->type_name("SIZE")
+        ->transform(CLI::AsSizeValue(false));
+    app->add_option("--max-age", words->settings.maxSeconds,
+                    "After how many seconds it forgets what it holds")
+        ->type_name("SECONDS");
+    AddStreamOptions(*app, words->stream, words->shards);
+    app->add_option("--shard", words->chosen, "Collect only this one; may be given several times")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->add_flag("--once", words->once, "End when nothing more comes");
+}
+
+}  // namespace NS_LOG_FLEET

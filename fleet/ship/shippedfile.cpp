@@ -1,0 +1,195 @@
+#include "ship/shippedfile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "input/bytesource.h"
+#include "input/piecescanner.h"
+#include "input/series.h"
+#include "ship/writer.h"
+
+namespace NS_LOG_FLEET {
+namespace {
+
+using NS_LOG_READER::ByteSource;
+using NS_LOG_READER::Piece;
+using NS_LOG_READER::PieceKind;
+using NS_LOG_READER::PieceScanner;
+using NS_LOG_READER::ReadError;
+
+constexpr size_t kLongestFirst = 256;
+
+constexpr std::chrono::seconds kWriterCheckInterval{1};
+
+size_t ReadAt(int descriptor, uint64_t offset, char* bytes, size_t size, const std::string& path) {
+    ssize_t result = 0;
+    do {
+        result = ::pread(descriptor, bytes, size, static_cast<off_t>(offset));
+    } while (result < 0 && errno == EINTR);
+    if (result < 0) {
+        throw ReadError(path + ": " + std::strerror(errno));
+    }
+    return static_cast<size_t>(result);
+}
+
+// The file up to the size that it had when it was looked at: what is written meanwhile belongs to
+// the next look.
+class FixedPart final : public ByteSource {
+  public:
+    FixedPart(int descriptor, uint64_t end, const std::string& path)
+        : descriptor_(descriptor), end_(end), path_(path) {}
+
+    size_t Read(char* bytes, size_t size) override {
+        const size_t wanted =
+            static_cast<size_t>(std::min<uint64_t>(size, end_ > offset_ ? end_ - offset_ : 0));
+        const size_t read = wanted == 0 ? 0 : ReadAt(descriptor_, offset_, bytes, wanted, path_);
+        offset_ += read;
+        return read;
+    }
+    void Seek(uint64_t offset) override { offset_ = offset; }
+    uint64_t Size() const override { return end_; }
+    bool IsPlain() const override { return true; }
+
+  private:
+    const int descriptor_;
+    const uint64_t end_;
+    const std::string& path_;
+    uint64_t offset_ = 0;
+};
+
+}  // namespace
+
+ShippedFile::ShippedFile(std::string path)
+    : path_(std::move(path)),
+      name_(path_.substr(path_.rfind('/') + 1)),
+      descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC)),
+      grown_(Clock::now()) {
+    if (!descriptor_.IsOpen() || ::fstat(descriptor_.Get(), &status_) != 0) {
+        throw ReadError(path_ + ": " + std::strerror(errno));
+    }
+    const auto parts = NS_LOG_READER::ParseLogFileName(path_);
+    category_ = parts ? parts->category : "";
+    process_ = parts ? parts->process : 0;
+}
+
+void ShippedFile::SetOffset(uint64_t offset) {
+    offset_ = offset;
+    isDry_ = false;
+}
+
+bool ShippedFile::IsFile(const struct stat& status) const {
+    return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
+}
+
+void ShippedFile::ReadFirstLine() {
+    char bytes[kLongestFirst];
+    const std::string_view text(bytes, ReadAt(descriptor_.Get(), 0, bytes, sizeof bytes, path_));
+    const size_t newline = text.find('\n');
+    if (newline != std::string_view::npos) {
+        first_ = text.substr(0, newline + 1);
+    } else if (text.size() == kLongestFirst || (isSettled_ && HasEnded(Clock::now()))) {
+        first_ = text;
+    }
+}
+
+bool ShippedFile::BeginsAsBefore() const {
+    char bytes[kLongestFirst];
+    const size_t size = ReadAt(descriptor_.Get(), 0, bytes, first_.size(), path_);
+    return std::string_view(bytes, size) == first_;
+}
+
+bool ShippedFile::Look(Clock::time_point now) {
+    struct stat status {};
+    if (::fstat(descriptor_.Get(), &status) != 0) {
+        throw ReadError(path_ + ": " + std::strerror(errno));
+    }
+    const auto size = static_cast<uint64_t>(status.st_size);
+    const bool hasChanged = size != size_ || status.st_mtim.tv_sec != status_.st_mtim.tv_sec ||
+                            status.st_mtim.tv_nsec != status_.st_mtim.tv_nsec;
+    status_ = status;
+    if (hasChanged) {
+        size_ = size;
+        grown_ = now;
+        isDry_ = false;
+        hasEnded_ = false;
+        checked_.reset();
+    }
+    isSettled_ = now - grown_ >= kSettleTime;
+    if (!first_.empty() && hasChanged && (size_ < offset_ || !BeginsAsBefore())) {
+        return false;
+    }
+    if (first_.empty() && size_ > 0) {
+        ReadFirstLine();
+    }
+    return true;
+}
+
+void ShippedFile::Restart() {
+    first_.clear();
+    offset_ = 0;
+    isClosed_ = false;
+    isDry_ = false;
+    isSettled_ = false;
+    grown_ = Clock::now();
+    ReadFirstLine();
+}
+
+bool ShippedFile::HasEnded(Clock::time_point now) {
+    if (!hasEnded_ && (!checked_ || now - *checked_ >= kWriterCheckInterval)) {
+        checked_ = now;
+        hasEnded_ =
+            HasWriterEnded(descriptor_.Get(), process_, int64_t{status_.st_mtim.tv_sec} * 1000000);
+    }
+    return hasEnded_;
+}
+
+bool ShippedFile::IsOver(Clock::time_point now) {
+    return IsRead() && HasEnded(now);
+}
+
+bool ShippedFile::TakePieces(size_t limit, bool isFinal, FilePart& part) {
+    FixedPart source(descriptor_.Get(), size_, path_);
+    PieceScanner scanner(source, offset_);
+    if (!isFinal) {
+        scanner.ExpectGrowth();
+    }
+    Piece piece;
+    bool closes = isClosed_;
+    while (part.bytes.size() < limit && scanner.Next(piece)) {
+        if (!isSettled_ && piece.offset + piece.bytes.size() >= size_) {
+            break;
+        }
+        part.Add(piece);
+        closes = piece.kind == PieceKind::Closed;
+    }
+    if (!scanner.Error().empty()) {
+        throw ReadError(scanner.Error());
+    }
+    // Bytes that were read from a file that was emptied meanwhile belong to nobody.
+    if (part.slices.empty() || !BeginsAsBefore()) {
+        return false;
+    }
+    isClosed_ = closes;
+    offset_ = part.End();
+    return true;
+}
+
+bool ShippedFile::ReadPart(size_t limit, FilePart& part) {
+    part = FilePart();
+    if (first_.empty() || Backlog() == 0) {
+        return false;
+    }
+    if (!isDry_ && TakePieces(limit, false, part)) {
+        return true;
+    }
+    isDry_ = isSettled_;
+    // What has no end will get none when its writer has ended.
+    part = FilePart();
+    return isSettled_ && HasEnded(Clock::now()) && TakePieces(limit, true, part);
+}
+
+}  // namespace NS_LOG_FLEET

@@ -1,0 +1,365 @@
+#include "ship/shipper.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+#include <utility>
+
+#include "input/bytesource.h"
+#include "input/series.h"
+
+namespace NS_LOG_FLEET {
+namespace {
+
+namespace fs = std::filesystem;
+
+using NS_LOG_READER::ReadError;
+
+// What is taken of one file before the next one has its turn.
+constexpr size_t kPartSize = size_t{1} << 20;
+
+// With a limit, what goes at once is sent within a quarter of a second.
+size_t PartSize(uint64_t bytesPerSecond) {
+    return bytesPerSecond == 0 ? kPartSize : std::clamp<uint64_t>(bytesPerSecond / 4, 1, kPartSize);
+}
+
+constexpr std::chrono::seconds kScanInterval{5};
+constexpr std::chrono::seconds kStateInterval{5};
+constexpr std::chrono::milliseconds kFlushInterval{500};
+
+constexpr std::chrono::milliseconds kLongestWait{1000};
+
+constexpr std::chrono::milliseconds kFirstPause{200};
+constexpr std::chrono::milliseconds kLongestPause{5000};
+
+bool IsLogFile(const std::string& path) {
+    constexpr std::string_view ending = ".log";
+    return path.size() > ending.size() &&
+           path.compare(path.size() - ending.size(), ending.size(), ending) == 0 &&
+           NS_LOG_READER::ParseLogFileName(path).has_value();
+}
+
+bool IsSameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool IsUnchanged(const struct stat& a, const struct stat& b) {
+    return IsSameFile(a, b) && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+}  // namespace
+
+Shipper::Shipper(ShipSettings settings, MakeTarget makeTarget)
+    : settings_(std::move(settings)),
+      makeTarget_(std::move(makeTarget)),
+      watch_(settings_.paths),
+      pace_(settings_.bytesPerSecond) {}
+
+void Shipper::Report(const std::string& text) {
+    std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+}
+
+void Shipper::Trouble(const std::string& text) {
+    hasTrouble_ = true;
+    problem_ = text;
+    Report(text);
+}
+
+bool Shipper::Run() {
+    while (!isStopped_) {
+        try {
+            Connect();
+            Work();
+            return !hasTrouble_;
+        } catch (const TargetError& error) {
+            target_.reset();
+            if (!error.IsPassing()) {
+                throw;
+            }
+            AwaitTarget(error);
+        }
+    }
+    return !hasTrouble_;
+}
+
+// What the last target had taken and not acknowledged is forgotten: the new one tells where to go
+// on.
+void Shipper::Connect() {
+    target_ = makeTarget_();
+    for (File& file : files_) {
+        file.isOpen = false;
+    }
+    scans_ = true;
+    FindFiles();
+    CompareWithTarget();
+    if (pause_.count() != 0) {
+        Report("sending goes on");
+        pause_ = std::chrono::milliseconds(0);
+        problem_.clear();
+    }
+}
+
+void Shipper::AwaitTarget(const TargetError& error) {
+    if (problem_ != error.what()) {
+        problem_ = error.what();
+        Report(problem_);
+    }
+    pause_ = std::clamp(pause_ * 2, kFirstPause, kLongestPause);
+    const Clock::time_point end = Clock::now() + pause_;
+    while (!isStopped_ && Clock::now() < end) {
+        std::this_thread::sleep_for(std::min(kFirstPause, pause_));
+    }
+}
+
+void Shipper::Work() {
+    while (!isStopped_) {
+        if (scans_ || Clock::now() - scanned_ >= kScanInterval) {
+            FindFiles();
+            FindRemoved();
+        }
+        const bool hasSent = SendRound();
+        if (!hasSent || Clock::now() - flushed_ >= kFlushInterval) {
+            target_->Flush();
+            flushed_ = Clock::now();
+        }
+        TellState();
+        if (hasSent) {
+            continue;
+        }
+        LookAtIdle();
+        if (settings_.once && IsAllSent()) {
+            TellState();
+            return;
+        }
+        Wait();
+    }
+    target_->Flush();
+}
+
+void Shipper::FindFiles() {
+    scans_ = false;
+    scanned_ = Clock::now();
+    for (const std::string& path : settings_.paths) {
+        std::error_code error;
+        if (!fs::is_directory(path, error)) {
+            AddFile(path);
+            continue;
+        }
+        for (const auto& entry : fs::directory_iterator(path, error)) {
+            AddFile(entry.path().string());
+        }
+        if (error) {
+            Trouble(path + ": " + error.message());
+        }
+    }
+}
+
+// Whether the file is the one that the path leads to, and needs no new look.
+bool Shipper::IsKnown(File& file, const std::string& path) {
+    struct stat status {};
+    if (file.path != path || file.isRemoved || ::stat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    return file.file ? file.file->IsFile(status) : IsUnchanged(file.status, status);
+}
+
+void Shipper::AddFile(const std::string& path) {
+    if (!IsLogFile(path) || std::any_of(files_.begin(), files_.end(),
+                                        [&](File& file) { return IsKnown(file, path); })) {
+        return;
+    }
+    // An idle file that has changed is looked at anew.
+    files_.erase(std::remove_if(files_.begin(), files_.end(),
+                                [&](const File& file) { return !file.file && file.path == path; }),
+                 files_.end());
+    try {
+        File file;
+        file.path = path;
+        file.file = std::make_unique<ShippedFile>(path);
+        files_.push_back(std::move(file));
+    } catch (const ReadError& error) {
+        // It may have been removed since the directory was read.
+        if (fs::exists(path)) {
+            Trouble(error.what());
+        }
+    }
+}
+
+// A removed file is read to its end, which is possible as long as it is open.
+void Shipper::FindRemoved() {
+    for (File& file : files_) {
+        struct stat status {};
+        file.isRemoved = file.isRemoved || ::stat(file.path.c_str(), &status) != 0 ||
+                         (file.file && !file.file->IsFile(status));
+    }
+    files_.erase(std::remove_if(files_.begin(), files_.end(),
+                                [&](const File& file) {
+                                    const bool isDone = file.isRemoved && !file.file;
+                                    if (isDone && file.isOpen) {
+                                        target_->NoteGone(file.target.handle, 0);
+                                    }
+                                    return isDone;
+                                }),
+                 files_.end());
+}
+
+// What was removed while nobody looked, and what is to be sent again.
+void Shipper::CompareWithTarget() {
+    for (File& file : files_) {
+        OpenAtTarget(file);
+    }
+    for (const KnownFile& known : target_->FilesOf(settings_.host)) {
+        const auto file = std::find_if(files_.begin(), files_.end(), [&](const File& other) {
+            return other.isOpen && other.target.handle == known.handle;
+        });
+        if (file != files_.end()) {
+            TakeOrder(known, *file);
+            continue;
+        }
+        if (!known.isComplete) {
+            Trouble(known.name +
+                    " was removed before it was sent to its end; what is known of it "
+                    "ends at byte " +
+                    std::to_string(known.arrived));
+        }
+        target_->NoteGone(known.handle,
+                          known.size > known.arrived ? known.size - known.arrived : 0);
+    }
+}
+
+void Shipper::TakeOrder(const KnownFile& known, File& file) {
+    if (!known.isWantedAgain || file.isSentAgain) {
+        return;
+    }
+    Report(known.name + " is sent again");
+    if (!file.file) {
+        file.file = std::make_unique<ShippedFile>(file.path);
+        file.file->Look(Clock::now());
+    }
+    file.file->SetOffset(0);
+    file.isSentAgain = true;
+}
+
+// False: the file's beginning is not there yet.
+bool Shipper::OpenAtTarget(File& file) {
+    if (file.isOpen) {
+        return true;
+    }
+    if (file.file && file.first.empty()) {
+        file.file->Look(Clock::now());
+        file.first = file.file->First();
+    }
+    if (file.first.empty()) {
+        return false;
+    }
+    const std::string name = file.path.substr(file.path.rfind('/') + 1);
+    file.target = target_->Open({settings_.host, name, file.first});
+    file.isOpen = true;
+    if (file.file) {
+        const bool isAgain = settings_.again || file.isSentAgain;
+        file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
+    }
+    return true;
+}
+
+// The file was emptied under its name, as it happens when it is full within its second.
+void Shipper::BeginAgain(File& file) {
+    const uint64_t lost = file.file->Size() == 0 ? 0 : file.file->Backlog();
+    Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
+            std::to_string(file.file->Offset()));
+    if (file.isOpen) {
+        target_->Flush();
+        target_->NoteGone(file.target.handle, lost);
+    }
+    file.file->Restart();
+    file.first.clear();
+    file.isOpen = false;
+}
+
+bool Shipper::SendRound() {
+    bool hasSent = false;
+    for (size_t i = 0; i < files_.size() && !isStopped_; ++i) {
+        File& file = files_[i];
+        if (!file.file) {
+            continue;
+        }
+        try {
+            hasSent = SendFrom(file) || hasSent;
+        } catch (const ReadError& error) {
+            Trouble(error.what());
+        }
+    }
+    return hasSent;
+}
+
+bool Shipper::SendFrom(File& file) {
+    if (!file.file->Look(Clock::now())) {
+        BeginAgain(file);
+    }
+    FilePart part;
+    if (!OpenAtTarget(file) || !file.file->ReadPart(PartSize(settings_.bytesPerSecond), part)) {
+        return false;
+    }
+    const size_t size = part.bytes.size();
+    target_->Send(file.target.handle, std::move(part));
+    std::this_thread::sleep_for(pace_.Spend(size, Clock::now()));
+    return true;
+}
+
+// Everything that was read has arrived. Files that nobody writes any more are closed.
+void Shipper::LookAtIdle() {
+    const Clock::time_point now = Clock::now();
+    for (File& file : files_) {
+        if (!file.file || !file.isOpen || !file.file->IsOver(now)) {
+            continue;
+        }
+        if (file.isSentAgain) {
+            target_->NoteSentAgain(file.target.handle);
+            file.isSentAgain = false;
+        }
+        target_->NoteComplete(file.target.handle, file.file->Size());
+        file.status = file.file->Status();
+        file.file.reset();
+    }
+}
+
+void Shipper::TellState() {
+    const Clock::time_point now = Clock::now();
+    if (now - told_ < kStateInterval) {
+        return;
+    }
+    told_ = now;
+    HostState state;
+    state.host = settings_.host;
+    state.files = files_.size();
+    state.problem = problem_;
+    for (const File& file : files_) {
+        state.backlog += file.file ? file.file->Backlog() : 0;
+    }
+    target_->NoteHost(state);
+    CompareWithTarget();
+}
+
+bool Shipper::IsAllSent() const {
+    return std::all_of(files_.begin(), files_.end(), [](const File& file) {
+        return !file.file || file.file->IsRead() || file.file->IsWaitingForEnd();
+    });
+}
+
+void Shipper::Wait() {
+    const bool isUnsettled = std::any_of(files_.begin(), files_.end(), [](const File& file) {
+        return file.file && !file.file->IsRead() && !file.file->IsWaitingForEnd();
+    });
+    DirectoryWatch::Changes changes =
+        watch_.Wait(isUnsettled ? ShippedFile::kSettleTime / 2 : kLongestWait);
+    if (changes.any) {
+        std::this_thread::sleep_for(target_->Gathering());
+        const DirectoryWatch::Changes more = watch_.Wait(std::chrono::milliseconds(0));
+        changes.names = changes.names || more.names;
+    }
+    scans_ = scans_ || changes.names;
+}
+
+}  // namespace NS_LOG_FLEET

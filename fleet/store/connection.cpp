@@ -1,0 +1,160 @@
+#include "store/connection.h"
+
+#include <poll.h>
+
+#include <charconv>
+#include <chrono>
+#include <regex>
+
+namespace NS_LOG_FLEET {
+namespace {
+
+constexpr std::chrono::seconds kConnectTime{10};
+
+std::string WithoutEnd(const char* message) {
+    std::string text = message == nullptr ? "" : message;
+    while (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+    return text;
+}
+
+}  // namespace
+
+bool StoreError::IsPassing() const {
+    if (state_.empty()) {
+        return true;
+    }
+    // Connection trouble, no resources, an operator's intervention, the system below the server, a
+    // transaction that was rolled back for another's sake.
+    for (const char* group : {"08", "53", "57", "58", "40"}) {
+        if (state_.compare(0, 2, group) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string ByteaText(std::string_view bytes) {
+    constexpr const char* digits = "0123456789abcdef";
+    std::string text = "\\x";
+    text.reserve(2 + 2 * bytes.size());
+    for (const char byte : bytes) {
+        text.push_back(digits[static_cast<unsigned char>(byte) >> 4]);
+        text.push_back(digits[static_cast<unsigned char>(byte) & 15]);
+    }
+    return text;
+}
+
+std::string_view Rows::Text(int row, int column) const {
+    return {PQgetvalue(result_.get(), row, column),
+            static_cast<size_t>(PQgetlength(result_.get(), row, column))};
+}
+
+int64_t Rows::Number(int row, int column) const {
+    const std::string_view text = Text(row, column);
+    int64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+std::string Rows::Bytes(int row, int column) const {
+    size_t size = 0;
+    const std::unique_ptr<unsigned char, decltype(&PQfreemem)> bytes(
+        PQunescapeBytea(
+            reinterpret_cast<const unsigned char*>(PQgetvalue(result_.get(), row, column)), &size),
+        &PQfreemem);
+    return bytes ? std::string(reinterpret_cast<const char*>(bytes.get()), size) : std::string();
+}
+
+int64_t Rows::Changed() const {
+    const std::string_view text = PQcmdTuples(result_.get());
+    int64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+Connection::Connection(const std::string& target) : connection_(nullptr, &PQfinish) {
+    // What stands in front of the target can be said otherwise by it; what stands behind it cannot.
+    const char* const keys[] = {"fallback_application_name", "tcp_user_timeout", "dbname",
+                                "client_encoding", nullptr};
+    const char* const values[] = {"qvlog", "60000", target.c_str(), "UTF8", nullptr};
+    connection_.reset(PQconnectStartParams(keys, values, 1));
+    // With it, a server that refuses says which state that is.
+    PQsetErrorVerbosity(connection_.get(), PQERRORS_VERBOSE);
+    AwaitConnection();
+    PQsetErrorVerbosity(connection_.get(), PQERRORS_DEFAULT);
+    PQsetNoticeProcessor(
+        connection_.get(), [](void*, const char*) {}, nullptr);
+}
+
+void Connection::AwaitConnection() const {
+    const auto end = std::chrono::steady_clock::now() + kConnectTime;
+    PostgresPollingStatusType status = PGRES_POLLING_WRITING;
+    while (status != PGRES_POLLING_OK && status != PGRES_POLLING_FAILED) {
+        pollfd waited{PQsocket(connection_.get()),
+                      static_cast<short>(status == PGRES_POLLING_READING ? POLLIN : POLLOUT), 0};
+        if (std::chrono::steady_clock::now() >= end) {
+            throw StoreError("the store does not answer", "");
+        }
+        if (waited.fd < 0 || ::poll(&waited, 1, 100) != 0) {
+            status = PQconnectPoll(connection_.get());
+        }
+    }
+    if (status == PGRES_POLLING_FAILED) {
+        const std::string text = PQerrorMessage(connection_.get());
+        std::smatch found;
+        // "FATAL:  28P01: password authentication failed", in any language.
+        const bool isRefused = std::regex_search(text, found, std::regex(":  ([0-9A-Z]{5}): (.*)"));
+        throw isRefused ? StoreError(found[2], found[1]) : StoreError(WithoutEnd(text.c_str()), "");
+    }
+}
+
+StoreError Connection::LastError(const PGresult* result) const {
+    const char* const state =
+        result == nullptr ? nullptr : PQresultErrorField(result, PG_DIAG_SQLSTATE);
+    const char* const message = result == nullptr ? "" : PQresultErrorMessage(result);
+    const std::string text =
+        WithoutEnd(*message != '\0' ? message : PQerrorMessage(connection_.get()));
+    return StoreError(text.empty() ? "the store does not answer" : text,
+                      state == nullptr ? "" : state);
+}
+
+Rows Connection::Run(const std::string& statement, const std::vector<Parameter>& parameters) {
+    std::vector<const char*> values;
+    values.reserve(parameters.size());
+    for (const Parameter& parameter : parameters) {
+        values.push_back(parameter ? parameter->c_str() : nullptr);
+    }
+    PGresult* const result =
+        PQexecParams(connection_.get(), statement.c_str(), static_cast<int>(values.size()), nullptr,
+                     values.data(), nullptr, nullptr, 0);
+    Rows rows(result);
+    const ExecStatusType status = PQresultStatus(result);
+    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_COPY_IN) {
+        throw LastError(result);
+    }
+    return rows;
+}
+
+void Connection::RunScript(const std::string& statements) {
+    PGresult* const result = PQexec(connection_.get(), statements.c_str());
+    const Rows rows(result);
+    const ExecStatusType status = PQresultStatus(result);
+    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
+        throw LastError(result);
+    }
+}
+
+Transaction::~Transaction() {
+    if (isOpen_) {
+        PQclear(PQexec(connection_.Raw(), "ROLLBACK"));
+    }
+}
+
+void Transaction::Commit() {
+    connection_.Run("COMMIT");
+    isOpen_ = false;
+}
+
+}  // namespace NS_LOG_FLEET

@@ -1,0 +1,204 @@
+#include "stream/collector.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+namespace NS_LOG_FLEET {
+namespace {
+
+// What is stored in one transaction: messages hold 64 KB at most, but for large records.
+constexpr int kBatch = 64;
+
+constexpr int64_t kFetchMilliseconds = 1000;
+constexpr int64_t kNanosPerSecond = 1000000000;
+
+// A message that was not acknowledged by then comes again.
+constexpr int64_t kAcknowledgeSeconds = 30;
+
+// More than the collectors of a shard hold at a time.
+constexpr int64_t kMostOutstanding = 4096;
+
+// All collectors of a shard share its messages under this name.
+constexpr const char* kConsumer = "store";
+
+constexpr int kFirstPause = 200;
+constexpr int kLongestPause = 5000;
+
+}  // namespace
+
+void Collector::Report(const std::string& text) {
+    std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+}
+
+void Collector::Pause(const std::string& reason) {
+    if (problem_ != reason) {
+        problem_ = reason;
+        Report(reason);
+    }
+    pause_ = std::clamp(pause_ * 2, kFirstPause, kLongestPause);
+    for (int waited = 0; waited < pause_ && !isStopped_; waited += kFirstPause) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(kFirstPause));
+    }
+}
+
+bool Collector::Run() {
+    while (!isStopped_) {
+        try {
+            Work();
+            return !hasTrouble_;
+        } catch (const StreamError& error) {
+            subscription_.reset();
+            streams_.reset();
+            connection_.reset();
+            if (!error.IsPassing()) {
+                throw;
+            }
+            Pause(std::string("the stream: ") + error.what());
+        }
+    }
+    return !hasTrouble_;
+}
+
+void Collector::Work() {
+    Subscribe();
+    std::vector<Arrived> batch;
+    while (!isStopped_) {
+        batch.clear();
+        const bool hasMore = Fetch(batch);
+        StoreUntilDone(batch);
+        Acknowledge(batch);
+        if (!batch.empty() && pause_ != 0) {
+            Report("collecting goes on");
+            pause_ = 0;
+            problem_.clear();
+        }
+        if (settings_.once && !hasMore) {
+            return;
+        }
+    }
+}
+
+void Collector::Subscribe() {
+    connection_ = std::make_unique<StreamConnection>(settings_.stream);
+    jsCtx* streams = nullptr;
+    CheckStatus(natsConnection_JetStream(&streams, connection_->Get(), nullptr), "streams");
+    streams_.reset(streams);
+    const std::string stream = StreamName(settings_.shard);
+    jsSubOptions options;
+    jsSubOptions_Init(&options);
+    options.Stream = stream.c_str();
+    options.Config.AckPolicy = js_AckExplicit;
+    options.Config.AckWait = kAcknowledgeSeconds * kNanosPerSecond;
+    options.Config.MaxAckPending = kMostOutstanding;
+    natsSubscription* subscription = nullptr;
+    jsErrCode code{};
+    const natsStatus status =
+        js_PullSubscribe(&subscription, streams, StreamSubjects(settings_.shard).c_str(), kConsumer,
+                         nullptr, &options, &code);
+    subscription_.reset(subscription);
+    CheckStatus(status, "subscribing to " + stream, code);
+}
+
+// False: nothing more came for a while.
+bool Collector::Fetch(std::vector<Arrived>& batch) {
+    natsMsgList list{};
+    jsErrCode code{};
+    const natsStatus status =
+        natsSubscription_Fetch(&list, subscription_.get(), kBatch, kFetchMilliseconds, &code);
+    for (int i = 0; i < list.Count; ++i) {
+        Take(std::exchange(list.Msgs[i], nullptr), batch);
+    }
+    natsMsgList_Destroy(&list);
+    connection_->Check();
+    if (status == NATS_TIMEOUT) {
+        return false;
+    }
+    CheckStatus(status, "fetching", code);
+    return true;
+}
+
+// A message that nobody can read would come again for ever: it is refused for good.
+void Collector::Take(natsMsg* message, std::vector<Arrived>& batch) {
+    Arrived arrived;
+    arrived.message.reset(message);
+    try {
+        arrived.content =
+            Decode({natsMsg_GetData(message), static_cast<size_t>(natsMsg_GetDataLength(message))});
+        batch.push_back(std::move(arrived));
+    } catch (const MessageError& error) {
+        hasTrouble_ = true;
+        Report(std::string(natsMsg_GetSubject(message)) + ": " + error.what());
+        natsMsg_Term(message, nullptr);
+    }
+}
+
+// The messages are kept until the store has them, and the stream is told meanwhile that somebody
+// works at them.
+void Collector::StoreUntilDone(const std::vector<Arrived>& batch) {
+    while (!batch.empty()) {
+        try {
+            if (!store_) {
+                files_.clear();
+                store_ = std::make_unique<RecordStore>(settings_.store);
+            }
+            StoreBatch(batch);
+            return;
+        } catch (const StoreError& error) {
+            store_.reset();
+            if (!error.IsPassing()) {
+                throw;
+            }
+            Pause(std::string("the store: ") + error.what());
+        }
+        if (isStopped_) {
+            throw StreamError("stopped before the store was there", true);
+        }
+        for (const Arrived& arrived : batch) {
+            natsMsg_InProgress(arrived.message.get(), nullptr);
+        }
+    }
+}
+
+void Collector::StoreBatch(const std::vector<Arrived>& batch) {
+    std::vector<RecordStore::Entry> entries;
+    for (const Arrived& arrived : batch) {
+        const Message& content = arrived.content;
+        if (content.type == MessageType::Part) {
+            entries.push_back({FindFile(content.file), &content.part});
+        }
+    }
+    store_->Store(entries);
+    for (const Arrived& arrived : batch) {
+        const Message& content = arrived.content;
+        if (content.type == MessageType::Chunk) {
+            store_->StoreChunk({FindFile(content.file), content.chunkOffset, content.part.bytes,
+                                content.part.offset, content.part.slices.front()});
+        } else if (content.type == MessageType::Mark) {
+            store_->NoteComplete(FindFile(content.file).id, content.low);
+        } else if (content.type == MessageType::Host) {
+            store_->NoteHost(content.state);
+        }
+    }
+}
+
+RowFile Collector::FindFile(const FileIdentity& file) {
+    const std::string key = file.host + '\n' + file.name + '\n' + file.first;
+    const auto known = files_.find(key);
+    if (known != files_.end()) {
+        return known->second;
+    }
+    const RowFile row{store_->FindFile(file).id, DayOfName(file.name)};
+    files_.emplace(key, row);
+    return row;
+}
+
+void Collector::Acknowledge(const std::vector<Arrived>& batch) {
+    for (const Arrived& arrived : batch) {
+        natsMsg_Ack(arrived.message.get(), nullptr);
+    }
+}
+
+}  // namespace NS_LOG_FLEET

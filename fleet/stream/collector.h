@@ -1,0 +1,68 @@
+// Stores what comes through the stream of one shard.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "store/recordstore.h"
+#include "stream/message.h"
+#include "stream/streamconnection.h"
+
+namespace NS_LOG_FLEET {
+
+struct CollectSettings {
+    StreamAddress stream;
+    std::string store;  // postgresql://...
+    uint32_t shard = 0;
+    bool once = false;  // end when nothing more comes
+};
+
+// A message is acknowledged when the store has it for good; what was not acknowledged comes again,
+// here or at another collector of the same shard.
+//
+// Thread safety: `Stop` may be called by any thread and by a signal handler.
+class Collector {
+  public:
+    explicit Collector(CollectSettings settings) : settings_(std::move(settings)) {}
+
+    // Collects until `Stop`. Throws StreamError or StoreError when one of them refuses for a reason
+    // that waiting does not remove. False: a message could not be read; it was reported, and is
+    // not delivered again.
+    bool Run();
+
+    void Stop() { isStopped_ = true; }
+
+  private:
+    struct Arrived {
+        OwnedMessage message;
+        Message content;
+    };
+
+    void Report(const std::string& text);
+    void Pause(const std::string& reason);
+    void Work();
+    void Subscribe();
+    bool Fetch(std::vector<Arrived>& batch);
+    void Take(natsMsg* message, std::vector<Arrived>& batch);
+    void StoreUntilDone(const std::vector<Arrived>& batch);
+    void StoreBatch(const std::vector<Arrived>& batch);
+    RowFile FindFile(const FileIdentity& file);
+    static void Acknowledge(const std::vector<Arrived>& batch);
+
+    const CollectSettings settings_;
+    std::unique_ptr<StreamConnection> connection_;
+    StreamOwner<jsCtx, &jsCtx_Destroy> streams_;
+    StreamOwner<natsSubscription, &natsSubscription_Destroy> subscription_;
+    std::unique_ptr<RecordStore> store_;
+    std::map<std::string, RowFile> files_;  // by subject
+    int pause_ = 0;                         // milliseconds
+    std::string problem_;
+    bool hasTrouble_ = false;
+    std::atomic<bool> isStopped_{false};
+};
+
+}  // namespace NS_LOG_FLEET

@@ -1,0 +1,243 @@
+#include "stream/streamtarget.h"
+
+#include <deque>
+#include <mutex>
+#include <utility>
+
+#include "input/series.h"
+
+namespace NS_LOG_FLEET {
+namespace {
+
+// Pieces are joined to messages of this size. One by one they cost the servers seven times as much.
+constexpr size_t kJoinedSize = size_t{64} * 1024;
+
+// A piece that is larger goes in several messages. The servers take 1 MB unless they are told
+// otherwise.
+constexpr size_t kLargestMessage = size_t{512} * 1024;
+
+// So many messages may be on their way.
+constexpr size_t kWindow = 64;
+
+// A message that was not acknowledged by then is given up, and sent again by a new target.
+constexpr int64_t kAcknowledgeMilliseconds = 5000;
+
+constexpr const char* kKeyHeader = "Nats-Msg-Id";
+
+// A call-back of the library may still run when its target is gone. The last windows are kept for
+// it: a new target is made every 0.2 seconds at most.
+void KeepForAWhile(std::shared_ptr<Window> window) {
+    static std::mutex mutex;
+    static std::deque<std::shared_ptr<Window>> windows;
+    const std::lock_guard<std::mutex> lock(mutex);
+    windows.push_back(std::move(window));
+    if (windows.size() > 50) {
+        windows.pop_front();
+    }
+}
+
+template <class Work>
+auto Translated(Work work) {
+    try {
+        return work();
+    } catch (const StreamError& error) {
+        throw TargetError(std::string("the stream: ") + error.what(), error.IsPassing());
+    }
+}
+
+void TakeAnswer(jsCtx*, natsMsg* message, jsPubAck*, jsPubAckErr* error, void* closure) {
+    const OwnedMessage owner(message);
+    auto* const window = static_cast<Window*>(closure);
+    if (error != nullptr) {
+        const char* const text = error->ErrText != nullptr ? error->ErrText : "";
+        window->Fail(*text != '\0' ? text : natsStatus_GetText(error->Err));
+        return;
+    }
+    const char* key = nullptr;
+    natsMsgHeader_Get(message, kKeyHeader, &key);
+    window->Remove(key == nullptr ? "" : key);
+}
+
+}  // namespace
+
+StreamTarget::StreamTarget(const StreamAddress& address, const std::string& host, uint32_t shards)
+    : host_(host),
+      shard_(ShardOf(host, shards)),
+      window_(std::make_shared<Window>()),
+      connection_(address) {
+    Translated([&] {
+        jsOptions options;
+        jsOptions_Init(&options);
+        options.PublishAsync.AckHandler = &TakeAnswer;
+        options.PublishAsync.AckHandlerClosure = window_.get();
+        jsCtx* streams = nullptr;
+        CheckStatus(natsConnection_JetStream(&streams, connection_.Get(), &options), "streams");
+        streams_.reset(streams);
+    });
+}
+
+std::unique_ptr<Target> StreamTarget::Make(const StreamAddress& address, const std::string& host,
+                                           uint32_t shards) {
+    return Translated([&] { return std::make_unique<StreamTarget>(address, host, shards); });
+}
+
+StreamTarget::~StreamTarget() {
+    KeepForAWhile(window_);
+}
+
+std::chrono::milliseconds StreamTarget::Gathering() const {
+    return std::chrono::milliseconds(800);
+}
+
+TargetFile StreamTarget::Open(const FileIdentity& identity) {
+    const auto parts = NS_LOG_READER::ParseLogFileName(identity.name);
+    File file;
+    file.identity = identity;
+    file.subject = FileSubject(shard_, identity, parts ? parts->category : "");
+    uint64_t resumeAt = 0;
+    Translated([&] {
+        jsDirectGetMsgOptions options;
+        jsDirectGetMsgOptions_Init(&options);
+        options.LastBySubject = file.subject.c_str();
+        natsMsg* last = nullptr;
+        const natsStatus status =
+            js_DirectGetMsg(&last, streams_.get(), StreamName(shard_).c_str(), nullptr, &options);
+        const OwnedMessage owner(last);
+        if (status == NATS_NOT_FOUND) {
+            return;
+        }
+        connection_.Check();
+        CheckStatus(status, "asking for the last message of " + file.subject);
+        const Message message =
+            Decode({natsMsg_GetData(last), static_cast<size_t>(natsMsg_GetDataLength(last))});
+        resumeAt = message.low;
+        file.isMarked = message.type == MessageType::Mark;
+    });
+    files_.push_back(std::move(file));
+    return {static_cast<int64_t>(files_.size() - 1), resumeAt};
+}
+
+void StreamTarget::Send(int64_t handle, FilePart part) {
+    files_[static_cast<size_t>(handle)].isMarked = false;
+    FilePart joined;
+    part.ForEach([&](const NS_LOG_READER::Piece& piece) {
+        if (!joined.slices.empty() && joined.bytes.size() + piece.bytes.size() > kJoinedSize) {
+            SendJoined(handle, joined);
+            joined = FilePart();
+        }
+        if (piece.bytes.size() > kLargestMessage) {
+            SendInChunks(handle, piece);
+        } else {
+            joined.Add(piece);
+        }
+    });
+    if (!joined.slices.empty()) {
+        SendJoined(handle, joined);
+    }
+}
+
+void StreamTarget::SendJoined(int64_t handle, const FilePart& part) {
+    Message message;
+    message.type = MessageType::Part;
+    message.part = part;
+    PublishPart(handle, message, part.offset, part.End());
+}
+
+void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece) {
+    for (size_t at = 0; at < piece.bytes.size(); at += kLargestMessage) {
+        Message message;
+        message.type = MessageType::Chunk;
+        message.chunkOffset = piece.offset + at;
+        message.part.offset = piece.offset;
+        message.part.bytes = piece.bytes.substr(at, kLargestMessage);
+        message.part.slices.push_back(
+            {piece.kind, piece.number, static_cast<uint32_t>(piece.bytes.size())});
+        PublishPart(handle, message, message.chunkOffset,
+                    message.chunkOffset + message.part.bytes.size());
+    }
+}
+
+// A new shipper cannot begin inside a piece: the place of a chunk is that of its piece.
+void StreamTarget::PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end) {
+    if (!window_->AwaitRoom(kWindow)) {
+        connection_.Check();
+    }
+    const File& file = files_[static_cast<size_t>(handle)];
+    const std::string key = file.subject + ":" + std::to_string(begin) + "-" + std::to_string(end);
+    window_->Add(key, handle, message.part.offset);
+    message.file = file.identity;
+    message.low = window_->Lowest(handle, message.part.offset);
+    Publish(file.subject, message, key);
+}
+
+void StreamTarget::Publish(const std::string& subject, const Message& message,
+                           const std::string& key) {
+    Translated([&] {
+        connection_.Check();
+        const std::string failure = window_->Failure();
+        if (!failure.empty()) {
+            throw StreamError(failure, true);
+        }
+        const std::string bytes = Encode(message);
+        natsMsg* made = nullptr;
+        CheckStatus(natsMsg_Create(&made, subject.c_str(), nullptr, bytes.data(),
+                                   static_cast<int>(bytes.size())),
+                    "message");
+        OwnedMessage owner(made);
+        jsPubOptions options;
+        jsPubOptions_Init(&options);
+        options.MaxWait = kAcknowledgeMilliseconds;
+        options.MsgId = key.c_str();
+        natsMsg* sent = owner.release();
+        const natsStatus status = js_PublishMsgAsync(streams_.get(), &sent, &options);
+        owner.reset(sent);
+        CheckStatus(status, "publishing");
+    });
+}
+
+void StreamTarget::Flush() {
+    const bool hasArrived = window_->AwaitRoom(1);
+    Translated([&] {
+        connection_.Check();
+        if (!hasArrived) {
+            throw StreamError(window_->Failure(), true);
+        }
+    });
+}
+
+std::vector<KnownFile> StreamTarget::FilesOf(const std::string&) {
+    return {};
+}
+
+void StreamTarget::NoteGone(int64_t, uint64_t) {}
+
+// What was sent has arrived: the shipper flushes before it says so.
+void StreamTarget::NoteComplete(int64_t handle, uint64_t size) {
+    File& file = files_[static_cast<size_t>(handle)];
+    if (file.isMarked) {
+        return;
+    }
+    Message message;
+    message.type = MessageType::Mark;
+    message.file = file.identity;
+    message.low = size;
+    const std::string key = file.subject + ":" + std::to_string(size) + "-end";
+    window_->Add(key, -1, 0);
+    Publish(file.subject, message, key);
+    file.isMarked = true;
+}
+
+void StreamTarget::NoteSentAgain(int64_t) {}
+
+void StreamTarget::NoteHost(const HostState& state) {
+    Message message;
+    message.type = MessageType::Host;
+    message.state = state;
+    const std::string subject = HostSubject(shard_, host_);
+    const std::string key =
+        subject + ":" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+    window_->Add(key, -1, 0);
+    Publish(subject, message, key);
+}
+
+}  // namespace NS_LOG_FLEET

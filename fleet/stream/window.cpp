@@ -1,0 +1,55 @@
+#include "stream/window.h"
+
+namespace NS_LOG_FLEET {
+
+bool Window::AwaitRoom(size_t most) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return messages_.size() < most || !failure_.empty(); });
+    return failure_.empty();
+}
+
+void Window::Add(const std::string& key, int64_t file, uint64_t begin) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    messages_[key] = {file, begin};
+    if (file >= 0) {
+        places_[file].insert(begin);
+    }
+}
+
+void Window::Remove(const std::string& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto message = messages_.find(key);
+    if (message == messages_.end()) {
+        return;
+    }
+    if (message->second.file >= 0) {
+        std::multiset<uint64_t>& places = places_[message->second.file];
+        const auto place = places.find(message->second.begin);
+        if (place != places.end()) {
+            places.erase(place);
+        }
+    }
+    messages_.erase(message);
+    changed_.notify_all();
+}
+
+void Window::Fail(const std::string& reason) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (failure_.empty()) {
+        failure_ = reason;
+    }
+    changed_.notify_all();
+}
+
+uint64_t Window::Lowest(int64_t file, uint64_t other) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto places = places_.find(file);
+    return places == places_.end() || places->second.empty() ? other : *places->second.begin();
+}
+
+std::string Window::Failure() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return failure_;
+}
+
+}  // namespace NS_LOG_FLEET

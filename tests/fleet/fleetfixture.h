@@ -1,0 +1,146 @@
+// Agents, shippers and a store, and whether the store has what the agents wrote.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fleet/postgresserver.h"
+#include "store/connection.h"
+#include "support/childprocess.h"
+#include "support/files.h"
+#include "support/logfileparser.h"
+#include "support/temporarydirectory.h"
+
+namespace NS_TEST {
+
+using NS_LOG_FLEET::Connection;
+using NS_LOG_FLEET::Rows;
+
+class FleetTest : public DirectoryTest {
+  protected:
+    FleetTest() {
+        // The server does not run as root.
+        std::filesystem::permissions(Path(), std::filesystem::perms(0755));
+        std::filesystem::create_directories(Path("agent/conf"));
+        std::filesystem::create_directories(Logs());
+        std::filesystem::copy_file(QV_AGENT_CONFIGURATION, Path("agent/conf/corba_agent.cfg"));
+        postgres_ = std::make_unique<PostgresServer>(Path("postgres"));
+    }
+
+    std::string Logs() const { return Path("agent/log"); }
+    PostgresServer& Postgres() { return *postgres_; }
+
+    // Writes some seven files and 36 records for each operation.
+    std::unique_ptr<ChildProcess> StartAgent(int operations) const {
+        return std::make_unique<ChildProcess>(
+            ChildStart{{QV_AGENT, "--share", Path("agent"), "--sample", "--threads", "4",
+                        "--operations", std::to_string(operations)}});
+    }
+    void RunAgent(int operations) const { StartAgent(operations)->Wait(); }
+
+    std::vector<std::string> ShipWords(const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> words = {QVLOG,  "ship",   "--host", "host1",
+                                          "--to", Target(), Logs()};
+        words.insert(words.end(), more.begin(), more.end());
+        return words;
+    }
+    std::unique_ptr<ChildProcess> StartShipper() const {
+        return std::make_unique<ChildProcess>(ChildStart{ShipWords()});
+    }
+    ChildResult ShipAll() const { return RunProgram(ChildStart{ShipWords({"--once"})}); }
+
+    virtual std::string Target() const { return postgres_->Url(); }
+
+    static void KillAndWait(ChildProcess& process) {
+        process.Signal(SIGKILL);
+        process.Wait();
+    }
+
+    // Waits until the condition holds; the test's own limit ends it.
+    static void Await(const std::function<bool()>& condition) {
+        while (!condition()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+
+    int64_t Number(const std::string& query) const {
+        Connection store(postgres_->Url());
+        return store.Run(query).Number(0, 0);
+    }
+    int64_t CountRecords() const { return Number("SELECT count(*) FROM qv.record"); }
+    void AwaitRecords(int64_t count) const {
+        Await([&] { return CountRecords() >= count; });
+    }
+
+    // Every byte of every file is in the store once, and every record of a dump is a row of its
+    // own.
+    void ExpectStoreHasFiles() const {
+        Connection store(postgres_->Url());
+        const std::vector<std::string> names = ListFiles(Logs());
+        ASSERT_FALSE(names.empty());
+        for (const std::string& name : names) {
+            SCOPED_TRACE(name);
+            const std::string text = ReadFile(Logs() + "/" + name);
+            const Rows rows = store.Run(
+                "SELECT f.stored, r.kind = 'dumped', r.byte_offset, r.bytes, r.dump_offset,"
+                "       (SELECT count(*) FROM qv.range g WHERE g.file = f.id)"
+                " FROM qv.file f JOIN qv.record r ON r.file = f.id"
+                " WHERE f.host = 'host1' AND f.name = $1 ORDER BY r.byte_offset",
+                {name});
+            ASSERT_GT(rows.Count(), 0);
+            EXPECT_EQ(rows.Number(0, 0), static_cast<int64_t>(text.size()));
+            EXPECT_EQ(rows.Number(0, 5), 0) << "ranges behind a gap are left";
+            ExpectRowsMakeFile(rows, text);
+        }
+    }
+
+  private:
+    static void ExpectRowsMakeFile(const Rows& rows, const std::string& text) {
+        std::string whole;
+        int64_t dump = -1;
+        size_t dumped = 0;
+        for (int row = 0; row < rows.Count(); ++row) {
+            const auto offset = static_cast<size_t>(rows.Number(row, 2));
+            const std::string bytes = rows.Bytes(row, 3);
+            ASSERT_EQ(text.compare(offset, bytes.size(), bytes), 0) << "at byte " << offset;
+            if (rows.Flag(row, 1)) {
+                ASSERT_EQ(rows.Number(row, 4), dump) << "a dumped record of no dump";
+                ++dumped;
+            } else {
+                ASSERT_EQ(offset, whole.size()) << "a gap, or a row that came twice";
+                dump = rows.Number(row, 2);
+                whole += bytes;
+            }
+        }
+        EXPECT_EQ(whole.size(), text.size());
+        EXPECT_TRUE(whole == text);
+        EXPECT_EQ(dumped, CountDumped(text));
+    }
+
+    // By a parser that has nothing in common with the one under test. It takes whole files only,
+    // and so a torn piece at the end is cut off for it.
+    static size_t CountDumped(const std::string& text) {
+        size_t count = 0;
+        std::string whole = text;
+        if (text.find("\nFile close at ") == std::string::npos) {
+            const size_t end = text.rfind(">\n\n");
+            whole = end == std::string::npos ? "" : text.substr(0, end + 3);
+        }
+        for (const ParsedPiece& piece : ParseLogText(whole)) {
+            count += piece.dumped.size();
+        }
+        return count;
+    }
+
+    std::unique_ptr<PostgresServer> postgres_;
+};
+
+}  // namespace NS_TEST

@@ -1,0 +1,154 @@
+// From the files straight into the store, with the real server.
+#include "fleet/fleetfixture.h"
+
+namespace {
+
+using namespace NS_TEST;
+using ::testing::HasSubstr;
+
+class StraightRoad : public FleetTest {};
+
+TEST_F(StraightRoad, StoresEveryByteOfEveryFileOnce) {
+    RunAgent(100);
+    const ChildResult result = ShipAll();
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    ExpectStoreHasFiles();
+    const int64_t stored = CountRecords();
+
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    EXPECT_EQ(CountRecords(), stored);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE complete AND closed"), 7);
+}
+
+TEST_F(StraightRoad, FollowsWhatIsWritten) {
+    const auto shipper = StartShipper();
+    RunAgent(20);
+    Await([&] { return Number("SELECT count(*) FROM qv.file WHERE closed") == 7; });
+    RunAgent(20);
+    Await([&] { return Number("SELECT count(*) FROM qv.file WHERE closed") == 14; });
+    shipper->Signal(SIGTERM);
+    EXPECT_EQ(shipper->Wait().exitCode, 0);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, IsExactWhenTheShipperIsKilled) {
+    RunAgent(1000);
+    for (int i = 1; i <= 5; ++i) {
+        const auto shipper = StartShipper();
+        AwaitRecords(CountRecords() + 1);
+        KillAndWait(*shipper);
+    }
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, IsExactWhenTheStoreIsKilled) {
+    RunAgent(1000);
+    const auto shipper = StartShipper();
+    for (int i = 1; i <= 3; ++i) {
+        AwaitRecords(CountRecords() + 1);
+        Postgres().Kill();
+        ASSERT_TRUE(shipper->WaitForError("the store: ", i));
+        Postgres().Start();
+    }
+    ASSERT_TRUE(shipper->WaitForError("sending goes on"));
+    Await([&] { return Number("SELECT count(*) FROM qv.file WHERE complete") == 7; });
+    shipper->Signal(SIGTERM);
+    shipper->Wait();
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, IsExactWhenAgentShipperAndStoreAreKilledAtOnce) {
+    for (int i = 1; i <= 3; ++i) {
+        const int64_t before = CountRecords();
+        const auto agent = StartAgent(20000);
+        const auto shipper = StartShipper();
+        AwaitRecords(before + 1000);
+        KillAndWait(*agent);
+        KillAndWait(*shipper);
+        Postgres().Kill();
+        Postgres().Start();
+    }
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, SendsTheTornEndOfAFileWhenItsWriterHasEnded) {
+    RunAgent(5);
+    const std::string name = ListLogFiles(Logs(), "corbaoper").front();
+    const std::string text = ReadFile(Logs() + "/" + name);
+    WriteFile(Logs() + "/" + name, text.substr(0, text.rfind("</")));
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    ExpectStoreHasFiles();
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.record WHERE torn"), 1);
+}
+
+TEST_F(StraightRoad, TellsTwoContentsOfOneNameApart) {
+    RunAgent(5);
+    const std::string name = ListLogFiles(Logs(), "corbaoper").front();
+    const auto shipper = StartShipper();
+    Await([&] { return Number("SELECT count(*) FROM qv.file WHERE complete") == 7; });
+    std::string text = ReadFile(Logs() + "/" + name);
+    const size_t digit = text.find('+') - 1;
+    text[digit] = text[digit] == '0' ? '1' : '0';
+    WriteFile(Logs() + "/" + name, text);
+    Await([&] { return Number("SELECT count(*) FROM qv.file WHERE complete") == 8; });
+    EXPECT_EQ(Number("SELECT count(DISTINCT stored) FROM qv.file WHERE name = '" + name + "'"), 1);
+}
+
+TEST_F(StraightRoad, ReportsAFileThatWasRemovedBeforeItWasSent) {
+    RunAgent(200);
+    const std::string name = ListLogFiles(Logs(), "debug").front();
+    {
+        ChildProcess shipper(ChildStart{ShipWords({"--rate", "300K"})});
+        Await([&] {
+            return Number("SELECT count(*) FROM qv.file WHERE name = '" + name +
+                          "' AND stored > 0 AND NOT complete") == 1;
+        });
+        KillAndWait(shipper);
+    }
+    std::filesystem::remove(Logs() + "/" + name);
+    const ChildResult result = ShipAll();
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr(name + " was removed before it was sent to its end"));
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE gone IS NOT NULL"), 1);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, SendsAFileAgainWhenTheStoreAsksForIt) {
+    RunAgent(50);
+    ShipAll();
+    const int64_t stored = CountRecords();
+    Connection store(Postgres().Url());
+    store.Run("DELETE FROM qv.record WHERE byte_offset > 1000");
+    ASSERT_LT(CountRecords(), stored);
+    store.Run("UPDATE qv.file SET again = now()");
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    EXPECT_EQ(CountRecords(), stored);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE again IS NOT NULL"), 0);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, RefusesAWrongPasswordAtOnceAndSaysSo) {
+    RunAgent(1);
+    std::string url = Postgres().Url();
+    url.replace(url.find(":", 11) + 1, 4, "none");
+    const ChildResult result =
+        RunProgram(ChildStart{{QVLOG, "ship", "--host", "host1", "--to", url, Logs()}});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("password authentication failed"));
+}
+
+TEST_F(StraightRoad, StoresARecordOfManyMegabytes) {
+    RunAgent(1);
+    const std::string name = ListLogFiles(Logs(), "corbaoper").front();
+    const std::string path = Logs() + "/" + name;
+    std::string text = ReadFile(path);
+    const size_t detail = text.find(" Detail: ") + 9;
+    text.insert(detail, std::string(9000000, 'x') + "\n\"\\\t\x01 \xE2\x82\xAC\n");
+    WriteFile(path, text);
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    ExpectStoreHasFiles();
+}
+
+}  // namespace
