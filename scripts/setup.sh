@@ -25,6 +25,7 @@ qv_northbound_packages=(
 
 # What the tests, the benchmarks and the checks need beside that.
 qv_test_packages=(
+    abigail-tools
     ccache
     libgtest-dev
     libgmock-dev
@@ -38,8 +39,10 @@ qv_test_packages=(
     valgrind
     chromium
     fish
+    gcovr
     jq
     lnav
+    python3
     ripgrep
     sqlite3
     zsh
