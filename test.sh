@@ -9,6 +9,10 @@ fuzz=false
 lint=true
 coverage=false
 update_abi=false
+soak=0
+valgrind=false
+kills=0
+mutants=0
 
 print_help() {
     cat <<EOF
@@ -26,6 +30,10 @@ them. Works from any directory; what is up to date is not built again.
                        and for a line that tests/uncovered.txt does not explain
     --update-abi       keep the description of the library's binary interface in tests/abi as it is
                        now, and do nothing else
+    --soak MINUTES     the stress alone, again and again; memory, descriptors and threads are sampled
+    --valgrind         the stress alone, shorter, under valgrind
+    --kills N          the tests alone that kill a process while it logs, N times for each mode
+    --mutants N        change the service in N places, one at a time, and see whether a test notices
     --help             this text
 EOF
 }
@@ -36,6 +44,10 @@ while (($#)); do
         --preset) presets=("${2:?--preset needs a name}") && shift ;;
         --filter) filter=${2:?--filter needs an expression} && shift ;;
         --fuzz) fuzz=true ;;
+        --soak) soak=${2:?--soak needs a number of minutes} presets=(release) lint=false && shift ;;
+        --valgrind) valgrind=true presets=(release) lint=false ;;
+        --kills) kills=${2:?--kills needs a number} presets=(release) lint=false && shift ;;
+        --mutants) mutants=${2:?--mutants needs a number} presets=() lint=false && shift ;;
         --update-abi) presets=(release) lint=false update_abi=true ;;
         --coverage) presets=(coverage) lint=false coverage=true ;;
         --help | -h) print_help && exit 0 ;;
@@ -54,6 +66,20 @@ for preset in "${presets[@]}"; do
     qv_configure "$root" "$preset" "${options[@]}" >/dev/null
     qv_build "$root" "$preset"
 done
+
+if [[ $mutants != 0 ]]; then
+    exec "$root/scripts/mutants.py" "$mutants"
+fi
+if [[ $soak != 0 ]]; then
+    exec "$root/build/release/bin/qv_stress" --soak "$soak"
+fi
+if $valgrind; then
+    exec valgrind --quiet --leak-check=full --error-exitcode=9 \
+        "$root/build/release/bin/qv_stress" --operations 100
+fi
+if [[ $kills != 0 ]]; then
+    QV_KILLS=$kills exec "$root/build/release/bin/faults_test" --gtest_filter='*Death.ByAKill*'
+fi
 
 if $update_abi; then
     "$root/scripts/abi.sh" --update "$root/build/release"
