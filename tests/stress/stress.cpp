@@ -2,6 +2,7 @@
 //     qv_stress [--operations N] [--threads N] [--seed N] [--soak MINUTES]
 #include <ace/Service_Object.h>
 #include <json/json.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <atomic>
@@ -279,6 +280,7 @@ Holdings HeldNow() {
 // Again and again until the time is over. Memory may settle in the first rounds; after that it has
 // to stay, and descriptors and threads from the first round on.
 std::string Soak(Options options) {
+    mallopt(M_ARENA_MAX, 1);  // each thread's own arena would be a growth of the C library's
     const auto end =
         std::chrono::steady_clock::now() + std::chrono::duration<double>(options.soakMinutes * 60);
     Holdings first;
