@@ -63,8 +63,8 @@ constexpr Diagnostic kDumpFormatFailed = Failure("\nvsnprintf_s failed !!\n");
 
 constexpr Diagnostic kRecordsNotWritten =
     Failure("\n[qv_base_log::fini] %s: %llu records could not be written (last error: %s) !!\n");
-constexpr Diagnostic kRecordsKeptBack = Failure(
-    "\n[qv_base_log::fini] %s: %llu records of switched-off levels were never written !!\n");
+constexpr Diagnostic kRecordsOverwritten =
+    Failure("\n[qv_base_log::fini] %s: %llu records were lost as their file was emptied !!\n");
 
 namespace {
 

@@ -93,6 +93,9 @@ void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
+        for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
+            statistics_.receivedDirectly.Add(1);
+        }
         try {
             logFile_->WriteGroup(group);
         } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
@@ -116,6 +119,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         queue_.AddChunk(chunk);
     }
     queue_.Append(record);
+    statistics_.received.Add(1);
     CountBuffered();
     if (queue_.Count() < queueCapacity_) {
         return;
@@ -128,6 +132,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     // others fill the next queue while this one is written.
     Guard fileGuard(fileMutex_);
     queue_.MoveRecordsTo(full);
+    statistics_.received.Add(1);  // the notice
     CountBuffered();
     bufferGuard.Release();
     WriteAll(full);
@@ -146,6 +151,7 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory)
     const Guard bufferGuard(bufferMutex_);
     const bool full = keptBack_.Count() == keptCapacity_;
     memory.spare = keptBack_.Append(std::move(memory.spare));
+    statistics_.received.Add(1);
     statistics_.evicted.Add(full ? 1 : 0);
     statistics_.keptBack.Set(keptBack_.Count());
 }
@@ -173,6 +179,7 @@ void TEDebugInfoBuf::OutputAll() {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
         takenKept.Swap(keptBack_);
+        statistics_.received.Add(1);  // the record that heads the dump
         CountBuffered();
     }
     {
@@ -194,9 +201,14 @@ int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& 
     return logFile_->ChangePath(directory, prefix);
 }
 
-std::string TEDebugInfoBuf::CurrentPath() {
+void TEDebugInfoBuf::Rotate() {
     const Guard fileGuard(fileMutex_);
-    return logFile_->CurrentPath();
+    logFile_->Rotate();
+}
+
+void TEDebugInfoBuf::Reopen() {
+    const Guard fileGuard(fileMutex_);
+    logFile_->Reopen();
 }
 
 void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
@@ -212,6 +224,7 @@ void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
+    statistics_.received.Add(1);
     Guard fileGuard(fileMutex_);
     if (withQueue) {
         queue_.MoveRecordsTo(queued);
@@ -238,6 +251,7 @@ void TEDebugInfoBuf::GiveBack(RecordQueue& written) {
 void TEDebugInfoBuf::CountBuffered() {
     statistics_.queued.Set(queue_.Count());
     statistics_.queuedMost.RaiseTo(queue_.Count());
+    statistics_.queuedBytes.Set(queue_.TextBytes());
     statistics_.keptBack.Set(keptBack_.Count());
 }
 

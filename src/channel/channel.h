@@ -18,12 +18,16 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The records that a channel holds, and that it has evicted. Any thread may read them.
+// The records that a channel was given, that it holds, and that it has evicted. Any thread may read
+// them.
 struct ChannelStatistics {
-    Counter queued;      // in the queue now
-    Counter queuedMost;  // in the queue at most
-    Counter keptBack;    // kept back now, because their level is off
-    Counter evicted;     // kept back, and lost for newer ones
+    Counter received;          // but for those that were written directly
+    Counter receivedDirectly;  // changed under the file mutex
+    Counter queued;            // in the queue now
+    Counter queuedMost;        // in the queue at most
+    Counter queuedBytes;       // of their texts
+    Counter keptBack;          // kept back now, because their level is off
+    Counter evicted;           // kept back, and lost for newer ones
 };
 
 // Owns the category's record queue, the records that are kept back because their level is off, and
@@ -71,6 +75,14 @@ class TEDebugInfoBuf {
     // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
+    // On an operator's order; see LogFile.
+    void Rotate() EXCLUDES(fileMutex_);
+    void Reopen() EXCLUDES(fileMutex_);
+
+    // What a name that is taken and a failing write mean from the next record on. Unlocked: the
+    // file takes it from any thread.
+    void SetFilePolicy(FilePolicy policy) NO_THREAD_SAFETY_ANALYSIS { logFile_->SetPolicy(policy); }
+
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }
 
@@ -79,8 +91,10 @@ class TEDebugInfoBuf {
     const LogFileStatistics& FileStatistics() const NO_THREAD_SAFETY_ANALYSIS {
         return logFile_->Statistics();
     }
-    // Returns the path of the open file; empty when none is open.
-    std::string CurrentPath() EXCLUDES(fileMutex_);
+    // The open file; no path when none is open. Unlocked: a file that is being written may take
+    // long.
+    OpenedFile CurrentFileOpened() const NO_THREAD_SAFETY_ANALYSIS { return logFile_->Opened(); }
+    std::string CurrentPath() const { return CurrentFileOpened().path; }
 
   private:
     using Guard = LockGuard<Mutex>;
@@ -111,7 +125,7 @@ class TEDebugInfoBuf {
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
-    ChannelStatistics statistics_;  // changed under bufferMutex_, read without it
+    ChannelStatistics statistics_;  // changed under bufferMutex_ but for one, read without it
 
     WaitingRecords waiting_;
     Mutex fileMutex_;

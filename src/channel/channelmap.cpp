@@ -23,6 +23,7 @@ void ChannelMap::Create(const LogSettings& settings) {
             category.c_str(), settings.queuebuflength, settings.filterbuflength,
             settings.logfilesize, settings.logfilecount);
         const LockGuard<Mutex> guard(mutex_);
+        channel->SetFilePolicy(filePolicy_);
         channels_[category] = std::move(channel);  // Find has made the entry: nothing can fail
     }
 }
@@ -34,6 +35,21 @@ TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
 
 void ChannelMap::FlushAll() {
     ForEach([](const std::string& /*category*/, TEDebugInfoBuf& channel) { channel.Flush(); });
+}
+
+void ChannelMap::SetFilePolicy(FilePolicy policy) {
+    const LockGuard<Mutex> guard(mutex_);
+    filePolicy_ = policy;
+    for (const auto& [category, channel] : channels_) {
+        if (channel != nullptr) {
+            channel->SetFilePolicy(policy);
+        }
+    }
+}
+
+FilePolicy ChannelMap::Policy() {
+    const LockGuard<Mutex> guard(mutex_);
+    return filePolicy_;
 }
 
 void ChannelMap::Destroy() {

@@ -33,6 +33,10 @@ class ChannelMap {
     // Writes out the queue of each channel, in the order of the names. Holds the map's mutex.
     void FlushAll() EXCLUDES(mutex_);
 
+    // Sets the policy of all channels, also of those that Create makes later.
+    void SetFilePolicy(FilePolicy policy) EXCLUDES(mutex_);
+    FilePolicy Policy() EXCLUDES(mutex_);
+
     // Calls `visit` with the name of each channel and the channel, in the order of the names. Holds
     // the map's mutex.
     template <class Visitor>
@@ -51,6 +55,7 @@ class ChannelMap {
 
   private:
     Mutex mutex_;
+    FilePolicy filePolicy_ GUARDED_BY(mutex_) = FilePolicy::kContract;
     std::map<std::string, std::unique_ptr<TEDebugInfoBuf>> channels_ GUARDED_BY(mutex_);
 };
 

@@ -5,25 +5,82 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace NS_LOG_SERVICE1 {
 namespace {
+
+// O_APPEND: when somebody empties the file, writing continues at its new end. O_CLOEXEC: a child
+// process does not keep the space of a removed file. O_NONBLOCK: opening a pipe does not wait for
+// its reader; for regular files it has no meaning.
+constexpr int kFlags = O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 
 std::error_code LastError() {
     return {errno, std::generic_category()};
 }
 
+bool Is(const std::error_code& error, std::errc condition) {
+    return error == std::make_error_code(condition);
+}
+
 }  // namespace
 
-std::error_code FileStream::Create(const std::string& path) {
+// `flags` in addition to those that every log file is opened with.
+std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode) {
     Close();
-    // O_APPEND: when somebody empties the file, writing continues at its new end. O_CLOEXEC: a
-    // child process does not keep the space of a removed file.
     do {
-        descriptor_ =
-            ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
+        descriptor_ = ::open(path.c_str(), kFlags | flags, mode);
     } while (descriptor_ < 0 && errno == EINTR);
-    return IsOpen() ? std::error_code() : LastError();
+    struct stat status {};
+    if (!IsOpen() || ::fstat(descriptor_, &status) != 0) {
+        const std::error_code error = LastError();
+        Close();
+        return error;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        Close();
+        return std::make_error_code(std::errc::no_such_device_or_address);
+    }
+    identity_ = {status.st_dev, status.st_ino};
+    sizeFound_ = static_cast<uint64_t>(status.st_size);
+    isNew_ = (flags & O_EXCL) != 0;
+    return {};
+}
+
+// Emptied behind the opening, so that what is lost can be counted.
+std::error_code FileStream::Create(const std::string& path) {
+    std::error_code error = Open(path, O_WRONLY | O_CREAT, 0666);
+    if (!error && sizeFound_ != 0 && ::ftruncate(descriptor_, 0) != 0) {
+        error = LastError();
+        Close();
+    }
+    return error;
+}
+
+std::error_code FileStream::Continue(const std::string& path, mode_t mode) {
+    // A file that comes or goes between the two looks is found by the next one.
+    constexpr int kLooks = 3;
+    std::error_code error;
+    for (int i = 0; i < kLooks; ++i) {
+        error = Open(path, O_RDWR | O_CREAT | O_EXCL, mode);
+        if (!Is(error, std::errc::file_exists)) {
+            break;
+        }
+        error = Open(path, O_RDWR, 0);
+        if (!Is(error, std::errc::no_such_file_or_directory)) {
+            break;
+        }
+    }
+    if (!error && isNew_) {
+        // Where this fails, the file system has no modes.
+        [[maybe_unused]] const int result = ::fchmod(descriptor_, mode);
+    }
+    return error;
+}
+
+uint64_t FileStream::Size() const {
+    struct stat status {};
+    return ::fstat(descriptor_, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
 }
 
 WriteResult FileStream::Write(std::string_view bytes) {
@@ -43,27 +100,48 @@ WriteResult FileStream::Write(std::string_view bytes) {
     return result;
 }
 
-void FileStream::CutBack(size_t size) {
+std::error_code FileStream::CutBack(size_t size) {
     const off_t end = ::lseek(descriptor_, 0, SEEK_END);
-    if (end >= static_cast<off_t>(size)) {
-        // When this fails too, as for a pipe, nothing else can be done.
-        [[maybe_unused]] const int result =
-            ::ftruncate(descriptor_, end - static_cast<off_t>(size));
+    if (end < static_cast<off_t>(size)) {
+        return end < 0 ? LastError() : std::error_code();
     }
+    return size == 0 || ::ftruncate(descriptor_, end - static_cast<off_t>(size)) == 0
+               ? std::error_code()
+               : LastError();
+}
+
+size_t FileStream::Read(uint64_t offset, char* bytes, size_t size) const {
+    size_t length = 0;
+    while (length < size) {
+        const ssize_t got = ::pread(descriptor_, bytes + length, size - length,
+                                    static_cast<off_t>(offset + length));
+        if (got > 0) {
+            length += static_cast<size_t>(got);
+        } else if (got == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    return length;
 }
 
 bool FileStream::IsSameFile(const std::string& path) const {
-    struct stat open {};
     struct stat named {};
-    return ::fstat(descriptor_, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    return IsOpen() && ::stat(path.c_str(), &named) == 0 &&
+           identity_ == FileIdentity{named.st_dev, named.st_ino};
 }
 
-void FileStream::Close() {
-    if (IsOpen()) {
-        ::close(descriptor_);
-        descriptor_ = -1;
-    }
+void FileStream::Swap(FileStream& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    std::swap(identity_, other.identity_);
+    std::swap(sizeFound_, other.sizeFound_);
+    std::swap(isNew_, other.isNew_);
+}
+
+std::error_code FileStream::Close() {
+    const int descriptor = std::exchange(descriptor_, -1);
+    // Not repeated after a signal: the descriptor is free all the same.
+    return descriptor < 0 || ::close(descriptor) == 0 || errno == EINTR ? std::error_code()
+                                                                        : LastError();
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,7 +1,10 @@
 // A file that is written without a buffer.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -15,9 +18,23 @@ struct WriteResult {
     std::error_code error;
 };
 
+// Tells files apart, whatever their names.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+
+    bool operator==(const FileIdentity& other) const {
+        return device == other.device && inode == other.inode;
+    }
+};
+
 // What Write reports as written has reached the kernel. The standard library's streams do not serve
 // here: after a failed write they do not say how much of a record reached the file, and they stay
 // in the failed state.
+//
+// A path is opened only when it names a regular file. A symbolic link as its last component is
+// refused, since it may point anywhere; so is a pipe or a device, which could make the opening wait
+// and cannot be cut back.
 //
 // Thread safety: none; the owner's lock guards it.
 class FileStream {
@@ -32,21 +49,49 @@ class FileStream {
     // Closes the file that was open, also when this fails.
     std::error_code Create(const std::string& path);
 
+    // Opens `path` for writing at its end, or creates it with exactly this mode, whatever the
+    // process's creation mask. Closes the file that was open, also when this fails.
+    std::error_code Continue(const std::string& path, mode_t mode);
+
     bool IsOpen() const { return descriptor_ >= 0; }
+
+    // Of the file that was opened last.
+    const FileIdentity& Identity() const { return identity_; }
+    // The bytes that stood in it: emptied by Create, kept by Continue.
+    uint64_t SizeFound() const { return sizeFound_; }
+    // Whether Continue has created it.
+    bool IsNew() const { return isNew_; }
+
+    // The bytes that stand in it now.
+    uint64_t Size() const;
 
     // Appends `bytes` to the file. After a failure, CutBack can remove what was written.
     WriteResult Write(std::string_view bytes);
 
     // Removes the last `size` bytes of the file.
-    void CutBack(size_t size);
+    std::error_code CutBack(size_t size);
+
+    // Reads up to `size` bytes from `offset` on. Returns how many were read. REQUIRES: Continue has
+    // opened the file.
+    size_t Read(uint64_t offset, char* bytes, size_t size) const;
 
     // Whether `path` names the open file.
     bool IsSameFile(const std::string& path) const;
 
-    void Close();
+    void Swap(FileStream& other) noexcept;
+
+    std::error_code Close();
+
+    // Closes nothing and forgets the descriptor, which others may use by now.
+    void Abandon() { descriptor_ = -1; }
 
   private:
+    std::error_code Open(const std::string& path, int flags, mode_t mode);
+
     int descriptor_ = -1;
+    FileIdentity identity_;
+    uint64_t sizeFound_ = 0;
+    bool isNew_ = false;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,14 +1,11 @@
 #include "channel/logfile.h"
 
-#include <ace/OS_NS_sys_time.h>
-
-#include <cstdio>
-#include <ctime>
-#include <memory>
+#include <algorithm>
+#include <string_view>
+#include <system_error>
 
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
-#include "channel/logdirectory.h"
 #include "channel/logfilename.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -18,65 +15,16 @@ namespace {
 // fits. Longer queues are written in parts, to bound the memory for their frames.
 constexpr size_t kBatchSize = size_t{16} * 1024 * 1024;
 
-std::string WithoutSeparatorAtEnd(std::string directory) {
-    if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
-        directory.pop_back();
-    }
-    return directory;
-}
-
 }  // namespace
 
 LogFile::LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit)
-    : sizeLimit_(sizeLimit),
-      countLimit_(countLimit),
-      prefix_(prefix),
-      directory_(WithoutSeparatorAtEnd(directory)) {}
+    : sizeLimit_(sizeLimit), countLimit_(countLimit), file_(directory, prefix, statistics_) {}
 
 LogFile::~LogFile() {
     try {
         Close();
     } catch (...) {  // NOLINT: out of memory for the closing line; the stream closes itself
     }
-}
-
-void LogFile::Open() {
-    if (IsOpen()) {
-        Close();
-        statistics_.rotations.Add(1);
-    }
-    const std::string name = NewLogFileName(prefix_);
-    if (const std::error_code error = CreateInDirectory(stream_, directory_, name)) {
-        NoteFailure(error);
-        return;
-    }
-    hasFile_ = true;
-    currentPath_ = directory_ + "/" + name;
-    frames_.Clear();
-    AppendFileCreated(frames_, Stamp(ACE_OS::gettimeofday()));
-    WritePiece();
-}
-
-void LogFile::Close() {
-    if (!IsOpen()) {
-        return;
-    }
-    frames_.Clear();
-    AppendFileClosed(frames_, Stamp(ACE_OS::gettimeofday()));
-    if (!WritePiece()) {
-        WritePiece();
-    }
-    stream_.Close();
-    hasFile_ = false;
-    currentPath_.clear();
-    bytesWritten_ = 0;
-}
-
-bool LogFile::EnsureOpen() {
-    if (!IsOpen()) {
-        Open();
-    }
-    return IsOpen();
 }
 
 void LogFile::WriteRecord(const LogRecord& record) {
@@ -147,34 +95,27 @@ void LogFile::WriteGroup(WaitingRecord* first) {
 // not.
 template <class Records>
 Records LogFile::WriteBatch(Records first) {
-    Records next = first;
     if (!EnsureOpen()) {
-        ++recordNumber_;
-        statistics_.recordsDropped.Add(1);
-        next.MarkDone();
-        next.Next();
-        return next;
+        return DropUnready(first);
     }
+    Records next = first;
+    const size_t size = BatchSize();
     const uint64_t numberBefore = recordNumber_;
     frames_.Clear();
     try {
         do {
             next.AppendTo(*this);
             next.Next();
-        } while (!next.AtEnd() && frames_.Size() < kBatchSize &&
-                 bytesWritten_ + frames_.Size() < sizeLimit_);
+        } while (!next.AtEnd() && frames_.Size() < size);
     } catch (...) {
         recordNumber_ = numberBefore;  // a gap would tell of records that were lost
         throw;
     }
 
-    const auto [written, error] = stream_.Write(frames_.Bytes());
-    if (error) {
-        NoteFailure(error);
-        return SalvageBatch(first, numberBefore, written);
+    const WriteResult result = file_.Write(frames_.Bytes());
+    if (result.error) {
+        return SalvageBatch(first, numberBefore, result);
     }
-    bytesWritten_ += written;
-    statistics_.bytesWritten.Add(written);
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
     for (; !first.Is(next); first.Next()) {
         first.MarkDone();
@@ -183,29 +124,54 @@ Records LogFile::WriteBatch(Records first) {
     return next;
 }
 
-// Only `written` bytes of the batch that began with `first` have reached the file. Keeps the whole
-// records among these, drops the next one, and begins a new file, as single writes would have done.
-// Returns the first record for the new file.
+// The records before which the next file begins, or those that fit into one write. A file that is
+// full and still has to be used takes more.
+size_t LogFile::BatchSize() const {
+    if (file_.Size() >= sizeLimit_) {
+        return file_.KeepsRecords() ? kBatchSize : 0;
+    }
+    return static_cast<size_t>(std::min<uint64_t>(kBatchSize, sizeLimit_ - file_.Size()));
+}
+
+// No file could be opened for `first`: the next record tries again. In a pause none does, so the
+// rest of the batch is lost. Returns the record to go on with.
 template <class Records>
-Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, size_t written) {
+Records LogFile::DropUnready(Records first) {
+    do {
+        ++recordNumber_;
+        statistics_.recordsDropped.Add(1);
+        first.MarkDone();
+        first.Next();
+    } while (file_.KeepsRecords() && !first.AtEnd());
+    return first;
+}
+
+// The write of the batch that began with `first` has failed. Keeps the whole records that it has
+// written. The next one is lost, unless the file is full and gives way to the next one. Returns the
+// record to go on with, as single writes would have done.
+template <class Records>
+Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed) {
     Records lost = first;
     size_t whole = 0;
     recordNumber_ = numberBefore;
     for (;; lost.Next()) {
         frames_.Clear();
         lost.AppendTo(*this);
-        lost.MarkDone();
-        if (whole + frames_.Size() > written) {
+        if (whole + frames_.Size() > failed.written) {
             break;
         }
         whole += frames_.Size();
+        lost.MarkDone();
     }
-    stream_.CutBack(written - whole);
-    bytesWritten_ += whole;
-    statistics_.bytesWritten.Add(whole);
+    file_.KeepOnly(whole, failed);
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore - 1);
+    if (file_.IsFullFor(frames_.Size(), failed.error) && file_.BeginNext()) {
+        --recordNumber_;
+        return lost;
+    }
     statistics_.recordsDropped.Add(1);
-    Open();
+    lost.MarkDone();
+    LeaveFailedFile();
     lost.Next();
     return lost;
 }
@@ -219,7 +185,7 @@ void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& k
     FrameDump(trigger, keptBack);
     if (!WritePiece()) {
         statistics_.recordsDropped.Add(keptBack.Count());
-        Open();
+        LeaveFailedFile();
         WriteTriggerAlone(trigger);
         return;
     }
@@ -229,7 +195,7 @@ void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& k
 }
 
 // The history has found no place, but the record that tells of the error may find one: it is much
-// smaller, and the file is a new one.
+// smaller, and the file may be a new one.
 void LogFile::WriteTriggerAlone(const LogRecord& trigger) {
     if (!IsOpen()) {
         statistics_.recordsDropped.Add(1);
@@ -251,26 +217,14 @@ void LogFile::FrameDump(const LogRecord& trigger, const KeptRecords& keptBack) {
 }
 
 int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {
-    if (directory == directory_ && prefix == prefix_) {
-        return 0;
-    }
-    directory_ = directory;
-    prefix_ = prefix;
-    if (!IsOpen()) {
-        Open();
-        return 0;
-    }
-    const std::string oldPath = currentPath_;
-    Close();
-    Open();
-    if (IsOpen() && TakeContentsOf(oldPath)) {
-        std::remove(oldPath.c_str());
+    if (directory != file_.Directory() || prefix != file_.Prefix()) {
+        file_.MoveTo(directory, prefix);
     }
     return 0;
 }
 
 bool LogFile::IsLogFile(const char* name) const {
-    return IsLogFileName(directory_, prefix_, name);
+    return IsLogFileName(file_.Directory(), file_.Prefix(), name);
 }
 
 const std::string& LogFile::Stamp(const ACE_Time_Value& time) {
@@ -283,70 +237,43 @@ void LogFile::AppendNextRecord(const LogRecord& record) {
     AppendRecord(frames_, static_cast<uint32_t>(recordNumber_), Stamp(record.time), record);
 }
 
-// Writes the frame of one record; a file that fails, or is full now, is left for a new one.
+// Writes the frame of one record.
 void LogFile::WriteFrame() {
     if (!WritePiece()) {
         statistics_.recordsDropped.Add(1);
-        Open();
+        LeaveFailedFile();
         return;
     }
     statistics_.recordsWritten.Add(1);
     RotateIfFull();
 }
 
-// Writes the frame buffer whole or not at all.
+// Writes the frame buffer whole or not at all. A file that may not grow is full: it gives way to
+// the next one.
 bool LogFile::WritePiece() {
-    const auto [written, error] = stream_.Write(frames_.Bytes());
-    if (error) {
-        NoteFailure(error);
-        stream_.CutBack(written);
-        return false;
-    }
-    bytesWritten_ += written;
-    statistics_.bytesWritten.Add(written);
-    return true;
+    const std::string_view piece = frames_.Bytes();
+    const std::error_code error = file_.WriteWhole(piece);
+    return !error ||
+           (file_.IsFullFor(piece.size(), error) && file_.BeginNext() && !file_.WriteWhole(piece));
 }
 
-void LogFile::NoteFailure(const std::error_code& error) {
-    statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
-    statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
+void LogFile::LeaveFailedFile() {
+    if (!file_.KeepsRecords()) {
+        file_.BeginNext();
+    }
 }
 
 void LogFile::RotateIfFull() {
-    if (bytesWritten_ >= sizeLimit_) {
-        Open();
+    if (file_.Size() >= sizeLimit_) {
+        file_.BeginNext();
     }
 }
 
-// Appends the contents of the file at `path`, all or nothing: a part could end in the middle of a
-// record. Returns whether the file at `path` may be removed: all of it was copied, or it cannot be
-// read at all.
-bool LogFile::TakeContentsOf(const std::string& path) {
-    if (stream_.IsSameFile(path)) {
-        return false;  // another spelling of the same directory
+void LogFile::CountDropped(uint64_t records) {
+    statistics_.recordsDropped.Add(records);
+    if (file_.KeepsRecords()) {
+        recordNumber_ += records;
     }
-    const std::unique_ptr<FILE, int (*)(FILE*)> old(std::fopen(CanonicalPath(path).c_str(), "re"),
-                                                    &std::fclose);
-    if (old == nullptr) {
-        return true;
-    }
-    constexpr size_t kChunkSize = 4096;
-    const uint64_t bytesBefore = bytesWritten_;
-    bool taken = true;
-    size_t length = 0;
-    do {
-        frames_.Clear();
-        char* chunk = frames_.Reserve(kChunkSize);
-        length = std::fread(chunk, 1, kChunkSize, old.get());
-        frames_.Commit(chunk + length);
-        taken = WritePiece();
-    } while (taken && length == kChunkSize);
-    if (!taken || std::ferror(old.get()) != 0) {
-        stream_.CutBack(bytesWritten_ - bytesBefore);
-        bytesWritten_ = bytesBefore;
-        return false;
-    }
-    return true;
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -3,11 +3,11 @@
 
 #include <cstdint>
 #include <string>
-#include <system_error>
 
-#include "channel/counter.h"
-#include "channel/filestream.h"
+#include "channel/currentfile.h"
+#include "channel/filepolicy.h"
 #include "channel/framebuffer.h"
+#include "channel/logfilestatistics.h"
 #include "channel/waitingrecords.h"
 #include "record/keptrecords.h"
 #include "record/logrecord.h"
@@ -15,20 +15,11 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// What a log file has done so far. Changed by the LogFile, read by any thread.
-struct LogFileStatistics {
-    Counter recordsWritten;   // in frames of their own, and as triggers of dumps
-    Counter recordsDumped;    // kept back first, then written inside a dump
-    Counter recordsDropped;   // no file could be opened, or a write failed
-    Counter bytesWritten;     // everything that reached the files
-    Counter rotations;        // files opened in the place of another one
-    Counter lastError;        // errno of the last failure; 0: none yet
-    Counter lastErrorSecond;  // when it was, in seconds of the wall clock
-};
-
 // The size of a file is limited: the write that reaches the limit is completed, and then a new file
 // begins. Each piece is written by one system call. When that fails, the file is cut back to its
-// last whole record, the piece is lost and a new file begins.
+// last whole record and the piece is lost. Then a new file begins, or, under
+// FilePolicy::kKeepRecords, the pieces that follow within a pause are lost too, and the next one is
+// written to the same file.
 //
 // The count limit is only stored: no file is removed because of it.
 //
@@ -44,15 +35,24 @@ class LogFile {
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    // Closes the current file, if any, and begins a new one with its "File create" line. When that
-    // fails, the object stays closed and nothing is reported. Each later write tries again.
-    void Open();
+    // Any thread; holds from the next piece on.
+    void SetPolicy(FilePolicy policy) { file_.SetPolicy(policy); }
+
+    // Begins a new file with its "File create" line in the place of the current one, if any. When
+    // that fails, nothing is reported and each later write tries again; see CurrentFile for what
+    // the policies do with the current file.
+    void Open() { file_.BeginNext(); }
+
+    // The same on an operator's order; see CurrentFile.
+    void Rotate() { file_.Rotate(); }
+    void Reopen() { file_.Reopen(); }
 
     // Writes the closing line, twice if the first try fails, and closes.
-    void Close();
+    void Close() { file_.Close(); }
 
-    // Opens a file if none is open. Returns whether one is open then.
-    bool EnsureOpen();
+    // Opens a file if none is open. Returns whether records can be written now: one is open, and it
+    // does not pause after a failure.
+    bool EnsureOpen() { return file_.IsReady(); }
 
     // Ends a batch. Does nothing, because each write reaches the kernel at once.
     void Flush() {}
@@ -68,12 +68,13 @@ class LogFile {
     void WriteGroup(WaitingRecord* first);
 
     // Writes one dump of the trigger and the kept-back records. It is never split over two files.
-    // When the dump cannot be written, the kept-back records are lost; the trigger goes into a new
-    // file as a dump without any.
+    // When the dump cannot be written, the kept-back records are lost; the trigger is written as a
+    // dump without any, into the new file if one begins.
     void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
-    // Counts records that were lost because EnsureOpen failed.
-    void CountDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
+    // Counts records that were lost because EnsureOpen failed. Under FilePolicy::kKeepRecords they
+    // use up their numbers, so that the gap tells how many they were.
+    void CountDropped(uint64_t records);
 
     // Changes the directory and the prefix: begins a new file there, copies the current file's
     // contents into it and removes the old file. Keeps the old file when the new one cannot be
@@ -83,11 +84,12 @@ class LogFile {
     // Returns whether the entry `name` of the directory is a log file.
     bool IsLogFile(const char* name) const;
 
-    bool IsOpen() const { return stream_.IsOpen(); }
-    // The same for any thread, perhaps a little late.
-    bool HasFile() const { return hasFile_; }
+    bool IsOpen() const { return file_.IsOpen(); }
+    // For any thread, perhaps a little late.
+    bool HasFile() const { return file_.HasFile(); }
+    OpenedFile Opened() const { return file_.Opened(); }
     // Empty while no file is open.
-    const std::string& CurrentPath() const { return currentPath_; }
+    const std::string& CurrentPath() const { return file_.Path(); }
     uint64_t CountLimit() const { return countLimit_; }
     const LogFileStatistics& Statistics() const { return statistics_; }
 
@@ -100,27 +102,24 @@ class LogFile {
     template <class Records>
     Records WriteBatch(Records first);
     template <class Records>
-    Records SalvageBatch(Records first, uint64_t numberBefore, size_t written);
+    Records DropUnready(Records first);
+    template <class Records>
+    Records SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed);
+    size_t BatchSize() const;
     void FrameDump(const LogRecord& trigger, const KeptRecords& keptBack);
     void WriteTriggerAlone(const LogRecord& trigger);
     void WriteFrame();
     bool WritePiece();
-    void NoteFailure(const std::error_code& error);
+    void LeaveFailedFile();
     void RotateIfFull();
-    bool TakeContentsOf(const std::string& path);
 
-    FileStream stream_;
-    RelaxedAtomic<bool> hasFile_{false};
-    uint64_t bytesWritten_ = 0;  // to the current file
     uint64_t sizeLimit_;
     uint64_t countLimit_;
     uint64_t recordNumber_ = 0;  // of the last record framed; goes on across files
-    std::string prefix_;
-    std::string directory_;
-    std::string currentPath_;
-    FrameBuffer frames_;  // what is written next; its memory is used again
+    FrameBuffer frames_;         // what is written next; its memory is used again
     std::string stamp_;
     LogFileStatistics statistics_;
+    CurrentFile file_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,11 +1,13 @@
 #include "control/logmaintenanceimpl.h"
 
+#include <sys/stat.h>
+
 #include "control/moduleswitchtable.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-ChannelStatus StatusOf(const std::string& category, TEDebugInfoBuf& channel) {
+ChannelStatus StatusOf(const std::string& category, const TEDebugInfoBuf& channel) {
     const ChannelStatistics& waiting = channel.Statistics();
     const LogFileStatistics& file = channel.FileStatistics();
     ChannelStatus status;
@@ -23,6 +25,52 @@ ChannelStatus StatusOf(const std::string& category, TEDebugInfoBuf& channel) {
     status.lastError = static_cast<int>(file.lastError.Get());
     status.lastErrorTime = static_cast<int64_t>(file.lastErrorSecond.Get());
     return status;
+}
+
+// The file is looked at without any lock: the disk may be slow.
+bool IsInPlace(const OpenedFile& file) {
+    struct stat named {};
+    return file.path.empty() || (::stat(file.path.c_str(), &named) == 0 &&
+                                 file.identity == FileIdentity{named.st_dev, named.st_ino});
+}
+
+// What was overwritten is read first: it was written before.
+void CountRecords(const LogFileStatistics& file, ChannelBooks& books) {
+    const uint64_t writtenOverwritten = file.writtenOverwritten.Get();
+    const uint64_t dumpedOverwritten = file.dumpedOverwritten.Get();
+    books.recordsOverwritten = writtenOverwritten + dumpedOverwritten;
+    books.recordsWritten = file.recordsWritten.Get() - writtenOverwritten;
+    books.recordsDumped = file.recordsDumped.Get() - dumpedOverwritten;
+    books.recordsDropped = file.recordsDropped.Get();
+}
+
+void CountRecords(const ChannelStatistics& waiting, ChannelBooks& books) {
+    books.recordsReceived = waiting.received.Get() + waiting.receivedDirectly.Get();
+    books.recordsEvicted = waiting.evicted.Get();
+    books.recordsQueued = waiting.queued.Get();
+    books.recordsQueuedMost = waiting.queuedMost.Get();
+    books.recordsCached = waiting.keptBack.Get();
+    books.bytesQueued = waiting.queuedBytes.Get();
+}
+
+ChannelBooks BooksOf(const std::string& category, const TEDebugInfoBuf& channel) {
+    const LogFileStatistics& file = channel.FileStatistics();
+    const OpenedFile opened = channel.CurrentFileOpened();
+    ChannelBooks books;
+    books.category = category;
+    books.currentFile = opened.path;
+    books.currentFileInPlace = IsInPlace(opened);
+    books.failing = file.failing.Get() != 0;
+    CountRecords(file, books);
+    CountRecords(channel.Statistics(), books);
+    books.bytesWritten = file.bytesWritten.Get();
+    books.bytesEmptied = file.bytesEmptied.Get();
+    books.rotations = file.rotations.Get();
+    books.failures = file.failures.Get();
+    books.lastError = static_cast<int>(file.lastError.Get());
+    books.lastErrorTime = static_cast<int64_t>(file.lastErrorSecond.Get());
+    books.lastErrorFile = file.lastErrorFile.Get();
+    return books;
 }
 
 LoggerStatus StatusOf(const Logger& logger) {
@@ -50,20 +98,8 @@ void LogMaintenanceImpl::FlushAll() {
     manager_.FlushAll();
 }
 
-// Collects the channels first and writes them out without the map's mutex: a new logger looks for
-// its channel in the map and must not wait for a whole dump. The channels live as long as the
-// manager.
 bool LogMaintenanceImpl::OutputAll(const std::string& category) {
-    std::vector<TEDebugInfoBuf*> chosen;
-    manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
-        if (category.empty() || name == category) {
-            chosen.push_back(&channel);
-        }
-    });
-    for (TEDebugInfoBuf* channel : chosen) {
-        channel->OutputAll();
-    }
-    return !chosen.empty();
+    return ForChosen(category, [](TEDebugInfoBuf& channel) { channel.OutputAll(); });
 }
 
 unsigned int LogMaintenanceImpl::SetQueuedOutput(bool on) {
@@ -117,18 +153,22 @@ void LogMaintenanceImpl::GetModules(std::vector<ModuleStatus>& modules) {
     }
 }
 
-void LogMaintenanceImpl::SetFilePolicy(LogFilePolicy /*policy*/) {}
+void LogMaintenanceImpl::SetFilePolicy(LogFilePolicy policy) {
+    manager_.Channels().SetFilePolicy(
+        policy == LOG_FILE_POLICY_KEEP_RECORDS ? FilePolicy::kKeepRecords : FilePolicy::kContract);
+}
 
 LogFilePolicy LogMaintenanceImpl::GetFilePolicy() {
-    return LOG_FILE_POLICY_CONTRACT;
+    return manager_.Channels().Policy() == FilePolicy::kKeepRecords ? LOG_FILE_POLICY_KEEP_RECORDS
+                                                                    : LOG_FILE_POLICY_CONTRACT;
 }
 
-bool LogMaintenanceImpl::Reopen(const std::string& /*category*/) {
-    return false;
+bool LogMaintenanceImpl::Reopen(const std::string& category) {
+    return ForChosen(category, [](TEDebugInfoBuf& channel) { channel.Reopen(); });
 }
 
-bool LogMaintenanceImpl::Rotate(const std::string& /*category*/) {
-    return false;
+bool LogMaintenanceImpl::Rotate(const std::string& category) {
+    return ForChosen(category, [](TEDebugInfoBuf& channel) { channel.Rotate(); });
 }
 
 void LogMaintenanceImpl::SetQueueBytes(uint64_t /*bytes*/) {}
@@ -139,6 +179,30 @@ uint64_t LogMaintenanceImpl::GetQueueBytes() {
 
 void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
     books.clear();
+    for (const auto& [name, channel] : Chosen("")) {
+        books.push_back(BooksOf(name, *channel));
+    }
+}
+
+// The channels of that category, or all. They live as long as the manager. What may take long is
+// done without the map's mutex: a new logger looks for its channel in the map.
+LogMaintenanceImpl::NamedChannels LogMaintenanceImpl::Chosen(const std::string& category) {
+    NamedChannels chosen;
+    manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
+        if (category.empty() || name == category) {
+            chosen.emplace_back(name, &channel);
+        }
+    });
+    return chosen;
+}
+
+bool LogMaintenanceImpl::ForChosen(const std::string& category,
+                                   void (*operation)(TEDebugInfoBuf& channel)) {
+    const NamedChannels chosen = Chosen(category);
+    for (const auto& [name, channel] : chosen) {
+        operation(*channel);
+    }
+    return !chosen.empty();
 }
 
 LogSwitches LogMaintenanceImpl::GetSwitches() {

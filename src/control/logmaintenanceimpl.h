@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "control/queuedoutput.h"
@@ -45,6 +46,12 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     void WriteQueuesBeforeDeath() noexcept override;
 
   private:
+    using NamedChannels = std::vector<std::pair<std::string, TEDebugInfoBuf*>>;
+
+    NamedChannels Chosen(const std::string& category);
+    // Returns false when there is no such category.
+    bool ForChosen(const std::string& category, void (*operation)(TEDebugInfoBuf& channel));
+
     LogMgr& manager_;
     QueuedOutput queuedOutput_;
 };

@@ -23,12 +23,12 @@ void ReportDropped(const std::string& category, const LogFileStatistics& file) {
     }
 }
 
-// The records that were kept back and that neither a record of level 0 nor a maintenance command
-// has written.
-void ReportKeptBack(const std::string& category, const ChannelStatistics& waiting) {
-    const unsigned long long lost = waiting.evicted.Get() + waiting.keptBack.Get();
-    if (lost != 0) {
-        kRecordsKeptBack.Report(category.c_str(), lost);
+// Records that had been written, and were lost when another file took the name of theirs.
+void ReportOverwritten(const std::string& category, const LogFileStatistics& file) {
+    const unsigned long long overwritten =
+        file.writtenOverwritten.Get() + file.dumpedOverwritten.Get();
+    if (overwritten != 0) {
+        kRecordsOverwritten.Report(category.c_str(), overwritten);
     }
 }
 
@@ -38,7 +38,7 @@ void ReportLosses() {
         manager->FlushAll();
         manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
             ReportDropped(category, channel.FileStatistics());
-            ReportKeptBack(category, channel.Statistics());
+            ReportOverwritten(category, channel.FileStatistics());
         });
     }
 }

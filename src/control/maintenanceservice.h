@@ -15,7 +15,8 @@ class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
     static void Start();
 
     // Removes the interface, writes out the queues and reports how many records were lost since the
-    // start, because they could not be written or were kept back to the end. Does nothing without
+    // start, because they could not be written or their file was emptied. Records of switched-off
+    // levels are kept back and not promised to anybody: they are no loss. Does nothing without
     // Start.
     static void Finish();
 

@@ -27,8 +27,8 @@ extern const Diagnostic kDisablingRefused;  // the logger's three names
 extern const Diagnostic kFormatFailed;
 extern const Diagnostic kDumpFormatFailed;
 
-extern const Diagnostic kRecordsNotWritten;  // category, number, the last error's text
-extern const Diagnostic kRecordsKeptBack;    // category, number
+extern const Diagnostic kRecordsNotWritten;   // category, number, the last error's text
+extern const Diagnostic kRecordsOverwritten;  // category, number
 
 // Defined in logswitchmonitormgr.cpp.
 

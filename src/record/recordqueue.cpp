@@ -15,6 +15,11 @@ constexpr size_t kChunkSize = size_t{64} * 1024;
 // and usual records.
 constexpr size_t kSpareChunks = 256;
 
+size_t TextBytesOf(const LogRecord& record) {
+    return record.file.size() + record.function.size() + record.detail.size() +
+           record.context.size();
+}
+
 }  // namespace
 
 LogRecord RecordQueue::Iterator::operator*() const {
@@ -59,6 +64,7 @@ void RecordQueue::Append(const LogRecord& record) {
     Pack(record, chunk.bytes.get() + chunk.used);
     chunk.used += packedSize;
     ++count_;
+    textBytes_ += TextBytesOf(record);
 }
 
 RecordQueue::Chunks RecordQueue::Clear() {
@@ -70,12 +76,14 @@ RecordQueue::Chunks RecordQueue::Clear() {
         target.splice(target.end(), used_, used_.begin());
     }
     count_ = 0;
+    textBytes_ = 0;
     return surplus;
 }
 
 void RecordQueue::MoveRecordsTo(RecordQueue& empty) noexcept {
     used_.swap(empty.used_);
     std::swap(count_, empty.count_);
+    std::swap(textBytes_, empty.textBytes_);
 }
 
 void RecordQueue::TakeChunks(RecordQueue& cleared) {

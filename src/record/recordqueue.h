@@ -67,6 +67,9 @@ class RecordQueue {
 
     size_t Count() const { return count_; }
 
+    // The texts of all records in bytes: what their clients have chosen of the queue's memory.
+    size_t TextBytes() const { return textBytes_; }
+
     Iterator begin() const { return Iterator(used_.begin()); }
     Iterator end() const { return Iterator(used_.end()); }
 
@@ -78,6 +81,7 @@ class RecordQueue {
     // Empty chunks; the first one is filled next.
     Chunks spare_;
     size_t count_ = 0;
+    size_t textBytes_ = 0;
 };
 
 }  // namespace NS_LOG_SERVICE1

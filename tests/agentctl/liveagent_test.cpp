@@ -183,8 +183,7 @@ TEST_F(LiveAgent, AnAgentSaysAtItsEndWhatWasLost) {
     Stop();
     EXPECT_THAT(agent_->GetErrors(),
                 HasSubstr("corbaoper: 1 records could not be written (last error: "));
-    EXPECT_THAT(agent_->GetErrors(),
-                HasSubstr("corbaoper: 1 records of switched-off levels were never written"));
+    EXPECT_THAT(agent_->GetErrors(), Not(HasSubstr("switched-off")));
 }
 
 TEST_F(LiveAgent, WatchShowsTheStatusAgainAndEndsOnASignalOrWhenNobodyReads) {

@@ -158,6 +158,9 @@ TEST_F(ChannelConcurrency, AccountsForEveryRecordWhateverIsDoneAtOnce) {
     EXPECT_EQ(Queued(), 0u);
     EXPECT_EQ(channel_->FileStatistics().recordsDropped.Get(), 0u);
     const uint64_t neverWritten = channel_->Statistics().evicted.Get() + Cached();
+    const LogFileStatistics& file = channel_->FileStatistics();
+    EXPECT_EQ(channel_->Statistics().received.Get() + channel_->Statistics().receivedDirectly.Get(),
+              file.recordsWritten.Get() + file.recordsDumped.Get() + neverWritten);
     const Seen seen = Read();
     ExpectAll(seen);
     uint64_t dumped = 0;

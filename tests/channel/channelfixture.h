@@ -138,8 +138,14 @@ class LogFileTest : public FrozenClockTest {
     void Make(uint64_t sizeLimit = 100000000, const std::string& directory = "log") {
         file_.reset();
         StartAfresh(directory);
+        Restart(sizeLimit, directory);
+    }
+    // Begins anew in the directory as it is, like the next process with this number.
+    void Restart(uint64_t sizeLimit = 100000000, const std::string& directory = "log") {
+        file_.reset();
         file_ = std::make_unique<NS_LOG_SERVICE1::LogFile>(Path(directory).c_str(), "unbi_debug_",
                                                            sizeLimit, 5);
+        file_->SetPolicy(policy_);
     }
     void Write(const std::string& detail, int level = 1) {
         file_->WriteRecord(WithDetail(detail, level).Get());
@@ -156,7 +162,16 @@ class LogFileTest : public FrozenClockTest {
     }
     const NS_LOG_SERVICE1::LogFileStatistics& Counts() const { return file_->Statistics(); }
 
+    // Of each file from now on.
+    void SetPolicy(NS_LOG_SERVICE1::FilePolicy policy) {
+        policy_ = policy;
+        file_->SetPolicy(policy);
+    }
+
     std::unique_ptr<NS_LOG_SERVICE1::LogFile> file_;
+
+  private:
+    NS_LOG_SERVICE1::FilePolicy policy_ = NS_LOG_SERVICE1::FilePolicy::kContract;
 };
 
 // The channel of the category "debug", used by a thread that has an operation's context.

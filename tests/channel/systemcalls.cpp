@@ -39,6 +39,7 @@ void SystemCalls::Reset() {
     ScriptWrites(nullptr);
     ScriptOpens(nullptr);
     SetClock(kStart, 0);
+    monotonic_ = -1;
 }
 
 ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size) {
@@ -101,6 +102,15 @@ time_t time(time_t* result) noexcept {
 
 int gettimeofday(struct timeval* __restrict now, void* __restrict) noexcept {
     *now = {NS_TEST::SystemCalls::Instance().TimeOfDay(), NS_TEST::SystemCalls::kMicrosecond};
+    return 0;
+}
+
+int clock_gettime(clockid_t clock, struct timespec* now) noexcept {
+    const int64_t monotonic = NS_TEST::SystemCalls::Instance().Monotonic();
+    if (clock != CLOCK_MONOTONIC || monotonic < 0) {
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+    }
+    *now = {monotonic / 1000000, monotonic % 1000000 * 1000};
     return 0;
 }
 

@@ -14,9 +14,9 @@
 
 namespace NS_TEST {
 
-// What the test program's own write, open, time and gettimeofday do. The service is linked into
-// the program statically and so calls these; the platform, the C library and the test framework go
-// on calling the real ones.
+// What the test program's own write, open, time, gettimeofday and clock_gettime do. The service is
+// linked into the program statically and so calls these; the platform, the C library and the test
+// framework go on calling the real ones.
 //
 // Thread safety: the counters and the clock may be used by any thread; the rest while no other
 // thread writes.
@@ -51,13 +51,19 @@ class SystemCalls {
     // file: when the time of day was read after a successful open.
     void SetClock(int64_t second, int64_t step);
 
-    // No scripts, and the clock stands at its start.
+    // The clock that nobody sets stands still from now on, and goes on by so many microseconds.
+    void StopMonotonicClock() { monotonic_ = 0; }
+    void LetPass(int64_t microseconds) { monotonic_ += microseconds; }
+
+    // No scripts, the clock stands at its start, and the one that nobody sets runs.
     void Reset();
 
     ssize_t Write(int descriptor, const void* bytes, size_t size);
     int Open(const char* path, int flags, unsigned int mode);
     int64_t Time() const { return second_; }
     int64_t TimeOfDay();
+    // Negative while it runs.
+    int64_t Monotonic() const { return monotonic_; }
 
   private:
     std::atomic<uint64_t> writes_{0};
@@ -65,6 +71,7 @@ class SystemCalls {
     std::atomic<int64_t> second_{kStart};
     std::atomic<int64_t> step_{0};
     std::atomic<bool> stepIsDue_{false};
+    std::atomic<int64_t> monotonic_{-1};
     WriteScript writeScript_;
     OpenScript openScript_;
 };

@@ -1,12 +1,9 @@
 // What becomes of records and files when writing fails.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "channel/channelfixture.h"
-
-namespace fs = std::filesystem;
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -121,16 +118,6 @@ TEST_F(WriteFailure, ThatLastsTriesOneNewFileForEachRecord) {
     Calls().ScriptWrites(nullptr);
     Write("back");
     EXPECT_EQ(Written(), Created() + Frame(1, "one") + Frame(12, "back"));
-}
-
-TEST_F(WriteFailure, OfADeviceWithoutRoomIsOvercomeInTheNextFile) {
-    fs::create_directories(Path("log"));
-    fs::create_symlink("/dev/full", Path("log/" + NameNow()));
-    Write("one");
-    Write("two");
-    EXPECT_EQ(ReadFile(file_->CurrentPath()), Created(1) + Frame(2, "two"));
-    EXPECT_EQ(CountFiles(), 2u);
-    EXPECT_EQ(Counts().lastError.Get(), static_cast<uint64_t>(ENOSPC));
 }
 
 TEST_F(WriteFailure, InABatchLosesOnlyTheRecordThatTore) {

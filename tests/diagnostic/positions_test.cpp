@@ -27,7 +27,7 @@ const NamedDiagnostic kAll[] = {
     NAMED(kNoOutputMode),       NAMED(kNoEnableAsnLog),        NAMED(kNoLogOutputPara),
     NAMED(kNoEnableAsnTrace),   NAMED(kMeaninglessOutputMode), NAMED(kTaskNotDeleted),
     NAMED(kEnablingRefused),    NAMED(kDisablingRefused),      NAMED(kFormatFailed),
-    NAMED(kDumpFormatFailed),   NAMED(kRecordsNotWritten),     NAMED(kRecordsKeptBack),
+    NAMED(kDumpFormatFailed),   NAMED(kRecordsNotWritten),     NAMED(kRecordsOverwritten),
     NAMED(kMonitorWithoutFile), NAMED(kFileOutOfReach),        NAMED(kPassFailed),
     NAMED(kMonitorGone),        NAMED(kNoLogSwitchItem),       NAMED(kNoAsnLogItem),
     NAMED(kNoOutputParaItem),   NAMED(kLogSwitchNotSplit),     NAMED(kLogSwitchInvalid),

@@ -90,6 +90,26 @@ TEST(RecordQueue, HandsItsRecordsOverAndKeepsItsEmptyChunks) {
     EXPECT_EQ(Queued(taken), Texts({"1", "2"}));
 }
 
+TEST(RecordQueue, CountsTheBytesOfItsTexts) {
+    OwnedRecord record;
+    record.file = "file";
+    record.function = "function";
+    record.detail = "detail";
+    record.context = "context";
+    const size_t texts = 4 + 8 + 6 + 7;
+    RecordQueue queue;
+    EXPECT_EQ(queue.TextBytes(), 0U);
+    AppendTo(queue, record);
+    AppendTo(queue, record);
+    EXPECT_EQ(queue.TextBytes(), 2 * texts);
+    RecordQueue taken;
+    queue.MoveRecordsTo(taken);
+    EXPECT_EQ(queue.TextBytes(), 0U);
+    EXPECT_EQ(taken.TextBytes(), 2 * texts);
+    EXPECT_TRUE(taken.Clear().empty());
+    EXPECT_EQ(taken.TextBytes(), 0U);
+}
+
 TEST(RecordQueue, TakesTheChunksOfAClearedQueue) {
     RecordQueue queue;
     RecordQueue written;

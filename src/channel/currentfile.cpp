@@ -1,0 +1,388 @@
+#include "channel/currentfile.h"
+
+#include <ace/OS_NS_sys_time.h>
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <ctime>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "bundlemgr/logsupport.h"
+#include "channel/framing.h"
+#include "channel/logdirectory.h"
+#include "channel/logfilename.h"
+#include "channel/tornend.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// More than the first line of a file.
+constexpr size_t kFirstLineSize = 128;
+
+std::string WithoutSeparatorAtEnd(std::string directory) {
+    if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
+        directory.pop_back();
+    }
+    return directory;
+}
+
+bool Is(const std::error_code& error, std::errc condition) {
+    return error == std::make_error_code(condition);
+}
+
+// Whether another file could not take more either.
+bool IsNoRoom(const std::error_code& error) {
+    return error.value() == EDQUOT || Is(error, std::errc::no_space_on_device) ||
+           Is(error, std::errc::file_too_large);
+}
+
+}  // namespace
+
+CurrentFile::CurrentFile(const char* directory, const char* prefix, LogFileStatistics& statistics)
+    : directory_(WithoutSeparatorAtEnd(directory)), prefix_(prefix), statistics_(statistics) {}
+
+bool CurrentFile::MakeReady() {
+    if (!KeepsRecords()) {
+        return IsOpen() || BeginEmptied();
+    }
+    if (!pause_.IsOver()) {
+        return false;
+    }
+    if (!IsOpen()) {
+        BeginNext();
+    } else if (suspect_) {
+        // A file without a record is opened again: otherwise each attempt would leave such a file.
+        const RecordCounts records = RecordsInFile();
+        ContinueIn(records.written + records.dumped == 0 ? NameOfCurrent()
+                                                         : NewLogFileName(prefix_));
+    }
+    return IsOpen();
+}
+
+bool CurrentFile::BeginNext() {
+    if (!KeepsRecords()) {
+        return BeginEmptied();
+    }
+    if (IsOpen() && !rotationPause_.IsOver()) {
+        return false;
+    }
+    const std::string name = NewLogFileName(prefix_);
+    return !IsCurrent(PathOf(name)) && ContinueIn(name);
+}
+
+void CurrentFile::Rotate() {
+    pause_.End();
+    rotationPause_.End();
+    const std::string name = NewLogFileName(prefix_);
+    if (!IsCurrent(PathOf(name))) {
+        ContinueIn(name);
+    }
+}
+
+void CurrentFile::Reopen() {
+    pause_.End();
+    if (IsOpen() && (suspect_ || !IsCurrent(path_))) {
+        ContinueIn(NameOfCurrent());
+    }
+}
+
+// Two files that begin within one second have the same name: the second one empties the first.
+bool CurrentFile::BeginEmptied() {
+    if (IsOpen()) {
+        End();
+        statistics_.rotations.Add(1);
+    }
+    const std::string name = NewLogFileName(prefix_);
+    OpenedFile opened{PathOf(name), {}};
+    FileStream next;
+    if (const std::error_code error = CreateInDirectory(next, directory_, name)) {
+        NoteFailure(error, opened.path);
+        Unpublish();
+        return false;
+    }
+    CountEmptied(next);
+    Adopt(next, std::move(opened), {});
+    WriteWhole(CreatedLine());
+    return true;
+}
+
+// Begins the file `name`, or goes on in it, and leaves the current one. When it is the current one,
+// or cannot be had, stays in that. Returns whether the current file was left.
+bool CurrentFile::ContinueIn(const std::string& name) {
+    OpenedFile opened{PathOf(name), {}};
+    FileStream next;
+    std::error_code error = ContinueInDirectory(next, directory_, name);
+    if (!error && IsOpen() && next.Identity() == stream_.Identity()) {
+        stream_.Swap(next);
+        suspect_ = false;
+        return false;
+    }
+    if (!error) {
+        error = BeginText(next, opened.path);
+    }
+    if (error) {
+        NoteFailure(error, opened.path);
+        (IsOpen() ? rotationPause_ : pause_).Begin();
+        return false;
+    }
+    if (IsOpen()) {
+        End();
+        statistics_.rotations.Add(1);
+    }
+    const RecordCounts records = left_.Take(next.Identity());
+    Adopt(next, std::move(opened), next.IsNew() ? RecordCounts() : records);
+    NoteSuccess();
+    return true;
+}
+
+// Makes the end of a file that is continued whole, and writes the line about its creation. A file
+// that was created and cannot take it is removed again.
+std::error_code CurrentFile::BeginText(FileStream& next, const std::string& path) {
+    std::error_code error = next.CutBack(next.SizeFound() == 0 ? 0 : TornEndSize(next));
+    if (error) {
+        return error;
+    }
+    const WriteResult result = next.Write(CreatedLine());
+    if (!result.error) {
+        statistics_.bytesWritten.Add(result.written);
+        return result.error;
+    }
+    next.CutBack(result.written);
+    if (next.IsNew() && next.IsSameFile(path)) {
+        std::remove(path.c_str());
+    }
+    return result.error;
+}
+
+// Whether `path` is that of the current file, and it still stands there.
+bool CurrentFile::IsCurrent(const std::string& path) const {
+    return IsOpen() && path == path_ && stream_.IsSameFile(path);
+}
+
+// Makes `next` the current file, which holds `records` of this channel already.
+void CurrentFile::Adopt(FileStream& next, OpenedFile opened, const RecordCounts& records) {
+    opened.identity = next.Identity();
+    path_ = opened.path;
+    stream_.Swap(next);
+    hasFile_ = true;
+    size_ = stream_.Size();
+    countsBefore_ = {statistics_.recordsWritten.Get() - records.written,
+                     statistics_.recordsDumped.Get() - records.dumped};
+    suspect_ = false;
+    torn_ = 0;
+    rotationPause_.End();
+    opened_.Set(std::move(opened));
+}
+
+void CurrentFile::Close() {
+    if (IsOpen()) {
+        End();
+        Unpublish();
+    }
+}
+
+// Ends the file with its last line.
+void CurrentFile::End() {
+    const std::string_view line = ClosedLine();
+    if (WriteWhole(line) && IsOpen()) {
+        WriteWhole(line);
+    }
+    if (const std::error_code error = stream_.Close()) {
+        Count(error, path_);
+    }
+    Leave();
+}
+
+// Forgets the file, which is closed.
+void CurrentFile::Leave() {
+    const RecordCounts records = RecordsInFile();
+    if (records.written + records.dumped != 0) {
+        try {
+            left_.Add(stream_.Identity(), records);
+        } catch (const std::bad_alloc&) {  // NOLINT: should it be emptied, they count as written
+        }
+    }
+    path_.clear();
+    size_ = 0;
+}
+
+// No other file takes the place of the one that was left.
+void CurrentFile::Unpublish() {
+    hasFile_ = false;
+    opened_.Set({});
+}
+
+// What stood in the file was emptied by its opening.
+void CurrentFile::CountEmptied(const FileStream& next) {
+    const RecordCounts lost = left_.Take(next.Identity());
+    if (next.SizeFound() != 0) {
+        statistics_.bytesEmptied.Add(next.SizeFound());
+        statistics_.writtenOverwritten.Add(lost.written);
+        statistics_.dumpedOverwritten.Add(lost.dumped);
+    }
+}
+
+WriteResult CurrentFile::Write(std::string_view piece) {
+    WriteResult result{0, TakeBackTorn()};
+    if (!result.error) {
+        result = stream_.Write(piece);
+    }
+    if (result.error) {
+        NoteFailure(result.error, path_);
+    } else {
+        CountWritten(result.written);
+        NoteSuccess();
+    }
+    return result;
+}
+
+void CurrentFile::KeepOnly(size_t whole, const WriteResult& failed) {
+    CountWritten(whole);
+    torn_ += failed.written - whole;
+    TakeBackTorn();
+    if (!KeepsRecords()) {
+        torn_ = 0;  // the file is left, torn or not
+        return;
+    }
+    suspect_ = !IsNoRoom(failed.error);
+    pause_.Begin();
+    if (Is(failed.error, std::errc::bad_file_descriptor)) {
+        // Somebody has closed it. Its number may be that of another file by now.
+        stream_.Abandon();
+        Leave();
+        Unpublish();
+    }
+}
+
+std::error_code CurrentFile::WriteWhole(std::string_view piece) {
+    const WriteResult result = Write(piece);
+    if (result.error) {
+        KeepOnly(0, result);
+    }
+    return result.error;
+}
+
+// Removes what is left of the last failure: a record behind it would be taken for its rest.
+std::error_code CurrentFile::TakeBackTorn() {
+    if (torn_ == 0) {
+        return {};
+    }
+    const std::error_code error = stream_.CutBack(torn_);
+    torn_ = error ? torn_ : 0;
+    return error;
+}
+
+bool CurrentFile::IsFullFor(size_t bytes, const std::error_code& error) const {
+    struct rlimit largest {};
+    return KeepsRecords() && Is(error, std::errc::file_too_large) && size_ > kFirstLineSize &&
+           ::getrlimit(RLIMIT_FSIZE, &largest) == 0 && largest.rlim_cur >= kFirstLineSize + bytes;
+}
+
+void CurrentFile::MoveTo(const std::string& directory, const std::string& prefix) {
+    directory_ = directory;
+    prefix_ = prefix;
+    if (!IsOpen()) {
+        BeginNext();
+        return;
+    }
+    const std::string oldPath = path_;
+    const FileIdentity old = stream_.Identity();
+    End();
+    BeginNext();
+    if (!IsOpen()) {
+        Unpublish();
+    } else if (TakeContentsOf(oldPath)) {
+        std::remove(oldPath.c_str());
+        const RecordCounts records = left_.Take(old);
+        countsBefore_.written -= records.written;
+        countsBefore_.dumped -= records.dumped;
+    }
+}
+
+// Appends the contents of the file at `path`, all or nothing: a part could end in the middle of a
+// record. Returns whether the file at `path` may be removed: all of it was copied, or it cannot be
+// read at all.
+bool CurrentFile::TakeContentsOf(const std::string& path) {
+    if (stream_.IsSameFile(path)) {
+        return false;  // another spelling of the same directory
+    }
+    const std::unique_ptr<FILE, int (*)(FILE*)> old(std::fopen(CanonicalPath(path).c_str(), "re"),
+                                                    &std::fclose);
+    if (old == nullptr) {
+        return true;
+    }
+    constexpr size_t kChunkSize = 4096;
+    const uint64_t sizeBefore = size_;
+    bool taken = true;
+    size_t length = 0;
+    do {
+        line_.Clear();
+        char* chunk = line_.Reserve(kChunkSize);
+        length = std::fread(chunk, 1, kChunkSize, old.get());
+        line_.Commit(chunk + length);
+        taken = !WriteWhole(line_.Bytes());
+    } while (taken && length == kChunkSize);
+    if (!taken || std::ferror(old.get()) != 0) {
+        stream_.CutBack(size_ - sizeBefore);
+        size_ = sizeBefore;
+        return false;
+    }
+    return true;
+}
+
+RecordCounts CurrentFile::RecordsInFile() const {
+    return {statistics_.recordsWritten.Get() - countsBefore_.written,
+            statistics_.recordsDumped.Get() - countsBefore_.dumped};
+}
+
+// Both lines are valid until the next call.
+std::string_view CurrentFile::CreatedLine() {
+    line_.Clear();
+    AppendFileCreated(line_, StampNow());
+    return line_.Bytes();
+}
+
+std::string_view CurrentFile::ClosedLine() {
+    line_.Clear();
+    AppendFileClosed(line_, StampNow());
+    return line_.Bytes();
+}
+
+const std::string& CurrentFile::StampNow() {
+    NS_BUNDLEMGR1::GetZoneTimeStamp(ACE_OS::gettimeofday(), stamp_);
+    return stamp_;
+}
+
+void CurrentFile::CountWritten(size_t bytes) {
+    size_ += bytes;
+    statistics_.bytesWritten.Add(bytes);
+}
+
+void CurrentFile::Count(const std::error_code& error, const std::string& path) {
+    statistics_.failures.Add(1);
+    statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
+    statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
+    try {
+        statistics_.lastErrorFile.Set(std::string(path));
+    } catch (const std::bad_alloc&) {  // NOLINT: the failure counts all the same
+    }
+}
+
+void CurrentFile::NoteFailure(const std::error_code& error, const std::string& path) {
+    Count(error, path);
+    failing_ = true;
+    statistics_.failing.Set(1);
+}
+
+void CurrentFile::NoteSuccess() {
+    if (failing_) {
+        failing_ = false;
+        suspect_ = false;
+        pause_.End();
+        statistics_.failing.Set(0);
+    }
+}
+
+}  // namespace NS_LOG_SERVICE1

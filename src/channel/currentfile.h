@@ -1,0 +1,142 @@
+// The file that a category writes at present, and how the next one takes its place.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "base/published.h"
+#include "base/relaxedatomic.h"
+#include "channel/filepolicy.h"
+#include "channel/filestream.h"
+#include "channel/framebuffer.h"
+#include "channel/logfilestatistics.h"
+#include "channel/writepause.h"
+#include "channel/writtenfiles.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// A path, and the file that was opened under it.
+struct OpenedFile {
+    std::string path;  // empty: no file is open
+    FileIdentity identity;
+};
+
+// The policy decides what becomes of a name that is taken, and of a file that fails:
+//
+// kContract: the file is left first, and then the next one begins and empties what has its name.
+//
+// kKeepRecords: the next file is opened first and gets its first line. Only then is the file left,
+// so that there is always one to write to, as long as there is any. A file that has the next name
+// is continued behind its last whole record. When a write fails, nothing is tried for a while.
+//
+// Thread safety: none but for the operations that say so; the channel's file mutex guards it.
+class CurrentFile {
+  public:
+    // Opens no file. Removes one separator at the end of `directory`. `statistics` lives longer.
+    CurrentFile(const char* directory, const char* prefix, LogFileStatistics& statistics);
+
+    CurrentFile(const CurrentFile&) = delete;
+    CurrentFile& operator=(const CurrentFile&) = delete;
+
+    // Any thread; holds from the next piece on.
+    void SetPolicy(FilePolicy policy) { policy_ = policy; }
+    bool KeepsRecords() const { return policy_.Get() == FilePolicy::kKeepRecords; }
+
+    // Returns whether a piece may be written now. Opens a file if none is open.
+    bool IsReady() { return (IsOpen() && !failing_) || MakeReady(); }
+
+    // Begins the next file in the place of the current one, if any. Returns whether it has begun:
+    // not when it cannot be had, and with kKeepRecords not while the current file has its name.
+    // What fails is counted.
+    bool BeginNext();
+
+    // The same on an operator's order: keeps all records, whatever the policy, and tries at once.
+    void Rotate();
+
+    // Makes the file anew under its name when it was moved or removed, and goes on there. Does
+    // nothing when it still stands, or none is open. Ends a pause.
+    void Reopen();
+
+    // Writes the closing line, twice if the first try fails, and closes.
+    void Close();
+
+    // Writes all of `piece`, or counts the failure. In that case call KeepOnly next.
+    WriteResult Write(std::string_view piece);
+
+    // Of what a failed write has written, keeps the first `whole` bytes.
+    void KeepOnly(size_t whole, const WriteResult& failed);
+
+    // Writes `piece` whole or not at all.
+    std::error_code WriteWhole(std::string_view piece);
+
+    // Whether a write of so many bytes that has failed with `error` would succeed in a new file:
+    // the file may not grow, and the piece is not too large by itself. Only with kKeepRecords.
+    bool IsFullFor(size_t bytes, const std::error_code& error) const;
+
+    // Changes the directory and the prefix; see LogFile::ChangePath.
+    void MoveTo(const std::string& directory, const std::string& prefix);
+
+    bool IsOpen() const { return stream_.IsOpen(); }
+    // The bytes of the current file.
+    uint64_t Size() const { return size_; }
+    // Empty while no file is open.
+    const std::string& Path() const { return path_; }
+    const std::string& Directory() const { return directory_; }
+    const std::string& Prefix() const { return prefix_; }
+
+    // For any thread. A rotation is not seen before the next file has begun.
+    bool HasFile() const { return hasFile_; }
+    OpenedFile Opened() const { return opened_.Get(); }
+
+  private:
+    bool MakeReady();
+    bool BeginEmptied();
+    bool ContinueIn(const std::string& name);
+    std::error_code BeginText(FileStream& next, const std::string& path);
+    bool IsCurrent(const std::string& path) const;
+    void Adopt(FileStream& next, OpenedFile opened, const RecordCounts& records);
+    void End();
+    void Leave();
+    void Unpublish();
+    void CountEmptied(const FileStream& next);
+    std::error_code TakeBackTorn();
+    bool TakeContentsOf(const std::string& path);
+
+    RecordCounts RecordsInFile() const;
+    std::string PathOf(const std::string& name) const { return directory_ + "/" + name; }
+    std::string NameOfCurrent() const { return path_.substr(directory_.size() + 1); }
+    std::string_view CreatedLine();
+    std::string_view ClosedLine();
+    const std::string& StampNow();
+    void CountWritten(size_t bytes);
+    void Count(const std::error_code& error, const std::string& path);
+    void NoteFailure(const std::error_code& error, const std::string& path);
+    void NoteSuccess();
+
+    RelaxedAtomic<FilePolicy> policy_{FilePolicy::kContract};
+    std::string directory_;
+    std::string prefix_;
+    LogFileStatistics& statistics_;
+
+    FileStream stream_;
+    std::string path_;
+    uint64_t size_ = 0;
+    // What the counters showed when the file had no record of this channel.
+    RecordCounts countsBefore_;
+    WrittenFiles left_;
+
+    bool failing_ = false;      // the last attempt to open or to write a file failed
+    bool suspect_ = false;      // the file failed, but not because there is no room
+    size_t torn_ = 0;           // bytes at the end of the file that could not be taken back
+    WritePause pause_;          // before the next attempt to write
+    WritePause rotationPause_;  // before the next attempt to leave a file that can be written
+
+    FrameBuffer line_;
+    std::string stamp_;
+    RelaxedAtomic<bool> hasFile_{false};
+    Published<OpenedFile> opened_;
+};
+
+}  // namespace NS_LOG_SERVICE1

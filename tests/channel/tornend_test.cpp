@@ -1,0 +1,70 @@
+// The end of a file whose writer was stopped in the middle.
+#include "channel/tornend.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "channel/channelfixture.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+using namespace NS_TEST;
+
+class TornEnd : public FrozenClockTest {
+  protected:
+    // What is left of the text without its torn end.
+    std::string WholeOf(const std::string& text) {
+        WriteFile(Path("file"), text);
+        FileStream stream;
+        EXPECT_FALSE(stream.Continue(Path("file"), 0640));
+        const size_t torn = TornEndSize(stream);
+        EXPECT_LE(torn, text.size());
+        return text.substr(0, text.size() - torn);
+    }
+};
+
+TEST_F(TornEnd, IsFoundWhereverARecordWasCut) {
+    const std::string before = Created() + Frame(9, "one\ntwo") + ShortFrame("short");
+    for (const std::string& record :
+         {Frame(10, "text\nin lines\n"), DumpFrame(11, "error", DumpedFrame("kept")),
+          ShortFrame("short too")}) {
+        EXPECT_EQ(WholeOf(before + record), before + record);
+        for (size_t length = 0; length < record.size(); length += 3) {
+            EXPECT_EQ(WholeOf(before + record.substr(0, length)), before) << length;
+        }
+    }
+}
+
+TEST_F(TornEnd, IsNotSeenInTheLinesAboutTheFile) {
+    const std::string text = Created() + Frame(1, "one") + Closed();
+    for (const std::string& whole : {std::string(), Created(), text, text + Created()}) {
+        EXPECT_EQ(WholeOf(whole), whole);
+    }
+    EXPECT_EQ(WholeOf(Created().substr(0, 20)), "");
+    EXPECT_EQ(WholeOf(text + Created().substr(0, 20)), text);
+    // The blank line in front of the line about the end may stay.
+    const std::string record = Created() + Frame(1, "one");
+    EXPECT_EQ(WholeOf(record + Closed().substr(0, 20)), record + "\n");
+}
+
+TEST_F(TornEnd, MayBeLongOrFullOfZeros) {
+    const std::string before = Created() + Frame(1, "one");
+    const std::string lines = "<2>\n" + std::string(300000, 'x') + "\n" + std::string(70000, 'y');
+    EXPECT_EQ(WholeOf(before + lines), before);
+    EXPECT_EQ(WholeOf(before + std::string(5000, '\0')), before);
+}
+
+// Such a file is nobody's log; only the line that is written next must begin at its beginning.
+TEST_F(TornEnd, IsTheLastLineOfATextWithoutRecords) {
+    std::string text(size_t{20} * 1024 * 1024, 'x');
+    for (size_t end = 1023; end < text.size(); end += 1024) {
+        text[end] = '\n';
+    }
+    EXPECT_TRUE(WholeOf(text + "rest") == text);
+    EXPECT_EQ(WholeOf("one\ntwo\nrest"), "one\ntwo\n");
+}
+
+}  // namespace
+}  // namespace NS_LOG_SERVICE1
