@@ -204,7 +204,7 @@ TEST_P(Death, OfAClientThatCrashesAbortsOrExitsAtOnceIsLikeAKill) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Policies, Death,
-                         Combine(Values(LOG_FILE_POLICY_CONTRACT),
+                         Combine(Values(LOG_FILE_POLICY_CONTRACT, LOG_FILE_POLICY_KEEP_RECORDS),
                                  Values(OutputKind::DIRECT, OutputKind::QUEUED, OutputKind::DUMP)));
 
 // The process is killed inside each single write, behind some of its bytes.
@@ -256,7 +256,8 @@ TEST_P(DeathInAWrite, LeavesTheBytesUpToThere) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Policies, DeathInAWrite, Values(LOG_FILE_POLICY_CONTRACT));
+INSTANTIATE_TEST_SUITE_P(Policies, DeathInAWrite,
+                         Values(LOG_FILE_POLICY_CONTRACT, LOG_FILE_POLICY_KEEP_RECORDS));
 
 }  // namespace
 }  // namespace NS_TEST

@@ -231,7 +231,7 @@ TEST_P(EveryCall, OfWhichSomeFailLosesNoMoreThanThose) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Policies, EveryCall,
-                         Combine(Values(LOG_FILE_POLICY_CONTRACT),
+                         Combine(Values(LOG_FILE_POLICY_CONTRACT, LOG_FILE_POLICY_KEEP_RECORDS),
                                  Values(OutputKind::DIRECT, OutputKind::QUEUED, OutputKind::DUMP)),
                          [](const auto& instance) {
                              return std::string(std::get<0>(instance.param) ==

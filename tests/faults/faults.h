@@ -38,6 +38,10 @@ void ReleaseCall();
 // The clock stands there, but for `step` seconds behind the creation of each watched file.
 void StopClock(int64_t second, int64_t step);
 
+// The clock that nobody sets shows so many seconds more at each look: whoever waits a while before
+// trying again has waited long enough at the next try. 0: it goes on as usual.
+void HurryMonotonicClock(int64_t seconds);
+
 // Preloaded into another program, the library takes its orders from the environment, and says at
 // the end on standard error how many faults there were:
 //     QV_FAULTS_BELOW=DIRECTORY  QV_FAULTS=CALL:FIRST:LAST:ERROR:BYTES:KILLS[,...]

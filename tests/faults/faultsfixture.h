@@ -23,6 +23,7 @@ enum class OutputKind { DIRECT, QUEUED, DUMP };
 struct Outcome {
     std::map<std::string, std::string> files;
     NS_LOG_SERVICE1::ChannelStatus books;
+    NS_LOG_SERVICE1::ChannelBooks allBooks;
     uint64_t logged = 0;
     uint64_t faults = 0;
     std::map<FaultyCall, uint64_t> calls;
@@ -64,7 +65,10 @@ class FaultsTest : private InMemory, public MaintenanceTest {
         store_.Set("queuebuflength", std::to_string(kQueue));
         store_.Set("filterbuflength", std::to_string(kKept));
     }
-    ~FaultsTest() override { ReleaseCall(); }
+    ~FaultsTest() override {
+        ReleaseCall();
+        HurryMonotonicClock(0);
+    }
 
     // Starts the service in an empty log directory, under the faults.
     void Begin(OutputKind kind, NS_LOG_SERVICE1::LogFilePolicy policy,
@@ -72,6 +76,7 @@ class FaultsTest : private InMemory, public MaintenanceTest {
         std::error_code ignored;  // a mounted directory stays, and is empty
         std::filesystem::remove_all(Path("log"), ignored);
         StopClock(kStart, 1);
+        HurryMonotonicClock(2);
         PlanFaults(Path("log"), faults);
         logged_ = 0;
         Start();
@@ -96,6 +101,13 @@ class FaultsTest : private InMemory, public MaintenanceTest {
         Outcome outcome;
         Maintenance().FlushAll();
         outcome.books = Channel("corbaoper");
+        std::vector<NS_LOG_SERVICE1::ChannelBooks> all;
+        Maintenance().GetChannelBooks(all);
+        for (const NS_LOG_SERVICE1::ChannelBooks& books : all) {
+            if (books.category == "corbaoper") {
+                outcome.allBooks = books;
+            }
+        }
         Stop();
         outcome.logged = logged_;
         outcome.faults = FaultsSoFar();
@@ -138,6 +150,13 @@ class FaultsTest : private InMemory, public MaintenanceTest {
         EXPECT_EQ(outcome.books.recordsQueued, 0u);
         EXPECT_EQ(outcome.books.recordsWritten, found.written.size() + found.own);
         EXPECT_EQ(outcome.books.recordsDumped, found.dumped.size());
+        const NS_LOG_SERVICE1::ChannelBooks& books = outcome.allBooks;
+        EXPECT_EQ(books.recordsReceived, books.recordsWritten + books.recordsDumped +
+                                             books.recordsEvicted + books.recordsDropped +
+                                             books.recordsOverwritten + books.recordsQueued +
+                                             books.recordsCached);
+        EXPECT_EQ(books.recordsWritten, outcome.books.recordsWritten);
+        EXPECT_EQ(books.recordsOverwritten, 0u);
         const uint64_t missing = outcome.logged - found.written.size() - found.dumped.size();
         const uint64_t lost = outcome.books.recordsDropped + outcome.books.recordsEvicted +
                               outcome.books.recordsCached;

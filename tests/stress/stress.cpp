@@ -240,6 +240,22 @@ class Client {
     std::vector<ChannelBooks> channelBooks_;
 };
 
+// The service's own books, category by category. Returns those that do not close.
+std::string CompareOwnBooks() {
+    std::vector<ChannelBooks> all;
+    Service::Maintenance().GetChannelBooks(all);
+    std::string complaints = all.size() == kStressCategories.size() ? "" : "books are missing\n";
+    for (const ChannelBooks& books : all) {
+        if (books.recordsReceived != books.recordsWritten + books.recordsDumped +
+                                         books.recordsEvicted + books.recordsDropped +
+                                         books.recordsOverwritten + books.recordsQueued +
+                                         books.recordsCached) {
+            complaints += "the books of " + books.category + " do not close\n";
+        }
+    }
+    return complaints;
+}
+
 // A service from its start to its end under the stress. Returns what does not agree.
 std::string RunOnce(const Options& options, LogFilePolicy policy) {
     const TemporaryDirectory directory;
@@ -250,6 +266,7 @@ std::string RunOnce(const Options& options, LogFilePolicy policy) {
               "bEnableAsnLog = 1\nbLogOutputPara = 0\nbEnableAsnTrace = 0\n");
     StressBooks books;
     std::vector<ChannelStatus> channels;
+    std::string complaints;
     {
         const Service service;
         Service::Maintenance().SetFilePolicy(policy);
@@ -258,8 +275,9 @@ std::string RunOnce(const Options& options, LogFilePolicy policy) {
         Service::Maintenance().SetQueuedOutput(false);
         Service::Maintenance().FlushAll();
         Service::Maintenance().GetChannels(channels);
+        complaints = CompareOwnBooks();
     }
-    return books.Compare(channels, directory.Path("log"));
+    return complaints + books.Compare(channels, directory.Path("log"));
 }
 
 // What the process holds now.
