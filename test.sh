@@ -96,6 +96,10 @@ if $coverage; then
     find "$root/build/coverage" -name '*.gcda' -delete
 fi
 
+if ((EUID != 0)); then
+    echo "Not root: the tests that mount small disks are left out (docs/reliability.md)."
+fi
+
 # Two more at a time than there are processors: some tests wait.
 for preset in "${presets[@]}"; do
     echo "== Tests: $preset"
