@@ -69,23 +69,23 @@ struct ChannelBooks {
     bool currentFileInPlace;   // the name stands for the open file; true while no file is open
     bool failing;              // the last attempt to open or to write a file failed
     uint64_t recordsReceived;  // given to the channel: to be written, queued or kept back
-    uint64_t recordsWritten;   // each in a frame of its own, or as the trigger of a dump
-    uint64_t recordsDumped;    // kept back first, then written inside a dump
+    uint64_t recordsWritten;   // each in a frame of its own, or as the trigger of a dump, and not
+                               // overwritten since
+    uint64_t recordsDumped;    // kept back first, then written inside a dump, and not overwritten
     uint64_t recordsEvicted;   // kept back, and lost for newer ones
     uint64_t recordsDropped;   // lost: no file could be opened, or a write failed
-    uint64_t
-        recordsOverwritten;  // written or dumped by this channel, lost as their file was emptied
-    uint64_t recordsQueued;  // in the queue now
-    uint64_t recordsQueuedMost;  // in the queue at most
-    uint64_t recordsCached;      // kept back now, because their level is off
-    uint64_t bytesQueued;        // of the texts in the queue now
-    uint64_t bytesWritten;       // everything that reached the files
-    uint64_t bytesEmptied;       // in files that were emptied when they were opened
-    uint64_t rotations;          // files that were begun in the place of another one
-    uint64_t failures;           // of opening, writing or closing a file
-    int lastError;               // errno of the last failure with a file, 0: none
-    int64_t lastErrorTime;       // its time, seconds since 1970
-    std::string lastErrorFile;   // the path that it was about
+    uint64_t recordsOverwritten;  // written or dumped once, lost as their file was emptied
+    uint64_t recordsQueued;       // in the queue now
+    uint64_t recordsQueuedMost;   // in the queue at most
+    uint64_t recordsCached;       // kept back now, because their level is off
+    uint64_t bytesQueued;         // of the texts in the queue now
+    uint64_t bytesWritten;        // everything that reached the files
+    uint64_t bytesEmptied;        // in files that were emptied when they were opened
+    uint64_t rotations;           // files that were begun in the place of another one
+    uint64_t failures;            // of opening, writing or closing a file
+    int lastError;                // errno of the last failure with a file, 0: none
+    int64_t lastErrorTime;        // its time, seconds since 1970
+    std::string lastErrorFile;    // the path that it was about
 };
 
 // The switches of the whole service.
@@ -160,14 +160,17 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     virtual void SetFilePolicy(LogFilePolicy policy) = 0;
     virtual LogFilePolicy GetFilePolicy() = 0;
 
-    // Closes the category's file and opens the file of that name again, or makes it anew when it
-    // was moved or removed. The file is continued, whatever the policy. An empty name means all
-    // categories. A category without an open file stays without. Returns false for a category that
-    // does not exist.
+    // Makes the category's file anew under its name when it was moved or removed; a file that still
+    // stands is continued. Whatever the policy, no file is emptied, and when the new one cannot be
+    // had, the one that was moved is continued. Ends a pause. An empty name means all categories. A
+    // category without an open file stays without. Returns false for a category that does not
+    // exist.
     virtual bool Reopen(const std::string& category) = 0;
 
-    // Begins a new file, as when the size limit is reached. An empty name means all categories.
-    // Returns false for a category that does not exist.
+    // Begins a new file in the place of the current one, or the first one. Whatever the policy, no
+    // file is emptied: within the second in which the current file was made, it is continued. Ends
+    // a pause. An empty name means all categories. Returns false for a category that does not
+    // exist.
     virtual bool Rotate(const std::string& category) = 0;
 
     // Limits the texts in each category's queue to so many bytes; 0, the initial value: no limit.
@@ -175,8 +178,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     virtual void SetQueueBytes(uint64_t bytes) = 0;
     virtual uint64_t GetQueueBytes() = 0;
 
-    // Replaces `books` by the books of all channels, in the order of their names. Waits for no
-    // file and no disk.
+    // Replaces `books` by the books of all channels, in the order of their names. Waits for no file
+    // that is written, and holds no lock while it looks whether the files are in place.
     virtual void GetChannelBooks(std::vector<ChannelBooks>& books) = 0;
 
     // Returns the switches of the whole service.

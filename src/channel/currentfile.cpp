@@ -65,16 +65,18 @@ bool CurrentFile::BeginNext() {
     if (!KeepsRecords()) {
         return BeginEmptied();
     }
-    if (IsOpen() && !rotationPause_.IsOver()) {
+    // The name changes with the second. Until then it is the current file's, or cannot be had.
+    const std::time_t second = std::time(nullptr);
+    if (IsOpen() && second == triedSecond_) {
         return false;
     }
+    triedSecond_ = second;
     const std::string name = NewLogFileName(prefix_);
     return !IsCurrent(PathOf(name)) && ContinueIn(name);
 }
 
 void CurrentFile::Rotate() {
     pause_.End();
-    rotationPause_.End();
     const std::string name = NewLogFileName(prefix_);
     if (!IsCurrent(PathOf(name))) {
         ContinueIn(name);
@@ -124,7 +126,9 @@ bool CurrentFile::ContinueIn(const std::string& name) {
     }
     if (error) {
         NoteFailure(error, opened.path);
-        (IsOpen() ? rotationPause_ : pause_).Begin();
+        if (!IsOpen()) {
+            pause_.Begin();
+        }
         return false;
     }
     if (IsOpen()) {
@@ -172,7 +176,6 @@ void CurrentFile::Adopt(FileStream& next, OpenedFile opened, const RecordCounts&
                      statistics_.recordsDumped.Get() - records.dumped};
     suspect_ = false;
     torn_ = 0;
-    rotationPause_.End();
     opened_.Set(std::move(opened));
 }
 

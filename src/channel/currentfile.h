@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -127,11 +128,11 @@ class CurrentFile {
     RecordCounts countsBefore_;
     WrittenFiles left_;
 
-    bool failing_ = false;      // the last attempt to open or to write a file failed
-    bool suspect_ = false;      // the file failed, but not because there is no room
-    size_t torn_ = 0;           // bytes at the end of the file that could not be taken back
-    WritePause pause_;          // before the next attempt to write
-    WritePause rotationPause_;  // before the next attempt to leave a file that can be written
+    bool failing_ = false;         // the last attempt to open or to write a file failed
+    bool suspect_ = false;         // the file failed, but not because there is no room
+    size_t torn_ = 0;              // bytes at the end of the file that could not be taken back
+    WritePause pause_;             // before the next attempt to write, or to open the first file
+    std::time_t triedSecond_ = 0;  // of the last attempt to begin the next file
 
     FrameBuffer line_;
     std::string stamp_;

@@ -1,5 +1,7 @@
 // A log file that keeps its records: names that are taken, writes that fail, and the pauses then.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -216,11 +218,11 @@ TEST_F(KeepRecords, GoesOnInAFullFileWhereNoOtherCanBeHad) {
     EXPECT_EQ(Counts().failures.Get(), 1u);
     EXPECT_EQ(Counts().failing.Get(), 0u);
     Calls().ScriptOpens(nullptr);
-    Calls().LetPass(kMillisecond);
+    SetClockTo(2);
     Write("the last in this file");
     Write("the first in the next");
-    EXPECT_EQ(ReadFile(Path("log/" + NameAfter(1))),
-              Created(1) + Frame(22, "the first in the next"));
+    EXPECT_EQ(ReadFile(Path("log/" + NameAfter(2))),
+              Created(2) + Frame(22, "the first in the next"));
 }
 
 TEST_F(KeepRecords, GivesUpABatchAfterItsFirstFailure) {
@@ -238,6 +240,15 @@ TEST_F(KeepRecords, GivesUpABatchAfterItsFirstFailure) {
     WriteBatch({"back"});
     EXPECT_EQ(Written(), Created() + whole + Frame(1001, "back"));
     EXPECT_EQ(Calls().Opens(), 1u);
+}
+
+// Also when the pause is over before all of them are counted.
+TEST_F(KeepRecords, TriesNoneOfTheOthersOfABatchThatFailed) {
+    Calls().StopMonotonicClock(600);
+    RefuseFiles();
+    WriteBatch(Texts(1000, "text"));
+    EXPECT_EQ(Calls().Opens(), 1u);
+    EXPECT_EQ(Dropped(), 1000u);
 }
 
 TEST_F(KeepRecords, LeavesOfADumpItsTriggerInTheSameFile) {
@@ -282,15 +293,20 @@ TEST_F(KeepRecords, BeginsTheNextFileWhereTheFileIsDamaged) {
 
 TEST_F(KeepRecords, OpensItsFileAgainWhenSomebodyHasClosedIt) {
     Write("one");
+    int descriptor = -1;
     for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
         if (fs::read_symlink(entry.path(), gone) == file_->CurrentPath()) {
-            close(std::stoi(entry.path().filename()));
-            break;
+            descriptor = std::stoi(entry.path().filename());
         }
     }
+    // Another file has its number by now, and keeps it.
+    const int other = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(dup2(other, descriptor), descriptor);
     Write("lost");
     EXPECT_EQ(Counts().lastError.Get(), static_cast<uint64_t>(EBADF));
+    EXPECT_EQ(close(descriptor), 0);
+    close(other);
     Calls().LetPass(kMillisecond);
     Write("three");
     EXPECT_EQ(Written(), Created() + Frame(1, "one") + Created() + Frame(3, "three"));
@@ -316,7 +332,9 @@ TEST_F(KeepRecords, TakesAFileThatMayNotGrowForAFullOne) {
         EXPECT_EQ(Dropped(), 0u);
         EXPECT_EQ(Counts().recordsWritten.Get(), 21u);
         EXPECT_GT(CountFiles(), 4u);
-        EXPECT_EQ(OfKind(ParseLogDirectory(Path("log")), ParsedPiece::RECORD).size(), 20u);
+        const auto records = OfKind(ParseLogDirectory(Path("log")), ParsedPiece::RECORD);
+        ASSERT_EQ(records.size(), 20u);
+        EXPECT_EQ(records.back().number, 20u);
     }
 }
 
@@ -336,6 +354,26 @@ TEST_F(KeepRecords, TakesALimitBelowItsRecordsForAFullDisk) {
     Write("eleven");
     EXPECT_EQ(Written(), Created() + Frame(1, "one") + Frame(11, "eleven"));
     EXPECT_EQ(Dropped(), 9u);
+}
+
+TEST_F(KeepRecords, RemembersWhatItHasWrittenIntoAFileThatItContinues) {
+    for (const int second : {0, 1, 0}) {
+        SetClockTo(second);
+        file_->Open();
+        Write("text");
+    }
+    SetPolicy(FilePolicy::kContract);
+    file_->Open();
+    EXPECT_EQ(Counts().writtenOverwritten.Get(), 2u);
+}
+
+TEST_F(KeepRecords, TriesAtOnceAfterAnOrderedRotationThatChangesNothing) {
+    Write("one");
+    Fail(1);
+    Write("lost");
+    file_->Rotate();
+    Write("three");
+    EXPECT_EQ(Written(), Created() + Frame(1, "one") + Frame(3, "three"));
 }
 
 TEST_F(KeepRecords, MayBeSwitchedOffInAPause) {

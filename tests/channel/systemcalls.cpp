@@ -106,8 +106,9 @@ int gettimeofday(struct timeval* __restrict now, void* __restrict) noexcept {
 }
 
 int clock_gettime(clockid_t clock, struct timespec* now) noexcept {
-    const int64_t monotonic = NS_TEST::SystemCalls::Instance().Monotonic();
-    if (clock != CLOCK_MONOTONIC || monotonic < 0) {
+    const int64_t monotonic =
+        clock == CLOCK_MONOTONIC ? NS_TEST::SystemCalls::Instance().Monotonic() : -1;
+    if (monotonic < 0) {
         return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
     }
     *now = {monotonic / 1000000, monotonic % 1000000 * 1000};

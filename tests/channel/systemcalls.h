@@ -51,8 +51,12 @@ class SystemCalls {
     // file: when the time of day was read after a successful open.
     void SetClock(int64_t second, int64_t step);
 
-    // The clock that nobody sets stands still from now on, and goes on by so many microseconds.
-    void StopMonotonicClock() { monotonic_ = 0; }
+    // The clock that nobody sets stands still from now on, but for a step behind each look at it,
+    // and goes on by so many microseconds.
+    void StopMonotonicClock(int64_t step = 0) {
+        monotonic_ = 0;
+        monotonicStep_ = step;
+    }
     void LetPass(int64_t microseconds) { monotonic_ += microseconds; }
 
     // No scripts, the clock stands at its start, and the one that nobody sets runs.
@@ -63,7 +67,7 @@ class SystemCalls {
     int64_t Time() const { return second_; }
     int64_t TimeOfDay();
     // Negative while it runs.
-    int64_t Monotonic() const { return monotonic_; }
+    int64_t Monotonic() { return monotonic_ < 0 ? -1 : monotonic_.fetch_add(monotonicStep_); }
 
   private:
     std::atomic<uint64_t> writes_{0};
@@ -72,6 +76,7 @@ class SystemCalls {
     std::atomic<int64_t> step_{0};
     std::atomic<bool> stepIsDue_{false};
     std::atomic<int64_t> monotonic_{-1};
+    std::atomic<int64_t> monotonicStep_{0};
     WriteScript writeScript_;
     OpenScript openScript_;
 };
