@@ -11,6 +11,8 @@
 #include "control/serviceconfiguration.h"
 #include "diagnostic/logproxycache.h"
 #include "diagnostic/messages.h"
+#include "exithandler.h"
+#include "forkhandlers.h"
 #include "logswitchmonitormgr.h"
 #include "lookup/ownlogger.h"
 #include "manager/logmgr.h"
@@ -195,6 +197,8 @@ ACE_Service_Object* _make_qv_base_log(ACE_Service_Object_Exterminator* gobbler) 
     if (gobbler != nullptr) {
         *gobbler = &NS_LOG_SERVICE1::Gobble;
     }
+    NS_LOG_SERVICE1::HandleForks();
+    NS_LOG_SERVICE1::HandleExit();
     auto service = std::make_unique<NS_LOG_SERVICE1::qv_base_log>();
     try {
         NS_BUNDLEMGR1::SetIFBuf(NS_LOG_SERVICE1::LOG_SVC_INTERFACE_NAME,

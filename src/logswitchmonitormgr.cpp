@@ -69,6 +69,13 @@ void LogSwitchMonitorMgr::Destroy() {
     logSwitchMonitorMgr.Destroy();
 }
 
+void LogSwitchMonitorMgr::AfterForkInChild() {
+    if (LogSwitchMonitorMgr* monitor = logSwitchMonitorMgr.InstanceIfAny()) {
+        monitor->started_ = false;
+        monitor->threadToEnd_ = false;
+    }
+}
+
 LogSwitchMonitorMgr::LogSwitchMonitorMgr(PollInterval pollInterval)
     : pollInterval_(pollInterval),
       stopEvent_(0, 0, USYNC_THREAD, nullptr),

@@ -33,6 +33,9 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     // Deletes the monitor if there is one. Does not end its thread: Stop must have been called.
     static void Destroy();
 
+    // In a child process, which does not have the thread: nobody must wait for its end.
+    static void AfterForkInChild();
+
     // `pollInterval`: how long the thread sleeps. Tests shorten it; the service never does.
     explicit LogSwitchMonitorMgr(PollInterval pollInterval = kPollInterval);
     ~LogSwitchMonitorMgr() override;

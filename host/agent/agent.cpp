@@ -11,6 +11,7 @@
 #include "agent/agenterror.h"
 #include "agent/bundleloader.h"
 #include "agent/configuredbundles.h"
+#include "agent/fatalsignals.h"
 #include "agent/standardinput.h"
 #include "agent/workwatch.h"
 #include "platform/hostcontrol.h"
@@ -93,6 +94,7 @@ ExitCode Agent::Run() {
 }
 
 bool Agent::Serve(const BundleLoader& loader) {
+    const auto fatalSignals = options_.writeQueuesOnCrash ? FatalSignals::Watch() : nullptr;
     WorkWatch watch(signals_.Descriptor());
     for (const auto& bundle : loader.Bundles()) {
         if (const WorkingBundle* const work = bundle->FindWork()) {

@@ -71,6 +71,9 @@ void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
     parser.add_flag_callback(
         "--no-log-proxy", [&options] { options.logProxy = false; },
         "Give the bundles no diagnostic channel, so that\nthey use their fallback");
+    parser.add_flag("--write-queues-on-crash", options.writeQueuesOnCrash,
+                    "On a fatal signal, write out what is queued, within\n"
+                    "two seconds, before the agent dies of it");
     parser.add_flag("--summary", options.summary,
                     "At the end, print path, size and last record of\neach log file written");
 }

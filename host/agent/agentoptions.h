@@ -24,6 +24,7 @@ struct AgentOptions {
     bool keepRunning = false;
     bool logProxy = true;
     bool summary = false;
+    bool writeQueuesOnCrash = false;
 };
 
 // Reads the command line. Returns no value when it has printed the help or the version instead.

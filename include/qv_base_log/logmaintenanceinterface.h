@@ -32,7 +32,7 @@ struct ChannelStatus {
     std::string currentFile;     // empty while no file is open
     uint64_t recordsWritten;     // each in a frame of its own, or as the trigger of a dump
     uint64_t recordsDumped;      // kept back first, then written inside a dump
-    uint64_t recordsDropped;     // lost: no file could be opened, or a write failed
+    uint64_t recordsDropped;     // lost: no file, a failed write, or no memory
     uint64_t recordsEvicted;     // kept back, and lost for newer ones
     uint64_t recordsQueued;      // in the queue now
     uint64_t recordsQueuedMost;  // in the queue at most
@@ -73,7 +73,7 @@ struct ChannelBooks {
                                // overwritten since
     uint64_t recordsDumped;    // kept back first, then written inside a dump, and not overwritten
     uint64_t recordsEvicted;   // kept back, and lost for newer ones
-    uint64_t recordsDropped;   // lost: no file could be opened, or a write failed
+    uint64_t recordsDropped;   // lost: no file, a failed write, or no memory
     uint64_t recordsOverwritten;  // written or dumped once, lost as their file was emptied
     uint64_t recordsQueued;       // in the queue now
     uint64_t recordsQueuedMost;   // in the queue at most

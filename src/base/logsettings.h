@@ -26,8 +26,8 @@ constexpr int64_t kNoOutputTask = -1;
 // The size of a log file where the configuration gives none.
 constexpr uint32_t kDefaultLogFileSize = 4194304;
 
-// The fields have the names of the configuration items that set them. The values here apply until
-// the configuration is read.
+// A field that a configuration item sets has the item's name. The values here apply until the
+// configuration is read.
 //
 // Thread safety: any thread may read and write each field. There is no order between the fields.
 struct LogSettings {
@@ -35,6 +35,9 @@ struct LogSettings {
     RelaxedAtomic<uint32_t> logtimeinterval{60};
     // Records that a channel's queue holds before it is written out.
     RelaxedAtomic<uint32_t> queuebuflength{16384};
+    // Bytes of the texts in a channel's queue at which it is written out; 0: no such limit. The
+    // maintenance interface sets it.
+    RelaxedAtomic<uint64_t> queueBytes{0};
     // The number of records that a channel keeps back.
     RelaxedAtomic<uint32_t> filterbuflength{128};
     // Bytes at which a log file is closed and a new one begins.

@@ -22,6 +22,19 @@ class CAPABILITY("mutex") Mutex {
     int acquire() ACQUIRE() { return mutex_.acquire(); }
     int release() RELEASE() { return mutex_.release(); }
 
+    // Takes the mutex when nobody holds it; returns whether it is held now. Does not wait.
+    bool TryAcquire() TRY_ACQUIRE(true) { return mutex_.tryacquire() != -1; }
+
+    // Hold the mutex from before a fork until after it, in both processes. One that cannot be taken
+    // is left alone.
+    void BeforeFork() NO_THREAD_SAFETY_ANALYSIS { heldForFork_ = acquire() != -1; }
+    void AfterFork() NO_THREAD_SAFETY_ANALYSIS {
+        if (heldForFork_) {
+            heldForFork_ = false;
+            release();
+        }
+    }
+
   private:
     static ACE_mutexattr_t* AdaptiveAttributes() {
         static ACE_mutexattr_t attributes = [] {
@@ -34,6 +47,7 @@ class CAPABILITY("mutex") Mutex {
     }
 
     ACE_Thread_Mutex mutex_;
+    bool heldForFork_ = false;  // the holder's
 };
 
 }  // namespace NS_LOG_SERVICE1

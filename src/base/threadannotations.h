@@ -22,9 +22,11 @@
 #define REQUIRES(...) QV_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) QV_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 
-// A function that takes the lock, alone or together with other readers, and one that lets go of it.
+// A function that takes the lock, alone or together with other readers, one that takes it if it can
+// and returns the given value then, and one that lets go of it.
 #define ACQUIRE(...) QV_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define ACQUIRE_SHARED(...) QV_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
+#define TRY_ACQUIRE(...) QV_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 #define RELEASE(...) QV_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 
 // A function that returns a reference to the lock.

@@ -3,8 +3,10 @@
 #include <ace/OS_NS_sys_time.h>
 #include <pthread.h>
 
+#include <new>
 #include <utility>
 
+#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logfilename.h"
@@ -30,6 +32,15 @@ LogRecord OwnRecord(int level, const char* function, const char* detail, const s
     record.detail = detail;
     record.context = context;
     return record;
+}
+
+// A notice without its context is better than a queue that stays full.
+std::string ContextIfPossible() {
+    try {
+        return BuildContextHeader();
+    } catch (const std::bad_alloc&) {
+        return std::string();
+    }
 }
 
 }  // namespace
@@ -63,7 +74,9 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         WriteDump(record, false);
         return;
     }
+    Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
+    acceptance.Done();
     if (waiting_.Join(waiting)) {
         WriteGroup(waiting);
     } else {
@@ -109,6 +122,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         WriteDump(record, true);
         return;
     }
+    Acceptance acceptance(this);
     const size_t packedSize = PackedSize(record);
     RecordQueue full;
     Guard bufferGuard(bufferMutex_);
@@ -119,12 +133,13 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
         queue_.AddChunk(chunk);
     }
     queue_.Append(record);
+    acceptance.Done();
     statistics_.received.Add(1);
     CountBuffered();
-    if (queue_.Count() < queueCapacity_) {
+    if (!IsQueueFull()) {
         return;
     }
-    const std::string context = BuildContextHeader();
+    const std::string context = ContextIfPossible();
     const LogRecord notice =
         OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
                   "Debug cache is full, force output execute.", context, __LINE__);
@@ -135,7 +150,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     statistics_.received.Add(1);  // the notice
     CountBuffered();
     bufferGuard.Release();
-    WriteAll(full);
+    WriteAllBefore(full, 1);
     logFile_->WriteRecord(notice);
     fileGuard.Release();
     GiveBack(full);
@@ -147,10 +162,12 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record) {
 }
 
 void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory) {
+    Acceptance acceptance(this);
     memory.spare.Set(record);
     const Guard bufferGuard(bufferMutex_);
     const bool full = keptBack_.Count() == keptCapacity_;
     memory.spare = keptBack_.Append(std::move(memory.spare));
+    acceptance.Done();
     statistics_.received.Add(1);
     statistics_.evicted.Add(full ? 1 : 0);
     statistics_.keptBack.Set(keptBack_.Count());
@@ -175,6 +192,7 @@ void TEDebugInfoBuf::Flush() {
 void TEDebugInfoBuf::OutputAll() {
     RecordQueue takenQueue;
     KeptRecords takenKept(keptCapacity_);
+    const std::string context = BuildContextHeader();
     {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
@@ -184,13 +202,16 @@ void TEDebugInfoBuf::OutputAll() {
     }
     {
         const Guard fileGuard(fileMutex_);
-        WriteAll(takenQueue);
-        const std::string context = BuildContextHeader();
-        logFile_->WriteRecordWithDump(
-            OwnRecord(LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
-                      "The follow message was dump by maintenance command flushall.", context,
-                      __LINE__),
-            takenKept);
+        WriteAllBefore(takenQueue, 1 + takenKept.Count());
+        const LogRecord head = OwnRecord(
+            LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
+            "The follow message was dump by maintenance command flushall.", context, __LINE__);
+        try {
+            logFile_->WriteRecordWithDump(head, takenKept);
+        } catch (...) {
+            logFile_->CountDropped(takenKept.Count());
+            throw;
+        }
         logFile_->Flush();
     }
     GiveBack(takenQueue);
@@ -199,6 +220,67 @@ void TEDebugInfoBuf::OutputAll() {
 int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& prefix) {
     const Guard fileGuard(fileMutex_);
     return logFile_->ChangePath(directory, prefix);
+}
+
+bool TEDebugInfoBuf::TryLocks() {
+    if (!bufferMutex_.TryAcquire()) {
+        return false;
+    }
+    if (!fileMutex_.TryAcquire()) {
+        bufferMutex_.release();
+        return false;
+    }
+    return true;
+}
+
+void TEDebugInfoBuf::ReleaseLocks() {
+    fileMutex_.release();
+    bufferMutex_.release();
+}
+
+bool TEDebugInfoBuf::AwaitFree(const Deadline& deadline) {
+    const bool free = deadline.Await([this] { return TryLocks(); });
+    if (free) {
+        ReleaseLocks();
+    }
+    return free;
+}
+
+// Unanalysed: TryLocks says whether the mutexes are held.
+bool TEDebugInfoBuf::WriteBeforeDeath(LastWords& memory,
+                                      const Deadline& deadline) noexcept NO_THREAD_SAFETY_ANALYSIS {
+    if (!TryLocks()) {
+        return false;
+    }
+    try {
+        if (queue_.Count() != 0 && logFile_->WriteBeforeDeath(queue_, memory, deadline)) {
+            queue_.AppendRecordsTo(lastRecords_);
+            CountBuffered();
+        }
+    } catch (...) {  // NOLINT: of the platform, which renders the times; the process dies anyway
+    }
+    ReleaseLocks();
+    return true;
+}
+
+void TEDebugInfoBuf::BeforeFork() {
+    bufferMutex_.BeforeFork();
+    fileMutex_.BeforeFork();
+}
+
+void TEDebugInfoBuf::AfterForkInParent() {
+    fileMutex_.AfterFork();
+    bufferMutex_.AfterFork();
+}
+
+// Unanalysed: both mutexes are held since BeforeFork.
+void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
+    const RecordQueue::Chunks outsized = queue_.Clear();
+    keptBack_.Clear();
+    waiting_.AfterForkInChild();
+    logFile_->AfterForkInChild();
+    Renew(statistics_);
+    AfterForkInParent();
 }
 
 void TEDebugInfoBuf::Rotate() {
@@ -211,8 +293,24 @@ void TEDebugInfoBuf::Reopen() {
     logFile_->Reopen();
 }
 
+void TEDebugInfoBuf::WriteAllBefore(const RecordQueue& records, uint64_t followers) {
+    try {
+        WriteAll(records);
+    } catch (...) {
+        logFile_->CountDropped(followers);
+        throw;
+    }
+}
+
 void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
-    if (!logFile_->EnsureOpen()) {
+    bool open = false;
+    try {
+        open = logFile_->EnsureOpen();
+    } catch (...) {
+        logFile_->CountDropped(records.Count());
+        throw;
+    }
+    if (!open) {
         logFile_->CountDropped(records.Count());
         return;
     }
@@ -221,15 +319,17 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 }
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
+    Acceptance acceptance(this);
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
     Guard bufferGuard(bufferMutex_);
     statistics_.received.Add(1);
+    acceptance.Done();
     Guard fileGuard(fileMutex_);
     if (withQueue) {
         queue_.MoveRecordsTo(queued);
         CountBuffered();
-        WriteAll(queued);
+        WriteAllBefore(queued, 1);
     }
     logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();
@@ -246,6 +346,11 @@ void TEDebugInfoBuf::GiveBack(RecordQueue& written) {
     const RecordQueue::Chunks outsized = written.Clear();
     const Guard bufferGuard(bufferMutex_);
     queue_.TakeChunks(written);
+}
+
+bool TEDebugInfoBuf::IsQueueFull() const {
+    const uint64_t bytes = queueBytes_;
+    return queue_.Count() >= queueCapacity_ || (bytes != 0 && queue_.TextBytes() >= bytes);
 }
 
 void TEDebugInfoBuf::CountBuffered() {

@@ -8,6 +8,7 @@
 
 #include "base/lockguard.h"
 #include "base/mutex.h"
+#include "base/relaxedatomic.h"
 #include "channel/callmemory.h"
 #include "channel/counter.h"
 #include "channel/logfile.h"
@@ -28,10 +29,16 @@ struct ChannelStatistics {
     Counter queuedBytes;       // of their texts
     Counter keptBack;          // kept back now, because their level is off
     Counter evicted;           // kept back, and lost for newer ones
+
+    // Given up with an exception before the channel had them. Changed by any thread.
+    RelaxedAtomic<uint64_t> refused;
 };
 
 // Owns the category's record queue, the records that are kept back because their level is off, and
 // the log file.
+//
+// Exceptions, as for lack of memory, pass out of the operations. Whatever they met was written, is
+// still queued or kept back, or is counted as dropped.
 //
 // Thread safety: any thread may call any operation. What a record needs is allocated and freed
 // outside both mutexes.
@@ -56,6 +63,10 @@ class TEDebugInfoBuf {
     void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
     void Output(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_, fileMutex_);
 
+    // Sets the bytes of the texts at which the queue is full, whatever the number of its records;
+    // 0, as at first, for no such limit. Takes effect with the next record.
+    void LimitQueueBytes(uint64_t bytes) { queueBytes_ = bytes; }
+
     // Appends the record to the queue. When that fills the queue, writes out the queue and then a
     // notice, while others append to the next queue. A record of level 0 is not queued: writes out
     // the queue, and then the record as Output does.
@@ -75,6 +86,21 @@ class TEDebugInfoBuf {
     // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
+    // Waits until nobody holds either mutex. Returns false when the deadline comes first: then it
+    // may be the calling thread itself that holds one, below a signal handler.
+    bool AwaitFree(const Deadline& deadline) EXCLUDES(bufferMutex_, fileMutex_);
+
+    // For a process that dies: writes out the queue if the file is open, without allocating and
+    // without waiting for a mutex. Returns false, and has done nothing, when one is held.
+    bool WriteBeforeDeath(LastWords& memory, const Deadline& deadline) noexcept;
+
+    // Around a fork. Both mutexes are held meanwhile: a write that goes on is completed first. The
+    // child starts with nothing queued or kept back, since the parent writes that, and without a
+    // file.
+    void BeforeFork() EXCLUDES(bufferMutex_, fileMutex_);
+    void AfterForkInParent();
+    void AfterForkInChild();
+
     // On an operator's order; see LogFile.
     void Rotate() EXCLUDES(fileMutex_);
     void Reopen() EXCLUDES(fileMutex_);
@@ -85,6 +111,19 @@ class TEDebugInfoBuf {
 
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }
+
+    // Counts a record that an exception keeps from the channel; see Acceptance.
+    void CountRefused() {
+        statistics_.refused.Update([](uint64_t refused) { return refused + 1; });
+    }
+
+    // The records that were given to the channel, or would have been but for an exception.
+    uint64_t Received() const {
+        return statistics_.received.Get() + statistics_.receivedDirectly.Get() +
+               statistics_.refused;
+    }
+    // Those that were lost because they could not be written, or could not even be made.
+    uint64_t Dropped() const { return FileStatistics().recordsDropped.Get() + statistics_.refused; }
 
     const ChannelStatistics& Statistics() const { return statistics_; }
     // Unlocked: the file's counters are made to be read while they change.
@@ -102,6 +141,9 @@ class TEDebugInfoBuf {
     // Writes the records in order. Opens the file first; when that fails, the records are lost.
     void WriteAll(const RecordQueue& records) REQUIRES(fileMutex_);
 
+    // The same before so many other records, which are lost when this throws.
+    void WriteAllBefore(const RecordQueue& records, uint64_t followers) REQUIRES(fileMutex_);
+
     // Writes the queue if `withQueue`, then the trigger and what is kept back as one dump,
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
@@ -118,18 +160,49 @@ class TEDebugInfoBuf {
     // Returns the memory of a written queue to the channel's queue.
     void GiveBack(RecordQueue& written) EXCLUDES(bufferMutex_);
 
+    bool IsQueueFull() const REQUIRES(bufferMutex_);
+
     void CountBuffered() REQUIRES(bufferMutex_);
+
+    // Takes both mutexes if nobody holds either.
+    bool TryLocks() NO_THREAD_SAFETY_ANALYSIS;
+    void ReleaseLocks() NO_THREAD_SAFETY_ANALYSIS;
 
     Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
     RecordQueue queue_ GUARDED_BY(bufferMutex_);
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
+    // What was written before death, only kept because its memory must not be freed then.
+    RecordQueue lastRecords_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
+    RelaxedAtomic<uint64_t> queueBytes_{0};
     ChannelStatistics statistics_;  // changed under bufferMutex_ but for one, read without it
 
     WaitingRecords waiting_;
     Mutex fileMutex_;
     std::unique_ptr<LogFile> logFile_ PT_GUARDED_BY(fileMutex_);
+};
+
+// A record on its way into a channel. It counts as dropped when an exception comes before the
+// channel has it.
+class Acceptance {
+  public:
+    // `channel` may be null.
+    explicit Acceptance(TEDebugInfoBuf* channel) : channel_(channel) {}
+    ~Acceptance() {
+        if (channel_ != nullptr) {
+            channel_->CountRefused();
+        }
+    }
+
+    Acceptance(const Acceptance&) = delete;
+    Acceptance& operator=(const Acceptance&) = delete;
+
+    // The record's channel answers for it from now on.
+    void Done() { channel_ = nullptr; }
+
+  private:
+    TEDebugInfoBuf* channel_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -5,25 +5,35 @@
 
 namespace NS_LOG_SERVICE1 {
 
-const std::array<const char*, 7> kLogCategories = {
+const std::array<const char*, kLogCategoryCount> kLogCategories = {
     "debug",    "corbadebug", "corbanotify",         "corba_alarm",
     "corbasys", "corbaoper",  "corba_internal_oper",
 };
+
+namespace {
+
+// Milliseconds.
+constexpr int64_t kTimeBeforeDeath = 2000;
+
+}  // namespace
 
 bool IsLogCategory(const std::string& name) {
     return std::find(kLogCategories.begin(), kLogCategories.end(), name) != kLogCategories.end();
 }
 
 void ChannelMap::Create(const LogSettings& settings) {
-    for (const std::string category : kLogCategories) {
+    for (size_t i = 0; i < kLogCategoryCount; ++i) {
+        const std::string category = kLogCategories[i];
         if (Find(category) != nullptr) {
             continue;
         }
         auto channel = std::make_unique<TEDebugInfoBuf>(
             category.c_str(), settings.queuebuflength, settings.filterbuflength,
             settings.logfilesize, settings.logfilecount);
+        channel->LimitQueueBytes(settings.queueBytes);
         const LockGuard<Mutex> guard(mutex_);
         channel->SetFilePolicy(filePolicy_);
+        created_[i].store(channel.get(), std::memory_order_release);
         channels_[category] = std::move(channel);  // Find has made the entry: nothing can fail
     }
 }
@@ -33,8 +43,49 @@ TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
     return channels_[category].get();
 }
 
+const ChannelMap::Entry* ChannelMap::Next(const Entry* entry) {
+    const LockGuard<Mutex> guard(mutex_);
+    auto next = entry == nullptr ? channels_.begin() : channels_.upper_bound(entry->first);
+    while (next != channels_.end() && next->second == nullptr) {
+        ++next;
+    }
+    return next == channels_.end() ? nullptr : &*next;
+}
+
 void ChannelMap::FlushAll() {
     ForEach([](const std::string& /*category*/, TEDebugInfoBuf& channel) { channel.Flush(); });
+}
+
+// A channel whose mutex is held for ever must not take the time of the others: all are tried
+// before one is tried again.
+void ChannelMap::WriteBeforeDeath() noexcept {
+    const Deadline deadline(kTimeBeforeDeath);
+    std::array<bool, kLogCategoryCount> done{};
+    deadline.Await([&] {
+        bool all = true;
+        for (size_t i = 0; i < kLogCategoryCount && !deadline.IsOver(); ++i) {
+            TEDebugInfoBuf* const channel = created_[i].load(std::memory_order_acquire);
+            done[i] =
+                done[i] || channel == nullptr || channel->WriteBeforeDeath(lastWords_, deadline);
+            all = all && done[i];
+        }
+        return all;
+    });
+}
+
+void ChannelMap::BeforeFork() {
+    mutex_.BeforeFork();
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.BeforeFork(); });
+}
+
+void ChannelMap::AfterForkInParent() {
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInParent(); });
+    mutex_.AfterFork();
+}
+
+void ChannelMap::AfterForkInChild() {
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInChild(); });
+    mutex_.AfterFork();
 }
 
 void ChannelMap::SetFilePolicy(FilePolicy policy) {
@@ -53,6 +104,9 @@ FilePolicy ChannelMap::Policy() {
 }
 
 void ChannelMap::Destroy() {
+    for (auto& channel : created_) {
+        channel.store(nullptr, std::memory_order_release);
+    }
     for (auto& [category, channel] : channels_) {
         channel.reset();
     }

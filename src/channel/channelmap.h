@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,7 +15,8 @@
 namespace NS_LOG_SERVICE1 {
 
 // The categories that exist, in the order in which their channels are created.
-extern const std::array<const char*, 7> kLogCategories;
+constexpr size_t kLogCategoryCount = 7;
+extern const std::array<const char*, kLogCategoryCount> kLogCategories;
 
 bool IsLogCategory(const std::string& name);
 
@@ -30,33 +32,60 @@ class ChannelMap {
     // name.
     TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
-    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex.
+    // Writes out the queue of each channel, in the order of the names.
     void FlushAll() EXCLUDES(mutex_);
 
     // Sets the policy of all channels, also of those that Create makes later.
     void SetFilePolicy(FilePolicy policy) EXCLUDES(mutex_);
     FilePolicy Policy() EXCLUDES(mutex_);
 
-    // Calls `visit` with the name of each channel and the channel, in the order of the names. Holds
-    // the map's mutex.
+    // Calls `visit` with the name of each channel and the channel, in the order of the names.
+    // Without the map's mutex: a visitor may write to a slow disk, and a new logger, which looks
+    // for its channel here, must not wait for that.
     template <class Visitor>
     void ForEach(Visitor visit) EXCLUDES(mutex_) {
-        const LockGuard<Mutex> guard(mutex_);
-        for (const auto& [category, channel] : channels_) {
-            if (channel != nullptr) {
-                visit(category, *channel);
-            }
+        for (const Entry* entry = Next(nullptr); entry != nullptr; entry = Next(entry)) {
+            visit(entry->first, *entry->second);
         }
     }
+
+    // For a process that dies: writes out the queues of the channels whose files are open, within
+    // two seconds but for a write that takes longer. Allocates nothing, and waits for no lock that
+    // is not free by then. Other threads may go on logging. REQUIRES: one thread at a time.
+    void WriteBeforeDeath() noexcept;
+
+    // Around a fork: the map's mutex and those of all channels are held meanwhile.
+    void BeforeFork() NO_THREAD_SAFETY_ANALYSIS;
+    void AfterForkInParent() NO_THREAD_SAFETY_ANALYSIS;
+    void AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS;
 
     // Destroys the channels in the order of the names; each writes out its queue first. Unlocked:
     // the last logger has logged.
     void Destroy() NO_THREAD_SAFETY_ANALYSIS;
 
   private:
+    using Entries = std::map<std::string, std::unique_ptr<TEDebugInfoBuf>>;
+    using Entry = Entries::value_type;
+
+    template <class Action>
+    void ForEachLocked(Action action) REQUIRES(mutex_) {
+        for (const auto& [category, channel] : channels_) {
+            if (channel != nullptr) {
+                action(*channel);
+            }
+        }
+    }
+
+    // The entry with a channel behind `entry`, the first one behind null; null behind the last.
+    // Entries stay where they are, and with a channel they do not change, until Destroy.
+    const Entry* Next(const Entry* entry) EXCLUDES(mutex_);
+
     Mutex mutex_;
     FilePolicy filePolicy_ GUARDED_BY(mutex_) = FilePolicy::kContract;
-    std::map<std::string, std::unique_ptr<TEDebugInfoBuf>> channels_ GUARDED_BY(mutex_);
+    Entries channels_ GUARDED_BY(mutex_);
+    // The same channels, to be found without the mutex.
+    std::array<std::atomic<TEDebugInfoBuf*>, kLogCategoryCount> created_{};
+    LastWords lastWords_;
 };
 
 }  // namespace NS_LOG_SERVICE1

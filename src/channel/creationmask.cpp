@@ -21,6 +21,14 @@ ScopedCreationMask::~ScopedCreationMask() {
     ::umask(previous_);
 }
 
+void ScopedCreationMask::BeforeFork() {
+    MaskMutex().BeforeFork();
+}
+
+void ScopedCreationMask::AfterFork() {
+    MaskMutex().AfterFork();
+}
+
 void ScopedCreationMask::Change(mode_t mask) {
     ::umask(mask);
 }

@@ -41,7 +41,11 @@ bool IsNoRoom(const std::error_code& error) {
 }  // namespace
 
 CurrentFile::CurrentFile(const char* directory, const char* prefix, LogFileStatistics& statistics)
-    : directory_(WithoutSeparatorAtEnd(directory)), prefix_(prefix), statistics_(statistics) {}
+    : directory_(WithoutSeparatorAtEnd(directory)), prefix_(prefix), statistics_(statistics) {
+    // A file must not lack its first line because there is no memory for that.
+    line_.Reserve(kFirstLineSize);
+    stamp_.reserve(kFirstLineSize);
+}
 
 bool CurrentFile::MakeReady() {
     if (!KeepsRecords()) {
@@ -98,6 +102,7 @@ bool CurrentFile::BeginEmptied() {
     }
     const std::string name = NewLogFileName(prefix_);
     OpenedFile opened{PathOf(name), {}};
+    path_.reserve(opened.path.size());  // a file that is there must be used
     FileStream next;
     if (const std::error_code error = CreateInDirectory(next, directory_, name)) {
         NoteFailure(error, opened.path);
@@ -114,6 +119,7 @@ bool CurrentFile::BeginEmptied() {
 // or cannot be had, stays in that. Returns whether the current file was left.
 bool CurrentFile::ContinueIn(const std::string& name) {
     OpenedFile opened{PathOf(name), {}};
+    path_.reserve(opened.path.size());
     FileStream next;
     std::error_code error = ContinueInDirectory(next, directory_, name);
     if (!error && IsOpen() && next.Identity() == stream_.Identity()) {

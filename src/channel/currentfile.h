@@ -9,6 +9,7 @@
 
 #include "base/published.h"
 #include "base/relaxedatomic.h"
+#include "base/renew.h"
 #include "channel/filepolicy.h"
 #include "channel/filestream.h"
 #include "channel/framebuffer.h"
@@ -75,6 +76,28 @@ class CurrentFile {
     // Whether a write of so many bytes that has failed with `error` would succeed in a new file:
     // the file may not grow, and the piece is not too large by itself. Only with kKeepRecords.
     bool IsFullFor(size_t bytes, const std::error_code& error) const;
+
+    // Counts a failure for lack of memory.
+    void NoteNoMemory() noexcept {
+        Count(std::make_error_code(std::errc::not_enough_memory), path_);
+    }
+
+    // In a child process: forgets the file, which is the parent's, and does not touch it. What
+    // readers use is made anew: one of the parent's threads may have been reading.
+    void AfterForkInChild() {
+        stream_.Close();
+        path_.clear();
+        size_ = 0;
+        countsBefore_ = {};
+        left_ = {};
+        failing_ = false;
+        suspect_ = false;
+        torn_ = 0;
+        pause_.End();
+        rotationPause_.End();
+        hasFile_ = false;
+        Renew(opened_);
+    }
 
     // Changes the directory and the prefix; see LogFile::ChangePath.
     void MoveTo(const std::string& directory, const std::string& prefix);

@@ -17,8 +17,14 @@ class FrameBuffer {
     char* Reserve(size_t size);
     void Commit(const char* end) { size_ = static_cast<size_t>(end - bytes_.get()); }
 
+    // Whether Reserve(size) needs no memory.
+    bool HasRoomFor(size_t size) const { return capacity_ - size_ >= size; }
+
     size_t Size() const { return size_; }
     std::string_view Bytes() const { return {bytes_.get(), size_}; }
+
+    // Removes all bytes behind the first `size`. Keeps the memory.
+    void CutTo(size_t size) { size_ = size; }
 
     // Enough for the frames of a full queue of the default length.
     static constexpr size_t kBatchCapacity = size_t{16} * 1024 * 1024;

@@ -106,6 +106,10 @@ void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
     AppendClosingTag(writer, number);
 }
 
+size_t RecordSizeAtMost(std::string_view stamp, const LogRecord& record) {
+    return TextSize(stamp, record) + kFixedTextSize;
+}
+
 void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record) {
     FrameWriter writer(buffer, TextSize(stamp, record));
     if (record.level == LOG_LEVEL_SHORT) {

@@ -16,6 +16,9 @@ namespace NS_LOG_SERVICE1 {
 void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
                   const LogRecord& record);
 
+// At least the size of that piece.
+size_t RecordSizeAtMost(std::string_view stamp, const LogRecord& record);
+
 // The same in two steps, of which the first needs no lock: the record without its number, and then
 // the number around that body.
 void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record);

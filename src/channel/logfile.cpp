@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
+#include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logfilename.h"
@@ -15,10 +17,15 @@ namespace {
 // fits. Longer queues are written in parts, to bound the memory for their frames.
 constexpr size_t kBatchSize = size_t{16} * 1024 * 1024;
 
+// More than a time stamp usually needs.
+constexpr size_t kUsualStampSize = 64;
+
 }  // namespace
 
 LogFile::LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit)
-    : sizeLimit_(sizeLimit), countLimit_(countLimit), file_(directory, prefix, statistics_) {}
+    : sizeLimit_(sizeLimit), countLimit_(countLimit), file_(directory, prefix, statistics_) {
+    stamp_.reserve(kUsualStampSize);
+}
 
 LogFile::~LogFile() {
     try {
@@ -27,20 +34,46 @@ LogFile::~LogFile() {
     }
 }
 
-void LogFile::WriteRecord(const LogRecord& record) {
-    if (!EnsureOpen()) {
-        ++recordNumber_;
-        statistics_.recordsDropped.Add(1);
-        return;
+void LogFile::AfterForkInChild() {
+    file_.AfterForkInChild();
+    recordNumber_ = 0;
+    Renew(statistics_);
+}
+
+uint64_t LogFile::Handled() const {
+    return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
+}
+
+// Calls `write`, which writes so many records, and counts those that it does not get to.
+template <class Write>
+void LogFile::CountingLosses(uint64_t records, Write write) {
+    const uint64_t handledBefore = Handled();
+    try {
+        write();
+    } catch (...) {
+        CountDropped(records - (Handled() - handledBefore));
+        throw;
     }
-    frames_.Clear();
-    AppendNextRecord(record);
-    WriteFrame();
+}
+
+void LogFile::WriteRecord(const LogRecord& record) {
+    CountingLosses(1, [&] {
+        if (!EnsureOpen()) {
+            ++recordNumber_;
+            statistics_.recordsDropped.Add(1);
+            return;
+        }
+        frames_.Clear();
+        AppendNextRecord(record);
+        WriteFrame();
+    });
 }
 
 // What a batch is made of: the records of a queue, whose frames are made here, or those of threads
 // that wait, which come with their bodies.
 struct LogFile::QueuedRecords {
+    static constexpr bool kMayBeRetried = false;
+
     RecordQueue::Iterator at;
     RecordQueue::Iterator end;
 
@@ -52,6 +85,8 @@ struct LogFile::QueuedRecords {
 };
 
 struct LogFile::GroupedRecords {
+    static constexpr bool kMayBeRetried = true;  // by its own thread, which the exception reaches
+
     WaitingRecord* at;
 
     bool AtEnd() const { return at == nullptr; }
@@ -69,19 +104,12 @@ struct LogFile::GroupedRecords {
 };
 
 void LogFile::WriteRecords(const RecordQueue& records) {
-    const auto handled = [this] {
-        return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
-    };
-    const uint64_t handledBefore = handled();
-    try {
+    CountingLosses(records.Count(), [&] {
         QueuedRecords next{records.begin(), records.end()};
         while (!next.AtEnd()) {
             next = WriteBatch(next);
         }
-    } catch (...) {
-        CountDropped(records.Count() - (handled() - handledBefore));
-        throw;
-    }
+    });
 }
 
 void LogFile::WriteGroup(WaitingRecord* first) {
@@ -91,6 +119,45 @@ void LogFile::WriteGroup(WaitingRecord* first) {
     }
 }
 
+// Makes the frames of the records from `first` on that go into one write. Returns the first one
+// that does not.
+template <class Records>
+Records LogFile::FrameBatch(Records first) {
+    Records next = first;
+    const size_t batchSize = BatchSize();
+    frames_.Clear();
+    uint64_t number = recordNumber_;
+    size_t size = 0;
+    try {
+        do {
+            next.AppendTo(*this);
+            next.Next();
+            number = recordNumber_;
+            size = frames_.Size();
+        } while (!next.AtEnd() && size < batchSize);
+    } catch (...) {
+        recordNumber_ = number;  // a gap would tell of records that were lost
+        if (next.Is(first) && Records::kMayBeRetried) {
+            throw;
+        }
+        // The memory for one more frame is missing. Without those that have been made there is
+        // some.
+        frames_.CutTo(size);
+    }
+    return next;
+}
+
+// There is no memory for the frame of one record. That is no reason to lose those behind it.
+template <class Records>
+Records LogFile::DropUnframed(Records record) {
+    ++recordNumber_;
+    statistics_.recordsDropped.Add(1);
+    file_.NoteNoMemory();
+    record.MarkDone();
+    record.Next();
+    return record;
+}
+
 // Writes the records from `first` on that go into the current file. Returns the first one that does
 // not.
 template <class Records>
@@ -98,20 +165,11 @@ Records LogFile::WriteBatch(Records first) {
     if (!EnsureOpen()) {
         return DropUnready(first);
     }
-    Records next = first;
-    const size_t size = BatchSize();
     const uint64_t numberBefore = recordNumber_;
-    frames_.Clear();
-    try {
-        do {
-            next.AppendTo(*this);
-            next.Next();
-        } while (!next.AtEnd() && frames_.Size() < size);
-    } catch (...) {
-        recordNumber_ = numberBefore;  // a gap would tell of records that were lost
-        throw;
+    const Records next = FrameBatch(first);
+    if (next.Is(first)) {
+        return DropUnframed(first);
     }
-
     const WriteResult result = file_.Write(frames_.Bytes());
     if (result.error) {
         return SalvageBatch(first, numberBefore, result);
@@ -155,7 +213,7 @@ Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteR
     size_t whole = 0;
     recordNumber_ = numberBefore;
     for (;; lost.Next()) {
-        frames_.Clear();
+        frames_.CutTo(0);  // the frames were made before: the memory for them is there
         lost.AppendTo(*this);
         if (whole + frames_.Size() > failed.written) {
             break;
@@ -178,20 +236,35 @@ Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteR
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
     ++recordNumber_;
-    if (!EnsureOpen()) {
-        statistics_.recordsDropped.Add(1 + keptBack.Count());
-        return;
+    bool written = false;
+    CountingLosses(1, [&] {
+        if (!EnsureOpen()) {
+            statistics_.recordsDropped.Add(1 + keptBack.Count());
+            return;
+        }
+        FrameDump(trigger, keptBack);
+        written = WritePiece();
+        if (!written) {
+            AbandonDump(trigger, keptBack);
+        }
+    });
+    if (written) {
+        statistics_.recordsWritten.Add(1);
+        statistics_.recordsDumped.Add(keptBack.Count());
+        RotateIfFull();
     }
-    FrameDump(trigger, keptBack);
-    if (!WritePiece()) {
-        statistics_.recordsDropped.Add(keptBack.Count());
-        LeaveFailedFile();
-        WriteTriggerAlone(trigger);
-        return;
+}
+
+// No exception comes out: the caller would keep the history, which is counted as lost.
+void LogFile::AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept {
+    statistics_.recordsDropped.Add(keptBack.Count());
+    try {
+        CountingLosses(1, [&] {
+            LeaveFailedFile();
+            WriteTriggerAlone(trigger);
+        });
+    } catch (...) {  // NOLINT: it is counted
     }
-    statistics_.recordsWritten.Add(1);
-    statistics_.recordsDumped.Add(keptBack.Count());
-    RotateIfFull();
 }
 
 // The history has found no place, but the record that tells of the error may find one: it is much
@@ -214,6 +287,46 @@ void LogFile::FrameDump(const LogRecord& trigger, const KeptRecords& keptBack) {
         AppendDumpedRecord(frames_, Stamp(record.time), record);
     });
     AppendDumpClosing(frames_, number);
+}
+
+bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
+                               const Deadline& deadline) {
+    if (!IsOpen()) {
+        return false;
+    }
+    const uint64_t writtenBefore = statistics_.recordsWritten.Get();
+    uint64_t inPiece = 0;
+    bool succeeds = true;
+    memory.frames.Clear();
+    for (auto next = records.begin(); succeeds && next != records.end(); ++next) {
+        const LogRecord record = *next;
+        NS_BUNDLEMGR1::GetZoneTimeStamp(record.time, memory.stamp);
+        const size_t size = RecordSizeAtMost(memory.stamp, record);
+        if (!memory.frames.HasRoomFor(size)) {
+            succeeds = WriteLastPiece(memory, inPiece) && !deadline.IsOver();
+        }
+        ++recordNumber_;
+        if (succeeds && memory.frames.HasRoomFor(size)) {
+            AppendRecord(memory.frames, static_cast<uint32_t>(recordNumber_), memory.stamp, record);
+            ++inPiece;
+        }
+    }
+    if (succeeds) {
+        WriteLastPiece(memory, inPiece);
+    }
+    CountDropped(records.Count() - (statistics_.recordsWritten.Get() - writtenBefore));
+    return true;
+}
+
+// Writes a piece of so many records, of which there are none then.
+bool LogFile::WriteLastPiece(LastWords& memory, uint64_t& records) {
+    const std::error_code error = file_.WriteWhole(memory.frames.Bytes());
+    memory.frames.CutTo(0);
+    if (error) {
+        return false;
+    }
+    statistics_.recordsWritten.Add(std::exchange(records, 0));
+    return true;
 }
 
 int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {
@@ -263,9 +376,16 @@ void LogFile::LeaveFailedFile() {
     }
 }
 
-void LogFile::RotateIfFull() {
-    if (file_.Size() >= sizeLimit_) {
+// No exception comes out: what was written must not look as if it was not. The next piece is
+// written to whatever file there is then.
+void LogFile::RotateIfFull() noexcept {
+    if (file_.Size() < sizeLimit_) {
+        return;
+    }
+    try {
         file_.BeginNext();
+    } catch (...) {
+        file_.NoteNoMemory();
     }
 }
 

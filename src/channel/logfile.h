@@ -7,6 +7,7 @@
 #include "channel/currentfile.h"
 #include "channel/filepolicy.h"
 #include "channel/framebuffer.h"
+#include "channel/lastwords.h"
 #include "channel/logfilestatistics.h"
 #include "channel/waitingrecords.h"
 #include "record/keptrecords.h"
@@ -22,6 +23,9 @@ namespace NS_LOG_SERVICE1 {
 // written to the same file.
 //
 // The count limit is only stored: no file is removed because of it.
+//
+// When an operation throws, as for lack of memory, what it has not written of its records is
+// counted as dropped, but for the kept-back records of a dump, which were not touched then.
 //
 // Thread safety: none; the channel's file mutex guards it.
 class LogFile {
@@ -72,6 +76,15 @@ class LogFile {
     // dump without any, into the new file if one begins.
     void WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack);
 
+    // In a child process: forgets the file without a closing line, because it is the parent's. What
+    // the child writes goes to a file of its own, numbered and counted from the beginning.
+    void AfterForkInChild();
+
+    // Writes records of a process that dies: into the file that is open, and into no other one,
+    // without allocating, until the deadline. Returns false, and has done nothing, when no file is
+    // open. Records that are not written are counted as dropped.
+    bool WriteBeforeDeath(const RecordQueue& records, LastWords& memory, const Deadline& deadline);
+
     // Counts records that were lost because EnsureOpen failed. Under FilePolicy::kKeepRecords they
     // use up their numbers, so that the gap tells how many they were.
     void CountDropped(uint64_t records);
@@ -99,19 +112,28 @@ class LogFile {
     void AppendNextRecord(const LogRecord& record);
     struct QueuedRecords;
     struct GroupedRecords;
+    uint64_t Handled() const;
+    template <class Write>
+    void CountingLosses(uint64_t records, Write write);
     template <class Records>
     Records WriteBatch(Records first);
+    template <class Records>
+    Records FrameBatch(Records first);
+    template <class Records>
+    Records DropUnframed(Records record);
     template <class Records>
     Records DropUnready(Records first);
     template <class Records>
     Records SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed);
     size_t BatchSize() const;
     void FrameDump(const LogRecord& trigger, const KeptRecords& keptBack);
+    void AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept;
     void WriteTriggerAlone(const LogRecord& trigger);
     void WriteFrame();
     bool WritePiece();
+    bool WriteLastPiece(LastWords& memory, uint64_t& records);
     void LeaveFailedFile();
-    void RotateIfFull();
+    void RotateIfFull() noexcept;
 
     uint64_t sizeLimit_;
     uint64_t countLimit_;

@@ -54,13 +54,14 @@ void WaitingRecords::AwaitWriter(WaitingRecord& record) {
     if (AwaitBriefly(handled)) {
         return;
     }
-    record.wake.emplace(0);
+    ::sem_init(&record.wake, 0, 0);
     int state = WaitingRecord::kWaiting;
     if (record.state.compare_exchange_strong(state, WaitingRecord::kAsleep,
                                              std::memory_order_acq_rel)) {
-        while (record.wake->acquire() == -1) {  // interrupted by a signal
+        while (::sem_wait(&record.wake) == -1) {  // interrupted by a signal
         }
     }
+    ::sem_destroy(&record.wake);
 }
 
 void WaitingRecords::AwaitTurn() const {
@@ -87,7 +88,7 @@ void WaitingRecords::EndWriting(WaitingRecord* group, const WaitingRecord& own) 
         if (record != &own &&
             record->state.exchange(WaitingRecord::kHandled, std::memory_order_acq_rel) ==
                 WaitingRecord::kAsleep) {
-            record->wake->release();
+            ::sem_post(&record->wake);
         }
     }
 }

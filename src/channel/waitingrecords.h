@@ -1,10 +1,9 @@
 // Records of several threads on their way into one file, written together.
 #pragma once
 
-#include <ace/Semaphore.h>
+#include <semaphore.h>
 
 #include <atomic>
-#include <optional>
 #include <string_view>
 
 #include "record/logrecord.h"
@@ -26,7 +25,9 @@ struct WaitingRecord {
 
     enum State { kWaiting, kAsleep, kHandled };
     std::atomic<int> state{kWaiting};
-    std::optional<ACE_Semaphore> wake;
+    // Initialised by the thread when it falls asleep. A plain semaphore takes no memory: nothing
+    // may fail once others know the record.
+    sem_t wake{};
 };
 
 // A mutex around a write makes two threads slower than one: each change of hands goes through the
@@ -56,6 +57,12 @@ class WaitingRecords {
     // Lets the threads of the group go on. REQUIRES: as above; no record of `group` but the
     // caller's own may be used afterwards.
     void EndWriting(WaitingRecord* group, const WaitingRecord& own);
+
+    // In a child process: the records that wait belong to threads of the parent.
+    void AfterForkInChild() {
+        newest_ = nullptr;
+        writing_ = false;
+    }
 
   private:
     std::atomic<WaitingRecord*> newest_{nullptr};

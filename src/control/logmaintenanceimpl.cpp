@@ -15,7 +15,7 @@ ChannelStatus StatusOf(const std::string& category, const TEDebugInfoBuf& channe
     status.currentFile = channel.CurrentPath();
     status.recordsWritten = file.recordsWritten.Get();
     status.recordsDumped = file.recordsDumped.Get();
-    status.recordsDropped = file.recordsDropped.Get();
+    status.recordsDropped = channel.Dropped();
     status.recordsEvicted = waiting.evicted.Get();
     status.recordsQueued = waiting.queued.Get();
     status.recordsQueuedMost = waiting.queuedMost.Get();
@@ -41,11 +41,9 @@ void CountRecords(const LogFileStatistics& file, ChannelBooks& books) {
     books.recordsOverwritten = writtenOverwritten + dumpedOverwritten;
     books.recordsWritten = file.recordsWritten.Get() - writtenOverwritten;
     books.recordsDumped = file.recordsDumped.Get() - dumpedOverwritten;
-    books.recordsDropped = file.recordsDropped.Get();
 }
 
 void CountRecords(const ChannelStatistics& waiting, ChannelBooks& books) {
-    books.recordsReceived = waiting.received.Get() + waiting.receivedDirectly.Get();
     books.recordsEvicted = waiting.evicted.Get();
     books.recordsQueued = waiting.queued.Get();
     books.recordsQueuedMost = waiting.queuedMost.Get();
@@ -63,6 +61,8 @@ ChannelBooks BooksOf(const std::string& category, const TEDebugInfoBuf& channel)
     books.failing = file.failing.Get() != 0;
     CountRecords(file, books);
     CountRecords(channel.Statistics(), books);
+    books.recordsReceived = channel.Received();
+    books.recordsDropped = channel.Dropped();
     books.bytesWritten = file.bytesWritten.Get();
     books.bytesEmptied = file.bytesEmptied.Get();
     books.rotations = file.rotations.Get();
@@ -171,10 +171,15 @@ bool LogMaintenanceImpl::Rotate(const std::string& category) {
     return ForChosen(category, [](TEDebugInfoBuf& channel) { channel.Rotate(); });
 }
 
-void LogMaintenanceImpl::SetQueueBytes(uint64_t /*bytes*/) {}
+void LogMaintenanceImpl::SetQueueBytes(uint64_t bytes) {
+    manager_.queueBytes = bytes;
+    manager_.Channels().ForEach([bytes](const std::string& /*name*/, TEDebugInfoBuf& channel) {
+        channel.LimitQueueBytes(bytes);
+    });
+}
 
 uint64_t LogMaintenanceImpl::GetQueueBytes() {
-    return 0;
+    return manager_.queueBytes;
 }
 
 void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
@@ -206,9 +211,18 @@ bool LogMaintenanceImpl::ForChosen(const std::string& category,
 }
 
 LogSwitches LogMaintenanceImpl::GetSwitches() {
-    return {};
+    LogSwitches switches{};
+    const LevelSwitches levels = manager_.levelSwitches;
+    for (size_t level = 0; level < levels.size(); ++level) {
+        switches.levels[level] = levels[level];
+    }
+    switches.asnTrace = manager_.bEnableAsnLog != 0;
+    switches.outputParameters = manager_.bLogOutputPara != 0;
+    return switches;
 }
 
-void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {}
+void LogMaintenanceImpl::WriteQueuesBeforeDeath() noexcept {
+    manager_.Channels().WriteBeforeDeath();
+}
 
 }  // namespace NS_LOG_SERVICE1

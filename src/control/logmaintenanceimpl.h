@@ -20,6 +20,9 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     // Ends the periodic output.
     ~LogMaintenanceImpl() override;
 
+    // See QueuedOutput.
+    void AfterForkInChild() { queuedOutput_.AfterForkInChild(); }
+
     std::string GetIFName() const override { return LOG_MAINTENANCE_INTERFACE_NAME; }
     bool IsValid() const override { return true; }
     unsigned int GetVersion() const override { return LOG_MAINTENANCE_VERSION; }

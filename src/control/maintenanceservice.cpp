@@ -1,5 +1,6 @@
 #include "control/maintenanceservice.h"
 
+#include <cerrno>
 #include <string>
 #include <system_error>
 
@@ -14,11 +15,12 @@ namespace {
 
 Singleton<MaintenanceService> maintenanceService(&StaticObjectLock);
 
-void ReportDropped(const std::string& category, const LogFileStatistics& file) {
-    const unsigned long long dropped = file.recordsDropped.Get();
+// A record for which there was no memory has met no error of a file.
+void ReportDropped(const std::string& category, const TEDebugInfoBuf& channel) {
+    const unsigned long long dropped = channel.Dropped();
     if (dropped != 0) {
-        const std::string reason =
-            std::generic_category().message(static_cast<int>(file.lastError.Get()));
+        const int error = static_cast<int>(channel.FileStatistics().lastError.Get());
+        const std::string reason = std::generic_category().message(error == 0 ? ENOMEM : error);
         kRecordsNotWritten.Report(category.c_str(), dropped, reason.c_str());
     }
 }
@@ -37,7 +39,7 @@ void ReportLosses() {
         // First, so that records that cannot be written now are counted too.
         manager->FlushAll();
         manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
-            ReportDropped(category, channel.FileStatistics());
+            ReportDropped(category, channel);
             ReportOverwritten(category, channel.FileStatistics());
         });
     }
@@ -66,6 +68,13 @@ void MaintenanceService::Finish() {
     try {
         ReportLosses();
     } catch (...) {  // NOLINT: whatever a report meets, the service must end
+    }
+}
+
+void MaintenanceService::AfterForkInChild() {
+    const MaintenanceService* service = maintenanceService.InstanceIfAny();
+    if (service != nullptr && service->interface_ != nullptr) {
+        static_cast<LogMaintenanceImpl*>(service->interface_)->AfterForkInChild();
     }
 }
 

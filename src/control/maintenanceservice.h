@@ -20,6 +20,9 @@ class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
     // Start.
     static void Finish();
 
+    // In a child process; see QueuedOutput.
+    static void AfterForkInChild();
+
     MaintenanceService();
 
     // Null without a log manager.

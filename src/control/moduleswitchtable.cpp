@@ -1,5 +1,7 @@
 #include "control/moduleswitchtable.h"
 
+#include "base/renew.h"
+
 namespace NS_LOG_SERVICE1 {
 namespace {
 
@@ -18,6 +20,27 @@ ModuleSwitchTable* ModuleSwitchTable::Instance() {
 
 void ModuleSwitchTable::Destroy() {
     moduleSwitchTable.Destroy();
+}
+
+void ModuleSwitchTable::BeforeFork() NO_THREAD_SAFETY_ANALYSIS {
+    if (ModuleSwitchTable* table = moduleSwitchTable.InstanceIfAny()) {
+        table->heldForFork_ = table->mutex_.acquire_write() != -1;
+    }
+}
+
+void ModuleSwitchTable::AfterForkInParent() NO_THREAD_SAFETY_ANALYSIS {
+    ModuleSwitchTable* table = moduleSwitchTable.InstanceIfAny();
+    if (table != nullptr && table->heldForFork_) {
+        table->heldForFork_ = false;
+        table->mutex_.release();
+    }
+}
+
+void ModuleSwitchTable::AfterForkInChild() {
+    if (ModuleSwitchTable* table = moduleSwitchTable.InstanceIfAny()) {
+        table->heldForFork_ = false;
+        Renew(table->mutex_);
+    }
 }
 
 bool ModuleSwitchTable::Get(const unsigned int& module) {

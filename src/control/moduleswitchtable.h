@@ -25,6 +25,12 @@ class ModuleSwitchTable {
     ModuleSwitchTable(const ModuleSwitchTable&) = delete;
     ModuleSwitchTable& operator=(const ModuleSwitchTable&) = delete;
 
+    // Around a fork: the lock is held meanwhile. The child makes it anew, since only the thread
+    // that took such a lock can release it, and the child's thread is another one.
+    static void BeforeFork();
+    static void AfterForkInParent();
+    static void AfterForkInChild();
+
     // Module numbers are compared as signed numbers.
     bool Get(const unsigned int& module) EXCLUDES(mutex_);
     void Set(const unsigned int& module, const bool& on) EXCLUDES(mutex_);
@@ -38,6 +44,7 @@ class ModuleSwitchTable {
   private:
     std::map<int, bool> switches_ GUARDED_BY(mutex_);
     ReadWriteMutex mutex_;
+    bool heldForFork_ = false;  // the lock's holder's
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -4,6 +4,7 @@
 
 #include "base/lockguard.h"
 #include "base/nodestructor.h"
+#include "base/renew.h"
 #include "bundlemgr/processexception.h"
 #include "lookup/interfacelookup.h"
 #include "qv_base_log/resultcode.h"
@@ -81,6 +82,10 @@ bool QueuedOutput::EndPeriodicOutput(LogMgr& manager) {
     }
     manager.outputTask = kNoOutputTask;
     return true;
+}
+
+void QueuedOutput::AfterForkInChild() {
+    Renew(mutex_);
 }
 
 bool QueuedOutput::HasPeriodicOutput(const LogMgr& manager) {

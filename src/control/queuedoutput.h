@@ -23,6 +23,9 @@ class QueuedOutput {
 
     static bool HasPeriodicOutput(const LogMgr& manager);
 
+    // In a child process: another thread of the parent may have been switching.
+    void AfterForkInChild();
+
   private:
     static void StartPeriodicOutput(LogMgr& manager);
 

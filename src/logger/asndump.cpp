@@ -94,6 +94,15 @@ std::string AsnDump::Text() const {
     return std::string(dumpText, TextLength());
 }
 
+void AsnDump::MakeStaticObjects() {
+    Dump();
+}
+
+void AsnDump::AfterForkInChild() {
+    Renew(Dump());
+    dumpText[0] = '\0';
+}
+
 void AsnDump::Echo(const std::string& text) {
     char header[128] = {};
     if (snprintf_s(header, sizeof header, sizeof header - 1, "Thread:%d, ASN Trace:\n",
@@ -140,6 +149,16 @@ bool ReadAsnTraceFlag(LogSettings& settings) {
     }
     remembered = value;
     return value != 0;
+}
+
+bool AsnTraceFlag::Get(LogSettings& settings) {
+    if (value_.load(std::memory_order_acquire) == kNotRead) {
+        const LockGuard<Mutex> guard(mutex_);
+        if (value_.load(std::memory_order_relaxed) == kNotRead) {
+            value_.store(ReadAsnTraceFlag(settings) ? kOn : kOff, std::memory_order_release);
+        }
+    }
+    return value_.load(std::memory_order_relaxed) == kOn;
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -35,6 +35,16 @@ ObjectPool<std::string>& Messages() {
     return *messages;
 }
 
+// Whether dumps are echoed, asked for once by each of the two operations.
+struct Echoes {
+    AsnTraceFlag ofPrint;
+    AsnTraceFlag ofTrace;
+};
+Echoes& TheEchoes() {
+    static NoDestructor<Echoes> echoes;
+    return *echoes;
+}
+
 }  // namespace
 
 Logger::Logger(const std::string& first, const std::string& second, const std::string& category,
@@ -79,6 +89,7 @@ bool Logger::SetLevel(size_t position, bool on) {
 
 void Logger::Log(const std::string& file, const std::string& function, unsigned int line, int level,
                  const std::string& text) {
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const BorrowedCallMemory memory;
     LogRecord record;
     record.time = ACE_OS::gettimeofday();
@@ -94,6 +105,7 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
     record.context = memory->context;
 
     TEDebugInfoBuf* channel = FindChannel();
+    acceptance.Done();
     if (channel == nullptr) {
         return;
     }
@@ -127,9 +139,19 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     if (length < 0) {
         kFormatFailed.Report();
     }
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const Borrowed<std::string> text(Messages());
     text->assign(message);
+    acceptance.Done();
     Log(file, function, line, level, *text);
+}
+
+template <class Make>
+std::string Logger::Counted(Make make) const {
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
+    std::string text = make();
+    acceptance.Done();
+    return text;
 }
 
 // Both the switch for ASN messages and level 3 govern alarms. With either off they are not even
@@ -140,8 +162,9 @@ void Logger::LogAlarm(const std::string& file, const std::string& function, unsi
         return;
     }
     for (Json::ArrayIndex i = 0; i < alarms.size(); ++i) {
-        Json::FastWriter writer;
-        Log(file, function, line, LOG_LEVEL_3, "\n RestAlarm:" + writer.write(alarms[i]));
+        const std::string text =
+            Counted([&] { return "\n RestAlarm:" + Json::FastWriter().write(alarms[i]); });
+        Log(file, function, line, LOG_LEVEL_3, text);
     }
 }
 
@@ -150,10 +173,10 @@ void Logger::PrintAsn(const std::string& file, const std::string& function, unsi
     if (settings_.bEnableAsnLog == 0) {
         return;
     }
-    static const bool echo = ReadAsnTraceFlag(settings_);
+    const bool echo = TheEchoes().ofPrint.Get(settings_);
     AsnDump dump;
     dump.Print(message);
-    const std::string text = dump.Text();
+    const std::string text = Counted([&dump] { return dump.Text(); });
     Log(file, function, line, LOG_LEVEL_ASN_DUMP, text);
     if (echo) {
         AsnDump::Echo(text);
@@ -168,16 +191,28 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
     if (settings_.bEnableAsnLog == 0) {
         return;
     }
-    static const bool echo = ReadAsnTraceFlag(settings_);
+    const bool echo = TheEchoes().ofTrace.Get(settings_);
     AsnDump dump;
     if (levels_.Get()[LOG_LEVEL_3]) {
         dump.PrintMasked(message);
     }
-    const std::string text = dump.Text();
+    const std::string text = Counted([&dump] { return dump.Text(); });
     Log(file, function, line, LOG_LEVEL_3, text);
     if (echo) {
         AsnDump::Echo(text);
     }
+}
+
+void Logger::MakeStaticObjects() {
+    FreeMemory();
+    AsnDump::MakeStaticObjects();
+    TheEchoes();
+}
+
+void Logger::AfterForkInChild() {
+    AsnDump::AfterForkInChild();
+    TheEchoes().ofPrint.AfterForkInChild();
+    TheEchoes().ofTrace.AfterForkInChild();
 }
 
 void Logger::FreeMemory() {

@@ -7,6 +7,7 @@
 #include "base/logsettings.h"
 #include "base/mutex.h"
 #include "base/relaxedatomic.h"
+#include "base/renew.h"
 #include "channel/channelmap.h"
 #include "qv_base_log/loggerif.h"
 
@@ -45,8 +46,18 @@ class Logger : public LoggerIF {
                   NS_ASN1::AsnObject& message) override;
     bool IsLevelEnabled(const unsigned int& level) override;
 
+    // Makes the static objects that loggers use. A fork beside their first use would leave them
+    // half made in the child.
+    static void MakeStaticObjects();
+
+    // In a child process: what all loggers share and another thread of the parent may have held.
+    static void AfterForkInChild();
+
     // Frees the memory that calls of any logger have left for the next ones.
     static void FreeMemory();
+
+    // In a child process: another thread of the parent may have held the lock.
+    void RenewLevelMutex() { Renew(levelMutex_); }
 
     const std::string& First() const { return first_; }
     const std::string& Second() const { return second_; }
@@ -59,6 +70,10 @@ class Logger : public LoggerIF {
   private:
     bool SetLevel(size_t position, bool on) EXCLUDES(levelMutex_);
     TEDebugInfoBuf* FindChannel();
+
+    // The text that `make` makes. A record for whose text there is no memory counts as dropped.
+    template <class Make>
+    std::string Counted(Make make) const;
 
     const std::string category_;
     const std::string first_;

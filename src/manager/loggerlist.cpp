@@ -49,6 +49,13 @@ Logger* LoggerList::FindOrAdd(const LoggerName& name, const Maker& make) {
     return logger;
 }
 
+void LoggerList::AfterForkInChild() {
+    for (const std::unique_ptr<Logger>& logger : loggers_) {
+        logger->RenewLevelMutex();
+    }
+    mutex_.AfterFork();
+}
+
 void LoggerList::EnableAll(uint32_t level) {
     ForEach([level](Logger& logger) {
         if (!logger.EnableLevel(level)) {

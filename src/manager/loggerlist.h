@@ -39,6 +39,12 @@ class LoggerList {
     // makes, or returns null when it makes none.
     Logger* FindOrAdd(const LoggerName& name, const Maker& make) EXCLUDES(mutex_);
 
+    // Around a fork: the list's mutex is held meanwhile. The loggers' own are not, they may be
+    // many: each guards one atomic field, and is made anew in the child.
+    void BeforeFork() { mutex_.BeforeFork(); }
+    void AfterForkInParent() { mutex_.AfterFork(); }
+    void AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS;
+
     // Switches `level` for every logger, in order. Reports each logger that refuses and continues.
     // For a level without a switch, the first logger throws std::out_of_range.
     void EnableAll(uint32_t level) EXCLUDES(mutex_);

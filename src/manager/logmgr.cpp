@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "base/lockguard.h"
+#include "base/renew.h"
 #include "bundlemgr/processexception.h"
 #include "diagnostic/messages.h"
 #include "lookup/interfacelookup.h"
@@ -51,6 +52,29 @@ Logger* LogMgr::GetLogger(const std::string& first, const std::string& second,
 
 void LogMgr::FlushAll() {
     channels_.FlushAll();
+}
+
+void LogMgr::BeforeFork() {
+    loggers_.BeforeFork();
+    channels_.BeforeFork();
+}
+
+void LogMgr::AfterForkInParent() {
+    channels_.AfterForkInParent();
+    loggers_.AfterForkInParent();
+}
+
+// The periodic output is done by a thread that the child does not have. Without it a record could
+// wait in the queue for ever, so the child's records are written at once.
+void LogMgr::AfterForkInChild() {
+    channels_.AfterForkInChild();
+    loggers_.AfterForkInChild();
+    Logger::AfterForkInChild();
+    Renew(switchingMutex_);
+    if (outputTask > 0) {
+        outputTask = kNoOutputTask;
+        outputmode = kDirectOutput;
+    }
 }
 
 int LogMgr::EnableAllLogLevel(const uint32_t& level) {

@@ -78,6 +78,12 @@ class LogMgr : public LogSettings {
     uint32_t GetEnableOutputPara() const { return bLogOutputPara; }
     void SetEnableOutputPara(const uint32_t& value) { bLogOutputPara = value; }
 
+    // Around a fork: all locks are held meanwhile but that of level switching, which guards no
+    // field and is made anew in the child.
+    void BeforeFork();
+    void AfterForkInParent();
+    void AfterForkInChild();
+
     // Switches the output mode; see LogSvcInterface::SetOutputMode.
     unsigned int SetOutputMode(const unsigned int& mode);
 

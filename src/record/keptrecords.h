@@ -19,6 +19,12 @@ class KeptRecords {
     // uses its memory for the next record, or frees it after it has released its lock.
     PackedRecord Append(PackedRecord record);
 
+    // Removes all records.
+    void Clear() noexcept {
+        records_.clear();
+        oldest_ = 0;
+    }
+
     size_t Count() const { return records_.size(); }
 
     // Swaps all records and the capacity with `other`.

@@ -86,6 +86,12 @@ void RecordQueue::MoveRecordsTo(RecordQueue& empty) noexcept {
     std::swap(textBytes_, empty.textBytes_);
 }
 
+void RecordQueue::AppendRecordsTo(RecordQueue& other) noexcept {
+    other.used_.splice(other.used_.end(), used_);
+    other.count_ += std::exchange(count_, 0);
+    other.textBytes_ += std::exchange(textBytes_, 0);
+}
+
 void RecordQueue::TakeChunks(RecordQueue& cleared) {
     while (!cleared.spare_.empty() && spare_.size() < kSpareChunks) {
         spare_.splice(spare_.end(), cleared.spare_, cleared.spare_.begin());

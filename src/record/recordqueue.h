@@ -61,6 +61,9 @@ class RecordQueue {
     // has no records.
     void MoveRecordsTo(RecordQueue& empty) noexcept;
 
+    // Moves all records to the end of `other`, with their chunks.
+    void AppendRecordsTo(RecordQueue& other) noexcept;
+
     // Moves chunks of `cleared` here, up to the bound, for later records. REQUIRES: `cleared` has
     // no records.
     void TakeChunks(RecordQueue& cleared);

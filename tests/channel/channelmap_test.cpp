@@ -6,6 +6,7 @@
 #include <string>
 
 #include "channel/channelfixture.h"
+#include "support/waiting.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -109,6 +110,24 @@ TEST_F(Channels, AreFlushedTogetherInTheOrderOfTheirNames) {
         EXPECT_EQ(WrittenBy(name), Created() + Frame(1, name));
     }
     EXPECT_EQ(WrittenBy("debug"), Created());
+}
+
+// A new logger looks for its channel. It must not wait for the disk.
+TEST_F(Channels, AreFoundWhileTheyAreWrittenOut) {
+    channels_.Create(settings_);
+    QueueNames();
+    Texts found;
+    Calls().ScriptWrites([this, &found](uint64_t, std::string_view bytes) {
+        if (bytes.find("Detail: ") != std::string_view::npos) {
+            const bool finished = FinishesOnAnotherThread([this, &found] {
+                found.push_back(channels_.Find("debug") == nullptr ? "" : "debug");
+            });
+            EXPECT_TRUE(finished);
+        }
+        return Fate();
+    });
+    channels_.FlushAll();
+    EXPECT_EQ(found, Texts(allButDebug_.size(), "debug"));
 }
 
 TEST_F(Channels, AreWrittenAndClosedInTheOrderOfTheirNamesWhenTheyAreDestroyed) {

@@ -44,6 +44,32 @@ TEST_F(ChannelQueue, OfOneOrNoRecordIsWrittenOutByEachRecord) {
     }
 }
 
+// What a record's texts take beside its detail.
+size_t TextsBesideTheDetail() {
+    const auto record = WithDetail("");
+    return record.file.size() + record.function.size() + record.context.size();
+}
+
+TEST_F(ChannelQueue, IsFullOnceItsTextsReachTheirLimit) {
+    channel_->LimitQueueBytes(2 * TextsBesideTheDetail() + 10);
+    Queue("12345");
+    Queue("1234");
+    EXPECT_EQ(Queued(), 2u) << "a byte is left";
+    channel_->Flush();
+    std::string expected = Created() + Frame(1, "12345") + Frame(2, "1234");
+    Queue("12345");
+    Queue("54321");
+    expected += Frame(3, "12345") + Frame(4, "54321") + Notice(5);
+    EXPECT_EQ(Written(), expected);
+    channel_->LimitQueueBytes(1);
+    Queue("");
+    expected += Frame(6, "") + Notice(7);
+    EXPECT_EQ(Written(), expected);
+    channel_->LimitQueueBytes(0);
+    Queue(std::string(100000, 'x'));
+    EXPECT_EQ(Queued(), 1u);
+}
+
 TEST_F(ChannelQueue, IsWrittenByFlushAndPassedByRecordsThatAreWrittenAtOnce) {
     Queue("two");
     Queue("three", -1);

@@ -103,6 +103,42 @@ TEST_F(MaintenanceInterface, SwitchesALevelForAllLoggersAndThoseToCome) {
     EXPECT_EQ(Levels(Manager().GetLogger("new", "one", "debug")->Levels()), "0110");
 }
 
+TEST_F(MaintenanceInterface, ShowsTheSwitchesOfTheWholeService) {
+    store_.Set("bEnableAsnLog", "0");
+    store_.Set("bLogOutputPara", "1");
+    Start();
+    LogSwitches switches = Maintenance().GetSwitches();
+    EXPECT_THAT(switches.levels, ElementsAre(true, true, false, false));
+    EXPECT_FALSE(switches.asnTrace);
+    EXPECT_TRUE(switches.outputParameters);
+    Maintenance().SetLevel(3, true);
+    Manager().SetEnableAsnLog(1);
+    Manager().SetEnableOutputPara(0);
+    switches = Maintenance().GetSwitches();
+    EXPECT_THAT(switches.levels, ElementsAre(true, true, false, true));
+    EXPECT_TRUE(switches.asnTrace);
+    EXPECT_FALSE(switches.outputParameters);
+}
+
+TEST_F(MaintenanceInterface, LimitsTheBytesOfEachQueue) {
+    Start();
+    Manager().outputmode = 1;
+    EXPECT_EQ(Maintenance().GetQueueBytes(), 0U);
+    Log(1, std::string(100000, 'x'));
+    EXPECT_THAT(Written("corbaoper"), IsEmpty());
+    Maintenance().SetQueueBytes(1000);
+    EXPECT_EQ(Maintenance().GetQueueBytes(), 1000U);
+    Log(1, "the queue is full by now");
+    const auto notice = "Debug cache is full, force output execute.";
+    EXPECT_THAT(Written("corbaoper"),
+                ElementsAre(std::string(100000, 'x'), "the queue is full by now", notice));
+    Log(1, "short");
+    EXPECT_THAT(Written("corbaoper"), SizeIs(3));
+    Maintenance().SetQueueBytes(0);
+    Log(1, std::string(100000, 'x'));
+    EXPECT_THAT(Written("corbaoper"), SizeIs(3));
+}
+
 TEST_F(MaintenanceInterface, ShowsTheModulesThatWereSet) {
     Start();
     ModuleSwitchTable::Instance()->Set(7, false);

@@ -66,7 +66,11 @@ void FailAllocationsAfter(long successes) {
 }
 
 void FailNextAllocation() {
-    g_successesLeft = 0;
+    FailOneAllocationAfter(0);
+}
+
+void FailOneAllocationAfter(long successes) {
+    g_successesLeft = successes;
     g_failsOnce = true;
 }
 

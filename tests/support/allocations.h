@@ -23,7 +23,8 @@ long LiveAllocations();
 // throwing never fail: ACE makes its events that way and uses them unexamined.
 void FailAllocationsAfter(long successes);
 
-// The same for the calling thread's next allocation alone.
+// The same for the calling thread's next allocation alone, and for the one after `successes` more.
 void FailNextAllocation();
+void FailOneAllocationAfter(long successes);
 
 }  // namespace NS_TEST

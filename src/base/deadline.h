@@ -1,0 +1,42 @@
+// The end of a wait.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+namespace NS_LOG_SERVICE1 {
+
+// By the monotonic clock. May be used in a signal handler.
+//
+// Thread safety: constant.
+class Deadline {
+  public:
+    explicit Deadline(int64_t milliseconds) : end_(Now() + milliseconds * 1'000'000) {}
+
+    bool IsOver() const { return Now() >= end_; }
+
+    // Waits until `condition` is true, and looks every millisecond. Returns whether it came true
+    // before the end; it is looked at once at least.
+    template <class Condition>
+    bool Await(Condition condition) const {
+        while (!condition()) {
+            if (IsOver()) {
+                return false;
+            }
+            const struct timespec pause = {0, 1'000'000};
+            ::nanosleep(&pause, nullptr);
+        }
+        return true;
+    }
+
+  private:
+    static int64_t Now() {
+        struct timespec now = {};
+        ::clock_gettime(CLOCK_MONOTONIC, &now);
+        return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    }
+
+    int64_t end_;
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,31 @@
+// What writing out a queue needs when the process dies.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "base/deadline.h"
+#include "channel/framebuffer.h"
+
+namespace NS_LOG_SERVICE1 {
+
+// The memory, which is allocated in time: the process may die because the heap is broken, or with
+// the heap's lock held. And the time until which to be ready.
+//
+// Thread safety: none; one thread writes before the process dies.
+class LastWords {
+  public:
+    // The longest piece that is written at once, and so the longest record that can be.
+    static constexpr size_t kPieceSize = size_t{1} << 20;
+
+    // Allocates the memory. The pages of the buffer are not touched before they are needed.
+    LastWords() {
+        frames.Reserve(kPieceSize);
+        stamp.reserve(256);
+    }
+
+    FrameBuffer frames;
+    std::string stamp;
+};
+
+}  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,47 @@
+#include "exithandler.h"
+
+#include "base/singleton.h"
+#include "manager/logmgr.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Milliseconds. A slow disk is given this long to take what is written to it just now.
+constexpr int64_t kLongestWait = 10000;
+
+void WriteQueues(LogMgr& manager) {
+    const Deadline deadline(kLongestWait);
+    manager.outputmode = kDirectOutput;
+    manager.Channels().ForEach([&deadline](const std::string& /*name*/, TEDebugInfoBuf& channel) {
+        if (channel.Statistics().queued.Get() != 0 && channel.AwaitFree(deadline)) {
+            channel.Flush();
+        }
+    });
+}
+
+class ExitHandler {
+  public:
+    ExitHandler() = default;
+    ExitHandler(const ExitHandler&) = delete;
+    ExitHandler& operator=(const ExitHandler&) = delete;
+
+    // The lock keeps the manager from being destroyed meanwhile.
+    ~ExitHandler() {
+        const LockGuard<ACE_Recursive_Thread_Mutex> guard(*StaticObjectLock());
+        if (LogMgr* manager = LogMgr::InstanceIfAny()) {
+            try {
+                WriteQueues(*manager);
+            } catch (...) {  // NOLINT: there is nobody left to tell
+            }
+        }
+    }
+};
+
+}  // namespace
+
+// A local object: it is made after ACE's own static objects and so destroyed before them.
+void HandleExit() {
+    static const ExitHandler handler;
+}
+
+}  // namespace NS_LOG_SERVICE1

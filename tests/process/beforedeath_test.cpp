@@ -1,0 +1,148 @@
+// Writing out the queues for a process that dies.
+#include <csignal>
+#include <future>
+#include <thread>
+
+#include "channel/systemcalls.h"
+#include "process/processfixture.h"
+#include "support/allocations.h"
+
+namespace NS_TEST {
+namespace {
+
+using namespace NS_LOG_SERVICE1;
+using namespace testing;
+
+class BeforeDeath : public ProcessTest {
+  protected:
+    // The file of the category is open and output is queued.
+    BeforeDeath() {
+        Start();
+        Manager().outputmode = kQueuedOutput;
+        OpenFile("corbaoper");
+    }
+
+    static void OpenFile(const std::string& category) {
+        Manager().Channels().Find(category)->Flush();
+    }
+    static void LogTo(const std::string& category, const std::string& text) {
+        Manager().GetLogger("a", "b", category)->Log("f", "g", 1, 1, text);
+    }
+
+    std::vector<std::string> Details(const std::string& category = "corbaoper") const {
+        return DetailsOf(::getpid(), category);
+    }
+};
+
+TEST_F(BeforeDeath, QueuesAreWrittenAsAFlushWritesThem) {
+    OpenFile("debug");
+    Log(1, "one");
+    Log(-2, "two");
+    Log(-1, "three");
+    LogTo("debug", "one");
+    Maintenance().WriteQueuesBeforeDeath();
+    EXPECT_THAT(Details(), ElementsAre("one", "two", "three"));
+    EXPECT_THAT(Details("debug"), ElementsAre("one"));
+    const auto pieces = PiecesOf(::getpid())["corbaoper"];
+    EXPECT_EQ(pieces[1].number, 1U);
+    EXPECT_EQ(pieces[3].number, 3U);
+    EXPECT_EQ(Channel("corbaoper").recordsQueued, 0U);
+    EXPECT_EQ(Channel("corbaoper").recordsWritten, 3U);
+    EXPECT_EQ(Channel("corbaoper").bytesWritten, ReadFile(Channel("corbaoper").currentFile).size());
+    EXPECT_EQ(Channel("corbaoper").recordsDropped, 0U);
+}
+
+TEST_F(BeforeDeath, NothingIsAllocatedOrFreed) {
+    std::vector<std::string> logged;
+    for (int i = 0; i < 3000; ++i) {
+        logged.push_back(std::to_string(i) + std::string(1000, 'x'));
+        Log(1, logged.back());
+    }
+    LogMaintenanceInterface& maintenance = Maintenance();
+    const long before = LiveAllocations();
+    FailAllocationsAfter(0);
+    maintenance.WriteQueuesBeforeDeath();
+    FailAllocationsAfter(-1);
+    EXPECT_EQ(LiveAllocations(), before);
+    EXPECT_EQ(Details(), logged);
+}
+
+TEST_F(BeforeDeath, NoFileIsOpened) {
+    LogTo("debug", "still queued");
+    Maintenance().WriteQueuesBeforeDeath();
+    EXPECT_THAT(Details("debug"), IsEmpty());
+    EXPECT_EQ(Channel("debug").recordsQueued, 1U);
+    EXPECT_EQ(Channel("debug").recordsDropped, 0U);
+    Maintenance().FlushAll();
+    EXPECT_THAT(Details("debug"), ElementsAre("still queued"));
+}
+
+TEST_F(BeforeDeath, ARecordThatDoesNotFitIsDropped) {
+    Log(1, "one");
+    Log(1, std::string(LastWords::kPieceSize, 'x'));
+    Log(1, "three");
+    Maintenance().WriteQueuesBeforeDeath();
+    EXPECT_THAT(Details(), ElementsAre("one", "three"));
+    EXPECT_EQ(Channel("corbaoper").recordsDropped, 1U);
+    EXPECT_EQ(Channel("corbaoper").recordsWritten, 2U);
+}
+
+TEST_F(BeforeDeath, WhatAFullDiskDoesNotTakeIsDropped) {
+    std::vector<std::string> logged;
+    for (int i = 0; i < 300; ++i) {
+        logged.push_back(std::to_string(i) + std::string(10000, 'x'));
+        Log(1, logged.back());
+    }
+    {
+        const FileSizeLimit limit(2000000);
+        Maintenance().WriteQueuesBeforeDeath();
+    }
+    const std::vector<std::string> found = Details();
+    EXPECT_GT(found.size(), 50U);
+    EXPECT_LT(found.size(), 200U);
+    EXPECT_EQ(found, std::vector<std::string>(logged.begin(),
+                                              logged.begin() + static_cast<long>(found.size())));
+    EXPECT_EQ(Channel("corbaoper").recordsDropped, 300U - found.size());
+    EXPECT_EQ(Channel("corbaoper").recordsQueued, 0U);
+}
+
+// The other categories are written all the same, and the call returns.
+TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
+    OpenFile("corba_alarm");
+    OpenFile("debug");
+    LogTo("corba_alarm", "held up");
+    std::promise<void> held;
+    std::promise<void> ended;
+    std::thread holder([&] {
+        Manager().Channels().Find("corba_alarm")->BeforeFork();
+        held.set_value();
+        ended.get_future().wait();
+        Manager().Channels().Find("corba_alarm")->AfterForkInParent();
+    });
+    held.get_future().wait();
+    LogTo("debug", "one");
+    Log(1, "one");
+    Maintenance().WriteQueuesBeforeDeath();
+    EXPECT_THAT(Details("debug"), ElementsAre("one"));
+    EXPECT_THAT(Details(), ElementsAre("one"));
+    EXPECT_THAT(Details("corba_alarm"), IsEmpty());
+    ended.set_value();
+    holder.join();
+    EXPECT_EQ(Channel("corba_alarm").recordsQueued, 1U);
+}
+
+TEST_F(BeforeDeath, TheProcessMayLiveOn) {
+    Log(1, "one");
+    Maintenance().WriteQueuesBeforeDeath();
+    Log(1, "two");
+    Maintenance().WriteQueuesBeforeDeath();
+    Log(1, "three");
+    Maintenance().FlushAll();
+    Log(0, "four");
+    EXPECT_THAT(Details(), ElementsAre("one", "two", "three", "four"));
+    Stop();
+    EXPECT_NO_THROW(PiecesOf(::getpid()));
+}
+
+}  // namespace
+}  // namespace NS_TEST
