@@ -94,7 +94,7 @@ class CurrentFile {
         suspect_ = false;
         torn_ = 0;
         pause_.End();
-        rotationPause_.End();
+        triedSecond_ = 0;
         hasFile_ = false;
         Renew(opened_);
     }
