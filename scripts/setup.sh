@@ -37,6 +37,7 @@ qv_fleet_servers=(
 
 # What the tests, the benchmarks and the checks need beside that.
 qv_test_packages=(
+    abigail-tools
     ccache
     libgtest-dev
     libgmock-dev
@@ -50,9 +51,11 @@ qv_test_packages=(
     valgrind
     chromium
     fish
+    gcovr
     jq
     lnav
     logrotate
+    python3
     ripgrep
     sqlite3
     zsh

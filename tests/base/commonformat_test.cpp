@@ -148,6 +148,8 @@ TEST(CommonFormat, LeavesTheRestToTheCLibrary) {
     EXPECT_FALSE(Common("%ls", L"wide").common);
     EXPECT_FALSE(Common("%1$d", 8).common);
     EXPECT_FALSE(Common("%5000d", 8).common);
+    EXPECT_FALSE(Common("%.5000d", 8).common);
+    EXPECT_FALSE(Common("%hf", 1.0).common);
     EXPECT_FALSE(Common("%d %n", 8, nullptr).common);
     EXPECT_FALSE(Common("%", 8).common);
     EXPECT_FALSE(Common("%5%").common);

@@ -72,6 +72,18 @@ TEST_F(WriteFailure, ThatLastsLosesTheTriggerOfADumpToo) {
     EXPECT_EQ(Counts().recordsWritten.Get(), 1u);
 }
 
+TEST_F(WriteFailure, OfADumpBeforeWhichNoNewFileCanBeMadeLosesTriggerAndHistory) {
+    Write("one");
+    Fail(1);
+    RefuseFiles();
+    WriteDump("error", {WithDetail("kept", 3), WithDetail("kept too", 3)});
+    EXPECT_EQ(Counts().recordsDropped.Get(), 3u);
+    EXPECT_EQ(Counts().lastError.Get(), static_cast<uint64_t>(EMFILE));
+    EXPECT_EQ(Written(), Created() + Frame(1, "one") + Closed(1));
+    EXPECT_FALSE(file_->IsOpen());
+    EXPECT_EQ(file_->CurrentPath(), "");
+}
+
 TEST_F(WriteFailure, OfTheCreationLineLeavesTheFileOpen) {
     for (const bool torn : {false, true}) {
         torn ? Tear(20) : Fail(1);

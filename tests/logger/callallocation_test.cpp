@@ -78,8 +78,24 @@ TEST_F(CallAllocations, OfALongRecordAreNotKept) {
     for (int i = 0; i < 10; ++i) {
         logger_->Log(file_, function_, 42, 1, longText);
     }
-    EXPECT_LE(NS_TEST::LiveAllocations(), usual);
+    // Not even the block that a usual record would have had.
+    EXPECT_LT(NS_TEST::LiveAllocations(), usual);
     EXPECT_GE(usual, before);
+}
+
+// The same for the text in UTF-8, and for the block of a record that newer ones have pushed out.
+TEST_F(CallAllocations, OfALongConversionAndOfALongRecordThatWasKeptBackAreNotKept) {
+    const std::string invalid(1'000'000, '\xff');
+    Of([] { Log(1); }, 10);
+    Of([] { Log(2); }, kRecords);
+    const long usual = NS_TEST::LiveAllocations();
+    logger_->Log(file_, function_, 42, 1, invalid);
+    EXPECT_LE(NS_TEST::LiveAllocations(), usual);
+
+    logger_->Log(file_, function_, 42, 2, invalid);
+    Of([] { Log(2); }, static_cast<int>(Manager().filterbuflength.Get()) / 2);
+    // The long one has just gone, and its block with it.
+    EXPECT_LT(NS_TEST::LiveAllocations(), usual);
 }
 
 }  // namespace
