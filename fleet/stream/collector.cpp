@@ -16,7 +16,7 @@ constexpr int64_t kFetchMilliseconds = 1000;
 constexpr int64_t kNanosPerSecond = 1000000000;
 
 // A message that was not acknowledged by then comes again.
-constexpr int64_t kAcknowledgeSeconds = 30;
+constexpr int64_t kAcknowledgeSeconds = 10;
 
 // More than the collectors of a shard hold at a time.
 constexpr int64_t kMostOutstanding = 4096;

@@ -64,7 +64,9 @@ StreamTarget::StreamTarget(const StreamAddress& address, const std::string& host
     : host_(host),
       shard_(ShardOf(host, shards)),
       window_(std::make_shared<Window>()),
-      connection_(address) {
+      // Nobody acknowledges what was on its way when the connection ends.
+      connection_(address,
+                  [window = window_](const std::string& trouble) { window->Fail(trouble); }) {
     Translated([&] {
         jsOptions options;
         jsOptions_Init(&options);
