@@ -242,6 +242,20 @@ void Shipper::TakeOrder(const KnownFile& known, File& file) {
     file.isSentAgain = true;
 }
 
+// An idle file that the target does not have all of: a closing mark was on its way when the last
+// connection ended, or the target was set back to an earlier state.
+void Shipper::ReopenIfUnknown(File& file) {
+    if (file.file || file.target.resumeAt >= static_cast<uint64_t>(file.status.st_size)) {
+        return;
+    }
+    try {
+        file.file = std::make_unique<ShippedFile>(file.path);
+        file.file->Look(Clock::now());
+    } catch (const ReadError& error) {
+        Trouble(error.what());
+    }
+}
+
 // False: the file's beginning is not there yet.
 bool Shipper::OpenAtTarget(File& file) {
     if (file.isOpen) {
@@ -257,6 +271,7 @@ bool Shipper::OpenAtTarget(File& file) {
     const std::string name = file.path.substr(file.path.rfind('/') + 1);
     file.target = target_->Open({settings_.host, name, file.first});
     file.isOpen = true;
+    ReopenIfUnknown(file);
     if (file.file) {
         const bool isAgain = settings_.again || file.isSentAgain;
         file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);

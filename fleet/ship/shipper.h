@@ -68,6 +68,7 @@ class Shipper {
 
     void CompareWithTarget();
     void TakeOrder(const KnownFile& known, File& file);
+    void ReopenIfUnknown(File& file);
     bool OpenAtTarget(File& file);
     void BeginAgain(File& file);
     bool SendRound();
