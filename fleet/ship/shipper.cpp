@@ -33,6 +33,9 @@ constexpr std::chrono::milliseconds kLongestWait{1000};
 constexpr std::chrono::milliseconds kFirstPause{200};
 constexpr std::chrono::milliseconds kLongestPause{5000};
 
+// What a target that has worked refuses may be a connection that broke in the middle of a greeting.
+constexpr int kMostRefusals = 10;
+
 bool IsLogFile(const std::string& path) {
     constexpr std::string_view ending = ".log";
     return path.size() > ending.size() &&
@@ -75,7 +78,7 @@ bool Shipper::Run() {
             return !hasTrouble_;
         } catch (const TargetError& error) {
             target_.reset();
-            if (!error.IsPassing()) {
+            if (!error.IsPassing() && (!hasWorked_ || ++refusals_ > kMostRefusals)) {
                 throw;
             }
             AwaitTarget(error);
@@ -94,6 +97,12 @@ void Shipper::Connect() {
     scans_ = true;
     FindFiles();
     CompareWithTarget();
+}
+
+// What was sent has arrived.
+void Shipper::NoteSuccess() {
+    refusals_ = 0;
+    hasWorked_ = true;
     if (pause_.count() != 0) {
         Report("sending goes on");
         pause_ = std::chrono::milliseconds(0);
@@ -123,6 +132,7 @@ void Shipper::Work() {
         if (!hasSent || Clock::now() - flushed_ >= kFlushInterval) {
             target_->Flush();
             flushed_ = Clock::now();
+            NoteSuccess();
         }
         TellState();
         if (hasSent) {

@@ -91,6 +91,18 @@ std::chrono::milliseconds StreamTarget::Gathering() const {
     return std::chrono::milliseconds(800);
 }
 
+// Servers that change their leader may answer with an empty message.
+void StreamTarget::ReadLast(natsMsg* last, File& file, uint64_t& resumeAt) {
+    try {
+        const Message message =
+            Decode({natsMsg_GetData(last), static_cast<size_t>(natsMsg_GetDataLength(last))});
+        resumeAt = message.low;
+        file.isMarked = message.type == MessageType::Mark;
+    } catch (const MessageError& error) {
+        throw StreamError("the last message of " + file.subject + ": " + error.what(), true);
+    }
+}
+
 TargetFile StreamTarget::Open(const FileIdentity& identity) {
     const auto parts = NS_LOG_READER::ParseLogFileName(identity.name);
     File file;
@@ -110,10 +122,7 @@ TargetFile StreamTarget::Open(const FileIdentity& identity) {
         }
         connection_.Check();
         CheckStatus(status, "asking for the last message of " + file.subject);
-        const Message message =
-            Decode({natsMsg_GetData(last), static_cast<size_t>(natsMsg_GetDataLength(last))});
-        resumeAt = message.low;
-        file.isMarked = message.type == MessageType::Mark;
+        ReadLast(last, file, resumeAt);
     });
     files_.push_back(std::move(file));
     return {static_cast<int64_t>(files_.size() - 1), resumeAt};

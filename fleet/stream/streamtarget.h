@@ -44,6 +44,7 @@ class StreamTarget final : public Target {
         bool isMarked = false;  // the last message is a closing mark
     };
 
+    static void ReadLast(natsMsg* last, File& file, uint64_t& resumeAt);
     void SendJoined(int64_t handle, const FilePart& part);
     void SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece);
     void PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end);

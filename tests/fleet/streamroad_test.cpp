@@ -115,6 +115,8 @@ TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
     StartServers(3);
     const auto collector = StartCollector();
     const auto shipper = StartStreamShipper();
+    Watch(*collector);
+    Watch(*shipper);
     const auto writeAndKill = [&](const std::vector<int>& nodes) {
         const auto agent = StartAgent(1000);
         AwaitRecords(CountRecords() + 1);
