@@ -56,6 +56,7 @@ int RunCollectors() {
     std::signal(SIGTERM, &StopCollectors);
     std::signal(SIGINT, &StopCollectors);
     std::vector<std::thread> threads;
+    threads.reserve(runningCollectors.size());
     std::atomic<bool> isFine{true};
     for (const auto& collector : runningCollectors) {
         threads.emplace_back([&isFine, &collector] {

@@ -283,9 +283,10 @@ bool Shipper::OpenAtTarget(File& file) {
     file.isOpen = true;
     ReopenIfUnknown(file);
     if (file.file) {
-        const bool isAgain = settings_.again || file.isSentAgain;
+        const bool isAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
         file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
     }
+    file.wasOpen = true;
     return true;
 }
 

@@ -51,6 +51,7 @@ class Shipper {
         TargetFile target;
         std::string first;
         bool isOpen = false;       // the target has told where to go on
+        bool wasOpen = false;      // some target has
         bool isSentAgain = false;  // all of it is sent again by an order
         bool isRemoved = false;    // no name leads to it any more
     };

@@ -22,7 +22,9 @@ constexpr size_t kWindow = 64;
 // A message that was not acknowledged by then is given up, and sent again by a new target.
 constexpr int64_t kAcknowledgeMilliseconds = 5000;
 
-constexpr const char* kKeyHeader = "Nats-Msg-Id";
+// Not the header by which servers leave out what came before: a full stream remembers what it has
+// refused, and acknowledges it when it comes again. The store's key leaves out what comes twice.
+constexpr const char* kKeyHeader = "Qv-Key";
 
 // A call-back of the library may still run when its target is gone. The last windows are kept for
 // it: a new target is made every 0.2 seconds at most.
@@ -198,7 +200,7 @@ void StreamTarget::Publish(const std::string& subject, const Message& message,
         jsPubOptions options;
         jsPubOptions_Init(&options);
         options.MaxWait = kAcknowledgeMilliseconds;
-        options.MsgId = key.c_str();
+        CheckStatus(natsMsgHeader_Set(made, kKeyHeader, key.c_str()), "message");
         natsMsg* sent = owner.release();
         const natsStatus status = js_PublishMsgAsync(streams_.get(), &sent, &options);
         owner.reset(sent);
