@@ -255,7 +255,8 @@ void Shipper::TakeOrder(const KnownFile& known, File& file) {
 // An idle file that the target does not have all of: a closing mark was on its way when the last
 // connection ended, or the target was set back to an earlier state.
 void Shipper::ReopenIfUnknown(File& file) {
-    if (file.file || file.target.resumeAt >= static_cast<uint64_t>(file.status.st_size)) {
+    const auto size = static_cast<uint64_t>(file.status.st_size);
+    if (file.file || (file.target.isComplete && file.target.resumeAt >= size)) {
         return;
     }
     try {

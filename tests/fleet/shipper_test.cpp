@@ -40,11 +40,12 @@ class KeepingTarget final : public Target {
         for (size_t i = 0; i < kept_.files.size(); ++i) {
             const FileIdentity& known = kept_.files[i].identity;
             if (known.name == file.name && known.first == file.first) {
-                return {static_cast<int64_t>(i), kept_.files[i].bytes.size()};
+                return {static_cast<int64_t>(i), kept_.files[i].bytes.size(),
+                        kept_.files[i].isComplete};
             }
         }
         kept_.files.push_back({file, "", false, false, false, 0});
-        return {static_cast<int64_t>(kept_.files.size() - 1), 0};
+        return {static_cast<int64_t>(kept_.files.size() - 1), 0, false};
     }
 
     void Send(int64_t handle, FilePart part) override {
