@@ -58,9 +58,9 @@ measure() {
     # shellcheck disable=SC2086
     after=$(ticks $servers)
     awk -v name="$name" -v rows="$rows" -v bytes="$bytes" -v wall="$wall" -v own="$user" \
-        -v system="$system" -v servers=$((after - before)) -v hz="$(getconf CLK_TCK)" 'BEGIN {
+        -v kernel="$system" -v servers=$((after - before)) -v hz="$(getconf CLK_TCK)" 'BEGIN {
         printf "%-34s %8d %7.2f %9d %7.1f %10.2f %10.2f\n", name, rows, wall, rows / wall,
-            bytes / wall / 1e6, (own + system) * 1e5 / rows, servers / hz * 1e5 / rows }'
+            bytes / wall / 1e6, (own + kernel) * 1e5 / rows, servers / hz * 1e5 / rows }'
 }
 
 count_rows() {

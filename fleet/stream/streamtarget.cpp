@@ -23,8 +23,8 @@ constexpr size_t kWindow = 64;
 // A message that was not acknowledged by then is given up, and sent again by a new target.
 constexpr int64_t kAcknowledgeMilliseconds = 5000;
 
-// Not the header by which servers leave out what came before: a full stream remembers what it has
-// refused, and acknowledges it when it comes again. The store's key leaves out what comes twice.
+// Not the header by which servers leave out what came before, which holds for two minutes: the
+// store's key leaves out what comes twice.
 constexpr const char* kKeyHeader = "Qv-Key";
 
 // A call-back of the library may still run when its target is gone. The last windows are kept for
