@@ -11,11 +11,12 @@ started=()
 
 print_help() {
     cat <<END
-Usage: ./fleet.sh --small [OPTION...]
+Usage: ./fleet.sh [OPTION...]
 
-Installs what is missing (Debian packages, as root or through sudo), builds, and starts PostgreSQL,
-$agents agents with sample traffic and a shipper for each, all on 127.0.0.1 and below $base.
-Then it shows every two seconds what each host has sent. Ctrl-C stops everything and removes $base.
+Installs what is missing (Debian packages, as root or through sudo), builds, and starts three servers
+for streams, PostgreSQL, a collector, $agents agents with sample traffic and a shipper for each, all
+on 127.0.0.1 and below $base. Then it shows every two seconds what each host has sent. Ctrl-C
+stops everything and removes $base.
 The packages may start servers of their own when they are installed; those are left alone.
 
     --small         PostgreSQL alone: the shippers send straight into it
@@ -36,10 +37,9 @@ while (($#)); do
     esac
     shift
 done
-$small || { echo "fleet.sh: --small is what there is; see --help" >&2 && exit 2; }
-
 source "$root/scripts/setup.sh"
 source "$root/fleet/local/postgres.sh"
+source "$root/fleet/local/nats.sh"
 
 build() {
     qv_configure "$root" release -DQV_BUILD_FLEET=ON &&
@@ -57,6 +57,7 @@ clean_up() {
         kill "$pid" 2>/dev/null || true
     done
     wait "${started[@]}" 2>/dev/null || true
+    [[ ! -d $base/nats ]] || qv_stop_nats "$base/nats"
     qv_stop_postgres "$base/postgres"
     rm -rf "$base"
 }
@@ -76,14 +77,37 @@ run_agent() {
     done
 }
 
+# Where a host sends to, and as whom: into `words`.
+target_words() {
+    local certs=$base/nats/certs
+    words=(--to "$(<"$base/postgres/url")")
+    if ! $small; then
+        words=(--to "$(<"$base/nats/url")" --ca "$certs/ca.pem" --cert "$certs/$1.pem"
+            --key "$certs/$1.key")
+    fi
+}
+
+start_streams() {
+    local i hosts=()
+    for ((i = 1; i <= agents; ++i)); do
+        hosts+=("agent$i")
+    done
+    qv_make_nats "$base/nats" 3 "${hosts[@]}"
+    local certs=$base/nats/certs
+    "$bin/qvlog" collect --from "$(<"$base/nats/url")" --to "$(<"$base/postgres/url")" \
+        --ca "$certs/ca.pem" --cert "$certs/collector.pem" --key "$certs/collector.key" \
+        --make-streams --replicas 3 2>"$base/collect.log" &
+    started+=($!)
+}
+
 start_host() {
     local host=$1 share=$base/$1
     mkdir -p "$share/conf" "$share/log"
     cp "$root/host/agent/corba_agent.cfg" "$share/conf/"
     run_agent "$share" &
     started+=($!)
-    "$bin/qvlog" ship --host "$host" --to "$(<"$base/postgres/url")" "$share/log" \
-        2>"$share/ship.log" &
+    target_words "$host"
+    "$bin/qvlog" ship --host "$host" "${words[@]}" "$share/log" 2>"$share/ship.log" &
     started+=($!)
 }
 
@@ -94,7 +118,9 @@ show_fleet() {
         files, stored AS bytes_stored, backlog, gaps, lost, problem FROM qv.fleet ORDER BY host"
 }
 
-qv_install_packages "${qv_packages[@]}" "${qv_fleet_packages[@]}" postgresql
+servers=("${qv_fleet_servers[@]}")
+! $small || servers=(postgresql)
+qv_install_packages "${qv_packages[@]}" "${qv_fleet_packages[@]}" "${servers[@]}"
 mkdir -p "$root/build"
 if ! build >"$root/build/fleet.log" 2>&1; then
     cat "$root/build/fleet.log" >&2
@@ -109,6 +135,7 @@ mkdir -p "$base"
 echo "Starting"
 qv_make_postgres "$base/postgres"
 "$bin/qvlog" collect --migrate --to "$(<"$base/postgres/url")"
+$small || start_streams
 for ((i = 1; i <= agents; ++i)); do
     start_host "agent$i"
 done

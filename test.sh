@@ -6,6 +6,7 @@ root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 presets=(release asan tsan)
 filter=.
 fuzz=false
+fleet=OFF
 lint=true
 coverage=false
 update_abi=false
@@ -25,6 +26,7 @@ them. Works from any directory; what is up to date is not built again.
     --quick            only the preset release, and no static checks
     --preset NAME      only this preset
     --filter REGEX     only the tests whose names match
+    --fleet            only the fleet, with real servers, which are killed; takes some minutes
     --fuzz             fuzz the masking, the common formats and the reader for one minute each
     --coverage         which lines of the service the tests reach, and nothing else; fails below 97 %
                        and for a line that tests/uncovered.txt does not explain
@@ -43,6 +45,7 @@ while (($#)); do
         --quick) presets=(release) lint=false ;;
         --preset) presets=("${2:?--preset needs a name}") && shift ;;
         --filter) filter=${2:?--filter needs an expression} && shift ;;
+        --fleet) presets=(release) lint=false fleet=ON filter='^fleet_' ;;
         --fuzz) fuzz=true ;;
         --soak) soak=${2:?--soak needs a number of minutes} presets=(release) lint=false && shift ;;
         --valgrind) valgrind=true presets=(release) lint=false ;;
@@ -60,12 +63,18 @@ source "$root/scripts/setup.sh"
 qv_install_packages "${qv_packages[@]}" "${qv_northbound_packages[@]}" "${qv_fleet_packages[@]}" \
     "${qv_test_packages[@]}"
 
+[[ $fleet == OFF ]] || qv_install_packages "${qv_fleet_servers[@]}"
+
 for preset in "${presets[@]}"; do
-    options=(-DQV_BUILD_TESTS=ON)
+    options=(-DQV_BUILD_TESTS=ON "-DQV_TEST_FLEET=$fleet")
     [[ $preset != release ]] || options+=(-DQV_BUILD_BENCHMARKS=ON)
     echo "== Build: $preset"
     qv_configure "$root" "$preset" "${options[@]}" >/dev/null
-    qv_build "$root" "$preset"
+    if [[ $fleet == ON ]]; then
+        qv_build "$root" "$preset" fleet_test fleet_road_test
+    else
+        qv_build "$root" "$preset"
+    fi
 done
 
 if [[ $mutants != 0 ]]; then

@@ -32,6 +32,7 @@ qv_fleet_packages=(
 # What runs a fleet.
 qv_fleet_servers=(
     nats-server
+    openssl
     postgresql
 )
 

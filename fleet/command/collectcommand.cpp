@@ -1,5 +1,7 @@
 // qvlog collect
 #include <CLI/CLI.hpp>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -17,6 +19,8 @@ namespace NS_LOG_FLEET {
 namespace {
 
 using NS_LOG_READER::BadRequest;
+
+constexpr int kMostTries = 60;
 
 struct CollectWords {
     std::string store;
@@ -52,6 +56,7 @@ int RunCollectors() {
     std::signal(SIGTERM, &StopCollectors);
     std::signal(SIGINT, &StopCollectors);
     std::vector<std::thread> threads;
+    threads.reserve(runningCollectors.size());
     std::atomic<bool> isFine{true};
     for (const auto& collector : runningCollectors) {
         threads.emplace_back([&isFine, &collector] {
@@ -80,6 +85,23 @@ void PrepareStore(const std::string& store) {
     std::printf("%d of %zu changes of the tables were made\n", applied, AllMigrations().size());
 }
 
+// Servers that have just been started need some seconds to find each other.
+void PrepareStreams(const CollectWords& words) {
+    StreamSettings settings = words.settings;
+    for (int tries = 0; settings.shard < words.shards;) {
+        try {
+            StreamConnection connection(words.stream);
+            MakeStream(connection, settings);
+            ++settings.shard;
+        } catch (const StreamError& error) {
+            if (!error.IsPassing() || ++tries == kMostTries) {
+                throw;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        }
+    }
+}
+
 int RunCollect(const CollectWords& words) {
     if (words.store.empty() && (words.migrates || !words.makesStreams)) {
         throw BadRequest("collect: into which store? --to postgresql://...");
@@ -94,11 +116,7 @@ int RunCollect(const CollectWords& words) {
         return 0;
     }
     if (words.makesStreams) {
-        StreamConnection connection(words.stream);
-        StreamSettings settings = words.settings;
-        for (settings.shard = 0; settings.shard < words.shards; ++settings.shard) {
-            MakeStream(connection, settings);
-        }
+        PrepareStreams(words);
     }
     if (words.store.empty()) {
         return 0;

@@ -44,8 +44,9 @@ Shipper::MakeTarget ChooseTarget(const ShipWords& words) {
         StreamAddress stream = words.stream;
         stream.servers = url;
         stream.inbox = "_INBOX." + SubjectWord(words.settings.host);
-        return [stream, host = words.settings.host, shards = words.shards] {
-            return StreamTarget::Make(stream, host, shards);
+        const auto arrivals = std::make_shared<Arrivals>();
+        return [stream, arrivals, host = words.settings.host, shards = words.shards] {
+            return StreamTarget::Make(stream, host, shards, arrivals);
         };
     }
     throw BadRequest("--to takes postgresql://... or nats://..., not '" + url + "'");

@@ -44,6 +44,8 @@ qv_start_nats_node() {
         QV_CLUSTER_PORT=$(<"$directory/$node/cluster_port") QV_ROUTES=$(<"$directory/routes") \
         setsid "$program" -c "$directory/nats.conf" </dev/null >>"$directory/$node/log" 2>&1 &
     echo $! >"$directory/$node/pid"
+    # That it is killed later is no news.
+    disown "$!"
     until (exec 3<>"/dev/tcp/127.0.0.1/$(<"$directory/$node/port")") 2>/dev/null; do
         kill -0 "$!" 2>/dev/null && ((--tries > 0)) || { tail "$directory/$node/log" >&2 && return 1; }
         sleep 0.1

@@ -33,6 +33,9 @@ constexpr std::chrono::milliseconds kLongestWait{1000};
 constexpr std::chrono::milliseconds kFirstPause{200};
 constexpr std::chrono::milliseconds kLongestPause{5000};
 
+// What a target that has worked refuses may be a connection that broke in the middle of a greeting.
+constexpr int kMostRefusals = 10;
+
 bool IsLogFile(const std::string& path) {
     constexpr std::string_view ending = ".log";
     return path.size() > ending.size() &&
@@ -75,7 +78,7 @@ bool Shipper::Run() {
             return !hasTrouble_;
         } catch (const TargetError& error) {
             target_.reset();
-            if (!error.IsPassing()) {
+            if (!error.IsPassing() && (!hasWorked_ || ++refusals_ > kMostRefusals)) {
                 throw;
             }
             AwaitTarget(error);
@@ -94,6 +97,12 @@ void Shipper::Connect() {
     scans_ = true;
     FindFiles();
     CompareWithTarget();
+}
+
+// What was sent has arrived.
+void Shipper::NoteSuccess() {
+    refusals_ = 0;
+    hasWorked_ = true;
     if (pause_.count() != 0) {
         Report("sending goes on");
         pause_ = std::chrono::milliseconds(0);
@@ -123,6 +132,7 @@ void Shipper::Work() {
         if (!hasSent || Clock::now() - flushed_ >= kFlushInterval) {
             target_->Flush();
             flushed_ = Clock::now();
+            NoteSuccess();
         }
         TellState();
         if (hasSent) {
@@ -242,6 +252,21 @@ void Shipper::TakeOrder(const KnownFile& known, File& file) {
     file.isSentAgain = true;
 }
 
+// An idle file that the target does not have all of: a closing mark was on its way when the last
+// connection ended, or the target was set back to an earlier state.
+void Shipper::ReopenIfUnknown(File& file) {
+    const auto size = static_cast<uint64_t>(file.status.st_size);
+    if (file.file || (file.target.isComplete && file.target.resumeAt >= size)) {
+        return;
+    }
+    try {
+        file.file = std::make_unique<ShippedFile>(file.path);
+        file.file->Look(Clock::now());
+    } catch (const ReadError& error) {
+        Trouble(error.what());
+    }
+}
+
 // False: the file's beginning is not there yet.
 bool Shipper::OpenAtTarget(File& file) {
     if (file.isOpen) {
@@ -257,10 +282,12 @@ bool Shipper::OpenAtTarget(File& file) {
     const std::string name = file.path.substr(file.path.rfind('/') + 1);
     file.target = target_->Open({settings_.host, name, file.first});
     file.isOpen = true;
+    ReopenIfUnknown(file);
     if (file.file) {
-        const bool isAgain = settings_.again || file.isSentAgain;
+        const bool isAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
         file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
     }
+    file.wasOpen = true;
     return true;
 }
 

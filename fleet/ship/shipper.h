@@ -34,8 +34,8 @@ class Shipper {
     Shipper(ShipSettings settings, MakeTarget makeTarget);
 
     // Sends until `Stop`, or with `once` until all has arrived. Throws TargetError when the target
-    // refuses for a reason that waiting does not remove. False: something was lost or could not be
-    // read, and was reported on standard error.
+    // refuses for a reason that waiting does not remove, at once or again and again. False:
+    // something was lost or could not be read, and was reported on standard error.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -51,6 +51,7 @@ class Shipper {
         TargetFile target;
         std::string first;
         bool isOpen = false;       // the target has told where to go on
+        bool wasOpen = false;      // some target has
         bool isSentAgain = false;  // all of it is sent again by an order
         bool isRemoved = false;    // no name leads to it any more
     };
@@ -58,6 +59,7 @@ class Shipper {
     void Report(const std::string& text);
     void Trouble(const std::string& text);
     void Connect();
+    void NoteSuccess();
     void AwaitTarget(const TargetError& error);
     void Work();
 
@@ -68,6 +70,7 @@ class Shipper {
 
     void CompareWithTarget();
     void TakeOrder(const KnownFile& known, File& file);
+    void ReopenIfUnknown(File& file);
     bool OpenAtTarget(File& file);
     void BeginAgain(File& file);
     bool SendRound();
@@ -88,6 +91,8 @@ class Shipper {
     Clock::time_point flushed_{};
     Clock::time_point told_{};
     std::chrono::milliseconds pause_{0};
+    bool hasWorked_ = false;
+    int refusals_ = 0;  // in a row, by a target that has worked
     std::string problem_;
     bool hasTrouble_ = false;
     std::atomic<bool> isStopped_{false};

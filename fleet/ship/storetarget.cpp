@@ -30,7 +30,7 @@ TargetFile StoreTarget::Open(const FileIdentity& file) {
     if (stored.isComplete) {
         complete_.insert(stored.id);
     }
-    return {stored.id, stored.stored};
+    return {stored.id, stored.stored, stored.isComplete};
 }
 
 void StoreTarget::Send(int64_t handle, FilePart part) {

@@ -29,7 +29,8 @@ class TargetError : public std::runtime_error {
 // A file as its target knows it.
 struct TargetFile {
     int64_t handle = 0;
-    uint64_t resumeAt = 0;  // everything in front of it has arrived for good
+    uint64_t resumeAt = 0;    // everything in front of it has arrived for good
+    bool isComplete = false;  // it knows that nothing more comes
 };
 
 // A file that the target knows and that is perhaps not on the host any more.

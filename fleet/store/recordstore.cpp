@@ -54,6 +54,7 @@ std::vector<StoredFile> RecordStore::FilesOf(const std::string& host) {
         std::string("SELECT ") + kFileColumns + " FROM qv.file WHERE host = $1 AND gone IS NULL",
         {host});
     std::vector<StoredFile> files;
+    files.reserve(static_cast<size_t>(rows.Count()));
     for (int row = 0; row < rows.Count(); ++row) {
         files.push_back(ReadFile(rows, row));
     }

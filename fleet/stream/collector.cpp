@@ -16,7 +16,7 @@ constexpr int64_t kFetchMilliseconds = 1000;
 constexpr int64_t kNanosPerSecond = 1000000000;
 
 // A message that was not acknowledged by then comes again.
-constexpr int64_t kAcknowledgeSeconds = 30;
+constexpr int64_t kAcknowledgeSeconds = 10;
 
 // More than the collectors of a shard hold at a time.
 constexpr int64_t kMostOutstanding = 4096;
@@ -26,6 +26,9 @@ constexpr const char* kConsumer = "store";
 
 constexpr int kFirstPause = 200;
 constexpr int kLongestPause = 5000;
+
+// What servers that have worked refuse may be a connection that broke in the middle of a greeting.
+constexpr int kMostRefusals = 10;
 
 }  // namespace
 
@@ -53,7 +56,7 @@ bool Collector::Run() {
             subscription_.reset();
             streams_.reset();
             connection_.reset();
-            if (!error.IsPassing()) {
+            if (!error.IsPassing() && (!hasWorked_ || ++refusals_ > kMostRefusals)) {
                 throw;
             }
             Pause(std::string("the stream: ") + error.what());
@@ -68,6 +71,8 @@ void Collector::Work() {
     while (!isStopped_) {
         batch.clear();
         const bool hasMore = Fetch(batch);
+        hasWorked_ = true;
+        refusals_ = 0;
         StoreUntilDone(batch);
         Acknowledge(batch);
         if (!batch.empty() && pause_ != 0) {

@@ -60,6 +60,8 @@ class Collector {
     std::unique_ptr<RecordStore> store_;
     std::map<std::string, RowFile> files_;  // by subject
     int pause_ = 0;                         // milliseconds
+    bool hasWorked_ = false;
+    int refusals_ = 0;  // in a row, by servers that have worked
     std::string problem_;
     bool hasTrouble_ = false;
     std::atomic<bool> isStopped_{false};

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "stream/message.h"
@@ -62,7 +63,8 @@ void CheckStatus(natsStatus status, const std::string& doing, jsErrCode code) {
     throw StreamError(text, !IsRefusal(status));
 }
 
-StreamConnection::StreamConnection(const StreamAddress& address) {
+StreamConnection::StreamConnection(const StreamAddress& address, Listener listener)
+    : listener_(std::move(listener)) {
     natsOptions* options = nullptr;
     CheckStatus(natsOptions_Create(&options), "the stream's library");
     options_.reset(options);
@@ -131,10 +133,15 @@ void StreamConnection::SetOptions(const StreamAddress& address) {
 }
 
 void StreamConnection::Note(const std::string& text, bool isPassing) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (trouble_.empty() || (isPassing_ && !isPassing)) {
-        trouble_ = text;
-        isPassing_ = isPassing;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (trouble_.empty() || (isPassing_ && !isPassing)) {
+            trouble_ = text;
+            isPassing_ = isPassing;
+        }
+    }
+    if (listener_) {
+        listener_(text);
     }
 }
 

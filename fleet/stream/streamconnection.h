@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -47,8 +48,11 @@ using OwnedMessage = StreamOwner<natsMsg, &natsMsg_Destroy>;
 // Thread safety: as the library's; the library's threads call back.
 class StreamConnection {
   public:
+    // Told what went wrong, on a thread of the library.
+    using Listener = std::function<void(const std::string& trouble)>;
+
     // Throws StreamError.
-    explicit StreamConnection(const StreamAddress& address);
+    explicit StreamConnection(const StreamAddress& address, Listener listener = {});
     ~StreamConnection();
 
     StreamConnection(const StreamConnection&) = delete;
@@ -65,6 +69,7 @@ class StreamConnection {
     void Note(const std::string& text, bool isPassing);
     void NoteClosed();
 
+    const Listener listener_;
     StreamOwner<natsOptions, &natsOptions_Destroy> options_;
     mutable std::mutex mutex_;
     std::condition_variable closed_;

@@ -1,5 +1,6 @@
 #include "stream/streamtarget.h"
 
+#include <algorithm>
 #include <deque>
 #include <mutex>
 #include <utility>
@@ -22,7 +23,9 @@ constexpr size_t kWindow = 64;
 // A message that was not acknowledged by then is given up, and sent again by a new target.
 constexpr int64_t kAcknowledgeMilliseconds = 5000;
 
-constexpr const char* kKeyHeader = "Nats-Msg-Id";
+// Not the header by which servers leave out what came before, which holds for two minutes: the
+// store's key leaves out what comes twice.
+constexpr const char* kKeyHeader = "Qv-Key";
 
 // A call-back of the library may still run when its target is gone. The last windows are kept for
 // it: a new target is made every 0.2 seconds at most.
@@ -60,11 +63,15 @@ void TakeAnswer(jsCtx*, natsMsg* message, jsPubAck*, jsPubAckErr* error, void* c
 
 }  // namespace
 
-StreamTarget::StreamTarget(const StreamAddress& address, const std::string& host, uint32_t shards)
+StreamTarget::StreamTarget(const StreamAddress& address, const std::string& host, uint32_t shards,
+                           std::shared_ptr<Arrivals> arrivals)
     : host_(host),
       shard_(ShardOf(host, shards)),
+      arrivals_(std::move(arrivals)),
       window_(std::make_shared<Window>()),
-      connection_(address) {
+      // Nobody acknowledges what was on its way when the connection ends.
+      connection_(address,
+                  [window = window_](const std::string& trouble) { window->Fail(trouble); }) {
     Translated([&] {
         jsOptions options;
         jsOptions_Init(&options);
@@ -77,16 +84,38 @@ StreamTarget::StreamTarget(const StreamAddress& address, const std::string& host
 }
 
 std::unique_ptr<Target> StreamTarget::Make(const StreamAddress& address, const std::string& host,
-                                           uint32_t shards) {
-    return Translated([&] { return std::make_unique<StreamTarget>(address, host, shards); });
+                                           uint32_t shards,
+                                           const std::shared_ptr<Arrivals>& arrivals) {
+    return Translated(
+        [&] { return std::make_unique<StreamTarget>(address, host, shards, arrivals); });
 }
 
 StreamTarget::~StreamTarget() {
+    constexpr uint64_t none = UINT64_MAX;
+    for (size_t i = 0; i < files_.size(); ++i) {
+        const File& file = files_[i];
+        const uint64_t lowest = window_->Lowest(static_cast<int64_t>(i), none);
+        Arrival& arrival = (*arrivals_)[file.subject];
+        arrival.end = std::max(arrival.end, std::min(lowest, file.sent));
+        arrival.isMarked = file.isMarked && lowest == none;
+    }
     KeepForAWhile(window_);
 }
 
 std::chrono::milliseconds StreamTarget::Gathering() const {
     return std::chrono::milliseconds(800);
+}
+
+// Servers that change their leader may answer with an empty message.
+void StreamTarget::ReadLast(natsMsg* last, File& file, uint64_t& resumeAt) {
+    try {
+        const Message message =
+            Decode({natsMsg_GetData(last), static_cast<size_t>(natsMsg_GetDataLength(last))});
+        resumeAt = message.low;
+        file.isMarked = message.type == MessageType::Mark;
+    } catch (const MessageError& error) {
+        throw StreamError("the last message of " + file.subject + ": " + error.what(), true);
+    }
 }
 
 TargetFile StreamTarget::Open(const FileIdentity& identity) {
@@ -108,19 +137,22 @@ TargetFile StreamTarget::Open(const FileIdentity& identity) {
         }
         connection_.Check();
         CheckStatus(status, "asking for the last message of " + file.subject);
-        const Message message =
-            Decode({natsMsg_GetData(last), static_cast<size_t>(natsMsg_GetDataLength(last))});
-        resumeAt = message.low;
-        file.isMarked = message.type == MessageType::Mark;
+        ReadLast(last, file, resumeAt);
     });
+    const Arrival& arrival = (*arrivals_)[file.subject];
+    resumeAt = std::max(resumeAt, arrival.end);
+    file.isMarked = file.isMarked || arrival.isMarked;
+    file.sent = resumeAt;
+    const bool isMarked = file.isMarked;
     files_.push_back(std::move(file));
-    return {static_cast<int64_t>(files_.size() - 1), resumeAt};
+    return {static_cast<int64_t>(files_.size() - 1), resumeAt, isMarked};
 }
 
 void StreamTarget::Send(int64_t handle, FilePart part) {
     files_[static_cast<size_t>(handle)].isMarked = false;
     FilePart joined;
     part.ForEach([&](const NS_LOG_READER::Piece& piece) {
+        // What is joined follows each other: it goes before a piece that goes alone.
         if (!joined.slices.empty() && joined.bytes.size() + piece.bytes.size() > kJoinedSize) {
             SendJoined(handle, joined);
             joined = FilePart();
@@ -141,6 +173,7 @@ void StreamTarget::SendJoined(int64_t handle, const FilePart& part) {
     message.type = MessageType::Part;
     message.part = part;
     PublishPart(handle, message, part.offset, part.End());
+    files_[static_cast<size_t>(handle)].sent = part.End();
 }
 
 void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece) {
@@ -155,6 +188,8 @@ void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piec
         PublishPart(handle, message, message.chunkOffset,
                     message.chunkOffset + message.part.bytes.size());
     }
+    // Not before: of a piece, the chunks that have not been sent have not arrived.
+    files_[static_cast<size_t>(handle)].sent = piece.offset + piece.bytes.size();
 }
 
 // A new shipper cannot begin inside a piece: the place of a chunk is that of its piece.
@@ -187,7 +222,7 @@ void StreamTarget::Publish(const std::string& subject, const Message& message,
         jsPubOptions options;
         jsPubOptions_Init(&options);
         options.MaxWait = kAcknowledgeMilliseconds;
-        options.MsgId = key.c_str();
+        CheckStatus(natsMsgHeader_Set(made, kKeyHeader, key.c_str()), "message");
         natsMsg* sent = owner.release();
         const natsStatus status = js_PublishMsgAsync(streams_.get(), &sent, &options);
         owner.reset(sent);
@@ -222,9 +257,9 @@ void StreamTarget::NoteComplete(int64_t handle, uint64_t size) {
     message.file = file.identity;
     message.low = size;
     const std::string key = file.subject + ":" + std::to_string(size) + "-end";
-    window_->Add(key, -1, 0);
-    Publish(file.subject, message, key);
+    window_->Add(key, handle, size);
     file.isMarked = true;
+    Publish(file.subject, message, key);
 }
 
 void StreamTarget::NoteSentAgain(int64_t) {}

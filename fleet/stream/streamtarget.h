@@ -3,6 +3,7 @@
 
 #include <nats/nats.h>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,17 +15,28 @@
 
 namespace NS_LOG_FLEET {
 
+// How far the files of each subject have arrived, as the targets of one program saw it.
+struct Arrival {
+    uint64_t end = 0;
+    bool isMarked = false;
+};
+using Arrivals = std::map<std::string, Arrival>;
+
 // Each file has a subject of its own. Each of its messages says how far the file had arrived
 // without a gap when it was sent; so the last one of them tells a new shipper where to go on. That
 // the last message has arrived does not mean that those before it have.
+//
+// What earlier targets of this program saw arriving is not sent again, also when the stream has
+// forgotten it since: a small stream would be filled with the same messages again and again.
 class StreamTarget final : public Target {
   public:
     // Connects. Throws TargetError.
     static std::unique_ptr<Target> Make(const StreamAddress& address, const std::string& host,
-                                        uint32_t shards);
+                                        uint32_t shards, const std::shared_ptr<Arrivals>& arrivals);
 
     // The same. Throws StreamError.
-    StreamTarget(const StreamAddress& address, const std::string& host, uint32_t shards);
+    StreamTarget(const StreamAddress& address, const std::string& host, uint32_t shards,
+                 std::shared_ptr<Arrivals> arrivals);
     ~StreamTarget() override;
 
     TargetFile Open(const FileIdentity& file) override;
@@ -41,9 +53,11 @@ class StreamTarget final : public Target {
     struct File {
         FileIdentity identity;
         std::string subject;
+        uint64_t sent = 0;      // where the last part that was sent ended
         bool isMarked = false;  // the last message is a closing mark
     };
 
+    static void ReadLast(natsMsg* last, File& file, uint64_t& resumeAt);
     void SendJoined(int64_t handle, const FilePart& part);
     void SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece);
     void PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end);
@@ -51,6 +65,7 @@ class StreamTarget final : public Target {
 
     const std::string host_;
     const uint32_t shard_;
+    const std::shared_ptr<Arrivals> arrivals_;
     std::vector<File> files_;
     std::shared_ptr<Window> window_;
     StreamConnection connection_;

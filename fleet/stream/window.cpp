@@ -1,10 +1,23 @@
 #include "stream/window.h"
 
 namespace NS_LOG_FLEET {
+namespace {
+
+// Longer than a message waits for its acknowledgement.
+constexpr std::chrono::seconds kPatience{15};
+
+}  // namespace
 
 bool Window::AwaitRoom(size_t most) {
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [&] { return messages_.size() < most || !failure_.empty(); });
+    while (messages_.size() >= most && failure_.empty()) {
+        const uint64_t arrived = arrived_;
+        const bool goesOn = changed_.wait_for(
+            lock, kPatience, [&] { return arrived_ != arrived || !failure_.empty(); });
+        if (!goesOn) {
+            failure_ = "nothing is acknowledged";
+        }
+    }
     return failure_.empty();
 }
 
@@ -30,6 +43,7 @@ void Window::Remove(const std::string& key) {
         }
     }
     messages_.erase(message);
+    ++arrived_;
     changed_.notify_all();
 }
 

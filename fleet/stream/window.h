@@ -16,7 +16,8 @@ namespace NS_LOG_FLEET {
 // Thread safety: all operations.
 class Window {
   public:
-    // Waits until fewer than `most` messages are on their way. False: one has failed.
+    // Waits until fewer than `most` messages are on their way. False: one has failed, or none has
+    // arrived for a while.
     bool AwaitRoom(size_t most);
 
     // The message goes off.
@@ -43,6 +44,7 @@ class Window {
     std::condition_variable changed_;
     std::map<std::string, Place> messages_;
     std::map<int64_t, std::multiset<uint64_t>> places_;
+    uint64_t arrived_ = 0;  // so many so far
     std::string failure_;
 };
 

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -64,9 +66,20 @@ class FleetTest : public DirectoryTest {
         process.Wait();
     }
 
+    // It must not end by itself while something is awaited.
+    void Watch(ChildProcess& process) { watched_.push_back(&process); }
+
     // Waits until the condition holds; the test's own limit ends it.
-    static void Await(const std::function<bool()>& condition) {
+    void Await(const std::function<bool()>& condition) const {
         while (!condition()) {
+            for (ChildProcess* const process : watched_) {
+                siginfo_t info{};
+                if (::waitid(P_PID, static_cast<id_t>(process->GetId()), &info,
+                             WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                    info.si_pid != 0) {
+                    throw std::runtime_error("a program has ended: " + process->Wait().errors);
+                }
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
@@ -141,6 +154,7 @@ class FleetTest : public DirectoryTest {
     }
 
     std::unique_ptr<PostgresServer> postgres_;
+    std::vector<ChildProcess*> watched_;
 };
 
 }  // namespace NS_TEST

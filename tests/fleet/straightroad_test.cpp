@@ -100,7 +100,7 @@ TEST_F(StraightRoad, ReportsAFileThatWasRemovedBeforeItWasSent) {
     RunAgent(200);
     const std::string name = ListLogFiles(Logs(), "debug").front();
     {
-        ChildProcess shipper(ChildStart{ShipWords({"--rate", "300K"})});
+        ChildProcess shipper(ChildStart{ShipWords({"--rate", "100K"})});
         Await([&] {
             return Number("SELECT count(*) FROM qv.file WHERE name = '" + name +
                           "' AND stored > 0 AND NOT complete") == 1;

@@ -15,7 +15,12 @@ using namespace NS_TEST;
 using testing::AnyOf;
 using testing::HasSubstr;
 
-const std::vector<std::string> kCommands = {"verify", "stats", "report", "prune", "export"};
+const std::vector<std::string> kCommands = {
+    "verify", "stats",   "report", "prune", "export",
+#ifdef QV_HAS_FLEET
+    "ship",   "collect",
+#endif
+};
 
 class Documents : public ReaderProgram {
   protected:

@@ -1,0 +1,222 @@
+// Through the stream into the store, with the real servers.
+#include "fleet/fleetfixture.h"
+#include "fleet/natsservers.h"
+
+namespace {
+
+using namespace NS_TEST;
+using ::testing::HasSubstr;
+
+class StreamRoad : public FleetTest {
+  protected:
+    // Makes the stream. `more`: options of `qvlog collect` for that.
+    void StartServers(int count, const std::vector<std::string>& more = {}) {
+        nats_ = std::make_unique<NatsServers>(Path("nats"), count);
+        std::vector<std::string> words = {QVLOG,
+                                          "collect",
+                                          "--from",
+                                          nats_->Url(),
+                                          "--make-streams",
+                                          "--replicas",
+                                          std::to_string(count)};
+        Append(words, nats_->Words("collector"));
+        Append(words, more);
+        const ChildResult made = RunProgram(ChildStart{words});
+        ASSERT_EQ(made.exitCode, 0) << made.errors;
+    }
+
+    NatsServers& Nats() { return *nats_; }
+
+    std::vector<std::string> CollectWords() const {
+        std::vector<std::string> words = {QVLOG,        "collect", "--from",
+                                          nats_->Url(), "--to",    Target()};
+        Append(words, nats_->Words("collector"));
+        return words;
+    }
+    std::unique_ptr<ChildProcess> StartCollector() const {
+        return std::make_unique<ChildProcess>(ChildStart{CollectWords()});
+    }
+
+    std::unique_ptr<ChildProcess> StartStreamShipper() const {
+        return std::make_unique<ChildProcess>(ChildStart{StreamShipWords()});
+    }
+    ChildResult ShipAllIntoStream() const {
+        std::vector<std::string> words = StreamShipWords();
+        words.push_back("--once");
+        return RunProgram(ChildStart{words});
+    }
+
+    std::vector<std::string> StreamShipWords(const std::string& host = "host1",
+                                             const std::string& user = "host1") const {
+        std::vector<std::string> words = {QVLOG,  "ship",       "--host", host,
+                                          "--to", nats_->Url(), Logs()};
+        Append(words, nats_->Words(user));
+        return words;
+    }
+
+    // Everything that the files hold is in the store.
+    void AwaitFiles(int64_t count) const {
+        Await([&] {
+            return Number("SELECT count(*) FROM qv.file WHERE complete AND stored = size") >= count;
+        });
+    }
+
+    int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }
+
+  private:
+    static void Append(std::vector<std::string>& words, const std::vector<std::string>& more) {
+        words.insert(words.end(), more.begin(), more.end());
+    }
+
+    std::unique_ptr<NatsServers> nats_;
+};
+
+TEST_F(StreamRoad, StoresEveryByteOfEveryFileOnce) {
+    StartServers(1);
+    RunAgent(200);
+    const ChildResult result = ShipAllIntoStream();
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    const auto collector = StartCollector();
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+    const int64_t stored = CountRecords();
+
+    // A new agent's records come behind, and nothing of the first one's comes again.
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    RunAgent(5);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    AwaitFiles(14);
+    EXPECT_GT(CountRecords(), stored);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, IsExactWhenShippersAndCollectorsAreKilled) {
+    StartServers(1);
+    RunAgent(2000);
+    const auto second = StartCollector();
+    for (int i = 1; i <= 4; ++i) {
+        const int64_t before = CountRecords();
+        const auto collector = StartCollector();
+        const auto shipper = StartStreamShipper();
+        Await([&] {
+            return CountRecords() > before || Number(
+                                                  "SELECT count(*) FROM qv.file WHERE "
+                                                  "complete AND stored = size") == 7;
+        });
+        KillAndWait(*shipper);
+        KillAndWait(*collector);
+    }
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
+    StartServers(3);
+    const auto collector = StartCollector();
+    const auto shipper = StartStreamShipper();
+    Watch(*collector);
+    Watch(*shipper);
+    const auto writeAndKill = [&](const std::vector<int>& nodes) {
+        const auto agent = StartAgent(1000);
+        AwaitRecords(CountRecords() + 1);
+        for (const int node : nodes) {
+            Nats().Kill(node);
+        }
+        agent->Wait();
+    };
+    const int leader = Nats().Leader();
+    writeAndKill({leader});
+    AwaitFiles(CountFiles());
+    Nats().Start(leader);
+
+    const int follower = Nats().Leader() % 3 + 1;
+    writeAndKill({follower});
+    AwaitFiles(CountFiles());
+    Nats().Start(follower);
+
+    const int last = Nats().Leader();
+    writeAndKill({last, last % 3 + 1});
+    Nats().Start(last);
+    Nats().Start(last % 3 + 1);
+    AwaitFiles(CountFiles());
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, IsExactWhenEverythingIsKilledAtOnce) {
+    StartServers(3);
+    for (int i = 1; i <= 2; ++i) {
+        const auto collector = StartCollector();
+        const auto shipper = StartStreamShipper();
+        const auto agent = StartAgent(2000);
+        AwaitRecords(CountRecords() + 1000);
+        KillAndWait(*agent);
+        KillAndWait(*shipper);
+        KillAndWait(*collector);
+        for (int node = 1; node <= 3; ++node) {
+            Nats().Kill(node);
+        }
+        Postgres().Kill();
+        Postgres().Start();
+        for (int node = 1; node <= 3; ++node) {
+            Nats().Start(node);
+        }
+    }
+    const auto collector = StartCollector();
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    AwaitFiles(CountFiles());
+    ExpectStoreHasFiles();
+}
+
+// Room comes when what is stored there grows old.
+TEST_F(StreamRoad, WaitsWhileTheStreamIsFullAndLosesNothing) {
+    StartServers(1, {"--max-bytes", "1M", "--max-age", "10"});
+    RunAgent(300);
+    const auto collector = StartCollector();
+    const auto shipper = StartStreamShipper();
+    ASSERT_TRUE(shipper->WaitForError("maximum bytes exceeded"));
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, PutsRecordsOfManyMegabytesTogether) {
+    StartServers(1);
+    RunAgent(1);
+    const std::string path = Logs() + "/" + ListLogFiles(Logs(), "corbaoper").front();
+    std::string text = ReadFile(path);
+    text.insert(text.find(" Detail: ") + 9, std::string(5000000, 'x') + "\n\"\\\t\x01\n");
+    WriteFile(path, text);
+    const auto collector = StartCollector();
+    const auto second = StartCollector();
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    AwaitFiles(7);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.chunk"), 0);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, RefusesAnotherHostsSubjectsAndSaysSo) {
+    StartServers(1);
+    RunAgent(1);
+    const ChildResult result = RunProgram(ChildStart{StreamShipWords("host2", "host1")});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("Permissions Violation"));
+}
+
+TEST_F(StreamRoad, RefusesMissingAndForeignCertificatesAndSaysSo) {
+    StartServers(1);
+    RunAgent(1);
+    const std::string ca = Nats().Words("host1")[1];
+    const ChildResult none = RunProgram(
+        ChildStart{{QVLOG, "ship", "--host", "host1", "--to", Nats().Url(), "--ca", ca, Logs()}});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_THAT(none.errors, HasSubstr("refuse a client without a certificate"));
+
+    RunProgram({{std::string(QV_FLEET) + "/nats/make-certificates.sh", Path("other"), "host1"}});
+    const ChildResult foreign = RunProgram(ChildStart{
+        {QVLOG, "ship", "--host", "host1", "--to", Nats().Url(), "--ca", Path("other/ca.pem"),
+         "--cert", Path("other/host1.pem"), "--key", Path("other/host1.key"), Logs()}});
+    EXPECT_EQ(foreign.exitCode, 2);
+    EXPECT_THAT(foreign.errors, HasSubstr("SSL"));
+}
+
+}  // namespace
