@@ -3,6 +3,8 @@
 #include <ace/OS_NS_stdio.h>
 #include <ace/OS_NS_sys_stat.h>
 
+#include <new>
+
 #include "base/singleton.h"
 #include "control/switchfile.h"
 #include "diagnostic/logproxycache.h"
@@ -73,6 +75,9 @@ void LogSwitchMonitorMgr::AfterForkInChild() {
     if (LogSwitchMonitorMgr* monitor = logSwitchMonitorMgr.InstanceIfAny()) {
         monitor->started_ = false;
         monitor->threadToEnd_ = false;
+        // The thread that waits for the event is the parent's. The end of the event would wait for
+        // that thread to leave it, so the child gets another one, and the old one's memory is lost.
+        new (&monitor->stopEvent_) StopEvent(0, 0, USYNC_THREAD, nullptr);
     }
 }
 

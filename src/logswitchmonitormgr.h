@@ -68,6 +68,9 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     void Check();
 
   private:
+    // Waits on the monotonic clock: a wall clock that is set back must not lengthen the sleep.
+    using StopEvent = ACE_Event_T<ACE_Monotonic_Time_Policy>;
+
     // What one pass of the thread does between two sleeps.
     void Examine();
     void Sleep();
@@ -75,8 +78,7 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
 
     const PollInterval pollInterval_;
     std::string configFilePath_;  // written before the thread starts
-    // Waits on the monotonic clock: a wall clock that is set back must not lengthen the sleep.
-    ACE_Event_T<ACE_Monotonic_Time_Policy> stopEvent_;
+    StopEvent stopEvent_;
     ACE_Semaphore exitSemaphore_;
     std::atomic<bool> stopRequested_{false};
     std::atomic<bool> started_{false};

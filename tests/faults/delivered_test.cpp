@@ -44,7 +44,7 @@ TEST_F(DeliveredAgent, LosesNothingToInterruptionsAndShortWrites) {
 
 TEST_F(DeliveredAgent, ReportsAtItsEndWhatTheDiskHasNotTaken) {
     const ChildResult result = LogLines("write:2:1000000:28:0:0");
-    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.errors, HasSubstr("corbaoper: 40 records could not be written (last error: "
                                          "No space left on device)"));
     EXPECT_THAT(result.errors, HasSubstr("faults: "));

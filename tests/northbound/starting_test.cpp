@@ -61,9 +61,10 @@ TEST_F(NorthboundStart, IsRefusedOnAPortThatIsTaken) {
     const std::multiset<std::string> addresses = ListeningAddresses(agent_->GetId());
     ASSERT_THAT(addresses, SizeIs(1));
     const unsigned long port = std::stoul(addresses.begin()->substr(9), nullptr, 16);
-    Configure("bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
-              std::to_string(port) + "\n");
-    const ChildResult result = Run({"--traffic", "none"});
+    NS_TEST::WriteFile(Path("second/conf/corba_agent.cfg"),
+                       "bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
+                           std::to_string(port) + "\n");
+    const ChildResult result = Run({"--traffic", "none", "--share", Path("second")});
     EXPECT_EQ(result.exitCode, 5);
     EXPECT_THAT(result.errors, HasSubstr("the ORB does not start: INITIALIZE"));
     EXPECT_EQ(Call({"alarms"}).exitCode, 0);

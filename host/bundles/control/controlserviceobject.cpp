@@ -15,24 +15,24 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-constexpr char kName[] = "qv_control";
+constexpr char kServiceName[] = "qv_control";
 
 // Enough for a client on a busy machine. A client that hangs is disconnected after this time.
 constexpr std::chrono::seconds kPatience{5};
 
 }  // namespace
 
-ControlServiceObject::ControlServiceObject() : ServiceObjectBase(kName, kName) {}
+ControlServiceObject::ControlServiceObject() : ServiceObjectBase(kServiceName, kServiceName) {}
 
 ControlServiceObject::~ControlServiceObject() = default;
 
 int ControlServiceObject::init(int argc, ACE_TCHAR* argv[]) {
-    if (!ReadArguments(kName, argc, argv)) {
+    if (!ReadArguments(kServiceName, argc, argv)) {
         return -1;
     }
     const std::string share = NS_UTIL::SelfUtilCommon::getEnvValue("_APP_SHARE_DIR");
     if (share.empty()) {
-        Report(kName, "there is no place for the socket: _APP_SHARE_DIR is not set");
+        Report(kServiceName, "there is no place for the socket: _APP_SHARE_DIR is not set");
         return -1;
     }
     try {
@@ -41,7 +41,7 @@ int ControlServiceObject::init(int argc, ACE_TCHAR* argv[]) {
         server_->Start();
     } catch (const std::exception& error) {
         server_.reset();
-        Report(kName, std::string("no control socket: ") + error.what());
+        Report(kServiceName, std::string("no control socket: ") + error.what());
         return -1;
     }
     return 0;

@@ -9,19 +9,19 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-constexpr char kName[] = "qv_schedule";
+constexpr char kServiceName[] = "qv_schedule";
 constexpr char kInterfaceName[] = "ScheduleSvcInterface";
 
 }  // namespace
 
-ScheduleServiceObject::ScheduleServiceObject() : ServiceObjectBase(kName, kName) {}
+ScheduleServiceObject::ScheduleServiceObject() : ServiceObjectBase(kServiceName, kServiceName) {}
 
 ScheduleServiceObject::~ScheduleServiceObject() {
     ScheduleServiceObject::fini();
 }
 
 int ScheduleServiceObject::init(int argc, ACE_TCHAR* argv[]) {
-    if (!ReadArguments(kName, argc, argv)) {
+    if (!ReadArguments(kServiceName, argc, argv)) {
         return -1;
     }
     CreateInterface();
