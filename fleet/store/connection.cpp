@@ -4,12 +4,26 @@
 
 #include <charconv>
 #include <chrono>
-#include <regex>
 
 namespace NS_LOG_FLEET {
 namespace {
 
 constexpr std::chrono::seconds kConnectTime{10};
+
+constexpr size_t kErrorCodeSize = 5;
+
+// Where the code stands in "FATAL:  28P01: password authentication failed", in any language; npos
+// when there is none.
+size_t FindErrorCode(const std::string& text) {
+    for (size_t at = text.find(":  "); at != std::string::npos; at = text.find(":  ", at + 1)) {
+        const size_t code = at + 3;
+        const size_t end = text.find_first_not_of("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ", code);
+        if (end == code + kErrorCodeSize && text.compare(end, 2, ": ") == 0) {
+            return code;
+        }
+    }
+    return std::string::npos;
+}
 
 std::string WithoutEnd(const char* message) {
     std::string text = message == nullptr ? "" : message;
@@ -103,10 +117,13 @@ void Connection::AwaitConnection() const {
     }
     if (status == PGRES_POLLING_FAILED) {
         const std::string text = PQerrorMessage(connection_.get());
-        std::smatch found;
-        // "FATAL:  28P01: password authentication failed", in any language.
-        const bool isRefused = std::regex_search(text, found, std::regex(":  ([0-9A-Z]{5}): (.*)"));
-        throw isRefused ? StoreError(found[2], found[1]) : StoreError(WithoutEnd(text.c_str()), "");
+        const size_t code = FindErrorCode(text);
+        if (code == std::string::npos) {
+            throw StoreError(WithoutEnd(text.c_str()), "");
+        }
+        const size_t message = code + kErrorCodeSize + 2;
+        throw StoreError(text.substr(message, text.find('\n', message) - message),
+                         text.substr(code, kErrorCodeSize));
     }
 }
 

@@ -35,9 +35,9 @@ struct Verification {
     uint64_t Problems() const;
 };
 
-// Checks the pieces of a series, file by file. Each record uses up a number, also a short one, which
-// does not show it. A number that is neither shown nor used up by a short record belonged to a lost
-// record.
+// Checks the pieces of a series, file by file. Each record uses up a number, also a short one,
+// which does not show it. A number that is neither shown nor used up by a short record belonged to
+// a lost record.
 //
 // Thread safety: none.
 class Verifier {
