@@ -71,7 +71,7 @@ for preset in "${presets[@]}"; do
     echo "== Build: $preset"
     qv_configure "$root" "$preset" "${options[@]}" >/dev/null
     if [[ $fleet == ON ]]; then
-        qv_build "$root" "$preset" fleet_test fleet_road_test
+        qv_build "$root" "$preset" fleet_test fleet_road_test fleet_asking_test
     else
         qv_build "$root" "$preset"
     fi

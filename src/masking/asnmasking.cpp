@@ -35,6 +35,9 @@ void MaskRests(KeySearch search, char* text, std::size_t length) {
 
 // Returns the place right behind the next `wanted`; null when there is none.
 char* Behind(std::string_view wanted, char* from, const char* end) {
+    if (from == end) {
+        return nullptr;  // an empty text may have no address
+    }
     void* const found =
         memmem(from, static_cast<std::size_t>(end - from), wanted.data(), wanted.size());
     return found == nullptr ? nullptr : static_cast<char*>(found) + wanted.size();
