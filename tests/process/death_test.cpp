@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <filesystem>
+
 #include "agent/agentfixture.h"
 
 namespace NS_TEST {
@@ -21,6 +23,7 @@ class DyingAgent : public AgentTest {
 
     // Runs an agent whose bundle dies in that way, until it is dead.
     ChildResult Die(const std::string& how, const std::vector<std::string>& options) {
+        std::filesystem::remove(Path("now"));  // of an agent that is dead
         Configure("bundles = qv_base_log, dying=" QV_DYING_BUNDLE "\ndying.arguments = " + how +
                   "\n");
         std::vector<std::string> arguments = {"--traffic", "none", "--keep-running"};
