@@ -4,8 +4,9 @@
 namespace NS_LOG_SERVICE1 {
 
 // Has the C library call the service's handlers around each fork, from now on and until the library
-// is unloaded. They leave parent and child with locks that can be used, and the child without what
-// belongs to the parent: its queued records, those that were kept back, its files and its threads.
+// is unloaded. They leave parent and child with locks that can be used. The child is left without
+// what belongs to the parent: its queued records, those that were kept back, its files and its
+// threads.
 //
 // A fork waits until the writes that go on are completed.
 //

@@ -12,8 +12,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Tells the first failure of a channel, each hour that it lasts, and its end; and, at most once an
-// hour for each channel, that records were lost because their file was emptied.
+// Tells the first failure of a channel, each hour that it lasts, and its end. Tells also, at most
+// once an hour for each channel, that records were lost because their file was emptied.
 //
 // Thread safety: one thread.
 class ChannelWatch {

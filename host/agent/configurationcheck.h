@@ -19,8 +19,8 @@ class ConfigurationCheck {
     // `share` is the share directory in which the file at `path` lies.
     ConfigurationCheck(const std::string& path, const std::string& text, const std::string& share);
 
-    // Every item that is in the file or has a default, with its value in force, where that comes
-    // from, and what is wrong with it; then the lines that are no items.
+    // Every item that is in the file or has a default: its value in force, where that comes from,
+    // and what is wrong with it. Behind them the lines that are no items.
     void Print(std::ostream& out) const;
 
     // What is wrong, each with the item's name in front; without the lines that are no items, which

@@ -12,8 +12,7 @@ namespace NS_REFERENCE_HOST {
 // then the default action happens: the process dies of the signal.
 //
 // The signal's handler only wakes a thread, which was started in time, and waits for it for two
-// seconds at most: whatever lock the thread that dies has in its hands, the heap's too, the process
-// dies.
+// seconds at most. So the process dies whatever lock the dying thread holds, the heap's too.
 //
 // Thread safety: one object at a time, made and destroyed by one thread.
 class FatalSignals {

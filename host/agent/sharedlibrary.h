@@ -24,9 +24,8 @@ class SharedLibrary {
 };
 
 // Returns the path of the library of the bundle `name`: libNAME.so in the bundle directory of the
-// installation that the program belongs to, or in the directory ../lib of the program, where a
-// build has it. If there is none, returns the bare file name, for which the loader searches its own
-// path.
+// program's installation. A build has it in the directory ../lib of the program. If there is none,
+// returns the bare file name, for which the loader searches its own path.
 std::string FindBundleLibrary(const std::string& name);
 
 }  // namespace NS_REFERENCE_HOST

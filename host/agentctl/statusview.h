@@ -9,8 +9,8 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Returns what the agent is, its switches, a table of the channels and their last errors. The table
-// has a column for each number and the files' paths where there is room for that, and else the most
+// Returns what the agent is, its switches, a table of the channels and their last errors. Where
+// there is room, the table has a column for each number, and the files' paths. Else it has the most
 // important numbers in short, and only whether the file is well.
 //
 // The rates are those since `before`, the data of an earlier status of the same process; without

@@ -185,9 +185,9 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Returns the switches of the whole service.
     virtual LogSwitches GetSwitches() = 0;
 
-    // For a handler of a fatal signal: writes what is queued to the files that are open, as well as
-    // it can be had without memory and without waiting for a lock that may never be free. Takes at
-    // most two seconds. The process is expected to end afterwards.
+    // For a handler of a fatal signal: writes what is queued to the files that are open. Needs no
+    // memory and waits for no lock that may never be free, so it may not reach all. Takes at most
+    // two seconds. The process is expected to end afterwards.
     virtual void WriteQueuesBeforeDeath() noexcept = 0;
 };
 

@@ -25,7 +25,7 @@ namespace NS_LOG_SERVICE1 {
 // The count limit is only stored: no file is removed because of it.
 //
 // When an operation throws, as for lack of memory, what it has not written of its records is
-// counted as dropped, but for the kept-back records of a dump, which were not touched then.
+// counted as dropped. The kept-back records of a dump stay as they were then.
 //
 // Thread safety: none; the channel's file mutex guards it.
 class LogFile {

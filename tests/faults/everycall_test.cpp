@@ -64,9 +64,9 @@ class EveryCall : public FaultsTest,
         ASSERT_GT(faultless_.files.size(), 2u);
     }
 
-    // What one failure can cost at most: a record in direct output; in queued output the batch for
-    // which no file could be opened; else the history of a dump, and the record that asks for it
-    // where there is no file.
+    // What one failure can cost at most. In direct output: a record. In queued output: the batch
+    // for which no file could be opened. Else the history of a dump, and the record that asks for
+    // it where there is no file.
     static uint64_t MostLost() {
         return Kind() == OutputKind::DIRECT ? 1 : Kind() == OutputKind::QUEUED ? kQueue : kKept + 1;
     }

@@ -38,8 +38,8 @@ void ReleaseCall();
 // The clock stands there, but for `step` seconds behind the creation of each watched file.
 void StopClock(int64_t second, int64_t step);
 
-// The clock that nobody sets shows so many seconds more at each look: whoever waits a while before
-// trying again has waited long enough at the next try. 0: it goes on as usual.
+// The clock that nobody sets shows so many seconds more at each look. So whoever waits a while
+// before trying again has waited long enough at the next try. 0: it goes on as usual.
 void HurryMonotonicClock(int64_t seconds);
 
 // Preloaded into another program, the library takes its orders from the environment, and says at
