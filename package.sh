@@ -38,7 +38,7 @@ while (($#)); do
 done
 
 source "$root/scripts/setup.sh"
-qv_install_packages "${qv_packages[@]}" "${qv_package_packages[@]}"
+qv_install_packages "${qv_packages[@]}" "${qv_fleet_packages[@]}" "${qv_package_packages[@]}"
 
 # The time that everything in the packages has: that of the commit, or of the export of it.
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
@@ -52,7 +52,7 @@ export SOURCE_DATE_EPOCH
 configure() {
     cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS=-g \
         -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_SYSCONFDIR=/etc -DCMAKE_INSTALL_LIBDIR="$1" \
-        -DCMAKE_SKIP_INSTALL_RPATH=ON -DQV_BUILD_PACKAGES=ON </dev/null
+        -DCMAKE_SKIP_INSTALL_RPATH=ON -DQV_BUILD_PACKAGES=ON -DQV_BUILD_FLEET=ON </dev/null
 }
 
 # pack GENERATOR SUFFIX...: builds, packs, and moves the packages to where they belong.

@@ -30,7 +30,8 @@ sources=("$@")
 # What the packages depend on is installed first: what is compared is what our packages leave.
 mmdebstrap --quiet --variant=apt --mode=root \
     --include=systemd-standalone-sysusers,systemd-standalone-tmpfiles,libace-dev,libjsoncpp-dev \
-    --include=libsafec3,libpcre2-8-0,zlib1g,libzstd1,libsqlite3-0,g++,cmake,make,pkgconf,passwd \
+    --include=libsafec3,libpcre2-8-0,zlib1g,libzstd1,libsqlite3-0,libpq5,libnats3.4 \
+    --include=g++,cmake,make,pkgconf,passwd \
     bookworm "$system" "${sources[@]}"
 
 mkdir -p "$system/packages" "$system/guide"
