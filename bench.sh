@@ -55,7 +55,7 @@ build_or_fail() {
 
 build_northbound() {
     qv_configure "$root" bench -DQV_BUILD_NORTHBOUND=ON &&
-        qv_build "$root" bench qv_agent qv_base_log qv_schedule qv_control qv_northbound qv_northbound_client
+        qv_build "$root" bench qv_agent qv_agentctl qv_base_log qv_schedule qv_control qv_northbound qv_northbound_client
 }
 
 build_all() {
