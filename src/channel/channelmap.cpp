@@ -53,7 +53,8 @@ const ChannelMap::Entry* ChannelMap::Next(const Entry* entry) {
 }
 
 void ChannelMap::FlushAll() {
-    ForEach([](const std::string& /*category*/, TEDebugInfoBuf& channel) { channel.Flush(); });
+    const LockGuard<Mutex> guard(mutex_);
+    ForEachLocked([](TEDebugInfoBuf& channel) { channel.Flush(); });
 }
 
 // A channel whose mutex is held for ever must not take the time of the others: all are tried

@@ -32,7 +32,9 @@ class ChannelMap {
     // name.
     TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
-    // Writes out the queue of each channel, in the order of the names.
+    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex, so
+    // that the channels stay the same meanwhile: a new logger waits. ForEach and Flush do it
+    // without.
     void FlushAll() EXCLUDES(mutex_);
 
     // Sets the policy of all channels, also of those that Create makes later.

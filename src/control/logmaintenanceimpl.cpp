@@ -94,8 +94,9 @@ LogMaintenanceImpl::~LogMaintenanceImpl() {
     }
 }
 
+// Channel by channel, and not through the manager: new loggers do not wait for the disk.
 void LogMaintenanceImpl::FlushAll() {
-    manager_.FlushAll();
+    ForChosen("", [](TEDebugInfoBuf& channel) { channel.Flush(); });
 }
 
 bool LogMaintenanceImpl::OutputAll(const std::string& category) {
