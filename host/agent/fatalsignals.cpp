@@ -58,12 +58,25 @@ int64_t MonotonicTime() {
     return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
-// The thread that writes. Signals are for the other threads: a fatal one that is sent to the
-// process must not hit the one that is to do the work.
+// No signal hits the calling thread, nor those that it starts, as long as the object lives.
+class BlockedSignals {
+  public:
+    BlockedSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &callers_);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &callers_, nullptr); }
+
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+  private:
+    sigset_t callers_;
+};
+
+// The thread that writes.
 void Serve() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, nullptr);
     state->writerId = ThreadId();
     while (sem_wait(&state->wanted) != 0) {
     }
@@ -71,6 +84,13 @@ void Serve() {
         state->service->WriteQueuesBeforeDeath();
         state->isDone = true;
     }
+}
+
+// Signals are for the other threads: a fatal one that is sent to the process must not hit the one
+// that is to do the work, not even while it starts.
+void StartWriter() {
+    const BlockedSignals blocked;
+    state->writer = std::thread(&Serve);
 }
 
 // A second thread that meets a fatal signal waits as well: its death would end the writing.
@@ -134,7 +154,7 @@ FatalSignals::FatalSignals(LogMaintenanceInterface& service) {
     state->isEnding = false;
     state->isDone = false;
     sem_init(&state->wanted, 0, 0);
-    state->writer = std::thread(&Serve);
+    StartWriter();
     struct sigaction action = {};
     action.sa_sigaction = &Handle;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
