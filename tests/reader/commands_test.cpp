@@ -159,6 +159,17 @@ TEST_F(Prune, NeverRemovesWhatIsBeingWritten) {
     EXPECT_THAT(Left(), ElementsAre("a2", "b3"));
 }
 
+// The agent may open a file again at the moment in which it is asked whether anybody writes it.
+TEST_F(Prune, IsNotEndedByTheSignalOfABrokenLease) {
+    const ProgramResult traced =
+        RunProgram({"strace", "-qq", "-o", Path("trace.txt"), "-e", "trace=fcntl", "-e",
+                    "inject=fcntl:signal=SIGIO", QVLOG, "prune", "--keep", "0", Path()},
+                   {{"ASAN_OPTIONS", "detect_leaks=0"}});
+    EXPECT_EQ(traced.exitCode, 0) << traced.errors;
+    EXPECT_THAT(Left(), IsEmpty());
+    EXPECT_THAT(ReadFile(Path("trace.txt")), HasSubstr("F_SETLEASE"));
+}
+
 TEST_F(Prune, WantsToKnowWhatToKeep) {
     EXPECT_EQ(Run({"prune", Path()}).exitCode, 2);
     EXPECT_EQ(Left().size(), 5U);

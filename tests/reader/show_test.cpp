@@ -129,6 +129,25 @@ TEST_F(Show, UsesAPagerAndColoursOnATerminal) {
     EXPECT_EQ(onTerminal("--no-pager", "").find("paged:"), std::string::npos);
 }
 
+// As when Control-C is pressed in the pager. A shell that goes on takes the terminal away from it.
+TEST_F(Show, EndsBehindItsPagerWhenItIsInterrupted) {
+    WriteSample();
+    const std::string command = std::string(QVLOG) + " " + Path() + "; echo then $?";
+    EXPECT_EQ(RunProgram({"script", "-qec", command, "/dev/null"},
+                         {{"PAGER", "kill -INT $PPID; cat >/dev/null; sleep 0.1; echo pager"},
+                          {"TERM", "xterm"}})
+                  .output,
+              "pager\r\nthen 130\r\n");
+}
+
+TEST_F(Show, GivesItsPagerASignalThatTellsOfAClosedPipe) {
+    WriteSample();
+    EXPECT_EQ(RunProgram({"script", "-qec", std::string(QVLOG) + " " + Path(), "/dev/null"},
+                         {{"PAGER", "bash -c 'kill -PIPE $$; echo ignored'"}, {"TERM", "xterm"}})
+                  .output,
+              "");
+}
+
 TEST_F(Show, StopsQuietlyWhenNobodyReads) {
     std::string text;
     for (uint32_t i = 1; i < 3000; ++i) {
