@@ -140,7 +140,10 @@ TEST_F(Prune, KeepsTheNewestOfEachCategory) {
 TEST_F(Prune, KeepsWhatFitsIntoASize) {
     EXPECT_EQ(Run({"prune", "--max-bytes", "2K", Path()}).exitCode, 0);
     EXPECT_THAT(Left(), ElementsAre("a3", "a4"));
-    EXPECT_EQ(Run({"prune", "--max-bytes", "2X", Path()}).exitCode, 2);
+    for (const char* size : {"2X", "-1", "x", "18446744073709551G"}) {
+        EXPECT_EQ(Run({"prune", "--max-bytes", size, Path()}).exitCode, 2) << size;
+    }
+    EXPECT_THAT(Left(), ElementsAre("a3", "a4"));
 }
 
 TEST_F(Prune, RemovesWhatIsOld) {
@@ -171,6 +174,7 @@ TEST_F(Prune, IsNotEndedByTheSignalOfABrokenLease) {
 }
 
 TEST_F(Prune, WantsToKnowWhatToKeep) {
+    EXPECT_EQ(Run({"prune", "--keep", "-1", Path()}).exitCode, 2);
     EXPECT_EQ(Run({"prune", Path()}).exitCode, 2);
     EXPECT_EQ(Left().size(), 5U);
 }
