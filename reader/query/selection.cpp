@@ -88,6 +88,16 @@ void CheckOrder(const std::pair<Number, Number>& range, const std::string& text)
     }
 }
 
+constexpr int kHighestLevel = 3;
+
+int ParseLevel(const std::string& text) {
+    const int level = ParseNumber<int>(text, "level");
+    if (level < kShortLevel || level > kHighestLevel) {
+        throw BadRequest("'" + text + "' is no level: there are -2 to 3");
+    }
+    return level;
+}
+
 }  // namespace
 
 bool Selection::HasRecordConditions() const {
@@ -133,11 +143,11 @@ std::vector<std::pair<int, int>> ParseLevels(const std::string& text) {
         if (part == "short" || part == "asn") {
             levels.emplace_back(part == "asn" ? -1 : -2, part == "asn" ? -1 : -2);
         } else if (dots == std::string::npos) {
-            const int level = ParseNumber<int>(part, "level");
+            const int level = ParseLevel(part);
             levels.emplace_back(level, level);
         } else {
-            levels.emplace_back(ParseNumber<int>(part.substr(0, dots), "level"),
-                                ParseNumber<int>(part.substr(dots + 2), "level"));
+            levels.emplace_back(ParseLevel(part.substr(0, dots)),
+                                ParseLevel(part.substr(dots + 2)));
             CheckOrder(levels.back(), part);
         }
         begin = end + 1;

@@ -99,7 +99,7 @@ TEST_F(SelectionTest, OfShortRecordsLooksAtTimeLevelAndText) {
 }
 
 TEST_F(SelectionTest, RefusesWhatItCannotUnderstand) {
-    for (const char* levels : {"", "x", "1,", "1..", "..2", "2..0"}) {
+    for (const char* levels : {"", "x", "1,", "1..", "..2", "2..0", "4", "0..4", "-3"}) {
         EXPECT_THROW(ParseLevels(levels), BadRequest) << levels;
     }
     EXPECT_THROW(ParseNumbers("x"), BadRequest);
