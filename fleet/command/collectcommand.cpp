@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "command/fleetcommands.h"
+#include "command/stoporders.h"
 #include "command/streamwords.h"
 #include "query/pattern.h"
 #include "store/migration.h"
@@ -53,8 +53,7 @@ bool RunCollector(Collector& collector) {
 }
 
 int RunCollectors() {
-    std::signal(SIGTERM, &StopCollectors);
-    std::signal(SIGINT, &StopCollectors);
+    const StopOrders orders(&StopCollectors);
     std::vector<std::thread> threads;
     threads.reserve(runningCollectors.size());
     std::atomic<bool> isFine{true};

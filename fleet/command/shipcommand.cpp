@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "command/fleetcommands.h"
+#include "command/stoporders.h"
 #include "command/streamwords.h"
 #include "query/pattern.h"
 #include "ship/shipper.h"
@@ -58,17 +59,6 @@ void StopShipper(int) {
     runningShipper->Stop();
 }
 
-// A wait ends when one of the signals comes. A lease that is asked for when a file's writer is
-// looked for could be broken, which is told by a signal that would end the process.
-void CatchSignals(Shipper& shipper) {
-    runningShipper = &shipper;
-    struct sigaction action {};
-    action.sa_handler = &StopShipper;
-    ::sigaction(SIGTERM, &action, nullptr);
-    ::sigaction(SIGINT, &action, nullptr);
-    std::signal(SIGIO, SIG_IGN);
-}
-
 int RunShip(const ShipWords& words, const NS_LOG_READER::Options& options) {
     ShipSettings settings = words.settings;
     settings.paths = options.paths;
@@ -79,7 +69,11 @@ int RunShip(const ShipWords& words, const NS_LOG_READER::Options& options) {
         throw BadRequest("this machine has no name: give --host");
     }
     Shipper shipper(settings, ChooseTarget(words));
-    CatchSignals(shipper);
+    runningShipper = &shipper;
+    const StopOrders orders(&StopShipper);
+    // A lease that is asked for when a file's writer is looked for could be broken, which is told
+    // by a signal that would end the process.
+    std::signal(SIGIO, SIG_IGN);
     return shipper.Run() ? 0 : 2;
 }
 

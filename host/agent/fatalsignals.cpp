@@ -106,12 +106,14 @@ void AwaitWriter() {
 void CallPrevious(int signal, siginfo_t* info, void* context) {
     for (size_t i = 0; i < kSignals.size(); ++i) {
         const struct sigaction& previous = state->previous[i];
-        if (kSignals[i] != signal) {
+        // These two are no functions, whatever the flags say.
+        if (kSignals[i] != signal || previous.sa_handler == SIG_DFL ||
+            previous.sa_handler == SIG_IGN) {
             continue;
         }
         if ((previous.sa_flags & SA_SIGINFO) != 0) {
             previous.sa_sigaction(signal, info, context);
-        } else if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN) {
+        } else {
             previous.sa_handler(signal);
         }
     }

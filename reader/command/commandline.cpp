@@ -27,6 +27,11 @@ struct Words {
     std::string target;
 };
 
+// The conversion would make a huge number of it.
+std::string RefuseMinus(const std::string& text) {
+    return text.rfind('-', 0) == 0 ? "'" + text + "' is less than 0" : "";
+}
+
 // Thread safety: one thread.
 class CommandLine {
   public:
@@ -133,16 +138,19 @@ void CommandLine::AddFields(CLI::App& app) {
 
 void CommandLine::AddShow() {
     parser_.add_option("-A,--after-context", options_.after, "Records to show behind each hit")
-        ->type_name("N");
+        ->type_name("N")
+        ->check(RefuseMinus);
     parser_.add_option("-B,--before-context", options_.before, "Records to show before each hit")
-        ->type_name("N");
-    parser_.add_option("-C,--context", words_.around, "Both")->type_name("N");
+        ->type_name("N")
+        ->check(RefuseMinus);
+    parser_.add_option("-C,--context", words_.around, "Both")->type_name("N")->check(RefuseMinus);
     parser_.add_flag("--story", options_.story, "All records of the operations of the hits");
     parser_
         .add_option_function<uint64_t>(
             "-n,--lines", [this](const uint64_t& lines) { options_.lines = lines; },
             "Only the last N records; with --reverse they come\nfirst")
-        ->type_name("N");
+        ->type_name("N")
+        ->check(RefuseMinus);
     parser_.add_flag("-r,--reverse", options_.reverse, "The last record first");
     parser_.add_flag("-c,--count", options_.count, "Print only how many records there are");
     parser_.add_option("-o,--output", options_.output, "raw, short, long, json or csv")
@@ -173,7 +181,8 @@ void CommandLine::AddCommands() {
     CLI::App* const stats = AddCommand("stats", "Count records", Command::Stats);
     AddSelection(*stats);
     stats->add_option("--top", options_.top, "How many values to list (default: 10)")
-        ->type_name("N");
+        ->type_name("N")
+        ->check(RefuseMinus);
     stats->add_flag("--json", options_.json, "Print one object");
 
     CLI::App* const report = AddCommand("report", "Make a page for a ticket", Command::Report);
@@ -187,7 +196,8 @@ void CommandLine::AddCommands() {
         ->add_option_function<uint64_t>(
             "--keep", [this](const uint64_t& keep) { options_.keep = keep; },
             "Keep the N newest files of each category")
-        ->type_name("N");
+        ->type_name("N")
+        ->check(RefuseMinus);
     prune->add_option("--max-bytes", words_.maxBytes, "Keep at most so much: 500M, 2G")
         ->type_name("SIZE");
     prune->add_option("--older-than", words_.olderThan, "Remove what was last written before: 30d")
@@ -248,7 +258,9 @@ uint64_t ParseSize(const std::string& text) {
     const std::string units = "KMGT";
     const std::string unit = text.substr(end);
     const size_t power = unit.empty() ? 0 : units.find(unit[0]) + 1;
-    if (end == 0 || unit.size() > 1 || (!unit.empty() && power == 0)) {
+    const bool isTooLarge = size > std::numeric_limits<uint64_t>::max() >> (10 * power);
+    if (end == 0 || unit.size() > 1 || (!unit.empty() && power == 0) || text[0] == '-' ||
+        isTooLarge) {
         throw BadRequest("'" + text + "' is no size; write 1000000, 500M or 2G");
     }
     return size << (10 * power);

@@ -10,14 +10,16 @@
 namespace NS_LOG_READER {
 namespace {
 
-// One table, filled in one go. Nothing is left of it when that fails.
+// One table, filled in one go. It has its name when it is complete; nothing is left of it when that
+// fails, and a file of another name when the program is killed.
 //
 // Thread safety: one thread.
 class Database {
   public:
-    explicit Database(const std::string& path) : path_(path) {
+    explicit Database(const std::string& path) : path_(path), unfinished_(path + ".unfinished") {
+        RemoveUnfinished();
         sqlite3* opened = nullptr;
-        const int result = sqlite3_open(path.c_str(), &opened);
+        const int result = sqlite3_open(unfinished_.c_str(), &opened);
         database_.reset(opened);
         Require(result);
         // A database that is not finished is of no use, so nothing is done to save it.
@@ -40,8 +42,7 @@ class Database {
         if (!isDone_) {
             insert_.reset();
             database_.reset();
-            std::error_code ignored;
-            std::filesystem::remove(path_, ignored);
+            RemoveUnfinished();
         }
     }
 
@@ -77,10 +78,18 @@ class Database {
             "CREATE INDEX records_by_operation ON records (operation);"
             "CREATE INDEX records_by_level ON records (level, utc_us);"
             "COMMIT");
+        insert_.reset();
+        database_.reset();
+        std::filesystem::rename(unfinished_, path_);
         isDone_ = true;
     }
 
   private:
+    void RemoveUnfinished() const {
+        std::error_code ignored;
+        std::filesystem::remove(unfinished_, ignored);
+    }
+
     void Require(int result) const {
         if (result != SQLITE_OK) {
             throw std::runtime_error(path_ + ": " + sqlite3_errmsg(database_.get()));
@@ -91,7 +100,8 @@ class Database {
         Require(sqlite3_exec(database_.get(), statements.c_str(), nullptr, nullptr, nullptr));
     }
 
-    std::string path_;
+    const std::string path_;
+    const std::string unfinished_;
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> database_{nullptr, &sqlite3_close};
     std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> insert_{nullptr, &sqlite3_finalize};
     bool isDone_ = false;

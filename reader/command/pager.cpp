@@ -4,7 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -27,12 +29,33 @@ std::string ChoosePager() {
 }
 
 [[noreturn]] void BecomePager(const std::string& pager, int input) {
+    std::signal(SIGPIPE, SIG_DFL);  // an ignored signal would stay ignored
     ::dup2(input, STDIN_FILENO);
     // Quits at once when all fits on the screen, passes colours on, leaves the screen as it is.
     ::setenv("LESS", "FRX", 0);
     ::execl("/bin/sh", "sh", "-c", pager.c_str(), static_cast<char*>(nullptr));
     ::_exit(127);
 }
+
+void AwaitEnd(pid_t process) {
+    int status = 0;
+    while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+}
+
+// Set before the handler is.
+pid_t runningPager = -1;
+
+// The keys that interrupt are meant for the pager, which still has the terminal: the shell must not
+// take it back before the pager ends. No more is read meanwhile.
+void EndBehindPager(int signal) {
+    ::close(STDOUT_FILENO);
+    AwaitEnd(runningPager);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+constexpr std::array<int, 2> kInterrupts = {SIGINT, SIGQUIT};
 
 bool IsThere(const std::string& pager) {
     const std::string command =
@@ -58,6 +81,10 @@ Pager::Pager(bool isWanted) {
     ::close(ends[0]);
     if (process_ > 0) {
         ::dup2(ends[1], STDOUT_FILENO);
+        runningPager = process_;
+        for (const int interrupt : kInterrupts) {
+            std::signal(interrupt, &EndBehindPager);
+        }
     }
     ::close(ends[1]);
 }
@@ -67,8 +94,9 @@ Pager::~Pager() {
         return;
     }
     ::close(STDOUT_FILENO);
-    int status = 0;
-    while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+    AwaitEnd(process_);
+    for (const int interrupt : kInterrupts) {
+        std::signal(interrupt, SIG_DFL);
     }
 }
 

@@ -8,7 +8,8 @@
 namespace NS_LOG_READER {
 
 // Starts $PAGER, or less, and sends standard output there while it lives; then waits for it. Does
-// nothing when standard output is no terminal, or there is no such program.
+// nothing when standard output is no terminal, or there is no such program. A process has one at a
+// time; SIGINT and SIGQUIT end the process when the pager has ended.
 class Pager {
   public:
     explicit Pager(bool isWanted);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -171,6 +172,8 @@ ExitCode RunPrune(const Options& options) {
     if (!options.keep && !options.maxBytes && !options.olderThan) {
         throw BadRequest("prune: what is to be kept? --keep, --max-bytes or --older-than");
     }
+    // A lease that the agent breaks by opening the file is told by a signal, which would end us.
+    std::signal(SIGIO, SIG_IGN);
     return Pruning(options).Run();
 }
 

@@ -9,8 +9,21 @@
 
 namespace NS_LOG_READER {
 
-PlainFile::PlainFile(const std::string& path)
-    : path_(path), descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+namespace {
+
+// A pipe has no size and is read once, and opening one may wait for ever.
+void RefusePipe(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw ReadError(path + ": it is a pipe or a device; write it into a file first");
+    }
+}
+
+}  // namespace
+
+PlainFile::PlainFile(const std::string& path) : path_(path) {
+    RefusePipe(path);
+    descriptor_ = FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!descriptor_.IsOpen()) {
         throw ReadError(path + ": " + std::strerror(errno));
     }
@@ -24,9 +37,6 @@ size_t PlainFile::Read(char* bytes, size_t size) {
     do {
         result = ::pread(descriptor_.Get(), bytes, size, static_cast<off_t>(offset_));
     } while (result < 0 && errno == EINTR);
-    if (result < 0 && errno == ESPIPE) {
-        result = ::read(descriptor_.Get(), bytes, size);
-    }
     if (result < 0) {
         throw ReadError(path_ + ": " + std::strerror(errno));
     }

@@ -81,6 +81,23 @@ bool IsOneLevel(const std::vector<std::pair<int, int>>& levels) {
            levels.front().first != kShortLevel;
 }
 
+template <class Number>
+void CheckOrder(const std::pair<Number, Number>& range, const std::string& text) {
+    if (range.first > range.second) {
+        throw BadRequest("'" + text + "': nothing lies between these; write the smaller one first");
+    }
+}
+
+constexpr int kHighestLevel = 3;
+
+int ParseLevel(const std::string& text) {
+    const int level = ParseNumber<int>(text, "level");
+    if (level < kShortLevel || level > kHighestLevel) {
+        throw BadRequest("'" + text + "' is no level: there are -2 to 3");
+    }
+    return level;
+}
+
 }  // namespace
 
 bool Selection::HasRecordConditions() const {
@@ -126,11 +143,12 @@ std::vector<std::pair<int, int>> ParseLevels(const std::string& text) {
         if (part == "short" || part == "asn") {
             levels.emplace_back(part == "asn" ? -1 : -2, part == "asn" ? -1 : -2);
         } else if (dots == std::string::npos) {
-            const int level = ParseNumber<int>(part, "level");
+            const int level = ParseLevel(part);
             levels.emplace_back(level, level);
         } else {
-            levels.emplace_back(ParseNumber<int>(part.substr(0, dots), "level"),
-                                ParseNumber<int>(part.substr(dots + 2), "level"));
+            levels.emplace_back(ParseLevel(part.substr(0, dots)),
+                                ParseLevel(part.substr(dots + 2)));
+            CheckOrder(levels.back(), part);
         }
         begin = end + 1;
     }
@@ -145,9 +163,12 @@ std::pair<uint32_t, uint32_t> ParseNumbers(const std::string& text) {
     }
     const std::string from = text.substr(0, dots);
     const std::string to = text.substr(dots + 2);
-    return {from.empty() ? 0 : ParseNumber<uint32_t>(from, "record number"),
-            to.empty() ? std::numeric_limits<uint32_t>::max()
-                       : ParseNumber<uint32_t>(to, "record number")};
+    const std::pair<uint32_t, uint32_t> range = {
+        from.empty() ? 0 : ParseNumber<uint32_t>(from, "record number"),
+        to.empty() ? std::numeric_limits<uint32_t>::max()
+                   : ParseNumber<uint32_t>(to, "record number")};
+    CheckOrder(range, text);
+    return range;
 }
 
 std::pair<std::string, std::optional<uint32_t>> ParseSource(const std::string& text) {

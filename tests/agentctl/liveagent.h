@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,13 +23,16 @@ class LiveAgent : public AgentTest {
   protected:
     LiveAgent() { Configure("bundles = qv_schedule, qv_base_log, qv_control\n"); }
 
-    // Starts an agent and waits until it serves.
+    // Starts an agent and waits until it serves. Throws when it does not: the rest of the test
+    // would wait for it in vain.
     void Start(const std::vector<std::string>& options = {"--traffic", "none"}) {
         StartAs(Agent(options));
     }
     void StartAs(const ChildStart& start) {
         agent_ = std::make_unique<ChildProcess>(start);
-        ASSERT_TRUE(agent_->WaitForError("serving")) << agent_->GetErrors();
+        if (!agent_->WaitForError("serving")) {
+            throw std::runtime_error("the agent does not serve: " + agent_->GetErrors());
+        }
     }
 
     // Starts one that logs each line that Log writes to it, category corbaoper.

@@ -52,11 +52,10 @@ TEST_F(LiveWatch, OnATerminalWatchRedrawsInPlaceAndLeavesTheScreenAsItWas) {
 TEST_F(LiveWatch, LeavesTheAlternateScreenOnASignal) {
     Start();
     const std::string program = std::string(QV_AGENTCTL) + " --share " + Path();
-    // In its own shell, which tells the process's number and outlives it.
-    ChildProcess terminal(
-        {{"script", "-qefc",
-          program + " status --watch 0.1 & echo $! >" + Path("id") + "; wait $!; echo left",
-          "/dev/null"}});
+    // In a shell that outlives it. Its number is there before it shows anything.
+    const std::string watch =
+        "sh -c 'echo $$ >" + Path("id") + "; exec " + program + " status --watch 0.1'";
+    ChildProcess terminal({{"script", "-qefc", watch + " & wait $!; echo left", "/dev/null"}});
     ASSERT_TRUE(terminal.WaitForOutput("RATE/S", 2));
     kill(std::stoi(ReadFile(Path("id"))), SIGTERM);
     ASSERT_TRUE(terminal.WaitForOutput("left"));

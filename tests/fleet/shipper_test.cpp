@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <csignal>
 #include <string>
 
+#include "command/stoporders.h"
 #include "ship/pace.h"
 #include "support/files.h"
 #include "support/temporarydirectory.h"
@@ -210,6 +213,20 @@ TEST(Pace, SpreadsBytesOverTime) {
     EXPECT_EQ(pace.Spend(1000, start), milliseconds(500));
     EXPECT_EQ(pace.Spend(1000, start + milliseconds(500)), seconds(1));
     EXPECT_EQ(Pace(0).Spend(1000000, start), milliseconds(0));
+}
+
+std::atomic<int> stopOrders{0};
+
+TEST(StopOrders, AreTakenAsLongAsThereIsSomebodyToStop) {
+    {
+        const StopOrders orders([](int) { ++stopOrders; });
+        std::raise(SIGTERM);
+        std::raise(SIGINT);
+        EXPECT_EQ(stopOrders, 2);
+    }
+    std::raise(SIGTERM);
+    std::raise(SIGINT);
+    EXPECT_EQ(stopOrders, 2);
 }
 
 }  // namespace

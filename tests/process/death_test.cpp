@@ -90,6 +90,7 @@ TEST_F(DyingAgent, CallsTheHandlersThatThereWereBefore) {
     const ChildResult aborted = Die("abort handler", option_);
     EXPECT_EQ(aborted.exitCode, -SIGABRT);
     EXPECT_EQ(CountIn(aborted.errors, "the earlier handler knows the sender\n"), 1);
+    EXPECT_EQ(Die("abort default", option_).exitCode, -SIGABRT);
 }
 
 // The lock of one category is never free again. The others' records are written, and the process

@@ -140,7 +140,10 @@ TEST_F(Prune, KeepsTheNewestOfEachCategory) {
 TEST_F(Prune, KeepsWhatFitsIntoASize) {
     EXPECT_EQ(Run({"prune", "--max-bytes", "2K", Path()}).exitCode, 0);
     EXPECT_THAT(Left(), ElementsAre("a3", "a4"));
-    EXPECT_EQ(Run({"prune", "--max-bytes", "2X", Path()}).exitCode, 2);
+    for (const char* size : {"2X", "-1", "x", "18446744073709551G"}) {
+        EXPECT_EQ(Run({"prune", "--max-bytes", size, Path()}).exitCode, 2) << size;
+    }
+    EXPECT_THAT(Left(), ElementsAre("a3", "a4"));
 }
 
 TEST_F(Prune, RemovesWhatIsOld) {
@@ -159,7 +162,19 @@ TEST_F(Prune, NeverRemovesWhatIsBeingWritten) {
     EXPECT_THAT(Left(), ElementsAre("a2", "b3"));
 }
 
+// The agent may open a file again at the moment in which it is asked whether anybody writes it.
+TEST_F(Prune, IsNotEndedByTheSignalOfABrokenLease) {
+    const ProgramResult traced =
+        RunProgram({"strace", "-qq", "-o", Path("trace.txt"), "-e", "trace=fcntl", "-e",
+                    "inject=fcntl:signal=SIGIO", QVLOG, "prune", "--keep", "0", Path()},
+                   {{"ASAN_OPTIONS", "detect_leaks=0"}});
+    EXPECT_EQ(traced.exitCode, 0) << traced.errors;
+    EXPECT_THAT(Left(), IsEmpty());
+    EXPECT_THAT(ReadFile(Path("trace.txt")), HasSubstr("F_SETLEASE"));
+}
+
 TEST_F(Prune, WantsToKnowWhatToKeep) {
+    EXPECT_EQ(Run({"prune", "--keep", "-1", Path()}).exitCode, 2);
     EXPECT_EQ(Run({"prune", Path()}).exitCode, 2);
     EXPECT_EQ(Left().size(), 5U);
 }

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
+#include <filesystem>
+
 #include "reader/programfixture.h"
 
 namespace {
@@ -108,6 +110,23 @@ TEST_F(Export, MakesATableOfAllFields) {
               "3|dumped|NULL|2|op-1|asks NE-7|1772715611000000|");
     EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out.db"), Path()}).exitCode, 2);
     EXPECT_EQ(Run({"export", "--to", "oracle", Path("new.db"), Path()}).exitCode, 2);
+}
+
+// One that is interrupted leaves nothing that could be taken for a database, or be in the way.
+TEST_F(Export, HasItsNameWhenItIsComplete) {
+    WriteSample();
+    WriteFile(Path("out.db.unfinished"), "of one that was killed");
+    const ProgramResult failed =
+        RunProgram({"strace", "-qq", "-o", "/dev/null", "-e", "trace=rename,renameat,renameat2",
+                    "-e", "inject=rename,renameat,renameat2:error=EIO", QVLOG, "export", "--to",
+                    "sqlite", Path("out.db"), Path()},
+                   {{"ASAN_OPTIONS", "detect_leaks=0"}});
+    EXPECT_EQ(failed.exitCode, 2);
+    EXPECT_FALSE(std::filesystem::exists(Path("out.db")));
+    EXPECT_FALSE(std::filesystem::exists(Path("out.db.unfinished")));
+    EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out.db"), Path()}).exitCode, 0);
+    EXPECT_TRUE(std::filesystem::exists(Path("out.db")));
+    EXPECT_FALSE(std::filesystem::exists(Path("out.db.unfinished")));
 }
 
 }  // namespace

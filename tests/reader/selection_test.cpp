@@ -99,11 +99,12 @@ TEST_F(SelectionTest, OfShortRecordsLooksAtTimeLevelAndText) {
 }
 
 TEST_F(SelectionTest, RefusesWhatItCannotUnderstand) {
-    for (const char* levels : {"", "x", "1,", "1..", "..2"}) {
+    for (const char* levels : {"", "x", "1,", "1..", "..2", "2..0", "4", "0..4", "-3"}) {
         EXPECT_THROW(ParseLevels(levels), BadRequest) << levels;
     }
     EXPECT_THROW(ParseNumbers("x"), BadRequest);
     EXPECT_THROW(ParseNumbers("1..x"), BadRequest);
+    EXPECT_THROW(ParseNumbers("5..2"), BadRequest);
     EXPECT_THROW(ParseSource("ne.cpp:x"), BadRequest);
 }
 

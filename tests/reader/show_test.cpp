@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include "reader/programfixture.h"
 
 namespace {
@@ -127,6 +129,39 @@ TEST_F(Show, UsesAPagerAndColoursOnATerminal) {
     EXPECT_NE(paged.find('\x1b'), std::string::npos);
     EXPECT_EQ(onTerminal("", "1").find('\x1b'), std::string::npos);
     EXPECT_EQ(onTerminal("--no-pager", "").find("paged:"), std::string::npos);
+}
+
+TEST_F(Show, RefusesWhatIsNoFileAndNoNumber) {
+    ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
+    const ProgramResult pipe = Run({Path("pipe")});
+    EXPECT_EQ(pipe.exitCode, 2);
+    EXPECT_EQ(pipe.errors, "qvlog: " + Path("pipe") +
+                               ": it is a pipe or a device; write it into a file first\n");
+    WriteSample();
+    for (const char* option : {"-n", "-A", "-B", "-C"}) {
+        const ProgramResult result = Run({option, "-1", Path(LogName("oper", 1))});
+        EXPECT_EQ(result.exitCode, 2) << option;
+        EXPECT_NE(result.errors.find("'-1' is less than 0"), std::string::npos) << result.errors;
+    }
+}
+
+// As when Control-C is pressed in the pager. A shell that goes on takes the terminal away from it.
+TEST_F(Show, EndsBehindItsPagerWhenItIsInterrupted) {
+    WriteSample();
+    const std::string command = std::string(QVLOG) + " " + Path() + "; echo then $?";
+    EXPECT_EQ(RunProgram({"script", "-qec", command, "/dev/null"},
+                         {{"PAGER", "kill -INT $PPID; cat >/dev/null; sleep 0.1; echo pager"},
+                          {"TERM", "xterm"}})
+                  .output,
+              "pager\r\nthen 130\r\n");
+}
+
+TEST_F(Show, GivesItsPagerASignalThatTellsOfAClosedPipe) {
+    WriteSample();
+    EXPECT_EQ(RunProgram({"script", "-qec", std::string(QVLOG) + " " + Path(), "/dev/null"},
+                         {{"PAGER", "bash -c 'kill -PIPE $$; echo ignored'"}, {"TERM", "xterm"}})
+                  .output,
+              "");
 }
 
 TEST_F(Show, StopsQuietlyWhenNobodyReads) {

@@ -40,6 +40,7 @@ void* AllocateOrThrow(std::size_t size) {
 void Free(void* block) noexcept {
     if (block != nullptr) {
         --g_live;
+        ++g_allocations.freed;
         std::free(block);
     }
 }

@@ -9,13 +9,14 @@ namespace NS_TEST {
 struct Allocations {
     std::size_t count = 0;
     std::size_t bytes = 0;
+    std::size_t freed = 0;  // blocks, whichever thread allocated them
 };
 
 // Of the calling thread, since it called ForgetAllocations last.
 Allocations AllocationsOfThisThread();
 void ForgetAllocations();
 
-// How many blocks exist in the process.
+// How many blocks exist in the process. Other threads change it: one that starts does.
 long LiveAllocations();
 
 // Lets the allocation of the calling thread after `successes` more throw std::bad_alloc, and all

@@ -1,6 +1,7 @@
 // A bundle whose process dies, or exits, once the file "now" stands in the share directory. Its
 // argument says how: a signal's name, "exit", or "lock" for a crash with a lock of the log service
-// in hand. With a second argument "handler" it has a handler for the signals, which says so.
+// in hand. With a second argument "handler" it has a handler for the signals, which says so; with
+// "default" it has set the default action as one sets a handler.
 #include <signal.h>
 #include <unistd.h>
 
@@ -44,6 +45,18 @@ extern "C" void EarlierHandlerWithInformation(int, siginfo_t* information, void*
                                  : "the earlier handler knows the sender\n");
 }
 
+void SetHandlers(const std::string& which) {
+    struct sigaction action = {};
+    action.sa_flags = SA_SIGINFO;
+    if (which == "handler") {
+        signal(SIGSEGV, &EarlierHandler);
+        action.sa_sigaction = &EarlierHandlerWithInformation;
+    } else {
+        action.sa_handler = SIG_DFL;
+    }
+    sigaction(SIGABRT, &action, nullptr);
+}
+
 // The queue copies the texts with its lock held.
 void CrashWithALockHeld() {
     const std::string text(100, 'x');
@@ -80,11 +93,7 @@ class Dying : public NS_BUNDLEMGR1::ServiceObjectBase {
     int init(int count, char* arguments[]) override {
         const std::string how = arguments[0];
         if (count > 1) {
-            signal(SIGSEGV, &EarlierHandler);
-            struct sigaction action = {};
-            action.sa_sigaction = &EarlierHandlerWithInformation;
-            action.sa_flags = SA_SIGINFO;
-            sigaction(SIGABRT, &action, nullptr);
+            SetHandlers(arguments[1]);
         }
         // A file must be open: a process that dies opens none.
         for (const char* category : {"corbaoper", "corbasys", "debug"}) {
