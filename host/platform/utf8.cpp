@@ -64,24 +64,30 @@ bool IsPlainThree(const Byte* text, const Byte* end) {
            (text[1] & 0xC0) == 0x80 && (text[2] & 0xC0) == 0x80;
 }
 
+uint64_t EightBytes(const Byte* text) {
+    uint64_t bytes;
+    std::memcpy(&bytes, text, sizeof(bytes));
+    return bytes;
+}
+
+bool AreAscii(uint64_t eightBytes) {
+    constexpr uint64_t kHighBits = 0x8080808080808080;
+    return (eightBytes & kHighBits) == 0;
+}
+
 // Most log texts are ASCII: checks many bytes at once.
 const Byte* SkipAscii(const Byte* text, const Byte* end) {
-    constexpr uint64_t kHighBits = 0x8080808080808080;
-    while (end - text >= 32) {
-        uint64_t words[4];
-        std::memcpy(words, text, sizeof(words));
-        if (((words[0] | words[1] | words[2] | words[3]) & kHighBits) != 0) {
-            break;
-        }
-        text += sizeof(words);
+    const Byte* const begin = text;
+    while (end - text >= 32 && AreAscii(EightBytes(text) | EightBytes(text + 8) |
+                                        EightBytes(text + 16) | EightBytes(text + 24))) {
+        text += 32;
     }
-    while (end - text >= 8) {
-        uint64_t word;
-        std::memcpy(&word, text, sizeof(word));
-        if ((word & kHighBits) != 0) {
-            break;
-        }
+    while (end - text >= 8 && AreAscii(EightBytes(text))) {
         text += 8;
+    }
+    // The last bytes once more, together with some before them.
+    if (end - text < 8 && end - begin >= 8 && AreAscii(EightBytes(end - 8))) {
+        return end;
     }
     while (text != end && *text < 0x80) {
         ++text;
@@ -110,20 +116,13 @@ const Byte* SkipValid(const Byte* text, const Byte* end) {
     }
 }
 
-}  // namespace
-
-namespace NS_BUNDLEMGR1 {
-
-const std::string& Convert2UTFforLog(const std::string& text, std::string& converted) {
+// Writes the text from `next` to `end` into `converted`, of which the bytes before `wrong` are
+// valid and those behind it are not.
+__attribute__((noinline)) void Replace(const Byte* next, const Byte* wrong, const Byte* end,
+                                       std::string& converted) {
     static constexpr char kReplacement[] = "\xEF\xBF\xBD";
-    const Byte* next = reinterpret_cast<const Byte*>(text.data());
-    const Byte* const end = next + text.size();
-    const Byte* wrong = SkipValid(next, end);
-    if (wrong == end) {
-        return text;
-    }
     converted.clear();
-    converted.reserve(text.size() + sizeof(kReplacement));
+    converted.reserve(static_cast<size_t>(end - next) + sizeof(kReplacement));
     while (wrong != end) {
         converted.append(reinterpret_cast<const char*>(next), static_cast<size_t>(wrong - next));
         converted.append(kReplacement, sizeof(kReplacement) - 1);
@@ -131,6 +130,20 @@ const std::string& Convert2UTFforLog(const std::string& text, std::string& conve
         wrong = SkipValid(next, end);
     }
     converted.append(reinterpret_cast<const char*>(next), static_cast<size_t>(end - next));
+}
+
+}  // namespace
+
+namespace NS_BUNDLEMGR1 {
+
+const std::string& Convert2UTFforLog(const std::string& text, std::string& converted) {
+    const Byte* const begin = reinterpret_cast<const Byte*>(text.data());
+    const Byte* const end = begin + text.size();
+    const Byte* const wrong = SkipValid(begin, end);
+    if (wrong == end) {
+        return text;
+    }
+    Replace(begin, wrong, end, converted);
     return converted;
 }
 

@@ -29,14 +29,14 @@ struct Zone {
     int hasSummerTime;
 };
 
-// The text of one second, in which only the microseconds change. Each thread has one. The type is
-// trivial, so that it can be used while the thread ends.
+// The text of one second, to which each record adds its microseconds. Each thread has one. The type
+// is trivial, so that it can be used while the thread ends.
 struct RenderedSecond {
     bool isValid;
     time_t second;
     Zone zone;
     size_t length;
-    size_t microsAt;  // where the six digits of the microseconds go
+    size_t microsAt;  // where the six digits of the microseconds belong
     char text[64];    // room for a year of eleven characters
 };
 
@@ -51,13 +51,25 @@ char* WriteDigits(int number, int count, char* out) {
     return out + count;
 }
 
-// The six digits in three independent pairs: each record needs them.
-void WriteMicros(int micros, char* out) {
-    const int pairs[] = {micros / 10000, micros / 100 % 100, micros % 100};
-    for (const int pair : pairs) {
-        *out++ = static_cast<char>('0' + pair / 10);
-        *out++ = static_cast<char>('0' + pair % 10);
+struct DigitPairs {
+    char digits[100][2];
+};
+
+constexpr DigitPairs MakeDigitPairs() {
+    DigitPairs pairs{};
+    for (int i = 0; i < 100; ++i) {
+        pairs.digits[i][0] = static_cast<char>('0' + i / 10);
+        pairs.digits[i][1] = static_cast<char>('0' + i % 10);
     }
+    return pairs;
+}
+
+// The six digits in three independent pairs: each record needs them.
+void WriteMicros(unsigned micros, char* out) {
+    static constexpr DigitPairs kPairs = MakeDigitPairs();
+    std::memcpy(out, kPairs.digits[micros / 10000], 2);
+    std::memcpy(out + 2, kPairs.digits[micros / 100 % 100], 2);
+    std::memcpy(out + 4, kPairs.digits[micros % 100], 2);
 }
 
 char* WriteCharacter(char character, char* out) {
@@ -90,9 +102,20 @@ char* WriteOffset(const struct tm& local, char* out) {
     return WriteDigits(std::abs(minutes) % 60, 2, out);
 }
 
+// A year of four digits makes a text of this length, which the compiler copies without a call.
+constexpr size_t kUsualLength = 32;
+
+void CopyStamp(const RenderedSecond& from, char* to) {
+    if (from.length == kUsualLength) {
+        std::memcpy(to, from.text, kUsualLength);
+    } else {
+        std::memcpy(to, from.text, from.length);
+    }
+}
+
 // Converts each second anew, because the offset of a zone may change at any second. A change of the
 // zone itself takes effect within a second after a call of tzset(3).
-void Render(time_t second, const Zone& zone, RenderedSecond& result) {
+__attribute__((noinline)) void Render(time_t second, Zone zone, RenderedSecond& result) {
     struct tm local;
     char* out = result.text;
     if (localtime_r(&second, &local) != nullptr) {
@@ -137,10 +160,12 @@ void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
     if (!cached.isValid || cached.second != second || !(cached.zone == zone)) {
         Render(second, zone, cached);
     }
-    WriteMicros(micros, cached.text + cached.microsAt);
     // A string that has its size already is only written over.
-    stamp.resize(cached.length);
-    std::memcpy(stamp.data(), cached.text, cached.length);
+    if (stamp.size() != cached.length) {
+        stamp.resize(cached.length);
+    }
+    CopyStamp(cached, stamp.data());
+    WriteMicros(static_cast<unsigned>(micros), stamp.data() + cached.microsAt);
 }
 
 }  // namespace NS_BUNDLEMGR1

@@ -45,15 +45,20 @@ class CommonFormatter {
                   bool upperCase);
     bool Integer(const Conversion& conversion, std::string_view sign, uint64_t magnitude, int base,
                  bool upperCase);
+    bool PlainDecimal(bool negative, uint64_t magnitude);
     bool Floating(const Conversion& conversion, FormatArguments& arguments,
                   std::chars_format format);
+    bool PaddedFloating(const Conversion& conversion, double value, std::chars_format format,
+                        int precision);
     bool String(const Conversion& conversion, FormatArguments& arguments);
     bool Character(const Conversion& conversion, FormatArguments& arguments);
     bool Pointer(const Conversion& conversion, FormatArguments& arguments);
 
-    // Whether a number can be written where it belongs: no width, and room for any number.
-    bool IsUnpadded(const Conversion& conversion) const {
-        return conversion.width == 0 && static_cast<size_t>(end_ - at_) > kMostDigits;
+    // Whether a number can be written where it belongs: no width, no sign but a minus, and room for
+    // any number.
+    bool IsPlain(const Conversion& conversion) const {
+        return conversion.width == 0 && !conversion.plus && !conversion.blank &&
+               static_cast<size_t>(end_ - at_) > kMostDigits;
     }
 
     // `prefix`, then `zeros` zeros, then `body`, padded to the width.
@@ -170,21 +175,33 @@ uint64_t TakeUnsigned(ConversionLength length, FormatArguments& arguments) {
 bool CommonFormatter::Signed(const Conversion& conversion, FormatArguments& arguments) {
     const int64_t value = TakeSigned(conversion.length, arguments);
     const auto bits = static_cast<uint64_t>(value);
-    return Integer(conversion, SignOf(conversion, value < 0), value < 0 ? 0 - bits : bits, 10,
-                   false);
+    const uint64_t magnitude = value < 0 ? 0 - bits : bits;
+    if (conversion.precision == kNoPrecision && IsPlain(conversion)) {
+        return PlainDecimal(value < 0, magnitude);
+    }
+    return Integer(conversion, SignOf(conversion, value < 0), magnitude, 10, false);
+}
+
+// REQUIRES: room for any number.
+bool CommonFormatter::PlainDecimal(bool negative, uint64_t magnitude) {
+    if (negative) {
+        *at_++ = '-';
+    }
+    at_ = std::to_chars(at_, end_, magnitude).ptr;
+    return true;
 }
 
 bool CommonFormatter::Unsigned(const Conversion& conversion, FormatArguments& arguments, int base,
                                bool upperCase) {
-    return Integer(conversion, "", TakeUnsigned(conversion.length, arguments), base, upperCase);
+    const uint64_t value = TakeUnsigned(conversion.length, arguments);
+    if (base == 10 && conversion.precision == kNoPrecision && IsPlain(conversion)) {
+        return PlainDecimal(false, value);
+    }
+    return Integer(conversion, "", value, base, upperCase);
 }
 
 bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sign,
                               uint64_t magnitude, int base, bool upperCase) {
-    if (base == 10 && conversion.precision == kNoPrecision && IsUnpadded(conversion)) {
-        at_ = std::to_chars(CopyText(at_, sign.data(), sign.size()), end_, magnitude).ptr;
-        return true;
-    }
     char digits[20];
     char* const limit = digits + sizeof digits;
     char* const digitsEnd = base == 10 ? std::to_chars(digits, limit, magnitude).ptr
@@ -228,12 +245,19 @@ bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& ar
         point[1] != '\0' || std::fegetround() != FE_TONEAREST) {
         return false;
     }
-    const std::string_view sign = SignOf(conversion, std::signbit(value));
-    if (IsUnpadded(conversion)) {
-        at_ = CopyText(at_, sign.data(), sign.size());
-        at_ = WriteDigits(std::fabs(value), format, precision, at_);
-        return true;
+    if (!IsPlain(conversion)) {
+        return PaddedFloating(conversion, value, format, precision);
     }
+    if (std::signbit(value)) {
+        *at_++ = '-';
+    }
+    at_ = WriteDigits(std::fabs(value), format, precision, at_);
+    return true;
+}
+
+bool CommonFormatter::PaddedFloating(const Conversion& conversion, double value,
+                                     std::chars_format format, int precision) {
+    const std::string_view sign = SignOf(conversion, std::signbit(value));
     char digits[kMostDigits];
     const char* const digitsEnd = WriteDigits(std::fabs(value), format, precision, digits);
     const std::string_view body(digits, static_cast<size_t>(digitsEnd - digits));

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
-#include <utility>
 
 namespace NS_LOG_SERVICE1 {
 
@@ -37,17 +36,17 @@ class ObjectPool {
     using Place = std::atomic<T*>;
     Place& PlaceOfThread() { return slots_[ThreadNumber() % slots_.size()].object; }
 
-    static std::unique_ptr<T> Take(Place& place) {
-        std::unique_ptr<T> object(place.exchange(nullptr, std::memory_order_acquire));
-        if (object == nullptr) {
-            object = std::make_unique<T>();
-        }
-        return object;
+    // The caller owns the object until it gives it back.
+    static T* Take(Place& place) {
+        T* const object = place.exchange(nullptr, std::memory_order_acquire);
+        return object != nullptr ? object : Make();
     }
 
-    static void GiveBack(Place& place, std::unique_ptr<T> object) {
-        const std::unique_ptr<T> surplus(
-            place.exchange(object.release(), std::memory_order_acq_rel));
+    static void GiveBack(Place& place, T* object) {
+        T* const surplus = place.exchange(object, std::memory_order_acq_rel);
+        if (surplus != nullptr) {
+            Free(surplus);
+        }
     }
 
     // Frees the spare objects.
@@ -58,6 +57,12 @@ class ObjectPool {
     }
 
   private:
+    // Not inlined: hardly ever called.
+    __attribute__((noinline)) static T* Make() { return std::make_unique<T>().release(); }
+    __attribute__((noinline)) static void Free(T* object) {
+        const std::unique_ptr<T> surplus(object);
+    }
+
     // Each in a cache line of its own: threads do not slow each other down.
     struct alignas(64) Slot {
         Place object{nullptr};  // owned
@@ -72,17 +77,17 @@ class Borrowed {
   public:
     explicit Borrowed(ObjectPool<T>& pool)
         : place_(pool.PlaceOfThread()), object_(ObjectPool<T>::Take(place_)) {}
-    ~Borrowed() { ObjectPool<T>::GiveBack(place_, std::move(object_)); }
+    ~Borrowed() { ObjectPool<T>::GiveBack(place_, object_); }
 
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
 
     T& operator*() const { return *object_; }
-    T* operator->() const { return object_.get(); }
+    T* operator->() const { return object_; }
 
   private:
     typename ObjectPool<T>::Place& place_;
-    std::unique_ptr<T> object_;
+    T* object_;
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -14,10 +14,19 @@ ObjectPool<CallMemory>& Pool() {
     return *pool;
 }
 
-void FreeIfLarge(std::string& text) {
-    if (text.capacity() > kKeptSize) {
-        std::string().swap(text);
+bool HasLarge(const CallMemory& memory) {
+    return memory.converted.capacity() > kKeptSize || memory.context.Capacity() > kKeptSize ||
+           memory.frame.Capacity() > kKeptSize || memory.spare.Capacity() > kKeptSize;
+}
+
+// Not inlined: most calls have nothing large.
+__attribute__((noinline)) void FreeLarge(CallMemory& memory) {
+    if (memory.converted.capacity() > kKeptSize) {
+        std::string().swap(memory.converted);
     }
+    memory.context.FreeIfLarger(kKeptSize);
+    memory.frame.Clear(kKeptSize);
+    memory.spare.FreeIfLarger(kKeptSize);
 }
 
 }  // namespace
@@ -25,10 +34,9 @@ void FreeIfLarge(std::string& text) {
 BorrowedCallMemory::BorrowedCallMemory() : memory_(Pool()) {}
 
 BorrowedCallMemory::~BorrowedCallMemory() {
-    FreeIfLarge(memory_->converted);
-    FreeIfLarge(memory_->context);
-    memory_->frame.Clear(kKeptSize);
-    memory_->spare.FreeIfLarger(kKeptSize);
+    if (HasLarge(*memory_)) {
+        FreeLarge(*memory_);
+    }
 }
 
 void BorrowedCallMemory::FreeSpares() {

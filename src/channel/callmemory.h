@@ -5,6 +5,8 @@
 
 #include "base/objectpool.h"
 #include "channel/framebuffer.h"
+#include "channel/framestamps.h"
+#include "record/contextheader.h"
 #include "record/packedrecord.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -15,8 +17,8 @@ namespace NS_LOG_SERVICE1 {
 // Thread safety: none; a call has it alone.
 struct CallMemory {
     std::string converted;  // the detail, where it had to be converted
-    std::string context;
-    std::string stamp;
+    ContextHeader context;
+    FrameStamps stamps;
     FrameBuffer frame;
     PackedRecord spare;
 };

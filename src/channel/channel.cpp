@@ -8,7 +8,6 @@
 
 #include "base/renew.h"
 #include "bundlemgr/logsupport.h"
-#include "channel/framing.h"
 #include "channel/logfilename.h"
 #include "qv_base_log/loglevel.h"
 #include "record/contextheader.h"
@@ -90,14 +89,11 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
 
 // What needs no lock is done before it is taken. A file's first line is older than its first
 // record, so without a file the record's time is rendered later.
-std::string_view TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& memory) {
+UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& memory) {
     if (!HasFile()) {
-        return std::string_view();
+        return UnnumberedFrame();
     }
-    NS_BUNDLEMGR1::GetZoneTimeStamp(record.time, memory.stamp);
-    memory.frame.Clear();
-    AppendBody(memory.frame, memory.stamp, record);
-    return memory.frame.Bytes();
+    return UnnumberedFrame(memory.frame, memory.stamps.Of(record), record);
 }
 
 void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {

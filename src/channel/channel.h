@@ -148,8 +148,8 @@ class TEDebugInfoBuf {
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // The record's frame but for its number, in the memory; empty when it is too early for it.
-    std::string_view FrameAhead(const LogRecord& record, CallMemory& memory);
+    // The record's frame in the memory; empty when it is too early for it.
+    UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);

@@ -1,6 +1,7 @@
 #include "channel/framing.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -18,177 +19,159 @@ constexpr std::string_view kDumpBegin =
 constexpr std::string_view kDumpEnd =
     "*********** Dump filtered debug information end **********\n";
 
-// Writes the pieces without format strings: parsing one for each record would cost more than
-// writing the record.
-class FrameWriter {
-  public:
-    // `textSize`: the maximum size of the piece's variable texts in bytes.
-    FrameWriter(FrameBuffer& buffer, size_t textSize)
-        : buffer_(buffer), at_(buffer.Reserve(textSize + kFixedTextSize)) {}
-    ~FrameWriter() { buffer_.Commit(at_); }
+// The pieces are written without format strings: parsing one for each record would cost more than
+// writing the record. Each function returns the end of what it has written, which so stays in a
+// register.
 
-    FrameWriter(const FrameWriter&) = delete;
-    FrameWriter& operator=(const FrameWriter&) = delete;
-
-    // REQUIRES: `text` contains no zero byte.
-    FrameWriter& Fixed(std::string_view text) {
-        at_ = CopyText(at_, text.data(), text.size());
-        return *this;
-    }
-
-    // A client's text, up to its first zero byte.
-    FrameWriter& Text(std::string_view text) {
-        return Fixed(textsAreCut_ ? text.substr(0, text.find('\0')) : text);
-    }
-
-    // What `append` writes. Hardly a text holds a zero byte, so all are copied whole first, and
-    // looked through at once.
-    template <class Append>
-    void CutAtZero(Append append) {
-        char* const begin = at_;
-        append();
-        if (std::memchr(begin, '\0', static_cast<size_t>(at_ - begin)) != nullptr) {
-            at_ = begin;
-            textsAreCut_ = true;
-            append();
-            textsAreCut_ = false;
-        }
-    }
-
-    template <class Number>
-    FrameWriter& Decimal(Number number) {
-        at_ = std::to_chars(at_, at_ + std::numeric_limits<Number>::digits10 + 2, number).ptr;
-        return *this;
-    }
-
-  private:
-    FrameBuffer& buffer_;
-    char* at_;
-    bool textsAreCut_ = false;
-};
-
-// The digits of a record's number, which stands in front of the record and behind it.
-class NumberText {
-  public:
-    explicit NumberText(uint32_t number)
-        : size_(static_cast<size_t>(std::to_chars(digits_, digits_ + sizeof digits_, number).ptr -
-                                    digits_)) {}
-    operator std::string_view() const { return {digits_, size_}; }  // NOLINT
-
-  private:
-    char digits_[std::numeric_limits<uint32_t>::digits10 + 1];
-    size_t size_;
-};
-
-size_t TextSize(std::string_view stamp, const LogRecord& record) {
-    return stamp.size() + record.context.size() + record.file.size() + record.function.size() +
-           record.detail.size();
+char* Put(char* at, std::string_view text) {
+    return CopyText(at, text.data(), text.size());
 }
 
-void AppendTag(FrameWriter& writer, std::string_view number) {
-    writer.Fixed("<").Fixed(number).Fixed(">\n");
+template <class Number>
+char* PutDecimal(char* at, Number number) {
+    return std::to_chars(at, at + std::numeric_limits<Number>::digits10 + 2, number).ptr;
 }
 
-void AppendClosingTag(FrameWriter& writer, std::string_view number) {
-    writer.Fixed("</").Fixed(number).Fixed(">\n\n");
+char* PutTag(char* at, std::string_view number) {
+    return Put(Put(Put(at, "<"), number), ">\n");
 }
+constexpr size_t kTagMarks = sizeof "<>\n" - 1;
+constexpr size_t kMostTagSize = kTagMarks + std::numeric_limits<uint32_t>::digits10 + 1;
+
+char* PutClosingTag(char* at, std::string_view number) {
+    return Put(Put(Put(at, "</"), number), ">\n\n");
+}
+
+std::string_view CutAtZero(std::string_view text) {
+    return text.substr(0, text.find('\0'));
+}
+
+bool HasZero(const char* begin, const char* end) {
+    return std::memchr(begin, '\0', static_cast<size_t>(end - begin)) != nullptr;
+}
+
+constexpr std::string_view kDetailLabel = "\n Detail: ";
+// The blank before the colon marks a record that was kept back.
+constexpr std::string_view kDumpedDetailLabel = "\n Detail : ";
 
 // `detailLabel` differs between the two places where a record is shown.
-void AppendFields(FrameWriter& writer, std::string_view stamp, const LogRecord& record,
-                  std::string_view detailLabel) {
-    writer.CutAtZero([&] {
-        writer.Text(stamp).Fixed(", ").Text(record.context);
-        writer.Fixed(", T:").Decimal(static_cast<long>(record.thread));
-        writer.Fixed(", DL:").Decimal(record.level);
-        writer.Fixed(", File: ").Text(record.file);
-        writer.Fixed(" Func:").Text(record.function);
-        writer.Fixed(" Line:").Decimal(record.line);
-        writer.Fixed("\n").Fixed(detailLabel).Text(record.detail).Fixed("\n");
-    });
+char* PutWholeFields(char* at, const FrameStamp& stamp, const LogRecord& record,
+                     std::string_view detailLabel) {
+    at = Put(at, stamp.time);
+    at = Put(at, ", ");
+    at = Put(at, record.context);
+    at = Put(at, ", T:");
+    at = Put(at, stamp.thread);
+    at = Put(at, ", DL:");
+    at = PutDecimal(at, record.level);
+    at = Put(at, ", File: ");
+    at = Put(at, record.file);
+    at = Put(at, " Func:");
+    at = Put(at, record.function);
+    at = Put(at, " Line:");
+    at = PutDecimal(at, record.line);
+    at = Put(at, detailLabel);
+    at = Put(at, record.detail);
+    return Put(at, "\n");
 }
 
-void AppendShortLine(FrameWriter& writer, std::string_view stamp, const LogRecord& record) {
-    writer.CutAtZero([&] { writer.Text(stamp).Fixed(",").Text(record.detail).Fixed("\n"); });
+char* PutWholeShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
+    return Put(Put(Put(Put(at, stamp.time), ","), record.detail), "\n");
 }
 
-// `before` and `after` stand around the time.
-void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_view stamp,
+// What `put` writes with the texts of the record up to their first zero bytes. Hardly a text holds
+// one, so all are copied whole first, and looked through at once.
+template <class PutWhole>
+char* PutCutAtZeros(char* at, const FrameStamp& stamp, const LogRecord& record, PutWhole put) {
+    char* const end = put(at, stamp, record);
+    if (!HasZero(at, end)) {
+        return end;
+    }
+    LogRecord cut = record;
+    for (std::string_view* text : {&cut.context, &cut.file, &cut.function, &cut.detail}) {
+        *text = CutAtZero(*text);
+    }
+    return put(at, FrameStamp{CutAtZero(stamp.time), stamp.thread}, cut);
+}
+
+char* PutFields(char* at, const FrameStamp& stamp, const LogRecord& record,
+                std::string_view detailLabel) {
+    return PutCutAtZeros(
+        at, stamp, record,
+        [detailLabel](char* to, const FrameStamp& cutStamp, const LogRecord& cutRecord) {
+            return PutWholeFields(to, cutStamp, cutRecord, detailLabel);
+        });
+}
+
+char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
+    return PutCutAtZeros(at, stamp, record, &PutWholeShortLine);
+}
+
+void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_view time,
                     std::string_view after) {
-    FrameWriter writer(buffer, stamp.size());
-    writer.CutAtZero([&] { writer.Fixed(before).Text(stamp).Fixed(after); });
+    char* const at = buffer.Reserve(time.size() + kFixedTextSize);
+    buffer.Commit(Put(Put(Put(at, before), CutAtZero(time)), after));
 }
-
-constexpr std::string_view kDetailLabel = " Detail: ";
-// The blank before the colon marks a record that was kept back.
-constexpr std::string_view kDumpedDetailLabel = " Detail : ";
 
 }  // namespace
 
-void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
+size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record) {
+    return stamp.time.size() + record.context.size() + record.file.size() + record.function.size() +
+           record.detail.size() + kFixedTextSize;
+}
+
+void AppendRecord(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                   const LogRecord& record) {
-    FrameWriter writer(buffer, TextSize(stamp, record));
+    char* at = buffer.Reserve(RecordSizeAtMost(stamp, record));
     if (record.level == LOG_LEVEL_SHORT) {
-        AppendShortLine(writer, stamp, record);
+        buffer.Commit(PutShortLine(at, stamp, record));
         return;
     }
-    const NumberText tag(number);
-    AppendTag(writer, tag);
-    AppendFields(writer, stamp, record, kDetailLabel);
-    AppendClosingTag(writer, tag);
+    at = PutFields(PutTag(at, number), stamp, record, kDetailLabel);
+    buffer.Commit(PutClosingTag(at, number));
 }
 
-size_t RecordSizeAtMost(std::string_view stamp, const LogRecord& record) {
-    return TextSize(stamp, record) + kFixedTextSize;
-}
-
-void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record) {
-    FrameWriter writer(buffer, TextSize(stamp, record));
-    if (record.level == LOG_LEVEL_SHORT) {
-        AppendShortLine(writer, stamp, record);
-        return;
-    }
-    AppendFields(writer, stamp, record, kDetailLabel);
-}
-
-void AppendNumbered(FrameBuffer& buffer, uint32_t number, int32_t level, std::string_view body) {
-    FrameWriter writer(buffer, body.size());
-    if (level == LOG_LEVEL_SHORT) {
-        writer.Fixed(body);
-        return;
-    }
-    const NumberText tag(number);
-    AppendTag(writer, tag);
-    writer.Fixed(body);
-    AppendClosingTag(writer, tag);
-}
-
-void AppendDumpOpening(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
+void AppendDumpOpening(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                        const LogRecord& trigger) {
-    FrameWriter writer(buffer, TextSize(stamp, trigger));
-    const NumberText tag(number);
-    AppendTag(writer, tag);
-    AppendFields(writer, stamp, trigger, kDetailLabel);
-    writer.Fixed(kDumpBegin);
+    char* at = buffer.Reserve(RecordSizeAtMost(stamp, trigger));
+    at = PutFields(PutTag(at, number), stamp, trigger, kDetailLabel);
+    buffer.Commit(Put(at, kDumpBegin));
 }
 
-void AppendDumpedRecord(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record) {
-    FrameWriter writer(buffer, TextSize(stamp, record));
-    AppendFields(writer, stamp, record, kDumpedDetailLabel);
+void AppendDumpedRecord(FrameBuffer& buffer, const FrameStamp& stamp, const LogRecord& record) {
+    char* const at = buffer.Reserve(RecordSizeAtMost(stamp, record));
+    buffer.Commit(PutFields(at, stamp, record, kDumpedDetailLabel));
 }
 
-void AppendDumpClosing(FrameBuffer& buffer, uint32_t number) {
-    FrameWriter writer(buffer, 0);
-    const NumberText tag(number);
-    writer.Fixed(kDumpEnd);
-    AppendClosingTag(writer, tag);
+void AppendDumpClosing(FrameBuffer& buffer, std::string_view number) {
+    char* const at = buffer.Reserve(kFixedTextSize);
+    buffer.Commit(PutClosingTag(Put(at, kDumpEnd), number));
 }
 
-void AppendFileCreated(FrameBuffer& buffer, std::string_view stamp) {
-    AppendFileLine(buffer, "File create at ", stamp, ".\n");
+void AppendFileCreated(FrameBuffer& buffer, std::string_view time) {
+    AppendFileLine(buffer, "File create at ", time, ".\n");
 }
 
-void AppendFileClosed(FrameBuffer& buffer, std::string_view stamp) {
-    AppendFileLine(buffer, "\nFile close at ", stamp, ".\n");
+void AppendFileClosed(FrameBuffer& buffer, std::string_view time) {
+    AppendFileLine(buffer, "\nFile close at ", time, ".\n");
+}
+
+UnnumberedFrame::UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp,
+                                 const LogRecord& record)
+    : isShort_(record.level == LOG_LEVEL_SHORT) {
+    memory.Clear();
+    body_ = memory.Reserve(kMostTagSize + RecordSizeAtMost(stamp, record)) + kMostTagSize;
+    end_ = isShort_ ? PutShortLine(body_, stamp, record)
+                    : PutFields(body_, stamp, record, kDetailLabel);
+}
+
+std::string_view UnnumberedFrame::Number(std::string_view number) const {
+    if (isShort_) {
+        return {body_, static_cast<size_t>(end_ - body_)};
+    }
+    char* const begin = body_ - (number.size() + kTagMarks);
+    PutTag(begin, number);
+    return {begin, static_cast<size_t>(PutClosingTag(end_, number) - begin)};
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,38 +1,56 @@
 // The format of records in a log file.
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
 #include "channel/framebuffer.h"
+#include "channel/framestamps.h"
 #include "record/logrecord.h"
 
 namespace NS_LOG_SERVICE1 {
 
-// Each function appends one piece of text to `buffer`. `stamp` is the record's time as the platform
-// formats it. Each text ends at its first zero byte.
+// Each function appends one piece of text to `buffer`. `number` are the digits of the record's
+// number. Each text of a record ends at its first zero byte.
 
 // A record with its number. A record of level -2 is one short line without the number.
-void AppendRecord(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
+void AppendRecord(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                   const LogRecord& record);
 
 // At least the size of that piece.
-size_t RecordSizeAtMost(std::string_view stamp, const LogRecord& record);
-
-// The same in two steps, of which the first needs no lock: the record without its number, and then
-// the number around that body.
-void AppendBody(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record);
-void AppendNumbered(FrameBuffer& buffer, uint32_t number, int32_t level, std::string_view body);
+size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record);
 
 // The parts of a dump: the opening with the record that triggered it, each record that was kept
 // back, and the closing, which repeats the opening's number.
-void AppendDumpOpening(FrameBuffer& buffer, uint32_t number, std::string_view stamp,
+void AppendDumpOpening(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                        const LogRecord& trigger);
-void AppendDumpedRecord(FrameBuffer& buffer, std::string_view stamp, const LogRecord& record);
-void AppendDumpClosing(FrameBuffer& buffer, uint32_t number);
+void AppendDumpedRecord(FrameBuffer& buffer, const FrameStamp& stamp, const LogRecord& record);
+void AppendDumpClosing(FrameBuffer& buffer, std::string_view number);
 
-// The first and the last line of a file.
-void AppendFileCreated(FrameBuffer& buffer, std::string_view stamp);
-void AppendFileClosed(FrameBuffer& buffer, std::string_view stamp);
+// The first and the last line of a file at this time.
+void AppendFileCreated(FrameBuffer& buffer, std::string_view time);
+void AppendFileClosed(FrameBuffer& buffer, std::string_view time);
+
+// The frame of one record but for its number, which is not known before it is the record's turn to
+// be written. Leaves room for the number on both sides of the text, so that the text need not be
+// moved again.
+class UnnumberedFrame {
+  public:
+    // No frame.
+    UnnumberedFrame() = default;
+
+    // Replaces what stands in `memory`, which holds the frame from now on.
+    UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp, const LogRecord& record);
+
+    bool IsEmpty() const { return body_ == nullptr; }
+
+    // Returns the frame with this number, which may be called again with another one. Valid until
+    // the next call.
+    std::string_view Number(std::string_view number) const;
+
+  private:
+    char* body_ = nullptr;
+    char* end_ = nullptr;
+    bool isShort_ = false;  // a line without a number
+};
 
 }  // namespace NS_LOG_SERVICE1

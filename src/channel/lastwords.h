@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
 #include "base/deadline.h"
 #include "channel/framebuffer.h"
+#include "channel/framestamps.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -19,13 +19,10 @@ class LastWords {
     static constexpr size_t kPieceSize = size_t{1} << 20;
 
     // Allocates the memory. The pages of the buffer are not touched before they are needed.
-    LastWords() {
-        frames.Reserve(kPieceSize);
-        stamp.reserve(256);
-    }
+    LastWords() { frames.Reserve(kPieceSize); }
 
     FrameBuffer frames;
-    std::string stamp;
+    FrameStamps stamps{256};
 };
 
 }  // namespace NS_LOG_SERVICE1

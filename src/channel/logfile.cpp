@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <string_view>
 #include <system_error>
-#include <utility>
 
 #include "base/renew.h"
-#include "bundlemgr/logsupport.h"
 #include "channel/framing.h"
 #include "channel/logfilename.h"
 
@@ -23,9 +21,10 @@ constexpr size_t kUsualStampSize = 64;
 }  // namespace
 
 LogFile::LogFile(const char* directory, const char* prefix, uint64_t sizeLimit, uint64_t countLimit)
-    : sizeLimit_(sizeLimit), countLimit_(countLimit), file_(directory, prefix, statistics_) {
-    stamp_.reserve(kUsualStampSize);
-}
+    : sizeLimit_(sizeLimit),
+      countLimit_(countLimit),
+      stamps_(kUsualStampSize),
+      file_(directory, prefix, statistics_) {}
 
 LogFile::~LogFile() {
     try {
@@ -93,13 +92,14 @@ struct LogFile::GroupedRecords {
     void Next() { at = at->next; }
     bool Is(const GroupedRecords& other) const { return at == other.at; }
     void AppendTo(LogFile& file) const {
-        if (at->body.empty()) {
+        if (at->frame.IsEmpty()) {
             file.AppendNextRecord(at->record);
         } else {
-            AppendNumbered(file.frames_, static_cast<uint32_t>(++file.recordNumber_),
-                           at->record.level, at->body);
+            ++file.recordNumber_;
+            file.frames_.Append(at->frame.Number(file.Number()));
         }
     }
+    bool IsAlone() const { return at->next == nullptr && !at->frame.IsEmpty(); }
     void MarkDone() const { at->done = true; }
 };
 
@@ -114,6 +114,9 @@ void LogFile::WriteRecords(const RecordQueue& records) {
 
 void LogFile::WriteGroup(WaitingRecord* first) {
     GroupedRecords next{first};
+    if (next.IsAlone()) {
+        next = WriteAlone(next);
+    }
     while (!next.AtEnd()) {
         next = WriteBatch(next);
     }
@@ -182,6 +185,26 @@ Records LogFile::WriteBatch(Records first) {
     return next;
 }
 
+// The frame of one record is written from where its thread has made it. Returns the record again
+// when it belongs into the next file.
+LogFile::GroupedRecords LogFile::WriteAlone(GroupedRecords record) {
+    if (!EnsureOpen()) {
+        return DropUnready(record);
+    }
+    ++recordNumber_;
+    const std::string_view frame = record.at->frame.Number(Number());
+    const WriteResult result = file_.Write(frame);
+    if (result.error) {
+        file_.KeepOnly(0, result);
+        return Lose(record, frame.size(), result.error);
+    }
+    statistics_.recordsWritten.Add(1);
+    record.MarkDone();
+    record.Next();
+    RotateIfFull();
+    return record;
+}
+
 // The records before which the next file begins, or those that fit into one write. A file that is
 // full and still has to be used takes more.
 size_t LogFile::BatchSize() const {
@@ -205,8 +228,7 @@ Records LogFile::DropUnready(Records first) {
 }
 
 // The write of the batch that began with `first` has failed. Keeps the whole records that it has
-// written. The next one is lost, unless the file is full and gives way to the next one. Returns the
-// record to go on with, as single writes would have done.
+// written. Returns the record to go on with, as single writes would have done.
 template <class Records>
 Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed) {
     Records lost = first;
@@ -223,15 +245,22 @@ Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteR
     }
     file_.KeepOnly(whole, failed);
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore - 1);
-    if (file_.IsFullFor(frames_.Size(), failed.error) && file_.BeginNext()) {
+    return Lose(lost, frames_.Size(), failed.error);
+}
+
+// The record, which is numbered already, could not be written. It is lost, unless the file is full
+// and gives way to the next one. Returns the record to go on with.
+template <class Records>
+Records LogFile::Lose(Records record, size_t frameSize, const std::error_code& error) {
+    if (file_.IsFullFor(frameSize, error) && file_.BeginNext()) {
         --recordNumber_;
-        return lost;
+        return record;
     }
     statistics_.recordsDropped.Add(1);
-    lost.MarkDone();
+    record.MarkDone();
     LeaveFailedFile();
-    lost.Next();
-    return lost;
+    record.Next();
+    return record;
 }
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
@@ -280,53 +309,13 @@ void LogFile::WriteTriggerAlone(const LogRecord& trigger) {
 
 // The opening and the closing carry the same number.
 void LogFile::FrameDump(const LogRecord& trigger, const KeptRecords& keptBack) {
-    const auto number = static_cast<uint32_t>(recordNumber_);
+    const std::string_view number = Number();
     frames_.Clear();
-    AppendDumpOpening(frames_, number, Stamp(trigger.time), trigger);
+    AppendDumpOpening(frames_, number, stamps_.Of(trigger), trigger);
     keptBack.ForEach([this](const LogRecord& record) {
-        AppendDumpedRecord(frames_, Stamp(record.time), record);
+        AppendDumpedRecord(frames_, stamps_.Of(record), record);
     });
     AppendDumpClosing(frames_, number);
-}
-
-bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
-                               const Deadline& deadline) {
-    if (!IsOpen()) {
-        return false;
-    }
-    const uint64_t writtenBefore = statistics_.recordsWritten.Get();
-    uint64_t inPiece = 0;
-    bool succeeds = true;
-    memory.frames.Clear();
-    for (auto next = records.begin(); succeeds && next != records.end(); ++next) {
-        const LogRecord record = *next;
-        NS_BUNDLEMGR1::GetZoneTimeStamp(record.time, memory.stamp);
-        const size_t size = RecordSizeAtMost(memory.stamp, record);
-        if (!memory.frames.HasRoomFor(size)) {
-            succeeds = WriteLastPiece(memory, inPiece) && !deadline.IsOver();
-        }
-        ++recordNumber_;
-        if (succeeds && memory.frames.HasRoomFor(size)) {
-            AppendRecord(memory.frames, static_cast<uint32_t>(recordNumber_), memory.stamp, record);
-            ++inPiece;
-        }
-    }
-    if (succeeds) {
-        WriteLastPiece(memory, inPiece);
-    }
-    CountDropped(records.Count() - (statistics_.recordsWritten.Get() - writtenBefore));
-    return true;
-}
-
-// Writes a piece of so many records, of which there are none then.
-bool LogFile::WriteLastPiece(LastWords& memory, uint64_t& records) {
-    const std::error_code error = file_.WriteWhole(memory.frames.Bytes());
-    memory.frames.CutTo(0);
-    if (error) {
-        return false;
-    }
-    statistics_.recordsWritten.Add(std::exchange(records, 0));
-    return true;
 }
 
 int LogFile::ChangePath(const std::string& directory, const std::string& prefix) {
@@ -340,14 +329,9 @@ bool LogFile::IsLogFile(const char* name) const {
     return IsLogFileName(file_.Directory(), file_.Prefix(), name);
 }
 
-const std::string& LogFile::Stamp(const ACE_Time_Value& time) {
-    NS_BUNDLEMGR1::GetZoneTimeStamp(time, stamp_);
-    return stamp_;
-}
-
 void LogFile::AppendNextRecord(const LogRecord& record) {
     ++recordNumber_;
-    AppendRecord(frames_, static_cast<uint32_t>(recordNumber_), Stamp(record.time), record);
+    AppendRecord(frames_, Number(), stamps_.Of(record), record);
 }
 
 // Writes the frame of one record.

@@ -3,10 +3,14 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <system_error>
 
+#include "base/decimaltext.h"
 #include "channel/currentfile.h"
 #include "channel/filepolicy.h"
 #include "channel/framebuffer.h"
+#include "channel/framestamps.h"
 #include "channel/lastwords.h"
 #include "channel/logfilestatistics.h"
 #include "channel/waitingrecords.h"
@@ -107,8 +111,8 @@ class LogFile {
     const LogFileStatistics& Statistics() const { return statistics_; }
 
   private:
-    // Returns `time` as the platform formats it, valid until the next call.
-    const std::string& Stamp(const ACE_Time_Value& time);
+    // The digits of the number of the last record framed, valid until the next call.
+    std::string_view Number() { return numberText_.Of(static_cast<uint32_t>(recordNumber_)); }
     void AppendNextRecord(const LogRecord& record);
     struct QueuedRecords;
     struct GroupedRecords;
@@ -117,6 +121,7 @@ class LogFile {
     void CountingLosses(uint64_t records, Write write);
     template <class Records>
     Records WriteBatch(Records first);
+    GroupedRecords WriteAlone(GroupedRecords record);
     template <class Records>
     Records FrameBatch(Records first);
     template <class Records>
@@ -125,6 +130,8 @@ class LogFile {
     Records DropUnready(Records first);
     template <class Records>
     Records SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed);
+    template <class Records>
+    Records Lose(Records record, size_t frameSize, const std::error_code& error);
     size_t BatchSize() const;
     void FrameDump(const LogRecord& trigger, const KeptRecords& keptBack);
     void AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept;
@@ -139,7 +146,8 @@ class LogFile {
     uint64_t countLimit_;
     uint64_t recordNumber_ = 0;  // of the last record framed; goes on across files
     FrameBuffer frames_;         // what is written next; its memory is used again
-    std::string stamp_;
+    DecimalText numberText_;
+    FrameStamps stamps_;
     LogFileStatistics statistics_;
     CurrentFile file_;
 };

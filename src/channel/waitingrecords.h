@@ -4,20 +4,20 @@
 #include <semaphore.h>
 
 #include <atomic>
-#include <string_view>
 
+#include "channel/framing.h"
 #include "record/logrecord.h"
 
 namespace NS_LOG_SERVICE1 {
 
 // A record that its thread waits for, on that thread's stack.
 struct WaitingRecord {
-    WaitingRecord(const LogRecord& waiting, std::string_view frameBody)
-        : record(waiting), body(frameBody) {}
+    WaitingRecord(const LogRecord& waiting, const UnnumberedFrame& itsFrame)
+        : record(waiting), frame(itsFrame) {}
 
     const LogRecord& record;
-    // The frame but for its number; empty when it is still to be made.
-    const std::string_view body;
+    // Empty when it is still to be made.
+    const UnnumberedFrame frame;
 
     WaitingRecord* next = nullptr;
     // Written, or given up and counted. Set by the thread that writes.

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cstdarg>
 #include <limits>
+#include <string_view>
 
 #include "base/boundedstring.h"
+#include "base/copytext.h"
 #include "base/lockguard.h"
 #include "base/nodestructor.h"
 #include "base/objectpool.h"
@@ -17,7 +19,7 @@
 #include "diagnostic/messages.h"
 #include "logger/asndump.h"
 #include "qv_base_log/loglevel.h"
-#include "record/contextheader.h"
+#include "record/logrecord.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -91,18 +93,20 @@ void Logger::Log(const std::string& file, const std::string& function, unsigned 
                  const std::string& text) {
     Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const BorrowedCallMemory memory;
-    LogRecord record;
-    record.time = ACE_OS::gettimeofday();
-    record.level = std::min(level, static_cast<int>(LOG_LEVEL_3));
-    record.detail = NS_BUNDLEMGR1::Convert2UTFforLog(text, memory->converted);
-    record.firstName = first_;
-    record.secondName = second_;
-    record.file = file;
-    record.function = function;
-    record.line = line;
-    record.thread = pthread_self();
-    BuildContextHeader(memory->context);
-    record.context = memory->context;
+    const ACE_Time_Value time = ACE_OS::gettimeofday();
+    const std::string& detail = NS_BUNDLEMGR1::Convert2UTFforLog(text, memory->converted);
+    const pthread_t thread = pthread_self();
+    memory->context.Build();
+    const LogRecord record{std::min(level, static_cast<int>(LOG_LEVEL_3)),
+                           time,
+                           thread,
+                           first_,
+                           second_,
+                           file,
+                           function,
+                           line,
+                           detail,
+                           memory->context.Text()};
 
     TEDebugInfoBuf* channel = FindChannel();
     acceptance.Done();
@@ -141,7 +145,7 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     }
     Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const Borrowed<std::string> text(Messages());
-    text->assign(message);
+    AssignText(*text, std::string_view(message));
     acceptance.Done();
     Log(file, function, line, level, *text);
 }

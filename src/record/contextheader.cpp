@@ -1,6 +1,5 @@
 #include "record/contextheader.h"
 
-#include <charconv>
 #include <string_view>
 
 #include "base/copytext.h"
@@ -33,11 +32,8 @@ constexpr std::string_view kUserLabel = ",UserMsg:";
 }  // namespace
 
 // Fetches the context anew for each item: an upper layer may complete it while the operation runs.
-void BuildContextHeader(std::string& header) {
-    char digits[40];
-    const char* const digitsEnd =
-        std::to_chars(digits, digits + sizeof digits, ThreadContext().GetThreadId()).ptr;
-    const std::string_view threadId(digits, static_cast<size_t>(digitsEnd - digits));
+void ContextHeader::Build() {
+    const std::string_view threadId = threadId_.Of(ThreadContext().GetThreadId());
     const NS_UTIL::ThreadContextInfo interfaceContext = ThreadContext();
     const std::string_view interfaceName = interfaceContext.GetInterfaceName();
     const NS_UTIL::ThreadContextInfo userContext = ThreadContext();
@@ -47,16 +43,20 @@ void BuildContextHeader(std::string& header) {
 
     // A string that has its size already is not touched by this: a thread's next record is often
     // of the same operation.
-    header.resize(uuid.size() + kThreadLabel.size() + threadId.size() + kInterfaceLabel.size() +
-                  interfaceName.size() + kUserLabel.size() + userInfo.size());
-    PieceWriter(header.data()) << uuid << kThreadLabel << threadId << kInterfaceLabel
-                               << interfaceName << kUserLabel << userInfo;
+    const size_t size = uuid.size() + kThreadLabel.size() + threadId.size() +
+                        kInterfaceLabel.size() + interfaceName.size() + kUserLabel.size() +
+                        userInfo.size();
+    if (text_.size() != size) {
+        text_.resize(size);
+    }
+    PieceWriter(text_.data()) << uuid << kThreadLabel << threadId << kInterfaceLabel
+                              << interfaceName << kUserLabel << userInfo;
 }
 
 std::string BuildContextHeader() {
-    std::string header;
-    BuildContextHeader(header);
-    return header;
+    ContextHeader header;
+    header.Build();
+    return std::string(header.Text());
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -16,21 +16,6 @@ KeptRecords::KeptRecords(size_t capacity) : capacity_(capacity) {
     records_.reserve(std::min(capacity_, kReservedRecords));
 }
 
-PackedRecord KeptRecords::Append(PackedRecord record) {
-    if (capacity_ == 0) {
-        return record;
-    }
-    if (records_.size() < capacity_) {
-        records_.push_back(std::move(record));
-        return PackedRecord();
-    }
-    std::swap(records_[oldest_], record);
-    if (++oldest_ == capacity_) {
-        oldest_ = 0;
-    }
-    return record;
-}
-
 void KeptRecords::Swap(KeptRecords& other) noexcept {
     std::swap(capacity_, other.capacity_);
     std::swap(records_, other.records_);

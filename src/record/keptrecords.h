@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "record/packedrecord.h"
@@ -17,7 +18,17 @@ class KeptRecords {
     // Appends the record and returns the one that was evicted for it: the oldest record, or
     // `record` itself when the capacity is 0. Returns an empty one while there is room. The caller
     // uses its memory for the next record, or frees it after it has released its lock.
-    PackedRecord Append(PackedRecord record);
+    PackedRecord Append(PackedRecord record) {
+        if (records_.size() < capacity_) {
+            records_.push_back(std::move(record));
+            return PackedRecord();
+        }
+        if (capacity_ != 0) {
+            std::swap(records_[oldest_], record);
+            oldest_ = oldest_ + 1 == capacity_ ? 0 : oldest_ + 1;
+        }
+        return record;
+    }
 
     // Removes all records.
     void Clear() noexcept {

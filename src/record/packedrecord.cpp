@@ -12,8 +12,7 @@ namespace {
 // Precedes the texts, which follow without separators in the order of the lengths.
 struct PackedHeader {
     size_t packedSize;
-    int64_t seconds;
-    int32_t microseconds;
+    ACE_Time_Value time;
     int32_t level;
     pthread_t thread;
     size_t fileLength;
@@ -48,16 +47,9 @@ size_t PackedSize(const LogRecord& record) {
 }
 
 void Pack(const LogRecord& record, std::byte* bytes) {
-    new (bytes) PackedHeader{PackedSize(record),
-                             record.time.sec(),
-                             static_cast<int32_t>(record.time.usec()),
-                             record.level,
-                             record.thread,
-                             record.file.size(),
-                             record.function.size(),
-                             record.detail.size(),
-                             record.context.size(),
-                             record.line};
+    new (bytes) PackedHeader{PackedSize(record),   record.time,           record.level,
+                             record.thread,        record.file.size(),    record.function.size(),
+                             record.detail.size(), record.context.size(), record.line};
     char* at = reinterpret_cast<char*>(bytes + sizeof(PackedHeader));
     for (const std::string_view text :
          {record.file, record.function, record.detail, record.context}) {
@@ -69,7 +61,7 @@ LogRecord Unpack(const std::byte* bytes) {
     const PackedHeader& header = HeaderAt(bytes);
     LogRecord record;
     record.level = header.level;
-    record.time.set(header.seconds, header.microseconds);
+    record.time = header.time;
     record.thread = header.thread;
     record.line = header.line;
     const char* at = reinterpret_cast<const char*>(bytes + sizeof(PackedHeader));
@@ -95,13 +87,6 @@ void PackedRecord::Set(const LogRecord& record) {
         capacity_ = capacity;
     }
     Pack(record, bytes_.get());
-}
-
-void PackedRecord::FreeIfLarger(size_t size) {
-    if (capacity_ > size) {
-        bytes_.reset();
-        capacity_ = 0;
-    }
 }
 
 }  // namespace NS_LOG_SERVICE1

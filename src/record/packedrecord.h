@@ -35,8 +35,16 @@ class PackedRecord {
     // REQUIRES: it is not empty. The texts are valid as long as this object holds the record.
     LogRecord Get() const { return Unpack(bytes_.get()); }
 
+    // Of the block.
+    size_t Capacity() const { return capacity_; }
+
     // Frees a block of more than `size` bytes, with its record.
-    void FreeIfLarger(size_t size);
+    void FreeIfLarger(size_t size) {
+        if (capacity_ > size) {
+            bytes_.reset();
+            capacity_ = 0;
+        }
+    }
 
   private:
     std::unique_ptr<std::byte[]> bytes_;

@@ -19,21 +19,36 @@ using std::string_view_literals::operator""sv;
 
 constexpr char kDumpBegins[] = "*********** Dump filtered debug information begin **********\n";
 
+// A stamp whose time is this text, with the thread of the record.
+struct Stamp {
+    Stamp(std::string_view text, const OwnedRecord& record)
+        : time(text), thread(std::to_string(static_cast<long>(record.thread))) {}
+    operator FrameStamp() const { return {time, thread}; }
+
+    std::string_view time;
+    std::string thread;
+};
+
+// The record by itself, which is made in one piece or numbered later.
 std::string Recorded(const OwnedRecord& record, std::string_view stamp = "S", uint32_t number = 1) {
     FrameBuffer buffer;
-    AppendRecord(buffer, number, stamp, record.Get());
+    const std::string digits = std::to_string(number);
+    AppendRecord(buffer, digits, Stamp(stamp, record), record.Get());
+    FrameBuffer memory;
+    const UnnumberedFrame frame(memory, Stamp(stamp, record), record.Get());
+    EXPECT_EQ(frame.Number(digits), buffer.Bytes());
     return std::string(buffer.Bytes());
 }
 
 std::string Opened(const OwnedRecord& record, std::string_view stamp = "S", uint32_t number = 1) {
     FrameBuffer buffer;
-    AppendDumpOpening(buffer, number, stamp, record.Get());
+    AppendDumpOpening(buffer, std::to_string(number), Stamp(stamp, record), record.Get());
     return std::string(buffer.Bytes());
 }
 
 std::string Dumped(const OwnedRecord& record, std::string_view stamp = "S") {
     FrameBuffer buffer;
-    AppendDumpedRecord(buffer, stamp, record.Get());
+    AppendDumpedRecord(buffer, Stamp(stamp, record), record.Get());
     return std::string(buffer.Bytes());
 }
 
@@ -56,7 +71,7 @@ TEST(Framing, ShowsARecordOnItsOwnAndInADump) {
 
 TEST(Framing, ShowsTheClosingOfADumpAndTheEndsOfAFile) {
     FrameBuffer buffer;
-    AppendDumpClosing(buffer, 4294967295u);
+    AppendDumpClosing(buffer, "4294967295");
     AppendFileCreated(buffer, "STAMP");
     AppendFileClosed(buffer, "LATER");
     EXPECT_EQ(buffer.Bytes(),
@@ -112,6 +127,31 @@ TEST(Framing, ShowsEveryNumberAtBothEnds) {
     }
 }
 
+TEST(UnnumberedFrame, TakesOneNumberAfterTheOther) {
+    const OwnedRecord record;
+    FrameBuffer memory;
+    memory.Append("what was there before");
+    const UnnumberedFrame frame(memory, {"S", "4242"}, record.Get());
+    for (const uint32_t number : {7u, 4294967295u, 0u, 12345u}) {
+        EXPECT_EQ(frame.Number(std::to_string(number)), Recorded(record, "S", number));
+    }
+    EXPECT_FALSE(frame.IsEmpty());
+    EXPECT_TRUE(UnnumberedFrame().IsEmpty());
+}
+
+TEST(FrameStamps, ShowTheTimeAndTheThreadOfEachRecord) {
+    FrameStamps stamps;
+    for (const uint64_t thread : {uint64_t{4242}, uint64_t{4242}, uint64_t{4243}, UINT64_MAX}) {
+        OwnedRecord record;
+        record.thread = thread;
+        std::string time;
+        NS_BUNDLEMGR1::GetZoneTimeStamp(record.time, time);
+        const FrameStamp stamp = stamps.Of(record.Get());
+        EXPECT_EQ(stamp.time, time);
+        EXPECT_EQ(stamp.thread, std::to_string(static_cast<long>(thread)));
+    }
+}
+
 TEST(Framing, EndsEachTextAtItsFirstZeroByte) {
     OwnedRecord record;
     record.context = "c\0C"s;
@@ -150,7 +190,7 @@ TEST(Framing, AppendsToWhatIsThere) {
     FrameBuffer buffer;
     std::string expected;
     for (int i = 0; i < 1000; ++i) {
-        AppendRecord(buffer, 1, "S", WithDetail(std::to_string(i), -2).Get());
+        AppendRecord(buffer, "1", {"S", "4242"}, WithDetail(std::to_string(i), -2).Get());
         expected += "S," + std::to_string(i) + "\n";
     }
     EXPECT_EQ(buffer.Bytes(), expected);

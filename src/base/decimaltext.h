@@ -1,0 +1,45 @@
+// The digits of a number.
+#pragma once
+
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+namespace NS_LOG_SERVICE1 {
+
+// Made again only for a number that differs from the last one by more than its last digit. The
+// thread's number takes 15 digits and is the same for many records; a record's number is the next
+// one.
+//
+// Thread safety: none.
+class DecimalText {
+  public:
+    // Valid until the next call.
+    std::string_view Of(int64_t number) {
+        if (number != number_) {
+            char& last = digits_[size_ - 1];
+            if (number > 0 && number - 1 == number_ && last != '9') {
+                ++last;
+            } else {
+                Make(number);
+            }
+            number_ = number;
+        }
+        return {digits_, size_};
+    }
+
+  private:
+    // Not inlined: seldom called, and large.
+    __attribute__((noinline)) void Make(int64_t number) {
+        const char* const end = std::to_chars(digits_, digits_ + sizeof digits_, number).ptr;
+        size_ = static_cast<size_t>(end - digits_);
+    }
+
+    int64_t number_ = 0;
+    size_t size_ = 1;
+    char digits_[std::numeric_limits<int64_t>::digits10 + 2] = {'0'};
+};
+
+}  // namespace NS_LOG_SERVICE1
