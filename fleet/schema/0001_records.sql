@@ -85,7 +85,10 @@ BEGIN
         RETURN;
     END IF;
     PERFORM pg_advisory_xact_lock(7113, wanted - date '1970-01-01');
-    IF to_regclass('qv.' || partition) IS NOT NULL THEN
+    -- Another one may have made it meanwhile. Asked by its name again, the server would repeat what it
+    -- knew before it waited.
+    PERFORM FROM pg_class WHERE relname = partition AND relnamespace = 'qv'::regnamespace;
+    IF FOUND THEN
         RETURN;
     END IF;
     -- Attaching lets readers go on, where creating it as a partition would wait for them.
