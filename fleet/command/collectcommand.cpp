@@ -26,6 +26,7 @@ struct CollectWords {
     std::string store;
     StreamAddress stream;
     uint32_t shards = 1;
+    unsigned workers = 2;
     std::vector<uint32_t> chosen;
     StreamSettings settings;
     bool migrates = false;
@@ -68,6 +69,10 @@ int RunCollectors() {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    // Not when the program exits: the libraries below the connections are torn down by then.
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGINT, SIG_DFL);
+    runningCollectors.clear();
     return isFine ? 0 : 2;
 }
 
@@ -127,7 +132,10 @@ int RunCollect(const CollectWords& words) {
         settings.store = words.store;
         settings.shard = shard;
         settings.once = words.once;
-        runningCollectors.push_back(std::make_unique<Collector>(settings));
+        // While one waits for the disk to have its rows, another one's go to the store.
+        for (unsigned worker = 0; worker < words.workers; ++worker) {
+            runningCollectors.push_back(std::make_unique<Collector>(settings));
+        }
     }
     return RunCollectors();
 }
@@ -159,6 +167,10 @@ void AddCollect(const NS_LOG_READER::CommandAdder& add) {
         ->type_name("N")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->add_option("--workers", words->workers,
+                    "How many connections to the store collect a shard (default: 2)")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 64U));
     app->add_flag("--once", words->once, "End when nothing more comes");
 }
 
