@@ -15,7 +15,7 @@ constexpr size_t kBatchBytes = size_t{4} * 1024 * 1024;
 constexpr size_t kBatchMessages = 256;
 
 // Asked for at once. The last ones are what a batch may be too large by.
-constexpr int kFetchMessages = 8;
+constexpr int kFetchMessages = 4;
 
 // How long to wait for a message, and behind the first one for more.
 constexpr int64_t kFetchMilliseconds = 1000;
