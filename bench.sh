@@ -10,6 +10,7 @@ print_help() {
 Usage: ./bench.sh [OPTION...]
        ./bench.sh --instructions [--check] [--update]
        ./bench.sh --northbound [ROUNDS [CALLS [MS]]]
+       ./bench.sh --fleet [MEGABYTES]
 
 Installs what is missing (Debian packages, as root or through sudo), builds the service and the
 other loggers' programs optimised, measures, and prints one table. It stands in $build
@@ -32,6 +33,9 @@ too, as results.txt and results.json. A full run takes about a quarter of an hou
 
     --northbound       calls per second of the northbound example, with more and less logging; MS is
                        how long an element takes to answer
+
+    --fleet            the roads of a fleet, with servers of its own: rows per second, processor time,
+                       memory, and how soon a record is in the store; MEGABYTES of files (60)
 EOF
 }
 
@@ -58,6 +62,12 @@ build_northbound() {
         qv_build "$root" bench qv_agent qv_agentctl qv_base_log qv_schedule qv_control qv_northbound qv_northbound_client
 }
 
+build_fleet() {
+    qv_configure "$root" release -DQV_BUILD_FLEET=ON &&
+        qv_build "$root" release qvlog qv_agent qv_base_log qv_sample_traffic qv_schedule \
+            qv_control qv_line_feed
+}
+
 build_all() {
     qv_configure "$root" bench && qv_build "$root" bench
 }
@@ -67,6 +77,11 @@ if [[ ${1:-} == --northbound ]]; then
     qv_install_packages "${qv_northbound_packages[@]}"
     build_or_fail build_northbound
     exec "$root/examples/northbound/measure.sh" "$build/bin" "${@:2}"
+fi
+if [[ ${1:-} == --fleet ]]; then
+    qv_install_packages "${qv_fleet_packages[@]}" "${qv_fleet_servers[@]}"
+    build_or_fail build_fleet
+    exec "$root/bench/fleet/fleet.sh" "${@:2}"
 fi
 build_or_fail build_all
 

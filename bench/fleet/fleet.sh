@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Measures the roads of a fleet on this machine, with servers of its own on 127.0.0.1. Needs the
-# release build of qvlog and the agent, and the packages of `qv_fleet_servers` (scripts/setup.sh).
+# release build of qvlog and the agent; `./bench.sh --fleet` makes it and installs what is missing.
 #     bench/fleet/fleet.sh [MEGABYTES]        about so many of log files (default: 60)
-# Prints for each hop: rows, seconds, rows per second, MB per second of the files, and the seconds of
-# processor time per 100,000 rows of the program and of the servers.
+# Prints for each hop: rows, seconds, rows per second, MB per second of the files, the seconds of
+# processor time per 100,000 rows of the program and of the servers, and the MB of memory that the
+# program took at most. Then, for each road, how old records are when the store shows them.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -48,19 +49,22 @@ ticks() {
 
 # measure NAME SERVERS COMMAND...: SERVERS are process ids. Prints one line.
 measure() {
-    local name=$1 servers=$2 before after wall user system
+    local name=$1 servers=$2 before after wall own kernel memory
     shift 2
     # shellcheck disable=SC2086
     before=$(ticks $servers)
-    local TIMEFORMAT='%R %U %S'
-    read -r wall user system < <({ time "$@" >"$work/out" 2>&1; } 2>&1)
+    /usr/bin/time -f '%e %U %S %M' -o "$work/time" "$@" >"$work/out" 2>&1 ||
+        { cat "$work/out" >&2 && return 1; }
+    read -r wall own kernel memory <"$work/time"
     sleep 0.3
     # shellcheck disable=SC2086
     after=$(ticks $servers)
-    awk -v name="$name" -v rows="$rows" -v bytes="$bytes" -v wall="$wall" -v own="$user" \
-        -v kernel="$system" -v servers=$((after - before)) -v hz="$(getconf CLK_TCK)" 'BEGIN {
-        printf "%-34s %8d %7.2f %9d %7.1f %10.2f %10.2f\n", name, rows, wall, rows / wall,
-            bytes / wall / 1e6, (own + kernel) * 1e5 / rows, servers / hz * 1e5 / rows }'
+    awk -v name="$name" -v rows="$rows" -v bytes="$bytes" -v wall="$wall" -v own="$own" \
+        -v kernel="$kernel" -v servers=$((after - before)) -v hz="$(getconf CLK_TCK)" \
+        -v memory="$memory" 'BEGIN {
+        printf "%-34s %8d %7.2f %9d %7.1f %9.2f %9.2f %7d\n", name, rows, wall, rows / wall,
+            bytes / wall / 1e6, (own + kernel) * 1e5 / rows, servers / hz * 1e5 / rows,
+            memory / 1024 }'
 }
 
 count_rows() {
@@ -73,12 +77,12 @@ empty_store() {
 }
 
 measure_streams() {
-    local replicas=$1 nats=$work/nats$1 servers secrets node
-    qv_make_nats "$nats" "$replicas" bench
+    local replicas=$1 nats=$work/nats$1 servers secrets node host collect
+    qv_make_nats "$nats" "$replicas" bench live
     secrets=(--ca "$nats/certs/ca.pem")
     host=(--cert "$nats/certs/bench.pem" --key "$nats/certs/bench.key")
-    collector=(--cert "$nats/certs/collector.pem" --key "$nats/certs/collector.key")
-    "$bin/qvlog" collect --from "$(<"$nats/url")" "${secrets[@]}" "${collector[@]}" \
+    collect=(--cert "$nats/certs/collector.pem" --key "$nats/certs/collector.key")
+    "$bin/qvlog" collect --from "$(<"$nats/url")" "${secrets[@]}" "${collect[@]}" \
         --make-streams --replicas "$replicas"
     servers=
     for ((node = 1; node <= replicas; ++node)); do
@@ -89,40 +93,100 @@ measure_streams() {
     empty_store
     measure "stream to store, $replicas server(s)" "$(head -1 "$work/postgres/data/postmaster.pid")" \
         "$bin/qvlog" collect --once --from "$(<"$nats/url")" --to "$url" "${secrets[@]}" \
-        "${collector[@]}"
+        "${collect[@]}"
     [[ $(count_rows) == "$rows" ]] || { echo "the store has $(count_rows) rows" >&2 && exit 1; }
+    ((replicas > 1)) || measure_stream_delay
     qv_stop_nats "$nats"
 }
 
-# A thousand records a second for ten seconds: how old the newest row is, and what the shipper costs.
-measure_delay() {
-    local shipper agent before after
-    mkdir -p "$work/live/conf" "$work/live/log"
-    cp "$root/host/agent/corba_agent.cfg" "$work/live/conf/"
-    "$bin/qvlog" ship --host live --to "$url" "$work/live/log" &
-    shipper=$!
+# A thousand lines a second, for ten seconds.
+write_lines() {
+    local i j
     for ((i = 0; i < 100; ++i)); do
         for ((j = 0; j < 100; ++j)); do
             echo "a line of a program, such as this one, with number $i.$j and some more words"
         done
         sleep 0.1
-    done | "$bin/qv_agent" --share "$work/live" --traffic input >/dev/null 2>&1 &
+    done
+}
+
+# Notes every 50 ms what the newest record is that the store shows, while the agent of
+# measure_delay runs; then tells for each record when it was there.
+watch_store() {
+    psql -X -q -A -t -F ' ' "$url" <<'SQL'
+CREATE TEMPORARY TABLE shown (at timestamptz, newest timestamptz);
+DO $$
+DECLARE
+    newest timestamptz;
+BEGIN
+    FOR i IN 1 .. 600 LOOP
+        SELECT max(r.time) INTO newest FROM qv.record r JOIN qv.file f ON f.id = r.file
+            WHERE f.host = 'live' AND f.category = 'corbaoper' AND r.kind = 'record';
+        INSERT INTO shown VALUES (clock_timestamp(), newest);
+        COMMIT;  -- a transaction would not see the table of a day that is made meanwhile
+        EXIT WHEN EXISTS (SELECT FROM qv.file WHERE host = 'live' AND category = 'corbaoper' AND closed);
+        PERFORM pg_sleep(0.05);
+    END LOOP;
+END $$;
+WITH ages AS (
+    SELECT r.time, extract(epoch FROM
+        (SELECT min(s.at) FROM shown s WHERE s.newest >= r.time) - r.time) AS age
+    FROM qv.record r JOIN qv.file f ON f.id = r.file
+    WHERE f.host = 'live' AND f.category = 'corbaoper' AND r.kind = 'record')
+SELECT count(*) / extract(epoch FROM max(time) - min(time)),
+       percentile_cont(0.5) WITHIN GROUP (ORDER BY age),
+       percentile_cont(0.99) WITHIN GROUP (ORDER BY age), max(age) FROM ages;
+SQL
+}
+
+# measure_delay NAME PROCESSES...: with shippers, and collectors, that run already.
+measure_delay() {
+    local name=$1 agent before after
+    shift
+    sleep 1
+    before=$(ticks "$@")
+    write_lines | "$bin/qv_agent" --share "$work/live" --traffic input >/dev/null 2>&1 &
     agent=$!
-    sleep 2
-    before=$(ticks "$shipper")
-    for ((i = 0; i < 30; ++i)); do
-        psql -X -q -A -t "$url" -c "SELECT extract(epoch FROM clock_timestamp() - max(time))
-            FROM qv.record WHERE kind = 'record' AND time > now() - interval '1 minute'"
-        sleep 0.2
-    done >"$work/delays"
-    after=$(ticks "$shipper")
+    watch_store >"$work/ages"
     wait "$agent"
-    kill "$shipper" && wait "$shipper" || true
-    sort -n "$work/delays" | awk -v ticks=$((after - before)) -v hz="$(getconf CLK_TCK)" '
-        { all[NR] = $1 } END {
-        printf "age of the newest row at 1,000/s: median %.2f s, most %.2f s\n", all[int((NR + 1) / 2)],
-            all[NR]
-        printf "the shipper meanwhile: %.1f %% of a processor\n", ticks / hz / 6 * 100 }'
+    after=$(ticks "$@")
+    awk -v name="$name" -v ticks=$((after - before)) -v hz="$(getconf CLK_TCK)" '{
+        printf "%-34s %8.0f %8.2f %8.2f %8.2f %9.1f\n", name, $1, $2, $3, $4,
+            ticks / hz / 10 * 100 }' "$work/ages" >>"$work/delays"
+}
+
+make_live() {
+    empty_store
+    rm -rf "$work/live"
+    mkdir -p "$work/live/conf" "$work/live/log"
+    cp "$root/host/agent/corba_agent.cfg" "$work/live/conf/"
+}
+
+stop() {
+    kill "$@" 2>/dev/null || true
+    wait "$@" || true
+}
+
+measure_straight_delay() {
+    local shipper
+    make_live
+    "$bin/qvlog" ship --host live --to "$url" "$work/live/log" &
+    shipper=$!
+    measure_delay 'files to store' "$shipper"
+    stop "$shipper"
+}
+
+# Inside measure_streams.
+measure_stream_delay() {
+    local shipper collector
+    make_live
+    "$bin/qvlog" collect --from "$(<"$nats/url")" --to "$url" "${secrets[@]}" "${collect[@]}" &
+    collector=$!
+    "$bin/qvlog" ship --host live --to "$(<"$nats/url")" "${secrets[@]}" \
+        --cert "$nats/certs/live.pem" --key "$nats/certs/live.key" "$work/live/log" &
+    shipper=$!
+    measure_delay 'files to stream to store' "$shipper" "$collector"
+    stop "$shipper" "$collector"
 }
 
 make_files
@@ -132,10 +196,14 @@ empty_store
 "$bin/qvlog" ship --once --host bench --to "$url" "$work/agent/log"
 rows=$(count_rows)
 echo "$(nproc) processors, load $(cut -d' ' -f1 /proc/loadavg), $rows rows of $bytes bytes"
-printf '%-34s %8s %7s %9s %7s %10s %10s\n' '' rows seconds rows/s MB/s 'own CPU' 'servers'
+printf '%-34s %8s %7s %9s %7s %9s %9s %7s\n' '' rows seconds rows/s MB/s 'own CPU' servers memory
 empty_store
 measure 'files to store' "$(head -1 "$work/postgres/data/postmaster.pid")" \
     "$bin/qvlog" ship --once --host bench --to "$url" "$work/agent/log"
+measure_straight_delay
 measure_streams 1
 measure_streams 3
-measure_delay
+echo
+printf '%-34s %8s %8s %8s %8s %9s\n' 'seconds until a record is shown' rows/s median '99 %' most \
+    '% of CPU'
+cat "$work/delays"

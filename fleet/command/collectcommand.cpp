@@ -1,4 +1,6 @@
 // qvlog collect
+#include <malloc.h>
+
 #include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
@@ -26,6 +28,7 @@ struct CollectWords {
     std::string store;
     StreamAddress stream;
     uint32_t shards = 1;
+    unsigned workers = 2;
     std::vector<uint32_t> chosen;
     StreamSettings settings;
     bool migrates = false;
@@ -54,6 +57,9 @@ bool RunCollector(Collector& collector) {
 
 int RunCollectors() {
     const StopOrders orders(&StopCollectors);
+    // The threads pass large messages on to each other. Kept for later by each thread's allocator,
+    // they would take twice the memory.
+    ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     std::vector<std::thread> threads;
     threads.reserve(runningCollectors.size());
     std::atomic<bool> isFine{true};
@@ -67,6 +73,10 @@ int RunCollectors() {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    // Not when the program exits: the libraries below the connections are torn down by then.
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGINT, SIG_DFL);
+    runningCollectors.clear();
     return isFine ? 0 : 2;
 }
 
@@ -126,7 +136,10 @@ int RunCollect(const CollectWords& words) {
         settings.store = words.store;
         settings.shard = shard;
         settings.once = words.once;
-        runningCollectors.push_back(std::make_unique<Collector>(settings));
+        // While one waits for the disk to have its rows, another one's go to the store.
+        for (unsigned worker = 0; worker < words.workers; ++worker) {
+            runningCollectors.push_back(std::make_unique<Collector>(settings));
+        }
     }
     return RunCollectors();
 }
@@ -158,6 +171,10 @@ void AddCollect(const NS_LOG_READER::CommandAdder& add) {
         ->type_name("N")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->add_option("--workers", words->workers,
+                    "How many connections to the store collect a shard (default: 2)")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 64U));
     app->add_flag("--once", words->once, "End when nothing more comes");
 }
 

@@ -47,23 +47,24 @@ CREATE TABLE qv.chunk (
 -- One row for each piece of a file, and one for each record inside a dump. The bytes of all rows of
 -- a file but the dumped ones, in the order of their offsets, are the file. The columns are made from
 -- `bytes` and serve finding: texts in them are cut to 1000 bytes, and what is no UTF-8 is replaced.
+-- Wide columns stand in front of narrow ones, which leaves no bytes unused between them.
 CREATE TABLE qv.record (
-    day date NOT NULL,           -- of `time` in UTC, from 1970 to 2199
     file bigint NOT NULL,        -- qv.file.id
     byte_offset bigint NOT NULL, -- where it begins in the file
-    kind qv.kind NOT NULL,
-    torn boolean NOT NULL,       -- its end is missing
     time timestamptz NOT NULL,   -- of a piece without a time: the day in the file's name
-    level integer,               -- null for what is no record; so are the following
     number bigint,               -- of the frame that it stands in; null for short records
     dump_offset bigint,          -- of a dumped record: where its dump begins in the file
-    operation text,              -- null for short records too; so are the following
-    operation_thread bigint,
+    operation_thread bigint,     -- null for short records; so are the next two and the texts
+    thread bigint,
+    line bigint,
+    day date NOT NULL,           -- of `time` in UTC, from 1970 to 2199
+    kind qv.kind NOT NULL,
+    level integer,               -- null for what is no record; so is all that may be null
+    torn boolean NOT NULL,       -- its end is missing
+    operation text COLLATE "C",  -- comparing bytes makes its index cheap
     interface text,
     user_name text,
-    thread bigint,
     source text,                 -- file name, without the line
-    line bigint,
     function text,
     bytes bytea NOT NULL,        -- exactly as they stand in the file
     PRIMARY KEY (file, byte_offset, day)
@@ -84,15 +85,21 @@ BEGIN
         RETURN;
     END IF;
     PERFORM pg_advisory_xact_lock(7113, wanted - date '1970-01-01');
-    IF to_regclass('qv.' || partition) IS NOT NULL THEN
+    -- Another one may have made it meanwhile. Asked by its name again, the server would repeat what it
+    -- knew before it waited.
+    PERFORM FROM pg_class WHERE relname = partition AND relnamespace = 'qv'::regnamespace;
+    IF FOUND THEN
         RETURN;
     END IF;
     -- Attaching lets readers go on, where creating it as a partition would wait for them.
     EXECUTE format('CREATE TABLE qv.%I (LIKE qv.record INCLUDING DEFAULTS, '
-                   'CHECK (day >= %L AND day < %L))', partition, wanted, wanted + 1);
+                   'CONSTRAINT attached CHECK (day >= %L AND day < %L))',
+                   partition, wanted, wanted + 1);
     EXECUTE format('ALTER TABLE qv.%I ALTER COLUMN bytes SET COMPRESSION lz4', partition);
     EXECUTE format('ALTER TABLE qv.record ATTACH PARTITION qv.%I FOR VALUES FROM (%L) TO (%L)',
                    partition, wanted, wanted + 1);
+    -- It spared attaching a look at the rows. Kept, each row would be checked against it.
+    EXECUTE format('ALTER TABLE qv.%I DROP CONSTRAINT attached', partition);
 END $$;
 
 -- A part of a file was stored in this transaction. Moves `stored` on as far as there is no gap.

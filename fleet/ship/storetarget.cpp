@@ -22,7 +22,7 @@ auto Translated(Work work) {
 }  // namespace
 
 StoreTarget::StoreTarget(const std::string& url)
-    : store_(Translated([&] { return RecordStore(url); })) {}
+    : url_(url), store_(Translated([&] { return RecordStore(url); })) {}
 
 TargetFile StoreTarget::Open(const FileIdentity& file) {
     const StoredFile stored = Translated([&] { return store_.FindFile(file); });
@@ -34,22 +34,47 @@ TargetFile StoreTarget::Open(const FileIdentity& file) {
 }
 
 void StoreTarget::Send(int64_t handle, FilePart part) {
-    waitingSize_ += part.bytes.size();
-    waiting_.push_back({RowFile{handle, days_[handle]}, std::move(part)});
-    if (waitingSize_ >= kBatch) {
-        Flush();
+    waiting_.Add(RowFile{handle, days_[handle]}, std::move(part));
+    if (waiting_.bytes >= kBatch) {
+        Translated([&] { StoreFullBatch(); });
     }
 }
 
-void StoreTarget::Flush() {
-    std::vector<RecordStore::Entry> entries;
-    entries.reserve(waiting_.size());
-    for (const Waiting& waiting : waiting_) {
-        entries.push_back({waiting.file, &waiting.part});
+// A store that has no more connections to give is sent to over the first one.
+bool StoreTarget::IsSecondFree() {
+    if (!second_ && !isSecondRefused_) {
+        try {
+            second_ = std::make_unique<BackgroundStore>(url_);
+        } catch (const StoreError&) {
+            isSecondRefused_ = true;
+        }
     }
-    Translated([&] { return store_.Store(entries); });
-    waiting_.clear();
-    waitingSize_ = 0;
+    return second_ && !second_->IsBusy();
+}
+
+void StoreTarget::StoreFullBatch() {
+    hadFullBatch_ = true;
+    if (IsSecondFree()) {
+        second_->Start(std::exchange(waiting_, StoreBatch()));
+        return;
+    }
+    waiting_.StoreIn(store_);
+    waiting_ = StoreBatch();
+}
+
+void StoreTarget::Flush() {
+    Translated([&] {
+        waiting_.StoreIn(store_);
+        waiting_ = StoreBatch();
+        if (second_) {
+            second_->Await();
+        }
+    });
+    // Many hosts share the store's connections.
+    if (!hadFullBatch_) {
+        second_.reset();
+    }
+    hadFullBatch_ = false;
 }
 
 std::vector<KnownFile> StoreTarget::FilesOf(const std::string& host) {

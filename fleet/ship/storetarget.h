@@ -2,15 +2,20 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "ship/backgroundstore.h"
 #include "ship/target.h"
 #include "store/recordstore.h"
 
 namespace NS_LOG_FLEET {
 
+// While much is to be sent, a second connection stores as well: one sends rows while the other
+// waits for the disk. The marks of files stay right, because the store notes what lies behind a
+// gap.
 class StoreTarget final : public Target {
   public:
     // Connects. Throws TargetError.
@@ -26,16 +31,17 @@ class StoreTarget final : public Target {
     void NoteHost(const HostState& state) override;
 
   private:
-    struct Waiting {
-        RowFile file;
-        FilePart part;
-    };
+    bool IsSecondFree();
+    void StoreFullBatch();
 
+    const std::string url_;
     RecordStore store_;
+    std::unique_ptr<BackgroundStore> second_;
+    bool isSecondRefused_ = false;
+    bool hadFullBatch_ = false;        // since the last Flush
     std::map<int64_t, int64_t> days_;  // of the files' names
     std::set<int64_t> complete_;       // of which the store knows it
-    std::vector<Waiting> waiting_;     // what the next transaction stores
-    size_t waitingSize_ = 0;
+    StoreBatch waiting_;               // what the next transaction stores
 };
 
 }  // namespace NS_LOG_FLEET

@@ -179,11 +179,20 @@ void RecordStore::NoteStored(std::vector<Entry> entries) {
     std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
         return a.file.id != b.file.id ? a.file.id < b.file.id : a.part->offset < b.part->offset;
     });
-    for (const Entry& entry : entries) {
-        connection_.Run(
-            "SELECT qv.note_stored($1, $2, $3, $4)",
-            {std::to_string(entry.file.id), std::to_string(entry.part->offset),
-             std::to_string(entry.part->End()), entry.part->IsClosing() ? "true" : "false"});
+    // Parts that follow each other are one: each call waits for the server.
+    for (size_t i = 0; i < entries.size();) {
+        const Entry& first = entries[i];
+        uint64_t end = first.part->offset;
+        bool isClosing = false;
+        for (; i < entries.size() && entries[i].file.id == first.file.id &&
+               entries[i].part->offset <= end;
+             ++i) {
+            end = std::max(end, entries[i].part->End());
+            isClosing = isClosing || entries[i].part->IsClosing();
+        }
+        connection_.Run("SELECT qv.note_stored($1, $2, $3, $4)",
+                        {std::to_string(first.file.id), std::to_string(first.part->offset),
+                         std::to_string(end), isClosing ? "true" : "false"});
     }
 }
 

@@ -9,10 +9,18 @@
 namespace NS_LOG_FLEET {
 namespace {
 
-// What is stored in one transaction: messages hold 64 KB at most, but for large records.
-constexpr int kBatch = 64;
+// A transaction stores about so many bytes of messages, which hold 64 KB at most, but for large
+// records. Each costs a write to the disk that is waited for.
+constexpr size_t kBatchBytes = size_t{4} * 1024 * 1024;
+constexpr size_t kBatchMessages = 256;
 
+// Asked for at once. The last ones are what a batch may be too large by.
+constexpr int kFetchMessages = 4;
+
+// How long to wait for a message, and behind the first one for more.
 constexpr int64_t kFetchMilliseconds = 1000;
+constexpr std::chrono::milliseconds kGathering{100};
+
 constexpr int64_t kNanosPerSecond = 1000000000;
 
 // A message that was not acknowledged by then comes again.
@@ -67,15 +75,14 @@ bool Collector::Run() {
 
 void Collector::Work() {
     Subscribe();
-    std::vector<Arrived> batch;
     while (!isStopped_) {
-        batch.clear();
+        Batch batch;
         const bool hasMore = Fetch(batch);
         hasWorked_ = true;
         refusals_ = 0;
         StoreUntilDone(batch);
         Acknowledge(batch);
-        if (!batch.empty() && pause_ != 0) {
+        if (!batch.messages.empty() && pause_ != 0) {
             Report("collecting goes on");
             pause_ = 0;
             problem_.clear();
@@ -107,32 +114,51 @@ void Collector::Subscribe() {
     CheckStatus(status, "subscribing to " + stream, code);
 }
 
-// False: nothing more came for a while.
-bool Collector::Fetch(std::vector<Arrived>& batch) {
+// False: nothing came for a while. Who asks for many messages waits until all of them are there or
+// the time is over. So one is awaited first.
+bool Collector::Fetch(Batch& batch) {
+    using Clock = std::chrono::steady_clock;
+    if (FetchSome(1, kFetchMilliseconds, batch) == 0) {
+        return false;
+    }
+    const Clock::time_point end = Clock::now() + kGathering;
+    while (batch.bytes < kBatchBytes && batch.messages.size() < kBatchMessages) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+        const int64_t milliseconds = std::max<int64_t>(left.count(), 1);
+        if (FetchSome(kFetchMessages, milliseconds, batch) < kFetchMessages && left.count() <= 0) {
+            break;
+        }
+    }
+    return true;
+}
+
+// Returns how many came within the time.
+int Collector::FetchSome(int most, int64_t milliseconds, Batch& batch) {
     natsMsgList list{};
     jsErrCode code{};
     const natsStatus status =
-        natsSubscription_Fetch(&list, subscription_.get(), kBatch, kFetchMilliseconds, &code);
-    for (int i = 0; i < list.Count; ++i) {
+        natsSubscription_Fetch(&list, subscription_.get(), most, milliseconds, &code);
+    const int count = list.Count;
+    for (int i = 0; i < count; ++i) {
         Take(std::exchange(list.Msgs[i], nullptr), batch);
     }
     natsMsgList_Destroy(&list);
     connection_->Check();
-    if (status == NATS_TIMEOUT) {
-        return false;
+    if (status != NATS_TIMEOUT) {
+        CheckStatus(status, "fetching", code);
     }
-    CheckStatus(status, "fetching", code);
-    return true;
+    return count;
 }
 
 // A message that nobody can read would come again for ever: it is refused for good.
-void Collector::Take(natsMsg* message, std::vector<Arrived>& batch) {
+void Collector::Take(natsMsg* message, Batch& batch) {
     Arrived arrived;
     arrived.message.reset(message);
+    batch.bytes += static_cast<size_t>(natsMsg_GetDataLength(message));
     try {
         arrived.content =
             Decode({natsMsg_GetData(message), static_cast<size_t>(natsMsg_GetDataLength(message))});
-        batch.push_back(std::move(arrived));
+        batch.messages.push_back(std::move(arrived));
     } catch (const MessageError& error) {
         hasTrouble_ = true;
         Report(std::string(natsMsg_GetSubject(message)) + ": " + error.what());
@@ -142,8 +168,8 @@ void Collector::Take(natsMsg* message, std::vector<Arrived>& batch) {
 
 // The messages are kept until the store has them, and the stream is told meanwhile that somebody
 // works at them.
-void Collector::StoreUntilDone(const std::vector<Arrived>& batch) {
-    while (!batch.empty()) {
+void Collector::StoreUntilDone(const Batch& batch) {
+    while (!batch.messages.empty()) {
         try {
             if (!store_) {
                 files_.clear();
@@ -161,22 +187,22 @@ void Collector::StoreUntilDone(const std::vector<Arrived>& batch) {
         if (isStopped_) {
             throw StreamError("stopped before the store was there", true);
         }
-        for (const Arrived& arrived : batch) {
+        for (const Arrived& arrived : batch.messages) {
             natsMsg_InProgress(arrived.message.get(), nullptr);
         }
     }
 }
 
-void Collector::StoreBatch(const std::vector<Arrived>& batch) {
+void Collector::StoreBatch(const Batch& batch) {
     std::vector<RecordStore::Entry> entries;
-    for (const Arrived& arrived : batch) {
+    for (const Arrived& arrived : batch.messages) {
         const Message& content = arrived.content;
         if (content.type == MessageType::Part) {
             entries.push_back({FindFile(content.file), &content.part});
         }
     }
     store_->Store(entries);
-    for (const Arrived& arrived : batch) {
+    for (const Arrived& arrived : batch.messages) {
         const Message& content = arrived.content;
         if (content.type == MessageType::Chunk) {
             store_->StoreChunk({FindFile(content.file), content.chunkOffset, content.part.bytes,
@@ -200,8 +226,8 @@ RowFile Collector::FindFile(const FileIdentity& file) {
     return row;
 }
 
-void Collector::Acknowledge(const std::vector<Arrived>& batch) {
-    for (const Arrived& arrived : batch) {
+void Collector::Acknowledge(const Batch& batch) {
+    for (const Arrived& arrived : batch.messages) {
         natsMsg_Ack(arrived.message.get(), nullptr);
     }
 }

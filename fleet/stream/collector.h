@@ -42,16 +42,23 @@ class Collector {
         Message content;
     };
 
+    // What is stored in one transaction.
+    struct Batch {
+        std::vector<Arrived> messages;
+        size_t bytes = 0;
+    };
+
     void Report(const std::string& text);
     void Pause(const std::string& reason);
     void Work();
     void Subscribe();
-    bool Fetch(std::vector<Arrived>& batch);
-    void Take(natsMsg* message, std::vector<Arrived>& batch);
-    void StoreUntilDone(const std::vector<Arrived>& batch);
-    void StoreBatch(const std::vector<Arrived>& batch);
+    bool Fetch(Batch& batch);
+    int FetchSome(int most, int64_t milliseconds, Batch& batch);
+    void Take(natsMsg* message, Batch& batch);
+    void StoreUntilDone(const Batch& batch);
+    void StoreBatch(const Batch& batch);
     RowFile FindFile(const FileIdentity& file);
-    static void Acknowledge(const std::vector<Arrived>& batch);
+    static void Acknowledge(const Batch& batch);
 
     const CollectSettings settings_;
     std::unique_ptr<StreamConnection> connection_;

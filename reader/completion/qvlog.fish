@@ -74,4 +74,5 @@ complete -c qvlog -n '__fish_seen_subcommand_from collect' -l cert -r -d 'The ce
 complete -c qvlog -n '__fish_seen_subcommand_from collect' -l key -r -d 'Its key'
 complete -c qvlog -n '__fish_seen_subcommand_from collect' -l shards -x -d 'Into how many streams the hosts are divided (1)'
 complete -c qvlog -n '__fish_seen_subcommand_from collect' -l shard -x -d 'Collect only this one; may be given several times'
+complete -c qvlog -n '__fish_seen_subcommand_from collect' -l workers -x -d 'How many connections to the store collect a shard (2)'
 complete -c qvlog -n '__fish_seen_subcommand_from collect' -l once -d 'End when nothing more comes'

@@ -1,4 +1,6 @@
 // From the files straight into the store, with the real server.
+#include <future>
+
 #include "fleet/fleetfixture.h"
 
 namespace {
@@ -71,6 +73,20 @@ TEST_F(StraightRoad, IsExactWhenAgentShipperAndStoreAreKilledAtOnce) {
     }
     EXPECT_EQ(ShipAll().exitCode, 0);
     ExpectStoreHasFiles();
+}
+
+TEST_F(StraightRoad, LetsTwoMakeTheSameDayAtOnce) {
+    Connection first(Postgres().Url());
+    first.Run("BEGIN");
+    first.Run("SELECT qv.make_day('2026-03-05')");
+    auto second = std::async(std::launch::async, [&] {
+        Connection(Postgres().Url()).Run("SELECT qv.make_day('2026-03-05')");
+    });
+    Await([&] { return Number("SELECT count(*) FROM pg_locks WHERE NOT granted") == 1; });
+    first.Run("COMMIT");
+    EXPECT_NO_THROW(second.get());
+    EXPECT_EQ(Number("SELECT count(*) FROM pg_inherits WHERE inhparent = 'qv.record'::regclass"),
+              1);
 }
 
 TEST_F(StraightRoad, SendsTheTornEndOfAFileWhenItsWriterHasEnded) {

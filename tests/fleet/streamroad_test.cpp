@@ -1,4 +1,6 @@
 // Through the stream into the store, with the real servers.
+#include <fstream>
+
 #include "fleet/fleetfixture.h"
 #include "fleet/natsservers.h"
 
@@ -176,6 +178,33 @@ TEST_F(StreamRoad, WaitsWhileTheStreamIsFullAndLosesNothing) {
     const auto shipper = StartStreamShipper();
     ASSERT_TRUE(shipper->WaitForError("maximum bytes exceeded"));
     AwaitFiles(7);
+    ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, NeedsLittleMemoryForALongBacklog) {
+    StartServers(1);
+    RunAgent(1000);
+    {
+        // Each of them goes in chunks, which are larger than what is joined otherwise.
+        std::ofstream large(Logs() + "/unbi_debug_20260305_140709_999999999.log");
+        large << "File create at 2026-03-05T14:07:09.000001+01:00.\n";
+        for (int i = 0; i < 24; ++i) {
+            large << "2026-03-05T14:07:10.000001+01:00," << std::string(1500000, 'x') << '\n';
+        }
+    }
+    constexpr int64_t limit = int64_t{64} * 1024 * 1024;
+    const ChildResult shipped = ShipAllIntoStream();
+    EXPECT_EQ(shipped.exitCode, 0) << shipped.errors;
+    EXPECT_LT(shipped.peakMemory, limit);
+    std::vector<std::string> words = CollectWords();
+    words.push_back("--once");
+    const ChildResult collected = RunProgram(ChildStart{words});
+    EXPECT_EQ(collected.exitCode, 0) << collected.errors;
+    EXPECT_LT(collected.peakMemory, limit);
+    const ChildResult stored = RunProgram(
+        ChildStart{{QVLOG, "ship", "--once", "--host", "host2", "--to", Target(), Logs()}});
+    EXPECT_EQ(stored.exitCode, 0) << stored.errors;
+    EXPECT_LT(stored.peakMemory, limit);
     ExpectStoreHasFiles();
 }
 

@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -127,12 +128,14 @@ const ChildResult& ChildProcess::Wait() {
     while (ReadMore()) {
     }
     int status = 0;
-    while (waitpid(id_, &status, 0) < 0) {
+    rusage usage{};
+    while (wait4(id_, &status, 0, &usage) < 0) {
         if (errno != EINTR) {
-            FailLaunch(errno, "waitpid");
+            FailLaunch(errno, "wait4");
         }
     }
     id_ = -1;
+    result_.peakMemory = int64_t{usage.ru_maxrss} * 1024;
     result_.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return result_;
 }

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -24,6 +25,7 @@ struct ChildResult {
     int exitCode = -1;  // minus the signal's number when one ended it
     std::string output;
     std::string errors;
+    int64_t peakMemory = 0;  // bytes; at least what this process had when it started the program
 };
 
 // A running program. Its waits have no limit of their own: the time limit of the test ends one that
