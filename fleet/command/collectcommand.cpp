@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "command/fleetcommands.h"
-#include "command/streamwords.h"
+#include "command/targetwords.h"
 #include "query/pattern.h"
 #include "store/migration.h"
 #include "stream/collector.h"

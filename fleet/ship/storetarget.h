@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ class StoreTarget final : public Target {
     explicit StoreTarget(const std::string& url);
 
     TargetFile Open(const FileIdentity& file) override;
+    std::optional<KnownFile> Find(const FileIdentity& file) override;
     void Send(int64_t handle, FilePart part) override;
     void Flush() override;
     std::vector<KnownFile> FilesOf(const std::string& host) override;

@@ -11,6 +11,7 @@
 
 #include "command/commands.h"
 #include "command/verification.h"
+#include "input/bytesource.h"
 #include "input/filedescriptor.h"
 #include "output/output.h"
 #include "query/pattern.h"
@@ -56,14 +57,12 @@ class Pruning {
     explicit Pruning(const Options& options) : options_(options), output_(STDOUT_FILENO) {}
 
     ExitCode Run() {
-        for (const std::string& path : options_.paths) {
-            Collect(path);
+        try {
+            guard_ = options_.openGuard ? options_.openGuard() : FileGuard();
+            RemoveAll();
+        } catch (const std::exception& error) {
+            Complain(error.what());
         }
-        std::sort(files_.begin(), files_.end(), IsOlder);
-        Protect();
-        RemoveOld();
-        KeepNewest();
-        KeepSize();
         output_.Flush();
         return hasTrouble_ ? ExitCode::Trouble
                : removed_  ? ExitCode::Found
@@ -74,6 +73,17 @@ class Pruning {
     void Complain(const std::string& text) {
         hasTrouble_ = true;
         std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+    }
+
+    void RemoveAll() {
+        for (const std::string& path : options_.paths) {
+            Collect(path);
+        }
+        std::sort(files_.begin(), files_.end(), IsOlder);
+        Protect();
+        RemoveOld();
+        KeepNewest();
+        KeepSize();
     }
 
     void Collect(const std::string& path) {
@@ -110,8 +120,31 @@ class Pruning {
         }
     }
 
+    // A file that cannot be read stays, and the others are asked for.
+    bool IsGuarded(const std::string& path) {
+        if (!guard_) {
+            return false;
+        }
+        std::string reason;
+        try {
+            reason = guard_(path);
+        } catch (const ReadError& error) {
+            Complain(error.what());
+            return true;
+        }
+        if (!reason.empty()) {
+            output_.Put("kept " + path + ": " + reason + "\n");
+        }
+        return !reason.empty();
+    }
+
     void Remove(Candidate& file) {
         if (file.isRemoved || protected_.count(file.path) != 0) {
+            return;
+        }
+        if (IsGuarded(file.path)) {
+            // One that is to go for two reasons is asked for once.
+            protected_.insert(file.path);
             return;
         }
         if (!options_.dryRun && ::unlink(file.path.c_str()) != 0) {
@@ -159,6 +192,7 @@ class Pruning {
 
     const Options& options_;
     Output output_;
+    FileGuard guard_;               // null: none
     std::vector<Candidate> files_;  // the oldest first
     std::set<std::string> protected_;
     bool removed_ = false;
@@ -168,10 +202,16 @@ class Pruning {
 }  // namespace
 
 ExitCode RunPrune(const Options& options) {
-    if (!options.keep && !options.maxBytes && !options.olderThan) {
+    if (options.keep || options.maxBytes || options.olderThan) {
+        return Pruning(options).Run();
+    }
+    if (!options.openGuard) {
         throw BadRequest("prune: what is to be kept? --keep, --max-bytes or --older-than");
     }
-    return Pruning(options).Run();
+    // The guard says it alone.
+    Options all = options;
+    all.keep = 0;
+    return Pruning(all).Run();
 }
 
 }  // namespace NS_LOG_READER

@@ -59,6 +59,13 @@ class FleetTest : public DirectoryTest {
     }
     ChildResult ShipAll() const { return RunProgram(ChildStart{ShipWords({"--once"})}); }
 
+    // What the host may remove: `qvlog prune --shipped`.
+    ChildResult PruneShipped(const std::vector<std::string>& more) const {
+        std::vector<std::string> words = {QVLOG, "prune", "--shipped", "--host", "host1", Logs()};
+        words.insert(words.end(), more.begin(), more.end());
+        return RunProgram(ChildStart{words});
+    }
+
     virtual std::string Target() const { return postgres_->Url(); }
 
     static void KillAndWait(ChildProcess& process) {
