@@ -53,6 +53,17 @@ TEST_F(ShipperTest, SendsAllOfAFileAndSaysThatItIsDone) {
     EXPECT_EQ(kept_.parts, 0) << "what has arrived is not sent again";
 }
 
+// The end of the file is sent when the file has been quiet for a moment: what the host says first
+// is that it has it yet to send.
+TEST_F(ShipperTest, SaysLastThatNothingIsLeftToSend) {
+    WriteFile(LogPath(), Text());
+    EXPECT_TRUE(Ship());
+    ASSERT_GE(kept_.states.size(), 2U);
+    EXPECT_GT(kept_.states.front().backlog, 0U);
+    EXPECT_EQ(kept_.states.back().backlog, 0U);
+    EXPECT_EQ(kept_.states.back().files, 1U);
+}
+
 TEST_F(ShipperTest, GoesOnWhereTheTargetSays) {
     WriteFile(LogPath(), Text());
     kept_.failures = 2;
