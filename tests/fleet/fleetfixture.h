@@ -46,7 +46,15 @@ class FleetTest : public DirectoryTest {
             ChildStart{{QV_AGENT, "--share", Path("agent"), "--sample", "--threads", "4",
                         "--operations", std::to_string(operations)}});
     }
-    void RunAgent(int operations) const { StartAgent(operations)->Wait(); }
+    void RunAgent(int operations) const { ExpectGoodEnd(*StartAgent(operations)); }
+
+    // An agent that does not load its bundles leaves files without a record.
+    static void ExpectGoodEnd(ChildProcess& agent) {
+        const ChildResult result = agent.Wait();
+        if (result.exitCode != 0) {
+            throw std::runtime_error("the agent has failed: " + result.errors);
+        }
+    }
 
     std::vector<std::string> ShipWords(const std::vector<std::string>& more = {}) const {
         std::vector<std::string> words = {QVLOG,  "ship",   "--host", "host1",
