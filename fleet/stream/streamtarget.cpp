@@ -208,9 +208,7 @@ void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piec
 
 // A new shipper cannot begin inside a piece: the place of a chunk is that of its piece.
 void StreamTarget::PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end) {
-    if (!window_->AwaitRoom(kWindow)) {
-        connection_.Check();
-    }
+    AwaitRoom(kWindow);
     const File& file = files_[static_cast<size_t>(handle)];
     const std::string key = file.subject + ":" + std::to_string(begin) + "-" + std::to_string(end);
     window_->Add(key, handle, message.part.offset);
@@ -244,14 +242,19 @@ void StreamTarget::Publish(const std::string& subject, const Message& message,
     });
 }
 
-void StreamTarget::Flush() {
-    const bool hasArrived = window_->AwaitRoom(1);
+// Waits until fewer than `most` messages are on their way.
+void StreamTarget::AwaitRoom(size_t most) {
+    const bool hasRoom = window_->AwaitRoom(most);
     Translated([&] {
         connection_.Check();
-        if (!hasArrived) {
+        if (!hasRoom) {
             throw StreamError(window_->Failure(), true);
         }
     });
+}
+
+void StreamTarget::Flush() {
+    AwaitRoom(1);
 }
 
 std::vector<KnownFile> StreamTarget::FilesOf(const std::string&) {

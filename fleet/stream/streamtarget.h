@@ -70,6 +70,7 @@ class StreamTarget final : public Target {
     static LastMessage ReadLast(natsMsg* last, const std::string& subject);
     void SendJoined(int64_t handle, const FilePart& part);
     void SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece);
+    void AwaitRoom(size_t most);
     void PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end);
     void Publish(const std::string& subject, const Message& message, const std::string& key);
 
