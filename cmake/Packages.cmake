@@ -38,7 +38,8 @@ set(LOGS ${logs})
 set(CONF ${CMAKE_INSTALL_FULL_SYSCONFDIR}/qv-agent)
 set(DEFAULTS ${CMAKE_INSTALL_FULL_SYSCONFDIR}/default/qv-agent)
 set(BINDIR ${CMAKE_INSTALL_FULL_BINDIR})
-foreach(file qv-agent.service qvlog-prune.service sysusers.conf tmpfiles.conf defaults)
+foreach(file qv-agent.service qvlog-prune.service qvlog-ship.service qvlog-collect.service
+        ship.env collect.env sysusers.conf tmpfiles.conf defaults)
     configure_file(${packaging}/service/${file}.in ${made}/${file} @ONLY)
 endforeach()
 file(READ host/agent/corba_agent.cfg configuration)
@@ -47,11 +48,15 @@ file(CONFIGURE OUTPUT ${made}/corba_agent.cfg CONTENT "${configuration}" @ONLY)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS host/agent/corba_agent.cfg)
 
 install(FILES ${made}/qv-agent.service ${made}/qvlog-prune.service
-        ${packaging}/service/qvlog-prune.timer
+        ${packaging}/service/qvlog-prune.timer ${made}/qvlog-ship.service
+        ${made}/qvlog-collect.service
     DESTINATION lib/systemd/system COMPONENT agent)
 install(FILES ${made}/sysusers.conf DESTINATION lib/sysusers.d RENAME qv-agent.conf COMPONENT agent)
 install(FILES ${made}/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME qv-agent.conf COMPONENT agent)
 install(FILES ${made}/corba_agent.cfg DESTINATION ${CONF} COMPONENT agent)
+# With passwords, so for root alone: systemd reads them.
+install(FILES ${made}/ship.env ${made}/collect.env DESTINATION ${CONF} COMPONENT agent
+    PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ)
 install(FILES ${made}/defaults DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/default
     RENAME qv-agent COMPONENT agent)
 
@@ -97,7 +102,7 @@ install(FILES examples/greeting.cpp examples/operations.cpp examples/operations.
     DESTINATION ${documents_of_dev}/examples COMPONENT dev)
 install(FILES docs/bundles.md docs/compatibility.md docs/operating.md
     DESTINATION ${documents_of_dev} COMPONENT dev)
-install(FILES docs/agent.md docs/operating.md docs/reading.md
+install(FILES docs/agent.md docs/fleet.md docs/operating.md docs/reading.md
     DESTINATION ${documents_of_agent} COMPONENT agent)
 
 # Debian packages.
@@ -140,6 +145,8 @@ set(CPACK_RPM_AGENT_POST_INSTALL_SCRIPT_FILE ${packaging}/rpm/agent-post)
 set(CPACK_RPM_AGENT_PRE_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/agent-preun)
 set(CPACK_RPM_AGENT_USER_FILELIST
     "%config(noreplace) /etc/qv-agent/corba_agent.cfg"
+    "%config(noreplace) /etc/qv-agent/ship.env"
+    "%config(noreplace) /etc/qv-agent/collect.env"
     "%config(noreplace) /etc/default/qv-agent"
     "%config(noreplace) /etc/lnav/formats/qv_log/qv_log.json")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION

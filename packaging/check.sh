@@ -36,17 +36,27 @@ check_units() {
     mkdir -p "$system/lib/systemd/system"
     cp -rn /lib/systemd/system/. "$system/lib/systemd/system/"
     local unit
-    for unit in qv-agent.service qvlog-prune.service qvlog-prune.timer; do
+    for unit in qv-agent.service qvlog-prune.service qvlog-prune.timer qvlog-ship.service \
+        qvlog-collect.service; do
         systemd-analyze verify --root="$system" --recursive-errors=no --man=no "$unit" \
             >"$work/units" 2>&1 || { cat "$work/units" >&2 && fail "$unit"; }
         [[ ! -s $work/units ]] || { cat "$work/units" >&2 && fail "$unit"; }
     done
-    for unit in qv-agent.service qvlog-prune.service; do
+    for unit in qv-agent.service qvlog-prune.service qvlog-ship.service qvlog-collect.service; do
         systemd-analyze security --offline=true --root="$system" --threshold=25 --no-pager "$unit" \
             >"$work/units" 2>&1 || { cat "$work/units" >&2 && fail "$unit is exposed"; }
         tail -n 1 "$work/units"
     done
     echo "systemd-analyze: the units are well."
+}
+
+# Passwords stand there.
+check_credentials() {
+    local file
+    for file in ship.env collect.env; do
+        [[ $(dpkg-deb --contents "$packages"/qv-agent_*.deb | grep "/etc/qv-agent/$file\$") == \
+            "-rw-r----- root/root"* ]] || fail "$file can be read by others than root"
+    done
 }
 
 check_rpm() {
@@ -70,6 +80,7 @@ check_rpm() {
 
 check_with_lintian
 check_units
+check_credentials
 if compgen -G "$packages/*.rpm" >/dev/null; then
     check_rpm
 fi

@@ -11,6 +11,9 @@
 
 namespace NS_LOG_FLEET {
 
+// Begins a transaction that sees nothing that is stored later.
+constexpr const char* kBeginOneMoment = "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY";
+
 // Which pieces of a file.
 struct PieceRange {
     int64_t file = 0;

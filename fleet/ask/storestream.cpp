@@ -29,6 +29,16 @@ bool ParsePiece(const Piece& piece, const LogFileName* origin, std::vector<Found
     return true;
 }
 
+NS_LOG_READER::Series MakePlace(const std::string& host, const std::string& category,
+                                int64_t process) {
+    NS_LOG_READER::Series place;
+    place.directory = host;
+    place.host = host;
+    place.category = category;
+    place.process = process;
+    return place;
+}
+
 StoreStream::StoreStream(Source source, const NS_LOG_READER::Series& series, size_t index,
                          const NS_LOG_READER::Matcher& matcher,
                          NS_LOG_READER::StreamOptions options, bool newestFirst,

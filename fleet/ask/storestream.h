@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "ask/piecequery.h"
@@ -18,6 +19,10 @@ namespace NS_LOG_FLEET {
 // the piece is no record.
 bool ParsePiece(const NS_LOG_READER::Piece& piece, const NS_LOG_READER::LogFileName* origin,
                 std::vector<NS_LOG_READER::Found>& found);
+
+// A series of a store, without its files.
+NS_LOG_READER::Series MakePlace(const std::string& host, const std::string& category,
+                                int64_t process);
 
 class StoreStream final : public NS_LOG_READER::RecordStream {
   public:

@@ -12,7 +12,7 @@
 
 #include "command/fleetcommands.h"
 #include "command/stoporders.h"
-#include "command/streamwords.h"
+#include "command/targetwords.h"
 #include "query/pattern.h"
 #include "store/migration.h"
 #include "stream/collector.h"
@@ -55,11 +55,9 @@ bool RunCollector(Collector& collector) {
     }
 }
 
-int RunCollectors() {
+// Returns whether all of them ended well.
+bool RunThreads() {
     const StopOrders orders(&StopCollectors);
-    // The threads pass large messages on to each other. Kept for later by each thread's allocator,
-    // they would take twice the memory.
-    ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     std::vector<std::thread> threads;
     threads.reserve(runningCollectors.size());
     std::atomic<bool> isFine{true};
@@ -73,9 +71,15 @@ int RunCollectors() {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    return isFine;
+}
+
+int RunCollectors() {
+    // The threads pass large messages on to each other. Kept for later by each thread's allocator,
+    // they would take twice the memory.
+    ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    const bool isFine = RunThreads();
     // Not when the program exits: the libraries below the connections are torn down by then.
-    std::signal(SIGTERM, SIG_DFL);
-    std::signal(SIGINT, SIG_DFL);
     runningCollectors.clear();
     return isFine ? 0 : 2;
 }

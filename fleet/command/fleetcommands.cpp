@@ -9,7 +9,7 @@ void AddFleetCommands(const NS_LOG_READER::CommandAdder& add) {
     AddView(add);
 }
 
-const bool kIsAdded = NS_LOG_READER::AddLibrary(&AddFleetCommands);
+const bool kIsAdded = NS_LOG_READER::AddLibrary(&AddFleetCommands, &ExtendPrune);
 
 }  // namespace
 }  // namespace NS_LOG_FLEET

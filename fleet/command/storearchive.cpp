@@ -1,21 +1,15 @@
 #include "command/storearchive.h"
 
-#include <poll.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
 #include <tuple>
+#include <utility>
 
 #include "ask/piecequery.h"
 #include "ask/storestream.h"
 #include "store/migration.h"
-#include "store/recordstore.h"
 
 namespace NS_LOG_FLEET {
 namespace {
 
-using NS_LOG_READER::Found;
 using NS_LOG_READER::LogFile;
 using NS_LOG_READER::Matcher;
 using NS_LOG_READER::Piece;
@@ -36,29 +30,18 @@ constexpr const char* kFilesQuery =
     " WHERE f.stored > 0 OR f.size > 0"
     " ORDER BY f.host COLLATE \"C\", f.name COLLATE \"C\", f.id";
 
-constexpr int kLookEvery = 1000;  // milliseconds
-
 // Host, category and process.
 using Place = std::tuple<std::string, std::string, int64_t>;
 
-Series MakePlace(const std::string& host, const std::string& category, int64_t process) {
-    Series place;
-    place.directory = host;
-    place.host = host;
-    place.category = category;
-    place.process = process;
-    return place;
-}
-
 }  // namespace
 
-StoreArchive::StoreArchive(const std::string& url) : connection_(url) {
+StoreArchive::StoreArchive(const std::string& url) : url_(url), connection_(url) {
     DemandCurrentSchema(connection_);
     Begin();
 }
 
 void StoreArchive::Begin() {
-    connection_.Run("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY");
+    connection_.Run(kBeginOneMoment);
 }
 
 std::vector<Series> StoreArchive::FindSeries(const Selection& selection,
@@ -178,87 +161,17 @@ size_t StoreArchive::OrderAgain(const std::vector<const LogFile*>& files) {
     return static_cast<size_t>(ordered);
 }
 
-std::map<int64_t, uint64_t> StoreArchive::StoredMarks() {
-    const Rows rows = connection_.Run("SELECT id, stored FROM qv.file");
-    std::map<int64_t, uint64_t> marks;
-    for (int row = 0; row < rows.Count(); ++row) {
-        marks[rows.Number(row, 0)] = static_cast<uint64_t>(rows.Number(row, 1));
-    }
-    return marks;
-}
-
 void StoreArchive::BeginFollowing() {
-    for (const auto& [id, stored] : StoredMarks()) {
-        known_[id].stored = stored;
-    }
-    connection_.Run("COMMIT");
-    connection_.Run(std::string("LISTEN ") + kStoredChannel);
+    follower_ = std::make_unique<StoreFollower>(url_, std::move(connection_));
 }
 
 bool StoreArchive::Wait() {
-    pollfd both[] = {{PQsocket(connection_.Raw()), POLLIN, 0}, {STDOUT_FILENO, 0, 0}};
-    if (::poll(both, 2, kLookEvery) < 0 && errno != EINTR) {
-        return false;
-    }
-    if (PQconsumeInput(connection_.Raw()) == 0) {
-        throw connection_.LastError();
-    }
-    while (PGnotify* const notice = PQnotifies(connection_.Raw())) {
-        PQfreemem(notice);
-    }
-    return (both[1].revents & (POLLERR | POLLNVAL)) == 0;
+    return follower_->Wait();
 }
 
-StoreArchive::Followed& StoreArchive::FindFollowed(int64_t id, const Matcher& matcher) {
-    const auto [place, isNew] = followed_.emplace(id, Followed());
-    Followed& file = place->second;
-    if (isNew) {
-        const Rows rows =
-            connection_.Run("SELECT host, name, category, process FROM qv.file WHERE id = $1",
-                            {std::to_string(id)});
-        file.name.host = rows.Text(0, 0);
-        file.name.path = rows.Text(0, 1);
-        file.name.category = rows.Text(0, 2);
-        file.name.process = rows.Number(0, 3);
-        file.isWanted = matcher.GetSelection().Wants(
-            MakePlace(file.name.host, file.name.category, file.name.process));
-        const auto known = known_.find(id);
-        file.given = known == known_.end() ? 0 : known->second.stored;
-    }
-    return file;
-}
-
-// Up to the first gap of each file: what comes behind it waits until the gap is filled.
 void StoreArchive::TakeNew(const Matcher& matcher, NS_LOG_READER::ProblemListener& problems,
                            const Take& take) {
-    Begin();
-    const Conditions conditions(matcher);
-    std::vector<Found> found;
-    for (const auto& [id, stored] : StoredMarks()) {
-        Followed& file = FindFollowed(id, matcher);
-        if (file.isWanted && stored > file.given) {
-            PieceRange range;
-            range.file = id;
-            range.from = file.given;
-            range.until = stored;
-            PieceQuery query(connection_, range, conditions);
-            for (Piece piece; query.Next(piece);) {
-                const std::string problem = NS_LOG_READER::DescribeProblem(piece);
-                if (!problem.empty()) {
-                    problems.Report(file.name.path, static_cast<int64_t>(piece.offset), problem);
-                }
-                found.clear();
-                ParsePiece(piece, &file.name, found);
-                for (const Found& one : found) {
-                    if (matcher.Matches(one.record)) {
-                        take(one);
-                    }
-                }
-            }
-        }
-        file.given = stored;
-    }
-    connection_.Run("COMMIT");
+    follower_->TakeNew(matcher, problems, take);
 }
 
 namespace {

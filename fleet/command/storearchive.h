@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ask/conditions.h"
+#include "ask/storefollower.h"
 #include "command/archive.h"
 #include "store/connection.h"
 
@@ -46,24 +47,16 @@ class StoreArchive final : public NS_LOG_READER::Store {
         bool isComplete = false;
     };
 
-    // A file of which new records are handed out.
-    struct Followed {
-        NS_LOG_READER::LogFileName name;
-        bool isWanted = false;
-        uint64_t given = 0;  // everything in front of it was handed out, or is past
-    };
-
     void Begin();
     void ReadPieces(const NS_LOG_READER::LogFile& file, NS_LOG_READER::Verifier& verifier);
-    std::map<int64_t, uint64_t> StoredMarks();
-    Followed& FindFollowed(int64_t id, const NS_LOG_READER::Matcher& matcher);
 
+    const std::string url_;
     Connection connection_;
     // Streams refer to the conditions of the matcher that they were opened with.
     std::vector<std::unique_ptr<Conditions>> conditions_;
     std::optional<std::set<int64_t>> candidates_;  // files that may hold something; none: all
     std::map<int64_t, Knowledge> known_;
-    std::map<int64_t, Followed> followed_;
+    std::unique_ptr<StoreFollower> follower_;  // has the connection then
 };
 
 }  // namespace NS_LOG_FLEET

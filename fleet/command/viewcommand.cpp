@@ -15,6 +15,7 @@ namespace NS_LOG_FLEET {
 namespace {
 
 using NS_LOG_READER::Output;
+using NS_LOG_READER::PutJsonMember;
 
 struct ViewWords {
     std::string store;
@@ -57,36 +58,22 @@ void PrintTable(const std::vector<HostView>& hosts, Output& output) {
     }
 }
 
-void PutMember(Output& output, const char* name, int64_t value) {
-    output.Put(",\"");
-    output.Put(name);
-    output.Put("\":");
-    output.PutNumber(value);
-}
-
-void PutText(Output& output, const char* name, const std::string& value) {
-    output.Put(",\"");
-    output.Put(name);
-    output.Put("\":");
-    NS_LOG_READER::PutJsonString(output, value);
-}
-
 void PrintJson(const std::vector<HostView>& hosts, Output& output) {
     for (const HostView& host : hosts) {
         output.Put("{\"v\":1");
-        PutText(output, "host", host.host);
-        PutText(output, "seen", Stamp(host.seen));
+        PutJsonMember(output, "host", host.host);
+        PutJsonMember(output, "seen", Stamp(host.seen));
         if (host.lastRecord) {
-            PutText(output, "last_record", Stamp(*host.lastRecord));
+            PutJsonMember(output, "last_record", Stamp(*host.lastRecord));
         } else {
             output.Put(",\"last_record\":null");
         }
-        PutMember(output, "files", host.files);
-        PutMember(output, "stored", host.stored);
-        PutMember(output, "backlog", host.backlog);
-        PutMember(output, "gaps", host.gaps);
-        PutMember(output, "lost", host.lost);
-        PutText(output, "problem", host.problem);
+        PutJsonMember(output, "files", host.files);
+        PutJsonMember(output, "stored", host.stored);
+        PutJsonMember(output, "backlog", host.backlog);
+        PutJsonMember(output, "gaps", host.gaps);
+        PutJsonMember(output, "lost", host.lost);
+        PutJsonMember(output, "problem", host.problem);
         output.Put("}\n");
     }
 }

@@ -21,8 +21,6 @@ using NS_LOG_READER::PieceKind;
 using NS_LOG_READER::PieceScanner;
 using NS_LOG_READER::ReadError;
 
-constexpr size_t kLongestFirst = 256;
-
 constexpr std::chrono::seconds kWriterCheckInterval{1};
 
 size_t ReadAt(int descriptor, uint64_t offset, char* bytes, size_t size, const std::string& path) {
@@ -88,11 +86,9 @@ bool ShippedFile::IsFile(const struct stat& status) const {
 void ShippedFile::ReadFirstLine() {
     char bytes[kLongestFirst];
     const std::string_view text(bytes, ReadAt(descriptor_.Get(), 0, bytes, sizeof bytes, path_));
-    const size_t newline = text.find('\n');
-    if (newline != std::string_view::npos) {
-        first_ = text.substr(0, newline + 1);
-    } else if (text.size() == kLongestFirst || (isSettled_ && HasEnded(Clock::now()))) {
-        first_ = text;
+    if (text.find('\n') != std::string_view::npos || text.size() == kLongestFirst ||
+        (isSettled_ && HasEnded(Clock::now()))) {
+        first_ = FirstLine(text);
     }
 }
 

@@ -134,17 +134,22 @@ void Shipper::Work() {
             flushed_ = Clock::now();
             NoteSuccess();
         }
-        TellState();
+        if (Clock::now() - told_ >= kStateInterval) {
+            TellState();
+            CompareWithTarget();
+        }
         if (hasSent) {
             continue;
         }
         LookAtIdle();
         if (settings_.once && IsAllSent()) {
-            TellState();
-            return;
+            break;
         }
         Wait();
     }
+    // What was told seconds ago had a backlog that has arrived since.
+    target_->Flush();
+    TellState();
     target_->Flush();
 }
 
@@ -353,11 +358,7 @@ void Shipper::LookAtIdle() {
 }
 
 void Shipper::TellState() {
-    const Clock::time_point now = Clock::now();
-    if (now - told_ < kStateInterval) {
-        return;
-    }
-    told_ = now;
+    told_ = Clock::now();
     HostState state;
     state.host = settings_.host;
     state.files = files_.size();
@@ -366,7 +367,6 @@ void Shipper::TellState() {
         state.backlog += file.file ? file.file->Backlog() : 0;
     }
     target_->NoteHost(state);
-    CompareWithTarget();
 }
 
 bool Shipper::IsAllSent() const {

@@ -19,6 +19,12 @@ auto Translated(Work work) {
     }
 }
 
+KnownFile MakeKnown(const StoredFile& file) {
+    return {file.id,           file.name, file.first,
+            file.stored,       file.size, file.isComplete && file.stored >= file.size,
+            file.isWantedAgain};
+}
+
 }  // namespace
 
 StoreTarget::StoreTarget(const std::string& url)
@@ -31,6 +37,11 @@ TargetFile StoreTarget::Open(const FileIdentity& file) {
         complete_.insert(stored.id);
     }
     return {stored.id, stored.stored, stored.isComplete};
+}
+
+std::optional<KnownFile> StoreTarget::Find(const FileIdentity& file) {
+    const std::optional<StoredFile> stored = Translated([&] { return store_.LookUp(file); });
+    return stored ? std::optional<KnownFile>(MakeKnown(*stored)) : std::nullopt;
 }
 
 void StoreTarget::Send(int64_t handle, FilePart part) {
@@ -80,8 +91,7 @@ void StoreTarget::Flush() {
 std::vector<KnownFile> StoreTarget::FilesOf(const std::string& host) {
     std::vector<KnownFile> files;
     for (const StoredFile& file : Translated([&] { return store_.FilesOf(host); })) {
-        files.push_back({file.id, file.name, file.first, file.stored, file.size,
-                         file.isComplete && file.stored >= file.size, file.isWantedAgain});
+        files.push_back(MakeKnown(file));
     }
     return files;
 }

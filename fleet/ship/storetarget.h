@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ class StoreTarget final : public Target {
     explicit StoreTarget(const std::string& url);
 
     TargetFile Open(const FileIdentity& file) override;
+    std::optional<KnownFile> Find(const FileIdentity& file) override;
     void Send(int64_t handle, FilePart part) override;
     void Flush() override;
     std::vector<KnownFile> FilesOf(const std::string& host) override;

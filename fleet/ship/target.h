@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -57,6 +58,10 @@ class Target {
 
     // Where to go on with a file.
     virtual TargetFile Open(const FileIdentity& file) = 0;
+
+    // What the target has of a file, without a change of what it knows. None: it knows no such
+    // file.
+    virtual std::optional<KnownFile> Find(const FileIdentity& file) = 0;
 
     // Takes a part that begins where the last one of the file ended. May wait until there is room.
     virtual void Send(int64_t handle, FilePart part) = 0;

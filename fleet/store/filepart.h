@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "format/record.h"
@@ -15,6 +16,12 @@ struct FileIdentity {
     std::string name;   // without the directory
     std::string first;  // the first line, at most 256 bytes
 };
+
+// So much of a file's beginning is enough to know its identity.
+constexpr size_t kLongestFirst = 256;
+
+// `first` of a file that begins so. When the end of the line is missing, that is all there is.
+std::string_view FirstLine(std::string_view beginning);
 
 // A value.
 struct FilePart {

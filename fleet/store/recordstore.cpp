@@ -49,6 +49,14 @@ StoredFile RecordStore::FindFile(const FileIdentity& file) {
     return ReadFile(rows, 0);
 }
 
+std::optional<StoredFile> RecordStore::LookUp(const FileIdentity& file) {
+    const Rows rows =
+        connection_.Run(std::string("SELECT ") + kFileColumns +
+                            " FROM qv.file WHERE host = $1 AND name = $2 AND identity = $3",
+                        {file.host, file.name, ByteaText(file.first)});
+    return rows.Count() == 0 ? std::nullopt : std::optional<StoredFile>(ReadFile(rows, 0));
+}
+
 std::vector<StoredFile> RecordStore::FilesOf(const std::string& host) {
     const Rows rows = connection_.Run(
         std::string("SELECT ") + kFileColumns + " FROM qv.file WHERE host = $1 AND gone IS NULL",

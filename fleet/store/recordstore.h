@@ -45,6 +45,9 @@ class RecordStore {
     // The file's row; makes it when it is not there yet. A file that had gone is there again.
     StoredFile FindFile(const FileIdentity& file);
 
+    // The file's row, when there is one. Changes nothing.
+    std::optional<StoredFile> LookUp(const FileIdentity& file);
+
     // All files of the host that have not gone.
     std::vector<StoredFile> FilesOf(const std::string& host);
 

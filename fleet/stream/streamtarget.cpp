@@ -107,45 +107,59 @@ std::chrono::milliseconds StreamTarget::Gathering() const {
 }
 
 // Servers that change their leader may answer with an empty message.
-void StreamTarget::ReadLast(natsMsg* last, File& file, uint64_t& resumeAt) {
+StreamTarget::LastMessage StreamTarget::ReadLast(natsMsg* last, const std::string& subject) {
     try {
         const Message message =
             Decode({natsMsg_GetData(last), static_cast<size_t>(natsMsg_GetDataLength(last))});
-        resumeAt = message.low;
-        file.isMarked = message.type == MessageType::Mark;
+        return {message.low, message.type == MessageType::Mark};
     } catch (const MessageError& error) {
-        throw StreamError("the last message of " + file.subject + ": " + error.what(), true);
+        throw StreamError("the last message of " + subject + ": " + error.what(), true);
     }
 }
 
-TargetFile StreamTarget::Open(const FileIdentity& identity) {
+StreamTarget::File StreamTarget::MakeFile(const FileIdentity& identity) const {
     const auto parts = NS_LOG_READER::ParseLogFileName(identity.name);
     File file;
     file.identity = identity;
     file.subject = FileSubject(shard_, identity, parts ? parts->category : "");
-    uint64_t resumeAt = 0;
-    Translated([&] {
+    return file;
+}
+
+// None: the stream has no message of the file, or none any more.
+std::optional<StreamTarget::LastMessage> StreamTarget::FindLast(const std::string& subject) {
+    return Translated([&]() -> std::optional<LastMessage> {
         jsDirectGetMsgOptions options;
         jsDirectGetMsgOptions_Init(&options);
-        options.LastBySubject = file.subject.c_str();
+        options.LastBySubject = subject.c_str();
         natsMsg* last = nullptr;
         const natsStatus status =
             js_DirectGetMsg(&last, streams_.get(), StreamName(shard_).c_str(), nullptr, &options);
         const OwnedMessage owner(last);
         if (status == NATS_NOT_FOUND) {
-            return;
+            return std::nullopt;
         }
         connection_.Check();
-        CheckStatus(status, "asking for the last message of " + file.subject);
-        ReadLast(last, file, resumeAt);
+        CheckStatus(status, "asking for the last message of " + subject);
+        return ReadLast(last, subject);
     });
+}
+
+TargetFile StreamTarget::Open(const FileIdentity& identity) {
+    File file = MakeFile(identity);
+    const LastMessage last = FindLast(file.subject).value_or(LastMessage());
     const Arrival& arrival = (*arrivals_)[file.subject];
-    resumeAt = std::max(resumeAt, arrival.end);
-    file.isMarked = file.isMarked || arrival.isMarked;
-    file.sent = resumeAt;
-    const bool isMarked = file.isMarked;
+    file.isMarked = last.isMark || arrival.isMarked;
+    file.sent = std::max(last.low, arrival.end);
     files_.push_back(std::move(file));
-    return {static_cast<int64_t>(files_.size() - 1), resumeAt, isMarked};
+    return {static_cast<int64_t>(files_.size() - 1), files_.back().sent, files_.back().isMarked};
+}
+
+std::optional<KnownFile> StreamTarget::Find(const FileIdentity& identity) {
+    const std::optional<LastMessage> last = FindLast(MakeFile(identity).subject);
+    if (!last) {
+        return std::nullopt;
+    }
+    return KnownFile{0, identity.name, identity.first, last->low, last->low, last->isMark, false};
 }
 
 void StreamTarget::Send(int64_t handle, FilePart part) {
@@ -194,9 +208,7 @@ void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piec
 
 // A new shipper cannot begin inside a piece: the place of a chunk is that of its piece.
 void StreamTarget::PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end) {
-    if (!window_->AwaitRoom(kWindow)) {
-        connection_.Check();
-    }
+    AwaitRoom(kWindow);
     const File& file = files_[static_cast<size_t>(handle)];
     const std::string key = file.subject + ":" + std::to_string(begin) + "-" + std::to_string(end);
     window_->Add(key, handle, message.part.offset);
@@ -230,14 +242,19 @@ void StreamTarget::Publish(const std::string& subject, const Message& message,
     });
 }
 
-void StreamTarget::Flush() {
-    const bool hasArrived = window_->AwaitRoom(1);
+// Waits until fewer than `most` messages are on their way.
+void StreamTarget::AwaitRoom(size_t most) {
+    const bool hasRoom = window_->AwaitRoom(most);
     Translated([&] {
         connection_.Check();
-        if (!hasArrived) {
+        if (!hasRoom) {
             throw StreamError(window_->Failure(), true);
         }
     });
+}
+
+void StreamTarget::Flush() {
+    AwaitRoom(1);
 }
 
 std::vector<KnownFile> StreamTarget::FilesOf(const std::string&) {

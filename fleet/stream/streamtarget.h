@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,7 @@ class StreamTarget final : public Target {
     ~StreamTarget() override;
 
     TargetFile Open(const FileIdentity& file) override;
+    std::optional<KnownFile> Find(const FileIdentity& file) override;
     void Send(int64_t handle, FilePart part) override;
     void Flush() override;
     std::vector<KnownFile> FilesOf(const std::string& host) override;
@@ -57,9 +59,18 @@ class StreamTarget final : public Target {
         bool isMarked = false;  // the last message is a closing mark
     };
 
-    static void ReadLast(natsMsg* last, File& file, uint64_t& resumeAt);
+    // What the last message of a file says.
+    struct LastMessage {
+        uint64_t low = 0;
+        bool isMark = false;
+    };
+
+    File MakeFile(const FileIdentity& identity) const;
+    std::optional<LastMessage> FindLast(const std::string& subject);
+    static LastMessage ReadLast(natsMsg* last, const std::string& subject);
     void SendJoined(int64_t handle, const FilePart& part);
     void SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece);
+    void AwaitRoom(size_t most);
     void PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end);
     void Publish(const std::string& subject, const Message& message, const std::string& key);
 

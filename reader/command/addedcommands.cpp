@@ -2,13 +2,13 @@
 
 namespace NS_LOG_READER {
 
-std::vector<AddCommandsFunction>& AddedLibraries() {
-    static std::vector<AddCommandsFunction> libraries;
+std::vector<AddedLibrary>& AddedLibraries() {
+    static std::vector<AddedLibrary> libraries;
     return libraries;
 }
 
-bool AddLibrary(AddCommandsFunction function) {
-    AddedLibraries().push_back(function);
+bool AddLibrary(AddCommandsFunction addCommands, ExtendPruneFunction extendPrune) {
+    AddedLibraries().push_back({addCommands, extendPrune});
     return true;
 }
 

@@ -19,10 +19,18 @@ using CommandAdder = std::function<CLI::App*(const char* name, const char* descr
 // Adds a library's commands.
 using AddCommandsFunction = void (*)(const CommandAdder& add);
 
-// Those of the libraries that this program was linked with. A library puts its own here before main
-// begins: a variable with static storage is made with AddLibrary.
-std::vector<AddCommandsFunction>& AddedLibraries();
+// Adds options to "prune", by which `options.openGuard` is set. `options` is what is parsed into.
+using ExtendPruneFunction = void (*)(CLI::App& prune, Options& options);
 
-bool AddLibrary(AddCommandsFunction function);
+struct AddedLibrary {
+    AddCommandsFunction addCommands;
+    ExtendPruneFunction extendPrune;
+};
+
+// Those that this program was linked with. A library puts its own here before main begins: a
+// variable with static storage is made with AddLibrary.
+std::vector<AddedLibrary>& AddedLibraries();
+
+bool AddLibrary(AddCommandsFunction addCommands, ExtendPruneFunction extendPrune);
 
 }  // namespace NS_LOG_READER

@@ -45,11 +45,12 @@ class Store : public Archive {
     // Has the files sent again by their hosts. Returns how many there are of them.
     virtual size_t OrderAgain(const std::vector<const LogFile*>& files) = 0;
 
-    // From here on TakeNew hands out what is stored. Until then everything that is asked for is
-    // answered as of one moment.
+    // From here on TakeNew hands out what is stored, and nothing else is asked for. Until then
+    // everything that is asked for is answered as of one moment.
     virtual void BeginFollowing() = 0;
     // Waits for something new; sometimes there is nothing. False: nobody reads the output any more.
     virtual bool Wait() = 0;
+    // Nothing while the store is away, which is reported.
     virtual void TakeNew(const Matcher& matcher, ProblemListener& problems, const Take& take) = 0;
 };
 

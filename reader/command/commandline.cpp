@@ -203,6 +203,9 @@ void CommandLine::AddCommands() {
     prune->add_option("--older-than", words_.olderThan, "Remove what was last written before: 30d")
         ->type_name("SPAN");
     prune->add_flag("--dry-run", options_.dryRun, "Only print what would be removed");
+    for (const AddedLibrary& library : AddedLibraries()) {
+        library.extendPrune(*prune, options_);
+    }
 
     CLI::App* const sqlite = AddCommand("export", "Write records into a database", Command::Export);
     AddSelection(*sqlite);
@@ -211,9 +214,9 @@ void CommandLine::AddCommands() {
         ->required();
     sqlite->add_option("FILE", options_.target, "The database to write");
 
-    for (const AddCommandsFunction addCommands : AddedLibraries()) {
-        addCommands([this](const char* name, const char* description,
-                           std::function<int(const Options&)> run) {
+    for (const AddedLibrary& library : AddedLibraries()) {
+        library.addCommands([this](const char* name, const char* description,
+                                   std::function<int(const Options&)> run) {
             CLI::App* const app = AddCommand(name, description, Command::Added);
             app->parse_complete_callback([this, run = std::move(run)] {
                 options_.command = Command::Added;

@@ -1,40 +1,33 @@
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "command/changewatch.h"
 #include "command/commands.h"
 #include "command/followedfile.h"
-#include "command/pager.h"
+#include "command/followoutput.h"
 #include "command/session.h"
-#include "output/recordformat.h"
+#include "query/pattern.h"
 
 namespace NS_LOG_READER {
 namespace {
 
 namespace fs = std::filesystem;
 
-// What is shown of the past.
-constexpr uint64_t kFirstLines = 10;
-
 class Follow {
   public:
-    explicit Follow(const Options& options)
-        : options_(options), matcher_(options.selection), output_(STDOUT_FILENO) {
-        format_ = MakeFormatOf(options, matcher_.GetPattern());
-    }
+    explicit Follow(const Options& options) : options_(options), output_(options) {}
 
     ExitCode Run() {
         WatchAll();
         FindFiles(true);
         try {
-            format_->Begin(output_);
+            output_.Begin();
             PrintPast();
-            output_.Flush();
             for (bool goesOn = true; goesOn;) {
                 // Files are looked at once more after the last process has ended.
                 goesOn = !options_.endsWithAgent || watch_.HasProcess();
@@ -45,9 +38,7 @@ class Follow {
         } catch (const OutputClosed&) {
             // As much was wanted as was read.
         }
-        return problems_.HasTrouble() ? ExitCode::Trouble
-               : wasPrinted_          ? ExitCode::Found
-                                      : ExitCode::NothingFound;
+        return output_.Exit();
     }
 
   private:
@@ -110,7 +101,7 @@ class Follow {
             }
             files_.push_back(std::move(file));
         } catch (const ReadError& error) {
-            problems_.NoteTrouble(error.what());
+            output_.Problems().NoteTrouble(error.what());
         }
     }
 
@@ -127,20 +118,11 @@ class Follow {
             ends[file->Name().path] = file->Offset();
         }
         Session session(options_);
-        const std::unique_ptr<RecordStream> records = session.Open(matcher_, {}, true);
-        std::vector<KeptRecord> last;
-        Found found;
-        const uint64_t lines = options_.lines.value_or(kFirstLines);
-        while (last.size() < lines && records->Next(found)) {
+        output_.PrintPast(*session.Open(output_.GetMatcher(), {}, true), [&](const Found& found) {
             const auto end = ends.find(found.record.origin->path);
-            if (known_.count({found.record.origin->path, Inode(found)}) != 0 &&
-                (end == ends.end() || found.record.offset < end->second)) {
-                last.emplace_back(found);
-            }
-        }
-        for (; !last.empty(); last.pop_back()) {
-            Print(last.back().Get());
-        }
+            return known_.count({found.record.origin->path, Inode(found)}) != 0 &&
+                   (end == ends.end() || found.record.offset < end->second);
+        });
     }
 
     static ino_t Inode(const Found& found) {
@@ -153,19 +135,13 @@ class Follow {
         std::vector<KeptRecord> fresh;
         for (const auto& file : files_) {
             try {
-                file->ReadNew(matcher_, problems_,
+                file->ReadNew(output_.GetMatcher(), output_.Problems(),
                               [&](const Found& found) { fresh.emplace_back(found); });
             } catch (const ReadError& error) {
-                problems_.NoteTrouble(error.what());
+                output_.Problems().NoteTrouble(error.what());
             }
         }
-        std::stable_sort(fresh.begin(), fresh.end(), [](const KeptRecord& a, const KeptRecord& b) {
-            return a.Get().order < b.Get().order;
-        });
-        for (KeptRecord& kept : fresh) {
-            Print(kept.Get());
-        }
-        output_.Flush();
+        output_.PrintNew(std::move(fresh));
         CloseDoneFiles();
     }
 
@@ -193,21 +169,12 @@ class Follow {
         files_ = std::move(kept);
     }
 
-    void Print(const Found& found) {
-        format_->Write(output_, found);
-        wasPrinted_ = true;
-    }
-
     const Options& options_;
-    const Matcher matcher_;
-    Output output_;
-    std::unique_ptr<RecordFormat> format_;
-    StderrListener problems_;
+    FollowOutput output_;
     ChangeWatch watch_;
     std::vector<std::unique_ptr<FollowedFile>> files_;
     std::set<std::pair<std::string, ino_t>> known_;
     size_t series_ = 0;
-    bool wasPrinted_ = false;
 };
 
 }  // namespace

@@ -14,6 +14,9 @@ namespace NS_LOG_READER {
 
 enum class Command { Show, Verify, Stats, Report, Prune, Export, Added };
 
+// Says why a file must not be removed; empty: it may. Throws when that cannot be told.
+using FileGuard = std::function<std::string(const std::string& path)>;
+
 // A value; what the command line does not say is as initialised here.
 struct Options {
     Command command = Command::Show;
@@ -49,6 +52,7 @@ struct Options {
     std::optional<uint64_t> maxBytes;
     std::optional<Time> olderThan;
     bool dryRun = false;
+    std::function<FileGuard()> openGuard;  // of another library; null: any file may be removed
 
     // Added: a command of another library. Returns the program's exit code.
     std::function<int(const Options&)> run;

@@ -12,6 +12,7 @@
 
 #include "command/commands.h"
 #include "command/verification.h"
+#include "input/bytesource.h"
 #include "input/filedescriptor.h"
 #include "output/output.h"
 #include "query/pattern.h"
@@ -57,14 +58,12 @@ class Pruning {
     explicit Pruning(const Options& options) : options_(options), output_(STDOUT_FILENO) {}
 
     ExitCode Run() {
-        for (const std::string& path : options_.paths) {
-            Collect(path);
+        try {
+            guard_ = options_.openGuard ? options_.openGuard() : FileGuard();
+            RemoveAll();
+        } catch (const std::exception& error) {
+            Complain(error.what());
         }
-        std::sort(files_.begin(), files_.end(), IsOlder);
-        Protect();
-        RemoveOld();
-        KeepNewest();
-        KeepSize();
         output_.Flush();
         return hasTrouble_ ? ExitCode::Trouble
                : removed_  ? ExitCode::Found
@@ -75,6 +74,17 @@ class Pruning {
     void Complain(const std::string& text) {
         hasTrouble_ = true;
         std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+    }
+
+    void RemoveAll() {
+        for (const std::string& path : options_.paths) {
+            Collect(path);
+        }
+        std::sort(files_.begin(), files_.end(), IsOlder);
+        Protect();
+        RemoveOld();
+        KeepNewest();
+        KeepSize();
     }
 
     void Collect(const std::string& path) {
@@ -111,8 +121,31 @@ class Pruning {
         }
     }
 
+    // A file that cannot be read stays, and the others are asked for.
+    bool IsGuarded(const std::string& path) {
+        if (!guard_) {
+            return false;
+        }
+        std::string reason;
+        try {
+            reason = guard_(path);
+        } catch (const ReadError& error) {
+            Complain(error.what());
+            return true;
+        }
+        if (!reason.empty()) {
+            output_.Put("kept " + path + ": " + reason + "\n");
+        }
+        return !reason.empty();
+    }
+
     void Remove(Candidate& file) {
         if (file.isRemoved || protected_.count(file.path) != 0) {
+            return;
+        }
+        if (IsGuarded(file.path)) {
+            // One that is to go for two reasons is asked for once.
+            protected_.insert(file.path);
             return;
         }
         if (!options_.dryRun && ::unlink(file.path.c_str()) != 0) {
@@ -160,6 +193,7 @@ class Pruning {
 
     const Options& options_;
     Output output_;
+    FileGuard guard_;               // null: none
     std::vector<Candidate> files_;  // the oldest first
     std::set<std::string> protected_;
     bool removed_ = false;
@@ -169,12 +203,18 @@ class Pruning {
 }  // namespace
 
 ExitCode RunPrune(const Options& options) {
-    if (!options.keep && !options.maxBytes && !options.olderThan) {
-        throw BadRequest("prune: what is to be kept? --keep, --max-bytes or --older-than");
-    }
     // A lease that the agent breaks by opening the file is told by a signal, which would end us.
     std::signal(SIGIO, SIG_IGN);
-    return Pruning(options).Run();
+    if (options.keep || options.maxBytes || options.olderThan) {
+        return Pruning(options).Run();
+    }
+    if (!options.openGuard) {
+        throw BadRequest("prune: what is to be kept? --keep, --max-bytes or --older-than");
+    }
+    // The guard says it alone.
+    Options all = options;
+    all.keep = 0;
+    return Pruning(all).Run();
 }
 
 }  // namespace NS_LOG_READER

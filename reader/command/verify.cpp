@@ -43,44 +43,30 @@ void PrintText(Output& output, const Series& series, const Verification& result)
     output.Put(result.Problems() == 0 ? ": whole\n" : ": NOT WHOLE\n");
 }
 
-void PutMember(Output& output, const char* name, uint64_t value) {
-    output.Put(",\"");
-    output.Put(name);
-    output.Put("\":");
-    output.PutNumber(static_cast<int64_t>(value));
-}
-
-void PutMember(Output& output, const char* name, std::string_view value) {
-    output.Put(",\"");
-    output.Put(name);
-    output.Put("\":");
-    PutJsonString(output, value);
-}
-
 void PrintJson(Output& output, const Series& series, const Verification& result) {
     output.Put("{\"v\":1");
     if (!series.host.empty()) {
-        PutMember(output, "host", series.host);
+        PutJsonMember(output, "host", series.host);
     }
-    PutMember(output, "category", series.category);
-    PutMember(output, "process", static_cast<uint64_t>(series.process));
-    PutMember(output, "files", series.files.size());
-    PutMember(output, "bytes", result.bytes);
-    PutMember(output, "records", result.frames);
-    PutMember(output, "short", result.shortRecords);
-    PutMember(output, "dumped", result.dumped);
-    PutMember(output, "missing", result.missing);
-    PutMember(output, "torn", result.torn);
-    PutMember(output, "out_of_order", result.outOfOrder);
-    PutMember(output, "first", result.firstStamp);
-    PutMember(output, "last", result.lastStamp);
+    PutJsonMember(output, "category", series.category);
+    PutJsonMember(output, "process", static_cast<uint64_t>(series.process));
+    PutJsonMember(output, "files", series.files.size());
+    PutJsonMember(output, "bytes", result.bytes);
+    PutJsonMember(output, "records", result.frames);
+    PutJsonMember(output, "short", result.shortRecords);
+    PutJsonMember(output, "dumped", result.dumped);
+    PutJsonMember(output, "missing", result.missing);
+    PutJsonMember(output, "torn", result.torn);
+    PutJsonMember(output, "out_of_order", result.outOfOrder);
+    PutJsonMember(output, "first", result.firstStamp);
+    PutJsonMember(output, "last", result.lastStamp);
     output.Put(result.Problems() == 0 ? ",\"whole\":true" : ",\"whole\":false");
     output.Put(",\"findings\":[");
     for (const Finding& finding : result.findings) {
         output.Put(&finding == &result.findings.front() ? "{\"log\":" : ",{\"log\":");
         PutJsonString(output, finding.path);
-        PutMember(output, "offset", finding.offset);
-        PutMember(output, "text", finding.text);
+        PutJsonMember(output, "offset", finding.offset);
+        PutJsonMember(output, "text", finding.text);
         output.Put(finding.isProblem ? ",\"problem\":true}" : ",\"problem\":false}");
     }
     output.Put("]}\n");

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "format/utf8.h"
 #include "output/recordformat.h"
 
 #ifdef __SSE2__
@@ -34,28 +35,6 @@ constexpr std::array<char, 256> kEscapes = MakeEscapes();
 
 // No byte becomes longer than "\u00XX".
 constexpr size_t kLongestEscape = 6;
-
-unsigned char ByteAt(std::string_view text, size_t at) {
-    return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
-}
-
-// The length of the UTF-8 character at the beginning of the text; 0: none is there.
-size_t CharacterLength(std::string_view text) {
-    const unsigned char first = ByteAt(text, 0);
-    const unsigned char second = ByteAt(text, 1);
-    const auto follows = [&](size_t at) { return (ByteAt(text, at) & 0xC0) == 0x80; };
-    if (first >= 0xC2 && first <= 0xDF) {
-        return follows(1) ? 2 : 0;
-    }
-    if (first >= 0xE0 && first <= 0xEF) {
-        const bool isOverlong = first == 0xE0 && second < 0xA0;
-        const bool isSurrogate = first == 0xED && second > 0x9F;
-        return follows(1) && follows(2) && !isOverlong && !isSurrogate ? 3 : 0;
-    }
-    const bool isOutside = (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
-    const bool isLong = first >= 0xF0 && first <= 0xF4 && follows(1) && follows(2) && follows(3);
-    return isLong && !isOutside ? 4 : 0;
-}
 
 char* PutEscape(char escape, unsigned char byte, char* out) {
     constexpr const char* digits = "0123456789abcdef";
@@ -117,7 +96,8 @@ char* PutEscaped(std::string_view text, char* out) {
             continue;
         }
         const size_t length = CharacterLength(text);
-        const std::string_view character = length == 0 ? "\xEF\xBF\xBD" : text.substr(0, length);
+        const std::string_view character =
+            length == 0 ? kReplacementCharacter : text.substr(0, length);
         std::memcpy(out, character.data(), character.size());
         out += character.size();
         text.remove_prefix(length == 0 ? 1 : length);
@@ -200,6 +180,12 @@ class JsonFormat final : public RecordFormat {
     bool hasTwice_ = false;  // a field was asked for more than once
 };
 
+void PutLabel(Output& output, const char* name) {
+    output.Put(",\"");
+    output.Put(name);
+    output.Put("\":");
+}
+
 }  // namespace
 
 void PutJsonText(Output& output, std::string_view text) {
@@ -208,7 +194,8 @@ void PutJsonText(Output& output, std::string_view text) {
     constexpr size_t part = 32768;
     while (!text.empty()) {
         size_t size = text.size() < part ? text.size() : part;
-        while (size < text.size() && size > part - 4 && (ByteAt(text, size) & 0xC0) == 0x80) {
+        while (size < text.size() && size > part - 4 &&
+               (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) {
             --size;
         }
         char* const out = output.Room(size * kLongestEscape + kLongestEscape);
@@ -221,6 +208,20 @@ void PutJsonString(Output& output, std::string_view text) {
     output.Put('"');
     PutJsonText(output, text);
     output.Put('"');
+}
+
+void PutJsonMember(Output& output, const char* name, int64_t value) {
+    PutLabel(output, name);
+    output.PutNumber(value);
+}
+
+void PutJsonMember(Output& output, const char* name, uint64_t value) {
+    PutJsonMember(output, name, static_cast<int64_t>(value));
+}
+
+void PutJsonMember(Output& output, const char* name, std::string_view value) {
+    PutLabel(output, name);
+    PutJsonString(output, value);
 }
 
 std::unique_ptr<RecordFormat> MakeJsonFormat(const FormatOptions& options) {

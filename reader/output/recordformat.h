@@ -51,4 +51,9 @@ void PutJsonString(Output& output, std::string_view text);
 // The same without the quotes.
 void PutJsonText(Output& output, std::string_view text);
 
+// A further member of an object.
+void PutJsonMember(Output& output, const char* name, int64_t value);
+void PutJsonMember(Output& output, const char* name, uint64_t value);
+void PutJsonMember(Output& output, const char* name, std::string_view value);
+
 }  // namespace NS_LOG_READER

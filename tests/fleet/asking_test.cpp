@@ -236,6 +236,32 @@ TEST_F(Asking, FollowsWhatIsStored) {
     EXPECT_THAT(program.Wait().output, Not(HasSubstr("two")));
 }
 
+TEST_F(Asking, GoesOnFollowingWhenTheStoreIsBack) {
+    const std::string file = Logs() + "/" + LogName("corbaoper", 1, kNoProcess);
+    LogFields fields;
+    const auto frame = [&](uint32_t number, const char* detail) {
+        fields.detail = detail;
+        return LogFrame(number, fields);
+    };
+    WriteFile(file, CreatedText() + frame(1, "one"));
+    ASSERT_EQ(ShipAll().exitCode, 0);
+    ChildProcess program(
+        ChildStart{{QVLOG, "-f", "--fields", "host,detail", "--store", Postgres().Url()}});
+    ASSERT_TRUE(program.WaitForOutput("host1 one\n"));
+    for (const auto& [number, detail] : {std::pair(2U, "two"), std::pair(3U, "three")}) {
+        Postgres().Kill();
+        ASSERT_TRUE(program.WaitForError("qvlog: the store: ", static_cast<int>(number) - 1));
+        Postgres().Start();
+        WriteFile(file, ReadFile(file) + frame(number, detail));
+        ASSERT_EQ(ShipAll().exitCode, 0);
+        ASSERT_TRUE(program.WaitForOutput("host1 " + std::string(detail) + "\n"));
+    }
+    program.Signal(SIGTERM);
+    const ChildResult result = program.Wait();
+    EXPECT_EQ(result.output, "host1 one\nhost1 two\nhost1 three\n");
+    EXPECT_THAT(result.errors, HasSubstr("qvlog: the store is back\n"));
+}
+
 // Each "$ command" of the guide's blocks, with what it prints.
 TEST_F(Asking, CommandsOfTheGuidePrintWhatItSays) {
     ASSERT_EQ(Ship("mgr7", QV_GUIDE_LOGS).exitCode, 0);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "command/stoporders.h"
+#include "fleet/keepingtarget.h"
 #include "ship/pace.h"
 #include "support/files.h"
 #include "support/temporarydirectory.h"
@@ -17,91 +18,6 @@ namespace {
 
 using namespace NS_LOG_FLEET;
 using namespace NS_TEST;
-
-// Outlives the targets, as a store does.
-struct Kept {
-    struct File {
-        FileIdentity identity;
-        std::string bytes;
-        bool isComplete = false;
-        bool hasGone = false;
-        bool isWantedAgain = false;
-        uint64_t lost = 0;
-    };
-
-    std::vector<File> files;
-    int failures = 0;  // so many parts are taken and not kept
-    int parts = 0;
-    bool forgets = false;  // all that it had, when the second file is complete
-};
-
-class KeepingTarget final : public Target {
-  public:
-    explicit KeepingTarget(Kept& kept) : kept_(kept) {}
-
-    TargetFile Open(const FileIdentity& file) override {
-        for (size_t i = 0; i < kept_.files.size(); ++i) {
-            const FileIdentity& known = kept_.files[i].identity;
-            if (known.name == file.name && known.first == file.first) {
-                return {static_cast<int64_t>(i), kept_.files[i].bytes.size(),
-                        kept_.files[i].isComplete};
-            }
-        }
-        kept_.files.push_back({file, "", false, false, false, 0});
-        return {static_cast<int64_t>(kept_.files.size() - 1), 0, false};
-    }
-
-    void Send(int64_t handle, FilePart part) override {
-        ++kept_.parts;
-        if (kept_.failures > 0) {
-            --kept_.failures;
-            throw TargetError("the target is away", true);
-        }
-        std::string& bytes = kept_.files[static_cast<size_t>(handle)].bytes;
-        ASSERT_LE(part.offset, bytes.size());
-        bytes.resize(part.offset);
-        bytes += part.bytes;
-    }
-
-    void Flush() override {}
-
-    std::vector<KnownFile> FilesOf(const std::string&) override {
-        std::vector<KnownFile> all;
-        for (size_t i = 0; i < kept_.files.size(); ++i) {
-            const Kept::File& file = kept_.files[i];
-            if (!file.hasGone) {
-                all.push_back({static_cast<int64_t>(i), file.identity.name, file.identity.first,
-                               file.bytes.size(), file.bytes.size(), file.isComplete,
-                               file.isWantedAgain});
-            }
-        }
-        return all;
-    }
-
-    void NoteGone(int64_t handle, uint64_t lost) override {
-        kept_.files[static_cast<size_t>(handle)].hasGone = true;
-        kept_.files[static_cast<size_t>(handle)].lost = lost;
-    }
-    void NoteComplete(int64_t handle, uint64_t) override {
-        const bool isFirst = std::none_of(kept_.files.begin(), kept_.files.end(),
-                                          [](const Kept::File& file) { return file.isComplete; });
-        kept_.files[static_cast<size_t>(handle)].isComplete = true;
-        if (kept_.forgets && !isFirst) {
-            kept_.forgets = false;
-            for (Kept::File& file : kept_.files) {
-                file.bytes.clear();
-            }
-            throw TargetError("the target is away", true);
-        }
-    }
-    void NoteSentAgain(int64_t handle) override {
-        kept_.files[static_cast<size_t>(handle)].isWantedAgain = false;
-    }
-    void NoteHost(const HostState&) override {}
-
-  private:
-    Kept& kept_;
-};
 
 class ShipperTest : public DirectoryTest {
   protected:
@@ -139,6 +55,17 @@ TEST_F(ShipperTest, SendsAllOfAFileAndSaysThatItIsDone) {
     kept_.parts = 0;
     EXPECT_TRUE(Ship());
     EXPECT_EQ(kept_.parts, 0) << "what has arrived is not sent again";
+}
+
+// The end of the file is sent when the file has been quiet for a moment: what the host says first
+// is that it has it yet to send.
+TEST_F(ShipperTest, SaysLastThatNothingIsLeftToSend) {
+    WriteFile(LogPath(), Text());
+    EXPECT_TRUE(Ship());
+    ASSERT_GE(kept_.states.size(), 2U);
+    EXPECT_GT(kept_.states.front().backlog, 0U);
+    EXPECT_EQ(kept_.states.back().backlog, 0U);
+    EXPECT_EQ(kept_.states.back().files, 1U);
 }
 
 TEST_F(ShipperTest, GoesOnWhereTheTargetSays) {

@@ -145,6 +145,32 @@ TEST_F(StraightRoad, SendsAFileAgainWhenTheStoreAsksForIt) {
     ExpectStoreHasFiles();
 }
 
+TEST_F(StraightRoad, RemovesFromTheHostOnlyWhatIsStored) {
+    RunAgent(5);
+    ASSERT_EQ(ShipAll().exitCode, 0);
+    const std::string grown = Logs() + "/" + ListLogFiles(Logs(), "debug").front();
+    const auto size = std::to_string(ReadFile(grown).size());
+    WriteFile(grown, ReadFile(grown) + "x");
+    RunAgent(5);
+    const int64_t known = Number("SELECT count(*) FROM qv.file");
+
+    const ChildResult dry = PruneShipped({"--to", Target(), "--dry-run"});
+    EXPECT_EQ(dry.exitCode, 0) << dry.errors;
+    EXPECT_EQ(ListFiles(Logs()).size(), 14U);
+    const ChildResult result = PruneShipped({"--to", Target()});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(ListFiles(Logs()).size(), 8U);
+    EXPECT_THAT(result.output, HasSubstr("kept " + grown + ": " + size + " of "));
+    EXPECT_THAT(result.output, HasSubstr(": nothing of it has arrived\n"));
+    EXPECT_EQ(PruneShipped({"--to", Target()}).exitCode, 1);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file"), known);
+
+    // The shipper does not take them for lost.
+    const ChildResult next = ShipAll();
+    EXPECT_EQ(next.exitCode, 0) << next.errors;
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE gone IS NOT NULL AND lost = 0"), 6);
+}
+
 TEST_F(StraightRoad, RefusesAWrongPasswordAtOnceAndSaysSo) {
     RunAgent(1);
     std::string url = Postgres().Url();

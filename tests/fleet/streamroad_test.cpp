@@ -65,11 +65,11 @@ class StreamRoad : public FleetTest {
 
     int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }
 
-  private:
     static void Append(std::vector<std::string>& words, const std::vector<std::string>& more) {
         words.insert(words.end(), more.begin(), more.end());
     }
 
+  private:
     std::unique_ptr<NatsServers> nats_;
 };
 
@@ -125,7 +125,7 @@ TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
         for (const int node : nodes) {
             Nats().Kill(node);
         }
-        agent->Wait();
+        ExpectGoodEnd(*agent);
     };
     const int leader = Nats().Leader();
     writeAndKill({leader});
@@ -168,6 +168,23 @@ TEST_F(StreamRoad, IsExactWhenEverythingIsKilledAtOnce) {
     EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
     AwaitFiles(CountFiles());
     ExpectStoreHasFiles();
+}
+
+TEST_F(StreamRoad, RemovesFromTheHostOnlyWhatIsInTheStream) {
+    StartServers(1);
+    RunAgent(5);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    RunAgent(5);
+    std::vector<std::string> words = {"--to", Nats().Url()};
+    Append(words, Nats().Words("host1"));
+    const ChildResult result = PruneShipped(words);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(ListFiles(Logs()).size(), 7U);
+    EXPECT_THAT(result.output, HasSubstr(": nothing of it has arrived\n"));
+    EXPECT_EQ(PruneShipped(words).exitCode, 1);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    EXPECT_EQ(PruneShipped(words).exitCode, 0);
+    EXPECT_EQ(ListFiles(Logs()).size(), 0U);
 }
 
 // Room comes when what is stored there grows old.

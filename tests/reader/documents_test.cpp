@@ -135,7 +135,9 @@ TEST_F(Documents, CompletionsOfferWhatFits) {
     };
     EXPECT_EQ(complete("ver"), "verify\n");
     EXPECT_EQ(complete("--sto"), "--store --story\n");
-    EXPECT_EQ(complete("prune --"), "--help --keep --max-bytes --older-than --dry-run\n");
+    EXPECT_EQ(complete("prune --"),
+              "--help --keep --max-bytes --older-than --dry-run --shipped --to --store --host --ca "
+              "--cert --key --shards\n");
     EXPECT_EQ(complete("stats --top 3 --sin"), "--since\n");
     EXPECT_EQ(complete("-o ''"), "raw short long json csv\n");
     EXPECT_EQ(complete("--category = corba_"), "corba_alarm corba_internal_oper\n");

@@ -1,0 +1,62 @@
+// What comes into a store from a moment on.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "format/record.h"
+#include "query/recordstream.h"
+#include "query/selection.h"
+#include "store/connection.h"
+
+namespace NS_LOG_FLEET {
+
+// Goes on when the store was away: how far each file was handed out is known here.
+//
+// Thread safety: none.
+class StoreFollower {
+  public:
+    using Take = std::function<void(const NS_LOG_READER::Found&)>;
+
+    // The connection is in a transaction of one moment, where following begins. `url` is for
+    // connecting again. Throws StoreError.
+    StoreFollower(std::string url, Connection connection);
+
+    // Waits for something new; sometimes there is nothing. False: nobody reads the output any more.
+    bool Wait();
+
+    // What was stored since the last time and matches, each file up to its first gap: what comes
+    // behind it waits until the gap is filled. A store that is away gives nothing, which is
+    // reported on standard error. Throws StoreError when it refuses for a reason that waiting does
+    // not remove.
+    void TakeNew(const NS_LOG_READER::Matcher& matcher, NS_LOG_READER::ProblemListener& problems,
+                 const Take& take);
+
+  private:
+    struct File {
+        NS_LOG_READER::LogFileName name;
+        bool isWanted = false;
+        uint64_t given = 0;  // everything in front of it was handed out, or is past
+    };
+
+    void Report(const std::string& text) const;
+    void Connect();
+    void Lose(const StoreError& error);
+    std::map<int64_t, uint64_t> StoredMarks();
+    File& FindFile(int64_t id, const NS_LOG_READER::Matcher& matcher);
+    void TakeFile(int64_t id, uint64_t stored, File& file, const NS_LOG_READER::Matcher& matcher,
+                  NS_LOG_READER::ProblemListener& problems, const Take& take);
+
+    const std::string url_;
+    std::optional<Connection> connection_;  // none: the store is away
+    std::map<int64_t, uint64_t> past_;      // where each file ended when following began
+    std::map<int64_t, File> files_;
+    std::chrono::milliseconds pause_{0};  // before the next attempt to connect
+    std::string problem_;
+};
+
+}  // namespace NS_LOG_FLEET

@@ -1,0 +1,118 @@
+// A target that keeps what it is given.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ship/target.h"
+
+namespace NS_TEST {
+
+using namespace NS_LOG_FLEET;
+
+// Outlives the targets, as a store does.
+struct Kept {
+    struct File {
+        FileIdentity identity;
+        std::string bytes;
+        bool isComplete = false;
+        bool hasGone = false;
+        bool isWantedAgain = false;
+        uint64_t lost = 0;
+    };
+
+    std::vector<File> files;
+    std::vector<HostState> states;  // what the host has said
+    int failures = 0;               // so many parts are taken and not kept
+    int parts = 0;
+    bool isAway = false;   // it is asked in vain
+    bool forgets = false;  // all that it had, when the second file is complete
+};
+
+class KeepingTarget final : public Target {
+  public:
+    explicit KeepingTarget(Kept& kept) : kept_(kept) {}
+
+    TargetFile Open(const FileIdentity& file) override {
+        const std::optional<KnownFile> known = Find(file);
+        if (known) {
+            return {known->handle, known->arrived, known->isComplete};
+        }
+        kept_.files.push_back({file, "", false, false, false, 0});
+        return {static_cast<int64_t>(kept_.files.size() - 1), 0, false};
+    }
+
+    std::optional<KnownFile> Find(const FileIdentity& file) override {
+        if (kept_.isAway) {
+            throw TargetError("the target is away", true);
+        }
+        for (size_t i = 0; i < kept_.files.size(); ++i) {
+            const FileIdentity& known = kept_.files[i].identity;
+            if (known.host == file.host && known.name == file.name && known.first == file.first) {
+                return Known(i);
+            }
+        }
+        return std::nullopt;
+    }
+
+    void Send(int64_t handle, FilePart part) override {
+        ++kept_.parts;
+        if (kept_.failures > 0) {
+            --kept_.failures;
+            throw TargetError("the target is away", true);
+        }
+        std::string& bytes = kept_.files[static_cast<size_t>(handle)].bytes;
+        ASSERT_LE(part.offset, bytes.size());
+        bytes.resize(part.offset);
+        bytes += part.bytes;
+    }
+
+    void Flush() override {}
+
+    std::vector<KnownFile> FilesOf(const std::string&) override {
+        std::vector<KnownFile> all;
+        for (size_t i = 0; i < kept_.files.size(); ++i) {
+            if (!kept_.files[i].hasGone) {
+                all.push_back(Known(i));
+            }
+        }
+        return all;
+    }
+
+    void NoteGone(int64_t handle, uint64_t lost) override {
+        kept_.files[static_cast<size_t>(handle)].hasGone = true;
+        kept_.files[static_cast<size_t>(handle)].lost = lost;
+    }
+    void NoteComplete(int64_t handle, uint64_t) override {
+        const bool isFirst = std::none_of(kept_.files.begin(), kept_.files.end(),
+                                          [](const Kept::File& file) { return file.isComplete; });
+        kept_.files[static_cast<size_t>(handle)].isComplete = true;
+        if (kept_.forgets && !isFirst) {
+            kept_.forgets = false;
+            for (Kept::File& file : kept_.files) {
+                file.bytes.clear();
+            }
+            throw TargetError("the target is away", true);
+        }
+    }
+    void NoteSentAgain(int64_t handle) override {
+        kept_.files[static_cast<size_t>(handle)].isWantedAgain = false;
+    }
+    void NoteHost(const HostState& state) override { kept_.states.push_back(state); }
+
+  private:
+    KnownFile Known(size_t index) const {
+        const Kept::File& file = kept_.files[index];
+        return {static_cast<int64_t>(index), file.identity.name, file.identity.first,
+                file.bytes.size(),           file.bytes.size(),  file.isComplete,
+                file.isWantedAgain};
+    }
+
+    Kept& kept_;
+};
+
+}  // namespace NS_TEST
