@@ -9,6 +9,7 @@ print_help() {
     cat <<EOF
 Usage: ./bench.sh [OPTION...]
        ./bench.sh --instructions [--check] [--update]
+       ./bench.sh --fairness [SECONDS]
        ./bench.sh --northbound [ROUNDS [CALLS [MS]]]
 
 Installs what is missing (Debian packages, as root or through sudo), builds the service and the
@@ -29,6 +30,9 @@ too, as results.txt and results.json. A full run takes about a quarter of an hou
                        figures kept in bench/instructions.json
     --check            with it: exit code 1 when a path takes more than 3 % more
     --update           with it: keep the new figures
+
+    --fairness         the longest wait of a command, and the longest of a call that logs, while eight
+                       threads log without a pause and eight operators give commands (5 s)
 
     --northbound       calls per second of the northbound example, with more and less logging; MS is
                        how long an element takes to answer
@@ -58,6 +62,10 @@ build_northbound() {
         qv_build "$root" bench qv_agent qv_agentctl qv_base_log qv_schedule qv_control qv_northbound qv_northbound_client
 }
 
+build_fairness() {
+    qv_configure "$root" release && qv_build "$root" release qv_bench_fairness
+}
+
 build_all() {
     qv_configure "$root" bench && qv_build "$root" bench
 }
@@ -67,6 +75,13 @@ if [[ ${1:-} == --northbound ]]; then
     qv_install_packages "${qv_northbound_packages[@]}"
     build_or_fail build_northbound
     exec "$root/examples/northbound/measure.sh" "$build/bin" "${@:2}"
+fi
+if [[ ${1:-} == --fairness ]]; then
+    build_or_fail build_fairness
+    share=$(mktemp -d "$build/fairness.XXXXXX")
+    trap 'rm -rf "$share"' EXIT
+    "$root/build/release/bin/qv_bench_fairness" "$share" "${2:-5}"
+    exit 0
 fi
 build_or_fail build_all
 
