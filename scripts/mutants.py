@@ -12,6 +12,7 @@ that does not compile is replaced by another.
 
 A change is noticed when a test fails, crashes or takes much longer. tests/survivors.txt explains
 those that no test can notice. Fails when fewer than 90 % are noticed, or one is not explained.
+The changes of mutation/orders.py come first in each run and are not counted.
 """
 
 import argparse
@@ -28,6 +29,7 @@ import time
 
 from mutation.changes import changes_of
 from mutation.guards import HEADER, GuardedFile
+from mutation.orders import orders
 from mutation.trials import first_to_fail, measure, tests_of
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -113,6 +115,7 @@ class Mutants:
         if only:
             possible = [change for change in possible if only in str(change)]
         self.possible = len(possible)
+        self.orders = orders({name: file.text for name, file in self.files.items()})
         # Some more, because some do not compile.
         self.changes = dict(enumerate(possible[:count + count // 4 + 5], 1))
         self.guarded = {number for number, change in self.changes.items()
@@ -150,10 +153,8 @@ class Runner:
         reaching = [test for test in self.tests if test.reaches(number)]
         return first_to_fail(reaching, first_programs(change.name), {"QV_MUTANT": str(number)})
 
-    def try_plain(self, number):
-        """The test that notices, "" for a build that does, None; or LookupError where it does not
-        compile."""
-        change = self.mutants.changes[number]
+    def try_plain(self, change):
+        """The test that notices, or None. LookupError where it does not compile."""
         path, file = TREE / change.name, self.mutants.files[change.name]
         path.write_text(file.with_guards(change))
         try:
@@ -200,7 +201,19 @@ class Report:
               f"{len(self.explained)} of the others are explained.")
         if self.survivors:
             print("No test has noticed:", *self.survivors, sep="\n    ")
-        return 0 if not self.survivors and rate >= LEAST else 1
+        return not self.survivors and rate >= LEAST
+
+
+def try_orders(mutants, tests):
+    """Whether each order is guarded by a test."""
+    runner, good = Runner(mutants, tests), True
+    for change in mutants.orders:
+        begin = time.monotonic()
+        noticed = runner.try_plain(change)
+        good = good and noticed is not None
+        print(f"{'noticed' if noticed else 'SURVIVED':9} {time.monotonic() - begin:4.0f} s  order: "
+              f"{change.new_line}" + (f"  [{noticed.name}]" if noticed else ""), flush=True)
+    return good
 
 
 def try_all(mutants, tests, count):
@@ -225,7 +238,7 @@ def try_all(mutants, tests, count):
                 if number in mutants.guarded:
                     numbers.append(number)
                 else:
-                    one(number, runner.try_plain)
+                    one(number, lambda number: runner.try_plain(mutants.changes[number]))
                 break
             except LookupError:
                 number = spare.pop(0) if spare else None
@@ -259,7 +272,9 @@ def main():
     if failing:
         sys.exit("mutants.py: these tests do not pass without any change: " + " ".join(failing))
     print(f"{len(tests)} tests take {sum(test.seconds for test in tests):.0f} s.", flush=True)
-    sys.exit(try_all(mutants, tests, arguments.count))
+    kept = try_orders(mutants, tests)
+    noticed = try_all(mutants, tests, arguments.count)
+    sys.exit(0 if kept and noticed else 1)
 
 
 if __name__ == "__main__":
