@@ -12,7 +12,7 @@ that does not compile is replaced by another.
 
 A change is noticed when a test fails, crashes or takes much longer. tests/survivors.txt explains
 those that no test can notice. Fails when fewer than 90 % are noticed, or one is not explained.
-The changes of mutation/orders.py come first in each run and are not counted.
+The changes of mutation/orders.py come last in each run and are not counted.
 """
 
 import argparse
@@ -36,6 +36,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 TREE = ROOT / "build" / "mutants" / "tree"
 BUILD = ROOT / "build" / "mutants" / "build"
 GUARD = ROOT / "build" / "mutants" / "qvmutants.h"
+# Changes of which an earlier run has found that they cannot have a guard.
+REFUSED = ROOT / "build" / "mutants" / "refused.txt"
 EXPLAINED = ROOT / "tests" / "survivors.txt"
 LEAST = 90.0
 
@@ -118,8 +120,10 @@ class Mutants:
         self.orders = orders({name: file.text for name, file in self.files.items()})
         # Some more, because some do not compile.
         self.changes = dict(enumerate(possible[:count + count // 4 + 5], 1))
+        refused = REFUSED.read_text().splitlines() if REFUSED.is_file() else []
         self.guarded = {number for number, change in self.changes.items()
-                        if self.files[change.name].add(number, change)}
+                        if str(change) not in refused and
+                        self.files[change.name].add(number, change)}
 
     def write(self):
         for name, file in self.files.items():
@@ -140,6 +144,8 @@ class Mutants:
                 if not dropped:
                     sys.exit(f"mutants.py: does not compile:\n{built.stdout[-5000:]}")
                 self.guarded -= dropped
+                with open(REFUSED, "a", encoding="utf-8") as refused:
+                    refused.writelines(f"{self.changes[number]}\n" for number in dropped)
 
 
 class Runner:
@@ -224,28 +230,21 @@ def try_all(mutants, tests, count):
         noticed = attempt(number)
         report.tell(mutants.changes[number], noticed, time.monotonic() - begin)
 
-    plain, numbers = [], list(mutants.changes)[:count]
-    for number in mutants.changes:
-        if number not in mutants.guarded:
-            plain.append(number)
-    # Those by themselves first: one that does not compile makes room for another one.
-    spare = list(mutants.changes)[count:]
-    for number in plain:
-        if number not in numbers:
-            continue
+    chosen, spare = list(mutants.changes)[:count], list(mutants.changes)[count:]
+    guarded = [number for number in chosen if number in mutants.guarded]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        list(pool.map(lambda number: one(number, runner.try_guarded), guarded))
+    # One that does not compile makes room for another one.
+    for number in [number for number in chosen if number not in mutants.guarded]:
         while number is not None:
             try:
                 if number in mutants.guarded:
-                    numbers.append(number)
+                    one(number, runner.try_guarded)
                 else:
                     one(number, lambda number: runner.try_plain(mutants.changes[number]))
                 break
             except LookupError:
                 number = spare.pop(0) if spare else None
-    build(ALL)
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        list(pool.map(lambda number: one(number, runner.try_guarded),
-                      [number for number in numbers if number in mutants.guarded]))
     return report.finish()
 
 
@@ -272,8 +271,8 @@ def main():
     if failing:
         sys.exit("mutants.py: these tests do not pass without any change: " + " ".join(failing))
     print(f"{len(tests)} tests take {sum(test.seconds for test in tests):.0f} s.", flush=True)
-    kept = try_orders(mutants, tests)
     noticed = try_all(mutants, tests, arguments.count)
+    kept = try_orders(mutants, tests)
     sys.exit(0 if kept and noticed else 1)
 
 

@@ -1,9 +1,8 @@
 // Eight threads log without a pause while eight operators give every command that there is. How
 // long does a command take at most, and how long stands a thread still at most?
 //     qv_bench_fairness DIRECTORY [SECONDS]
-// Beside them one thread only looks at the clock: where it stands still, the machine is busy with
-// others, and so does every other thread. More threads run than there are processors, so each of
-// them waits for its turn as well.
+// Beside them one thread only looks at the clock. Where it stands still, the machine is busy with
+// other threads: more of them run than there are processors, and each waits for its turn.
 #include <algorithm>
 #include <array>
 #include <atomic>
