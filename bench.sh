@@ -9,6 +9,7 @@ print_help() {
     cat <<EOF
 Usage: ./bench.sh [OPTION...]
        ./bench.sh --instructions [--check] [--update]
+       ./bench.sh --fairness [SECONDS]
        ./bench.sh --northbound [ROUNDS [CALLS [MS]]]
        ./bench.sh --fleet [MEGABYTES]
 
@@ -30,6 +31,9 @@ too, as results.txt and results.json. A full run takes about a quarter of an hou
                        figures kept in bench/instructions.json
     --check            with it: exit code 1 when a path takes more than 3 % more
     --update           with it: keep the new figures
+
+    --fairness         the longest wait of a command, and the longest of a call that logs, while eight
+                       threads log without a pause and eight operators give commands (5 s)
 
     --northbound       calls per second of the northbound example, with more and less logging; MS is
                        how long an element takes to answer
@@ -68,6 +72,10 @@ build_fleet() {
             qv_control qv_line_feed
 }
 
+build_fairness() {
+    qv_configure "$root" release && qv_build "$root" release qv_bench_fairness
+}
+
 build_all() {
     qv_configure "$root" bench && qv_build "$root" bench
 }
@@ -82,6 +90,13 @@ if [[ ${1:-} == --fleet ]]; then
     qv_install_packages "${qv_fleet_packages[@]}" "${qv_fleet_servers[@]}"
     build_or_fail build_fleet
     exec "$root/bench/fleet/fleet.sh" "${@:2}"
+fi
+if [[ ${1:-} == --fairness ]]; then
+    build_or_fail build_fairness
+    share=$(mktemp -d "$build/fairness.XXXXXX")
+    trap 'rm -rf "$share"' EXIT
+    "$root/build/release/bin/qv_bench_fairness" "$share" "${2:-5}"
+    exit 0
 fi
 build_or_fail build_all
 

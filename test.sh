@@ -13,6 +13,7 @@ update_abi=false
 soak=0
 valgrind=false
 kills=0
+reloads=0
 mutants=0
 
 print_help() {
@@ -27,7 +28,8 @@ them. Works from any directory; what is up to date is not built again.
     --preset NAME      only this preset
     --filter REGEX     only the tests whose names match
     --fleet            only the fleet, with real servers, which are killed; takes some minutes
-    --fuzz             fuzz the masking, the common formats and the reader for one minute each
+    --fuzz             fuzz the masking, the common formats, the configuration, the control commands and
+                       the reader for one minute each
     --coverage         which lines of the service the tests reach, and nothing else; fails below 97 %
                        and for a line that tests/uncovered.txt does not explain
     --update-abi       keep the description of the library's binary interface in tests/abi as it is
@@ -35,6 +37,7 @@ them. Works from any directory; what is up to date is not built again.
     --soak MINUTES     the stress alone, again and again; memory, descriptors and threads are sampled
     --valgrind         the stress alone, shorter, under valgrind
     --kills N          the tests alone that kill a process while it logs, N times for each mode
+    --reloads N        the tests alone that load the service, use it and unload it, N times
     --mutants N        change the service in N places, one at a time, and see whether a test notices
     --help             this text
 EOF
@@ -50,6 +53,7 @@ while (($#)); do
         --soak) soak=${2:?--soak needs a number of minutes} presets=(release) lint=false && shift ;;
         --valgrind) valgrind=true presets=(release) lint=false ;;
         --kills) kills=${2:?--kills needs a number} presets=(release) lint=false && shift ;;
+        --reloads) reloads=${2:?--reloads needs a number} presets=(release) lint=false && shift ;;
         --mutants) mutants=${2:?--mutants needs a number} presets=() lint=false && shift ;;
         --update-abi) presets=(release) lint=false update_abi=true ;;
         --coverage) presets=(coverage) lint=false coverage=true ;;
@@ -89,6 +93,10 @@ if $valgrind; then
 fi
 if [[ $kills != 0 ]]; then
     QV_KILLS=$kills exec "$root/build/release/bin/faults_test" --gtest_filter='*Death.ByAKill*'
+fi
+if [[ $reloads != 0 ]]; then
+    QV_RELOADS=$reloads exec "$root/build/release/bin/service_configurator_test" \
+        --gtest_filter='*AgainAndAgain*'
 fi
 
 if $update_abi; then

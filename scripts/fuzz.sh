@@ -8,7 +8,7 @@ seconds=${1:?usage: scripts/fuzz.sh SECONDS [TARGET...]}
 build=$root/build/fuzz
 shift
 targets=("$@")
-((${#targets[@]})) || targets=(asnmasking commonformat reader)
+((${#targets[@]})) || targets=(asnmasking commonformat configuration control reader)
 
 source "$root/scripts/setup.sh"
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \

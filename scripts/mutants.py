@@ -1,14 +1,22 @@
 #!/usr/bin/env python3
-"""Changes one operator, constant or statement of src/ at a time, builds what depends on it, runs the
-tests that it concerns, and lists the changes that no test has noticed:
+"""Changes one operator, constant or statement of src/ at a time, and lists the changes that no test
+has noticed:
 
-    scripts/mutants.py COUNT [--seed SEED] [--files REGEX]
+    scripts/mutants.py COUNT [--seed SEED] [--files REGEX] [--only TEXT]
 
-Works on a copy in build/mutants, without optimisation and without warnings as errors. A change is
-killed when a test fails, crashes or takes too long. One that does not compile is replaced by another.
+Works on a copy in build/mutants, without optimisation and without warnings as errors. Most changes
+are compiled at once, each behind a question for its number (mutation/guards.py); a test run chooses
+one by an environment variable. Only the tests that reach the changed place are run, those of its room
+first. Where the language allows no such question, the change is made, built and tested by itself. One
+that does not compile is replaced by another.
+
+A change is noticed when a test fails, crashes or takes much longer. tests/survivors.txt explains
+those that no test can notice. Fails when fewer than 90 % are noticed, or one is not explained.
+The changes of mutation/orders.py come last in each run and are not counted.
 """
 
 import argparse
+import concurrent.futures
 import os
 import pathlib
 import random
@@ -16,12 +24,22 @@ import re
 import shutil
 import subprocess
 import sys
+import threading
 import time
+
+from mutation.changes import changes_of
+from mutation.guards import HEADER, GuardedFile
+from mutation.orders import orders
+from mutation.trials import first_to_fail, measure, tests_of
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TREE = ROOT / "build" / "mutants" / "tree"
 BUILD = ROOT / "build" / "mutants" / "build"
-TEST_SECONDS = 60
+GUARD = ROOT / "build" / "mutants" / "qvmutants.h"
+# Changes of which an earlier run has found that they cannot have a guard.
+REFUSED = ROOT / "build" / "mutants" / "refused.txt"
+EXPLAINED = ROOT / "tests" / "survivors.txt"
+LEAST = 90.0
 
 # The test programs of a room of src/, those that are most likely to notice first.
 PROGRAMS = {
@@ -29,157 +47,233 @@ PROGRAMS = {
     "record": ["qv_record_test", "qv_channel_test", "logger_test"],
     "channel": ["qv_channel_test", "faults_test"],
     "logger": ["logger_test", "asndump_test", "logger_recordorder_test", "logger_allocation_test"],
-    "masking": ["asnmasking_test"],
+    "masking": ["asnmasking_test", "asnmasking_fuzz_replay"],
     "manager": ["manager_test", "service_test"],
     "control": ["qv_control_test", "qv_maintenance_test", "qv_monitor_test"],
     "diagnostic": ["qv_diagnostic_test", "qv_positions_test"],
     "lookup": ["qv_lookup_test", "qv_control_test"],
     "": ["service_test", "service_platform_test", "qv_monitor_test", "qv_maintenance_test"],
 }
-# What is asked when those have noticed nothing.
+# All that are asked.
 ALL = sorted({name for names in PROGRAMS.values() for name in names}
-             | {"service_allocation_test", "abi_slots_test"})
+             | {"service_allocation_test", "abi_slots_test", "process_test", "qv_stress",
+                "reader_roundtrip_test", "service_configurator_test"})
 
-# Each with the pattern of what is replaced, and by what.
-CHANGES = [
-    (r" == ", [" != "]), (r" != ", [" == "]),
-    (r" < ", [" <= ", " > "]), (r" > ", [" >= ", " < "]),
-    (r" <= ", [" < "]), (r" >= ", [" > "]),
-    (r" && ", [" || "]), (r" \|\| ", [" && "]),
-    (r" \+ ", [" - "]), (r" - ", [" + "]), (r" \* ", [" / "]), (r" / ", [" * "]),
-    (r" & ", [" | "]), (r" \| ", [" & "]),
-    (r" \+= ", [" -= "]), (r" -= ", [" += "]),
-    (r"\+\+(?=\w)", ["--"]),
-    (r"(?<=[( ])!(?=\w)", [""]),
-    (r"\btrue\b", ["false"]), (r"\bfalse\b", ["true"]),
-    (r"(?<![\w.'\"])\d+(?![\w.'\"])", ["next"]),
-]
-# A whole statement on one line, which is left out; declarations and returns with a value are not.
-STATEMENT = re.compile(
-    r"^\s+(?!return|using|const |constexpr|static|auto |throw|delete|case|default|struct|class|enum)"
-    r"(\+\+[\w.>\-\[\]()]+|[\w:.>\-\[\]*]+( [+-]?= .*|\(.*\)));$")
+
+def first_programs(name):
+    parts = pathlib.PurePath(name).parts
+    return PROGRAMS[parts[1] if len(parts) == 3 else ""]
+
+
+def write_if_new(path, content):
+    if not path.is_file() or path.read_bytes() != content:
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
 
 
 def copy_tree():
-    """Brings the copy up to date, without touching what has not changed."""
+    """Brings the copy up to date, without touching what has not changed. What goes into src/ is
+    written later."""
     names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
                            cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\n")
     for name in filter(None, names):
         source, target = ROOT / name, TREE / name
-        if not source.is_file():
+        if not source.is_file() or pathlib.PurePath(name).suffix in (".cpp", ".h") and \
+                name.startswith("src/"):
             continue
         content = source.read_bytes()
         if name == "cmake/CompilerOptions.cmake":
             content = content.replace(b" -Werror", b"")
-        if not target.is_file() or target.read_bytes() != content:
-            target.parent.mkdir(parents=True, exist_ok=True)
-            target.write_bytes(content)
-            shutil.copymode(source, target)
+        write_if_new(target, content)
+        shutil.copymode(source, target)
+    write_if_new(GUARD, HEADER.encode())
 
 
-def build(programs):
+def configure():
+    subprocess.run(["cmake", "-S", str(TREE), "-B", str(BUILD), "-G", "Ninja",
+                    "-DCMAKE_BUILD_TYPE=Debug", f"-DCMAKE_CXX_FLAGS_DEBUG=-O0 -w -include {GUARD}",
+                    "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
+                    "-DQV_BUILD_TESTS=ON"], check=True, stdout=subprocess.DEVNULL)
+
+
+def build(targets, keep_going=False):
     return subprocess.run(["cmake", "--build", str(BUILD), "--parallel", str(os.cpu_count()),
-                           "--target", *programs], capture_output=True, text=True)
+                           "--target", *targets, "--", *(["-k", "0"] if keep_going else [])],
+                          capture_output=True, text=True)
 
 
-def notices(programs):
-    """Whether a test of these programs fails; None when the programs cannot be built."""
-    built = build(programs)
-    if built.returncode != 0:
-        # Listing a program's tests is part of its build: one that crashes there is noticed too.
-        return None if re.search(r"error:|undefined reference", built.stdout) else True
-    names = "|".join(programs)
-    tested = subprocess.run(["ctest", "--test-dir", str(BUILD), "--stop-on-failure", "--timeout",
-                             str(TEST_SECONDS), "-j", str(os.cpu_count()), "-R", f"^({names})\\."],
-                            capture_output=True)
-    return tested.returncode != 0
+class Mutants:
+    """The changes that are tried, and the sources with guards for those that can have one."""
+
+    def __init__(self, count, seed, files, only):
+        self.files, possible = {}, []
+        for path in sorted((ROOT / "src").rglob("*")):
+            name = str(path.relative_to(ROOT))
+            if path.suffix in (".cpp", ".h"):
+                text = path.read_text()
+                self.files[name] = GuardedFile(name, text)
+                possible += changes_of(name, text) if re.search(files, name) else []
+        random.Random(seed).shuffle(possible)
+        if only:
+            possible = [change for change in possible if only in str(change)]
+        self.possible = len(possible)
+        self.orders = orders({name: file.text for name, file in self.files.items()})
+        # Some more, because some do not compile.
+        self.changes = dict(enumerate(possible[:count + count // 4 + 5], 1))
+        refused = REFUSED.read_text().splitlines() if REFUSED.is_file() else []
+        self.guarded = {number for number, change in self.changes.items()
+                        if str(change) not in refused and
+                        self.files[change.name].add(number, change)}
+
+    def write(self):
+        for name, file in self.files.items():
+            write_if_new(TREE / name, file.with_guards().encode())
+
+    def compile(self):
+        """Builds everything; takes away guards until it compiles."""
+        for targets in (["qv_base_log_objects"], ALL):
+            while True:
+                self.write()
+                built = build(targets, keep_going=True)
+                if built.returncode == 0:
+                    break
+                dropped = set()
+                for path, line in re.findall(r"tree/(src/[^:\s]+):(\d+)", built.stdout):
+                    if path in self.files:
+                        dropped.update(self.files[path].drop(int(line)))
+                if not dropped:
+                    sys.exit(f"mutants.py: does not compile:\n{built.stdout[-5000:]}")
+                self.guarded -= dropped
+                with open(REFUSED, "a", encoding="utf-8") as refused:
+                    refused.writelines(f"{self.changes[number]}\n" for number in dropped)
 
 
-def code_of(line):
-    """The line without what is comment, text or annotation, as spaces."""
-    if line.lstrip().startswith(("//", "#", "static_assert")):
-        return ""
-    def blank(match):
-        return " " * len(match.group())
-    line = re.sub(r'"(\\.|[^"\\])*"|\'(\\.|[^\'\\])+\'', blank, line)
-    return re.sub(r"//.*|template <.*", blank, line)
+class Runner:
+    """Tries the changes."""
+
+    def __init__(self, mutants, tests):
+        self.mutants, self.tests = mutants, tests
+
+    def try_guarded(self, number):
+        change = self.mutants.changes[number]
+        reaching = [test for test in self.tests if test.reaches(number)]
+        return first_to_fail(reaching, first_programs(change.name), {"QV_MUTANT": str(number)})
+
+    def try_plain(self, change):
+        """The test that notices, or None. LookupError where it does not compile."""
+        path, file = TREE / change.name, self.mutants.files[change.name]
+        path.write_text(file.with_guards(change))
+        try:
+            first = first_programs(change.name)
+            for programs in (first, [name for name in ALL if name not in first]):
+                built = build(programs)
+                if built.returncode != 0:
+                    raise LookupError(change)
+                tests = [test for test in self.tests if test.program in programs]
+                noticed = first_to_fail(tests, programs, {})
+                if noticed:
+                    return noticed
+            return None
+        finally:
+            path.write_text(file.with_guards())
 
 
-def changes_of(path):
-    """All changes of a file as (line number, new line)."""
-    found = []
-    for number, line in enumerate(path.read_text().split("\n")):
-        code = code_of(line)
-        for pattern, replacements in CHANGES:
-            for match in re.finditer(pattern, code):
-                for replacement in replacements:
-                    if replacement == "next":
-                        replacement = str(int(match.group()) + 1)
-                    found.append((number, line[:match.start()] + replacement + line[match.end():]))
-        if STATEMENT.match(code):
-            found.append((number, re.sub(r"\S.*", "{}", line)))
-    return found
+class Report:
+    def __init__(self):
+        self.lock = threading.Lock()
+        self.killed, self.explained, self.survivors = 0, [], []
+        self.reasons = set()
+        for line in EXPLAINED.read_text().splitlines():
+            if line.strip() and not line.startswith("#"):
+                self.reasons.add(line.strip())
+
+    def tell(self, change, noticed, seconds):
+        with self.lock:
+            text = f"{change.name}: {change.new_line.strip()}"
+            word = "noticed" if noticed else "explained" if text in self.reasons else "SURVIVED"
+            print(f"{word:9} {seconds:4.0f} s  {change}" + (f"  [{noticed.name}]" if noticed else ""),
+                  flush=True)
+            if noticed:
+                self.killed += 1
+            else:
+                (self.explained if text in self.reasons else self.survivors).append(str(change))
+
+    def tried(self):
+        return self.killed + len(self.explained) + len(self.survivors)
+
+    def finish(self):
+        rate = 100.0 * self.killed / max(self.tried(), 1)
+        print(f"{self.killed} of {self.tried()} changes were noticed ({rate:.1f} %), "
+              f"{len(self.explained)} of the others are explained.")
+        if self.survivors:
+            print("No test has noticed:", *self.survivors, sep="\n    ")
+        return not self.survivors and rate >= LEAST
 
 
-def test_change(name, number, new_line):
-    """True: killed; False: survived; None: does not compile."""
-    path = TREE / name
-    original = path.read_text()
-    lines = original.split("\n")
-    lines[number] = new_line
-    path.write_text("\n".join(lines))
-    try:
-        parts = pathlib.PurePath(name).parts
-        first = PROGRAMS[parts[1] if len(parts) == 3 else ""]
-        result = notices(first)
-        if result is False:
-            result = notices(ALL)
-        return result
-    finally:
-        path.write_text(original)
+def try_orders(mutants, tests):
+    """Whether each order is guarded by a test."""
+    runner, good = Runner(mutants, tests), True
+    for change in mutants.orders:
+        begin = time.monotonic()
+        noticed = runner.try_plain(change)
+        good = good and noticed is not None
+        print(f"{'noticed' if noticed else 'SURVIVED':9} {time.monotonic() - begin:4.0f} s  order: "
+              f"{change.new_line}" + (f"  [{noticed.name}]" if noticed else ""), flush=True)
+    return good
+
+
+def try_all(mutants, tests, count):
+    runner, report = Runner(mutants, tests), Report()
+
+    def one(number, attempt):
+        begin = time.monotonic()
+        noticed = attempt(number)
+        report.tell(mutants.changes[number], noticed, time.monotonic() - begin)
+
+    chosen, spare = list(mutants.changes)[:count], list(mutants.changes)[count:]
+    guarded = [number for number in chosen if number in mutants.guarded]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        list(pool.map(lambda number: one(number, runner.try_guarded), guarded))
+    # One that does not compile makes room for another one.
+    for number in [number for number in chosen if number not in mutants.guarded]:
+        while number is not None:
+            try:
+                if number in mutants.guarded:
+                    one(number, runner.try_guarded)
+                else:
+                    one(number, lambda number: runner.try_plain(mutants.changes[number]))
+                break
+            except LookupError:
+                number = spare.pop(0) if spare else None
+    return report.finish()
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
     parser.add_argument("count", type=int)
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--files", default=r".*\.cpp$", help="of src/, as a regular expression")
+    parser.add_argument("--files", default=r".*", help="of src/, as a regular expression")
+    parser.add_argument("--only", default="", help="changes whose description has this text")
     arguments = parser.parse_args()
 
     copy_tree()
-    subprocess.run(["cmake", "-S", str(TREE), "-B", str(BUILD), "-G", "Ninja",
-                    "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
-                    "-DQV_BUILD_TESTS=ON"], check=True, stdout=subprocess.DEVNULL)
-    if notices(ALL) is not False:
-        sys.exit("mutants.py: the tests do not pass without any change")
+    mutants = Mutants(arguments.count, arguments.seed, arguments.files, arguments.only)
+    mutants.write()
+    configure()
+    mutants.compile()
+    print(f"{mutants.possible} changes are possible; {arguments.count} are tried, seed "
+          f"{arguments.seed}; {len(mutants.guarded)} of {len(mutants.changes)} have a guard.",
+          flush=True)
 
-    chosen = []
-    for path in sorted((TREE / "src").rglob("*")):
-        name = str(path.relative_to(TREE))
-        if path.suffix in (".cpp", ".h") and re.search(arguments.files, name):
-            chosen += [(name, *change) for change in changes_of(path)]
-    random.Random(arguments.seed).shuffle(chosen)
-    print(f"{len(chosen)} changes are possible; {arguments.count} are tried, seed {arguments.seed}.")
-
-    killed, survivors = 0, []
-    for name, number, new_line in chosen:
-        if killed + len(survivors) == arguments.count:
-            break
-        begin = time.monotonic()
-        result = test_change(name, number, new_line)
-        if result is None:
-            continue
-        text = f"{name}:{number + 1}: {new_line.strip()}"
-        print(f"{'killed  ' if result else 'SURVIVED'} {time.monotonic() - begin:4.0f} s  {text}",
-              flush=True)
-        if result:
-            killed += 1
-        else:
-            survivors.append(text)
-    tried = killed + len(survivors)
-    print(f"{killed} of {tried} changes were noticed ({100.0 * killed / max(tried, 1):.0f} %).")
-    if survivors:
-        print("No test has noticed:", *survivors, sep="\n    ")
+    tests = tests_of(BUILD, ALL)
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        failing = [test.name for test, good in zip(tests, pool.map(measure, tests)) if not good]
+    if failing:
+        sys.exit("mutants.py: these tests do not pass without any change: " + " ".join(failing))
+    print(f"{len(tests)} tests take {sum(test.seconds for test in tests):.0f} s.", flush=True)
+    noticed = try_all(mutants, tests, arguments.count)
+    kept = try_orders(mutants, tests)
+    sys.exit(0 if kept and noticed else 1)
 
 
 if __name__ == "__main__":

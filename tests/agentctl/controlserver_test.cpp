@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -121,6 +122,48 @@ TEST_F(ControlServerLife, FloodsAndClientsThatVanishInTheMiddleOfTheirAnswersHar
         SocketClient vanishing(Socket());
         vanishing.Send("long\n");
         EXPECT_THAT(vanishing.ReceiveSome(1), SizeIs(1));
+    }
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerLife, RandomBytesInPiecesOfAnySizeHarmNobody) {
+    Start();
+    std::minstd_rand0 random(1);
+    for (int round = 0; round < 100; ++round) {
+        SocketClient client(Socket());
+        std::string sent;
+        for (unsigned pieces = random() % 8; pieces > 0; --pieces) {
+            std::string piece(random() % 1500, ' ');
+            for (char& byte : piece) {
+                byte = static_cast<char>(random() % 1000 == 0 ? '\n' : 1 + random() % 9);
+            }
+            client.Send(piece);
+            sent += piece;
+        }
+        client.EndSending();
+        const std::string request = sent.substr(0, sent.find('\n'));
+        const bool isComplete = request.size() < sent.size() && request.size() < kMaximumRequest;
+        const std::string answer = client.ReceiveAll();
+        EXPECT_EQ(answer == "[" + request + "]\n", isComplete) << "in round " << round;
+    }
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerLife, AGigabyteWithoutANewlineIsRefusedAtItsBeginning) {
+    Start();
+    SocketClient flooding(Socket());
+    const std::string piece(1024 * 1024, 'a');
+    for (int pieces = 0; pieces < 1024; ++pieces) {
+        flooding.Send(piece);
+    }
+    EXPECT_THAT(flooding.ReceiveAll(), HasSubstr("longer than 4096 bytes"));
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
+}
+
+TEST_F(ControlServerLife, TenThousandConnectionsHarmNobody) {
+    Start();
+    for (int connection = 0; connection < 10000; ++connection) {
+        const SocketClient client(Socket());
     }
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
 }

@@ -70,6 +70,12 @@ TEST_F(Channels, ExistForSevenCategories) {
     EXPECT_EQ(ListFiles(Path()), Texts());
 }
 
+TEST_F(Channels, HaveNothingToWriteBeforeDeathUntilTheyExist) {
+    channels_.WriteBeforeDeath();
+    EXPECT_EQ(Names(), Texts());
+    EXPECT_EQ(ListFiles(Path()), Texts());
+}
+
 TEST_F(Channels, AreFoundByTheExactName) {
     channels_.Create(settings_);
     for (const char* const name : {"CorbaOper", "corba", "corbaope", "corbaoperx", " debug", ""}) {

@@ -98,6 +98,27 @@ TEST_F(FileStreams, AreNotInheritedByOtherPrograms) {
     EXPECT_NE(std::stoul(word, nullptr, 8) & O_CLOEXEC, 0u);
 }
 
+// An error of an earlier call is no matter of a call that succeeds.
+TEST_F(FileStreams, HaveDescriptorZeroWhereItIsFreeAndAreOpenedOnce) {
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    errno = EINTR;
+    ASSERT_FALSE(stream_.Create(path_));
+    EXPECT_EQ(Descriptors(), std::vector<std::string>{"0"});
+    stream_.Close();
+    ::dup2(input, STDIN_FILENO);
+    ::close(input);
+}
+
+TEST_F(FileStreams, AreReadUpToTheirEndWhateverErrorCameBefore) {
+    WriteFile(path_, "text");
+    ASSERT_FALSE(stream_.Continue(path_, 0600));
+    char bytes[100];
+    errno = EINTR;
+    EXPECT_EQ(stream_.Read(1, bytes, sizeof bytes), 3u);
+    EXPECT_EQ(std::string(bytes, 3), "ext");
+}
+
 TEST_F(FileStreams, CutBackTheirEndAndGoOnThere) {
     ASSERT_FALSE(stream_.Create(path_));
     stream_.Write("abcdef");

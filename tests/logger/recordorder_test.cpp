@@ -1,6 +1,8 @@
 // In which order a record is made: the clock, the text, the context, and the decision what becomes
-// of it. This program has a clock, a conversion and thread contexts of its own in the place of the
-// C library's and the platform's.
+// of it. This program has a clock, a conversion, thread contexts and JSON writers of its own in the
+// place of the libraries' and the platform's.
+#include <json/value.h>
+#include <json/writer.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <time.h>
@@ -85,6 +87,12 @@ const std::string& Convert2UTFforLog(const std::string& text, std::string& conve
 
 }  // namespace NS_BUNDLEMGR1
 
+// One that has written is not used again: what an alarm that throws leaves in it would be the next
+// one's.
+Json::FastWriter::FastWriter() {
+    t_steps.Take("writer");
+}
+
 namespace {
 
 class RecordOrder : public NS_TEST::ManagerTest {
@@ -141,6 +149,25 @@ TEST_F(RecordOrder, EndsWithTheDecision) {
     }
     t_steps.onStep = nullptr;
     EXPECT_TRUE(ListFiles(Path()).empty());
+}
+
+TEST_F(RecordOrder, HasAJsonWriterForEachAlarm) {
+    Manager().bEnableAsnLog = 1;
+    Manager().outputmode = 1;  // no file, whose name needs the clock
+    NS_LOG_SERVICE1::Logger* const logger = Debug();
+    logger->EnableLevel(3);
+    Json::Value alarms(Json::arrayValue);
+    alarms.append("one");
+    alarms.append("two");
+    t_steps.taken.clear();
+    t_steps.observed = true;
+    logger->LogAlarm("f.cpp", "Run", 7, alarms);
+    t_steps.observed = false;
+    const std::vector<std::string> each = {"writer",  "clock",   "conversion", "context",
+                                           "context", "context", "context"};
+    std::vector<std::string> both = each;
+    both.insert(both.end(), each.begin(), each.end());
+    EXPECT_EQ(t_steps.taken, both);
 }
 
 TEST_F(RecordOrder, GivesATimeOneSecondBeforeTheBeginningWhenTheClockFails) {

@@ -3,12 +3,22 @@
 #include <ace/Service_Config.h>
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
 #include "bundlemgr/bundlemgr.h"
 #include "bundlemgr/corbaconfigitems.h"
+#include "bundlemgr/ifbuf.h"
+#include "qv_base_log/logmaintenanceinterface.h"
 #include "qv_base_log/logservice.h"
 #include "support/asnmessages.h"
 #include "support/environment.h"
 #include "support/files.h"
+#include "support/logfileparser.h"
+#include "support/onthreads.h"
 #include "support/temporarydirectory.h"
 
 using NS_BUNDLEMGR1::ServiceObjectBase;
@@ -38,6 +48,63 @@ class Configurator : public NS_TEST::DirectoryTest {
         return dynamic_cast<ServiceObjectBase*>(
             ACE_Dynamic_Service<ACE_Service_Object>::instance(name));
     }
+    // A life in which several clients log from its beginning, and stop just before its end. Returns
+    // how many records they have logged.
+    static uint64_t LiveUnderClients() {
+        EXPECT_EQ(Load("log_service"), 0);
+        auto* const maintenance = dynamic_cast<LogMaintenanceInterface*>(
+            NS_BUNDLEMGR1::CheckIFBuf(LOG_MAINTENANCE_INTERFACE_NAME).front());
+        maintenance->SetFilePolicy(
+            LOG_FILE_POLICY_KEEP_RECORDS);  // lives of one second share a file
+        std::atomic<uint64_t> logged{0};
+        std::atomic<bool> stops{false};
+        OnThreads(5U, [&](unsigned number) {
+            if (number == 0) {
+                while (logged < 50) {
+                    std::this_thread::yield();
+                }
+                stops = true;
+                return;
+            }
+            LoggerIF* const logger =
+                FindLogService()->GetLogger("client", std::to_string(number), "debug");
+            while (!stops) {
+                logger->Log("f.cpp", "Run", 7, 1, "text");
+                ++logged;
+            }
+        });
+        EXPECT_EQ(Service("log_service")->StopService(), 0);
+        EXPECT_EQ(Process("remove log_service"), 0);
+        return logged;
+    }
+
+    // What the process holds now.
+    static size_t Entries(const char* directory) {
+        size_t count = 0;
+        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) {
+            ++count;
+        }
+        return count;
+    }
+    static size_t Descriptors() { return Entries("/proc/self/fd"); }
+    // A thread that has been joined leaves the process's list a moment later.
+    static bool ThreadsBecome(size_t expected) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (Entries("/proc/self/task") != expected) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::yield();
+        }
+        return true;
+    }
+    static long KilobytesOfMemory() {
+        long total = 0;
+        long resident = 0;
+        std::ifstream("/proc/self/statm") >> total >> resident;
+        return resident * 4;
+    }
+
     // What has been written to the category "debug", all lives together. Each has files of its own,
     // or goes on with those of the one before when it begins in the same second.
     std::string Debug() const {
@@ -102,6 +169,32 @@ TEST_F(Configurator, LoadsTheBundleAgainAfterItsRemoval) {
         ASSERT_EQ(Process("remove log_service"), 0);
         EXPECT_EQ(FindLogService(), nullptr);
     }
+}
+
+// ./test.sh --reloads N sets the number.
+TEST_F(Configurator, LoadsTheBundleAgainAndAgainUnderClientsAndKeepsNothing) {
+    const char* const wanted = std::getenv("QV_RELOADS");
+    const int lives = wanted == nullptr ? 20 : std::atoi(wanted);
+    uint64_t logged = LiveUnderClients();
+    const size_t descriptors = Descriptors();
+    const size_t threads = Entries("/proc/self/task");
+    long memory = 0;
+    for (int life = 2; life <= lives; ++life) {
+        logged += LiveUnderClients();
+        ASSERT_EQ(Descriptors(), descriptors) << "in life " << life;
+        ASSERT_TRUE(ThreadsBecome(threads)) << "in life " << life;
+        memory = life == lives / 2 ? KilobytesOfMemory() : memory;
+    }
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they keep what was freed
+    EXPECT_LT(KilobytesOfMemory(), memory * 5 / 4 + 2048);
+#endif
+    uint64_t found = 0;
+    for (const std::string& name : ListLogFiles(Path("log"), "debug")) {
+        for (const ParsedPiece& piece : ParseLogPieces(Path("log/" + name))) {
+            found += piece.kind == ParsedPiece::RECORD && piece.record.detail == "text" ? 1U : 0U;
+        }
+    }
+    EXPECT_EQ(found, logged);
 }
 
 }  // namespace

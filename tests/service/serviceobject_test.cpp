@@ -2,6 +2,7 @@
 // start, stop, and the interface that it holds.
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -9,6 +10,7 @@
 #include "qv_base_log/logservice.h"
 #include "service/serviceobjectfixture.h"
 #include "support/capturedoutput.h"
+#include "support/onthreads.h"
 
 using NS_BUNDLEMGR1::ServiceInterface;
 using namespace NS_LOG_SERVICE1;
@@ -87,6 +89,30 @@ TEST_F(Factory, MakesObjectsThatAreIndependent) {
     Gobble(first);
     EXPECT_THAT(Registered(), ElementsAre(second->GetInterface()));
     End(second);
+}
+
+TEST_F(Factory, MayBeCalledByManyThreadsAtOnce) {
+    constexpr size_t kLoads = 8;
+    std::array<qv_base_log*, kLoads> objects{};
+    OnThreads(kLoads, [&](size_t load) {
+        ACE_Service_Object_Exterminator free = nullptr;
+        objects[load] = static_cast<qv_base_log*>(_make_qv_base_log(&free));
+        EXPECT_NE(free, nullptr);
+    });
+    EXPECT_THAT(ListedObjects(), UnorderedElementsAreArray(objects));
+    EXPECT_THAT(Registered(), SizeIs(kLoads));
+
+    // Whichever of them is started serves the clients of all.
+    gobbler_ = [](void* object) { delete static_cast<ACE_Service_Object*>(object); };
+    EXPECT_EQ(objects.back()->init(0, nullptr), 0);
+    LoggerIF* const logger = FindLogService()->GetLogger("a", "b", "debug");
+    ASSERT_NE(logger, nullptr);
+    logger->Log("f.cpp", "Run", 7, 0, "hello");
+    EXPECT_THAT(Written("debug"), ElementsAre("hello"));
+    for (qv_base_log* object : objects) {
+        End(object);
+    }
+    EXPECT_THAT(Registered(), IsEmpty());
 }
 
 class ServiceObject : public NS_TEST::ServiceObjectTest {

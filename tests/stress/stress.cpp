@@ -23,6 +23,7 @@
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "qv_base_log/logservice.h"
 #include "stress/books.h"
+#include "stress/stalls.h"
 #include "support/asnmessages.h"
 #include "support/environment.h"
 #include "support/files.h"
@@ -71,15 +72,20 @@ class Service {
 // One thread of the stress.
 class Client {
   public:
-    Client(const Options& options, unsigned number, StressBooks& books)
-        : random_(options.seed * 1000 + number), number_(number), books_(books) {}
+    Client(const Options& options, unsigned number, StressBooks& books, Stalls& stalls)
+        : random_(options.seed * 1000 + number), number_(number), books_(books), stalls_(stalls) {}
 
     void Run(unsigned operations) {
         const NS_UTIL::ThreadContextScope scope(
             NS_UTIL::ThreadContextInfo(static_cast<int>(number_), "stress", "user", "id"));
         for (unsigned i = 0; i < operations; ++i) {
             const auto choice = random_() % 100;
-            choice < 70 ? LogSomething() : choice < 85 ? UseTheService() : Administer();
+            if (choice < 70) {
+                stalls_.calls.Measure([this] { LogSomething(); });
+            } else {
+                stalls_.commands.Measure(
+                    [this, choice] { choice < 85 ? UseTheService() : Administer(); });
+            }
         }
     }
 
@@ -234,6 +240,7 @@ class Client {
     const unsigned number_;
     unsigned texts_ = 0;
     StressBooks& books_;
+    Stalls& stalls_;
     std::vector<LoggerStatus> loggers_;
     std::vector<ChannelStatus> channels_;
     std::vector<ModuleStatus> modules_;
@@ -270,12 +277,18 @@ std::string RunOnce(const Options& options, LogFilePolicy policy) {
     {
         const Service service;
         Service::Maintenance().SetFilePolicy(policy);
-        OnThreads(options.threads,
-                  [&](unsigned number) { Client(options, number, books).Run(options.operations); });
+        {
+            Stalls stalls;
+            OnThreads(options.threads, [&](unsigned number) {
+                Client(options, number, books, stalls).Run(options.operations);
+            });
+            complaints = stalls.Compare();
+            std::cout << stalls.Describe() << std::endl;
+        }
         Service::Maintenance().SetQueuedOutput(false);
         Service::Maintenance().FlushAll();
         Service::Maintenance().GetChannels(channels);
-        complaints = CompareOwnBooks();
+        complaints += CompareOwnBooks();
     }
     return complaints + books.Compare(channels, directory.Path("log"));
 }
