@@ -46,7 +46,11 @@ class FleetTest : public DirectoryTest {
             ChildStart{{QV_AGENT, "--share", Path("agent"), "--sample", "--threads", "4",
                         "--operations", std::to_string(operations)}});
     }
-    void RunAgent(int operations) const { StartAgent(operations)->Wait(); }
+    void RunAgent(int operations) const { ExpectEnd(*StartAgent(operations)); }
+    static void ExpectEnd(ChildProcess& agent) {
+        const ChildResult& result = agent.Wait();
+        ASSERT_EQ(result.exitCode, 0) << result.errors;
+    }
 
     std::vector<std::string> ShipWords(const std::vector<std::string>& more = {}) const {
         std::vector<std::string> words = {QVLOG,  "ship",   "--host", "host1",

@@ -123,7 +123,7 @@ TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
         for (const int node : nodes) {
             Nats().Kill(node);
         }
-        agent->Wait();
+        ExpectEnd(*agent);
     };
     const int leader = Nats().Leader();
     writeAndKill({leader});
