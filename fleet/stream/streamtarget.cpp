@@ -195,7 +195,7 @@ void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piec
 // A new shipper cannot begin inside a piece: the place of a chunk is that of its piece.
 void StreamTarget::PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end) {
     if (!window_->AwaitRoom(kWindow)) {
-        connection_.Check();
+        Translated([&] { connection_.Check(); });
     }
     const File& file = files_[static_cast<size_t>(handle)];
     const std::string key = file.subject + ":" + std::to_string(begin) + "-" + std::to_string(end);
