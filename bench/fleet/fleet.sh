@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Measures the roads of a fleet on this machine, with servers of its own on 127.0.0.1. Needs the
-# release build of qvlog and the agent, and the packages of `qv_fleet_servers` (scripts/setup.sh).
+# release build of qvlog and the agent, and the packages of `qv_fleet_servers` and
+# `qv_rsyslog_servers` (scripts/setup.sh).
 #     bench/fleet/fleet.sh [MEGABYTES]        about so many of log files (default: 60)
 # Prints for each hop: rows, seconds, rows per second, MB per second of the files, and the seconds of
 # processor time per 100,000 rows of the program and of the servers.
@@ -11,6 +12,7 @@ bin=$root/build/release/bin
 megabytes=${1:-60}
 source "$root/fleet/local/postgres.sh"
 source "$root/fleet/local/nats.sh"
+source "$root/fleet/local/rsyslog.sh"
 # The servers' users must be able to reach it.
 work=$(mktemp -d /tmp/qv-fleet-bench.XXXXXX)
 chmod 755 "$work"
@@ -19,6 +21,7 @@ clean_up() {
     for nats in "$work"/nats*; do
         [[ ! -d $nats ]] || qv_stop_nats "$nats"
     done
+    qv_stop_rsyslog "$work/rsyslog"
     qv_stop_postgres "$work/postgres"
     rm -rf "$work"
 }
@@ -94,6 +97,37 @@ measure_streams() {
     qv_stop_nats "$nats"
 }
 
+# rsyslog is measured from its start to the last byte in the store, and so are the questions whether it
+# is there. It makes fewer rows of the same files, as records inside dumps have none: its figures are for
+# the rows of the other roads.
+measure_rsyslog() {
+    local rsyslog=$work/rsyslog database before sender receiver start wall stored=0
+    database=$(head -1 "$work/postgres/data/postmaster.pid")
+    before=$(ticks "$database")
+    start=$EPOCHREALTIME
+    qv_make_rsyslog "$rsyslog" "$url" bench "$work/agent/log"
+    until ((stored >= bytes)); do
+        kill -0 "$(<"$rsyslog/receiver.pid")" && kill -0 "$(<"$rsyslog/sender.pid")"
+        sleep 1
+        stored=$(psql -X -q -A -t "$url" \
+            -c 'SELECT coalesce(sum(length(bytes) + 1), 0) FROM qv_rsyslog.piece')
+    done
+    wall=$(awk -v start="$start" -v end="$EPOCHREALTIME" 'BEGIN { print end - start }')
+    sender=$(ticks "$(<"$rsyslog/sender.pid")")
+    receiver=$(ticks "$(<"$rsyslog/receiver.pid")")
+    # The database counts a process of its own when that has ended.
+    qv_stop_rsyslog "$rsyslog"
+    sleep 1
+    awk -v rows="$rows" -v bytes="$bytes" -v wall="$wall" -v sender="$sender" \
+        -v receiver="$receiver" -v database=$(($(ticks "$database") - before)) \
+        -v hz="$(getconf CLK_TCK)" 'BEGIN {
+        printf "%-34s %8d %7.2f %9d %7.1f %10.2f %10.2f\n", "files to store, rsyslog", rows, wall,
+            rows / wall, bytes / wall / 1e6, sender / hz * 1e5 / rows,
+            (receiver + database) / hz * 1e5 / rows
+        printf "  of the servers: receiver %.2f, database %.2f\n", receiver / hz * 1e5 / rows,
+            database / hz * 1e5 / rows }'
+}
+
 # A thousand records a second for ten seconds: how old the newest row is, and what the shipper costs.
 measure_delay() {
     local shipper agent before after
@@ -138,4 +172,5 @@ measure 'files to store' "$(head -1 "$work/postgres/data/postmaster.pid")" \
     "$bin/qvlog" ship --once --host bench --to "$url" "$work/agent/log"
 measure_streams 1
 measure_streams 3
+measure_rsyslog
 measure_delay

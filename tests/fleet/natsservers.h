@@ -52,6 +52,8 @@ class NatsServers {
 
     // Servers count from 1.
     void Kill(int node) const { Do("qv_kill_nats_node \"$1\" " + std::to_string(node)); }
+    // It answers nothing from now on, and its connections stay.
+    void Pause(int node) const { Do("kill -STOP \"$(<\"$1/" + std::to_string(node) + "/pid\")\""); }
     void Start(int node) const { Do("qv_start_nats_node \"$1\" " + std::to_string(node)); }
 
     // The server that leads the stream; waits until one does.

@@ -70,6 +70,37 @@ class RsyslogRoad : public FleetTest {
         EXPECT_EQ(Number("SELECT count(*) FROM qv_rsyslog.file WHERE missing > 0"), 0);
     }
 
+    using Replacements = std::vector<std::pair<std::string, std::string>>;
+
+    // What the guide says from `begin` to `end`, with the values of this test.
+    static std::string FromGuide(const std::string& begin, const std::string& end,
+                                 const Replacements& replacements) {
+        const std::string guide = ReadFile(QV_FLEET_GUIDE);
+        const size_t section = guide.find("\n## The road through rsyslog\n");
+        const size_t from = guide.find(begin, section);
+        const size_t to = guide.find(end, from);
+        if (section == std::string::npos || to == std::string::npos) {
+            throw std::runtime_error("the guide does not have: " + begin);
+        }
+        std::string words = guide.substr(from, to + end.size() - from);
+        for (const auto& [old, value] : replacements) {
+            size_t at = words.find(old);
+            if (at == std::string::npos) {
+                throw std::runtime_error("the guide does not have: " + old);
+            }
+            for (; at != std::string::npos; at = words.find(old, at + value.size())) {
+                words.replace(at, old.size(), value);
+            }
+        }
+        return words;
+    }
+
+    ChildResult AskAsTheGuideDoes(const std::string& begin, const std::string& end,
+                                  const Replacements& replacements = {}) {
+        const std::string question = FromGuide(begin, end, replacements);
+        return RunProgram({{"psql", "-XAtq", Postgres().Url(), "-c", question}});
+    }
+
     static std::string Frame(int number, const std::string& detail) {
         const std::string digits = std::to_string(number);
         return "<" + digits +
@@ -114,7 +145,6 @@ TEST_F(RsyslogRoad, StoresEveryByteOfEveryFileOnce) {
     ExpectStoreHasAllBytes();
 }
 
-// In the words of the guide's questions.
 TEST_F(RsyslogRoad, AnswersQuestionsBesideTheOtherRoads) {
     RunAgent(20);
     StartRsyslog();
@@ -132,6 +162,34 @@ TEST_F(RsyslogRoad, AnswersQuestionsBesideTheOtherRoads) {
               Number("SELECT count(*) FROM qv.log WHERE kind = 'record'"));
     EXPECT_EQ(Number("SELECT count(*) FROM qv_rsyslog.file WHERE closed"),
               static_cast<int64_t>(LogPaths().size()));
+
+    Connection store(Postgres().Url());
+    const std::string operation =
+        std::string(store.Run("SELECT max(operation) FROM qv.log").Text(0, 0));
+    const int64_t shipped =
+        Number("SELECT count(*) FROM qv.log WHERE operation = '" + operation + "'");
+    const int64_t brought =
+        Number("SELECT count(*) FROM qv_rsyslog.log WHERE operation = '" + operation + "'");
+    const ChildResult both =
+        AskAsTheGuideDoes("SELECT time, host, level, text FROM qv.log", ";",
+                          {{"operation = '...'", "operation = '" + operation + "'"}});
+    EXPECT_EQ(CountIn(both.output, "|host1|"), shipped + brought) << both.errors;
+    EXPECT_EQ(AskAsTheGuideDoes("SELECT host, path, missing", ";").output, "");
+    EXPECT_EQ(AskAsTheGuideDoes("SELECT host, path, bytes", ";").output, "");
+}
+
+TEST_F(RsyslogRoad, PutsAFileTogetherAsTheGuideSays) {
+    RunAgent(20);
+    StartRsyslog();
+    AwaitBytes(Size(LogPaths()));
+    const std::string path = LogPaths().front();
+    const std::string command =
+        FromGuide("psql -XAtq \"$QV_STORE\" -c \"SELECT encode(", ">NAME.log",
+                  {{"/var/log/agent/NAME.log", path}, {"mgr7", "host1"}});
+    const ChildResult made = RunProgram(ChildStart{
+        {"bash", "-c", "cd \"$0\" && " + command, Path()}, {{"QV_STORE", Postgres().Url()}}});
+    EXPECT_EQ(made.exitCode, 0) << made.errors;
+    EXPECT_TRUE(ReadFile(Path("NAME.log")) == ReadFile(path));
 }
 
 TEST_F(RsyslogRoad, IsExactWhenReceiverStoreAndSenderAreKilled) {

@@ -70,6 +70,15 @@ class StreamRoad : public FleetTest {
         });
     }
 
+    // By all calls that read.
+    static int64_t BytesRead(const ChildProcess& process) {
+        const std::string start = "rchar: ";
+        const std::string line =
+            ReadLines("/proc/" + std::to_string(process.GetId()) + "/io").front();
+        return line.compare(0, start.size(), start) == 0 ? std::stoll(line.substr(start.size()))
+                                                         : 0;
+    }
+
     int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }
 
   private:
@@ -149,6 +158,23 @@ TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
     Nats().Start(last);
     Nats().Start(last % 3 + 1);
     AwaitFiles(CountFiles());
+    ExpectStoreHasFiles();
+}
+
+// The shipper waits for the server to take more when the connection ends.
+TEST_F(StreamRoad, IsExactWhenAServerThatHangsIsKilled) {
+    StartServers(1);
+    const auto shipper = StartStreamShipper();
+    const auto collector = StartCollector();
+    Watch(*shipper);
+    Watch(*collector);
+    Await([&] { return Nats().CountMessages() > 0; });
+    Nats().Pause(1);
+    RunAgent(1200);
+    Await([&] { return BytesRead(*shipper) > 1000000; });
+    Nats().Kill(1);
+    Nats().Start(1);
+    AwaitFiles(7);
     ExpectStoreHasFiles();
 }
 
