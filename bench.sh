@@ -87,7 +87,7 @@ if [[ ${1:-} == --northbound ]]; then
     exec "$root/examples/northbound/measure.sh" "$build/bin" "${@:2}"
 fi
 if [[ ${1:-} == --fleet ]]; then
-    qv_install_packages "${qv_fleet_packages[@]}" "${qv_fleet_servers[@]}"
+    qv_install_packages "${qv_fleet_packages[@]}" "${qv_fleet_servers[@]}" "${qv_rsyslog_servers[@]}"
     build_or_fail build_fleet
     exec "$root/bench/fleet/fleet.sh" "${@:2}"
 fi

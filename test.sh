@@ -67,7 +67,7 @@ source "$root/scripts/setup.sh"
 qv_install_packages "${qv_packages[@]}" "${qv_northbound_packages[@]}" "${qv_fleet_packages[@]}" \
     "${qv_test_packages[@]}"
 
-[[ $fleet == OFF ]] || qv_install_packages "${qv_fleet_servers[@]}"
+[[ $fleet == OFF ]] || qv_install_packages "${qv_fleet_servers[@]}" "${qv_rsyslog_servers[@]}"
 
 for preset in "${presets[@]}"; do
     options=(-DQV_BUILD_TESTS=ON "-DQV_TEST_FLEET=$fleet")

@@ -36,6 +36,15 @@ qv_fleet_servers=(
     postgresql
 )
 
+# The road for those who have rsyslog. Its package for PostgreSQL would set up a database of its own,
+# which dbconfig-no-thanks declines.
+qv_rsyslog_servers=(
+    dbconfig-no-thanks
+    rsyslog
+    rsyslog-pgsql
+    rsyslog-relp
+)
+
 # What the tests, the benchmarks and the checks need beside that.
 qv_test_packages=(
     abigail-tools

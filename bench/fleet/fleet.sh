@@ -12,6 +12,7 @@ bin=$root/build/release/bin
 megabytes=${1:-60}
 source "$root/fleet/local/postgres.sh"
 source "$root/fleet/local/nats.sh"
+source "$root/fleet/local/rsyslog.sh"
 # The servers' users must be able to reach it.
 work=$(mktemp -d /tmp/qv-fleet-bench.XXXXXX)
 chmod 755 "$work"
@@ -20,6 +21,7 @@ clean_up() {
     for nats in "$work"/nats*; do
         [[ ! -d $nats ]] || qv_stop_nats "$nats"
     done
+    qv_stop_rsyslog "$work/rsyslog"
     qv_stop_postgres "$work/postgres"
     rm -rf "$work"
 }
@@ -97,6 +99,37 @@ measure_streams() {
     [[ $(count_rows) == "$rows" ]] || { echo "the store has $(count_rows) rows" >&2 && exit 1; }
     ((replicas > 1)) || measure_stream_delay
     qv_stop_nats "$nats"
+}
+
+# rsyslog is measured from its start to the last byte in the store, and so are the questions whether it
+# is there. It makes fewer rows of the same files, as records inside dumps have none: its figures are for
+# the rows of the other roads.
+measure_rsyslog() {
+    local rsyslog=$work/rsyslog database before sender receiver start wall stored=0
+    database=$(head -1 "$work/postgres/data/postmaster.pid")
+    before=$(ticks "$database")
+    start=$EPOCHREALTIME
+    qv_make_rsyslog "$rsyslog" "$url" bench "$work/agent/log"
+    until ((stored >= bytes)); do
+        kill -0 "$(<"$rsyslog/receiver.pid")" && kill -0 "$(<"$rsyslog/sender.pid")"
+        sleep 1
+        stored=$(psql -X -q -A -t "$url" \
+            -c 'SELECT coalesce(sum(length(bytes) + 1), 0) FROM qv_rsyslog.piece')
+    done
+    wall=$(awk -v start="$start" -v end="$EPOCHREALTIME" 'BEGIN { print end - start }')
+    sender=$(ticks "$(<"$rsyslog/sender.pid")")
+    receiver=$(ticks "$(<"$rsyslog/receiver.pid")")
+    # The database counts a process of its own when that has ended.
+    qv_stop_rsyslog "$rsyslog"
+    sleep 1
+    awk -v rows="$rows" -v bytes="$bytes" -v wall="$wall" -v sender="$sender" \
+        -v receiver="$receiver" -v database=$(($(ticks "$database") - before)) \
+        -v hz="$(getconf CLK_TCK)" 'BEGIN {
+        printf "%-34s %8d %7.2f %9d %7.1f %9.2f %9.2f\n", "files to store, rsyslog", rows, wall,
+            rows / wall, bytes / wall / 1e6, sender / hz * 1e5 / rows,
+            (receiver + database) / hz * 1e5 / rows
+        printf "  of the servers: receiver %.2f, database %.2f\n", receiver / hz * 1e5 / rows,
+            database / hz * 1e5 / rows }'
 }
 
 # A thousand lines a second, for ten seconds.
@@ -203,6 +236,7 @@ measure 'files to store' "$(head -1 "$work/postgres/data/postmaster.pid")" \
 measure_straight_delay
 measure_streams 1
 measure_streams 3
+measure_rsyslog
 echo
 printf '%-34s %8s %8s %8s %8s %9s\n' 'seconds until a record is shown' rows/s median '99 %' most \
     '% of CPU'

@@ -110,7 +110,7 @@ class FleetTest : public DirectoryTest {
 
     // Every byte of every file is in the store once, and every record of a dump is a row of its
     // own.
-    void ExpectStoreHasFiles() const {
+    void ExpectStoreHasFiles(const std::string& host = "host1") const {
         Connection store(postgres_->Url());
         const std::vector<std::string> names = ListFiles(Logs());
         ASSERT_FALSE(names.empty());
@@ -122,8 +122,8 @@ class FleetTest : public DirectoryTest {
                 "       (SELECT count(*) FROM qv.range g WHERE g.file = f.id),"
                 "       r.torn OR r.kind IN ('torn', 'garbage')"
                 " FROM qv.file f JOIN qv.record r ON r.file = f.id"
-                " WHERE f.host = 'host1' AND f.name = $1 ORDER BY r.byte_offset",
-                {name});
+                " WHERE f.host = $2 AND f.name = $1 ORDER BY r.byte_offset",
+                {name, host});
             ASSERT_GT(rows.Count(), 0);
             EXPECT_EQ(rows.Number(0, 0), static_cast<int64_t>(text.size()));
             EXPECT_EQ(rows.Number(0, 5), 0) << "ranges behind a gap are left";

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -13,11 +14,26 @@
 
 namespace NS_TEST {
 
-// One server or three, which know the hosts host1 and host2.
+// The directory is $1.
+inline ChildResult RunNatsScript(const std::string& command, const std::string& directory) {
+    const std::string local = std::string(QV_FLEET) + "/local/";
+    return RunProgram(
+        {{"bash", "-c", "set -e; source \"$0/postgres.sh\"; source \"$0/nats.sh\"; " + command,
+          local, directory}});
+}
+
+inline void DoNatsScript(const std::string& command, const std::string& directory) {
+    const ChildResult result = RunNatsScript(command, directory);
+    if (result.exitCode != 0) {
+        throw std::runtime_error(command + ": " + result.errors + result.output);
+    }
+}
+
+// One server or three, which know the hosts host1 to host4.
 class NatsServers {
   public:
     NatsServers(const std::string& directory, int count) : directory_(directory) {
-        Do("qv_make_nats \"$1\" " + std::to_string(count) + " host1 host2");
+        Do("qv_make_nats \"$1\" " + std::to_string(count) + " host1 host2 host3 host4");
         url_ = SplitText(ReadFile(directory_ + "/url")).front();
     }
     ~NatsServers() { RunScript("qv_stop_nats \"$1\""); }
@@ -36,6 +52,8 @@ class NatsServers {
 
     // Servers count from 1.
     void Kill(int node) const { Do("qv_kill_nats_node \"$1\" " + std::to_string(node)); }
+    // It answers nothing from now on, and its connections stay.
+    void Pause(int node) const { Do("kill -STOP \"$(<\"$1/" + std::to_string(node) + "/pid\")\""); }
     void Start(int node) const { Do("qv_start_nats_node \"$1\" " + std::to_string(node)); }
 
     // The server that leads the stream; waits until one does.
@@ -49,8 +67,31 @@ class NatsServers {
         }
     }
 
+    // How many messages the stream holds.
+    uint64_t CountMessages() const {
+        uint64_t count = 0;
+        WithStream([&](const jsStreamInfo& info) { count = info.State.Msgs; });
+        return count;
+    }
+
+    // What a server has said.
+    std::string Log(int node) const {
+        return ReadFile(directory_ + "/" + std::to_string(node) + "/log");
+    }
+
+    // With what a server greets a client: the addresses of all members stand in it.
+    std::string Greeting(int node) const {
+        return RunScript("exec 3<>\"/dev/tcp/127.0.0.1/$(<\"$1/" + std::to_string(node) +
+                         "/port\")\"; read -r -t 60 -u 3 line; echo \"$line\"")
+            .output;
+    }
+
+    const std::string& Directory() const { return directory_; }
+
   private:
-    std::string LeaderName() const {
+    // Nothing is read while no server answers.
+    template <class Read>
+    void WithStream(const Read& read) const {
         const std::vector<std::string> words = Words("collector");
         const NS_LOG_FLEET::StreamAddress address{url_, words[1], words[3], words[5], ""};
         try {
@@ -60,34 +101,64 @@ class NatsServers {
                                       "streams");
             const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
             jsStreamInfo* info = nullptr;
-            const natsStatus status = js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr);
-            const std::string name =
-                status == NATS_OK && info->Cluster != nullptr && info->Cluster->Leader != nullptr
-                    ? info->Cluster->Leader
-                    : "";
+            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK) {
+                read(*info);
+            }
             jsStreamInfo_Destroy(info);
-            return name;
         } catch (const NS_LOG_FLEET::StreamError&) {
-            return "";
         }
+    }
+
+    std::string LeaderName() const {
+        std::string name;
+        WithStream([&](const jsStreamInfo& info) {
+            if (info.Cluster != nullptr && info.Cluster->Leader != nullptr) {
+                name = info.Cluster->Leader;
+            }
+        });
+        return name;
     }
 
     ChildResult RunScript(const std::string& command) const {
-        const std::string local = std::string(QV_FLEET) + "/local/";
-        return RunProgram(
-            {{"bash", "-c", "set -e; source \"$0/postgres.sh\"; source \"$0/nats.sh\"; " + command,
-              local, directory_}});
+        return RunNatsScript(command, directory_);
     }
-
-    void Do(const std::string& command) const {
-        const ChildResult result = RunScript(command);
-        if (result.exitCode != 0) {
-            throw std::runtime_error(command + ": " + result.errors + result.output);
-        }
-    }
+    void Do(const std::string& command) const { DoNatsScript(command, directory_); }
 
     const std::string directory_;
     std::string url_;
+};
+
+// One more server that is told where three others are, and trusts their authority.
+class FourthServer {
+  public:
+    // `certificates`: the directory of the certificate that it shows.
+    FourthServer(const std::string& directory, const NatsServers& others,
+                 const std::string& certificates)
+        : directory_(directory) {
+        std::filesystem::create_directories(directory + "/4");
+        for (const char* name : {"nats.conf", "users.conf", "routes"}) {
+            std::filesystem::copy_file(others.Directory() + "/" + name, directory + "/" + name);
+        }
+        WriteFile(directory + "/tls.conf",
+                  "cert_file: \"" + certificates + "/server.pem\"\nkey_file: \"" + certificates +
+                      "/server.key\"\nca_file: \"" + others.Directory() + "/certs/ca.pem\"\n");
+        DoNatsScript(
+            "qv_free_port >\"$1/4/port\"; qv_free_port >\"$1/4/cluster_port\"; "
+            "qv_start_nats_node \"$1\" 4",
+            directory);
+    }
+    ~FourthServer() { RunNatsScript("qv_stop_nats \"$1\"", directory_); }
+
+    FourthServer(const FourthServer&) = delete;
+    FourthServer& operator=(const FourthServer&) = delete;
+
+    // For clients.
+    std::string Address() const {
+        return "127.0.0.1:" + SplitText(ReadFile(directory_ + "/4/port")).front();
+    }
+
+  private:
+    const std::string directory_;
 };
 
 }  // namespace NS_TEST

@@ -31,6 +31,9 @@ class PostgresServer {
     const std::string& Url() const { return url_; }
 
     void Kill() { Do("qv_kill_postgres"); }
+    // Unless it has ended by itself.
+    void KillIfThere() { RunScript("qv_kill_postgres"); }
+    void Stop() { Do("qv_stop_postgres"); }
     void Start() { Do("qv_start_postgres"); }
 
   private:

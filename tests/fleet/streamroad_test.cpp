@@ -1,13 +1,17 @@
 // Through the stream into the store, with the real servers.
+#include <algorithm>
 #include <fstream>
+#include <map>
 
 #include "fleet/fleetfixture.h"
 #include "fleet/natsservers.h"
+#include "stream/message.h"
 
 namespace {
 
 using namespace NS_TEST;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 class StreamRoad : public FleetTest {
   protected:
@@ -35,16 +39,20 @@ class StreamRoad : public FleetTest {
         Append(words, nats_->Words("collector"));
         return words;
     }
-    std::unique_ptr<ChildProcess> StartCollector() const {
-        return std::make_unique<ChildProcess>(ChildStart{CollectWords()});
+    std::unique_ptr<ChildProcess> StartCollector(const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> words = CollectWords();
+        Append(words, more);
+        return std::make_unique<ChildProcess>(ChildStart{words});
     }
 
     std::unique_ptr<ChildProcess> StartStreamShipper() const {
         return std::make_unique<ChildProcess>(ChildStart{StreamShipWords()});
     }
-    ChildResult ShipAllIntoStream() const {
-        std::vector<std::string> words = StreamShipWords();
+    ChildResult ShipAllIntoStream(const std::string& host = "host1",
+                                  const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> words = StreamShipWords(host, host);
         words.push_back("--once");
+        Append(words, more);
         return RunProgram(ChildStart{words});
     }
 
@@ -61,6 +69,15 @@ class StreamRoad : public FleetTest {
         Await([&] {
             return Number("SELECT count(*) FROM qv.file WHERE complete AND stored = size") >= count;
         });
+    }
+
+    // By all calls that read.
+    static int64_t BytesRead(const ChildProcess& process) {
+        const std::string start = "rchar: ";
+        const std::string line =
+            ReadLines("/proc/" + std::to_string(process.GetId()) + "/io").front();
+        return line.compare(0, start.size(), start) == 0 ? std::stoll(line.substr(start.size()))
+                                                         : 0;
     }
 
     int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }
@@ -142,6 +159,23 @@ TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
     Nats().Start(last);
     Nats().Start(last % 3 + 1);
     AwaitFiles(CountFiles());
+    ExpectStoreHasFiles();
+}
+
+// The shipper waits for the server to take more when the connection ends.
+TEST_F(StreamRoad, IsExactWhenAServerThatHangsIsKilled) {
+    StartServers(1);
+    const auto shipper = StartStreamShipper();
+    const auto collector = StartCollector();
+    Watch(*shipper);
+    Watch(*collector);
+    Await([&] { return Nats().CountMessages() > 0; });
+    Nats().Pause(1);
+    RunAgent(1200);
+    Await([&] { return BytesRead(*shipper) > 1000000; });
+    Nats().Kill(1);
+    Nats().Start(1);
+    AwaitFiles(7);
     ExpectStoreHasFiles();
 }
 
@@ -246,6 +280,14 @@ TEST_F(StreamRoad, RefusesAnotherHostsSubjectsAndSaysSo) {
     const ChildResult result = RunProgram(ChildStart{StreamShipWords("host2", "host1")});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("Permissions Violation"));
+    EXPECT_THAT(result.errors, HasSubstr("host2"));
+    EXPECT_EQ(Nats().CountMessages(), 0U);
+
+    // Nothing is lost: the host sends it under its own name.
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    const auto collector = StartCollector();
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
 }
 
 TEST_F(StreamRoad, RefusesMissingAndForeignCertificatesAndSaysSo) {
