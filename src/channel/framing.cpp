@@ -75,36 +75,38 @@ char* PutWholeFields(char* at, const FrameStamp& stamp, const LogRecord& record,
     return Put(at, "\n");
 }
 
-char* PutWholeShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
-    return Put(Put(Put(Put(at, stamp.time), ","), record.detail), "\n");
+// A record and its stamp with the texts up to their first zero bytes.
+struct CutTexts {
+    CutTexts(const FrameStamp& wholeStamp, const LogRecord& wholeRecord)
+        : stamp{CutAtZero(wholeStamp.time), wholeStamp.thread}, record(wholeRecord) {
+        for (std::string_view* text :
+             {&record.context, &record.file, &record.function, &record.detail}) {
+            *text = CutAtZero(*text);
+        }
+    }
+
+    FrameStamp stamp;
+    LogRecord record;
+};
+
+// Not inlined: seldom called.
+__attribute__((noinline)) char* PutCutFields(char* at, const FrameStamp& stamp,
+                                             const LogRecord& record,
+                                             std::string_view detailLabel) {
+    const CutTexts cut(stamp, record);
+    return PutWholeFields(at, cut.stamp, cut.record, detailLabel);
 }
 
-// What `put` writes with the texts of the record up to their first zero bytes. Hardly a text holds
-// one, so all are copied whole first, and looked through at once.
-template <class PutWhole>
-char* PutCutAtZeros(char* at, const FrameStamp& stamp, const LogRecord& record, PutWhole put) {
-    char* const end = put(at, stamp, record);
-    if (!HasZero(at, end)) {
-        return end;
-    }
-    LogRecord cut = record;
-    for (std::string_view* text : {&cut.context, &cut.file, &cut.function, &cut.detail}) {
-        *text = CutAtZero(*text);
-    }
-    return put(at, FrameStamp{CutAtZero(stamp.time), stamp.thread}, cut);
-}
-
+// Hardly a text holds a zero byte, so all are copied whole first, and looked through at once.
 char* PutFields(char* at, const FrameStamp& stamp, const LogRecord& record,
                 std::string_view detailLabel) {
-    return PutCutAtZeros(
-        at, stamp, record,
-        [detailLabel](char* to, const FrameStamp& cutStamp, const LogRecord& cutRecord) {
-            return PutWholeFields(to, cutStamp, cutRecord, detailLabel);
-        });
+    char* const end = PutWholeFields(at, stamp, record, detailLabel);
+    return HasZero(at, end) ? PutCutFields(at, stamp, record, detailLabel) : end;
 }
 
 char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
-    return PutCutAtZeros(at, stamp, record, &PutWholeShortLine);
+    const CutTexts cut(stamp, record);
+    return Put(Put(Put(Put(at, cut.stamp.time), ","), cut.record.detail), "\n");
 }
 
 void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_view time,
