@@ -1,12 +1,12 @@
 #include "command/pager.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -28,8 +28,34 @@ std::string ChoosePager() {
     return pager == "cat" ? "" : pager;
 }
 
-[[noreturn]] void BecomePager(const std::string& pager, int input) {
-    std::signal(SIGPIPE, SIG_DFL);  // an ignored signal would stay ignored
+constexpr std::array<int, 2> kInterrupts = {SIGINT, SIGQUIT};
+
+// Interrupts wait as long as it lives, also those of a child process.
+class HeldInterrupts {
+  public:
+    HeldInterrupts() {
+        sigset_t interrupts;
+        ::sigemptyset(&interrupts);
+        for (const int interrupt : kInterrupts) {
+            ::sigaddset(&interrupts, interrupt);
+        }
+        ::pthread_sigmask(SIG_BLOCK, &interrupts, &callers_);
+    }
+    ~HeldInterrupts() { Release(); }
+
+    HeldInterrupts(const HeldInterrupts&) = delete;
+    HeldInterrupts& operator=(const HeldInterrupts&) = delete;
+
+    void Release() const { ::pthread_sigmask(SIG_SETMASK, &callers_, nullptr); }
+
+  private:
+    sigset_t callers_;
+};
+
+// What is blocked or ignored would stay so.
+[[noreturn]] void BecomePager(const std::string& pager, int input, const HeldInterrupts& held) {
+    held.Release();
+    ::signal(SIGPIPE, SIG_DFL);
     ::dup2(input, STDIN_FILENO);
     // Quits at once when all fits on the screen, passes colours on, leaves the screen as it is.
     ::setenv("LESS", "FRX", 0);
@@ -51,11 +77,9 @@ pid_t runningPager = -1;
 void EndBehindPager(int signal) {
     ::close(STDOUT_FILENO);
     AwaitEnd(runningPager);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
+    ::signal(signal, SIG_DFL);
+    ::raise(signal);
 }
-
-constexpr std::array<int, 2> kInterrupts = {SIGINT, SIGQUIT};
 
 bool IsThere(const std::string& pager) {
     const std::string command =
@@ -74,16 +98,17 @@ Pager::Pager(bool isWanted) {
     if (pager.empty() || !IsThere(pager) || ::pipe2(ends, O_CLOEXEC) != 0) {
         return;
     }
+    const HeldInterrupts held;  // until the handler has all that it needs
     process_ = ::fork();
     if (process_ == 0) {
-        BecomePager(pager, ends[0]);
+        BecomePager(pager, ends[0], held);
     }
     ::close(ends[0]);
     if (process_ > 0) {
         ::dup2(ends[1], STDOUT_FILENO);
         runningPager = process_;
         for (const int interrupt : kInterrupts) {
-            std::signal(interrupt, &EndBehindPager);
+            ::signal(interrupt, &EndBehindPager);
         }
     }
     ::close(ends[1]);
@@ -96,7 +121,7 @@ Pager::~Pager() {
     ::close(STDOUT_FILENO);
     AwaitEnd(process_);
     for (const int interrupt : kInterrupts) {
-        std::signal(interrupt, SIG_DFL);
+        ::signal(interrupt, SIG_DFL);
     }
 }
 
