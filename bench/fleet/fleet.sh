@@ -17,7 +17,10 @@ source "$root/fleet/local/rsyslog.sh"
 work=$(mktemp -d /tmp/qv-fleet-bench.XXXXXX)
 chmod 755 "$work"
 clean_up() {
-    local nats
+    local nats job
+    for job in $(jobs -p); do
+        kill "$job" 2>/dev/null || true
+    done
     for nats in "$work"/nats*; do
         [[ ! -d $nats ]] || qv_stop_nats "$nats"
     done
