@@ -47,6 +47,7 @@ class CommandLine {
     void AddFields(CLI::App& app);
     void AddPaths(CLI::App& app);
     void AddShow();
+    void AddPrune();
     void AddCommands();
     CLI::App* AddCommand(const char* name, const char* description, Command command);
     void Complete();
@@ -171,6 +172,24 @@ CLI::App* CommandLine::AddCommand(const char* name, const char* description, Com
     return app;
 }
 
+void CommandLine::AddPrune() {
+    CLI::App* const prune = AddCommand("prune", "Remove the oldest files", Command::Prune);
+    prune
+        ->add_option_function<uint64_t>(
+            "--keep", [this](const uint64_t& keep) { options_.keep = keep; },
+            "Keep the N newest files of each category")
+        ->type_name("N")
+        ->check(RefuseMinus);
+    prune->add_option("--max-bytes", words_.maxBytes, "Keep at most so much: 500M, 2G")
+        ->type_name("SIZE");
+    prune->add_option("--older-than", words_.olderThan, "Remove what was last written before: 30d")
+        ->type_name("SPAN");
+    prune->add_flag("--dry-run", options_.dryRun, "Only print what would be removed");
+    for (const AddedLibrary& library : AddedLibraries()) {
+        library.extendPrune(*prune, options_);
+    }
+}
+
 void CommandLine::AddCommands() {
     CLI::App* const verify = AddCommand("verify", "Check that nothing is missing", Command::Verify);
     verify->add_flag("--json", options_.json, "Print one object a series");
@@ -191,21 +210,7 @@ void CommandLine::AddCommands() {
         ->type_name("FILE")
         ->required();
 
-    CLI::App* const prune = AddCommand("prune", "Remove the oldest files", Command::Prune);
-    prune
-        ->add_option_function<uint64_t>(
-            "--keep", [this](const uint64_t& keep) { options_.keep = keep; },
-            "Keep the N newest files of each category")
-        ->type_name("N")
-        ->check(RefuseMinus);
-    prune->add_option("--max-bytes", words_.maxBytes, "Keep at most so much: 500M, 2G")
-        ->type_name("SIZE");
-    prune->add_option("--older-than", words_.olderThan, "Remove what was last written before: 30d")
-        ->type_name("SPAN");
-    prune->add_flag("--dry-run", options_.dryRun, "Only print what would be removed");
-    for (const AddedLibrary& library : AddedLibraries()) {
-        library.extendPrune(*prune, options_);
-    }
+    AddPrune();
 
     CLI::App* const sqlite = AddCommand("export", "Write records into a database", Command::Export);
     AddSelection(*sqlite);
