@@ -74,6 +74,8 @@ def changes_of(name, text):
                     add(match.start(), match.end(), replacement)
         # Other lines end in the middle of the statement that this one goes on with.
         if STATEMENT.match(code) and re.search(r"([;{}):]|else)\s*$", whole[:offset]):
-            add(len(line) - len(line.lstrip()), len(line.rstrip()), "{}")
+            begin = len(line) - len(line.lstrip())
+            found.append(Change(name, offset + begin, offset + len(line.rstrip()), "{}", number,
+                                "without " + line.strip()))
         offset += len(line) + 1
     return found

@@ -171,6 +171,7 @@ TEST(BoundedFormat, DoesNotTakeAPercentSignAndAnNForAConversion) {
 
 TEST(BoundedOwnText, IsFormattedWhereItFitsAndEmptyWhereItDoesNot) {
     Buffer buffer(8);
+    EXPECT_EQ(snprintf_s(buffer.Bytes(), 8, 7, "%s", ""), 0);
     EXPECT_EQ(snprintf_s(buffer.Bytes(), 8, 7, "%d-%s", 123, "abc"), 7);
     EXPECT_EQ(buffer.Text(), "123-abc");
     EXPECT_LT(snprintf_s(buffer.Bytes(), 8, 500, "%d", 12345678), 0);

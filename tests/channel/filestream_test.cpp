@@ -110,6 +110,11 @@ TEST_F(FileStreams, HaveDescriptorZeroWhereItIsFreeAndAreOpenedOnce) {
     ::close(input);
 }
 
+TEST_F(FileStreams, StayClosedWhereTheNameIsNoFile) {
+    EXPECT_TRUE(stream_.Create("/dev/null"));
+    EXPECT_FALSE(stream_.IsOpen());
+}
+
 TEST_F(FileStreams, AreReadUpToTheirEndWhateverErrorCameBefore) {
     WriteFile(path_, "text");
     ASSERT_FALSE(stream_.Continue(path_, 0600));

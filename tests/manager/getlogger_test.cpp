@@ -134,6 +134,15 @@ TEST_F(GetLogger, LeavesNothingBehindWhenMemoryRunsOut) {
     EXPECT_EQ(Debug(), logger);
 }
 
+// Names whose hashes are equal are told apart by comparing them.
+TEST_F(GetLogger, TakesNamesForEqualOnlyWhenAllThreeTextsAre) {
+    const LoggerName name{"a", "b", "debug"};
+    EXPECT_TRUE((name == LoggerName{"a", "b", "debug"}));
+    EXPECT_FALSE((name == LoggerName{"x", "b", "debug"}));
+    EXPECT_FALSE((name == LoggerName{"a", "x", "debug"}));
+    EXPECT_FALSE((name == LoggerName{"a", "b", "corbasys"}));
+}
+
 TEST_F(GetLogger, AgreesOnOneLoggerWhenManyThreadsAskForItFirst) {
     constexpr size_t kCallers = 8;
     constexpr size_t kNames = 200;
