@@ -106,7 +106,6 @@ if ((EUID != 0)); then
 fi
 
 # The static checks take the time that the tests leave: many of these wait.
-checks=
 if $lint; then
     checks=$(mktemp)
     setsid nice "$root/scripts/lint.sh" "$root/build/${presets[0]}" >"$checks" 2>&1 &
