@@ -104,11 +104,6 @@ if $update_abi; then
     exit 0
 fi
 
-if $lint; then
-    echo "== Format and static checks"
-    "$root/scripts/lint.sh" "$root/build/${presets[0]}"
-fi
-
 # What an earlier run has counted, and what programs count while the build lists their tests.
 if $coverage; then
     find "$root/build/coverage" -name '*.gcda' -delete
@@ -118,6 +113,14 @@ if ((EUID != 0)); then
     echo "Not root: the tests that mount small disks are left out (docs/reliability.md)."
 fi
 
+# The static checks take the time that the tests leave: many of these wait.
+if $lint; then
+    checks=$(mktemp)
+    setsid nice "$root/scripts/lint.sh" "$root/build/${presets[0]}" >"$checks" 2>&1 &
+    lint_process=$!
+    trap 'kill -- "-$lint_process" 2>/dev/null || true; rm -f "$checks"' EXIT
+fi
+
 # Two more at a time than there are processors: some tests wait.
 for preset in "${presets[@]}"; do
     echo "== Tests: $preset"
@@ -125,6 +128,13 @@ for preset in "${presets[@]}"; do
         --parallel "$(($(nproc) + 2))" --tests-regex "$filter" |
         grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
 done
+
+if $lint; then
+    echo "== Format and static checks"
+    wait "$lint_process" && passed=true || passed=false
+    cat "$checks"
+    $passed
+fi
 
 if $coverage; then
     echo "== Coverage"

@@ -37,9 +37,16 @@ else()
         $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
 endif()
 
-# qv_compile_lightly(a.cpp ...): for files of the current directory that read a command line once in
-# a process's life, and whose parser library takes the optimiser and the undefined-behaviour
-# sanitizer three times as long as all the rest of the file.
+# qv_without_threads: for what has one thread only. The thread sanitizer has nothing to look at there
+# and takes long, so its preset compiles such targets plainly. Stands behind qv_options.
+add_library(qv_without_threads INTERFACE)
+if(QV_SANITIZE STREQUAL "thread")
+    target_compile_options(qv_without_threads INTERFACE "SHELL:-O0 -fno-sanitize=thread")
+endif()
+
+# qv_compile_lightly(a.cpp ... [TARGET_DIRECTORY target]): for files of the current directory, or the
+# target's, that read a command line once in a process's life, and whose parser library takes the
+# optimiser and the undefined-behaviour sanitizer three times as long as all the rest of the file.
 function(qv_compile_lightly)
     set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS
         "-O1;$<$<STREQUAL:${QV_SANITIZE},address>:-fno-sanitize=undefined>")

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 
 #include "agentctl/controlerror.h"
@@ -127,9 +128,10 @@ std::string Conversation::Receive() {
         if (length <= 0) {
             throw ControlError(ControlExit::NoAnswer, "the agent broke off in its answer");
         }
-        const char* const end = std::find(chunk, chunk + length, '\n');
-        answer.append(chunk, static_cast<std::string::size_type>(end - chunk));
-        if (end != chunk + length) {
+        const std::string_view piece(chunk, static_cast<std::string_view::size_type>(length));
+        const auto end = piece.find('\n');
+        answer.append(piece, 0, end);
+        if (end != std::string_view::npos) {
             return answer;
         }
     }

@@ -5,6 +5,7 @@
 
 #include "agent/agentfixture.h"
 #include "bundlemgr/logsupport.h"
+#include "support/repetitions.h"
 
 namespace {
 
@@ -13,9 +14,9 @@ using namespace testing;
 // What a line of the input looks like in the log: zero bytes shown by their sign, and then what is
 // no UTF-8 in the platform's readable form.
 std::string Shown(const std::string& line) {
-    std::string text;
-    for (const char c : line) {
-        text += c == '\0' ? std::string("\u2400") : std::string(1, c);
+    std::string text = line;
+    for (size_t at = text.find('\0'); at != std::string::npos; at = text.find('\0', at)) {
+        text.replace(at, 1, "\u2400");
     }
     std::string converted;
     return NS_BUNDLEMGR1::Convert2UTFforLog(text, converted);
@@ -78,7 +79,7 @@ TEST_F(LineFeed, LogsLongLinesWhole) {
 
 TEST_F(LineFeed, LogsManyLines) {
     std::vector<std::string> lines;
-    for (std::size_t i = 0; i < 100000; ++i) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(NS_TEST::Repetitions(100000)); ++i) {
         lines.push_back("line " + std::to_string(i) + std::string(i % 97, '.'));
     }
     ExpectEveryLine(lines, "\n");
@@ -87,7 +88,7 @@ TEST_F(LineFeed, LogsManyLines) {
 TEST_F(LineFeed, LogsRandomBytes) {
     std::mt19937 random(20240305);  // the same bytes in every run
     std::vector<std::string> lines(1);
-    for (int i = 0; i < 2000000; ++i) {
+    for (int i = 0; i < NS_TEST::Repetitions(2000000); ++i) {
         const auto byte = static_cast<char>(random() & 0xFF);
         if (byte == '\n') {
             lines.emplace_back();

@@ -22,6 +22,7 @@
 #include "control/protocol.h"
 #include "support/capturedoutput.h"
 #include "support/onthreads.h"
+#include "support/repetitions.h"
 #include "support/temporarydirectory.h"
 
 namespace {
@@ -116,7 +117,7 @@ TEST_F(ControlServerLife, TakesARequestOfTheGreatestLengthAndRefusesALongerOne) 
 
 TEST_F(ControlServerLife, FloodsAndClientsThatVanishInTheMiddleOfTheirAnswersHarmNobody) {
     Start();
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < Repetitions(20); ++round) {
         SocketClient flooding(Socket());
         flooding.Send(std::string(1000000, 'a'));
         SocketClient vanishing(Socket());
@@ -184,13 +185,13 @@ TEST_F(ControlServerLife, SilentClientsOnAllPlacesAreGivenUpAndHoldUpNobody) {
     EXPECT_THAT(silent.front()->ReceiveAll(), IsEmpty());
 }
 
-// They would have a minute and are given up after a tenth of it.
+// They would have twenty seconds and are given up after a tenth of them.
 TEST_F(ControlServerLife, ThoseWhoHangDoNotKeepTheOthersOut) {
-    Start(60s);
+    Start(20s);
     const auto begin = std::chrono::steady_clock::now();
     const auto silent = FillWithSilentClients();
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 60s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
 }
 
 TEST_F(ControlServerLife, ServesEightClientsAtOnce) {

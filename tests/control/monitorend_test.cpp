@@ -6,13 +6,14 @@
 
 #include "control/monitorfixture.h"
 #include "support/capturedoutput.h"
+#include "support/repetitions.h"
 
 using namespace NS_TEST;
 using testing::ElementsAre;
 
 namespace {
 
-constexpr int kRounds = 10000;
+constexpr int kRounds = Repetitions(10000);
 
 class MonitorEnd : public NS_TEST::MonitorTest {
   protected:
@@ -134,7 +135,7 @@ TEST_F(MonitorEnd, MayBeFollowedByTheDeletionAtOnce) {
 
 // The thread does not sleep, so the stop meets it at every place.
 TEST_F(MonitorEnd, MayMeetTheThreadAnywhere) {
-    for (int round = 0; round < kRounds / 10; ++round) {
+    for (int round = 0; round < 1000; ++round) {
         auto monitor = std::make_unique<Monitor>(std::chrono::milliseconds(0));
         SetTime(kBaseline + round);
         ASSERT_EQ(monitor->Init(), 0);

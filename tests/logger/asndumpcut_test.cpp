@@ -18,13 +18,13 @@ std::string Fitted(const std::string& text) {
 
 // Compares long texts without printing them.
 testing::AssertionResult Same(const std::string& actual, const std::string& expected) {
+    if (actual == expected) {
+        return testing::AssertionSuccess();
+    }
     const auto length = std::min(actual.size(), expected.size());
     size_t at = 0;
     while (at < length && actual[at] == expected[at]) {
         ++at;
-    }
-    if (at == length && actual.size() == expected.size()) {
-        return testing::AssertionSuccess();
     }
     return testing::AssertionFailure()
            << actual.size() << " instead of " << expected.size() << " bytes; at " << at << " \""

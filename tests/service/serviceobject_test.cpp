@@ -12,7 +12,6 @@
 #include "support/capturedoutput.h"
 #include "support/onthreads.h"
 
-using NS_BUNDLEMGR1::ServiceInterface;
 using namespace NS_LOG_SERVICE1;
 using namespace NS_TEST;
 using namespace testing;
@@ -49,7 +48,7 @@ TEST_F(Factory, WorksWithoutAPlaceForTheGobbler) {
 // The interface belongs to fini; whoever skips it keeps a registered, working interface.
 TEST_F(Factory, HandsOutAGobblerThatFreesTheObjectAndLeavesTheInterfaceAlone) {
     qv_base_log* const object = Make();
-    ServiceInterface* const interface = object->GetInterface();
+    NS_BUNDLEMGR1::ServiceInterface* const interface = object->GetInterface();
     Gobble(object);
     EXPECT_THAT(ListedObjects(), IsEmpty());
     EXPECT_THAT(Registered(), ElementsAre(interface));
@@ -243,7 +242,7 @@ TEST_F(ServiceObject, ReportsAStartThatFailedAndKeepsItsInterfaceUntilItEnds) {
         Proxy().Forget();
         store_.OnAsked(item, RaiseStoreOutOfReach);
         qv_base_log* const object = Make();
-        ServiceInterface* const interface = object->GetInterface();
+        NS_BUNDLEMGR1::ServiceInterface* const interface = object->GetInterface();
         EXPECT_EQ(object->init(0, nullptr), -1);
         EXPECT_THAT(Proxy().Printed(),
                     ElementsAre(IsDiagnostic(
@@ -273,8 +272,8 @@ TEST_F(ServiceObject, EndsTheThreadThatNobodyStopped) {
 
 TEST_F(ServiceObject, CreatesAnotherInterfaceWithoutFreeingOrRegisteringIt) {
     qv_base_log* const object = Make();
-    ServiceInterface* const first = object->GetInterface();
-    ServiceInterface* const second = object->CreateInterface();
+    NS_BUNDLEMGR1::ServiceInterface* const first = object->GetInterface();
+    NS_BUNDLEMGR1::ServiceInterface* const second = object->CreateInterface();
     ASSERT_NE(second, nullptr);
     EXPECT_NE(second, first);
     EXPECT_EQ(object->GetInterface(), second);

@@ -1,0 +1,149 @@
+#!/usr/bin/env python3
+"""Runs the static checks (clang-tidy, rules in .clang-tidy) on source files:
+
+    scripts/tidy.py BUILD_DIRECTORY FILE...
+
+BUILD_DIRECTORY is a configured build, for its compile commands; FILE is relative to the root of the
+tree. Headers are checked with the files that include them. A file that has passed is not checked
+again before it, a header or a rule changes.
+
+Most of the time goes into the headers of the system and of the libraries. So files that are compiled
+alike are checked together, as one unit that includes them. Files that do not compile together,
+because both have a name for themselves, are checked apart.
+
+In a unit, clang-tidy does not look for names that a file declares and does not use; this program does.
+"""
+import concurrent.futures
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+FILES_IN_A_UNIT = 14
+
+
+def arguments_of(command):
+    """What a compilation's command says about the meaning of the file: not where the result goes, how
+    fast it is, or which library it becomes part of."""
+    words = shlex.split(command)
+    kept = []
+    for word, before in zip(words[1:], words):
+        if re.match(r'-(D(?!\w+_EXPORTS$)|U|I|std=|isystem|pthread)', word) or before == '-isystem':
+            kept.append(word)
+    return ('-O2', *kept)
+
+
+def arguments_by_file(build):
+    """The arguments of each source file; of one that several programs compile, those of the first."""
+    arguments = {}
+    for entry in json.loads((build / 'compile_commands.json').read_text()):
+        path = os.path.normpath(os.path.join(entry['directory'], entry['file']))
+        arguments.setdefault(path, arguments_of(entry['command']))
+    return arguments
+
+
+def unused_names(path):
+    """Where a file declares an alias of a namespace, or a name of another one, that it does not use."""
+    text = (ROOT / path).read_text()
+    code = re.sub(r"'(?:\\.|[^'\\\n])'|//.*|/\*.*?\*/|\"(?:\\.|[^\"\\\n])*\"", '', text)
+    names = re.findall(r'^ *(?:using [\w:]*::(\w+);|namespace (\w+) =)', code, re.M)
+    return [f'{path}: nothing uses the name {name} that it declares [unused-name]'
+            for name in map(''.join, names) if len(re.findall(rf'\b{name}\b', code)) == 1]
+
+
+class Checker:
+    def __init__(self, build, files):
+        self.build = build
+        self.stamps = build / 'lint'
+        self.units = build / 'lint' / 'units'
+        self.units.mkdir(parents=True, exist_ok=True)
+        self.arguments = arguments_by_file(build)
+        headers = sorted(path for path in files if path.endswith('.h'))
+        common = hashlib.sha256()
+        for path in [ROOT / '.clang-tidy', pathlib.Path(__file__), *(ROOT / header for header in headers)]:
+            common.update(path.read_bytes())
+        self.common = common.digest()
+
+    def stamp(self, path):
+        key = hashlib.sha256(self.common + path.encode() + (ROOT / path).read_bytes())
+        return self.stamps / key.hexdigest()[:40]
+
+    def make_units(self, paths):
+        groups = {}
+        for path in paths:
+            groups.setdefault(self.arguments[str(ROOT / path)], []).append(path)
+        units = []
+        for group in groups.values():
+            count = -(-len(group) // FILES_IN_A_UNIT)
+            size = -(-len(group) // count)
+            units += [group[i:i + size] for i in range(0, len(group), size)]
+        return sorted(units, key=len, reverse=True)
+
+    def source_of(self, unit):
+        """What is compiled: the file, or one that includes all those of the unit."""
+        if len(unit) == 1:
+            return ROOT / unit[0]
+        name = hashlib.sha256('\n'.join(unit).encode()).hexdigest()[:16]
+        # The analyzer follows the paths through included files when the unit has such a name.
+        source = self.units / f'UnifiedSource-{name}.cpp'
+        source.write_text(''.join(
+            f'#include "{ROOT / path}"  // NOLINT(bugprone-suspicious-include)\n' for path in unit))
+        return source
+
+    def run(self, command, unit, *more):
+        return subprocess.run(
+            [*command, str(self.source_of(unit)), *more, *self.arguments[str(ROOT / unit[0])]],
+            cwd=self.build, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
+
+    def parts_that_compile(self, unit):
+        """The unit, or parts of it without names that stand in each other's way."""
+        if len(unit) == 1:
+            return [unit]
+        done = self.run(['clang++', '-fsyntax-only', '-w', '-ferror-limit=0'], unit)
+        named = set(re.findall(r'^(/[^:]+):\d+:\d+: (?:fatal )?error: ', done.stderr, re.M))
+        apart = [path for path in unit if str(ROOT / path) in named]
+        rest = [path for path in unit if path not in apart]
+        if not apart:
+            return [unit]
+        if not rest:
+            return [[path] for path in unit]
+        return [*self.parts_that_compile(rest), *self.parts_that_compile(apart)]
+
+    def check(self, unit):
+        """Whether all files of the unit pass. Prints what is wrong with those that do not."""
+        return all([self.check_part(part) for part in self.parts_that_compile(unit)])
+
+    def check_part(self, unit):
+        done = self.run(['clang-tidy', '--quiet', f'--config-file={ROOT / ".clang-tidy"}'], unit, '--')
+        if done.returncode != 0:
+            print(done.stdout or f'clang-tidy failed on {" ".join(unit)}: {done.stderr}')
+            return False
+        for path in unit:
+            self.stamp(path).touch()
+        return True
+
+
+def main():
+    if len(sys.argv) < 3:
+        sys.exit('usage: scripts/tidy.py BUILD_DIRECTORY FILE...')
+    checker = Checker(pathlib.Path(sys.argv[1]).resolve(), sys.argv[2:])
+    sources = [path for path in sys.argv[2:] if path.endswith('.cpp')]
+    for path in sources:
+        if str(ROOT / path) not in checker.arguments:
+            sys.exit(f'tidy.py: {sys.argv[1]} compiles no {path}')
+    pending = [path for path in sources if not checker.stamp(path).exists()]
+    unused = sum(map(unused_names, sources), [])
+    print(*unused, sep='\n', end='\n' if unused else '')
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        passed = list(pool.map(checker.check, checker.make_units(pending)))
+    if unused or not all(passed):
+        sys.exit('tidy.py: static checks failed')
+    print(f'Static checks: {len(pending)} files checked, all pass.')
+
+
+main()
