@@ -199,18 +199,24 @@ TEST_F(RsyslogRoad, IsExactWhenReceiverStoreAndSenderAreKilled) {
         RunAgent(30);
         AwaitBytes(before + more);
     };
+    // A sender may stay silent when its receiver was killed, until it is started again.
+    const auto startReceiver = [&] {
+        Rsyslog().Start("receiver");
+        Rsyslog().Kill("sender");
+        Rsyslog().Start("sender");
+    };
     writeAndAwait(1);
     Rsyslog().Kill("receiver");
     RunAgent(10);
-    Rsyslog().Start("receiver");
+    startReceiver();
 
     // What the receiver acknowledges while there is no store lies in its queue when it is killed.
     writeAndAwait(1);
     Postgres().Kill();
     RunAgent(30);
-    Await([&] { return DirectorySize(Path("rsyslog/receiver")) > 100000; });
+    Await([&] { return DirectorySize(Path("rsyslog/receiver")) > 50000; });
     Rsyslog().Kill("receiver");
-    Rsyslog().Start("receiver");
+    startReceiver();
     Postgres().Start();
 
     writeAndAwait(1);
