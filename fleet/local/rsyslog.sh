@@ -42,9 +42,9 @@ qv_start_rsyslog() {
     disown "$!"
 }
 
-# qv_kill_rsyslog DIRECTORY receiver|sender
+# qv_kill_rsyslog DIRECTORY receiver|sender: also when it has been killed already.
 qv_kill_rsyslog() {
-    kill -9 "$(<"$1/$2.pid")"
+    kill -9 "$(<"$1/$2.pid")" 2>/dev/null || true
 }
 
 qv_stop_rsyslog() {

@@ -1,4 +1,7 @@
 // Through rsyslog into the store, with the real programs: what it keeps, and what it does not.
+#include <chrono>
+#include <utility>
+
 #include "fleet/fleetfixture.h"
 #include "fleet/rsyslogservers.h"
 
@@ -28,21 +31,46 @@ class RsyslogRoad : public FleetTest {
         return paths;
     }
 
-    static int64_t DirectorySize(const std::string& directory) {
-        int64_t size = 0;
-        for (const std::string& name : ListFiles(directory)) {
-            std::error_code gone;
-            const auto bytes = std::filesystem::file_size(directory + "/" + name, gone);
-            size += gone ? 0 : static_cast<int64_t>(bytes);
-        }
-        return size;
-    }
-
     int64_t StoredBytes() const {
         return Number("SELECT coalesce(sum(length(bytes) + 1), 0) FROM qv_rsyslog.piece");
     }
     void AwaitBytes(int64_t count) const {
         Await([&] { return StoredBytes() >= count; });
+    }
+
+    void Kill(const std::string& victims) {
+        for (const std::string part : {"sender", "receiver"}) {
+            if (victims.find(part) != std::string::npos) {
+                Rsyslog().Kill(part);
+            }
+        }
+        if (victims.find("store") != std::string::npos) {
+            Postgres().Kill();
+        }
+    }
+    void StartAgain() {
+        for (const std::string part : {"sender", "receiver"}) {
+            Rsyslog().Kill(part);
+        }
+        for (const std::string part : {"receiver", "sender"}) {
+            Rsyslog().Start(part);
+        }
+    }
+    // Starts both programs again when nothing has come for a while.
+    void AwaitStartingAgain(int64_t bytes) {
+        constexpr auto kSilence = std::chrono::seconds(10);
+        int64_t stored = StoredBytes();
+        auto end = std::chrono::steady_clock::now() + kSilence;
+        Await([&] {
+            const int64_t before = std::exchange(stored, StoredBytes());
+            if (stored != before) {
+                end = std::chrono::steady_clock::now() + kSilence;
+            } else if (std::chrono::steady_clock::now() >= end) {
+                StartAgain();
+                end = std::chrono::steady_clock::now() + kSilence;
+            }
+            return stored >= bytes;
+        });
     }
 
     // The pieces of the file, one behind the other.
@@ -192,46 +220,23 @@ TEST_F(RsyslogRoad, PutsAFileTogetherAsTheGuideSays) {
     EXPECT_TRUE(ReadFile(Path("NAME.log")) == ReadFile(path));
 }
 
+// A part of rsyslog may stay silent when another one was killed, until both are started again, as
+// the guide says. However often they are: no byte is missing in the end, and none comes twice.
 TEST_F(RsyslogRoad, IsExactWhenReceiverStoreAndSenderAreKilled) {
     StartRsyslog();
-    const auto writeAndAwait = [&](int64_t more) {
-        const int64_t before = StoredBytes();
-        RunAgent(30);
-        AwaitBytes(before + more);
-    };
-    // A sender may stay silent when its receiver was killed, until it is started again.
-    const auto startReceiver = [&] {
-        Rsyslog().Start("receiver");
-        Rsyslog().Kill("sender");
-        Rsyslog().Start("sender");
-    };
-    writeAndAwait(1);
-    Rsyslog().Kill("receiver");
-    RunAgent(10);
-    startReceiver();
-
-    // What the receiver acknowledges while there is no store lies in its queue when it is killed.
-    writeAndAwait(1);
-    Postgres().Kill();
-    RunAgent(30);
-    Await([&] { return DirectorySize(Path("rsyslog/receiver")) > 50000; });
-    Rsyslog().Kill("receiver");
-    startReceiver();
-    Postgres().Start();
-
-    writeAndAwait(1);
-    Rsyslog().Kill("sender");
-    RunAgent(10);
-    Rsyslog().Start("sender");
-
-    writeAndAwait(1);
-    Rsyslog().Kill("sender");
-    Rsyslog().Kill("receiver");
-    Postgres().Kill();
-    Postgres().Start();
-    Rsyslog().Start("receiver");
-    Rsyslog().Start("sender");
-    AwaitBytes(Size(LogPaths()));
+    for (const std::string victims :
+         {"receiver", "receiver store", "sender", "sender receiver store"}) {
+        RunAgent(10);
+        AwaitStartingAgain(StoredBytes() + 1);
+        RunAgent(10);
+        Kill(victims);
+        RunAgent(10);
+        if (victims.find("store") != std::string::npos) {
+            Postgres().Start();
+        }
+        StartAgain();
+    }
+    AwaitStartingAgain(Size(LogPaths()));
     ExpectStoreHasAllBytes();
 }
 
