@@ -106,8 +106,8 @@ TEST_F(DyingAgent, WritesWhatIsQueuedWhenAClientCallsExit) {
     for (const bool option : {false, true}) {
         SCOPED_TRACE(option);
         EXPECT_EQ(Die("exit", option ? option_ : std::vector<std::string>()).exitCode, 7);
-        const auto files = LogFiles("corbaoper");
         EXPECT_EQ(Found("corbaoper"), AllRecords());
+        EXPECT_THAT(Found("corba_alarm"), ElementsAre("at once", "the only one"));
         std::filesystem::remove_all(Path("log"));
         std::filesystem::remove(Path("now"));
     }

@@ -80,6 +80,7 @@ void Die(const std::string& how) {
 }
 
 void QueueRecords() {
+    Logger("corba_alarm").Log("f", "g", 1, 1, "the only one");
     for (int i = 0; i < 100; ++i) {
         Logger("corbaoper").Log("f", "g", 1, 1, "queued " + std::to_string(i));
         Logger("corbasys").Log("f", "g", 1, 1, "queued " + std::to_string(i));
@@ -96,7 +97,7 @@ class Dying : public NS_BUNDLEMGR1::ServiceObjectBase {
             SetHandlers(arguments[1]);
         }
         // A file must be open: a process that dies opens none.
-        for (const char* category : {"corbaoper", "corbasys", "debug"}) {
+        for (const char* category : {"corbaoper", "corbasys", "corba_alarm", "debug"}) {
             Logger(category).Log("f", "g", 1, 1, "at once");
         }
         auto* const maintenance = dynamic_cast<LogMaintenanceInterface*>(
