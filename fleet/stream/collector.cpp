@@ -14,9 +14,6 @@ namespace {
 constexpr size_t kBatchBytes = size_t{4} * 1024 * 1024;
 constexpr size_t kBatchMessages = 256;
 
-// Asked for at once. The last ones are what a batch may be too large by.
-constexpr int kFetchMessages = 4;
-
 // How long to wait for a message, and behind the first one for more.
 constexpr int64_t kFetchMilliseconds = 1000;
 constexpr std::chrono::milliseconds kGathering{100};
@@ -114,40 +111,41 @@ void Collector::Subscribe() {
     CheckStatus(status, "subscribing to " + stream, code);
 }
 
-// False: nothing came for a while. Who asks for many messages waits until all of them are there or
-// the time is over. So one is awaited first.
+// False: nothing came for a while. The first message is awaited, and more for a short time behind
+// it.
 bool Collector::Fetch(Batch& batch) {
     using Clock = std::chrono::steady_clock;
-    if (FetchSome(1, kFetchMilliseconds, batch) == 0) {
+    if (!FetchOne(kFetchMilliseconds, batch)) {
         return false;
     }
     const Clock::time_point end = Clock::now() + kGathering;
     while (batch.bytes < kBatchBytes && batch.messages.size() < kBatchMessages) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        const int64_t milliseconds = std::max<int64_t>(left.count(), 1);
-        if (FetchSome(kFetchMessages, milliseconds, batch) < kFetchMessages && left.count() <= 0) {
+        if (!FetchOne(std::max<int64_t>(left.count(), 1), batch) && left.count() <= 0) {
             break;
         }
     }
     return true;
 }
 
-// Returns how many came within the time.
-int Collector::FetchSome(int most, int64_t milliseconds, Batch& batch) {
+// Returns whether one came within the time. The library must not be asked for several: when some of
+// them are there already, it writes more messages into its list than there is room for. A message
+// is large, so that its own question costs little.
+bool Collector::FetchOne(int64_t milliseconds, Batch& batch) {
     natsMsgList list{};
     jsErrCode code{};
     const natsStatus status =
-        natsSubscription_Fetch(&list, subscription_.get(), most, milliseconds, &code);
-    const int count = list.Count;
-    for (int i = 0; i < count; ++i) {
-        Take(std::exchange(list.Msgs[i], nullptr), batch);
+        natsSubscription_Fetch(&list, subscription_.get(), 1, milliseconds, &code);
+    const bool hasCome = list.Count == 1;
+    if (hasCome) {
+        Take(std::exchange(list.Msgs[0], nullptr), batch);
     }
     natsMsgList_Destroy(&list);
     connection_->Check();
     if (status != NATS_TIMEOUT) {
         CheckStatus(status, "fetching", code);
     }
-    return count;
+    return hasCome;
 }
 
 // A message that nobody can read would come again for ever: it is refused for good.

@@ -53,7 +53,7 @@ class Collector {
     void Work();
     void Subscribe();
     bool Fetch(Batch& batch);
-    int FetchSome(int most, int64_t milliseconds, Batch& batch);
+    bool FetchOne(int64_t milliseconds, Batch& batch);
     void Take(natsMsg* message, Batch& batch);
     void StoreUntilDone(const Batch& batch);
     void StoreBatch(const Batch& batch);

@@ -41,6 +41,11 @@ bool IsRefusal(natsStatus status) {
     }
 }
 
+// What the library says, without a reason, when a server ends in the middle of a greeting.
+bool IsBrokenGreeting(natsStatus status, const std::string& text) {
+    return status == NATS_SSL_ERROR && text.find("(null)") != std::string::npos;
+}
+
 std::vector<std::string> SplitServers(const std::string& servers) {
     std::vector<std::string> all;
     std::istringstream in(servers);
@@ -60,7 +65,7 @@ void CheckStatus(natsStatus status, const std::string& doing, jsErrCode code) {
     if (code != 0) {
         text += ", error " + std::to_string(code);
     }
-    throw StreamError(text, !IsRefusal(status));
+    throw StreamError(text, !IsRefusal(status) || IsBrokenGreeting(status, text));
 }
 
 StreamConnection::StreamConnection(const StreamAddress& address, Listener listener)

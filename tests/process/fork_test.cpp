@@ -148,6 +148,9 @@ class LoggingThreads {
 };
 
 TEST_F(ForkOfAProcess, LeavesParentAndChildUsableWhileManyThreadsLog) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "a child waits for ever when a thread was in the sanitizer's own allocator";
+#endif
     Start();
     std::vector<pid_t> children;
     LoggingThreads threads(OperLogger());
