@@ -115,11 +115,12 @@ TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
     LogTo("corba_alarm", "held up");
     std::promise<void> held;
     std::promise<void> ended;
+    TEDebugInfoBuf* const channel = Manager().Channels().Find("corba_alarm");
     std::thread holder([&] {
-        Manager().Channels().Find("corba_alarm")->BeforeFork();
+        channel->BeforeFork();
         held.set_value();
         ended.get_future().wait();
-        Manager().Channels().Find("corba_alarm")->AfterForkInParent();
+        channel->AfterForkInParent();
     });
     held.get_future().wait();
     LogTo("debug", "one");
