@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <system_error>
 
 #include "agent/agentdescription.h"
@@ -167,7 +168,10 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
 }
 
 bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
-    const auto fatalSignals = options_.writeQueuesOnCrash ? FatalSignals::Watch() : nullptr;
+    std::unique_ptr<FatalSignals> fatalSignals;
+    if (options_.writeQueuesOnCrash) {
+        fatalSignals = FatalSignals::Watch();
+    }
     WorkWatch watch(signals_.StopDescriptor());
     for (const auto& bundle : loader.Bundles()) {
         if (const WorkingBundle* const work = bundle->FindWork()) {
