@@ -76,10 +76,8 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
     Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
     acceptance.Done();
-    if (waiting_.Join(waiting)) {
-        WriteGroup(waiting);
-    } else {
-        WaitingRecords::AwaitWriter(waiting);
+    if (!WriteAlone(waiting)) {
+        WriteWithOthers(waiting);
     }
     if (!waiting.done) {
         const Guard fileGuard(fileMutex_);
@@ -96,19 +94,43 @@ UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& 
     return UnnumberedFrame(memory.frame, memory.stamps.Of(record), record);
 }
 
+// Most records come alone. Unanalysed: TryAcquire says whether the mutex is held.
+bool TEDebugInfoBuf::WriteAlone(WaitingRecord& record) NO_THREAD_SAFETY_ANALYSIS {
+    if (!waiting_.MayWriteAlone() || !fileMutex_.TryAcquire()) {
+        return false;
+    }
+    waiting_.BeginAlone();
+    WriteHandled(&record);
+    waiting_.EndAlone();
+    fileMutex_.release();
+    return true;
+}
+
+void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {
+    if (waiting_.Join(record)) {
+        WriteGroup(record);
+    } else {
+        WaitingRecords::AwaitWriter(record);
+    }
+}
+
+void TEDebugInfoBuf::WriteHandled(WaitingRecord* group) {
+    for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
+        statistics_.receivedDirectly.Add(1);
+    }
+    try {
+        logFile_->WriteGroup(group);
+    } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
+    }
+}
+
 void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     WaitingRecord* group = nullptr;
     waiting_.AwaitTurn();
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
-        for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
-            statistics_.receivedDirectly.Add(1);
-        }
-        try {
-            logFile_->WriteGroup(group);
-        } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
-        }
+        WriteHandled(group);
     }
     waiting_.EndWriting(group, own);
 }

@@ -151,6 +151,15 @@ class TEDebugInfoBuf {
     // The record's frame in the memory; empty when it is too early for it.
     UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
 
+    // Writes the record at once unless others are there. Returns whether it is handled.
+    bool WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
+
+    // Writes the record together with those of the threads that come at the same time.
+    void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
+
+    // Writes the records. What throws is left undone.
+    void WriteHandled(WaitingRecord* group) REQUIRES(fileMutex_);
+
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);
 

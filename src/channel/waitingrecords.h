@@ -46,6 +46,15 @@ struct WaitingRecord {
 // Thread safety: any thread may call any operation.
 class WaitingRecords {
   public:
+    // Whether a record that comes now may be written alone: none waits, and none is expected.
+    bool MayWriteAlone() const {
+        return newest_.load(std::memory_order_relaxed) == nullptr && lastGroup_ <= 1;
+    }
+
+    // Around such a write. REQUIRES: the caller holds the file's mutex.
+    void BeginAlone() { writing_.store(true, std::memory_order_relaxed); }
+    void EndAlone() { writing_.store(false, std::memory_order_release); }
+
     // Adds the record. Returns true for the first one of a group: its thread writes the group.
     // Another thread calls AwaitWriter instead.
     bool Join(WaitingRecord& record);
