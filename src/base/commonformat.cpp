@@ -109,8 +109,8 @@ bool CommonFormatter::Literal(const char* text, size_t length) {
     return true;
 }
 
-// Most conversions are a bare letter, or have a precision of one digit. Returns false for any other,
-// and leaves it as it is.
+// Most conversions are a bare letter, or have a precision of one digit. Returns false for any
+// other, and leaves it as it is.
 bool ParseUsual(const char*& format, Conversion& conversion) {
     if (*format == 'd' || *format == 's' || *format == 'u') {
         return true;
@@ -244,8 +244,8 @@ char* WriteDigits(double value, std::chars_format format, int precision, char* o
     return std::to_chars(out, out + kMostDigits, value, format, precision).ptr;
 }
 
-// What std::fegetround says, which would be a call of another library. In any other mode, one of the
-// two sums differs from 1.
+// What std::fegetround says, which would be a call of another library. In any other mode, one of
+// the two sums differs from 1.
 bool RoundsToNearest() {
     volatile float little = std::numeric_limits<float>::min();
     return 1.0F + little == 1.0F - little;

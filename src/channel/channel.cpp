@@ -76,7 +76,9 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
     Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
     acceptance.Done();
-    if (!WriteAlone(waiting)) {
+    if (waiting_.MayWriteAlone()) {
+        WriteAlone(waiting);
+    } else {
         WriteWithOthers(waiting);
     }
     if (!waiting.done) {
@@ -94,16 +96,12 @@ UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& 
     return UnnumberedFrame(memory.frame, memory.stamps.Of(record), record);
 }
 
-// Most records come alone. Unanalysed: TryAcquire says whether the mutex is held.
-bool TEDebugInfoBuf::WriteAlone(WaitingRecord& record) NO_THREAD_SAFETY_ANALYSIS {
-    if (!waiting_.MayWriteAlone() || !fileMutex_.TryAcquire()) {
-        return false;
-    }
-    waiting_.BeginAlone();
+void TEDebugInfoBuf::WriteAlone(WaitingRecord& record) {
+    waiting_.BeginAlone();  // who comes while this one waits for the mutex joins
+    const Guard fileGuard(fileMutex_);
+    waiting_.BeginAlone();  // if another one has ended meanwhile
     WriteHandled(&record);
     waiting_.EndAlone();
-    fileMutex_.release();
-    return true;
 }
 
 void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {

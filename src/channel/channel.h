@@ -149,16 +149,16 @@ class TEDebugInfoBuf {
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
     // The record's frame in the memory; empty when it is too early for it.
-    UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
+    inline UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
 
-    // Writes the record at once unless others are there. Returns whether it is handled.
-    bool WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
+    // Writes the record at once. Most come alone.
+    inline void WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
 
     // Writes the record together with those of the threads that come at the same time.
     void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
 
     // Writes the records. What throws is left undone.
-    void WriteHandled(WaitingRecord* group) REQUIRES(fileMutex_);
+    inline void WriteHandled(WaitingRecord* group) REQUIRES(fileMutex_);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);

@@ -46,12 +46,15 @@ struct WaitingRecord {
 // Thread safety: any thread may call any operation.
 class WaitingRecords {
   public:
-    // Whether a record that comes now may be written alone: none waits, and none is expected.
+    // Whether a record that comes now may be written alone, without joining: none is being written,
+    // none waits, and none is expected. When two threads are told so at the same moment, one of
+    // them waits for the file's mutex.
     bool MayWriteAlone() const {
-        return newest_.load(std::memory_order_relaxed) == nullptr && lastGroup_ <= 1;
+        return !writing_.load(std::memory_order_relaxed) &&
+               newest_.load(std::memory_order_relaxed) == nullptr && lastGroup_ <= 1;
     }
 
-    // Around such a write. REQUIRES: the caller holds the file's mutex.
+    // Around such a write. Who comes in between joins.
     void BeginAlone() { writing_.store(true, std::memory_order_relaxed); }
     void EndAlone() { writing_.store(false, std::memory_order_release); }
 
