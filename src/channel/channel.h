@@ -148,6 +148,8 @@ class TEDebugInfoBuf {
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
+    // Those that are inline have one caller, and are the way of most records.
+
     // The record's frame in the memory; empty when it is too early for it.
     inline UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
 

@@ -14,7 +14,7 @@ namespace {
 constexpr int kLooks = 200;
 constexpr int kYields = 50;
 
-// Half a microsecond.
+// About a microsecond.
 constexpr int kLooksForFollowers = 40;
 
 // With three records more in a write, it costs each of them little already.
