@@ -2,11 +2,11 @@
 
 #include <langinfo.h>
 
-#include <cfenv>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <type_traits>
 
@@ -109,10 +109,23 @@ bool CommonFormatter::Literal(const char* text, size_t length) {
     return true;
 }
 
+// Most conversions are a bare letter, or have a precision of one digit. Returns false for any
+// other, and leaves it as it is.
+bool ParseUsual(const char*& format, Conversion& conversion) {
+    if (*format == 'd' || *format == 's' || *format == 'u') {
+        return true;
+    }
+    if (format[0] != '.' || format[1] < '0' || format[1] > '9' || format[2] != 'f') {
+        return false;
+    }
+    conversion.precision = format[1] - '0';
+    format += 2;
+    return true;
+}
+
 bool CommonFormatter::Convert(const char*& format, FormatArguments& arguments) {
     Conversion conversion;
-    const bool isBare = *format == 'd' || *format == 's' || *format == 'u';
-    if (!isBare && !ParseConversion(format, arguments, conversion)) {
+    if (!ParseUsual(format, conversion) && !ParseConversion(format, arguments, conversion)) {
         return false;
     }
     switch (*format++) {
@@ -231,6 +244,13 @@ char* WriteDigits(double value, std::chars_format format, int precision, char* o
     return std::to_chars(out, out + kMostDigits, value, format, precision).ptr;
 }
 
+// What std::fegetround says, which would be a call of another library. In any other mode, one of
+// the two sums differs from 1.
+bool RoundsToNearest() {
+    volatile float little = std::numeric_limits<float>::min();
+    return 1.0F + little == 1.0F - little;
+}
+
 bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& arguments,
                                std::chars_format format) {
     if (conversion.length != ConversionLength::kInt &&
@@ -242,7 +262,7 @@ bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& ar
         conversion.precision == kNoPrecision ? kDefaultPrecision : conversion.precision;
     const char* point = nl_langinfo(RADIXCHAR);
     if (!(std::fabs(value) < kMostMagnitude) || precision > kMostPrecision || point[0] != '.' ||
-        point[1] != '\0' || std::fegetround() != FE_TONEAREST) {
+        point[1] != '\0' || !RoundsToNearest()) {
         return false;
     }
     if (!IsPlain(conversion)) {

@@ -76,10 +76,10 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
     Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
     acceptance.Done();
-    if (waiting_.Join(waiting)) {
-        WriteGroup(waiting);
+    if (waiting_.MayWriteAlone()) {
+        WriteAlone(waiting);
     } else {
-        WaitingRecords::AwaitWriter(waiting);
+        WriteWithOthers(waiting);
     }
     if (!waiting.done) {
         const Guard fileGuard(fileMutex_);
@@ -96,19 +96,39 @@ UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& 
     return UnnumberedFrame(memory.frame, memory.stamps.Of(record), record);
 }
 
+void TEDebugInfoBuf::WriteAlone(WaitingRecord& record) {
+    waiting_.BeginAlone();  // who comes while this one waits for the mutex joins
+    const Guard fileGuard(fileMutex_);
+    waiting_.BeginAlone();  // if another one has ended meanwhile
+    WriteHandled(&record);
+    waiting_.EndAlone();
+}
+
+void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {
+    if (waiting_.Join(record)) {
+        WriteGroup(record);
+    } else {
+        WaitingRecords::AwaitWriter(record);
+    }
+}
+
+void TEDebugInfoBuf::WriteHandled(WaitingRecord* group) {
+    for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
+        statistics_.receivedDirectly.Add(1);
+    }
+    try {
+        logFile_->WriteGroup(group);
+    } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
+    }
+}
+
 void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     WaitingRecord* group = nullptr;
     waiting_.AwaitTurn();
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
-        for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
-            statistics_.receivedDirectly.Add(1);
-        }
-        try {
-            logFile_->WriteGroup(group);
-        } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
-        }
+        WriteHandled(group);
     }
     waiting_.EndWriting(group, own);
 }

@@ -148,8 +148,19 @@ class TEDebugInfoBuf {
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
+    // Those that are inline have one caller, and are the way of most records.
+
     // The record's frame in the memory; empty when it is too early for it.
-    UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
+    inline UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
+
+    // Writes the record at once. Most come alone.
+    inline void WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
+
+    // Writes the record together with those of the threads that come at the same time.
+    void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
+
+    // Writes the records. What throws is left undone.
+    inline void WriteHandled(WaitingRecord* group) REQUIRES(fileMutex_);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);

@@ -47,7 +47,10 @@ class CurrentFile {
     bool KeepsRecords() const { return policy_.Get() == FilePolicy::kKeepRecords; }
 
     // Returns whether a piece may be written now. Opens a file if none is open.
-    bool IsReady() { return (IsOpen() && !failing_) || MakeReady(); }
+    bool IsReady() { return IsSound() || MakeReady(); }
+
+    // Whether a file is open and its last write has not failed.
+    bool IsSound() const { return IsOpen() && !failing_; }
 
     // Begins the next file in the place of the current one, if any. Returns whether it has begun:
     // not when it cannot be had, and with kKeepRecords not while the current file has its name.

@@ -83,11 +83,10 @@ uint64_t FileStream::Size() const {
     return ::fstat(descriptor_, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
 }
 
-WriteResult FileStream::Write(std::string_view bytes) {
+// The first write has taken so much, or failed.
+WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
     WriteResult result;
-    while (result.written < bytes.size() && !result.error) {
-        const ssize_t taken =
-            ::write(descriptor_, bytes.data() + result.written, bytes.size() - result.written);
+    for (;;) {
         if (taken > 0) {
             result.written += static_cast<size_t>(taken);
         } else if (taken == 0) {
@@ -96,8 +95,11 @@ WriteResult FileStream::Write(std::string_view bytes) {
         } else if (errno != EINTR) {
             result.error = LastError();
         }
+        if (result.error || result.written == bytes.size()) {
+            return result;
+        }
+        taken = ::write(descriptor_, bytes.data() + result.written, bytes.size() - result.written);
     }
-    return result;
 }
 
 std::error_code FileStream::CutBack(size_t size) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -66,7 +67,11 @@ class FileStream {
     uint64_t Size() const;
 
     // Appends `bytes` to the file. After a failure, CutBack can remove what was written.
-    WriteResult Write(std::string_view bytes);
+    WriteResult Write(std::string_view bytes) {
+        const ssize_t taken = ::write(descriptor_, bytes.data(), bytes.size());
+        return taken == static_cast<ssize_t>(bytes.size()) ? WriteResult{bytes.size(), {}}
+                                                           : WriteRest(bytes, taken);
+    }
 
     // Removes the last `size` bytes of the file.
     std::error_code CutBack(size_t size);
@@ -87,6 +92,7 @@ class FileStream {
 
   private:
     std::error_code Open(const std::string& path, int flags, mode_t mode);
+    WriteResult WriteRest(std::string_view bytes, ssize_t taken);
 
     int descriptor_ = -1;
     FileIdentity identity_;

@@ -99,7 +99,6 @@ struct LogFile::GroupedRecords {
             file.frames_.Append(at->frame.Number(file.Number()));
         }
     }
-    bool IsAlone() const { return at->next == nullptr && !at->frame.IsEmpty(); }
     void MarkDone() const { at->done = true; }
 };
 
@@ -113,13 +112,43 @@ void LogFile::WriteRecords(const RecordQueue& records) {
 }
 
 void LogFile::WriteGroup(WaitingRecord* first) {
-    GroupedRecords next{first};
-    if (next.IsAlone()) {
-        next = WriteAlone(next);
+    if (first->next == nullptr && IsReadyFor(*first)) {
+        WriteAlone(*first);
+    } else {
+        WriteBatches(first);
     }
+}
+
+// Whether the record's frame only has to be written.
+bool LogFile::IsReadyFor(const WaitingRecord& record) const {
+    return !record.frame.IsEmpty() && file_.IsSound();
+}
+
+void LogFile::WriteBatches(WaitingRecord* first) {
+    GroupedRecords next{first};
     while (!next.AtEnd()) {
         next = WriteBatch(next);
     }
+}
+
+// Most groups are one record. Its frame is written from where its thread has made it.
+void LogFile::WriteAlone(WaitingRecord& record) {
+    ++recordNumber_;
+    const std::string_view frame = record.frame.Number(Number());
+    const WriteResult result = file_.Write(frame);
+    if (result.error) {
+        SalvageAlone(record, frame.size(), result);
+        return;
+    }
+    statistics_.recordsWritten.Add(1);
+    record.done = true;
+    RotateIfFull();
+}
+
+// The record's write has failed. It may belong into the next file.
+void LogFile::SalvageAlone(WaitingRecord& record, size_t frameSize, const WriteResult& failed) {
+    file_.KeepOnly(0, failed);
+    WriteBatches(Lose(GroupedRecords{&record}, frameSize, failed.error).at);
 }
 
 // Makes the frames of the records from `first` on that go into one write. Returns the first one
@@ -183,26 +212,6 @@ Records LogFile::WriteBatch(Records first) {
     }
     RotateIfFull();
     return next;
-}
-
-// The frame of one record is written from where its thread has made it. Returns the record again
-// when it belongs into the next file.
-LogFile::GroupedRecords LogFile::WriteAlone(GroupedRecords record) {
-    if (!EnsureOpen()) {
-        return DropUnready(record);
-    }
-    ++recordNumber_;
-    const std::string_view frame = record.at->frame.Number(Number());
-    const WriteResult result = file_.Write(frame);
-    if (result.error) {
-        file_.KeepOnly(0, result);
-        return Lose(record, frame.size(), result.error);
-    }
-    statistics_.recordsWritten.Add(1);
-    record.MarkDone();
-    record.Next();
-    RotateIfFull();
-    return record;
 }
 
 // The records before which the next file begins, or those that fit into one write. A file that is

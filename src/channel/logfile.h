@@ -121,7 +121,12 @@ class LogFile {
     void CountingLosses(uint64_t records, Write write);
     template <class Records>
     Records WriteBatch(Records first);
-    GroupedRecords WriteAlone(GroupedRecords record);
+    bool IsReadyFor(const WaitingRecord& record) const;
+    void WriteAlone(WaitingRecord& record);
+    // Not inlined: hardly ever called.
+    __attribute__((noinline)) void SalvageAlone(WaitingRecord& record, size_t frameSize,
+                                                const WriteResult& failed);
+    __attribute__((noinline)) void WriteBatches(WaitingRecord* first);
     template <class Records>
     Records FrameBatch(Records first);
     template <class Records>

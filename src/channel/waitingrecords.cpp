@@ -2,6 +2,8 @@
 
 #include <sched.h>
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace NS_LOG_SERVICE1 {
@@ -11,6 +13,12 @@ namespace {
 // others run, and when the disk is slow it sleeps.
 constexpr int kLooks = 200;
 constexpr int kYields = 50;
+
+// About a microsecond.
+constexpr int kLooksForFollowers = 40;
+
+// With three records more in a write, it costs each of them little already.
+constexpr int kMostFollowers = 3;
 
 inline void Pause() {
 #if defined(__x86_64__) || defined(__i386__)
@@ -44,7 +52,11 @@ bool WaitingRecords::Join(WaitingRecord& record) {
         record.next = newest;
     } while (!newest_.compare_exchange_weak(newest, &record, std::memory_order_release,
                                             std::memory_order_relaxed));
-    return newest == nullptr;
+    if (newest == nullptr) {
+        return true;
+    }
+    followers_.fetch_add(1, std::memory_order_relaxed);
+    return false;
 }
 
 void WaitingRecords::AwaitWriter(WaitingRecord& record) {
@@ -64,18 +76,42 @@ void WaitingRecords::AwaitWriter(WaitingRecord& record) {
     ::sem_destroy(&record.wake);
 }
 
+// The threads of the group before go on together, and those that log without a pause come back
+// together. If that group is still being written, they come in addition to the caller.
 void WaitingRecords::AwaitTurn() const {
-    AwaitBriefly([this] { return !writing_.load(std::memory_order_acquire); });
+    int expected = lastGroup_ - 1;
+    if (writing_.load(std::memory_order_acquire)) {
+        AwaitBriefly([this] { return !writing_.load(std::memory_order_acquire); });
+        ++expected;
+    }
+    AwaitFollowers(std::min(expected, mostFollowers_));
+}
+
+void WaitingRecords::AwaitFollowers(int expected) const {
+    for (int i = 0; i < kLooksForFollowers; ++i) {
+        if (followers_.load(std::memory_order_relaxed) >= expected) {
+            return;
+        }
+        Pause();
+    }
+}
+
+// Those that can come while the caller looks: the others wait for a processor.
+int WaitingRecords::MostFollowers() {
+    return std::min(static_cast<int>(std::thread::hardware_concurrency()) - 1, kMostFollowers);
 }
 
 WaitingRecord* WaitingRecords::BeginWriting() {
     writing_.store(true, std::memory_order_relaxed);
     WaitingRecord* newest = newest_.exchange(nullptr, std::memory_order_acquire);
+    followers_.store(0, std::memory_order_relaxed);
     WaitingRecord* oldest = nullptr;
-    while (newest != nullptr) {
+    int size = 0;
+    for (; newest != nullptr; ++size) {
         WaitingRecord* const next = std::exchange(newest->next, oldest);
         oldest = std::exchange(newest, next);
     }
+    lastGroup_ = size;
     return oldest;
 }
 

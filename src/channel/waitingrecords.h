@@ -5,6 +5,7 @@
 
 #include <atomic>
 
+#include "base/relaxedatomic.h"
 #include "channel/framing.h"
 #include "record/logrecord.h"
 
@@ -37,9 +38,26 @@ struct WaitingRecord {
 // A writer writes one group only, so nobody writes for others for ever, and each thread's records
 // stay in order, since a thread waits for each of them.
 //
+// Two threads that log without a pause would take turns all the same: while one writes, the other
+// comes, and writes its record alone. So a writer that has reason to expect company waits for it,
+// about a microsecond at most: a thread needs half of that from one record to the next. The threads
+// then come together and share each write, 1,070 in place of 815 records in a millisecond.
+//
 // Thread safety: any thread may call any operation.
 class WaitingRecords {
   public:
+    // Whether a record that comes now may be written alone, without joining: none is being written,
+    // none waits, and none is expected. When two threads are told so at the same moment, one of
+    // them waits for the file's mutex.
+    bool MayWriteAlone() const {
+        return !writing_.load(std::memory_order_relaxed) &&
+               newest_.load(std::memory_order_relaxed) == nullptr && lastGroup_ <= 1;
+    }
+
+    // Around such a write. Who comes in between joins.
+    void BeginAlone() { writing_.store(true, std::memory_order_relaxed); }
+    void EndAlone() { writing_.store(false, std::memory_order_release); }
+
     // Adds the record. Returns true for the first one of a group: its thread writes the group.
     // Another thread calls AwaitWriter instead.
     bool Join(WaitingRecord& record);
@@ -47,7 +65,8 @@ class WaitingRecords {
     // Returns when the group's writer has handled the record. REQUIRES: Join returned false.
     static void AwaitWriter(WaitingRecord& record);
 
-    // Returns when no other group is being written, or after a while: the file's mutex decides.
+    // Returns when no other group is being written and those who are expected have joined, or after
+    // a while: the file's mutex decides. REQUIRES: Join returned true.
     void AwaitTurn() const;
 
     // Ends the group and returns it, in the order of arrival. Later records make the next group.
@@ -62,11 +81,20 @@ class WaitingRecords {
     void AfterForkInChild() {
         newest_ = nullptr;
         writing_ = false;
+        followers_ = 0;
+        lastGroup_ = 0;
     }
 
   private:
+    static int MostFollowers();
+    void AwaitFollowers(int expected) const;
+
     std::atomic<WaitingRecord*> newest_{nullptr};
     std::atomic<bool> writing_{false};
+    // For an estimate only; they may be wrong by a record that comes at this moment.
+    std::atomic<int> followers_{0};    // that have joined the first one of the next group
+    RelaxedAtomic<int> lastGroup_{0};  // the records of the group that was taken last
+    const int mostFollowers_ = MostFollowers();
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -1,0 +1,116 @@
+// Records of several threads on their way into one file.
+#include "channel/waitingrecords.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "support/waiting.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+using NS_TEST::FinishesOnAnotherThread;
+
+class WaitingRecordsTest : public testing::Test {
+  protected:
+    // Writes a group of two; its threads have gone on.
+    void WriteTogether() {
+        waiting_.Join(first_);
+        waiting_.Join(second_);
+        waiting_.EndWriting(waiting_.BeginWriting(), first_);
+    }
+
+    const LogRecord record_;
+    WaitingRecord first_{record_, UnnumberedFrame()};
+    WaitingRecord second_{record_, UnnumberedFrame()};
+    WaitingRecord third_{record_, UnnumberedFrame()};
+    WaitingRecords waiting_;
+};
+
+TEST_F(WaitingRecordsTest, OneThatComesWhileNobodyWritesIsWrittenAlone) {
+    EXPECT_TRUE(waiting_.MayWriteAlone());
+    waiting_.BeginAlone();
+    EXPECT_FALSE(waiting_.MayWriteAlone());
+    waiting_.EndAlone();
+    EXPECT_TRUE(waiting_.MayWriteAlone());
+}
+
+// It would pass the one that waits.
+TEST_F(WaitingRecordsTest, NoneIsWrittenAloneBesideOneThatWaits) {
+    waiting_.Join(first_);
+    EXPECT_FALSE(waiting_.MayWriteAlone());
+}
+
+TEST_F(WaitingRecordsTest, NoneIsWrittenAloneWhileAGroupIsWritten) {
+    waiting_.Join(first_);
+    WaitingRecord* const group = waiting_.BeginWriting();
+    EXPECT_FALSE(waiting_.MayWriteAlone());
+    waiting_.EndWriting(group, first_);
+    EXPECT_TRUE(waiting_.MayWriteAlone());
+}
+
+// Threads that have gone on together come back together.
+TEST_F(WaitingRecordsTest, NoneIsWrittenAloneBehindAGroupOfTwo) {
+    WriteTogether();
+    EXPECT_FALSE(waiting_.MayWriteAlone());
+}
+
+TEST_F(WaitingRecordsTest, TheFirstOneOfAGroupWritesItInTheOrderOfArrival) {
+    EXPECT_TRUE(waiting_.Join(first_));
+    EXPECT_FALSE(waiting_.Join(second_));
+    EXPECT_FALSE(waiting_.Join(third_));
+    WaitingRecord* const group = waiting_.BeginWriting();
+    EXPECT_EQ(group, &first_);
+    EXPECT_EQ(group->next, &second_);
+    EXPECT_EQ(group->next->next, &third_);
+    EXPECT_EQ(group->next->next->next, nullptr);
+}
+
+TEST_F(WaitingRecordsTest, OneThatComesWhileAGroupIsWrittenBelongsToTheNextGroup) {
+    waiting_.Join(first_);
+    WaitingRecord* const group = waiting_.BeginWriting();
+    EXPECT_TRUE(waiting_.Join(second_));
+    waiting_.EndWriting(group, first_);
+    EXPECT_EQ(waiting_.BeginWriting(), &second_);
+}
+
+TEST_F(WaitingRecordsTest, AWriterDoesNotWaitForEverForThoseWhoAreExpected) {
+    WriteTogether();
+    waiting_.Join(third_);
+    EXPECT_TRUE(FinishesOnAnotherThread([this] { waiting_.AwaitTurn(); }));
+    waiting_.EndWriting(waiting_.BeginWriting(), third_);
+    EXPECT_TRUE(waiting_.MayWriteAlone());
+}
+
+// Nor for a group whose writer stands still: the file's mutex decides.
+TEST_F(WaitingRecordsTest, AWriterDoesNotWaitForEverForAnotherOne) {
+    waiting_.Join(first_);
+    waiting_.BeginWriting();
+    waiting_.Join(second_);
+    EXPECT_TRUE(FinishesOnAnotherThread([this] { waiting_.AwaitTurn(); }));
+}
+
+TEST_F(WaitingRecordsTest, AThreadThatSleepsIsWokenWhenItsRecordIsHandled) {
+    waiting_.Join(first_);
+    waiting_.Join(second_);
+    std::thread sleeper([this] { WaitingRecords::AwaitWriter(second_); });
+    while (second_.state != WaitingRecord::kAsleep) {
+        std::this_thread::yield();
+    }
+    waiting_.EndWriting(waiting_.BeginWriting(), first_);
+    sleeper.join();
+    EXPECT_EQ(second_.state, WaitingRecord::kHandled);
+}
+
+TEST_F(WaitingRecordsTest, AChildProcessForgetsThoseOfItsParent) {
+    WriteTogether();
+    waiting_.Join(third_);
+    waiting_.BeginAlone();
+    waiting_.AfterForkInChild();
+    EXPECT_TRUE(waiting_.MayWriteAlone());
+    EXPECT_EQ(waiting_.BeginWriting(), nullptr);
+}
+
+}  // namespace
+}  // namespace NS_LOG_SERVICE1
