@@ -156,7 +156,9 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
 
     // From here on: version 2.
 
-    // Sets the policy of all channels. Initially LOG_FILE_POLICY_CONTRACT.
+    // Sets the policy of all channels. Initially LOG_FILE_POLICY_CONTRACT. Once it was called,
+    // whatever the policy, the service also reports through the log proxy at its end how many
+    // records of which categories were lost; otherwise losses are only counted.
     virtual void SetFilePolicy(LogFilePolicy policy) = 0;
     virtual LogFilePolicy GetFilePolicy() = 0;
 

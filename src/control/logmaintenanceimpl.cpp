@@ -155,6 +155,7 @@ void LogMaintenanceImpl::GetModules(std::vector<ModuleStatus>& modules) {
 }
 
 void LogMaintenanceImpl::SetFilePolicy(LogFilePolicy policy) {
+    reportsLosses_ = true;
     manager_.Channels().SetFilePolicy(
         policy == LOG_FILE_POLICY_KEEP_RECORDS ? FilePolicy::kKeepRecords : FilePolicy::kContract);
 }

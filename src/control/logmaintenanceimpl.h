@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/relaxedatomic.h"
 #include "control/queuedoutput.h"
 #include "manager/logmgr.h"
 #include "qv_base_log/logmaintenanceinterface.h"
@@ -22,6 +23,10 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
 
     // See QueuedOutput.
     void AfterForkInChild() { queuedOutput_.AfterForkInChild(); }
+
+    // Whether the service reports at its end what was lost: not before somebody has chosen a
+    // policy. Losses are silent where nobody administers the service.
+    bool ReportsLosses() const { return reportsLosses_; }
 
     std::string GetIFName() const override { return LOG_MAINTENANCE_INTERFACE_NAME; }
     bool IsValid() const override { return true; }
@@ -57,6 +62,7 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
 
     LogMgr& manager_;
     QueuedOutput queuedOutput_;
+    RelaxedAtomic<bool> reportsLosses_{false};
 };
 
 }  // namespace NS_LOG_SERVICE1

@@ -47,6 +47,10 @@ void ReportLosses() {
 
 }  // namespace
 
+LogMaintenanceImpl* MaintenanceService::Maintenance() const {
+    return static_cast<LogMaintenanceImpl*>(interface_);
+}
+
 MaintenanceService::MaintenanceService()
     : ServiceObjectBase("qv_base_bundle", "qv_base_log_maintenance") {}
 
@@ -63,8 +67,13 @@ void MaintenanceService::Finish() {
     if (service == nullptr) {
         return;
     }
+    const LogMaintenanceImpl* maintenance = service->Maintenance();
+    const bool reportsLosses = maintenance != nullptr && maintenance->ReportsLosses();
     service->RemoveInterface();
     maintenanceService.Destroy();
+    if (!reportsLosses) {
+        return;
+    }
     try {
         ReportLosses();
     } catch (...) {  // NOLINT: whatever a report meets, the service must end
@@ -73,8 +82,8 @@ void MaintenanceService::Finish() {
 
 void MaintenanceService::AfterForkInChild() {
     const MaintenanceService* service = maintenanceService.InstanceIfAny();
-    if (service != nullptr && service->interface_ != nullptr) {
-        static_cast<LogMaintenanceImpl*>(service->interface_)->AfterForkInChild();
+    if (service != nullptr && service->Maintenance() != nullptr) {
+        service->Maintenance()->AfterForkInChild();
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bundlemgr/corbaconfigitems.h"
@@ -49,7 +50,8 @@ int32_t ToNumber(const std::string& text) {
     return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
 }
 
-// Returns the trimmed values of all items, or nothing when one is missing.
+// Returns the trimmed values of all items, or nothing when one is missing. All are found before the
+// first one is trimmed.
 std::vector<std::string> ReadSwitchItems() {
     std::vector<NameValueStru> items;
     NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetCorbaConfigItems(items);
@@ -60,7 +62,10 @@ std::vector<std::string> ReadSwitchItems() {
             item.missing.Report();
             return {};
         }
-        values.push_back(NS_UTIL::Trim(value));
+        values.push_back(std::move(value));
+    }
+    for (std::string& value : values) {
+        value = NS_UTIL::Trim(value);
     }
     return values;
 }

@@ -1,6 +1,7 @@
 #include "record/contextheader.h"
 
-#include <string_view>
+#include <algorithm>
+#include <cstring>
 
 #include "base/copytext.h"
 #include "util/threadcontext.h"
@@ -12,45 +13,55 @@ NS_UTIL::ThreadContextInfo ThreadContext() {
     return NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext();
 }
 
-// Writes pieces one after the other into memory that is large enough.
-class PieceWriter {
-  public:
-    explicit PieceWriter(char* at) : at_(at) {}
-    PieceWriter& operator<<(std::string_view piece) {
-        at_ = CopyText(at_, piece.data(), piece.size());
-        return *this;
-    }
-
-  private:
-    char* at_;
-};
-
 constexpr std::string_view kThreadLabel = ",TopT:";
 constexpr std::string_view kInterfaceLabel = ",If:";
 constexpr std::string_view kUserLabel = ",UserMsg:";
 
 }  // namespace
 
-// Fetches the context anew for each item: an upper layer may complete it while the operation runs.
+// Fetches the context anew for each item, and lets go of it before the next: an upper layer may
+// complete it while the operation runs.
+//
+// The UUID comes last but stands first. The others are written behind the place of the last UUID,
+// and moved only when this one has another size: a thread's next record is often of the same
+// operation.
 void ContextHeader::Build() {
-    const std::string_view threadId = threadId_.Of(ThreadContext().GetThreadId());
-    const NS_UTIL::ThreadContextInfo interfaceContext = ThreadContext();
-    const std::string_view interfaceName = interfaceContext.GetInterfaceName();
-    const NS_UTIL::ThreadContextInfo userContext = ThreadContext();
-    const std::string_view userInfo = userContext.GetUserInfo();
-    const NS_UTIL::ThreadContextInfo operationContext = ThreadContext();
-    const std::string_view uuid = operationContext.GetOperUUID();
-
-    // A string that has its size already is not touched by this: a thread's next record is often
-    // of the same operation.
-    const size_t size = uuid.size() + kThreadLabel.size() + threadId.size() +
-                        kInterfaceLabel.size() + interfaceName.size() + kUserLabel.size() +
-                        userInfo.size();
-    if (text_.size() != size) {
-        text_.resize(size);
+    char* at = memory_.data() + uuidSize_;
+    at = Put(at, kThreadLabel, threadId_.Of(ThreadContext().GetThreadId()));
+    at = Put(at, kInterfaceLabel, ThreadContext().GetInterfaceName());
+    at = Put(at, kUserLabel, ThreadContext().GetUserInfo());
+    size_ = static_cast<size_t>(at - memory_.data());
+    const NS_UTIL::ThreadContextInfo operation = ThreadContext();
+    const std::string& uuid = operation.GetOperUUID();
+    if (uuid.size() != uuidSize_) {
+        MoveBehindUuid(uuid.size());
     }
-    PieceWriter(text_.data()) << uuid << kThreadLabel << threadId << kInterfaceLabel
-                              << interfaceName << kUserLabel << userInfo;
+    CopyText(memory_.data(), uuid.data(), uuid.size());
+}
+
+inline char* ContextHeader::Put(char* at, std::string_view label, std::string_view item) {
+    const size_t size = label.size() + item.size();
+    if (static_cast<size_t>(memory_.data() + memory_.size() - at) < size) {
+        at = Grow(static_cast<size_t>(at - memory_.data()), size);
+    }
+    at = CopyText(at, label.data(), label.size());
+    return CopyText(at, item.data(), item.size());
+}
+
+// Returns the place behind the first `kept` bytes, where there is room for `size` more.
+char* ContextHeader::Grow(size_t kept, size_t size) {
+    memory_.resize(std::max(kept + size, 2 * memory_.size()));
+    return memory_.data() + kept;
+}
+
+void ContextHeader::MoveBehindUuid(size_t uuidSize) {
+    const size_t rest = size_ - uuidSize_;
+    if (uuidSize + rest > memory_.size()) {
+        Grow(size_, uuidSize);
+    }
+    std::memmove(memory_.data() + uuidSize, memory_.data() + uuidSize_, rest);
+    uuidSize_ = uuidSize;
+    size_ = uuidSize + rest;
 }
 
 std::string BuildContextHeader() {

@@ -23,18 +23,26 @@ class ContextHeader {
     void Build();
 
     // Valid until the next Build.
-    std::string_view Text() const { return text_; }
+    std::string_view Text() const { return {memory_.data(), size_}; }
 
     // Of the memory; frees what is more than `size`, with the text.
-    size_t Capacity() const { return text_.capacity(); }
+    size_t Capacity() const { return memory_.capacity(); }
     void FreeIfLarger(size_t size) {
         if (Capacity() > size) {
-            std::string().swap(text_);
+            std::string().swap(memory_);
+            size_ = 0;
+            uuidSize_ = 0;
         }
     }
 
   private:
-    std::string text_;
+    char* Put(char* at, std::string_view label, std::string_view item);
+    char* Grow(size_t kept, size_t size);
+    void MoveBehindUuid(size_t uuidSize);
+
+    std::string memory_;  // the text, and behind it what is left of longer ones
+    size_t size_ = 0;     // of the text
+    size_t uuidSize_ = 0;
     DecimalText threadId_;
 };
 

@@ -1,6 +1,7 @@
 // In which order a record is made: the clock, the text, the context, and the decision what becomes
 // of it. This program has a clock, a conversion, thread contexts and JSON writers of its own in the
 // place of the libraries' and the platform's.
+#include <dlfcn.h>
 #include <json/value.h>
 #include <json/writer.h>
 #include <sys/syscall.h>
@@ -75,6 +76,15 @@ ThreadContextInfo ThreadContextMgr::GetThreadContext() const noexcept {
                              "uuid" + number);
 }
 
+// Does what the platform's does.
+ThreadContextInfo::~ThreadContextInfo() {
+    using Destructor = void (*)(ThreadContextInfo*);
+    static const auto destructor =
+        reinterpret_cast<Destructor>(dlsym(RTLD_NEXT, "_ZN7NS_UTIL17ThreadContextInfoD1Ev"));
+    t_steps.Take("drop");
+    destructor(this);
+}
+
 }  // namespace NS_UTIL
 
 namespace NS_BUNDLEMGR1 {
@@ -113,8 +123,9 @@ TEST_F(RecordOrder, IsTheClockThenTheTextThenTheContextAsOftenAsItHasItems) {
     Manager().outputmode = 1;
     for (const int level : {-1, 1}) {
         Observe(level);
-        EXPECT_THAT(t_steps.taken, testing::ElementsAre("clock", "conversion", "context", "context",
-                                                        "context", "context"));
+        EXPECT_THAT(t_steps.taken,
+                    testing::ElementsAre("clock", "conversion", "context", "drop", "context",
+                                         "drop", "context", "drop", "context", "drop"));
     }
     Debug()->EnableLevel(0);
     t_steps.contexts = 4;
@@ -163,8 +174,9 @@ TEST_F(RecordOrder, HasAJsonWriterForEachAlarm) {
     t_steps.observed = true;
     logger->LogAlarm("f.cpp", "Run", 7, alarms);
     t_steps.observed = false;
-    const std::vector<std::string> each = {"writer",  "clock",   "conversion", "context",
-                                           "context", "context", "context"};
+    const std::vector<std::string> each = {"writer", "clock",   "conversion", "context",
+                                           "drop",   "context", "drop",       "context",
+                                           "drop",   "context", "drop"};
     std::vector<std::string> both = each;
     both.insert(both.end(), each.begin(), each.end());
     EXPECT_EQ(t_steps.taken, both);

@@ -93,6 +93,7 @@ TEST_F(FileMaintenance, KeepsBooksThatClose) {
 TEST_F(FileMaintenance, ShowsWhatWasOverwrittenAndReportsItAtTheEnd) {
     store_.Set("logfilesize", "60");
     Start();
+    Maintenance().SetFilePolicy(LOG_FILE_POLICY_CONTRACT);
     LogUntilSomethingIsOverwritten();
     Log(3, "evicted or kept, which is no loss");
     const ChannelBooks books = Books();

@@ -218,6 +218,7 @@ std::string Farewell(const std::string& text) {
 
 TEST_F(MaintenanceInterface, ReportsAtTheEndWhatCouldNotBeWritten) {
     Start();
+    Maintenance().SetFilePolicy(LOG_FILE_POLICY_CONTRACT);
     WriteFile(Path("log"), "in the way");
     Manager().outputmode = 1;
     Log(1, "queued until the end");
@@ -230,9 +231,30 @@ TEST_F(MaintenanceInterface, ReportsAtTheEndWhatCouldNotBeWritten) {
     EXPECT_THAT(Proxy().Texts(), Contains(HasSubstr("qv_base_log::fini")).Times(1));
 }
 
+// Without an administrator the end is the plain one, too: the monitor goes before any file is
+// opened or closed.
+TEST_F(MaintenanceInterface, ReportsNoLossWhereNobodyHasChosenAPolicy) {
+    Start();
+    WriteFile(Path("log"), "in the way");
+    Log(1, "lost");
+    ASSERT_EQ(Channel("corbaoper").recordsDropped, 1U);
+    std::filesystem::remove(Path("log"));
+    bool monitorGone = false;
+    Proxy().onPrint = [&](const std::string& text) {
+        monitorGone = true;
+        EXPECT_THAT(text, HasSubstr("LogSwitchMonitorMgr Exit!"));
+        EXPECT_FALSE(std::filesystem::exists(Path("log")));
+    };
+    Stop();
+    Proxy().onPrint = nullptr;
+    EXPECT_TRUE(monitorGone);
+    EXPECT_THAT(ListFiles(Path("log")), SizeIs(7));
+}
+
 TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
     store_.Set("filterbuflength", "1");
     Start();
+    Maintenance().SetFilePolicy(LOG_FILE_POLICY_CONTRACT);
     Log(1, "written");
     Log(2, "evicted, which is the fate of a level that is off");
     Log(2, "still kept back, which is too");
@@ -243,6 +265,7 @@ TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
 // Whatever a report meets, the service must end.
 TEST_F(MaintenanceInterface, EndsWhenItsReportFails) {
     Start();
+    Maintenance().SetFilePolicy(LOG_FILE_POLICY_CONTRACT);
     WriteFile(Path("log"), "in the way");
     Log(1, "lost");
     Proxy().onPrint = [](const std::string& text) {

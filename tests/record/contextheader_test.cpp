@@ -55,5 +55,21 @@ TEST(ContextHeader, FollowsEveryChangeOfTheCallingThreadsContext) {
     EXPECT_EQ(elsewhere, ",TopT:0,If:,UserMsg:");
 }
 
+// Its memory keeps what the text before has left there.
+TEST(ContextHeader, IsTheSameInUsedMemory) {
+    ContextHeader header;
+    for (const size_t uuidLength : {3U, 3U, 0U, 40U, 41U, 1U, 9000U, 9000U, 2U}) {
+        for (const size_t userLength : {0U, 5000U, 5U}) {
+            const std::string uuid(uuidLength, 'o');
+            const std::string user(userLength, 'u');
+            const ThreadContextScope scope(ThreadContextInfo(7, "getNE", user, uuid));
+            header.Build();
+            EXPECT_EQ(header.Text(), uuid + ",TopT:7,If:getNE,UserMsg:" + user);
+        }
+        header.FreeIfLarger(8000);
+        EXPECT_LE(header.Capacity(), 8000U);
+    }
+}
+
 }  // namespace
 }  // namespace NS_LOG_SERVICE1
