@@ -22,7 +22,8 @@ STATEMENT = re.compile(
     r"^\s+(?!return|using|const |constexpr|static|auto |throw|delete|case|default|struct|class|enum)"
     r"(\+\+[\w.>\-\[\]()]+|[\w:.>\-\[\]*]+( [+-]?= .*|\(.*\)));$")
 COMMENT = r"//.*"
-TEXT = r'"(\\.|[^"\\])*"|\'(\\.|[^\'\\])+\''
+# A mark between digits, as in 1'000, begins no character.
+TEXT = r'"(\\.|[^"\\])*"|(?<!\w)\'(\\.|[^\'\\])+\''
 
 
 @dataclasses.dataclass(frozen=True)
