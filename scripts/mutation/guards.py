@@ -134,7 +134,7 @@ def _constexpr_before(code, name, begin, end):
 
 def _expression(code, name, change, begin, end):
     assigned = None
-    for match in re.finditer(r" [+-]?= ", code[begin:change.begin]):
+    for match in re.finditer(r" [+-]?=\s", code[begin:change.begin]):
         assigned = begin + match.end()
     begin = assigned or begin
     begin += len(code[begin:change.begin]) - len(code[begin:change.begin].lstrip())
@@ -160,7 +160,7 @@ def place_of(code, change):
     if end >= len(code) or code[end] != ";":
         end = change.end - 1  # a statement that is left out, with its semicolon
     before = code[begin:change.begin]
-    if " = " in before and not before.lstrip().startswith("return"):
+    if re.search(r" =\s", before) and not before.lstrip().startswith("return"):
         return _expression(code, change.name, change, begin, end)
     begin += len(code[begin:end]) - len(code[begin:end].lstrip())
     return Place(True, begin, end + 1)
@@ -238,19 +238,21 @@ class GuardedFile:
         return True
 
     def drop(self, line):
-        """Takes away the guards that touch a line; returns the numbers of their changes, each with
-        the kind of its guard. A guard around a function goes when there is no other: its copies
-        stand on the line of the brace."""
-        def line_of(offset):
-            return self.text.count("\n", 0, offset) + 1
-        dropped = []
-        for place in list(self.places):
-            if line_of(place.begin) <= line <= line_of(place.end):
-                dropped += [(number, "place") for number, _ in self.places.pop(place)]
-        for body in list(self.functions):
-            if not dropped and line_of(body[0]) == line:
-                dropped += [(number, "function") for number, _ in self.functions.pop(body)]
-        return dropped
+        """Takes away the guards that touch a line, or those around a function whose copies stand
+        there, or else those in the function: one of them has hidden a name. Returns the numbers of
+        their changes, each with the kind of its guard."""
+        begin, end = self._offset(line), self._offset(line + 1)
+        places = [place for place in self.places if place.begin < end and begin <= place.end]
+        bodies = [body for body in self.functions if begin <= body[0] < end and not places]
+        if not places and not bodies:
+            first, last = function_around(self.code, begin, begin) or (0, 0)
+            places = [place for place in self.places if first <= place.begin < last]
+        return ([(number, "place") for place in places for number, _ in self.places.pop(place)] +
+                [(number, "function") for body in bodies for number, _ in self.functions.pop(body)])
+
+    def _offset(self, line):
+        """Where that line begins, counted from 1."""
+        return sum(len(text) for text in self.text.splitlines(keepends=True)[:line - 1])
 
     def guarded(self):
         """The numbers of the changes that have a guard."""
