@@ -3,6 +3,7 @@
 has noticed:
 
     scripts/mutants.py COUNT [--seed SEED] [--files REGEX] [--only REGEX] [--jobs N] [--resume]
+                       [--longest SECONDS]
 
 Works on a copy in build/mutants, without optimisation and without warnings as errors. Most changes
 are compiled at once, each behind a question for its number (mutation/guards.py); a test run chooses
@@ -344,6 +345,8 @@ def main():
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="at once")
     parser.add_argument("--resume", action="store_true",
                         help="not those again that were noticed while src/ was as it is now")
+    parser.add_argument("--longest", type=float, default=1000,
+                        help="leaves out tests that take more seconds, for a first look")
     arguments = parser.parse_args()
 
     copy_tree()
@@ -360,6 +363,7 @@ def main():
         failing = [test.name for test, good in zip(tests, pool.map(measure, tests)) if not good]
     if failing:
         sys.exit("mutants.py: these tests do not pass without any change: " + " ".join(failing))
+    tests = [test for test in tests if test.seconds <= arguments.longest]
     print(f"{len(tests)} tests take {sum(test.seconds for test in tests):.0f} s.", flush=True)
     runner = Runner(mutants, tests, Noticed(mutants.digest(), arguments.resume))
     noticed = try_all(runner, arguments.count)
