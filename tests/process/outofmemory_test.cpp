@@ -197,9 +197,26 @@ TEST_F(OutOfMemory, CountsTheHistoryOfADumpThatIsNotWritten) {
     }
 }
 
+// Such a logger finds its channel with its first record.
+TEST_F(OutOfMemory, IsCountedForALoggerThatIsOlderThanItsChannel) {
+    const ScopedVariable share("_APP_SHARE_DIR", Path());
+    LogSettings settings;
+    ChannelMap channels;
+    Logger logger("a", "b", "debug", settings, channels);
+    channels.Create(settings);
+    logger.Log(file_, function_, 7, 1, "first");
+    const std::string longer(4000, 'x');
+    FailNextAllocation();
+    EXPECT_TRUE(RunsOut([&] { logger.LogFormat(file_, function_, 7, 1, "%s", longer.c_str()); }));
+    FailAllocationsAfter(-1);
+    EXPECT_EQ(channels.Find("debug")->Dropped(), 1u);
+    channels.Destroy();
+}
+
 // Each record fills its file here. What a file held that was left is remembered in memory.
 TEST_F(OutOfMemory, LeavesAFileAlsoWhereItsRecordsCannotBeRemembered) {
     const OwnedRecord record = WithDetail("text");
+    uint64_t failures = 0;
     for (long successes = 0; successes < 12; ++successes) {
         const std::string directory = std::to_string(successes);
         LogFile file(Path(directory).c_str(), "unbi_debug_", 1, 5);
@@ -213,7 +230,9 @@ TEST_F(OutOfMemory, LeavesAFileAlsoWhereItsRecordsCannotBeRemembered) {
         EXPECT_EQ(counts.recordsWritten.Get() + counts.recordsDropped.Get(), 40u);
         EXPECT_EQ(OfKind(ParseLogDirectory(Path(directory)), ParsedPiece::RECORD).size(),
                   counts.recordsWritten.Get());
+        failures += counts.failures.Get();
     }
+    EXPECT_GT(failures, 0u) << "a file that cannot be left for lack of memory is a failure";
 }
 
 // Threads that log at once write for each other. What one of them meets is its own.
