@@ -22,7 +22,8 @@ STATEMENT = re.compile(
     r"^\s+(?!return|using|const |constexpr|static|auto |throw|delete|case|default|struct|class|enum)"
     r"(\+\+[\w.>\-\[\]()]+|[\w:.>\-\[\]*]+( [+-]?= .*|\(.*\)));$")
 COMMENT = r"//.*"
-TEXT = r'"(\\.|[^"\\])*"|\'(\\.|[^\'\\])+\''
+# A mark between digits, as in 1'000, begins no character.
+TEXT = r'"(\\.|[^"\\])*"|(?<!\w)\'(\\.|[^\'\\])+\''
 
 
 @dataclasses.dataclass(frozen=True)
@@ -54,7 +55,8 @@ def code_of(text):
     """The text with all that is comment, text, annotation or for the compiler alone as spaces."""
     text = re.sub(TEXT, _blank, without_comments(text))
     text = re.sub(r"template <.*", _blank, text)
-    return re.sub(r"^[ \t]*(#|static_assert|__attribute__).*", _blank, text, flags=re.MULTILINE)
+    text = re.sub(r"__attribute__ *\(\(.*\)\)", _blank, text)
+    return re.sub(r"^[ \t]*(#|static_assert).*", _blank, text, flags=re.MULTILINE)
 
 
 def changes_of(name, text):

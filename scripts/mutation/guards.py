@@ -3,6 +3,10 @@ for all of them:
 
     return size > limit;    becomes    if (QvMutantIs(7)) { return size >= limit; } else { ... }
     Write(begin, size + 1)  becomes    Write(begin, (QvMutantIs(8) ? (size - 1) : (size + 1)))
+
+Where that cannot be, the body of the function is there twice:
+
+    { ... }                 becomes    { if (QvMutantIs(9)) { ... } else { ... } }
 """
 
 import dataclasses
@@ -130,7 +134,7 @@ def _constexpr_before(code, name, begin, end):
 
 def _expression(code, name, change, begin, end):
     assigned = None
-    for match in re.finditer(r" [+-]?= ", code[begin:change.begin]):
+    for match in re.finditer(r" [+-]?=\s", code[begin:change.begin]):
         assigned = begin + match.end()
     begin = assigned or begin
     begin += len(code[begin:change.begin]) - len(code[begin:change.begin].lstrip())
@@ -156,17 +160,43 @@ def place_of(code, change):
     if end >= len(code) or code[end] != ";":
         end = change.end - 1  # a statement that is left out, with its semicolon
     before = code[begin:change.begin]
-    if " = " in before and not before.lstrip().startswith("return"):
+    if re.search(r" =\s", before) and not before.lstrip().startswith("return"):
         return _expression(code, change.name, change, begin, end)
     begin += len(code[begin:end]) - len(code[begin:end].lstrip())
     return Place(True, begin, end + 1)
 
 
+def function_around(code, begin, end):
+    """Where the body of the function that encloses the text begins and ends, or None."""
+    body, position = None, begin
+    while (opener := _unmatched_opener(code, position)) is not None:
+        position = opener
+        if code[opener] == "{":
+            head = code[_statement_begin(code, opener):opener]
+            is_function = re.search(r"\)\s*(const|noexcept|override|\s)*$", head)
+            if re.match(r"\s*(namespace|extern|class|struct|enum|union)\b", head) and not is_function:
+                break
+            body = opener, head
+    if body is None or ")" not in body[1] or re.search(r"=\s*$|\bconstexpr\b", body[1]):
+        return None
+    closer = _next_at_depth_0(code, body[0] + 1, "")
+    return (body[0], closer + 1) if end <= closer else None
+
+
+def _changed(source, begin, end, change):
+    """That piece with the change, on one line, so that the lines behind it keep their numbers."""
+    def piece(first, last):
+        return re.sub(r"\b__LINE__\b",
+                      lambda match: str(source.count("\n", 0, first + match.start()) + 1),
+                      source[first:last])
+    text = piece(begin, change.begin) + change.replacement + piece(change.end, end)
+    return " ".join(text.split("\n"))
+
+
 def _guarded(place, source, changes):
     """`changes` are pairs of a number and a change, all within the place."""
     def changed(change):
-        text = source[place.begin:change.begin] + change.replacement + source[change.end:place.end]
-        return " ".join(text.split("\n"))
+        return _changed(source, place.begin, place.end, change)
     original = source[place.begin:place.end]
     if place.is_statement:
         cases = " else ".join(f"if (QvMutantIs({number})) {{ {changed(change)} }}"
@@ -183,10 +213,15 @@ class GuardedFile:
         self.name, self.text = name, text
         self.source = without_comments(text)
         self.code = code_of(text)
-        self.places = {}
+        self.places = {}     # around a statement or an expression
+        self.functions = {}  # around the body of a function
 
-    def add(self, number, change):
-        """False where no guard can be put."""
+    def add(self, number, change, refused=frozenset()):
+        """False where no guard can be put. `refused`: what drop has returned for this change."""
+        return ("place" not in refused and self._add_place(number, change) or
+                "function" not in refused and self._add_function(number, change))
+
+    def _add_place(self, number, change):
         place = place_of(self.code, change)
         if place.begin > change.begin or place.end < change.end:
             return False
@@ -195,25 +230,52 @@ class GuardedFile:
         self.places.setdefault(place, []).append((number, change))
         return True
 
+    def _add_function(self, number, change):
+        body = function_around(self.code, change.begin, change.end)
+        if body is None or re.search(r"^\s*#", self.source[slice(*body)], re.MULTILINE):
+            return False
+        self.functions.setdefault(body, []).append((number, change))
+        return True
+
     def drop(self, line):
-        """Takes away the guards that touch a line; returns the numbers of their changes."""
-        dropped = []
-        for place in list(self.places):
-            first = self.text.count("\n", 0, place.begin) + 1
-            last = self.text.count("\n", 0, place.end) + 1
-            if first <= line <= last:
-                dropped += [number for number, _ in self.places.pop(place)]
-        return dropped
+        """Takes away the guards that touch a line, or those around a function whose copies stand
+        there, or else those in the function: one of them has hidden a name. Returns the numbers of
+        their changes, each with the kind of its guard."""
+        begin, end = self._offset(line), self._offset(line + 1)
+        places = [place for place in self.places if place.begin < end and begin <= place.end]
+        bodies = [body for body in self.functions if begin <= body[0] < end and not places]
+        if not places and not bodies:
+            first, last = function_around(self.code, begin, begin) or (0, 0)
+            places = [place for place in self.places if first <= place.begin < last]
+        return ([(number, "place") for place in places for number, _ in self.places.pop(place)] +
+                [(number, "function") for body in bodies for number, _ in self.functions.pop(body)])
+
+    def _offset(self, line):
+        """Where that line begins, counted from 1."""
+        return sum(len(text) for text in self.text.splitlines(keepends=True)[:line - 1])
+
+    def guarded(self):
+        """The numbers of the changes that have a guard."""
+        return {number for changes in [*self.places.values(), *self.functions.values()]
+                for number, _ in changes}
 
     def with_guards(self, plain=None):
         """The text with all guards. With `plain`, a change that is made for good, those that
         overlap it are left out."""
+        def is_apart(begin, end):
+            return plain is None or end <= plain.begin or plain.end <= begin
         edits = set()
         for place, changes in self.places.items():
-            if plain is None or place.end <= plain.begin or plain.end <= place.begin:
+            if is_apart(place.begin, place.end):
                 edits.add((place.begin, place.end, _guarded(place, self.source, changes)))
                 if place.constexpr:
                     edits.add(place.constexpr)
+        for (begin, end), changes in self.functions.items():
+            if is_apart(begin, end):
+                cases = "".join(f"if (QvMutantIs({number})) "
+                                f"{_changed(self.source, begin, end, change)} else "
+                                for number, change in changes)
+                edits.update([(begin, begin, "{ " + cases), (end, end, " }")])
         if plain is not None:
             edits.add((plain.begin, plain.end, plain.replacement))
         text = self.text

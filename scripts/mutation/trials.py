@@ -91,6 +91,14 @@ def first_to_fail(tests, first_programs, variables):
     def order(test):
         return (test.seconds > 1, test.program not in first_programs, test.seconds)
     for test in sorted(tests, key=order):
-        if not passes(test, variables, max(20.0, 20 * test.seconds)):
-            return test
+        limit, begin = max(20.0, 20 * test.seconds), time.monotonic()
+        if not passes(test, variables, limit):
+            if time.monotonic() - begin < limit or not _is_slow_anyway(test, variables, limit):
+                return test
     return None
+
+
+def _is_slow_anyway(test, variables, limit):
+    """Whether it was the machine that has made a test late: without a guard's change, it takes a
+    fifth of the limit too."""
+    return "QV_MUTANT" in variables and not passes(test, {}, limit / 5)

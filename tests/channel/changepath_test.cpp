@@ -90,6 +90,16 @@ TEST_F(ChangePath, CountsTheContentsThatItCarries) {
     }
 }
 
+TEST_F(ChangePath, KnowsHowManyRecordsTheContentsAreThatItCarries) {
+    Write("one");
+    WriteDump("two", {WithDetail("kept"), WithDetail("kept too")});
+    MoveTo("new");
+    Write("three");
+    file_->Open();  // within the same second, so the file is emptied
+    EXPECT_EQ(Counts().writtenOverwritten.Get(), 3u);
+    EXPECT_EQ(Counts().dumpedOverwritten.Get(), 2u);
+}
+
 TEST_F(ChangePath, LeavesTheOldFileWhereTheNewOneCannotBeOpened) {
     Write("one");
     WriteFile(Path("new"), "a file in the way");

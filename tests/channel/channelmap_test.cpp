@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <string>
 
 #include "channel/channelfixture.h"
@@ -134,6 +135,15 @@ TEST_F(Channels, AreFoundWhileTheyAreWrittenOutOneByOne) {
     });
     channels_.ForEach([](const std::string&, TEDebugInfoBuf& channel) { channel.Flush(); });
     EXPECT_EQ(found, Texts(allButDebug_.size(), "debug"));
+}
+
+TEST_F(Channels, AreNotFoundFromBeforeAForkUntilAfterIt) {
+    channels_.BeforeFork();
+    std::future<TEDebugInfoBuf*> found =
+        std::async(std::launch::async, [this] { return channels_.Find("debug"); });
+    EXPECT_TRUE(IsStillBlocked(found));
+    channels_.AfterForkInParent();
+    EXPECT_TRUE(Finishes(found));
 }
 
 TEST_F(Channels, AreWrittenAndClosedInTheOrderOfTheirNamesWhenTheyAreDestroyed) {

@@ -59,6 +59,15 @@ TEST_F(FileStreams, EmptyAFileAndWriteToItsEnd) {
     EXPECT_EQ(ReadFile(path_), std::string("abcd\0e", 6));
 }
 
+TEST_F(FileStreams, EmptyAFileOfAnySize) {
+    for (const std::string contents : {"", "1", "12"}) {
+        WriteFile(path_, contents);
+        ASSERT_FALSE(stream_.Create(path_));
+        EXPECT_EQ(stream_.SizeFound(), contents.size());
+        EXPECT_EQ(ReadFile(path_), "");
+    }
+}
+
 // An operator may empty a log file while it is written.
 TEST_F(FileStreams, GoOnAtTheEndOfAFileThatWasEmptied) {
     ASSERT_FALSE(stream_.Create(path_));

@@ -376,6 +376,16 @@ TEST_F(KeepRecords, TriesAtOnceAfterAnOrderedRotationThatChangesNothing) {
     EXPECT_EQ(Written(), Created() + Frame(1, "one") + Frame(3, "three"));
 }
 
+TEST_F(KeepRecords, NoLongerFailsOnceAFileIsOpen) {
+    RefuseFiles();
+    Write("lost");
+    EXPECT_EQ(Counts().failing.Get(), 1u);
+    Calls().ScriptOpens(nullptr);
+    file_->Rotate();
+    EXPECT_EQ(Written(), Created());
+    EXPECT_EQ(Counts().failing.Get(), 0u);
+}
+
 TEST_F(KeepRecords, MayBeSwitchedOffInAPause) {
     Write("one");
     Fail(1);

@@ -49,6 +49,14 @@ TEST_F(TornEnd, IsNotSeenInTheLinesAboutTheFile) {
     EXPECT_EQ(WholeOf(record + Closed().substr(0, 20)), record + "\n");
 }
 
+// Whoever wrote the line left the torn record where it was.
+TEST_F(TornEnd, IsNotSeenInATornRecordInFrontOfALineAboutTheFile) {
+    const std::string torn = Created() + Frame(1, "one") + Frame(2, "two").substr(0, 60) + "\n";
+    for (const std::string& line : {Created(), Closed()}) {
+        EXPECT_EQ(WholeOf(torn + line), torn + line);
+    }
+}
+
 TEST_F(TornEnd, MayBeLongOrFullOfZeros) {
     const std::string before = Created() + Frame(1, "one");
     const std::string lines = "<2>\n" + std::string(300000, 'x') + "\n" + std::string(70000, 'y');

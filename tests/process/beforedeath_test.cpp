@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "channel/systemcalls.h"
+#include "exithandler.h"
 #include "process/processfixture.h"
 #include "support/allocations.h"
 
@@ -132,6 +133,22 @@ TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
     ended.set_value();
     holder.join();
     EXPECT_EQ(Channel("corba_alarm").recordsQueued, 1U);
+}
+
+// The child's channels have no file yet, and there is no memory for the name of one.
+TEST_F(BeforeDeath, AnExitWithoutMemoryEndsLikeAnyOther) {
+    const pid_t child = Fork([this] {
+        HandleExit();
+        Manager().outputmode = kQueuedOutput;
+        Log(1, "lost");
+        FailAllocationsAfter(0);
+        std::exit(7);
+        return 0;
+    });
+    const int status = Await(child);
+    EXPECT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_THAT(DetailsOf(child), IsEmpty());
 }
 
 TEST_F(BeforeDeath, TheProcessMayLiveOn) {

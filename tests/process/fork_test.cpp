@@ -254,7 +254,7 @@ TEST_F(ForkOfAProcess, MayHappenWhileAMessagePrintsItself) {
         ::alarm(100);
         ScriptedMessage next = TextMessage("Type", "next");
         OperLogger().LogAsnTrace("f", "g", 1, next);
-        ::_exit(0);
+        EndChild(0);
     }
     EXPECT_EQ(Await(child), 0);
     EXPECT_THAT(DetailsOf(::getpid()), ElementsAre("half of the text, parent"));

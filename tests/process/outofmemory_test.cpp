@@ -167,6 +167,74 @@ TEST_F(OutOfMemory, LeavesEachRecordWrittenOnceOrCountedWhereverItStrikes) {
     }
 }
 
+// The dump is what needs memory here: ordered, or in the place of one that could not be written.
+TEST_F(OutOfMemory, CountsTheHistoryOfADumpThatIsNotWritten) {
+    for (const bool ordered : {true, false}) {
+        bool reached = true;
+        for (long successes = 0; reached && !HasFailure(); ++successes) {
+            const std::string name = (ordered ? "ordered" : "failed") + std::to_string(successes);
+            SCOPED_TRACE(name);
+            const ScopedVariable share("_APP_SHARE_DIR", Path(name));
+            Service service(kDirectOutput);
+            for (const std::string& text : texts_) {
+                service.GetLogger().Log(file_, function_, 7, LOG_LEVEL_2, text);
+            }
+            // The first write is that of the file's first line.
+            Calls().ScriptWrites([ordered](uint64_t number, std::string_view) {
+                return !ordered && number == 2 ? Fate{0, EIO} : Fate();
+            });
+            ForgetAllocations();
+            FailAllocationsAfter(successes);
+            RunsOut([&] {
+                ordered ? service.Channel().OutputAll()
+                        : service.GetLogger().Log(file_, function_, 7, LOG_LEVEL_0, "error");
+            });
+            FailAllocationsAfter(-1);
+            Calls().ScriptWrites(nullptr);
+            reached = static_cast<long>(AllocationsOfThisThread().count) >= successes;
+            CloseBooks(service, Path(name + "/log"));
+        }
+    }
+}
+
+// Such a logger finds its channel with its first record.
+TEST_F(OutOfMemory, IsCountedForALoggerThatIsOlderThanItsChannel) {
+    const ScopedVariable share("_APP_SHARE_DIR", Path());
+    LogSettings settings;
+    ChannelMap channels;
+    Logger logger("a", "b", "debug", settings, channels);
+    channels.Create(settings);
+    logger.Log(file_, function_, 7, 1, "first");
+    const std::string longer(4000, 'x');
+    FailNextAllocation();
+    EXPECT_TRUE(RunsOut([&] { logger.LogFormat(file_, function_, 7, 1, "%s", longer.c_str()); }));
+    FailAllocationsAfter(-1);
+    EXPECT_EQ(channels.Find("debug")->Dropped(), 1u);
+    channels.Destroy();
+}
+
+// Each record fills its file here. What a file held that was left is remembered in memory.
+TEST_F(OutOfMemory, LeavesAFileAlsoWhereItsRecordsCannotBeRemembered) {
+    const OwnedRecord record = WithDetail("text");
+    uint64_t failures = 0;
+    for (long successes = 0; successes < 12; ++successes) {
+        const std::string directory = std::to_string(successes);
+        LogFile file(Path(directory).c_str(), "unbi_debug_", 1, 5);
+        for (int i = 0; i < 40; ++i) {
+            FailOneAllocationAfter(i < 8 ? -1 : successes);
+            RunsOut([&] { file.WriteRecord(record.Get()); });
+            FailAllocationsAfter(-1);
+        }
+        file.Close();
+        const LogFileStatistics& counts = file.Statistics();
+        EXPECT_EQ(counts.recordsWritten.Get() + counts.recordsDropped.Get(), 40u);
+        EXPECT_EQ(OfKind(ParseLogDirectory(Path(directory)), ParsedPiece::RECORD).size(),
+                  counts.recordsWritten.Get());
+        failures += counts.failures.Get();
+    }
+    EXPECT_GT(failures, 0u) << "a file that cannot be left for lack of memory is a failure";
+}
+
 // Threads that log at once write for each other. What one of them meets is its own.
 TEST_F(OutOfMemory, LeavesEachRecordOfManyThreadsWrittenOnceOrCounted) {
     constexpr size_t kThreads = 4;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "maintenance/maintenancefixture.h"
+#include "support/endofchild.h"
 
 namespace NS_TEST {
 
@@ -30,7 +31,7 @@ class ProcessTest : public MaintenanceTest {
         const pid_t process = ::fork();
         if (process == 0) {
             ::alarm(100);
-            ::_exit(child());
+            EndChild(child());
         }
         return process;
     }

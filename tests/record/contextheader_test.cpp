@@ -71,5 +71,19 @@ TEST(ContextHeader, IsTheSameInUsedMemory) {
     }
 }
 
+TEST(ContextHeader, GivesUpMoreMemoryThanItMayKeep) {
+    const ThreadContextScope scope(ThreadContextInfo(1, "a", std::string(5000, 'u'), "c"));
+    ContextHeader header;
+    header.Build();
+    const size_t capacity = header.Capacity();
+    EXPECT_GT(capacity, 5000u);
+    header.FreeIfLarger(capacity);
+    EXPECT_EQ(header.Capacity(), capacity);
+    header.FreeIfLarger(capacity - 1);
+    EXPECT_LT(header.Capacity(), 100u);
+    header.Build();
+    EXPECT_EQ(header.Text(), BuildContextHeader());
+}
+
 }  // namespace
 }  // namespace NS_LOG_SERVICE1

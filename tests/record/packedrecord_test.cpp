@@ -86,5 +86,27 @@ TEST(PackedRecord, StandsOneBehindTheOtherAndFillsNoMoreThanItsSize) {
     }
 }
 
+TEST(PackedRecord, KeepsABlockForRecordsThatNeedAQuarterOfItAndGivesUpOthers) {
+    PackedRecord packed(WithDetail(std::string(4000, 'l')).Get());
+    const size_t large = packed.Capacity();
+    EXPECT_GE(large, 4000u);
+    packed.Set(WithDetail(std::string(large / 4, 'm')).Get());
+    EXPECT_EQ(packed.Capacity(), large);
+    packed.Set(WithDetail("short").Get());
+    EXPECT_LT(packed.Capacity(), large / 4);
+    ExpectSame(packed.Get(), WithDetail("short").Get());
+}
+
+TEST(PackedRecord, FreesABlockThatIsLargerThanItMayBe) {
+    PackedRecord packed(WithDetail("short").Get());
+    const size_t capacity = packed.Capacity();
+    packed.FreeIfLarger(capacity);
+    EXPECT_EQ(packed.Capacity(), capacity);
+    packed.FreeIfLarger(capacity - 1);
+    EXPECT_EQ(packed.Capacity(), 0u);
+    packed.Set(WithDetail("again").Get());
+    ExpectSame(packed.Get(), WithDetail("again").Get());
+}
+
 }  // namespace
 }  // namespace NS_LOG_SERVICE1
