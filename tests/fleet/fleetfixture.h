@@ -99,6 +99,14 @@ class FleetTest : public DirectoryTest {
         }
     }
 
+    // By all calls that read.
+    static int64_t BytesRead(pid_t process) {
+        const std::string start = "rchar: ";
+        const std::string line = ReadLines("/proc/" + std::to_string(process) + "/io").front();
+        return line.compare(0, start.size(), start) == 0 ? std::stoll(line.substr(start.size()))
+                                                         : 0;
+    }
+
     int64_t Number(const std::string& query) const {
         Connection store(postgres_->Url());
         return store.Run(query).Number(0, 0);
