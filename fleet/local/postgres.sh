@@ -16,6 +16,18 @@ qv_postgres_program() {
     echo "$program"
 }
 
+# qv_kill PID: as kill -9, and returns when its files and ports are free. What nobody reaps stays on as
+# a name.
+qv_kill() {
+    local pid=$1 state tries=600
+    kill -9 "$pid" || return 1
+    while read -r _ _ state _ 2>/dev/null <"/proc/$pid/stat" &&
+        { [[ $state != Z ]] || compgen -G "/proc/$pid/task/*" | grep -qv "/$pid\$"; }; do
+        ((--tries > 0)) || { echo "process $pid does not end" >&2 && return 1; }
+        sleep 0.1
+    done
+}
+
 # A port that nobody listens on now.
 qv_free_port() {
     local port
@@ -26,7 +38,7 @@ qv_free_port() {
 }
 
 # qv_make_postgres DIRECTORY: makes a cluster with a database qv that is owned by the user qv.
-# Leaves DIRECTORY/port and DIRECTORY/url.
+# QV_POSTGRES_SETTINGS may have lines for its configuration. Leaves DIRECTORY/port and DIRECTORY/url.
 qv_make_postgres() {
     local directory=$1 password
     password=$(od -An -N12 -tx1 /dev/urandom | tr -d ' \n')
@@ -43,6 +55,7 @@ listen_addresses = '127.0.0.1'
 unix_socket_directories = ''
 max_wal_size = 2GB
 shared_buffers = 256MB
+${QV_POSTGRES_SETTINGS:-}
 END
     local port
     port=$(qv_free_port)
@@ -77,5 +90,7 @@ qv_kill_postgres() {
     local directory=$1 leader
     leader=$(head -1 "$directory/data/postmaster.pid")
     # Its children notice that it is gone and leave within a moment; a new server waits for them.
-    kill -9 "$leader"
+    qv_kill "$leader" || return 1
+    # A new server takes a name that nobody has reaped for a server that runs.
+    rm "$directory/data/postmaster.pid"
 }

@@ -44,7 +44,7 @@ qv_start_rsyslog() {
 
 # qv_kill_rsyslog DIRECTORY receiver|sender: also when it has been killed already.
 qv_kill_rsyslog() {
-    kill -9 "$(<"$1/$2.pid")" 2>/dev/null || true
+    qv_kill "$(<"$1/$2.pid")" 2>/dev/null || true
 }
 
 qv_stop_rsyslog() {
