@@ -232,8 +232,8 @@ TEST_F(RsyslogRoad, PutsAFileTogetherAsTheGuideSays) {
     EXPECT_TRUE(ReadFile(Path("NAME.log")) == ReadFile(path));
 }
 
-// A receiver that is killed while it writes its queue may lose some of it, which comes when the sender
-// is started again, as the guide says. All else comes by itself.
+// A receiver that is killed while it writes its queue may lose some of it, which comes when the
+// sender is started again, as the guide says. All else comes by itself.
 TEST_F(RsyslogRoad, IsExactWhenReceiverStoreAndSenderAreKilled) {
     StartRsyslog();
     for (const std::string victims :

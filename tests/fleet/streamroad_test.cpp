@@ -65,10 +65,11 @@ class StreamRoad : public FleetTest {
     }
 
     // Everything that the files hold is in the store.
+    bool HasFiles(int64_t count) const {
+        return Number("SELECT count(*) FROM qv.file WHERE complete AND stored = size") >= count;
+    }
     void AwaitFiles(int64_t count) const {
-        Await([&] {
-            return Number("SELECT count(*) FROM qv.file WHERE complete AND stored = size") >= count;
-        });
+        Await([&] { return HasFiles(count); });
     }
 
     int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }
@@ -162,8 +163,11 @@ TEST_F(StreamRoad, IsExactWhenAServerThatHangsIsKilled) {
     Watch(*shipper);
     Watch(*collector);
     Await([&] { return Nats().CountMessages() > 0; });
-    Nats().Pause(1);
+    // It finds much to send at once. A shipper that waits for an acknowledgement for long gives up.
+    shipper->Signal(SIGSTOP);
     RunAgent(1200);
+    Nats().Pause(1);
+    shipper->Signal(SIGCONT);
     Await([&] { return BytesRead(shipper->GetId()) > 1000000; });
     Nats().Kill(1);
     Nats().Start(1);
@@ -214,10 +218,10 @@ TEST_F(StreamRoad, RemovesFromTheHostOnlyWhatIsInTheStream) {
     EXPECT_EQ(ListFiles(Logs()).size(), 0U);
 }
 
-// Room comes when what is stored there grows old.
+// Room comes when what is stored there grows old. It is collected long before.
 TEST_F(StreamRoad, WaitsWhileTheStreamIsFullAndLosesNothing) {
-    StartServers(1, {"--max-bytes", "1M", "--max-age", "10"});
-    RunAgent(300);
+    StartServers(1, {"--max-bytes", "1M", "--max-age", "30"});
+    RunAgent(150);
     const auto collector = StartCollector();
     const auto shipper = StartStreamShipper();
     ASSERT_TRUE(shipper->WaitForError("maximum bytes exceeded"));
@@ -242,9 +246,13 @@ TEST_F(StreamRoad, NeedsLittleMemoryForALongBacklog) {
     EXPECT_LT(shipped.peakMemory, limit);
     std::vector<std::string> words = CollectWords();
     words.push_back("--once");
-    const ChildResult collected = RunProgram(ChildStart{words});
-    EXPECT_EQ(collected.exitCode, 0) << collected.errors;
-    EXPECT_LT(collected.peakMemory, limit);
+    // It ends when nothing has come for a second, which is not the end on a busy machine.
+    Await([&] {
+        const ChildResult collected = RunProgram(ChildStart{words});
+        EXPECT_EQ(collected.exitCode, 0) << collected.errors;
+        EXPECT_LT(collected.peakMemory, limit);
+        return HasFiles(CountFiles());
+    });
     const ChildResult stored = RunProgram(
         ChildStart{{QVLOG, "ship", "--once", "--host", "host2", "--to", Target(), Logs()}});
     EXPECT_EQ(stored.exitCode, 0) << stored.errors;
