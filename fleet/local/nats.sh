@@ -20,7 +20,7 @@ qv_make_nats() {
     printf '%s_file: "%s"\n' cert "$directory/certs/server.pem" key "$directory/certs/server.key" \
         ca "$directory/certs/ca.pem" >"$directory/tls.conf"
     for ((node = 1; node <= 2 * count; ++node)); do
-        ports+=("$(qv_free_port)")
+        ports+=("$(qv_free_port "$directory")")
     done
     for ((node = 1; node <= count; ++node)); do
         urls+=("nats://127.0.0.1:${ports[node - 1]}")

@@ -20,7 +20,7 @@ qv_make_rsyslog() {
         >"$directory/store")
     echo "$host" >"$directory/host"
     echo "$logs" >"$directory/logs"
-    qv_free_port >"$directory/port"
+    qv_free_port "$directory" >"$directory/port"
     qv_start_rsyslog "$directory" receiver
     qv_start_rsyslog "$directory" sender
 }
