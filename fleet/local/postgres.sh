@@ -47,7 +47,10 @@ qv_free_port() {
 
 # Those whose directories have been removed.
 qv_forget_ports() {
-    [[ ! -d $qv_ports ]] || find -L "$qv_ports" -type l -delete 2>/dev/null || true
+    local link
+    for link in "$qv_ports"/*; do
+        [[ -e $link ]] || rm -f "$link"
+    done
     rmdir "$qv_ports" 2>/dev/null || true
 }
 
