@@ -60,6 +60,7 @@ clean_up() {
     [[ ! -d $base/nats ]] || qv_stop_nats "$base/nats"
     qv_stop_postgres "$base/postgres"
     rm -rf "$base"
+    qv_forget_ports
 }
 
 # An agent ends when its traffic does; the next one goes on in the same place.

@@ -20,7 +20,7 @@ qv_make_nats() {
     printf '%s_file: "%s"\n' cert "$directory/certs/server.pem" key "$directory/certs/server.key" \
         ca "$directory/certs/ca.pem" >"$directory/tls.conf"
     for ((node = 1; node <= 2 * count; ++node)); do
-        ports+=("$(qv_free_port)")
+        ports+=("$(qv_free_port "$directory")")
     done
     for ((node = 1; node <= count; ++node)); do
         urls+=("nats://127.0.0.1:${ports[node - 1]}")
@@ -37,7 +37,7 @@ qv_make_nats() {
 
 # qv_start_nats_node DIRECTORY N: also after a kill. QV_SPACE may be set.
 qv_start_nats_node() {
-    local directory=$1 node=$2 program tries=100
+    local directory=$1 node=$2 program tries=600
     program=$(qv_nats_program)
     QV_NODE=node$node QV_HOST=127.0.0.1 QV_PORT=$(<"$directory/$node/port") \
         QV_STORE=$directory/$node/store QV_SPACE=${QV_SPACE:-4G} \
@@ -54,7 +54,7 @@ qv_start_nats_node() {
 
 qv_kill_nats_node() {
     local directory=$1 node=$2
-    kill -9 "$(<"$directory/$node/pid")"
+    qv_kill "$(<"$directory/$node/pid")"
 }
 
 qv_stop_nats() {

@@ -20,7 +20,7 @@ qv_make_rsyslog() {
         >"$directory/store")
     echo "$host" >"$directory/host"
     echo "$logs" >"$directory/logs"
-    qv_free_port >"$directory/port"
+    qv_free_port "$directory" >"$directory/port"
     qv_start_rsyslog "$directory" receiver
     qv_start_rsyslog "$directory" sender
 }
@@ -44,7 +44,7 @@ qv_start_rsyslog() {
 
 # qv_kill_rsyslog DIRECTORY receiver|sender: also when it has been killed already.
 qv_kill_rsyslog() {
-    kill -9 "$(<"$1/$2.pid")" 2>/dev/null || true
+    qv_kill "$(<"$1/$2.pid")" 2>/dev/null || true
 }
 
 qv_stop_rsyslog() {

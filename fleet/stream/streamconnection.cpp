@@ -11,6 +11,12 @@ namespace NS_LOG_FLEET {
 namespace {
 
 constexpr int64_t kConnectMilliseconds = 5000;
+
+// A server that has vanished without a word is noticed within a minute: so often it is asked
+// whether it is there, and so often it may owe the answer.
+constexpr int64_t kPingMilliseconds = 15000;
+constexpr int kMostPingsOut = 2;
+
 constexpr std::chrono::seconds kCloseTime{10};
 constexpr int64_t kNanosPerSecond = 1000000000;
 
@@ -105,6 +111,8 @@ void StreamConnection::SetOptions(const StreamAddress& address) {
     CheckStatus(natsOptions_SetServers(options, list.data(), static_cast<int>(list.size())),
                 "servers");
     natsOptions_SetTimeout(options, kConnectMilliseconds);
+    natsOptions_SetPingInterval(options, kPingMilliseconds);
+    natsOptions_SetMaxPingsOut(options, kMostPingsOut);
     natsOptions_SetAllowReconnect(options, false);
     natsOptions_SetName(options, "qvlog");
     natsOptions_SetIOBufSize(options, 128 * 1024);

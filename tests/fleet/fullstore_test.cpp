@@ -30,8 +30,8 @@ class FullStore : public FleetTest {
     }
     void GiveRoom() const { std::filesystem::remove(Path("disk/other")); }
 
-    void AwaitAll() const {
-        Await([&] { return Number("SELECT count(*) FROM qv.file WHERE complete") == 7; });
+    void AwaitAll(int64_t files) const {
+        Await([&] { return Number("SELECT count(*) FROM qv.file WHERE complete") == files; });
     }
 
   private:
@@ -49,15 +49,17 @@ TEST_F(FullStore, MakesShippersWaitAndLosesNothing) {
         store.Run("CREATE TABLESPACE small LOCATION '" + Path("disk") + "'");
         store.Run("ALTER DATABASE qv SET default_tablespace = small");
     }
-    TakeRoom(12);
-    RunAgent(1200);
     const auto shipper = StartShipper();
     Watch(*shipper);
+    RunAgent(5);
+    AwaitAll(7);
+    TakeRoom(12);
+    RunAgent(1200);
     ASSERT_TRUE(shipper->WaitForError("No space left on device"));
     EXPECT_GT(CountRecords(), 0);
     GiveRoom();
     ASSERT_TRUE(shipper->WaitForError("sending goes on"));
-    AwaitAll();
+    AwaitAll(14);
     shipper->Signal(SIGTERM);
     shipper->Wait();
     ExpectStoreHasFiles();
@@ -87,7 +89,7 @@ TEST_F(FullStore, LosesNothingWhenTheServerEndsOfIt) {
     Postgres().KillIfThere();
     Postgres().Start();
     ASSERT_TRUE(shipper->WaitForError("sending goes on"));
-    AwaitAll();
+    AwaitAll(7);
     shipper->Signal(SIGTERM);
     shipper->Wait();
     ExpectStoreHasFiles();

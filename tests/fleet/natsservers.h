@@ -143,7 +143,7 @@ class FourthServer {
                   "cert_file: \"" + certificates + "/server.pem\"\nkey_file: \"" + certificates +
                       "/server.key\"\nca_file: \"" + others.Directory() + "/certs/ca.pem\"\n");
         DoNatsScript(
-            "qv_free_port >\"$1/4/port\"; qv_free_port >\"$1/4/cluster_port\"; "
+            "qv_free_port \"$1\" >\"$1/4/port\"; qv_free_port \"$1\" >\"$1/4/cluster_port\"; "
             "qv_start_nats_node \"$1\" 4",
             directory);
     }

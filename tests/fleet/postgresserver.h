@@ -11,7 +11,8 @@
 
 namespace NS_TEST {
 
-// With a database that has the fleet's tables.
+// With a database that has the fleet's tables. It does not wait for the disk: a kill leaves what
+// the system has taken.
 class PostgresServer {
   public:
     // Below `directory`, whose parents the server's user must be able to pass.
@@ -39,7 +40,8 @@ class PostgresServer {
   private:
     ChildResult RunScript(const std::string& function) const {
         return RunProgram({{"bash", "-c", "set -e; source \"$0\"; " + function + " \"$1\"",
-                            std::string(QV_FLEET) + "/local/postgres.sh", directory_}});
+                            std::string(QV_FLEET) + "/local/postgres.sh", directory_},
+                           {{"QV_POSTGRES_SETTINGS", "fsync = off"}}});
     }
 
     void Do(const std::string& function) const {

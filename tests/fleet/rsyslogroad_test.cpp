@@ -48,28 +48,40 @@ class RsyslogRoad : public FleetTest {
             Postgres().Kill();
         }
     }
-    void StartAgain() {
-        for (const std::string part : {"sender", "receiver"}) {
-            Rsyslog().Kill(part);
+    void StartAgain(const std::string& victims) {
+        if (victims.find("store") != std::string::npos) {
+            Postgres().Start();
         }
         for (const std::string part : {"receiver", "sender"}) {
-            Rsyslog().Start(part);
+            if (victims.find(part) != std::string::npos) {
+                Rsyslog().Start(part);
+            }
         }
     }
-    // Starts both programs again when nothing has come for a while.
-    void AwaitStartingAgain(int64_t bytes) {
-        constexpr auto kSilence = std::chrono::seconds(10);
-        int64_t stored = StoredBytes();
+
+    // What tells whether the receiver is at work. What has come before changes nothing in the
+    // table.
+    std::pair<int64_t, int64_t> Progress() const {
+        return {StoredBytes(),
+                Number("SELECT coalesce(max(extract(epoch FROM state_change) * 1000000)::bigint, 0)"
+                       " FROM pg_stat_activity WHERE usename = 'receiver'")};
+    }
+
+    // Starts the sender again when the receiver has had nothing to store for a while.
+    void AwaitStartingSenderAgain(int64_t bytes) {
+        constexpr auto kSilence = std::chrono::seconds(20);
+        auto last = Progress();
         auto end = std::chrono::steady_clock::now() + kSilence;
         Await([&] {
-            const int64_t before = std::exchange(stored, StoredBytes());
-            if (stored != before) {
+            const auto before = std::exchange(last, Progress());
+            if (last != before) {
                 end = std::chrono::steady_clock::now() + kSilence;
             } else if (std::chrono::steady_clock::now() >= end) {
-                StartAgain();
+                Rsyslog().Kill("sender");
+                Rsyslog().Start("sender");
                 end = std::chrono::steady_clock::now() + kSilence;
             }
-            return stored >= bytes;
+            return last.first >= bytes;
         });
     }
 
@@ -220,23 +232,39 @@ TEST_F(RsyslogRoad, PutsAFileTogetherAsTheGuideSays) {
     EXPECT_TRUE(ReadFile(Path("NAME.log")) == ReadFile(path));
 }
 
-// A part of rsyslog may stay silent when another one was killed, until both are started again, as
-// the guide says. However often they are: no byte is missing in the end, and none comes twice.
+// A receiver that is killed while it writes its queue may lose some of it, which comes when the
+// sender is started again, as the guide says. All else comes by itself.
 TEST_F(RsyslogRoad, IsExactWhenReceiverStoreAndSenderAreKilled) {
     StartRsyslog();
     for (const std::string victims :
          {"receiver", "receiver store", "sender", "sender receiver store"}) {
+        const int64_t before = StoredBytes();
         RunAgent(10);
-        AwaitStartingAgain(StoredBytes() + 1);
+        AwaitBytes(before + 1);
         RunAgent(10);
         Kill(victims);
         RunAgent(10);
-        if (victims.find("store") != std::string::npos) {
-            Postgres().Start();
-        }
-        StartAgain();
+        StartAgain(victims);
     }
-    AwaitStartingAgain(Size(LogPaths()));
+    AwaitStartingSenderAgain(Size(LogPaths()));
+    ExpectStoreHasAllBytes();
+}
+
+// What has been sent is not acknowledged when the receiver is killed, and nothing more is written
+// that would make the sender look after it.
+TEST_F(RsyslogRoad, SendsAgainByItselfWhatAKilledReceiverHadNotTaken) {
+    StartRsyslog();
+    RunAgent(5);
+    const int64_t before = Size(LogPaths());
+    AwaitBytes(before);
+    const int64_t read = BytesRead(Rsyslog().Process("sender"));
+    Rsyslog().Pause("receiver");
+    RunAgent(5);
+    const int64_t written = Size(LogPaths()) - before;
+    Await([&] { return BytesRead(Rsyslog().Process("sender")) >= read + written; });
+    Rsyslog().Kill("receiver");
+    Rsyslog().Start("receiver");
+    AwaitBytes(Size(LogPaths()));
     ExpectStoreHasAllBytes();
 }
 

@@ -1,10 +1,12 @@
 // An rsyslog that sends a host's log files, and one that puts them into a store.
 #pragma once
 
+#include <csignal>
 #include <stdexcept>
 #include <string>
 
 #include "support/childprocess.h"
+#include "support/files.h"
 
 namespace NS_TEST {
 
@@ -23,6 +25,11 @@ class RsyslogServers {
     // `kind` is "sender" or "receiver".
     void Kill(const std::string& kind) const { Do("qv_kill_rsyslog \"$1\" " + kind); }
     void Start(const std::string& kind) const { Do("qv_start_rsyslog \"$1\" " + kind); }
+    // It does nothing from now on, and its connections stay.
+    void Pause(const std::string& kind) const { ::kill(Process(kind), SIGSTOP); }
+    pid_t Process(const std::string& kind) const {
+        return std::stoi(ReadFile(directory_ + "/" + kind + ".pid"));
+    }
 
   private:
     ChildResult RunScript(const std::string& command) const {

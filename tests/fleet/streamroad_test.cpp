@@ -1,94 +1,12 @@
 // Through the stream into the store, with the real servers.
-#include <algorithm>
 #include <fstream>
-#include <map>
 
-#include "fleet/fleetfixture.h"
-#include "fleet/natsservers.h"
-#include "stream/message.h"
+#include "fleet/streamroadfixture.h"
 
 namespace {
 
 using namespace NS_TEST;
 using ::testing::HasSubstr;
-using ::testing::Not;
-
-class StreamRoad : public FleetTest {
-  protected:
-    // Makes the stream. `more`: options of `qvlog collect` for that.
-    void StartServers(int count, const std::vector<std::string>& more = {}) {
-        nats_ = std::make_unique<NatsServers>(Path("nats"), count);
-        std::vector<std::string> words = {QVLOG,
-                                          "collect",
-                                          "--from",
-                                          nats_->Url(),
-                                          "--make-streams",
-                                          "--replicas",
-                                          std::to_string(count)};
-        Append(words, nats_->Words("collector"));
-        Append(words, more);
-        const ChildResult made = RunProgram(ChildStart{words});
-        ASSERT_EQ(made.exitCode, 0) << made.errors;
-    }
-
-    NatsServers& Nats() { return *nats_; }
-
-    std::vector<std::string> CollectWords() const {
-        std::vector<std::string> words = {QVLOG,        "collect", "--from",
-                                          nats_->Url(), "--to",    Target()};
-        Append(words, nats_->Words("collector"));
-        return words;
-    }
-    std::unique_ptr<ChildProcess> StartCollector(const std::vector<std::string>& more = {}) const {
-        std::vector<std::string> words = CollectWords();
-        Append(words, more);
-        return std::make_unique<ChildProcess>(ChildStart{words});
-    }
-
-    std::unique_ptr<ChildProcess> StartStreamShipper() const {
-        return std::make_unique<ChildProcess>(ChildStart{StreamShipWords()});
-    }
-    ChildResult ShipAllIntoStream(const std::string& host = "host1",
-                                  const std::vector<std::string>& more = {}) const {
-        std::vector<std::string> words = StreamShipWords(host, host);
-        words.push_back("--once");
-        Append(words, more);
-        return RunProgram(ChildStart{words});
-    }
-
-    std::vector<std::string> StreamShipWords(const std::string& host = "host1",
-                                             const std::string& user = "host1") const {
-        std::vector<std::string> words = {QVLOG,  "ship",       "--host", host,
-                                          "--to", nats_->Url(), Logs()};
-        Append(words, nats_->Words(user));
-        return words;
-    }
-
-    // Everything that the files hold is in the store.
-    void AwaitFiles(int64_t count) const {
-        Await([&] {
-            return Number("SELECT count(*) FROM qv.file WHERE complete AND stored = size") >= count;
-        });
-    }
-
-    // By all calls that read.
-    static int64_t BytesRead(const ChildProcess& process) {
-        const std::string start = "rchar: ";
-        const std::string line =
-            ReadLines("/proc/" + std::to_string(process.GetId()) + "/io").front();
-        return line.compare(0, start.size(), start) == 0 ? std::stoll(line.substr(start.size()))
-                                                         : 0;
-    }
-
-    int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }
-
-    static void Append(std::vector<std::string>& words, const std::vector<std::string>& more) {
-        words.insert(words.end(), more.begin(), more.end());
-    }
-
-  private:
-    std::unique_ptr<NatsServers> nats_;
-};
 
 TEST_F(StreamRoad, StoresEveryByteOfEveryFileOnce) {
     StartServers(1);
@@ -137,8 +55,9 @@ TEST_F(StreamRoad, IsExactWhenTheLeaderAFollowerAndTwoOfThreeServersAreKilled) {
     Watch(*collector);
     Watch(*shipper);
     const auto writeAndKill = [&](const std::vector<int>& nodes) {
+        const int64_t before = CountRecords();
         const auto agent = StartAgent(1000);
-        AwaitRecords(CountRecords() + 1);
+        AwaitRecords(before + 1);
         for (const int node : nodes) {
             Nats().Kill(node);
         }
@@ -170,9 +89,12 @@ TEST_F(StreamRoad, IsExactWhenAServerThatHangsIsKilled) {
     Watch(*shipper);
     Watch(*collector);
     Await([&] { return Nats().CountMessages() > 0; });
-    Nats().Pause(1);
+    // It finds much to send at once. A shipper that waits for an acknowledgement for long gives up.
+    shipper->Signal(SIGSTOP);
     RunAgent(1200);
-    Await([&] { return BytesRead(*shipper) > 1000000; });
+    Nats().Pause(1);
+    shipper->Signal(SIGCONT);
+    Await([&] { return BytesRead(shipper->GetId()) > 1000000; });
     Nats().Kill(1);
     Nats().Start(1);
     AwaitFiles(7);
@@ -182,10 +104,11 @@ TEST_F(StreamRoad, IsExactWhenAServerThatHangsIsKilled) {
 TEST_F(StreamRoad, IsExactWhenEverythingIsKilledAtOnce) {
     StartServers(3);
     for (int i = 1; i <= 2; ++i) {
+        const int64_t before = CountRecords();
         const auto collector = StartCollector();
         const auto shipper = StartStreamShipper();
         const auto agent = StartAgent(2000);
-        AwaitRecords(CountRecords() + 1000);
+        AwaitRecords(before + 1000);
         KillAndWait(*agent);
         KillAndWait(*shipper);
         KillAndWait(*collector);
@@ -221,10 +144,10 @@ TEST_F(StreamRoad, RemovesFromTheHostOnlyWhatIsInTheStream) {
     EXPECT_EQ(ListFiles(Logs()).size(), 0U);
 }
 
-// Room comes when what is stored there grows old.
+// Room comes when what is stored there grows old. It is collected long before.
 TEST_F(StreamRoad, WaitsWhileTheStreamIsFullAndLosesNothing) {
-    StartServers(1, {"--max-bytes", "1M", "--max-age", "10"});
-    RunAgent(300);
+    StartServers(1, {"--max-bytes", "1M", "--max-age", "30"});
+    RunAgent(150);
     const auto collector = StartCollector();
     const auto shipper = StartStreamShipper();
     ASSERT_TRUE(shipper->WaitForError("maximum bytes exceeded"));
@@ -249,9 +172,13 @@ TEST_F(StreamRoad, NeedsLittleMemoryForALongBacklog) {
     EXPECT_LT(shipped.peakMemory, limit);
     std::vector<std::string> words = CollectWords();
     words.push_back("--once");
-    const ChildResult collected = RunProgram(ChildStart{words});
-    EXPECT_EQ(collected.exitCode, 0) << collected.errors;
-    EXPECT_LT(collected.peakMemory, limit);
+    // It ends when nothing has come for a second, which is not the end on a busy machine.
+    Await([&] {
+        const ChildResult collected = RunProgram(ChildStart{words});
+        EXPECT_EQ(collected.exitCode, 0) << collected.errors;
+        EXPECT_LT(collected.peakMemory, limit);
+        return HasFiles(CountFiles());
+    });
     const ChildResult stored = RunProgram(
         ChildStart{{QVLOG, "ship", "--once", "--host", "host2", "--to", Target(), Logs()}});
     EXPECT_EQ(stored.exitCode, 0) << stored.errors;

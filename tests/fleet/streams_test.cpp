@@ -1,0 +1,121 @@
+// What the streams hold: what comes twice, what they have forgotten, shards, and who keeps them.
+#include <algorithm>
+#include <map>
+
+#include "fleet/streamroadfixture.h"
+#include "stream/message.h"
+
+namespace {
+
+using namespace NS_TEST;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class Streams : public StreamRoad {};
+
+// The servers leave out nothing that comes twice, however soon: that would end with their window of
+// two minutes, and an outage may be longer.
+TEST_F(Streams, StoresOnceWhatTheStreamHasTwice) {
+    StartServers(1);
+    RunAgent(30);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    const uint64_t once = Nats().CountMessages();
+    EXPECT_EQ(ShipAllIntoStream("host1", {"--again"}).exitCode, 0);
+    // At least one part and one mark of each file.
+    EXPECT_GE(Nats().CountMessages(), once + 14);
+    const auto collector = StartCollector();
+    Watch(*collector);
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+    const int64_t stored = CountRecords();
+    EXPECT_EQ(ShipAllIntoStream("host1", {"--again"}).exitCode, 0);
+    RunAgent(1);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    AwaitFiles(14);
+    EXPECT_GT(CountRecords(), stored);
+    ExpectStoreHasFiles();
+}
+
+// The files still have what the stream has forgotten before anybody collected it.
+TEST_F(Streams, LosesNothingInAnOutageThatIsLongerThanTheStreamRemembers) {
+    StartServers(1, {"--max-age", "1"});
+    RunAgent(30);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    Await([&] { return Nats().CountMessages() == 0; });
+    const auto collector = StartCollector();
+    Watch(*collector);
+    EXPECT_EQ(CountRecords(), 0);
+    // A message that nobody has fetched within its second is forgotten again.
+    Await([&] {
+        EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+        return HasFiles(7);
+    });
+    ExpectStoreHasFiles();
+}
+
+// Each shard has a stream of its own and collectors of its own, two of which may share one.
+TEST_F(Streams, DividesHostsBetweenShardsAndStoresEachRecordOnce) {
+    const std::vector<std::string> shards = {"--shards", "3"};
+    const std::vector<std::string> hosts = {"host1", "host2", "host3", "host4"};
+    StartServers(1, shards);
+    RunAgent(30);
+    std::map<uint32_t, std::string> names;
+    for (const std::string& host : hosts) {
+        names[NS_LOG_FLEET::ShardOf(host, 3)] += " " + host;
+        EXPECT_EQ(ShipAllIntoStream(host, shards).exitCode, 0);
+    }
+    ASSERT_GT(names.size(), 1U);
+    const auto collect = [&](uint32_t shard) {
+        return StartCollector({"--shards", "3", "--shard", std::to_string(shard)});
+    };
+    const auto expectHosts = [&](const std::string& expected) {
+        Connection store(Postgres().Url());
+        EXPECT_EQ(store.Run("SELECT string_agg(DISTINCT ' ' || host, '') FROM qv.file").Text(0, 0),
+                  expected);
+    };
+    std::vector<std::unique_ptr<ChildProcess>> collectors;
+    int64_t files = 0;
+    for (const auto& [shard, hostsOfIt] : names) {
+        const auto killed = collect(shard);
+        collectors.push_back(collect(shard));
+        Await([&] { return Number("SELECT count(*) FROM qv.file") > files; });
+        KillAndWait(*killed);
+        files += 7 * (1 + std::count(hostsOfIt.begin() + 1, hostsOfIt.end(), ' '));
+        AwaitFiles(files);
+        if (shard == names.begin()->first) {
+            expectHosts(hostsOfIt);
+        }
+    }
+    expectHosts(" host1 host2 host3 host4");
+    for (const std::string& host : hosts) {
+        SCOPED_TRACE(host);
+        ExpectStoreHasFiles(host);
+    }
+}
+
+TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
+    StartServers(3);
+    RunProgram({{std::string(QV_FLEET) + "/nats/make-certificates.sh", Path("other")}});
+    {
+        const FourthServer stranger(Path("stranger"), Nats(), Path("other"));
+        for (int node = 1; node <= 3; ++node) {
+            Await([&] {
+                return CountIn(Nats().Log(node), "failed to verify client certificate") >= 2;
+            });
+        }
+        RunAgent(5);
+        EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+        for (int node = 1; node <= 3; ++node) {
+            const std::string greeting = Nats().Greeting(node);
+            EXPECT_THAT(greeting, HasSubstr("connect_urls"));
+            EXPECT_THAT(greeting, Not(HasSubstr(stranger.Address())));
+        }
+    }
+    const FourthServer member(Path("member"), Nats(), Nats().Directory() + "/certs");
+    Await([&] { return CountIn(Nats().Greeting(1), member.Address()) > 0; });
+    const auto collector = StartCollector();
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+}
+
+}  // namespace
