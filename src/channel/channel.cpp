@@ -16,10 +16,8 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// A record of the channel itself, with the number of the calling thread. REQUIRES: `context`
-// outlives the result.
-LogRecord OwnRecord(int level, const char* function, const char* detail, const std::string& context,
-                    uint32_t line) {
+// A record of the channel itself, with the number of the calling thread and without a context.
+LogRecord OwnRecord(int level, const char* function, const char* detail, uint32_t line) {
     LogRecord record;
     record.level = level;
     record.time = ACE_OS::gettimeofday();
@@ -29,7 +27,6 @@ LogRecord OwnRecord(int level, const char* function, const char* detail, const s
     record.function = function;
     record.line = line;
     record.detail = detail;
-    record.context = context;
     return record;
 }
 
@@ -155,10 +152,10 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     if (!IsQueueFull()) {
         return;
     }
+    LogRecord notice = OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
+                                 "Debug cache is full, force output execute.", __LINE__);
     const std::string context = ContextIfPossible();
-    const LogRecord notice =
-        OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
-                  "Debug cache is full, force output execute.", context, __LINE__);
+    notice.context = context;
     // Taken before the queue is let go of, so that batches reach the file in their order. The
     // others fill the next queue while this one is written.
     Guard fileGuard(fileMutex_);
@@ -208,7 +205,6 @@ void TEDebugInfoBuf::Flush() {
 void TEDebugInfoBuf::OutputAll() {
     RecordQueue takenQueue;
     KeptRecords takenKept(keptCapacity_);
-    const std::string context = BuildContextHeader();
     {
         const Guard bufferGuard(bufferMutex_);
         queue_.MoveRecordsTo(takenQueue);
@@ -219,9 +215,11 @@ void TEDebugInfoBuf::OutputAll() {
     {
         const Guard fileGuard(fileMutex_);
         WriteAllBefore(takenQueue, 1 + takenKept.Count());
-        const LogRecord head = OwnRecord(
-            LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
-            "The follow message was dump by maintenance command flushall.", context, __LINE__);
+        LogRecord head =
+            OwnRecord(LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
+                      "The follow message was dump by maintenance command flushall.", __LINE__);
+        const std::string context = ContextIfPossible();
+        head.context = context;
         try {
             logFile_->WriteRecordWithDump(head, takenKept);
         } catch (...) {

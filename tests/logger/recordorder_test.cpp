@@ -1,6 +1,6 @@
 // In which order a record is made: the clock, the text, the context, and the decision what becomes
-// of it. This program has a clock, a conversion, thread contexts and JSON writers of its own in the
-// place of the libraries' and the platform's.
+// of it; also a record of the service itself. This program has a clock, a conversion, time stamps,
+// thread contexts and JSON writers of its own in the place of the libraries' and the platform's.
 #include <dlfcn.h>
 #include <json/value.h>
 #include <json/writer.h>
@@ -12,7 +12,9 @@
 #include <cerrno>
 #include <functional>
 
+#include "channel/channel.h"
 #include "manager/managerfixture.h"
+#include "support/records.h"
 #include "util/threadcontext.h"
 
 using namespace NS_TEST;
@@ -95,6 +97,17 @@ const std::string& Convert2UTFforLog(const std::string& text, std::string& conve
     return converted;
 }
 
+// Does what the platform's does.
+void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
+    using Stamp = void (*)(const ACE_Time_Value&, std::string&);
+    static const auto original = reinterpret_cast<Stamp>(
+        dlsym(RTLD_NEXT,
+              "_ZN13NS_BUNDLEMGR116GetZoneTimeStampERK14ACE_Time_ValueRNSt7__cxx1112basic_"
+              "stringIcSt11char_traitsIcESaIcEEE"));
+    t_steps.Take("stamp");
+    original(time, stamp);
+}
+
 }  // namespace NS_BUNDLEMGR1
 
 // One that has written is not used again: what an alarm that throws leaves in it would be the next
@@ -160,6 +173,33 @@ TEST_F(RecordOrder, EndsWithTheDecision) {
     }
     t_steps.onStep = nullptr;
     EXPECT_TRUE(ListFiles(Path()).empty());
+}
+
+// The file is open, so that no line about its creation is stamped.
+TEST_F(RecordOrder, IsTheClockThenTheContextForTheServicesOwnRecords) {
+    NS_LOG_SERVICE1::TEDebugInfoBuf channel("debug", 1, 1, 1000000, 1);
+    channel.Flush();
+    const std::vector<std::string> own = {"clock",   "context", "drop",    "context", "drop",
+                                          "context", "drop",    "context", "drop"};
+    t_steps.taken.clear();
+    t_steps.observed = true;
+    channel.AppendOutputInfo(WithDetail("fills the queue").Get());
+    t_steps.observed = false;
+    std::vector<std::string> notice = own;
+    notice.insert(notice.end(), {"stamp", "stamp"});
+    EXPECT_EQ(t_steps.taken, notice) << "made before the queue is written";
+
+    NS_LOG_SERVICE1::TEDebugInfoBuf dumped("debug", 2, 1, 1000000, 1);
+    dumped.Flush();
+    dumped.AppendOutputInfo(WithDetail("queued").Get());
+    t_steps.taken.clear();
+    t_steps.observed = true;
+    dumped.OutputAll();
+    t_steps.observed = false;
+    std::vector<std::string> head = {"stamp"};
+    head.insert(head.end(), own.begin(), own.end());
+    head.insert(head.end(), "stamp");
+    EXPECT_EQ(t_steps.taken, head) << "made behind the queue";
 }
 
 TEST_F(RecordOrder, HasAJsonWriterForEachAlarm) {
