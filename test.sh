@@ -121,11 +121,11 @@ if $lint; then
     trap 'kill -- "-$lint_process" 2>/dev/null || true; rm -f "$checks"' EXIT
 fi
 
-# Two more at a time than there are processors: some tests wait.
+# Three at a time for each processor: many tests wait.
 for preset in "${presets[@]}"; do
     echo "== Tests: $preset"
     ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error \
-        --parallel "$(($(nproc) + 2))" --tests-regex "$filter" |
+        --parallel "$((3 * $(nproc)))" --tests-regex "$filter" |
         grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
 done
 

@@ -44,10 +44,28 @@ if(QV_SANITIZE STREQUAL "thread")
     target_compile_options(qv_without_threads INTERFACE "SHELL:-O0 -fno-sanitize=thread")
 endif()
 
-# qv_compile_lightly(a.cpp ... [TARGET_DIRECTORY target]): for files of the current directory, or the
-# target's, that read a command line once in a process's life, and whose parser library takes the
-# optimiser and the undefined-behaviour sanitizer three times as long as all the rest of the file.
+# qv_compile_for_speed(target): file by file. The compiler inlines what is rare where it sees a whole
+# library, and the usual way takes more instructions (docs/performance.md). With a sanitizer, whose
+# presets do not optimise: together, and optimised a little, since the tests wait for it.
+function(qv_compile_for_speed target)
+    if(QV_SANITIZE)
+        target_compile_options(${target} PRIVATE -O1)
+    else()
+        set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
+    endif()
+endfunction()
+
+# qv_compile_lightly(a.cpp ...), qv_compile_target_lightly(target): for files of the current directory,
+# or all of a target, that read a command line once in a process's life, and whose parser library takes
+# the optimiser and the undefined-behaviour sanitizer three times as long as all the rest of the file.
+if(QV_SANITIZE)
+    set(light_options -fno-sanitize=undefined)
+else()
+    set(light_options -O1)
+endif()
 function(qv_compile_lightly)
-    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS
-        "-O1;$<$<STREQUAL:${QV_SANITIZE},address>:-fno-sanitize=undefined>")
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${light_options}")
+endfunction()
+function(qv_compile_target_lightly target)
+    target_compile_options(${target} PRIVATE ${light_options})
 endfunction()

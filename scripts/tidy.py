@@ -38,12 +38,19 @@ def arguments_of(command):
     return ('-O2', *kept)
 
 
+def files_of(path):
+    """The files that a compilation is about: those that are compiled together, or the file itself."""
+    if '/Unity/' not in path:
+        return [path]
+    return re.findall(r'^#include "(.+)"$', pathlib.Path(path).read_text(), re.M)
+
+
 def arguments_by_file(build):
     """The arguments of each source file; of one that several programs compile, those of the first."""
     arguments = {}
     for entry in json.loads((build / 'compile_commands.json').read_text()):
-        path = os.path.normpath(os.path.join(entry['directory'], entry['file']))
-        arguments.setdefault(path, arguments_of(entry['command']))
+        for path in files_of(os.path.normpath(os.path.join(entry['directory'], entry['file']))):
+            arguments.setdefault(path, arguments_of(entry['command']))
     return arguments
 
 

@@ -14,10 +14,12 @@ using namespace testing;
 // What a line of the input looks like in the log: zero bytes shown by their sign, and then what is
 // no UTF-8 in the platform's readable form.
 std::string Shown(const std::string& line) {
-    std::string text = line;
-    for (size_t at = text.find('\0'); at != std::string::npos; at = text.find('\0', at)) {
-        text.replace(at, 1, "\u2400");
+    std::string text;
+    size_t begin = 0;
+    for (size_t zero; (zero = line.find('\0', begin)) != std::string::npos; begin = zero + 1) {
+        text.append(line, begin, zero - begin).append("\u2400");
     }
+    text.append(line, begin);
     std::string converted;
     return NS_BUNDLEMGR1::Convert2UTFforLog(text, converted);
 }
