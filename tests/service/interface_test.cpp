@@ -59,6 +59,14 @@ TEST_F(ServiceInterface, GivesOutTheManagersLoggers) {
     EXPECT_EQ(service_.GetLogger("a", "b", "CorbaOper"), nullptr);
 }
 
+TEST_F(ServiceInterface, TakesTheNamesOfALoggerAsTheyAre) {
+    Manager().CreateChannels();
+    const std::string name("a\0b", 3);
+    EXPECT_EQ(service_.GetLogger(name, "b", "debug"), Manager().GetLogger(name, "b", "debug"));
+    EXPECT_EQ(service_.GetLogger("a", name, "debug"), Manager().GetLogger("a", name, "debug"));
+    EXPECT_EQ(service_.GetLogger("a", "b", std::string("debug\0", 6)), nullptr);
+}
+
 TEST_F(ServiceInterface, HandsOnWhatTheManagerAnswersAndCreatesItWhereThereIsNone) {
     EXPECT_EQ(service_.IsLogOutputPara(), 0u);
     EXPECT_NE(LogMgr::InstanceIfAny(), nullptr);
