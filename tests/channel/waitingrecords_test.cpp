@@ -2,7 +2,10 @@
 #include "channel/waitingrecords.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
+#include <atomic>
+#include <csignal>
 #include <thread>
 
 #include "support/waiting.h"
@@ -101,6 +104,34 @@ TEST_F(WaitingRecordsTest, AThreadThatSleepsIsWokenWhenItsRecordIsHandled) {
     waiting_.EndWriting(waiting_.BeginWriting(), first_);
     sleeper.join();
     EXPECT_EQ(second_.state, WaitingRecord::kHandled);
+}
+
+// A signal ends the waiting for a semaphore.
+TEST_F(WaitingRecordsTest, AThreadThatSleepsIsNotWokenByASignal) {
+    static std::atomic<int> signals{0};
+    signals = 0;
+    struct sigaction action {};
+    action.sa_handler = [](int) { ++signals; };
+    ASSERT_EQ(::sigaction(SIGUSR1, &action, nullptr), 0);
+    waiting_.Join(first_);
+    waiting_.Join(second_);
+    std::atomic<int> stateAtItsEnd{WaitingRecord::kWaiting};
+    std::thread sleeper([this, &stateAtItsEnd] {
+        WaitingRecords::AwaitWriter(second_);
+        stateAtItsEnd = second_.state.load();
+    });
+    while (second_.state != WaitingRecord::kAsleep) {
+        std::this_thread::yield();
+    }
+    for (int i = 1; i <= 20; ++i) {
+        ::pthread_kill(sleeper.native_handle(), SIGUSR1);
+        while (signals < i && stateAtItsEnd == WaitingRecord::kWaiting) {
+            std::this_thread::yield();
+        }
+    }
+    waiting_.EndWriting(waiting_.BeginWriting(), first_);
+    sleeper.join();
+    EXPECT_EQ(stateAtItsEnd, WaitingRecord::kHandled);
 }
 
 TEST_F(WaitingRecordsTest, AChildProcessForgetsThoseOfItsParent) {
