@@ -20,6 +20,11 @@ constexpr int kLooksForFollowers = 40;
 // With three records more in a write, it costs each of them little already.
 constexpr int kMostFollowers = 3;
 
+// After so many waits in vain only each 32nd writer waits: threads that have more to do than to log
+// meet by chance.
+constexpr unsigned kWaitsInVain = 8;
+constexpr unsigned kWritersForAWait = 32;
+
 inline void Pause() {
 #if defined(__x86_64__) || defined(__i386__)
     __builtin_ia32_pause();
@@ -78,22 +83,30 @@ void WaitingRecords::AwaitWriter(WaitingRecord& record) {
 
 // The threads of the group before go on together, and those that log without a pause come back
 // together. If that group is still being written, they come in addition to the caller.
-void WaitingRecords::AwaitTurn() const {
+void WaitingRecords::AwaitTurn() {
     int expected = lastGroup_ - 1;
     if (writing_.load(std::memory_order_acquire)) {
         AwaitBriefly([this] { return !writing_.load(std::memory_order_acquire); });
         ++expected;
     }
-    AwaitFollowers(std::min(expected, mostFollowers_));
+    expected = std::min(expected, mostFollowers_);
+    const unsigned inVain = inVain_;
+    if (expected > 0 && (inVain < kWaitsInVain || inVain % kWritersForAWait == 0)) {
+        inVain_ = AwaitFollowers(expected) ? 0 : inVain + 1;
+    } else if (expected > 0) {
+        inVain_ = inVain + 1;
+    }
 }
 
-void WaitingRecords::AwaitFollowers(int expected) const {
+// Returns whether they have come.
+bool WaitingRecords::AwaitFollowers(int expected) const {
     for (int i = 0; i < kLooksForFollowers; ++i) {
         if (followers_.load(std::memory_order_relaxed) >= expected) {
-            return;
+            return true;
         }
         Pause();
     }
+    return false;
 }
 
 // Those that can come while the caller looks: the others wait for a processor.

@@ -67,7 +67,7 @@ class WaitingRecords {
 
     // Returns when no other group is being written and those who are expected have joined, or after
     // a while: the file's mutex decides. REQUIRES: Join returned true.
-    void AwaitTurn() const;
+    void AwaitTurn();
 
     // Ends the group and returns it, in the order of arrival. Later records make the next group.
     // REQUIRES: the caller writes the group and holds the file's mutex.
@@ -83,17 +83,19 @@ class WaitingRecords {
         writing_ = false;
         followers_ = 0;
         lastGroup_ = 0;
+        inVain_ = 0;
     }
 
   private:
     static int MostFollowers();
-    void AwaitFollowers(int expected) const;
+    bool AwaitFollowers(int expected) const;
 
     std::atomic<WaitingRecord*> newest_{nullptr};
     std::atomic<bool> writing_{false};
     // For an estimate only; they may be wrong by a record that comes at this moment.
-    std::atomic<int> followers_{0};    // that have joined the first one of the next group
-    RelaxedAtomic<int> lastGroup_{0};  // the records of the group that was taken last
+    std::atomic<int> followers_{0};      // that have joined the first one of the next group
+    RelaxedAtomic<int> lastGroup_{0};    // the records of the group that was taken last
+    RelaxedAtomic<unsigned> inVain_{0};  // the writers since followers came when they were expected
     const int mostFollowers_ = MostFollowers();
 };
 
