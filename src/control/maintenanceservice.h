@@ -16,10 +16,10 @@ class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
     // Creates and registers the interface, unless that has been done or there is no log manager.
     static void Start();
 
-    // Removes the interface. If a file policy was chosen through it, also writes out the queues, and
-    // reports how many records were lost since the start: they could not be written, or their file
-    // was emptied. Records of switched-off levels are kept back and not promised to anybody, so they
-    // are no loss. Does nothing without Start.
+    // Removes the interface. If a file policy was chosen through it, also writes out the queues,
+    // and reports how many records were lost since the start: they could not be written, or their
+    // file was emptied. Records of switched-off levels are kept back and not promised to anybody,
+    // so they are no loss. Does nothing without Start.
     static void Finish();
 
     // In a child process; see QueuedOutput.
