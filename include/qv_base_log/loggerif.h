@@ -24,7 +24,7 @@ namespace NS_LOG_SERVICE1 {
 //
 // Errors: the logging operations report nothing to the caller. A record is lost when no log file
 // can be opened or a write fails. A file that is full within the second in which it was made loses
-// all its records, because the next file has the same name; LOG_FILE_POLICY_KEEP_RECORDS of the
+// all its records, because the next file has the same name. LOG_FILE_POLICY_KEEP_RECORDS of the
 // maintenance interface continues the file instead. The service counts what is lost so. Queued
 // records are lost when the process dies.
 //
