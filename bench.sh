@@ -73,7 +73,8 @@ build_fleet() {
 }
 
 build_fairness() {
-    qv_configure "$root" release && qv_build "$root" release qv_bench_fairness
+    qv_configure "$root" release -DQV_BUILD_BENCHMARKS=ON &&
+        qv_build "$root" release qv_bench_fairness
 }
 
 build_all() {
