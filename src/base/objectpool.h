@@ -19,56 +19,50 @@ inline size_t ThreadNumber() {
     return number;
 }
 
-// Keeps one spare object for each of up to 64 threads. A call within a call, or a thread that
-// shares its number with a busy one, gets a new object.
+// Has one object for each of up to 64 threads. A call within a call, or a thread that shares its
+// number with a busy one, gets a new object.
 //
 // Thread safety: any thread may call any operation.
 template <class T>
 class ObjectPool {
   public:
-    constexpr ObjectPool() = default;
-    ~ObjectPool() { Clear(); }
+    ObjectPool() = default;
 
     ObjectPool(const ObjectPool&) = delete;
     ObjectPool& operator=(const ObjectPool&) = delete;
 
-    // Where the calling thread's spare object is kept.
-    using Place = std::atomic<T*>;
-    Place& PlaceOfThread() { return slots_[ThreadNumber() % slots_.size()].object; }
+    // Where a thread's object stands. Each in cache lines of its own: threads do not slow each
+    // other down.
+    class alignas(64) Place {
+      public:
+        // Returns the object for the caller alone until GiveBack; null while it is lent already.
+        // Only this takes a locked instruction, which costs as much as twenty others.
+        T* Take() { return lent_.exchange(true, std::memory_order_acquire) ? nullptr : &object_; }
+        void GiveBack() { lent_.store(false, std::memory_order_release); }
 
-    // The caller owns the object until it gives it back.
-    static T* Take(Place& place) {
-        T* const object = place.exchange(nullptr, std::memory_order_acquire);
-        return object != nullptr ? object : Make();
-    }
-
-    static void GiveBack(Place& place, T* object) {
-        T* const surplus = place.exchange(object, std::memory_order_acq_rel);
-        if (surplus != nullptr) {
-            Free(surplus);
+        void Clear() {
+            if (Take() != nullptr) {
+                object_ = T();
+                GiveBack();
+            }
         }
-    }
 
-    // Frees the spare objects.
+      private:
+        std::atomic<bool> lent_{false};
+        T object_;  // of who has set lent_
+    };
+
+    Place& PlaceOfThread() { return places_[ThreadNumber() % places_.size()]; }
+
+    // Makes the objects anew that are not lent, and so frees what they own.
     void Clear() {
-        for (Slot& slot : slots_) {
-            const std::unique_ptr<T> spare(slot.object.exchange(nullptr));
+        for (Place& place : places_) {
+            place.Clear();
         }
     }
 
   private:
-    // Not inlined: hardly ever called.
-    __attribute__((noinline)) static T* Make() { return std::make_unique<T>().release(); }
-    __attribute__((noinline)) static void Free(T* object) {
-        const std::unique_ptr<T> surplus(object);
-    }
-
-    // Each in a cache line of its own: threads do not slow each other down.
-    struct alignas(64) Slot {
-        Place object{nullptr};  // owned
-    };
-
-    std::array<Slot, 64> slots_;
+    std::array<Place, 64> places_;
 };
 
 // An object of the pool, for the length of a block.
@@ -76,8 +70,18 @@ template <class T>
 class Borrowed {
   public:
     explicit Borrowed(ObjectPool<T>& pool)
-        : place_(pool.PlaceOfThread()), object_(ObjectPool<T>::Take(place_)) {}
-    ~Borrowed() { ObjectPool<T>::GiveBack(place_, object_); }
+        : place_(&pool.PlaceOfThread()), object_(place_->Take()) {
+        if (object_ == nullptr) {
+            MakeOwn();
+        }
+    }
+    ~Borrowed() {
+        if (place_ != nullptr) {
+            place_->GiveBack();
+        } else {
+            FreeOwn();
+        }
+    }
 
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
@@ -86,7 +90,14 @@ class Borrowed {
     T* operator->() const { return object_; }
 
   private:
-    typename ObjectPool<T>::Place& place_;
+    // For a thread whose object is lent already. Not inlined: hardly ever called.
+    __attribute__((noinline)) void MakeOwn() {
+        object_ = std::make_unique<T>().release();
+        place_ = nullptr;
+    }
+    __attribute__((noinline)) void FreeOwn() { const std::unique_ptr<T> own(object_); }
+
+    typename ObjectPool<T>::Place* place_;  // null: this owns the object
     T* object_;
 };
 

@@ -98,7 +98,7 @@ WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
         if (result.error || result.written == bytes.size()) {
             return result;
         }
-        taken = ::write(descriptor_, bytes.data() + result.written, bytes.size() - result.written);
+        taken = Append(bytes.substr(result.written));
     }
 }
 

@@ -5,57 +5,59 @@
 
 #include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// Counts the objects that there are.
+// Owns memory once it was used.
 struct Pooled {
-    Pooled() { ++count; }
-    ~Pooled() { --count; }
-    Pooled(const Pooled&) = delete;
-    Pooled& operator=(const Pooled&) = delete;
-
-    static int count;
+    std::vector<int> used;
 };
-int Pooled::count = 0;
 
 using Pool = ObjectPool<Pooled>;
 
-Pooled* Borrow(Pool& pool) {
+// Returns the object that a call of this thread gets, and whether it was used before.
+std::pair<Pooled*, bool> Use(Pool& pool) {
     const Borrowed<Pooled> borrowed(pool);
-    return &*borrowed;
+    const bool wasUsed = !borrowed->used.empty();
+    borrowed->used.push_back(1);
+    return {&*borrowed, wasUsed};
 }
 
 TEST(ObjectPool, LendsAThreadItsObjectAgain) {
     Pool pool;
-    Pooled* const first = Borrow(pool);
-    EXPECT_EQ(Borrow(pool), first);
-    EXPECT_EQ(Pooled::count, 1);
+    Pooled* const first = Use(pool).first;
+    EXPECT_EQ(Use(pool), std::make_pair(first, true));
 }
 
 TEST(ObjectPool, LendsACallWithinACallAnotherObjectAndKeepsOne) {
     Pool pool;
+    Pooled* kept = nullptr;
     {
         const Borrowed<Pooled> outer(pool);
+        kept = &*outer;
         const Borrowed<Pooled> inner(pool);
         EXPECT_NE(&*outer, &*inner);
-        EXPECT_EQ(Pooled::count, 2);
+        EXPECT_NE(Use(pool).first, &*outer);
     }
-    EXPECT_EQ(Pooled::count, 1);
+    EXPECT_EQ(Use(pool).first, kept);
 }
 
-TEST(ObjectPool, FreesItsSpareObjects) {
-    {
-        Pool pool;
-        Borrow(pool);
-        pool.Clear();
-        EXPECT_EQ(Pooled::count, 0);
-        Borrow(pool);
-        EXPECT_EQ(Pooled::count, 1);
-    }
-    EXPECT_EQ(Pooled::count, 0);
+TEST(ObjectPool, FreesWhatItsObjectsOwn) {
+    Pool pool;
+    Use(pool);
+    pool.Clear();
+    EXPECT_FALSE(Use(pool).second);
+}
+
+TEST(ObjectPool, LeavesAnObjectAloneThatIsLent) {
+    Pool pool;
+    const Borrowed<Pooled> lent(pool);
+    lent->used.push_back(1);
+    pool.Clear();
+    EXPECT_EQ(lent->used.size(), 1u);
 }
 
 TEST(ObjectPool, HasAPlaceOfItsOwnForEachOfSixtyFourThreads) {

@@ -84,6 +84,11 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
     return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size);
 }
 
+// Of a file that is written at its end.
+ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t /*offset*/) {
+    return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size);
+}
+
 int open(const char* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);

@@ -14,9 +14,9 @@
 
 namespace NS_TEST {
 
-// What the test program's own write, open, time, gettimeofday and clock_gettime do. The service is
-// linked into the program statically and so calls these; the platform, the C library and the test
-// framework go on calling the real ones.
+// What the test program's own write, pwrite, open, time, gettimeofday and clock_gettime do. The
+// service is linked into the program statically and so calls these; the platform, the C library and
+// the test framework go on calling the real ones.
 //
 // Thread safety: the counters and the clock may be used by any thread; the rest while no other
 // thread writes.
@@ -26,8 +26,8 @@ class SystemCalls {
     static constexpr int64_t kStart = 1709647629;
     static constexpr int kMicrosecond = 654321;
 
-    // What becomes of one call of write: up to so many bytes are written, or the call fails with
-    // the error and nothing is written.
+    // What becomes of one call of write or pwrite: up to so many bytes are written, or the call
+    // fails with the error and nothing is written.
     struct Fate {
         size_t bytes = SIZE_MAX;
         int error = 0;

@@ -234,6 +234,12 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
     return NS_TEST::Write(descriptor, bytes, size);
 }
 
+// The log files are written at their end, whatever the offset.
+ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
+    return !NS_TEST::IsWatched(descriptor) ? syscall(SYS_pwrite64, descriptor, bytes, size, offset)
+                                           : NS_TEST::Write(descriptor, bytes, size);
+}
+
 ssize_t writev(int descriptor, const struct iovec* parts, int count) {
     if (!NS_TEST::IsWatched(descriptor)) {
         return syscall(SYS_writev, descriptor, parts, count);
