@@ -26,7 +26,7 @@ namespace NS_LOG_SERVICE1 {
 // can be opened or a write fails. A file that is full within the second in which it was made loses
 // all its records, because the next file has the same name. LOG_FILE_POLICY_KEEP_RECORDS of the
 // maintenance interface continues the file instead. The service counts what is lost so. Queued
-// records are lost when the process dies.
+// records are lost when the process dies. What the service meets at a file does not show in errno.
 //
 // Exceptions: std::bad_alloc, std::out_of_range where it is named below, and what the caller's own
 // objects throw (JSON values, ASN messages). LogAsnTrace and PrintAsn also pass on the platform's
@@ -35,7 +35,8 @@ namespace NS_LOG_SERVICE1 {
 //
 // Thread safety: any thread may call any operation at any time. The written records of one thread
 // keep their order within a category. But when queued output is written out periodically or on
-// request, or is switched, a record may overtake older ones.
+// request, or is switched, a record may overtake older ones. A thread that is cancelled while it
+// logs (pthread_cancel, deferred) completes its record and ends behind the call.
 //
 // Texts: in the file every text ends at its first zero byte. The text of a record is converted to
 // valid UTF-8. File and function are written as they are.

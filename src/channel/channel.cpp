@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "base/renew.h"
-#include "base/uncancelled.h"
 #include "bundlemgr/logsupport.h"
+#include "channel/filework.h"
 #include "channel/logfilename.h"
 #include "qv_base_log/loglevel.h"
 #include "record/contextheader.h"
@@ -53,7 +53,7 @@ TEDebugInfoBuf::TEDebugInfoBuf(const char* category, const uint32_t& queuebuflen
                                          logfilecount)) {}
 
 TEDebugInfoBuf::~TEDebugInfoBuf() {
-    const Uncancelled uncancelled;
+    const FileWork work;
     try {
         Flush();
     } catch (...) {
@@ -72,7 +72,7 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         WriteDump(record, false);
         return;
     }
-    const Uncancelled uncancelled;
+    const FileWork work;
     Acceptance acceptance(this);
     WaitingRecord waiting(record, FrameAhead(record, memory));
     acceptance.Done();
@@ -155,7 +155,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     if (!IsQueueFull()) {
         return;
     }
-    const Uncancelled uncancelled;
+    const FileWork work;
     LogRecord notice = OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
                                  "Debug cache is full, force output execute.", __LINE__);
     const std::string context = ContextIfPossible();
@@ -191,7 +191,7 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory)
 }
 
 void TEDebugInfoBuf::Flush() {
-    const Uncancelled uncancelled;
+    const FileWork work;
     RecordQueue taken;
     {
         const Guard bufferGuard(bufferMutex_);
@@ -208,7 +208,7 @@ void TEDebugInfoBuf::Flush() {
 }
 
 void TEDebugInfoBuf::OutputAll() {
-    const Uncancelled uncancelled;
+    const FileWork work;
     RecordQueue takenQueue;
     KeptRecords takenKept(keptCapacity_);
     {
@@ -238,7 +238,7 @@ void TEDebugInfoBuf::OutputAll() {
 }
 
 int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& prefix) {
-    const Uncancelled uncancelled;
+    const FileWork work;
     const Guard fileGuard(fileMutex_);
     return logFile_->ChangePath(directory, prefix);
 }
@@ -305,13 +305,13 @@ void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void TEDebugInfoBuf::Rotate() {
-    const Uncancelled uncancelled;
+    const FileWork work;
     const Guard fileGuard(fileMutex_);
     logFile_->Rotate();
 }
 
 void TEDebugInfoBuf::Reopen() {
-    const Uncancelled uncancelled;
+    const FileWork work;
     const Guard fileGuard(fileMutex_);
     logFile_->Reopen();
 }
@@ -342,7 +342,7 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 }
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
-    const Uncancelled uncancelled;
+    const FileWork work;
     Acceptance acceptance(this);
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);
