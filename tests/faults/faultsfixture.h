@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -187,7 +188,7 @@ class FaultsTest : private InMemory, public MaintenanceTest {
     }
 
     ScopedTimeZone zone_;
-    uint64_t logged_ = 0;
+    std::atomic<uint64_t> logged_{0};
 };
 
 }  // namespace NS_TEST
