@@ -1,25 +1,20 @@
 #include "channel/currentfile.h"
 
-#include <ace/OS_NS_sys_time.h>
 #include <sys/resource.h>
 
+#include <array>
 #include <cstdio>
 #include <ctime>
 #include <memory>
 #include <new>
 #include <utility>
 
-#include "bundlemgr/logsupport.h"
-#include "channel/framing.h"
 #include "channel/logdirectory.h"
 #include "channel/logfilename.h"
 #include "channel/tornend.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
-
-// More than the first line of a file.
-constexpr size_t kFirstLineSize = 128;
 
 std::string WithoutSeparatorAtEnd(std::string directory) {
     if (!directory.empty() && (directory.back() == '/' || directory.back() == '\\')) {
@@ -41,11 +36,7 @@ bool IsNoRoom(const std::error_code& error) {
 }  // namespace
 
 CurrentFile::CurrentFile(const char* directory, const char* prefix, LogFileStatistics& statistics)
-    : directory_(WithoutSeparatorAtEnd(directory)), prefix_(prefix), statistics_(statistics) {
-    // A file must not lack its first line because there is no memory for that.
-    line_.Reserve(kFirstLineSize);
-    stamp_.reserve(kFirstLineSize);
-}
+    : directory_(WithoutSeparatorAtEnd(directory)), prefix_(prefix), statistics_(statistics) {}
 
 bool CurrentFile::MakeReady() {
     if (!KeepsRecords()) {
@@ -97,8 +88,12 @@ void CurrentFile::Reopen() {
 // Two files that begin within one second have the same name: the second one empties the first.
 bool CurrentFile::BeginEmptied() {
     if (IsOpen()) {
-        End();
         statistics_.rotations.Add(1);
+        EndText();
+        if (BeginAgain()) {
+            return true;
+        }
+        CloseEnded();
     }
     const std::string name = NewLogFileName(prefix_);
     OpenedFile opened{PathOf(name), {}};
@@ -109,10 +104,28 @@ bool CurrentFile::BeginEmptied() {
         Unpublish();
         return false;
     }
-    CountEmptied(next);
+    CountEmptied(next.SizeFound(), left_.Take(next.Identity()));
     Adopt(next, std::move(opened), {});
-    WriteWhole(CreatedLine());
+    WriteWhole(lines_.Created());
     return true;
+}
+
+// Empties the file that has ended within its second, without closing it: ext4 writes out a file
+// that was emptied once when it is closed, and the next emptying waits for the disk. Returns
+// whether the next file has begun so.
+bool CurrentFile::BeginAgain() noexcept {
+    try {
+        const uint64_t size = stream_.Size();
+        if (!IsCurrent(PathOf(NewLogFileName(prefix_))) || stream_.Empty()) {
+            return false;
+        }
+        CountEmptied(size, RecordsInFile());
+        BeginCounting({});
+        WriteWhole(lines_.Created());
+        return true;
+    } catch (...) {  // NOLINT: the usual way meets it again
+        return false;
+    }
 }
 
 // Begins the file `name`, or goes on in it, and leaves the current one. When it is the current one,
@@ -154,7 +167,7 @@ std::error_code CurrentFile::BeginText(FileStream& next, const std::string& path
     if (error) {
         return error;
     }
-    const WriteResult result = next.Write(CreatedLine());
+    const WriteResult result = next.Write(lines_.Created());
     if (!result.error) {
         statistics_.bytesWritten.Add(result.written);
         return result.error;
@@ -177,12 +190,17 @@ void CurrentFile::Adopt(FileStream& next, OpenedFile opened, const RecordCounts&
     path_ = opened.path;
     stream_.Swap(next);
     hasFile_ = true;
+    BeginCounting(records);
+    opened_.Set(std::move(opened));
+}
+
+// The file holds `records` of this channel already.
+void CurrentFile::BeginCounting(const RecordCounts& records) {
     size_ = stream_.Size();
     countsBefore_ = {statistics_.recordsWritten.Get() - records.written,
                      statistics_.recordsDumped.Get() - records.dumped};
     suspect_ = false;
     torn_ = 0;
-    opened_.Set(std::move(opened));
 }
 
 void CurrentFile::Close() {
@@ -194,10 +212,18 @@ void CurrentFile::Close() {
 
 // Ends the file with its last line.
 void CurrentFile::End() {
-    const std::string_view line = ClosedLine();
+    EndText();
+    CloseEnded();
+}
+
+void CurrentFile::EndText() {
+    const std::string_view line = lines_.Closed();
     if (WriteWhole(line) && IsOpen()) {
         WriteWhole(line);
     }
+}
+
+void CurrentFile::CloseEnded() {
     if (const std::error_code error = stream_.Close()) {
         Count(error, path_);
     }
@@ -223,11 +249,10 @@ void CurrentFile::Unpublish() {
     opened_.Set({});
 }
 
-// What stood in the file was emptied by its opening.
-void CurrentFile::CountEmptied(const FileStream& next) {
-    const RecordCounts lost = left_.Take(next.Identity());
-    if (next.SizeFound() != 0) {
-        statistics_.bytesEmptied.Add(next.SizeFound());
+// A file of that size was emptied.
+void CurrentFile::CountEmptied(uint64_t size, const RecordCounts& lost) {
+    if (size != 0) {
+        statistics_.bytesEmptied.Add(size);
         statistics_.writtenOverwritten.Add(lost.written);
         statistics_.dumpedOverwritten.Add(lost.dumped);
     }
@@ -286,8 +311,9 @@ std::error_code CurrentFile::TakeBackTorn() {
 
 bool CurrentFile::IsFullFor(size_t bytes, const std::error_code& error) const {
     struct rlimit largest {};
-    return KeepsRecords() && Is(error, std::errc::file_too_large) && size_ > kFirstLineSize &&
-           ::getrlimit(RLIMIT_FSIZE, &largest) == 0 && largest.rlim_cur >= kFirstLineSize + bytes;
+    return KeepsRecords() && Is(error, std::errc::file_too_large) &&
+           size_ > FileLines::kFirstLineSize && ::getrlimit(RLIMIT_FSIZE, &largest) == 0 &&
+           largest.rlim_cur >= FileLines::kFirstLineSize + bytes;
 }
 
 void CurrentFile::MoveTo(const std::string& directory, const std::string& prefix) {
@@ -323,17 +349,14 @@ bool CurrentFile::TakeContentsOf(const std::string& path) {
     if (old == nullptr) {
         return true;
     }
-    constexpr size_t kChunkSize = 4096;
+    std::array<char, 4096> chunk{};
     const uint64_t sizeBefore = size_;
     bool taken = true;
     size_t length = 0;
     do {
-        line_.Clear();
-        char* chunk = line_.Reserve(kChunkSize);
-        length = std::fread(chunk, 1, kChunkSize, old.get());
-        line_.Commit(chunk + length);
-        taken = !WriteWhole(line_.Bytes());
-    } while (taken && length == kChunkSize);
+        length = std::fread(chunk.data(), 1, chunk.size(), old.get());
+        taken = !WriteWhole({chunk.data(), length});
+    } while (taken && length == chunk.size());
     if (!taken || std::ferror(old.get()) != 0) {
         stream_.CutBack(size_ - sizeBefore);
         size_ = sizeBefore;
@@ -345,24 +368,6 @@ bool CurrentFile::TakeContentsOf(const std::string& path) {
 RecordCounts CurrentFile::RecordsInFile() const {
     return {statistics_.recordsWritten.Get() - countsBefore_.written,
             statistics_.recordsDumped.Get() - countsBefore_.dumped};
-}
-
-// Both lines are valid until the next call.
-std::string_view CurrentFile::CreatedLine() {
-    line_.Clear();
-    AppendFileCreated(line_, StampNow());
-    return line_.Bytes();
-}
-
-std::string_view CurrentFile::ClosedLine() {
-    line_.Clear();
-    AppendFileClosed(line_, StampNow());
-    return line_.Bytes();
-}
-
-const std::string& CurrentFile::StampNow() {
-    NS_BUNDLEMGR1::GetZoneTimeStamp(ACE_OS::gettimeofday(), stamp_);
-    return stamp_;
 }
 
 void CurrentFile::Count(const std::error_code& error, const std::string& path) {

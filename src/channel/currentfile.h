@@ -10,9 +10,9 @@
 #include "base/published.h"
 #include "base/relaxedatomic.h"
 #include "base/renew.h"
+#include "channel/filelines.h"
 #include "channel/filepolicy.h"
 #include "channel/filestream.h"
-#include "channel/framebuffer.h"
 #include "channel/logfilestatistics.h"
 #include "channel/writepause.h"
 #include "channel/writtenfiles.h"
@@ -132,23 +132,24 @@ class CurrentFile {
     bool MakeReady();
     WriteResult WriteAgain(std::string_view piece);
     bool BeginEmptied();
+    bool BeginAgain() noexcept;
     bool ContinueIn(const std::string& name);
     std::error_code BeginText(FileStream& next, const std::string& path);
     bool IsCurrent(const std::string& path) const;
     void Adopt(FileStream& next, OpenedFile opened, const RecordCounts& records);
     void End();
+    void EndText();
+    void CloseEnded();
     void Leave();
     void Unpublish();
-    void CountEmptied(const FileStream& next);
+    void BeginCounting(const RecordCounts& records);
+    void CountEmptied(uint64_t size, const RecordCounts& lost);
     std::error_code TakeBackTorn();
     bool TakeContentsOf(const std::string& path);
 
     RecordCounts RecordsInFile() const;
     std::string PathOf(const std::string& name) const { return directory_ + "/" + name; }
     std::string NameOfCurrent() const { return path_.substr(directory_.size() + 1); }
-    std::string_view CreatedLine();
-    std::string_view ClosedLine();
-    const std::string& StampNow();
     void CountWritten(size_t bytes) {
         size_ += bytes;
         statistics_.bytesWritten.Add(bytes);
@@ -175,8 +176,7 @@ class CurrentFile {
     WritePause pause_;             // before the next attempt to write, or to open the first file
     std::time_t triedSecond_ = 0;  // of the last attempt to begin the next file
 
-    FrameBuffer line_;
-    std::string stamp_;
+    FileLines lines_;
     RelaxedAtomic<bool> hasFile_{false};
     Published<OpenedFile> opened_;
 };

@@ -50,8 +50,10 @@ std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode
 // Emptied behind the opening, so that what is lost can be counted.
 std::error_code FileStream::Create(const std::string& path) {
     std::error_code error = Open(path, O_WRONLY | O_CREAT, 0666);
-    if (!error && sizeFound_ != 0 && ::ftruncate(descriptor_, 0) != 0) {
-        error = LastError();
+    if (!error && sizeFound_ != 0) {
+        error = Empty();
+    }
+    if (error) {
         Close();
     }
     return error;
@@ -100,6 +102,10 @@ WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
         }
         taken = Append(bytes.substr(result.written));
     }
+}
+
+std::error_code FileStream::Empty() {
+    return ::ftruncate(descriptor_, 0) == 0 ? std::error_code() : LastError();
 }
 
 std::error_code FileStream::CutBack(size_t size) {

@@ -73,6 +73,9 @@ class FileStream {
                                                            : WriteRest(bytes, taken);
     }
 
+    // Removes all bytes of the file.
+    std::error_code Empty();
+
     // Removes the last `size` bytes of the file.
     std::error_code CutBack(size_t size);
 

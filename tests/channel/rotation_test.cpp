@@ -1,6 +1,7 @@
 // When a log file gives way to the next one.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "channel/channelfixture.h"
@@ -79,6 +80,33 @@ TEST_F(Rotation, TruncatesTheFileOfTheSameSecond) {
         EXPECT_EQ(Written(), Created());
         EXPECT_EQ(Counts().rotations.Get(), i);
     }
+}
+
+// Opening and closing it would wait for the disk.
+TEST_F(Rotation, KeepsTheFileOfTheSameSecondOpen) {
+    Make(1);
+    Calls().SetClock(SystemCalls::kStart, 0);
+    Calls().ScriptOpens(nullptr);
+    for (int i = 0; i < 5; ++i) {
+        Write("text");
+    }
+    EXPECT_EQ(Calls().Opens(), 1u);
+    EXPECT_EQ(Counts().rotations.Get(), 5u);
+    EXPECT_EQ(Counts().writtenOverwritten.Get(), 5u);
+    EXPECT_EQ(Counts().bytesWritten.Get() - Counts().bytesEmptied.Get(), kCreatedSize);
+}
+
+// Whoever moves the file keeps what is in it.
+TEST_F(Rotation, LeavesAFileAloneThatWasMovedWithinItsSecond) {
+    Make(kCreatedSize + Frame(1, "one").size());
+    Calls().SetClock(SystemCalls::kStart, 0);
+    file_->EnsureOpen();
+    const std::string name = NameNow();
+    std::filesystem::rename(Path("log/" + name), Path("moved"));
+    Write("one");
+    EXPECT_EQ(ReadFile(Path("moved")), Created() + Frame(1, "one") + Closed());
+    EXPECT_EQ(ReadFile(Path("log/" + name)), Created());
+    EXPECT_EQ(Counts().writtenOverwritten.Get(), 0u);
 }
 
 TEST_F(Rotation, LeavesTheObjectClosedWhereTheNextFileCannotBeOpened) {
