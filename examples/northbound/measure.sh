@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
-# What logging costs the northbound example: calls per second, and the agent's processor time for each
-# call, without the service and with more and more of it. Needs an idle machine to say much; the
-# rounds of the arrangements take turns, so that a busy one disturbs all of them alike.
+# What logging costs the northbound example: calls per second, and the processor time of the agent and
+# of its clients for each call, without the service and with more and more of it. Needs an idle machine
+# to say much; how much of it others took is printed with the results.
 #     measure.sh BIN [ROUNDS [CALLS [MS]]]
 # MS is how long an element takes to answer, which two calls in five wait for. With 0, the default,
 # nothing but the ORB, the logging and the copying of answers is measured.
+#
+# Each round measures all arrangements, every second one from the last to the first, so that none
+# always follows the same other one. An arrangement is compared with the one without the service in the
+# same round: a machine that is slower for a while is slower for both.
 set -euo pipefail
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
@@ -55,53 +59,93 @@ bLogOutputPara = 0
 EOF
 }
 
-# The agent's processor time so far, in clock ticks. The name before it may hold anything but ")".
-ticks() {
+# The processor time of the agent and of the children that have ended, the clients among them, in clock
+# ticks. The name before it may hold anything but ")".
+agent_ticks() {
     sed 's/.*) //' "/proc/$agent/stat" | awk '{ print $12 + $13 }'
 }
+ended_ticks() {
+    sed 's/.*) //' "/proc/$$/stat" | awk '{ print $14 + $15 }'
+}
 
-# One round of one arrangement: "calls per second, microseconds of processor time for each call".
+# What all processors together have worked so far, and what they could have, in clock ticks.
+machine_ticks() {
+    awk '/^cpu / { print $2 + $3 + $4 + $7 + $8 + $9, $2 + $3 + $4 + $5 + $6 + $7 + $8 + $9 }' /proc/stat
+}
+
+# Runs the clients; each makes that many calls.
+load() {
+    _APP_SHARE_DIR=$work "$bin/qv_northbound_client" load --clients "$clients" --calls "$1" \
+        --count "$page" --failures 0 --subscribers 0 >"$work/load.out"
+}
+
+# One round of one arrangement: "calls per second, microseconds of the agent's processor time for each
+# call, the same of the clients, ticks of others, ticks of the machine".
 measure() {
-    local queued=$1 before after rate
+    local queued=$1 agent_before ended_before before agent_after ended_after after
     rm -rf "$work/log"
     start_agent "$bin" "$work"
     if [[ $queued == on ]]; then
         "$bin/qv_agentctl" --share "$work" queue on >"$work/queue.out"
     fi
-    before=$(ticks)
-    rate=$(_APP_SHARE_DIR=$work "$bin/qv_northbound_client" load --clients "$clients" \
-        --calls "$calls" --count "$page" --failures 0 --subscribers 0 | sed -n 's/^calls per second: //p')
-    after=$(ticks)
+    # An agent that has served for a while has its files open and its memory at hand.
+    load "$((calls / 10 + 1))"
+    agent_before=$(agent_ticks) before=$(machine_ticks) ended_before=$(ended_ticks)
+    load "$calls"
+    ended_after=$(ended_ticks) agent_after=$(agent_ticks) after=$(machine_ticks)
     stop_agent
-    awk -v rate="$rate" -v ticks="$((after - before))" -v hertz="$(getconf CLK_TCK)" \
-        -v calls="$((clients * calls))" \
-        'BEGIN { printf "%d %.1f\n", rate, ticks / hertz * 1e6 / calls }'
+    awk -v rate="$(sed -n 's/^calls per second: //p' "$work/load.out")" \
+        -v agent="$((agent_after - agent_before))" -v ended="$((ended_after - ended_before))" \
+        -v machine="$before $after" -v hertz="$(getconf CLK_TCK)" -v calls="$((clients * calls))" 'BEGIN {
+            split(machine, ticks, " ")
+            others = ticks[3] - ticks[1] - agent - ended
+            printf "%d %.2f %.2f %d %d\n", rate, agent / hertz * 1e6 / calls,
+                ended / hertz * 1e6 / calls, others < 0 ? 0 : others, ticks[4] - ticks[2]
+        }'
 }
 
-# The middle one of the numbers in a column of a file.
+# The middle one of the numbers that come in.
 median() {
-    awk -v column="$2" '{ print $column }' "$1" | sort -n | sed -n "$(((rounds + 1) / 2))p"
+    sort -n | sed -n "$(((rounds + 1) / 2))p"
+}
+
+# A column of an arrangement's rounds.
+column() {
+    awk -v column="$2" '{ print $column }' "$work/result.$1"
+}
+
+# For each round, the calls per second as a share of those without the service.
+shares() {
+    paste "$work/result.$1" "$work/result.0" | awk '{ printf "%.1f\n", 100 * $1 / $6 }'
+}
+
+measure_arrangement() {
+    local queued arguments switches asn
+    IFS='|' read -r _ queued arguments switches asn <<<"${arrangements[$1]}"
+    configure "$arguments" "$switches" "$asn"
+    measure "$queued" >>"$work/result.$1"
 }
 
 for ((round = 1; round <= rounds; ++round)); do
-    for i in "${!arrangements[@]}"; do
-        IFS='|' read -r _ queued arguments switches asn <<<"${arrangements[i]}"
-        configure "$arguments" "$switches" "$asn"
-        measure "$queued" >>"$work/result.$i"
+    order=("${!arrangements[@]}")
+    ((round % 2)) || mapfile -t order < <(printf '%s\n' "${order[@]}" | tac)
+    for i in "${order[@]}"; do
+        measure_arrangement "$i"
     done
 done
 
 printf '%d clients, %d calls each, pages of %d elements, which answer in %d ms\n' \
     "$clients" "$calls" "$page" "$answer_time"
-printf 'Medians of %d rounds; load of the machine: %s\n\n' \
-    "$rounds" "$(cut -d' ' -f1-3 /proc/loadavg)"
-printf '| %-40s | %14s | %8s | %22s |\n' Logging "Calls a second" Against "Agent, us for a call"
-printf '|%s|%s:|%s:|%s:|\n' "------------------------------------------" "---------------" \
-    "---------" "-----------------------"
-without=$(median "$work/result.0" 1)
+cat "$work"/result.* | awk -v rounds="$rounds" '{ others += $4; all += $5 } END {
+    printf "Medians of %d rounds; others took %d %% of the processors\n\n", rounds, 100 * others / all
+}'
+printf '| %-40s | %14s | %8s | %14s | %15s | %17s |\n' Logging "Calls a second" Against \
+    "Least to most" "Agent, us/call" "Clients, us/call"
+printf '|%s|%s:|%s:|%s:|%s:|%s:|\n' "------------------------------------------" \
+    "---------------" "---------" "---------------" "----------------" "------------------"
 for i in "${!arrangements[@]}"; do
-    rate=$(median "$work/result.$i" 1)
-    printf '| %-40s | %14d | %7s%% | %22s |\n' "${arrangements[i]%%|*}" "$rate" \
-        "$(awk -v a="$rate" -v b="$without" 'BEGIN { printf "%.0f", 100 * a / b }')" \
-        "$(median "$work/result.$i" 2)"
+    printf '| %-40s | %14d | %7.1f%% | %14s | %15.1f | %17.1f |\n' "${arrangements[i]%%|*}" \
+        "$(column "$i" 1 | median)" "$(shares "$i" | median)" \
+        "$(shares "$i" | sort -n | sed -n '1p;$p' | paste -sd' ' | awk '{ printf "%.0f-%.0f%%", $1, $NF }')" \
+        "$(column "$i" 2 | median)" "$(column "$i" 3 | median)"
 done

@@ -49,7 +49,8 @@ run 4 "$example/demo.sh" "$bin" "$work/share"
 grep -q qv_nowhere "$work/errors" || fail "it does not say why the agent did not start"
 
 run 0 "$example/measure.sh" "$bin" 1 20
-[[ $(grep -cE '^\| [a-z0-9, ]+ +\| +[0-9]+ \| +[0-9]+% \| +[0-9.]+ \|' "$work/output") == 7 ]] ||
+[[ $(grep -cE '^\| [a-z0-9, ]+ +\| +[0-9]+ \| +[0-9.]+% \| +[0-9]+-[0-9]+% \| +[0-9.]+ \| +[0-9.]+ \|$' \
+    "$work/output") == 7 ]] ||
     fail "not every arrangement was measured"
 
 echo "The scripts: all as expected"

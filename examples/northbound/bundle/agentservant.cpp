@@ -38,7 +38,7 @@ CORBA::ULong AgentServant::OpenSession(const std::string& user, const std::strin
 }
 
 CORBA::ULong AgentServant::openSession(const char* user, const char* password) {
-    OperationLog log(loggers_, "openSession", CallerOf(nullptr));
+    OperationLog log(loggers_, openSession_, CallerOf(nullptr));
     try {
         return OpenSession(user, password);
     } catch (...) {
@@ -54,12 +54,12 @@ void AgentServant::CloseSession(const Caller& caller) {
 }
 
 void AgentServant::closeSession(CORBA::ULong session) {
-    Serve(session, "closeSession", [this](const Caller& caller) { CloseSession(caller); });
+    Serve(session, closeSession_, [this](const Caller& caller) { CloseSession(caller); });
 }
 
 Northbound::ElementSeq* AgentServant::getInventory(CORBA::ULong session, CORBA::ULong first,
                                                    CORBA::ULong count) {
-    return Serve(session, "getInventory", [&](const Caller&) {
+    return Serve(session, getInventory_, [&](const Caller&) {
         Northbound::ElementSeq_var answer = new Northbound::ElementSeq;
         ConvertAll(operations_.GetInventory(first, count), answer.inout());
         return answer._retn();
@@ -67,7 +67,7 @@ Northbound::ElementSeq* AgentServant::getInventory(CORBA::ULong session, CORBA::
 }
 
 Northbound::ElementDetails* AgentServant::getElement(CORBA::ULong session, CORBA::ULong element) {
-    return Serve(session, "getElement", [&](const Caller&) {
+    return Serve(session, getElement_, [&](const Caller&) {
         const ElementDetails details = operations_.GetElement(element);
         Northbound::ElementDetails_var answer = new Northbound::ElementDetails;
         Convert(details.element, answer->what);
@@ -79,7 +79,7 @@ Northbound::ElementDetails* AgentServant::getElement(CORBA::ULong session, CORBA
 
 Northbound::ConnectionSeq* AgentServant::getConnections(CORBA::ULong session,
                                                         CORBA::ULong element) {
-    return Serve(session, "getConnections", [&](const Caller&) {
+    return Serve(session, getConnections_, [&](const Caller&) {
         Northbound::ConnectionSeq_var answer = new Northbound::ConnectionSeq;
         ConvertAll(operations_.GetConnections(element), answer.inout());
         return answer._retn();
@@ -88,7 +88,7 @@ Northbound::ConnectionSeq* AgentServant::getConnections(CORBA::ULong session,
 
 Northbound::AlarmSeq* AgentServant::getActiveAlarms(CORBA::ULong session,
                                                     Northbound::Severity least) {
-    return Serve(session, "getActiveAlarms", [&](const Caller&) {
+    return Serve(session, getActiveAlarms_, [&](const Caller&) {
         Northbound::AlarmSeq_var answer = new Northbound::AlarmSeq;
         ConvertAll(operations_.GetActiveAlarms(static_cast<Severity>(least)), answer.inout());
         return answer._retn();
@@ -96,7 +96,7 @@ Northbound::AlarmSeq* AgentServant::getActiveAlarms(CORBA::ULong session,
 }
 
 void AgentServant::acknowledge(CORBA::ULong session, CORBA::ULongLong alarm) {
-    Serve(session, "acknowledge", [&](const Caller& caller) {
+    Serve(session, acknowledge_, [&](const Caller& caller) {
         subscribers_.Tell(operations_.Acknowledge(alarm, caller.user));
     });
 }
@@ -110,7 +110,7 @@ void AgentServant::Subscribe(const Caller& caller, Northbound::AlarmReceiver_ptr
 }
 
 void AgentServant::subscribe(CORBA::ULong session, Northbound::AlarmReceiver_ptr listener) {
-    Serve(session, "subscribe", [&](const Caller& caller) { Subscribe(caller, listener); });
+    Serve(session, subscribe_, [&](const Caller& caller) { Subscribe(caller, listener); });
 }
 
 }  // namespace NS_NORTHBOUND

@@ -40,10 +40,10 @@ class AgentServant : public POA_Northbound::Agent {
   private:
     // Serves a call of a session: `body` gets the caller.
     template <class Body>
-    auto Serve(CORBA::ULong number, const char* interfaceName, Body body) {
+    auto Serve(CORBA::ULong number, const OperationTexts& texts, Body body) {
         const std::shared_ptr<Session> session = sessions_.Find(number);
         const Caller caller = CallerOf(session.get());
-        OperationLog log(loggers_, interfaceName, caller);
+        OperationLog log(loggers_, texts, caller);
         try {
             if (session == nullptr) {
                 throw AccessError("there is no session " + std::to_string(number));
@@ -61,6 +61,14 @@ class AgentServant : public POA_Northbound::Agent {
     void CloseSession(const Caller& caller);
     void Subscribe(const Caller& caller, Northbound::AlarmReceiver_ptr receiver);
 
+    const OperationTexts openSession_{"openSession"};
+    const OperationTexts closeSession_{"closeSession"};
+    const OperationTexts getInventory_{"getInventory"};
+    const OperationTexts getElement_{"getElement"};
+    const OperationTexts getConnections_{"getConnections"};
+    const OperationTexts getActiveAlarms_{"getActiveAlarms"};
+    const OperationTexts acknowledge_{"acknowledge"};
+    const OperationTexts subscribe_{"subscribe"};
     const Loggers& loggers_;
     const Operations& operations_;
     Subscribers& subscribers_;

@@ -21,13 +21,15 @@ constexpr std::size_t kActiveAtMost = 40;
 constexpr std::array<const char*, 4> kCauses = {"loss of signal", "fan failed",
                                                 "temperature above 60 \u00B0C", "port degraded"};
 
+// An array, as the service takes alarms.
 Json::Value ToJson(const Alarm& alarm, const std::string& element) {
-    Json::Value value(Json::objectValue);
+    Json::Value alarms(Json::arrayValue);
+    Json::Value& value = alarms.append(Json::objectValue);
     value["alarm"] = Json::UInt64(alarm.id);
     value["managedElement"] = element;
     value["probableCause"] = alarm.cause;
     value["perceivedSeverity"] = alarm.isActive ? NameOf(alarm.severity) : "cleared";
-    return value;
+    return alarms;
 }
 
 }  // namespace
@@ -81,9 +83,8 @@ void AlarmSource::Run() {
         lock.unlock();
         try {
             const Alarm changed = Change();
-            Json::Value alarms(Json::arrayValue);
-            alarms.append(ToJson(changed, network_.Find(changed.element).name));
-            QV_LOG_ALARM(loggers_.alarms, alarms);
+            // Inside of the macro, which does without the JSON where nobody logs.
+            QV_LOG_ALARM(loggers_.alarms, ToJson(changed, network_.Find(changed.element).name));
             told_(changed);
         } catch (const std::exception& error) {
             NS_REFERENCE_HOST::Report("qv_northbound",

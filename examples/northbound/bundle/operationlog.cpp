@@ -12,19 +12,25 @@ namespace NS_NORTHBOUND {
 using NS_LOG_SERVICE1::LOG_LEVEL_0;
 using NS_LOG_SERVICE1::LOG_LEVEL_1;
 
-OperationLog::OperationLog(const Loggers& loggers, const char* interfaceName, const Caller& caller)
+OperationTexts::OperationTexts(const char* operation)
+    : name(operation),
+      begin("begin: " + name),
+      done("end: " + name + " done"),
+      failed("end: " + name + " failed") {}
+
+OperationLog::OperationLog(const Loggers& loggers, const OperationTexts& texts,
+                           const Caller& caller)
     : loggers_(loggers),
-      interfaceName_(interfaceName),
+      texts_(texts),
       identifier_(OperationIdentifier(caller.session, caller.call)),
-      context_(NS_UTIL::ThreadContextInfo(static_cast<int>(caller.session), interfaceName,
-                                          caller.user, identifier_)) {
-    QV_LOG_FORMAT(loggers_.operations, LOG_LEVEL_1, "begin: %s", interfaceName_);
+      context_(NS_UTIL::ThreadContextInfo(static_cast<int>(caller.session), texts.name, caller.user,
+                                          identifier_)) {
+    QV_LOG(loggers_.operations, LOG_LEVEL_1, texts_.begin);
 }
 
 OperationLog::~OperationLog() {
     try {
-        QV_LOG_FORMAT(loggers_.operations, LOG_LEVEL_1, "end: %s %s", interfaceName_,
-                      failed_ ? "failed" : "done");
+        QV_LOG(loggers_.operations, LOG_LEVEL_1, failed_ ? texts_.failed : texts_.done);
     } catch (const std::exception&) {
         // No memory for the record: the call itself is done all the same.
     }
@@ -32,7 +38,7 @@ OperationLog::~OperationLog() {
 
 void OperationLog::Fail(const char* reason) {
     failed_ = true;
-    QV_LOG_FORMAT(loggers_.operations, LOG_LEVEL_0, "%s failed: %s", interfaceName_, reason);
+    QV_LOG_FORMAT(loggers_.operations, LOG_LEVEL_0, "%s failed: %s", texts_.name.c_str(), reason);
 }
 
 }  // namespace NS_NORTHBOUND

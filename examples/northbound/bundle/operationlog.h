@@ -16,14 +16,25 @@ struct Caller {
     std::string user;
 };
 
+// An operation of the interface and the records that each of its calls has, made once: what is
+// always the same need not be formatted by every call.
+struct OperationTexts {
+    explicit OperationTexts(const char* operation);
+
+    const std::string name;
+    const std::string begin;
+    const std::string done;
+    const std::string failed;
+};
+
 // Lives on the stack of the thread that serves the call. Until it is destroyed, every record of the
 // thread shows the operation's context, whatever logger it goes through.
 //
 // Thread safety: one thread.
 class OperationLog {
   public:
-    // Logs the begin. REQUIRES: `loggers` and `interfaceName` outlive the object.
-    OperationLog(const Loggers& loggers, const char* interfaceName, const Caller& caller);
+    // Logs the begin. REQUIRES: `loggers` and `texts` outlive the object.
+    OperationLog(const Loggers& loggers, const OperationTexts& texts, const Caller& caller);
 
     // Logs the end.
     ~OperationLog();
@@ -38,7 +49,7 @@ class OperationLog {
 
   private:
     const Loggers& loggers_;
-    const char* const interfaceName_;
+    const OperationTexts& texts_;
     const std::string identifier_;
     const NS_UTIL::ThreadContextScope context_;
     bool failed_ = false;

@@ -38,8 +38,8 @@ std::vector<Element> Operations::GetInventory(uint32_t first, uint32_t count) co
 }
 
 void Operations::Ask(const Element& element) const {
-    QV_LOG_FORMAT(loggers_.internalDetails, LOG_LEVEL_2, "ask %s for its state",
-                  element.name.c_str());
+    QV_LOG_FORMAT(loggers_.internalDetails, LOG_LEVEL_3, "ask %s, type %s, for its state",
+                  element.name.c_str(), element.type.c_str());
     if (answerTime_.count() > 0) {
         std::this_thread::sleep_for(answerTime_);
     }
@@ -47,7 +47,6 @@ void Operations::Ask(const Element& element) const {
         QV_LOG_FORMAT(loggers_.internal, LOG_LEVEL_1, "%s does not answer", element.name.c_str());
         throw std::runtime_error(element.name + " does not answer");
     }
-    QV_LOG_FORMAT(loggers_.internalDetails, LOG_LEVEL_2, "%s has answered", element.name.c_str());
 }
 
 ElementDetails Operations::GetElement(uint32_t id) const {
@@ -55,8 +54,6 @@ ElementDetails Operations::GetElement(uint32_t id) const {
     QV_LOG_ASN_TRACE(loggers_.messages, request);
     QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_2, "look up element %u", id);
     const Element& element = network_.Find(id);
-    QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_3, "element %u is %s, type %s", id,
-                  element.name.c_str(), element.type.c_str());
     Ask(element);
     ElementDetails details{element, network_.SiteOf(id), board_.CountOf(id)};
     SiteAnswer answer(id, details.site);
@@ -70,11 +67,9 @@ std::vector<Connection> Operations::GetConnections(uint32_t id) const {
     QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_2, "look up the connections of element %u",
                   id);
     std::vector<Connection> connections = network_.ConnectionsOf(id);
-    for (const Connection& connection : connections) {
-        // The customer stays out of it: only the trace below is masked.
-        QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_3, "connection %u, %s", connection.index,
-                      connection.rate.c_str());
-    }
+    // One record, not one for each connection: the trace lists them, and masks the customers.
+    QV_LOG_FORMAT(loggers_.operationDetails, LOG_LEVEL_3, "element %u has %zu connections", id,
+                  connections.size());
     ConnectionsAnswer answer(connections);
     QV_LOG_ASN_TRACE(loggers_.messages, answer);
     return connections;

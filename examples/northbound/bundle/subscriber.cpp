@@ -79,6 +79,23 @@ void Subscriber::CallBack(const std::vector<Alarm>& changes, std::size_t missed)
     receiver_->alarmsChanged(sequence);
 }
 
+// A client may go as soon as its session is closed, also while it is being told of a change: that
+// is no failure.
+void Subscriber::LogNoAnswer(const char* reason) {
+    if (HasEnded()) {
+        QV_LOG_FORMAT(loggers_.notifications, LOG_LEVEL_1,
+                      "the subscription ends, the last call-back is not answered: %s", reason);
+    } else {
+        QV_LOG_FORMAT(loggers_.notifications, LOG_LEVEL_0,
+                      "the subscription breaks off: the client does not answer: %s", reason);
+    }
+}
+
+bool Subscriber::HasEnded() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return ends_;
+}
+
 void Subscriber::Run() {
     // The context is that of the call which made the subscription: its identifier leads to all of
     // what became of it.
@@ -94,8 +111,7 @@ void Subscriber::Run() {
         }
         QV_LOG(loggers_.notifications, LOG_LEVEL_1, "the subscription ends");
     } catch (const CORBA::Exception& error) {
-        QV_LOG_FORMAT(loggers_.notifications, LOG_LEVEL_0,
-                      "the subscription breaks off: the client does not answer: %s", error._name());
+        LogNoAnswer(error._name());
     } catch (const std::exception& error) {
         NS_REFERENCE_HOST::Report("qv_northbound",
                                   std::string("a subscription breaks off: ") + error.what());

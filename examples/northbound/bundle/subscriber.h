@@ -48,6 +48,8 @@ class Subscriber {
     void Run();
     bool TakeChanges(std::vector<Alarm>& changes, std::size_t& missed);
     void CallBack(const std::vector<Alarm>& changes, std::size_t missed);
+    void LogNoAnswer(const char* reason);
+    bool HasEnded();
 
     const Loggers& loggers_;
     const Caller caller_;
