@@ -43,6 +43,7 @@ std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode
     }
     identity_ = {status.st_dev, status.st_ino};
     sizeFound_ = static_cast<uint64_t>(status.st_size);
+    end_ = status.st_size;
     isNew_ = (flags & O_EXCL) != 0;
     return {};
 }
@@ -105,7 +106,7 @@ WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
 }
 
 std::error_code FileStream::Empty() {
-    return ::ftruncate(descriptor_, 0) == 0 ? std::error_code() : LastError();
+    return Cut(0);
 }
 
 std::error_code FileStream::CutBack(size_t size) {
@@ -113,9 +114,15 @@ std::error_code FileStream::CutBack(size_t size) {
     if (end < static_cast<off_t>(size)) {
         return end < 0 ? LastError() : std::error_code();
     }
-    return size == 0 || ::ftruncate(descriptor_, end - static_cast<off_t>(size)) == 0
-               ? std::error_code()
-               : LastError();
+    return size == 0 ? std::error_code() : Cut(end - static_cast<off_t>(size));
+}
+
+std::error_code FileStream::Cut(off_t end) {
+    if (::ftruncate(descriptor_, end) != 0) {
+        return LastError();
+    }
+    end_ = end;
+    return {};
 }
 
 size_t FileStream::Read(uint64_t offset, char* bytes, size_t size) const {
@@ -142,6 +149,7 @@ void FileStream::Swap(FileStream& other) noexcept {
     std::swap(descriptor_, other.descriptor_);
     std::swap(identity_, other.identity_);
     std::swap(sizeFound_, other.sizeFound_);
+    std::swap(end_, other.end_);
     std::swap(isNew_, other.isNew_);
 }
 

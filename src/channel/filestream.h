@@ -96,16 +96,20 @@ class FileStream {
   private:
     std::error_code Open(const std::string& path, int flags, mode_t mode);
     WriteResult WriteRest(std::string_view bytes, ssize_t taken);
+    std::error_code Cut(off_t end);
 
-    // A file with O_APPEND is written at its end whatever the offset. Without the position that all
-    // users of a descriptor share, the kernel need not lock it: a twentieth of a record's time.
-    ssize_t Append(std::string_view bytes) const {
-        return ::pwrite(descriptor_, bytes.data(), bytes.size(), 0);
+    // Linux writes a file with O_APPEND at its end, whatever the offset. Without the position that
+    // all users of a descriptor share, the kernel need not lock it: a twentieth of a record's time.
+    ssize_t Append(std::string_view bytes) {
+        const ssize_t taken = ::pwrite(descriptor_, bytes.data(), bytes.size(), end_);
+        end_ += taken > 0 ? taken : 0;
+        return taken;
     }
 
     int descriptor_ = -1;
     FileIdentity identity_;
     uint64_t sizeFound_ = 0;
+    off_t end_ = 0;  // of the file, unless somebody else changes it
     bool isNew_ = false;
 };
 
