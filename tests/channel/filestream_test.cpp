@@ -1,6 +1,7 @@
 // Files that are written in whole pieces.
 #include "channel/filestream.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -146,6 +147,28 @@ TEST_F(FileStreams, CutBackTheirEndAndGoOnThere) {
     stream_.Write("!");
     stream_.CutBack(2);
     EXPECT_EQ(ReadFile(path_), "!");
+}
+
+// O_APPEND decides where a write goes, but a system might ask for the place.
+TEST_F(FileStreams, NameTheEndAsThePlaceOfEachWrite) {
+    WriteFile(path_, "abc");
+    FileStream next;
+    ASSERT_FALSE(next.Continue(path_, 0600));
+    stream_.Swap(next);
+    const int descriptor = std::stoi(Descriptors().at(0));
+    ASSERT_EQ(::fcntl(descriptor, F_SETFL, 0), 0);  // no O_APPEND any more
+    stream_.Write("def");
+    EXPECT_EQ(ReadFile(path_), "abcdef");
+    stream_.CutBack(2);
+    stream_.Write("gh");
+    EXPECT_EQ(ReadFile(path_), "abcdgh");
+    stream_.Empty();
+    stream_.Write("ij");
+    Calls().ScriptWrites([](uint64_t number, std::string_view) {
+        return number == 1 ? SystemCalls::Fate{1, 0} : SystemCalls::Fate{};
+    });
+    stream_.Write("kl");
+    EXPECT_EQ(ReadFile(path_), "ijkl");
 }
 
 TEST_F(FileStreams, KnowTheirFileByAnyName) {

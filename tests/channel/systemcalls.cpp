@@ -42,7 +42,7 @@ void SystemCalls::Reset() {
     monotonic_ = -1;
 }
 
-ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size) {
+ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size, off_t offset) {
     Fate fate;
     if (descriptor > STDERR_FILENO) {
         const uint64_t number = ++writes_;
@@ -54,7 +54,9 @@ ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size) {
         errno = fate.error;
         return -1;
     }
-    return syscall(SYS_write, descriptor, bytes, std::min(size, fate.bytes));
+    const size_t taken = std::min(size, fate.bytes);
+    return offset < 0 ? syscall(SYS_write, descriptor, bytes, taken)
+                      : syscall(SYS_pwrite64, descriptor, bytes, taken, offset);
 }
 
 int SystemCalls::Open(const char* path, int flags, unsigned int mode) {
@@ -84,9 +86,8 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
     return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size);
 }
 
-// Of a file that is written at its end.
-ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t /*offset*/) {
-    return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size);
+ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
+    return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size, offset);
 }
 
 int open(const char* path, int flags, ...) {

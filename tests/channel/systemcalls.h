@@ -62,7 +62,8 @@ class SystemCalls {
     // No scripts, the clock stands at its start, and the one that nobody sets runs.
     void Reset();
 
-    ssize_t Write(int descriptor, const void* bytes, size_t size);
+    // `offset`: pwrite's; negative for write.
+    ssize_t Write(int descriptor, const void* bytes, size_t size, off_t offset = -1);
     int Open(const char* path, int flags, unsigned int mode);
     int64_t Time() const { return second_; }
     int64_t TimeOfDay();

@@ -88,15 +88,20 @@ int Refuse(const Fault& fault) {
     return -1;
 }
 
-ssize_t Write(int descriptor, const void* bytes, size_t size) {
+// `offset`: pwrite's; negative for write.
+ssize_t Write(int descriptor, const void* bytes, size_t size, off_t offset = -1) {
+    const auto write = [=](size_t taken) {
+        return offset < 0 ? syscall(SYS_write, descriptor, bytes, taken)
+                          : syscall(SYS_pwrite64, descriptor, bytes, taken, offset);
+    };
     const Fault* const fault = IsWatched(descriptor) ? Meet(FaultyCall::WRITE) : nullptr;
     if (fault == nullptr) {
-        return syscall(SYS_write, descriptor, bytes, size);
+        return write(size);
     }
     if (fault->error != 0) {
         return Refuse(*fault);
     }
-    const ssize_t taken = syscall(SYS_write, descriptor, bytes, std::min(size, fault->bytes));
+    const ssize_t taken = write(std::min(size, fault->bytes));
     if (fault->kills) {
         syscall(SYS_kill, getpid(), SIGKILL);
     }
@@ -236,10 +241,8 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
     return NS_TEST::Write(descriptor, bytes, size);
 }
 
-// The log files are written at their end, whatever the offset.
 ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
-    return !NS_TEST::IsWatched(descriptor) ? syscall(SYS_pwrite64, descriptor, bytes, size, offset)
-                                           : NS_TEST::Write(descriptor, bytes, size);
+    return NS_TEST::Write(descriptor, bytes, size, offset);
 }
 
 ssize_t writev(int descriptor, const struct iovec* parts, int count) {
