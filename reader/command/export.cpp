@@ -6,6 +6,7 @@
 #include "command/commands.h"
 #include "command/session.h"
 #include "output/field.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {
