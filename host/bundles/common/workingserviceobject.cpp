@@ -31,7 +31,7 @@ void WorkingServiceObject::RunWork() noexcept {
     try {
         success = work_->Run(stop_);
     } catch (...) {
-        Report(name_, "the work broke off: " + DescribeException());
+        ReportIfPossible(name_, [] { return "the work broke off: " + DescribeException(); });
     }
     working_->Finish(success);
 }

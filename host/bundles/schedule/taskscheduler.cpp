@@ -20,7 +20,9 @@ void RunGuarded(NS_SCHEDULE_SERVICE1::ScheduledTask& task, int64_t handle) {
     try {
         task.Run();
     } catch (...) {
-        Report(kName, "task " + std::to_string(handle) + " threw: " + DescribeException());
+        ReportIfPossible(kName, [handle] {
+            return "task " + std::to_string(handle) + " threw: " + DescribeException();
+        });
     }
 }
 
