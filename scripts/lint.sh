@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Checks the format of every source file, and runs the static checks on every file that has changed
-# since they last passed, but for tests and benchmarks, whose libraries' macros trip them. Needs a
-# configured build for its compile commands:
+# Checks the format of every source file, what documents say about rooms and tests, and runs the
+# static checks on every file that has changed since they last passed, but for tests and benchmarks,
+# whose libraries' macros trip them. Needs a configured build for its compile commands:
 #     scripts/lint.sh BUILD_DIRECTORY
 set -euo pipefail
 
@@ -25,6 +25,7 @@ printf '%s\0' "${files[@]}" | xargs -0 -n 50 -P "$(nproc)" clang-format --dry-ru
 echo "Format: ${#files[@]} files are as .clang-format says."
 
 scripts/rooms.sh
+scripts/testnames.py
 
 mapfile -t checked < <(printf '%s\n' "${files[@]}" | grep -vE '^(tests|bench)/.*\.cpp$')
 scripts/tidy.py "$build" "${checked[@]}"

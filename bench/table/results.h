@@ -25,7 +25,6 @@ class EntrantResult {
 
     const Entrant& Who() const { return entrant_; }
     void Add(const Metrics& metrics);
-    bool HasMetric(const std::string& name) const { return rounds_.count(name) > 0; }
     // Empty when it was not measured.
     std::optional<Summary> Find(const std::string& name) const;
     // All metrics.

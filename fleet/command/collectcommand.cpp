@@ -13,7 +13,7 @@
 #include "command/fleetcommands.h"
 #include "command/stoporders.h"
 #include "command/targetwords.h"
-#include "query/pattern.h"
+#include "query/badrequest.h"
 #include "store/migration.h"
 #include "stream/collector.h"
 

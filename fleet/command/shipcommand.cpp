@@ -6,7 +6,7 @@
 #include "command/fleetcommands.h"
 #include "command/stoporders.h"
 #include "command/targetwords.h"
-#include "query/pattern.h"
+#include "query/badrequest.h"
 #include "ship/shipper.h"
 
 namespace NS_LOG_FLEET {

@@ -5,7 +5,7 @@
 #include <climits>
 #include <memory>
 
-#include "query/pattern.h"
+#include "query/badrequest.h"
 #include "ship/storetarget.h"
 #include "stream/streamtarget.h"
 

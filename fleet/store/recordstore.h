@@ -85,8 +85,6 @@ class RecordStore {
 
     void NoteHost(const HostState& state);
 
-    Connection& GetConnection() { return connection_; }
-
   private:
     std::optional<FilePart> AddChunk(const Chunk& chunk);
     uint64_t TryStore(const std::vector<Entry>& entries, bool isFresh);

@@ -16,6 +16,7 @@ constexpr int64_t kConnectMilliseconds = 5000;
 // whether it is there, and so often it may owe the answer.
 constexpr int64_t kPingMilliseconds = 15000;
 constexpr int kMostPingsOut = 2;
+constexpr int kBufferBytes = 128 * 1024;
 
 constexpr std::chrono::seconds kCloseTime{10};
 constexpr int64_t kNanosPerSecond = 1000000000;
@@ -115,10 +116,16 @@ void StreamConnection::SetOptions(const StreamAddress& address) {
     natsOptions_SetMaxPingsOut(options, kMostPingsOut);
     natsOptions_SetAllowReconnect(options, false);
     natsOptions_SetName(options, "qvlog");
-    natsOptions_SetIOBufSize(options, 128 * 1024);
+    natsOptions_SetIOBufSize(options, kBufferBytes);
     if (!address.inbox.empty()) {
         natsOptions_SetCustomInboxPrefix(options, address.inbox.c_str());
     }
+    SetCertificates(address);
+    SetCallbacks();
+}
+
+void StreamConnection::SetCertificates(const StreamAddress& address) {
+    natsOptions* const options = options_.get();
     if (!address.authorities.empty()) {
         natsOptions_SetSecure(options, true);
         CheckStatus(natsOptions_LoadCATrustedCertificates(options, address.authorities.c_str()),
@@ -129,6 +136,10 @@ void StreamConnection::SetOptions(const StreamAddress& address) {
                                                       address.key.c_str()),
                     address.certificate);
     }
+}
+
+void StreamConnection::SetCallbacks() {
+    natsOptions* const options = options_.get();
     natsOptions_SetClosedCB(
         options,
         [](natsConnection*, void* self) { static_cast<StreamConnection*>(self)->NoteClosed(); },

@@ -66,6 +66,8 @@ class StreamConnection {
 
   private:
     void SetOptions(const StreamAddress& address);
+    void SetCertificates(const StreamAddress& address);
+    void SetCallbacks();
     void Note(const std::string& text, bool isPassing);
     void NoteClosed();
 

@@ -4,11 +4,11 @@
 #include <ace/Guard_T.h>
 
 #include <cstdio>
-#include <exception>
 #include <stdexcept>
 
 #include "agent/agenterror.h"
 #include "bundlemgr/bundlemgr.h"
+#include "common/describeexception.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -34,9 +34,9 @@ bool RunStep(const std::string& name, const char* what, Step step) {
             return true;
         }
         std::fprintf(stderr, "qv_agent: bundle %s: %s failed\n", name.c_str(), what);
-    } catch (const std::exception& error) {
+    } catch (...) {
         std::fprintf(stderr, "qv_agent: bundle %s: %s failed: %s\n", name.c_str(), what,
-                     error.what());
+                     DescribeException().c_str());
     }
     return false;
 }
@@ -73,9 +73,9 @@ Bundle::ServiceObject Bundle::MakeServiceObject() const {
             throw std::runtime_error("no object");
         }
         return ServiceObject(object, gobbler);
-    } catch (const std::exception& error) {
+    } catch (...) {
         throw AgentError(ExitCode::BundleRefused,
-                         "bundle " + entry_.name + ": its factory failed: " + error.what());
+                         "bundle " + entry_.name + ": its factory failed: " + DescribeException());
     }
 }
 
@@ -87,8 +87,8 @@ void Bundle::Init() {
         if (object_->init(count, argumentVector_.data()) == 0) {
             return;
         }
-    } catch (const std::exception& error) {
-        reason = std::string(": ") + error.what();
+    } catch (...) {
+        reason = ": " + DescribeException();
     }
     throw AgentError(ExitCode::BundleRefused,
                      "bundle " + entry_.name + " refused to start" + reason);

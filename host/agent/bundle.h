@@ -55,7 +55,7 @@ class Bundle {
     BundleEntry entry_;
     std::vector<char*> argumentVector_;  // points into entry_
     std::unique_ptr<SharedLibrary> library_;
-    ServiceObject object_;  // behind the library: its code frees it
+    ServiceObject object_;  // destroyed before the library, whose code frees it
 };
 
 }  // namespace NS_REFERENCE_HOST

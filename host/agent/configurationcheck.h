@@ -20,7 +20,7 @@ class ConfigurationCheck {
     ConfigurationCheck(const std::string& path, const std::string& text, const std::string& share);
 
     // Every item that is in the file or has a default: its value in force, where that comes from,
-    // and what is wrong with it. Behind them the lines that are no items.
+    // and what is wrong with it. Then the lines that are no items.
     void Print(std::ostream& out) const;
 
     // What is wrong, each with the item's name in front; without the lines that are no items, which

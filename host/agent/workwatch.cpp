@@ -1,8 +1,6 @@
 // Waits for the bundles that have work to do.
 #include "agent/workwatch.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -23,59 +21,71 @@ void WaitForAny(std::vector<pollfd>& entries) {
 
 }  // namespace
 
-WorkWatch::WorkWatch(int stop) : stop_(stop) {}
+WorkWatch::WorkWatch(int stop) : stop_(stop) {
+    Reserve();
+}
 
 void WorkWatch::Add(const std::string& bundle, const WorkingBundle& work) {
     pending_.push_back({bundle, &work});
+    Reserve();
 }
 
 void WorkWatch::ReactTo(int descriptor, std::function<void()> react) {
     reactions_.push_back({descriptor, std::move(react)});
+    Reserve();
 }
 
-std::vector<int> WorkWatch::WaitForEvents() const {
-    std::vector<int> ready;
-    while (ready.empty()) {
-        std::vector<pollfd> entries{{stop_, POLLIN, 0}};
-        for (const Reaction& reaction : reactions_) {
-            entries.push_back({reaction.descriptor, POLLIN, 0});
-        }
-        const auto firstWork = static_cast<std::ptrdiff_t>(entries.size());
-        for (const Entry& entry : pending_) {
-            entries.push_back({entry.work->DoneDescriptor(), POLLIN, 0});
-        }
-        WaitForAny(entries);
-        if (entries.front().revents != 0) {
-            return {};
+void WorkWatch::Reserve() {
+    entries_.reserve(1 + reactions_.size() + pending_.size());
+    ready_.reserve(pending_.size());
+}
+
+void WorkWatch::ListEntries() {
+    entries_.clear();
+    entries_.push_back({stop_, POLLIN, 0});
+    for (const Reaction& reaction : reactions_) {
+        entries_.push_back({reaction.descriptor, POLLIN, 0});
+    }
+    for (const Entry& entry : pending_) {
+        entries_.push_back({entry.work->DoneDescriptor(), POLLIN, 0});
+    }
+}
+
+bool WorkWatch::WaitForEvents() {
+    ready_.clear();
+    while (ready_.empty()) {
+        ListEntries();
+        WaitForAny(entries_);
+        if (entries_.front().revents != 0) {
+            return false;
         }
         for (std::size_t index = 0; index < reactions_.size(); ++index) {
-            if (entries[index + 1].revents != 0) {
+            if (entries_[index + 1].revents != 0) {
                 reactions_[index].react();
             }
         }
-        for (auto entry = entries.begin() + firstWork; entry != entries.end(); ++entry) {
-            if (entry->revents != 0) {
-                ready.push_back(entry->fd);
+        for (std::size_t index = reactions_.size() + 1; index < entries_.size(); ++index) {
+            if (entries_[index].revents != 0) {
+                ready_.push_back(entries_[index].fd);
             }
         }
-    }
-    return ready;
-}
-
-bool WorkWatch::WaitForWork() {
-    while (!pending_.empty()) {
-        const std::vector<int> done = WaitForEvents();
-        if (done.empty()) {
-            return false;
-        }
-        TakeOutDone(done);
     }
     return true;
 }
 
-void WorkWatch::TakeOutDone(const std::vector<int>& done) {
-    const auto ended = [&done](const Entry& entry) {
-        return std::count(done.begin(), done.end(), entry.work->DoneDescriptor()) != 0;
+bool WorkWatch::WaitForWork() {
+    while (!pending_.empty()) {
+        if (!WaitForEvents()) {
+            return false;
+        }
+        TakeOutReady();
+    }
+    return true;
+}
+
+void WorkWatch::TakeOutReady() {
+    const auto ended = [this](const Entry& entry) {
+        return std::count(ready_.begin(), ready_.end(), entry.work->DoneDescriptor()) != 0;
     };
     for (const Entry& entry : pending_) {
         if (ended(entry) && !entry.work->HasSucceeded()) {

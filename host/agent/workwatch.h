@@ -1,6 +1,8 @@
 // Waits for the bundles that have work to do.
 #pragma once
 
+#include <poll.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,6 +11,8 @@
 
 namespace NS_REFERENCE_HOST {
 
+// Waiting needs no memory: an agent goes on when there is none for a while.
+//
 // Thread safety: one thread.
 class WorkWatch {
   public:
@@ -45,15 +49,19 @@ class WorkWatch {
         std::function<void()> react;
     };
 
-    // Waits until `stop` or work is ready, and calls reactions meanwhile. Returns the descriptors
-    // of the work that is ready; none when `stop` came.
-    std::vector<int> WaitForEvents() const;
+    // Waits until `stop` or work is ready, and calls reactions meanwhile. Returns false when `stop`
+    // came; otherwise the descriptors of the work that is ready are in `ready_`.
+    bool WaitForEvents();
 
-    void TakeOutDone(const std::vector<int>& done);
+    void Reserve();
+    void ListEntries();
+    void TakeOutReady();
 
     const int stop_;
     std::vector<Reaction> reactions_;
     std::vector<Entry> pending_;
+    std::vector<pollfd> entries_;  // `stop`, the reactions' and the pending work's, in this order
+    std::vector<int> ready_;
     bool failed_ = false;
 };
 

@@ -11,7 +11,7 @@ namespace NS_REFERENCE_HOST {
 // and so on, rounded down.
 std::string ShortNumber(uint64_t number);
 
-// The same of a number that is not negative, with one digit behind the point when it is below ten.
+// The same for a number that is not negative; one below ten has one decimal.
 std::string ShortRate(double number);
 
 // The number of characters in the longest of the lines.

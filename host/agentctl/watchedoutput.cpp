@@ -26,9 +26,9 @@ constexpr std::string::size_type kPiece = 4096;
 constexpr char kEnter[] = "\x1b[?1049h";
 constexpr char kLeave[] = "\x1b[?1049l";
 
-// Writes the lines over those that are there. Each line is cleared before it is written: behind a
-// line as wide as the terminal, clearing would take its last character. There is no newline behind
-// the last one, which could stand at the bottom of the screen and would move everything up.
+// Writes the lines over those that are there. Each line is cleared before it is written: after a
+// line as wide as the terminal, clearing would take its last character. No newline follows the last
+// one, which could stand at the bottom of the screen: everything would move up.
 std::string Drawing(const std::string& text, std::size_t rows) {
     std::istringstream in(text);
     std::string drawing = "\x1b[H";

@@ -16,7 +16,7 @@ struct BrokenLine {
 };
 
 // The contents of a text in the format of the configuration file: lines "key = value", comments
-// (lines that begin with '#', perhaps behind blanks) and empty lines. Blanks around key and value
+// (lines that begin with '#', perhaps after blanks) and empty lines. Blanks around key and value
 // are ignored, and so are a carriage return at the end of a line and a byte-order mark at the
 // start.
 struct ConfigText {

@@ -11,9 +11,8 @@
 #define CAPABILITY(x) QV_THREAD_ANNOTATION(capability(x))
 #define SCOPED_CAPABILITY QV_THREAD_ANNOTATION(scoped_lockable)
 
-// A field, and what a pointer points to, that is used only while the lock is held.
+// A field that is used only while the lock is held.
 #define GUARDED_BY(x) QV_THREAD_ANNOTATION(guarded_by(x))
-#define PT_GUARDED_BY(x) QV_THREAD_ANNOTATION(pt_guarded_by(x))
 
 // The order in which locks are taken.
 #define ACQUIRED_BEFORE(...) QV_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))

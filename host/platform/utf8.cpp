@@ -117,7 +117,7 @@ const Byte* SkipValid(const Byte* text, const Byte* end) {
 }
 
 // Writes the text from `next` to `end` into `converted`, of which the bytes before `wrong` are
-// valid and those behind it are not.
+// valid and those after it are not.
 __attribute__((noinline)) void Replace(const Byte* next, const Byte* wrong, const Byte* end,
                                        std::string& converted) {
     static constexpr char kReplacement[] = "\xEF\xBF\xBD";

@@ -42,7 +42,7 @@ struct RenderedSecond {
 
 thread_local RenderedSecond rendered;
 
-// Writes the last `count` decimal digits of `number`; returns the place behind them.
+// Writes the last `count` decimal digits of `number`; returns where they end.
 char* WriteDigits(int number, int count, char* out) {
     for (int i = count - 1; i >= 0; --i) {
         out[i] = static_cast<char>('0' + number % 10);

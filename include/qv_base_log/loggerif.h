@@ -63,8 +63,9 @@ class LoggerIF {
                      int level, const std::string& text) = 0;
 
     // Formats a message in printf style and logs it through Log. Cuts a message at 4095 bytes and
-    // reports that through the platform's log proxy. Refuses a format with the conversion %n: logs
-    // an empty text and reports that in the same way. "%s" with a null pointer prints "(null)".
+    // reports that through the platform's log proxy. Refuses a null format and one with the
+    // conversion %n: logs an empty text and reports that in the same way. "%s" with a null pointer
+    // prints "(null)".
     virtual void LogFormat(const std::string& file, const std::string& function, unsigned int line,
                            int level, const char* format, ...)
         __attribute__((format(printf, 6, 7))) = 0;

@@ -25,7 +25,7 @@ struct LogCallSite {
     LogCallSite(const char* path, const char* functionName)
         : file(FileName(path)), function(functionName) {}
 
-    // Returns the part of `path` behind its last slash.
+    // Returns the part of `path` after its last slash.
     static const char* FileName(const char* path) {
         const char* separator = std::strrchr(path, '/');
         return separator == nullptr ? path : separator + 1;

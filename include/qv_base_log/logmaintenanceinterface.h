@@ -12,7 +12,7 @@ namespace NS_LOG_SERVICE1 {
 // The name under which the maintenance interface is registered with the bundle manager.
 static const char* const LOG_MAINTENANCE_INTERFACE_NAME = "LogMaintenanceInterface";
 
-// The version of the operations in this header. A later version adds operations behind the last
+// The version of the operations in this header. A later version adds operations after the last
 // one; the others keep their slots.
 static const unsigned int LOG_MAINTENANCE_VERSION = 2;
 
@@ -49,7 +49,8 @@ struct ModuleStatus {
     bool on;              // its switch
 };
 
-// What a channel does when a file cannot take its records, or has the name of the next one already.
+// What a channel does when a file with the name of its next one exists already, and when a write
+// fails.
 enum LogFilePolicy {
     // A file whose name exists is emptied. A failing write closes the file, and the next one begins
     // at once.
@@ -60,7 +61,8 @@ enum LogFilePolicy {
     LOG_FILE_POLICY_KEEP_RECORDS = 1
 };
 
-// The books of one category's channel. Once nothing logs they close:
+// The books of one category's channel: what has become of its records. Once nothing logs, they
+// close:
 // received = written + dumped + evicted + dropped + overwritten + queued + cached.
 // The numbers are read while others log, so they may differ by a few records then.
 struct ChannelBooks {
@@ -98,11 +100,11 @@ struct LogSwitches {
 // Registered under LOG_MAINTENANCE_INTERFACE_NAME from the service object's `init` until its
 // `fini`. The service owns the object.
 //
-// Thread safety: any thread may call any operation. An operation delays logging only while it
-// writes what it was asked to write.
+// Thread safety: any thread may call any operation; WriteQueuesBeforeDeath, one thread at a time.
+// An operation delays logging only while it writes what it was asked to write.
 //
-// Errors: records that cannot be written are lost and counted (ChannelStatus::recordsDropped).
-// Operations may throw std::bad_alloc.
+// Errors: records that cannot be written are lost and counted (ChannelBooks::recordsDropped).
+// Operations may throw std::bad_alloc. SetQueuedOutput passes on what the schedule service throws.
 //
 // Virtual slots: 0 to 3 ServiceInterface, then as declared (4 to 14, from version 2 on 4 to 23).
 class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
@@ -160,6 +162,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // whatever the policy, the service also reports through the log proxy at its end how many
     // records of which categories were lost; otherwise losses are only counted.
     virtual void SetFilePolicy(LogFilePolicy policy) = 0;
+
+    // Returns the policy of all channels.
     virtual LogFilePolicy GetFilePolicy() = 0;
 
     // Makes the category's file anew under its name when it was moved or removed; a file that still
@@ -189,7 +193,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
 
     // For a handler of a fatal signal: writes what is queued to the files that are open. Needs no
     // memory and waits for no lock that may never be free, so it may not reach all. Takes at most
-    // two seconds. The process is expected to end afterwards.
+    // two seconds, unless a write takes longer. The process is expected to end afterwards.
+    // REQUIRES: no other thread calls it at the same time.
     virtual void WriteQueuesBeforeDeath() noexcept = 0;
 };
 

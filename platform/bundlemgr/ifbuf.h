@@ -9,7 +9,7 @@
 
 namespace NS_BUNDLEMGR1 {
 
-// Adds `interface` under `name`, behind the others of that name. Does not add an object again that
+// Adds `interface` under `name`, after the others of that name. Does not add an object again that
 // is registered under the name. The registry does not own it. Returns true when the object is
 // registered afterwards, false for a null pointer. May throw std::bad_alloc. Thread safety: any
 // thread.

@@ -9,7 +9,7 @@
 namespace NS_BUNDLEMGR1 {
 
 // Virtual slots: 0 and 1 destructor, then as declared. Only the platform knows what the operations
-// ReservedN mean; N is the slot. They keep the slots behind them in their places. Bundles do not
+// ReservedN mean; N is the slot. They keep the slots after them in their places. Bundles do not
 // call them.
 //
 // Thread safety: any thread may call any operation. The position of SetPosition belongs to the next

@@ -14,14 +14,15 @@ namespace NS_BUNDLEMGR1 {
 // Then it frees the object through the gobbler that the factory has returned. It may call `init`
 // and `fini` through either ACE base.
 //
-// Virtual slots behind those of ACE_Service_Object: UnRegistSvc, GetName, StopService,
+// Virtual slots after those of ACE_Service_Object: UnRegistSvc, GetName, StopService,
 // GetInterface, CreateInterface, RemoveInterface, and then those of the derived class.
 //
 // Thread safety: the manager calls all operations on one thread. Any thread that holds the
 // manager's lock may call GetName and GetInterface.
 class QV_PLATFORM_API ServiceObjectBase : public ACE_Service_Object {
   public:
-    // Copies both names. Joined without a separator, they identify the service in diagnostics.
+    // Copies both names. Joined without a separator, they identify the service in diagnostics. May
+    // throw std::bad_alloc.
     ServiceObjectBase(const char* bundleName, const char* serviceName);
 
     // Removes the object from the manager's list. Does not touch the interface object.

@@ -14,7 +14,8 @@ namespace NS_UTIL {
 // Thread safety: any number of threads may call const operations of one object.
 class QV_PLATFORM_API ThreadContextInfo {
   public:
-    // The empty context, the context of one operation, and copies.
+    // The empty context; the context of one operation, which copies the texts and may throw
+    // std::bad_alloc; and copies of a context.
     ThreadContextInfo() noexcept;
     ThreadContextInfo(int threadId, const std::string& interfaceName, const std::string& userInfo,
                       const std::string& operUUID);

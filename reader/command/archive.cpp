@@ -1,6 +1,6 @@
 #include "command/archive.h"
 
-#include "query/pattern.h"
+#include "query/badrequest.h"
 #include "query/reversestream.h"
 
 namespace NS_LOG_READER {

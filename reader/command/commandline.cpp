@@ -8,6 +8,7 @@
 #include "command/addedcommands.h"
 #include "command/helptext.h"
 #include "command/options.h"
+#include "query/badrequest.h"
 #include "query/timeexpression.h"
 #include "version/buildversion.h"
 
@@ -47,7 +48,11 @@ class CommandLine {
     void AddFields(CLI::App& app);
     void AddPaths(CLI::App& app);
     void AddShow();
+    void AddVerify();
+    void AddStats();
+    void AddReport();
     void AddPrune();
+    void AddExport();
     void AddCommands();
     CLI::App* AddCommand(const char* name, const char* description, Command command);
     void Complete();
@@ -190,35 +195,47 @@ void CommandLine::AddPrune() {
     }
 }
 
-void CommandLine::AddCommands() {
+void CommandLine::AddVerify() {
     CLI::App* const verify = AddCommand("verify", "Check that nothing is missing", Command::Verify);
     verify->add_flag("--json", options_.json, "Print one object a series");
     AddStore(*verify);
     verify->add_flag("--send-again", options_.sendsAgain,
                      "In a store: have files with gaps sent again");
+}
 
+void CommandLine::AddStats() {
     CLI::App* const stats = AddCommand("stats", "Count records", Command::Stats);
     AddSelection(*stats);
     stats->add_option("--top", options_.top, "How many values to list (default: 10)")
         ->type_name("N")
         ->check(RefuseMinus);
     stats->add_flag("--json", options_.json, "Print one object");
+}
 
+void CommandLine::AddReport() {
     CLI::App* const report = AddCommand("report", "Make a page for a ticket", Command::Report);
     AddSelection(*report);
     report->add_option("--html", options_.target, "The page to write")
         ->type_name("FILE")
         ->required();
+}
 
-    AddPrune();
-
+void CommandLine::AddExport() {
     CLI::App* const sqlite = AddCommand("export", "Write records into a database", Command::Export);
     AddSelection(*sqlite);
     sqlite->add_option("--to", options_.exportFormat, "The kind of database: sqlite")
         ->type_name("KIND")
         ->required();
     sqlite->add_option("FILE", options_.target, "The database to write");
+}
 
+// In the order in which --help lists them.
+void CommandLine::AddCommands() {
+    AddVerify();
+    AddStats();
+    AddReport();
+    AddPrune();
+    AddExport();
     for (const AddedLibrary& library : AddedLibraries()) {
         library.addCommands([this](const char* name, const char* description,
                                    std::function<int(const Options&)> run) {

@@ -6,6 +6,7 @@
 #include "command/commands.h"
 #include "command/session.h"
 #include "output/field.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -51,19 +52,11 @@ class Database {
 
     void Insert(const Found& found) {
         sqlite3_stmt* const insert = insert_.get();
-        sqlite3_bind_int64(insert, 1, found.record.time);
+        Require(sqlite3_bind_int64(insert, 1, found.record.time));
         int column = 2;
         for (const Field& field : AllFields()) {
-            const FieldValue value = field.get(found);
-            if (value.kind == FieldValue::Text) {
-                const char* const text = value.text.empty() ? "" : value.text.data();
-                sqlite3_bind_text(insert, column, text, static_cast<int>(value.text.size()),
-                                  SQLITE_STATIC);
-            } else if (value.kind == FieldValue::Number) {
-                sqlite3_bind_int64(insert, column, value.number);
-            } else {
-                sqlite3_bind_null(insert, column);
-            }
+            // A text that does not fit must not become an absent one.
+            Require(Bind(column, field.get(found)));
             ++column;
         }
         if (sqlite3_step(insert) != SQLITE_DONE) {
@@ -85,6 +78,20 @@ class Database {
     }
 
   private:
+    int Bind(int column, const FieldValue& value) const {
+        switch (value.kind) {
+            case FieldValue::Text:
+                return sqlite3_bind_text64(insert_.get(), column,
+                                           value.text.empty() ? "" : value.text.data(),
+                                           value.text.size(), SQLITE_STATIC, SQLITE_UTF8);
+            case FieldValue::Number:
+                return sqlite3_bind_int64(insert_.get(), column, value.number);
+            case FieldValue::Absent:
+                return sqlite3_bind_null(insert_.get(), column);
+        }
+        return SQLITE_MISUSE;
+    }
+
     void RemoveUnfinished() const {
         std::error_code ignored;
         std::filesystem::remove(unfinished_, ignored);

@@ -5,7 +5,7 @@
 #include "command/commands.h"
 #include "command/followoutput.h"
 #include "command/session.h"
-#include "query/pattern.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "query/pattern.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -74,7 +74,7 @@ pid_t runningPager = -1;
 
 // The keys that interrupt are meant for the pager, which still has the terminal: the shell must not
 // take it back before the pager ends. No more is read meanwhile.
-void EndBehindPager(int signal) {
+void EndAfterPager(int signal) {
     ::close(STDOUT_FILENO);
     AwaitEnd(runningPager);
     ::signal(signal, SIG_DFL);
@@ -108,7 +108,7 @@ Pager::Pager(bool isWanted) {
         ::dup2(ends[1], STDOUT_FILENO);
         runningPager = process_;
         for (const int interrupt : kInterrupts) {
-            ::signal(interrupt, &EndBehindPager);
+            ::signal(interrupt, &EndAfterPager);
         }
     }
     ::close(ends[1]);

@@ -15,7 +15,7 @@
 #include "input/bytesource.h"
 #include "input/filedescriptor.h"
 #include "output/output.h"
-#include "query/pattern.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {

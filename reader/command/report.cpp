@@ -13,6 +13,7 @@
 #include "input/filedescriptor.h"
 #include "output/output.h"
 #include "output/recordformat.h"
+#include "query/badrequest.h"
 #include "report/page.h"
 
 namespace NS_LOG_READER {
@@ -60,7 +61,7 @@ class PageData {
 
     uint64_t Count() const { return count_; }
 
-    // Everything behind the records.
+    // Everything that follows the records.
     void PutRest(uint64_t leftOut, const std::string& selection,
                  const std::vector<std::pair<std::string, std::string>>& gaps) {
         output_.Put("],\"texts\":[");

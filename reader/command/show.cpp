@@ -6,6 +6,7 @@
 #include "command/pager.h"
 #include "command/session.h"
 #include "output/recordformat.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -133,7 +134,7 @@ class Show {
         } else if (!stream_.withContext && *options_.lines <= kMostKept) {
             PrintLast(printer);
         } else {
-            PrintBehind(printer);
+            PrintLastOfMany(printer);
         }
         return printer.WasPrinted();
     }
@@ -163,8 +164,8 @@ class Show {
         }
     }
 
-    // Counts first, and then leaves out as many as are too many.
-    void PrintBehind(Printer& printer) {
+    // Counts first, and then leaves out those before the last ones.
+    void PrintLastOfMany(Printer& printer) {
         StreamOptions counting;
         const uint64_t count = Count(*session_.Open(*matcher_, counting, false));
         uint64_t left = count > *options_.lines ? count - *options_.lines : 0;

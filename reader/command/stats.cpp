@@ -23,17 +23,17 @@ class Statistics {
     void Count(const Record& record) {
         ++records_;
         histogram_.Count(record.time, record.level == 0);
-        Category().tally.Count(record.origin->category);
-        Level().tally.Count(std::to_string(record.level));
+        TallyOf(kCategory).Count(record.origin->category);
+        TallyOf(kLevel).Count(std::to_string(record.level));
         if (record.kind == RecordKind::Short) {
             return;
         }
-        aspects_[2].tally.Count(record.interface);
-        aspects_[3].tally.Count(record.user);
+        TallyOf(kInterface).Count(record.interface);
+        TallyOf(kUser).Count(record.user);
         source_.assign(record.file).append(":").append(std::to_string(record.line));
-        aspects_[4].tally.Count(source_);
+        TallyOf(kSource).Count(source_);
         if (!record.operation.empty()) {
-            aspects_[5].tally.Count(record.operation);
+            TallyOf(kOperation).Count(record.operation);
         }
     }
 
@@ -83,8 +83,10 @@ class Statistics {
     }
 
   private:
-    Aspect& Category() { return aspects_[0]; }
-    Aspect& Level() { return aspects_[1]; }
+    // The places in `aspects_`.
+    enum Place : size_t { kCategory, kLevel, kInterface, kUser, kSource, kOperation };
+
+    Tally& TallyOf(Place place) { return aspects_[place].tally; }
 
     static void PutPadded(Output& output, uint64_t count) {
         const std::string digits = std::to_string(count);

@@ -1,4 +1,4 @@
-// Looking for texts that are known when this is compiled.
+// Comparing and finding texts that are known when this is compiled.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,11 @@
 #include <string_view>
 
 namespace NS_LOG_READER {
+
+// Whatever the locale.
+constexpr bool IsDigit(char character) {
+    return character >= '0' && character <= '9';
+}
 
 // With a constant as the second argument these become a few comparisons of words, where the
 // string's own operations call the C library: half of the time of a header's parsing.
@@ -19,7 +24,7 @@ namespace NS_LOG_READER {
            std::memcmp(text.data() + text.size() - end.size(), end.data(), end.size()) == 0;
 }
 
-// The place of the character at `from` or behind it; npos: there is none.
+// The first place of the character from `from` on; npos: there is none.
 [[gnu::always_inline]] inline size_t FindCharacter(std::string_view text, char character,
                                                    size_t from) {
     if (from >= text.size()) {

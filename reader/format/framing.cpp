@@ -20,7 +20,7 @@ bool CouldBecome(std::string_view text, std::string_view wanted) {
         return false;
     }
     return std::equal(text.begin(), text.end(), wanted.begin(), [](char found, char pattern) {
-        return pattern == '0' ? found >= '0' && found <= '9'
+        return pattern == '0' ? IsDigit(found)
                               : found == pattern || (pattern == '+' && found == '-');
     });
 }
@@ -37,7 +37,7 @@ bool IsCutPiece(std::string_view rest) {
         return false;
     }
     size_t at = 1;
-    while (at < rest.size() && at <= kMostDigits && rest[at] >= '0' && rest[at] <= '9') {
+    while (at < rest.size() && at <= kMostDigits && IsDigit(rest[at])) {
         ++at;
     }
     rest.remove_prefix(at);
@@ -51,7 +51,7 @@ bool EndsFrame(std::string_view text, size_t end, uint32_t& number) {
         return false;
     }
     size_t digits = end - 3;
-    while (digits > 0 && text[digits - 1] >= '0' && text[digits - 1] <= '9') {
+    while (digits > 0 && IsDigit(text[digits - 1])) {
         --digits;
     }
     const auto result = std::from_chars(text.data() + digits, text.data() + end - 3, number);
@@ -65,7 +65,7 @@ size_t OpeningTagLength(std::string_view text, std::string_view& digits) {
         return 0;
     }
     size_t at = 1;
-    while (at < text.size() && at <= kMostDigits && text[at] >= '0' && text[at] <= '9') {
+    while (at < text.size() && at <= kMostDigits && IsDigit(text[at])) {
         ++at;
     }
     if (at == 1 || at + 1 >= text.size() || text[at] != '>' || text[at + 1] != '\n') {

@@ -23,11 +23,11 @@ size_t OpeningTagLength(std::string_view text, std::string_view& digits);
 // Whether the text begins with an opening tag, and a time stamp on the line below it.
 bool BeginsFrame(std::string_view text);
 
-// Whether a frame surely begins at `at`: behind the end of the frame with the next lower number,
-// and a blank line. Only a detail that quotes two whole frames in a row looks like it.
+// Whether a frame surely begins at `at`: right after the end of the frame with the next lower
+// number, and a blank line. Only a detail that quotes two whole frames in a row looks like it.
 bool IsFrameBoundary(std::string_view text, size_t at);
 
-// The last such place behind `begin` and before `end`; npos: there is none.
+// The last such place after `begin` and before `end`; npos: there is none.
 size_t FindLastFrameBoundary(std::string_view text, size_t begin, size_t end);
 
 // Whether a piece can begin with the text. `isRest`: the file ends with the text, so that also a

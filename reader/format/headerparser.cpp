@@ -8,10 +8,6 @@
 namespace NS_LOG_READER {
 namespace {
 
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
-
 // Takes a number and the label before it off the end of the text.
 template <class Number>
 bool TakeNumberFromEnd(std::string_view& text, std::string_view label, Number& number) {

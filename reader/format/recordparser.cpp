@@ -12,10 +12,6 @@ namespace {
 constexpr std::string_view kFlushallDetail =
     "The follow message was dump by maintenance command flushall.";
 
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
-
 // What stands between the tags. Of a torn frame, what is left, without the beginning of the
 // closing tag.
 std::string_view FrameContent(const Piece& piece) {

@@ -6,20 +6,18 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "format/fixedtext.h"
+
 namespace NS_LOG_READER {
 namespace {
 
 constexpr size_t kYearDigits = 4;
-constexpr std::string_view kBehindYear = "-dd-ddTdd:dd:dd.ddddddsdd:dd";
+constexpr std::string_view kAfterYear = "-dd-ddTdd:dd:dd.ddddddsdd:dd";
 constexpr size_t kMaxYearDigits = 10;
-
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
 
 // 'd' stands for a digit, 's' for a sign.
 bool Fits(const char* text) {
-    for (const char wanted : kBehindYear) {
+    for (const char wanted : kAfterYear) {
         const char found = *text++;
         const bool fits = wanted == 'd'   ? IsDigit(found)
                           : wanted == 's' ? found == '+' || found == '-'
@@ -39,7 +37,7 @@ size_t CountDigits(std::string_view text, size_t at, size_t most) {
     return count;
 }
 
-constexpr size_t kUsualLength = kYearDigits + kBehindYear.size();
+constexpr size_t kUsualLength = kYearDigits + kAfterYear.size();
 
 uint64_t Load(const char* bytes) {
     uint64_t word = 0;
@@ -110,9 +108,9 @@ Time ParseBare(std::string_view stamp) {
 
 // In seconds since 1970.
 int64_t StartOfMinute(std::string_view stamp) {
-    const char* const rest = stamp.data() + stamp.size() - kBehindYear.size();
+    const char* const rest = stamp.data() + stamp.size() - kAfterYear.size();
     const size_t sign = stamp[0] == '-' ? 1 : 0;
-    int64_t year = Number(stamp.substr(sign, stamp.size() - kBehindYear.size() - sign));
+    int64_t year = Number(stamp.substr(sign, stamp.size() - kAfterYear.size() - sign));
     // Microseconds in 64 bits end in the year 294246.
     year = year > 290000 ? 290000 : year;
     const int64_t days =
@@ -134,7 +132,7 @@ int64_t SecondOfStamp(std::string_view stamp) {
         int64_t start;
     };
     thread_local Minute last{};
-    const int second = Two(stamp.data() + stamp.size() - kBehindYear.size() + 13);
+    const int second = Two(stamp.data() + stamp.size() - kAfterYear.size() + 13);
     if (stamp.size() != kUsualLength) {
         return StartOfMinute(stamp) + second;
     }
@@ -179,7 +177,7 @@ size_t StampLength(std::string_view text) {
     } else if (CountDigits(text, 0, kYearDigits) != kYearDigits) {
         return 0;
     }
-    const size_t length = year + kBehindYear.size();
+    const size_t length = year + kAfterYear.size();
     return year >= kYearDigits && text.size() >= length && Fits(text.data() + year) ? length : 0;
 }
 
@@ -193,7 +191,7 @@ size_t ParseStamp(std::string_view text, Time& time) {
         return length;
     }
     time = SecondOfStamp(text.substr(0, length)) * kMicrosPerSecond +
-           Number({text.data() + length - kBehindYear.size() + 16, 6});
+           Number({text.data() + length - kAfterYear.size() + 16, 6});
     return length;
 }
 

@@ -15,7 +15,7 @@ namespace NS_LOG_READER {
 #ifdef __SSE2__
 namespace {
 
-// The commas of a header behind its time stamp's, each with the label that follows it.
+// The commas of a header after the one of its time stamp, each with the label that follows it.
 enum Comma : size_t { OperationThread, Interface, User, Thread, Level, File, kCommas };
 
 struct Marks {
@@ -70,8 +70,8 @@ bool ReadWord(const char* end, size_t count, uint64_t& value) {
     return true;
 }
 
-// Reads a number from `begin` to `end`, which stands behind a time stamp: sixteen characters before
-// its end can be read.
+// Reads a number from `begin` to `end`. It follows a time stamp, so sixteen characters before its
+// end can be read.
 template <class Number>
 bool ReadNumber(const char* begin, const char* end, Number& number) {
     constexpr uint64_t most = std::numeric_limits<Number>::max();
@@ -103,7 +103,7 @@ bool HasLabels(std::string_view text, const Marks& marks, std::string_view detai
            std::memcmp(text.data() + marks.end, detailLabel.data(), detailLabel.size()) == 0;
 }
 
-// What stands behind the label that begins at the comma, up to the next mark.
+// The text from the end of the label, which begins at the comma, to the next mark.
 std::string_view Between(std::string_view text, size_t begin, std::string_view label, size_t end) {
     return text.substr(begin + label.size(), end - begin - label.size());
 }

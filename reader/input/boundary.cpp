@@ -84,8 +84,8 @@ FileRange FindRange(ByteSource& source, std::optional<Time> since, std::optional
     }
     if (until) {
         const uint64_t last = FindTime(source, *until + kDisorder) + kChunk;
-        const std::optional<Boundary> behind = FindBoundary(source, last, range.end);
-        range.end = behind ? behind->offset : range.end;
+        const std::optional<Boundary> next = FindBoundary(source, last, range.end);
+        range.end = next ? next->offset : range.end;
     }
     return range;
 }

@@ -15,9 +15,9 @@ struct Boundary {
     Time time = 0;
 };
 
-// The first piece that surely begins at `from` or behind it. In front of it stand the end of a
-// frame and a blank line; it is the frame with the next higher number, or a mark. Only a detail
-// that quotes two whole frames in a row can deceive it. No value: none begins before `end`.
+// The first piece that surely begins at `from` or later. It follows the end of a frame and a blank
+// line, and is the frame with the next higher number, or a mark. Only a detail that quotes two
+// whole frames in a row can be taken for it. No value: none begins before `end`.
 std::optional<Boundary> FindBoundary(ByteSource& source, uint64_t from, uint64_t end);
 
 // Where to begin reading so that nothing logged at `time` or later is missed, in a file that is
@@ -32,7 +32,7 @@ struct FileRange {
 };
 FileRange FindRange(ByteSource& source, std::optional<Time> since, std::optional<Time> until);
 
-// Records may overtake each other by as much when they are queued.
+// How far records may overtake each other when they are queued.
 constexpr Time kDisorder = 60 * kMicrosPerSecond;
 
 }  // namespace NS_LOG_READER

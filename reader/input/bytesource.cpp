@@ -10,17 +10,13 @@
 #include <string_view>
 #include <vector>
 
+#include "format/fixedtext.h"
 #include "input/plainfile.h"
 
 namespace NS_LOG_READER {
 namespace {
 
 constexpr size_t kCompressedChunk = size_t{128} * 1024;
-
-bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
 
 class CompressedSource : public ByteSource {
   public:

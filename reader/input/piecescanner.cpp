@@ -17,7 +17,7 @@ constexpr size_t kNowhere = std::string_view::npos;
 // "</4294967295>\n\n"
 constexpr size_t kClosingTagSize = 15;
 
-// Splitting what is nearer costs less than finding a place behind it.
+// Splitting what is nearer costs less than finding a place to go on at.
 constexpr size_t kShortestLeap = 4096;
 
 // A frame in whose text so many others end is taken for torn: no detail quotes that many.
@@ -25,8 +25,11 @@ constexpr int kMostForeignEnds = 4096;
 
 // The length of "</N>\n\n" at the beginning of the text, of any number; 0: there is none.
 size_t ClosingTagLength(std::string_view text) {
+    if (!StartsWith(text, "</")) {
+        return 0;
+    }
     size_t at = 2;
-    while (at < text.size() && text[at] >= '0' && text[at] <= '9') {
+    while (at < text.size() && IsDigit(text[at])) {
         ++at;
     }
     return at > 2 && StartsWith(text.substr(at), ">\n\n") ? at + 3 : 0;
@@ -38,8 +41,8 @@ bool ClosesNumber(std::string_view closingTag, std::string_view digits) {
            std::equal(digits.begin(), digits.end(), closingTag.begin() + 2);
 }
 
-// Whether a piece begins at the newline, or behind it, that cannot stand inside a frame's first
-// lines: a time stamp can.
+// Where a line about the file itself begins, at the newline or right after it; kNowhere: none does.
+// Unlike a time stamp, such a line cannot stand inside the first lines of a frame.
 size_t MarkAtNewline(std::string_view text, size_t newline) {
     if (StartsWith(text.substr(newline), kFileClosed)) {
         return newline;
@@ -61,7 +64,7 @@ void PieceScanner::Grow() {
     capacity_ *= 2;
 }
 
-// Reads more behind what is there. False: the file has ended.
+// Reads more after what is there. False: the file has ended.
 bool PieceScanner::Fill() {
     if (begin_ > 0) {
         std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
@@ -172,6 +175,22 @@ bool PieceScanner::Next(Piece& piece) {
                                                                 : TakeGarbage(piece);
 }
 
+// The next '<' at `at` or after it that can be judged: what follows it is there, or the file has
+// ended. kNowhere: there is none.
+size_t PieceScanner::NextTag(size_t at) {
+    for (;;) {
+        const std::string_view rest = Rest();
+        const size_t tag = FindCharacter(rest, '<', at);
+        const bool isWhole =
+            tag != kNowhere && rest.size() - tag >= kClosingTagSize + kPieceStartSize;
+        if (isWhole || atEnd_) {
+            return tag;
+        }
+        at = tag == kNowhere ? std::max(at, rest.size()) : tag;
+        Fill();
+    }
+}
+
 PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffer) {
     const std::string digits(digitsInBuffer);
     FrameEnd result;
@@ -179,28 +198,10 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
         return result;
     }
     int foreignEnds = 0;
-    size_t at = digits.size() + kPieceStartSize / 2;
-    for (;;) {
-        std::string_view rest = Rest();
-        const size_t tag = FindCharacter(rest, '<', at);
-        if (tag == kNowhere || rest.size() - tag < kClosingTagSize + kPieceStartSize) {
-            // Beyond what is there, or too near to its end to be judged.
-            if (!atEnd_) {
-                at = tag == kNowhere ? std::max(at, rest.size()) : tag;
-                Fill();
-                continue;
-            }
-            if (tag == kNowhere) {
-                // Frames that are torn one after the other are not searched to the end each.
-                noMoreEnds_ = !mayGrow_ && foreignEnds == 0 && result.length == 0;
-                return result;
-            }
-        }
-        at = tag + 1;
-        if (rest[tag - 1] != '\n' || at >= rest.size() || rest[at] != '/') {
-            continue;
-        }
-        const size_t length = ClosingTagLength(rest.substr(tag));
+    for (size_t tag = NextTag(digits.size() + kPieceStartSize / 2); tag != kNowhere;
+         tag = NextTag(tag + 1)) {
+        const std::string_view rest = Rest();
+        const size_t length = rest[tag - 1] == '\n' ? ClosingTagLength(rest.substr(tag)) : 0;
         if (length == 0) {
             continue;
         }
@@ -217,17 +218,20 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
             return result;
         }
     }
+    // Frames that are torn one after the other are not searched to the end each.
+    noMoreEnds_ = !mayGrow_ && foreignEnds == 0 && result.length == 0;
+    return result;
 }
 
-// Where the next piece begins behind bytes that belong to no whole one. The end of what is there
-// when none begins there. Behind the opening of a torn frame a time stamp does not tell a short
-// record: dumps are full of them.
+// Where the next piece begins after bytes that belong to no whole one; the end of what is there
+// when none does. After the opening of a torn frame a time stamp does not tell a short record:
+// dumps are full of them.
 size_t PieceScanner::FindNextPiece(bool afterTornFrame) {
     const std::string_view rest = Rest();
-    const size_t behindZeros = rest.find_first_not_of('\0');
-    if (!afterTornFrame && behindZeros != 0 && behindZeros != kNowhere &&
-        BeginsPiece(rest.substr(behindZeros), false)) {
-        return behindZeros;
+    const size_t afterZeros = rest.find_first_not_of('\0');
+    if (!afterTornFrame && afterZeros != 0 && afterZeros != kNowhere &&
+        BeginsPiece(rest.substr(afterZeros), false)) {
+        return afterZeros;
     }
     size_t newline = FindCharacter(rest, '\n', 0);
     size_t tag = FindCharacter(rest, '<', 1);

@@ -14,7 +14,7 @@ namespace NS_LOG_READER {
 
 // A frame ends at the first "</N>" with its own number and a blank line. What can begin a piece, or
 // the end of the file, must follow: details may hold tags of their own. A frame without such an end
-// is torn; the next piece is looked for behind its opening. A line behind a short record that
+// is torn; the next piece is looked for after its opening. A line after a short record that
 // begins no piece belongs to that record's text.
 //
 // Reads block by block, and needs the memory of one block, or of the largest piece.
@@ -50,7 +50,7 @@ class PieceScanner {
   private:
     struct FrameEnd {
         size_t length = 0;   // 0: none was found
-        size_t certain = 0;  // the end is surely one; else the bytes behind it belong to nothing
+        size_t certain = 0;  // the end is surely one; else the bytes after it belong to nothing
     };
 
     std::string_view Rest() const { return {buffer_.get() + begin_, end_ - begin_}; }
@@ -62,6 +62,7 @@ class PieceScanner {
     bool MayMatch(size_t length);
     void Leap();
     size_t LineEnd(size_t from);
+    size_t NextTag(size_t at);
     FrameEnd FindFrameEnd(std::string_view digits);
     size_t FindNextPiece(bool afterTornFrame);
     bool TakeFrame(std::string_view digits, Piece& piece);

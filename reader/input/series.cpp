@@ -38,7 +38,7 @@ bool IsSecond(std::string_view text) {
     return text.size() == kSecondLength;
 }
 
-// Looks at the file's beginning. Returns the last of the first numbers' kind in `file`.
+// Notes in `file` when it begins and its first number, as far as its beginning tells.
 void LookInto(LogFile& file) {
     const std::unique_ptr<ByteSource> source = OpenFile(file.name.path);
     PieceScanner scanner(*source);

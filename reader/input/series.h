@@ -28,7 +28,7 @@ struct Series {
 };
 
 // What the name of a log file tells: unbi_<category>_<yyyymmdd>_<hhmmss>_<process>.log, with .gz or
-// .zst behind it. No value: it is no such name.
+// .zst at its end. No value: it is no such name.
 struct NameParts {
     std::string category;
     std::string second;  // "20240305_140709", in the local time of the agent

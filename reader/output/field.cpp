@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "query/pattern.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {

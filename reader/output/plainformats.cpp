@@ -1,5 +1,6 @@
 // The formats without any adornment: raw and CSV.
 #include "output/recordformat.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {

@@ -9,7 +9,7 @@
 namespace NS_LOG_READER {
 
 // Passes on the hits of a stream that has everything, with up to `before` records before and
-// `after` records behind each. Every record comes once.
+// `after` records after each. Every record comes once.
 class ContextStream final : public RecordStream {
   public:
     ContextStream(std::unique_ptr<RecordStream> all, size_t before, size_t after);

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "query/badrequest.h"
+
 namespace NS_LOG_READER {
 namespace {
 
@@ -14,7 +16,7 @@ bool IsAscii(std::string_view text) {
                        [](char character) { return static_cast<signed char>(character) >= 0; });
 }
 
-// A capital behind a backslash is a class, such as \S, and says nothing about case.
+// A capital after a backslash is a class, such as \S, and says nothing about case.
 bool HasCapital(std::string_view text, bool isFixed) {
     for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '\\' && !isFixed) {

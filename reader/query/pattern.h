@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -12,12 +11,6 @@ struct pcre2_real_code_8;
 struct pcre2_real_match_data_8;
 
 namespace NS_LOG_READER {
-
-// What was asked for makes no sense; the text says why.
-class BadRequest : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
 
 // A Perl-compatible expression; "^" and "$" match at every line of a record. A pattern without a
 // capital letter ignores case.
@@ -34,7 +27,7 @@ class Pattern {
 
     bool Matches(std::string_view text) const { return Find(text, 0).data() != nullptr; }
 
-    // The first match at `from` or behind it; a null view: there is none.
+    // The first match from `from` on; a null view: there is none.
     std::string_view Find(std::string_view text, size_t from) const;
 
     // A text that stands in everything that matches; empty: none is known.

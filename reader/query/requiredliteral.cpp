@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "format/fixedtext.h"
 #include "query/pattern.h"
 
 namespace NS_LOG_READER {
@@ -45,7 +46,7 @@ class Runs {
 
 bool IsWordCharacter(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || character == '_';
+           IsDigit(character) || character == '_';
 }
 
 size_t EndOfClass(std::string_view text, size_t at) {

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <limits>
 
+#include "query/badrequest.h"
+
 namespace NS_LOG_READER {
 namespace {
 
@@ -57,11 +59,11 @@ class LongestText {
 
     // What stands between the stars of the only value, with what surrounds the value.
     void OfferParts(const std::vector<std::string>& values, const std::string& before,
-                    const std::string& behind) {
+                    const std::string& after) {
         if (values.size() != 1) {
             return;
         }
-        const std::string text = before + values.front() + behind;
+        const std::string text = before + values.front() + after;
         for (size_t begin = 0; begin < text.size();) {
             const size_t end = std::min(text.find('*', begin), text.size());
             Offer(text.substr(begin, end - begin));

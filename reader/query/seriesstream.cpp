@@ -24,7 +24,7 @@ Time SeriesStream::FirstTime() const {
     return series_.files.empty() ? 0 : series_.files.front().created - kDisorder;
 }
 
-// Whether all of a file was written before or behind the range.
+// Whether all of a file was written before or after the range.
 bool SeriesStream::IsOutOfRange(size_t file) const {
     const Selection& wanted = matcher_.GetSelection();
     if (!wanted.trustsOrder) {

@@ -50,7 +50,7 @@ class SeriesStream final : public RecordStream {
     std::optional<PieceScanner> scanner_;
     uint64_t stopAt_ = 0;  // no piece from here on
     Piece piece_;
-    Time lastTime_ = 0;  // of the piece before: marks and garbage stay behind it
+    Time lastTime_ = 0;  // of the piece before: marks and garbage come after it
     std::optional<DumpedRecords> dumped_;
     const char* dumpedHit_ = nullptr;  // where the literal stands next in the dump
 };

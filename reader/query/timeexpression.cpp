@@ -6,7 +6,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "query/pattern.h"
+#include "format/fixedtext.h"
+#include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -73,7 +74,7 @@ std::optional<Time> ReadDuration(const std::string& text) {
 bool TakeNumber(const char*& text, int least, int most, int& number) {
     int digits = 0;
     number = 0;
-    while (digits < most && *text >= '0' && *text <= '9') {
+    while (digits < most && IsDigit(*text)) {
         number = number * 10 + (*text++ - '0');
         ++digits;
     }

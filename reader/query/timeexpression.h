@@ -9,9 +9,8 @@
 namespace NS_LOG_READER {
 
 // Reads
-//     2026-03-05T14:07:09.5+01:00   a date, with a time, seconds, a fraction and a zone, or
-//     without;
-//                                   "T" or a blank between the two; this machine's zone by default
+//     2026-03-05T14:07:09.5+01:00   a date; a time, seconds, a fraction and a zone may follow;
+//                                   "T" or a blank before the time; this machine's zone by default
 //     14:07, 14:07:09               the last time that the clock showed it; given `after`, the
 //                                   first time after that
 //     now, today, yesterday, tomorrow

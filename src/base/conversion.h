@@ -33,7 +33,7 @@ struct FormatArguments {
     va_list list;
 };
 
-// Reads flags, width, precision and length, and moves `format` behind them. Takes the arguments of
+// Reads flags, width, precision and length, and moves `format` past them. Takes the arguments of
 // asterisks. Returns false for what is left to the C library: rare flags, numbered arguments, and
 // a width beyond 4096.
 bool ParseConversion(const char*& format, FormatArguments& arguments, Conversion& conversion);

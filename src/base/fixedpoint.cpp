@@ -8,9 +8,32 @@
 
 namespace NS_LOG_SERVICE1 {
 
+namespace {
+
+constexpr uint64_t kPowers[] = {1,      10,      100,      1000,      10000,
+                                100000, 1000000, 10000000, 100000000, 1000000000};
+
+// Of a number of 64 bits.
+constexpr int kIntegerDigits = std::numeric_limits<uint64_t>::digits10 + 1;
+
+// Writes `number` divided by 10 to the power of `precision`.
+char* WriteDecimals(uint64_t number, int precision, char* out) {
+    const uint64_t power = kPowers[precision];
+    uint64_t decimals = number % power;
+    out = std::to_chars(out, out + kIntegerDigits, number / power).ptr;
+    if (precision == 0) {
+        return out;
+    }
+    *out++ = '.';
+    for (char* digit = out + precision; digit != out; decimals /= 10) {
+        *--digit = static_cast<char>('0' + decimals % 10);
+    }
+    return out + precision;
+}
+
+}  // namespace
+
 char* WriteFixedPoint(double value, int precision, char* out) {
-    static constexpr uint64_t kPowers[] = {1,      10,      100,      1000,      10000,
-                                           100000, 1000000, 10000000, 100000000, 1000000000};
     if (precision >= static_cast<int>(std::size(kPowers))) {
         return nullptr;
     }
@@ -26,8 +49,7 @@ char* WriteFixedPoint(double value, int precision, char* out) {
         return nullptr;
     }
     __extension__ using Wide = unsigned __int128;
-    const uint64_t power = kPowers[precision];
-    const Wide scaled = static_cast<Wide>(mantissa) * power;
+    const Wide scaled = static_cast<Wide>(mantissa) * kPowers[precision];
     const Wide unit = static_cast<Wide>(1) << shift;
     const Wide wideQuotient = scaled >> shift;
     if (wideQuotient >= std::numeric_limits<uint64_t>::max()) {
@@ -38,17 +60,7 @@ char* WriteFixedPoint(double value, int precision, char* out) {
     if (twiceRest > unit || (twiceRest == unit && (quotient & 1) != 0)) {
         ++quotient;
     }
-    const uint64_t whole = quotient / power;
-    uint64_t decimals = quotient % power;
-    out = std::to_chars(out, out + 20, whole).ptr;
-    if (precision == 0) {
-        return out;
-    }
-    *out++ = '.';
-    for (char* digit = out + precision; digit != out; decimals /= 10) {
-        *--digit = static_cast<char>('0' + decimals % 10);
-    }
-    return out + precision;
+    return WriteDecimals(quotient, precision, out);
 }
 
 }  // namespace NS_LOG_SERVICE1

@@ -29,8 +29,5 @@
 #define TRY_ACQUIRE(...) QV_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 #define RELEASE(...) QV_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 
-// A function that returns a reference to the lock.
-#define RETURN_CAPABILITY(x) QV_THREAD_ANNOTATION(lock_returned(x))
-
 // A function that is not analysed; a comment beside it says why it is safe.
 #define NO_THREAD_SAFETY_ANALYSIS QV_THREAD_ANNOTATION(no_thread_safety_analysis)

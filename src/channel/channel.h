@@ -105,8 +105,8 @@ class TEDebugInfoBuf {
     void Rotate() EXCLUDES(fileMutex_);
     void Reopen() EXCLUDES(fileMutex_);
 
-    // What a name that is taken and a failing write mean from the next record on. Unlocked: the
-    // file takes it from any thread.
+    // What happens from the next record on when a name is taken or a write fails. Unlocked: the
+    // file's policy is an atomic field.
     void SetFilePolicy(FilePolicy policy) NO_THREAD_SAFETY_ANALYSIS { logFile_->SetPolicy(policy); }
 
     uint64_t QueueCapacity() const { return queueCapacity_; }
@@ -148,7 +148,7 @@ class TEDebugInfoBuf {
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // Those that are inline have one caller, and are the way of most records.
+    // The inline ones lie on the way of most records.
 
     // The record's frame in the memory; empty when it is too early for it.
     inline UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
@@ -159,7 +159,7 @@ class TEDebugInfoBuf {
     // Writes the record together with those of the threads that come at the same time.
     void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
 
-    // Writes the records. What throws is left undone.
+    // Writes the records. Swallows exceptions: a record whose write throws is left undone.
     inline void WriteHandled(WaitingRecord* group) REQUIRES(fileMutex_);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.

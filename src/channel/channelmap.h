@@ -78,7 +78,7 @@ class ChannelMap {
         }
     }
 
-    // The entry with a channel behind `entry`, the first one behind null; null behind the last.
+    // The next entry after `entry` that has a channel; given null, the first one. Null: no more.
     // Entries stay where they are, and with a channel they do not change, until Destroy.
     const Entry* Next(const Entry* entry) EXCLUDES(mutex_);
 

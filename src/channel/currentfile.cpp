@@ -258,7 +258,7 @@ void CurrentFile::CountEmptied(uint64_t size, const RecordCounts& lost) {
     }
 }
 
-// The first write behind a failure: there may be something to take back.
+// The first write after a failure: there may be something to take back.
 WriteResult CurrentFile::WriteAgain(std::string_view piece) {
     WriteResult result{0, TakeBackTorn()};
     if (!result.error) {
@@ -299,7 +299,7 @@ std::error_code CurrentFile::WriteWhole(std::string_view piece) {
     return result.error;
 }
 
-// Removes what is left of the last failure: a record behind it would be taken for its rest.
+// Removes what is left of the last failure: a record written after it would be taken for its rest.
 std::error_code CurrentFile::TakeBackTorn() {
     if (torn_ == 0) {
         return {};

@@ -31,7 +31,7 @@ struct OpenedFile {
 //
 // kKeepRecords: the next file is opened first and gets its first line. Only then is the file left,
 // so that there is always one to write to, as long as there is any. A file that has the next name
-// is continued behind its last whole record. When a write fails, nothing is tried for a while.
+// is continued after its last whole record. When a write fails, nothing is tried for a while.
 //
 // Thread safety: none but for the operations that say so; the channel's file mutex guards it.
 class CurrentFile {

@@ -48,7 +48,7 @@ std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode
     return {};
 }
 
-// Emptied behind the opening, so that what is lost can be counted.
+// Emptied after the opening, so that what is lost can be counted.
 std::error_code FileStream::Create(const std::string& path) {
     std::error_code error = Open(path, O_WRONLY | O_CREAT, 0666);
     if (!error && sizeFound_ != 0) {

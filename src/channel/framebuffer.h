@@ -36,7 +36,7 @@ class FrameBuffer {
     size_t Capacity() const { return capacity_; }
     std::string_view Bytes() const { return {bytes_.get(), size_}; }
 
-    // Removes all bytes behind the first `size`. Keeps the memory.
+    // Removes all bytes after the first `size`. Keeps the memory.
     void CutTo(size_t size) { size_ = size; }
 
     // Enough for the frames of a full queue of the default length.

@@ -179,7 +179,7 @@ Records LogFile::FrameBatch(Records first) {
     return next;
 }
 
-// There is no memory for the frame of one record. That is no reason to lose those behind it.
+// There is no memory for the frame of one record. That is no reason to lose those after it.
 template <class Records>
 Records LogFile::DropUnframed(Records record) {
     ++recordNumber_;

@@ -12,10 +12,10 @@ namespace {
 constexpr uint64_t kFirstLook = uint64_t{64} * 1024;
 constexpr uint64_t kLongestLook = uint64_t{16} * 1024 * 1024;
 
-// Returns the position behind `opening` and the digits that follow it at `position`, if `closing`
-// stands there: the position behind that. npos otherwise.
-size_t BehindTag(std::string_view text, size_t position, std::string_view opening,
-                 std::string_view closing) {
+// Returns where the tag ends that begins at `position`: `opening`, digits and `closing`. npos:
+// there is none.
+size_t TagEnd(std::string_view text, size_t position, std::string_view opening,
+              std::string_view closing) {
     if (text.compare(position, opening.size(), opening) != 0) {
         return std::string_view::npos;
     }
@@ -26,16 +26,16 @@ size_t BehindTag(std::string_view text, size_t position, std::string_view openin
                : std::string_view::npos;
 }
 
-// Returns the position behind the last frame of `text` that is whole, or behind its last line about
-// the file itself. npos: there is none.
-size_t BehindLastWhole(std::string_view text) {
+// Returns where the last whole frame of `text` ends, or its last line about the file itself. npos:
+// there is neither.
+size_t LastWholeEnd(std::string_view text) {
     size_t line = text.size();
     while (line != 0) {
         const size_t newline = line < 2 ? std::string_view::npos : text.rfind('\n', line - 2);
         line = newline == std::string_view::npos ? 0 : newline + 1;
-        const size_t behindFrame = BehindTag(text, line, "</", ">\n\n");
-        if (behindFrame != std::string_view::npos) {
-            return behindFrame;
+        const size_t frameEnd = TagEnd(text, line, "</", ">\n\n");
+        if (frameEnd != std::string_view::npos) {
+            return frameEnd;
         }
         const std::string_view rest = text.substr(line);
         if (rest.rfind("File create at ", 0) == 0 || rest.rfind("File close at ", 0) == 0) {
@@ -54,7 +54,7 @@ size_t BehindLastWhole(std::string_view text) {
 size_t TornPieceIn(std::string_view rest) {
     size_t line = 0;
     while (line < rest.size()) {
-        if (BehindTag(rest, line, "<", ">\n") != std::string_view::npos) {
+        if (TagEnd(rest, line, "<", ">\n") != std::string_view::npos) {
             return line;
         }
         const size_t newline = rest.find('\n', line);
@@ -74,7 +74,7 @@ size_t TornEndSize(const FileStream& file) {
         const uint64_t begin = size - std::min(look, size);
         std::string text(size - begin, '\0');
         text.resize(file.Read(begin, text.data(), text.size()));
-        const size_t whole = BehindLastWhole(text);
+        const size_t whole = LastWholeEnd(text);
         if (whole != std::string_view::npos) {
             const std::string_view rest = std::string_view(text).substr(whole);
             return rest.size() - TornPieceIn(rest);

@@ -8,7 +8,7 @@
 namespace NS_LOG_SERVICE1 {
 
 // Returns how many bytes at the end of the file belong to a record or a line whose end is missing:
-// 0 when the file ends with a whole one. What is written behind such a beginning would be taken for
+// 0 when the file ends with a whole one. What is written after such a beginning would be taken for
 // the rest of it. REQUIRES: FileStream::Continue has opened the file, and nothing was written
 // since.
 size_t TornEndSize(const FileStream& file);

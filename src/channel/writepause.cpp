@@ -6,6 +6,7 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
+// In microseconds.
 constexpr int64_t kFirst = 1000;
 constexpr int64_t kLongest = 1000000;
 

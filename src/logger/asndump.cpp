@@ -112,9 +112,9 @@ void AsnDump::Echo(const std::string& text) {
     ACE_OS::printf("%s%s", header, text.c_str());
 }
 
-// Ends the text even when the message has left the stream in an error state. Behind it is the text
-// of an older dump, and what an older message printed behind a zero byte, or before it threw, was
-// never masked.
+// Ends the text even when the message has left the stream in an error state. It is followed by
+// the text of an older dump, and what an older message printed after a zero byte, or before it
+// threw, was never masked.
 void AsnDump::PrintWhole(const NS_ASN1::AsnObject& message) {
     DumpStream& dump = Dump();
     Rewind(dump);

@@ -59,6 +59,8 @@ Logger::Logger(const std::string& first, const std::string& second, const std::s
       channel_(channels.Find(category)),
       levels_(settings.levelSwitches.Get()) {}
 
+// The manager destroys the channels first. A logger that a client keeps by mistake must not lead to
+// one.
 Logger::~Logger() {
     channel_ = nullptr;
 }

@@ -20,7 +20,7 @@ constexpr std::string_view kElementPassword = "NEPwd";
 constexpr std::string_view kOpeningTag = "<FTPPassWord>";
 constexpr std::string_view kClosingTag = "</FTPPassWord>";
 
-// The value is the rest of the line behind the key.
+// The value is the rest of the line after the key.
 template <const KeySet& set>
 void MaskRests(KeySearch search, char* text, std::size_t length) {
 #if defined(__x86_64__)
@@ -33,8 +33,8 @@ void MaskRests(KeySearch search, char* text, std::size_t length) {
     MaskRestOfLines<set>(text, length);
 }
 
-// Returns the place right behind the next `wanted`; null when there is none.
-char* Behind(std::string_view wanted, char* from, const char* end) {
+// Returns where the next `wanted` ends; null when there is none.
+char* PastNext(std::string_view wanted, char* from, const char* end) {
     if (from == end) {
         return nullptr;  // an empty text may have no address
     }
@@ -43,14 +43,14 @@ char* Behind(std::string_view wanted, char* from, const char* end) {
     return found == nullptr ? nullptr : static_cast<char*>(found) + wanted.size();
 }
 
-// The value stands between the next two quotes behind the key, on whatever line they are; without
-// a second quote it is the rest of the text. The character right behind the key separates it from
+// The value stands between the next two quotes after the key, on whatever line they are; without
+// a second quote it is the rest of the text. The character right after the key separates it from
 // what follows and never opens the value. The closing quote opens no value either.
 void MaskQuoted(KeySearch, char* text, std::size_t length) {
     char* const end = text + length;
-    for (char* at = Behind(kElementPassword, text, end); at != nullptr && at != end;
-         at = Behind(kElementPassword, at, end)) {
-        char* const value = Behind("\"", at + 1, end);
+    for (char* at = PastNext(kElementPassword, text, end); at != nullptr && at != end;
+         at = PastNext(kElementPassword, at, end)) {
+        char* const value = PastNext("\"", at + 1, end);
         if (value == nullptr) {
             return;
         }
@@ -63,9 +63,9 @@ void MaskQuoted(KeySearch, char* text, std::size_t length) {
 // is no value. Tags do not overlap.
 void MaskTagged(KeySearch, char* text, std::size_t length) {
     char* const end = text + length;
-    for (char* at = text; (at = Behind(kOpeningTag, at, end)) != nullptr;) {
+    for (char* at = text; (at = PastNext(kOpeningTag, at, end)) != nullptr;) {
         char* const value = at;
-        at = Behind(kClosingTag, value, end);
+        at = PastNext(kClosingTag, value, end);
         if (at == nullptr) {
             return;
         }

@@ -1,12 +1,12 @@
-// Masks the rest of each line behind a key, plainly and with vectors of 32 bytes.
+// Masks the rest of each line after a key, plainly and with vectors of 32 bytes.
 //
-// The value is everything behind the key up to the line's end, separators included. A key counts
+// The value is everything from the key up to the line's end, separators included. A key counts
 // inside a longer word too.
 //
 // One pass gives the same text as masking key after key. Each key leaves the line's beginning up to
-// the key's end, and asterisks behind it. No key has an asterisk or a newline, so a further key is
+// the key's end, and asterisks after it. No key has an asterisk or a newline, so a further key is
 // found within that beginning or not at all. The key that ends first is never touched. So in the
-// end, whatever the order of the keys, everything behind the first end of any key is masked.
+// end, whatever the order of the keys, everything after the first end of any key is masked.
 #pragma once
 
 #include <algorithm>
@@ -64,7 +64,7 @@ QV_AVX2 __m256i Groups(std::size_t i, const char* end) {
            _mm256_shuffle_epi8(Load(set.high[i]), high);
 }
 
-// The places in the block at text[begin] right behind a key. Three characters tell for most blocks
+// The places in the block at text[begin] right after a key. Three characters tell for most blocks
 // that there is none. REQUIRES: begin >= KeySet::kMinSize.
 template <const KeySet& set>
 QV_AVX2 Places KeyEnds(const char* text, std::size_t begin) {

@@ -22,7 +22,7 @@ constexpr std::string_view kUserLabel = ",UserMsg:";
 // Fetches the context anew for each item, and lets go of it before the next: an upper layer may
 // complete it while the operation runs.
 //
-// The UUID comes last but stands first. The others are written behind the place of the last UUID,
+// The UUID comes last but stands first. The others are written after the place of the last UUID,
 // and moved only when this one has another size: a thread's next record is often of the same
 // operation.
 void ContextHeader::Build() {
@@ -34,7 +34,7 @@ void ContextHeader::Build() {
     const NS_UTIL::ThreadContextInfo operation = ThreadContext();
     const std::string& uuid = operation.GetOperUUID();
     if (uuid.size() != uuidSize_) {
-        MoveBehindUuid(uuid.size());
+        MakeRoomForUuid(uuid.size());
     }
     CopyText(memory_.data(), uuid.data(), uuid.size());
 }
@@ -48,13 +48,13 @@ inline char* ContextHeader::Put(char* at, std::string_view label, std::string_vi
     return CopyText(at, item.data(), item.size());
 }
 
-// Returns the place behind the first `kept` bytes, where there is room for `size` more.
+// Returns the place after the first `kept` bytes, where there is room for `size` more.
 char* ContextHeader::Grow(size_t kept, size_t size) {
     memory_.resize(std::max(kept + size, 2 * memory_.size()));
     return memory_.data() + kept;
 }
 
-void ContextHeader::MoveBehindUuid(size_t uuidSize) {
+void ContextHeader::MakeRoomForUuid(size_t uuidSize) {
     const size_t rest = size_ - uuidSize_;
     if (uuidSize + rest > memory_.size()) {
         Grow(size_, uuidSize);

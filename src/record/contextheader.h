@@ -9,9 +9,11 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The calling thread's operation as one line of text: <operation UUID>,TopT:<thread
-// number>,If:<interface name>,UserMsg:<user information> All labels and separators are always
-// present. An item that the context lacks is empty.
+// The calling thread's operation as one line of text:
+//
+//     <operation UUID>,TopT:<thread number>,If:<interface name>,UserMsg:<user information>
+//
+// All labels and separators are always present. An item that the context lacks is empty.
 std::string BuildContextHeader();
 
 // The same, made again and again in the same memory.
@@ -25,8 +27,10 @@ class ContextHeader {
     // Valid until the next Build.
     std::string_view Text() const { return {memory_.data(), size_}; }
 
-    // Of the memory; frees what is more than `size`, with the text.
+    // Of the memory.
     size_t Capacity() const { return memory_.capacity(); }
+
+    // Frees memory of more than `size` bytes, with the text.
     void FreeIfLarger(size_t size) {
         if (Capacity() > size) {
             std::string().swap(memory_);
@@ -38,9 +42,9 @@ class ContextHeader {
   private:
     char* Put(char* at, std::string_view label, std::string_view item);
     char* Grow(size_t kept, size_t size);
-    void MoveBehindUuid(size_t uuidSize);
+    void MakeRoomForUuid(size_t uuidSize);
 
-    std::string memory_;  // the text, and behind it what is left of longer ones
+    std::string memory_;  // the text, and after it what is left of longer ones
     size_t size_ = 0;     // of the text
     size_t uuidSize_ = 0;
     DecimalText threadId_;

@@ -89,8 +89,12 @@ TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
         // A load failure and not a later crash.
         {Entry("unresolved"), "", 4, "qv_test_nowhere_to_be_found"},
         {second, "throw", 5, "bundle second refused to start: out of patience"},
+        {second, "throw-number", 5,
+         "bundle second refused to start: something that is no exception"},
         {second, "fail-stop", 6, "bundle second: StopService failed"},
-        {second, "fail-fini", 6, "bundle second: fini failed"}};
+        {second, "fail-fini", 6, "bundle second: fini failed"},
+        {second, "throw-number-fini", 6,
+         "bundle second: fini failed: something that is no exception"}};
     for (const Failure& failure : failures) {
         SCOPED_TRACE(failure.reason);
         const ChildResult result =
@@ -105,8 +109,10 @@ TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
 }
 
 TEST_F(AgentLoading, AFactoryThatMakesNothingIsAFailure) {
-    const std::pair<const char*, const char*> failures[] = {{"throw", "no room"},
-                                                            {"null", "no object"}};
+    const std::pair<const char*, const char*> failures[] = {
+        {"throw", "no room"},
+        {"throw-number", "something that is no exception"},
+        {"null", "no object"}};
     for (const auto& [failure, reason] : failures) {
         const ChildResult result = RunBundles("qv_base_log, " + Entry("second"), "", failure);
         EXPECT_EQ(result.exitCode, 5);

@@ -85,10 +85,11 @@ std::string CodeOf(const std::string& path) {
 // The pieces of all messages of the sources below a directory. What stands in answer.cpp is said to
 // qv_agentctl.
 void AddMessagesOf(const std::string& directory, std::set<std::string>& pieces) {
-    const char* const starts[] = {"Report(",        "tell_(",           "AgentError(",
-                                  "runtime_error(", "ThrowUnreadable(", "fprintf(",
-                                  "Print(",         "push_back(",       "emplace_back(",
-                                  "return \"no ",   "Diagnostic ",      "kNeededForChanges[] ="};
+    const char* const starts[] = {"Report(",          "tell_(",           "AgentError(",
+                                  "runtime_error(",   "ThrowUnreadable(", "fprintf(",
+                                  "Print(",           "push_back(",       "emplace_back(",
+                                  "return \"no ",     "Diagnostic ",      "kNeededForChanges[] =",
+                                  "ReportIfPossible("};
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
         if (entry.path().extension() != ".cpp" || entry.path().filename() == "answer.cpp") {
             continue;

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <memory>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -20,6 +21,7 @@
 #include "control/filedescriptor.h"
 #include "control/peer.h"
 #include "control/protocol.h"
+#include "support/allocations.h"
 #include "support/capturedoutput.h"
 #include "support/onthreads.h"
 #include "support/repetitions.h"
@@ -74,6 +76,10 @@ class ControlServerLife : public DirectoryTest {
         if (request == "throw") {
             throw std::runtime_error("broken");
         }
+        if (request == "no memory") {
+            FailNextAllocation();
+            throw std::bad_alloc();
+        }
         if (request == "wait") {
             entered_.Happen();
             mayLeave_.Await();
@@ -91,6 +97,13 @@ TEST_F(ControlServerLife, AnswersOneRequestInOneLineAndCloses) {
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
     EXPECT_EQ(AskServer(Socket(), ""), "[]\n");
     EXPECT_THAT(AskServer(Socket(), "long"), SizeIs(kLongAnswer + 1));
+}
+
+// There is no memory for the report either.
+TEST_F(ControlServerLife, AClientForWhoseAnswerThereIsNoMemoryIsDroppedAndTheNextOneServed) {
+    Start();
+    EXPECT_EQ(AskServer(Socket(), "no memory"), "");
+    EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
 }
 
 TEST_F(ControlServerLife, ARequestMayComeInPiecesAndHasToEnd) {

@@ -5,12 +5,14 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
 #include "agentctl/tasks.h"
+#include "support/allocations.h"
 #include "support/capturedoutput.h"
 #include "support/onthreads.h"
 
@@ -180,6 +182,19 @@ TEST(TaskScheduler, ATaskThatThrowsIsReportedAndGoesOn) {
     scheduler.Stop();
     EXPECT_THAT(errors.Text(), HasSubstr("task 1 threw: out of ink"));
     EXPECT_THAT(errors.Text(), HasSubstr("task 2 threw"));
+}
+
+// Nor does the report end the thread, for which there is no memory either.
+TEST(TaskScheduler, ATaskThatRunsOutOfMemoryGoesOn) {
+    CountingTask task([] {
+        FailNextAllocation();
+        throw std::bad_alloc();
+    });
+    TaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Create(1ms, task);
+    EXPECT_TRUE(task.AwaitRuns(3));
+    scheduler.Stop();
 }
 
 // The blocked run lasts through many intervals. Were the missed runs made up for, at least that

@@ -12,6 +12,9 @@ namespace NS_TEST {
 
 class StreamRoad : public FleetTest {
   protected:
+    // One for each category.
+    static constexpr int64_t kFilesOfAnAgent = 7;
+
     // Makes the stream. `more`: options of `qvlog collect` for that.
     void StartServers(int count, const std::vector<std::string>& more = {}) {
         nats_ = std::make_unique<NatsServers>(Path("nats"), count);
@@ -67,6 +70,18 @@ class StreamRoad : public FleetTest {
     }
     void AwaitFiles(int64_t count) const {
         Await([&] { return HasFiles(count); });
+    }
+
+    // Ships again and then what one more agent writes: only the latter is added to the store, where
+    // the files of one agent are already. `again`: options of the first shipping.
+    void ExpectOneMoreAgentIsAddedOnce(int operations, const std::vector<std::string>& again = {}) {
+        const int64_t stored = CountRecords();
+        EXPECT_EQ(ShipAllIntoStream("host1", again).exitCode, 0);
+        RunAgent(operations);
+        EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+        AwaitFiles(2 * kFilesOfAnAgent);
+        EXPECT_GT(CountRecords(), stored);
+        ExpectStoreHasFiles();
     }
 
     int64_t CountFiles() const { return static_cast<int64_t>(ListFiles(Logs()).size()); }

@@ -13,6 +13,7 @@
 #include "control/logmaintenanceimpl.h"
 #include "control/serviceconfiguration.h"
 #include "control/switchfile.h"
+#include "diagnostic/defaultlogproxy.h"
 #include "manager/logmgr.h"
 #include "platform/configfile.h"
 #include "platform/hostcontrol.h"
@@ -51,24 +52,11 @@ class TextItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
 };
 
 // Every input is reported; nobody reads that.
-class SilentProxy final : public NS_BUNDLEMGR1::LogProxy, public NS_BUNDLEMGR1::LogProxyProvider {
+class SilentProxy final : public NS_BUNDLEMGR1::DefaultLogProxy,
+                          public NS_BUNDLEMGR1::LogProxyProvider {
   public:
     NS_BUNDLEMGR1::LogProxy* GetLogProxy(const std::string&) override { return this; }
     void Print(int, const char*, ...) override {}
-    void SetPosition(const char*, int) override {}
-    void SetBundleName(const char*) override {}
-    void SetServiceName(const char*) override {}
-    std::string GetProxyName() const override { return "SilentProxy"; }
-    void Reserved2() override {}
-    void Reserved3() override {}
-    void Reserved5() override {}
-    int Reserved6() override { return 0; }
-    int Reserved7() override { return 0; }
-    int Reserved8() override { return 0; }
-    int Reserved9() override { return 0; }
-    int Reserved10() override { return 0; }
-    void Reserved11() override {}
-    int Reserved12() override { return 0; }
 };
 
 // Lives as long as the process: the share directory, in memory where there is room for it.

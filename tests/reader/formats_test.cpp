@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "output/recordformat.h"
+#include "query/badrequest.h"
 #include "reader/logtext.h"
 #include "reader/scanfile.h"
 #include "support/files.h"

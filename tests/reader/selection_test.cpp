@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "query/badrequest.h"
+
 namespace {
 
 using namespace NS_LOG_READER;

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "query/pattern.h"
+#include "query/badrequest.h"
 
 namespace {
 

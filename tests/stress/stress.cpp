@@ -181,7 +181,17 @@ class Client {
         const size_t category = random_() % kStressCategories.size();
         const auto level = static_cast<unsigned>(random_() % 4);
         const bool on = random_() % 2 == 0;
-        switch (random_() % 16) {
+        const auto operation = random_() % 16;
+        if (operation < 8) {
+            Order(maintenance, operation, category, level, on);
+        } else {
+            Ask(maintenance, operation);
+        }
+    }
+
+    void Order(LogMaintenanceInterface& maintenance, uint_fast32_t operation, size_t category,
+               unsigned level, bool on) {
+        switch (operation) {
             case 0:
                 maintenance.FlushAll();
                 break;
@@ -199,31 +209,35 @@ class Client {
                 maintenance.SetLoggerLevel("stress", "1", kStressCategories[category], level, on);
                 break;
             case 5:
-                maintenance.GetLoggers(loggers_);
-                break;
-            case 6:
-                maintenance.GetChannels(channels_);
-                break;
-            case 7:
-                maintenance.GetModules(modules_);
-                break;
-            case 8:
-                maintenance.GetChannelBooks(channelBooks_);
-                break;
-            case 9:
                 maintenance.SetQueueBytes(on ? 0 : 20000);
                 break;
-            case 10:
-                maintenance.GetSwitches();
-                break;
-            case 11:
+            case 6:
                 maintenance.Reopen(on ? "" : kStressCategories[category]);
                 break;
             // Under the other policy two files of one second have one name, and one is lost.
-            case 12:
+            default:
                 if (maintenance.GetFilePolicy() == LOG_FILE_POLICY_KEEP_RECORDS) {
                     maintenance.Rotate(kStressCategories[category]);
                 }
+        }
+    }
+
+    void Ask(LogMaintenanceInterface& maintenance, uint_fast32_t operation) {
+        switch (operation) {
+            case 8:
+                maintenance.GetLoggers(loggers_);
+                break;
+            case 9:
+                maintenance.GetChannels(channels_);
+                break;
+            case 10:
+                maintenance.GetModules(modules_);
+                break;
+            case 11:
+                maintenance.GetChannelBooks(channelBooks_);
+                break;
+            case 12:
+                maintenance.GetSwitches();
                 break;
             case 13:
                 maintenance.GetOutputMode();

@@ -1,9 +1,9 @@
 // The service object of a bundle that works.
 #include "common/workingserviceobject.h"
 
-#include <exception>
 #include <string>
 
+#include "common/describeexception.h"
 #include "common/report.h"
 #include "common/workinterface.h"
 
@@ -30,8 +30,8 @@ void WorkingServiceObject::RunWork() noexcept {
     bool success = false;
     try {
         success = work_->Run(stop_);
-    } catch (const std::exception& error) {
-        Report(name_, std::string("the work broke off: ") + error.what());
+    } catch (...) {
+        ReportIfPossible(name_, [] { return "the work broke off: " + DescribeException(); });
     }
     working_->Finish(success);
 }

@@ -9,10 +9,9 @@ namespace NS_REFERENCE_HOST {
 // name each time, because bundles may be unloaded. Throws only std::bad_alloc.
 //
 // command   members                                data
-// status                                           version, agent, mode, periodic, levels,
-// asnTrace,
-//                                                  outputParameters, keepsRecords, queueBytes,
-//                                                  channels
+// status                                           version, agent, mode, periodic,
+//                                                  levels, asnTrace, outputParameters,
+//                                                  keepsRecords, queueBytes, channels
 // health                                           health (0 good, 1 warning, 2 critical), problems
 // flush
 // flushall  category (may be missing: all)

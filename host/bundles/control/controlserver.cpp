@@ -1,7 +1,6 @@
 // Serves the control socket on its own thread.
 #include "control/controlserver.h"
 
-#include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -34,7 +33,9 @@ enum : std::size_t { kStopEntry, kSocketEntry, kFirstClientEntry };
 
 ControlServer::ControlServer(const std::string& path, Answerer answer,
                              Connection::Clock::duration patience)
-    : socket_(path), answer_(std::move(answer)), patience_(patience) {}
+    : socket_(path), answer_(std::move(answer)), patience_(patience) {
+    entries_.reserve(kFirstClientEntry + kMaximumClients);
+}
 
 ControlServer::~ControlServer() {
     Stop();
@@ -54,17 +55,16 @@ void ControlServer::Stop() {
 
 void ControlServer::Serve() {
     pthread_setname_np(pthread_self(), kName);
-    std::vector<pollfd> entries;
-    while (WaitForEvents(entries)) {
+    while (WaitForEvents()) {
         const Clock::time_point begin = Clock::now();
-        ServeClients(entries);
+        ServeClients();
         const Clock::time_point late = begin + Haste();
         clients_.remove_if([late](const Connection& client) { return client.Deadline() <= late; });
         const Clock::duration spent = Clock::now() - begin;
         for (Connection& client : clients_) {
             client.Extend(spent);
         }
-        if ((entries[kSocketEntry].revents & POLLIN) != 0) {
+        if ((entries_[kSocketEntry].revents & POLLIN) != 0) {
             Accept();
         }
     }
@@ -97,26 +97,28 @@ int ControlServer::Timeout() const {
     return static_cast<int>(std::max<decltype(left)>(left, 0));
 }
 
-// Fills `entries` and waits. Returns false when the server is to end.
-bool ControlServer::WaitForEvents(std::vector<pollfd>& entries) const {
-    entries.clear();
-    entries.push_back({stop_.Descriptor(), POLLIN, 0});
+// Fills `entries_` and waits. Returns false when the server is to end.
+bool ControlServer::WaitForEvents() {
+    entries_.clear();
+    entries_.push_back({stop_.Descriptor(), POLLIN, 0});
     // poll ignores a negative descriptor.
-    entries.push_back({IsAccepting() ? socket_.Descriptor() : -1, POLLIN, 0});
+    entries_.push_back({IsAccepting() ? socket_.Descriptor() : -1, POLLIN, 0});
     for (const Connection& client : clients_) {
-        entries.push_back({client.Descriptor(), client.Events(), 0});
+        entries_.push_back({client.Descriptor(), client.Events(), 0});
     }
-    while (poll(entries.data(), entries.size(), Timeout()) < 0) {
-        if (errno != EINTR) {
-            Report(kName, std::string("poll: ") + std::generic_category().message(errno));
+    while (poll(entries_.data(), entries_.size(), Timeout()) < 0) {
+        const int error = errno;
+        if (error != EINTR) {
+            ReportIfPossible(kName,
+                             [error] { return "poll: " + std::generic_category().message(error); });
             return false;
         }
     }
-    return entries[kStopEntry].revents == 0;
+    return entries_[kStopEntry].revents == 0;
 }
 
-void ControlServer::ServeClients(const std::vector<pollfd>& entries) {
-    auto entry = entries.begin() + kFirstClientEntry;
+void ControlServer::ServeClients() {
+    auto entry = entries_.cbegin() + kFirstClientEntry;
     for (auto client = clients_.begin(); client != clients_.end(); ++entry) {
         const bool goesOn = entry->revents == 0 || stop_.IsSignalled() || Proceed(*client);
         client = goesOn ? std::next(client) : clients_.erase(client);
@@ -128,7 +130,8 @@ bool ControlServer::Proceed(Connection& client) {
     try {
         return client.Proceed(answer_);
     } catch (const std::exception& error) {
-        Report(kName, std::string("a client was given up: ") + error.what());
+        ReportIfPossible(
+            kName, [&error] { return std::string("a client was given up: ") + error.what(); });
         return false;
     }
 }
@@ -157,7 +160,8 @@ void ControlServer::Admit(FileDescriptor socket) {
             clients_.back().Refuse("only the agent's own user and root may control it");
         }
     } catch (const std::exception& error) {
-        Report(kName, std::string("a client was turned away: ") + error.what());
+        ReportIfPossible(
+            kName, [&error] { return std::string("a client was turned away: ") + error.what(); });
     }
 }
 

@@ -1,6 +1,8 @@
 // Serves the control socket on its own thread.
 #pragma once
 
+#include <poll.h>
+
 #include <list>
 #include <string>
 #include <thread>
@@ -10,13 +12,13 @@
 #include "control/connection.h"
 #include "control/listeningsocket.h"
 
-struct pollfd;
-
 namespace NS_REFERENCE_HOST {
 
 // One thread waits for all clients, so a slow client does not delay the others. That thread
 // executes the requests one after the other, so they need no locks. While it executes a long one,
 // the other clients wait, and their deadlines are extended by that time.
+//
+// Without memory for a client, or for its answer, that client is dropped and the others are served.
 //
 // Serves up to kMaximumClients at a time; more wait in the system's queue. Each client has a
 // deadline. With the maximum number of clients, the deadlines are ten times shorter, so that
@@ -44,11 +46,11 @@ class ControlServer {
     using Clock = Connection::Clock;
 
     void Serve();
-    bool WaitForEvents(std::vector<pollfd>& entries) const;
+    bool WaitForEvents();
     int Timeout() const;
     Clock::duration Haste() const;
     bool IsAccepting() const;
-    void ServeClients(const std::vector<pollfd>& entries);
+    void ServeClients();
     bool Proceed(Connection& client);
     void Accept();
     void Admit(FileDescriptor socket);
@@ -58,6 +60,7 @@ class ControlServer {
     const Clock::duration patience_;
     EventDescriptor stop_;
     std::list<Connection> clients_;    // the thread's
+    std::vector<pollfd> entries_;      // the thread's, of fixed capacity: waiting needs no memory
     Clock::time_point acceptAgain_{};  // the thread's: when to look for clients again
     std::thread thread_;
 };

@@ -4,9 +4,9 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <exception>
 #include <string>
 
+#include "common/describeexception.h"
 #include "common/report.h"
 
 namespace NS_REFERENCE_HOST {
@@ -17,16 +17,13 @@ constexpr char kName[] = "qv_schedule";
 
 // A task that throws must not end the others or the process.
 void RunGuarded(NS_SCHEDULE_SERVICE1::ScheduledTask& task, int64_t handle) {
-    std::string reason;
     try {
         task.Run();
-        return;
-    } catch (const std::exception& error) {
-        reason = error.what();
     } catch (...) {
-        reason = "something that is no exception";
+        ReportIfPossible(kName, [handle] {
+            return "task " + std::to_string(handle) + " threw: " + DescribeException();
+        });
     }
-    Report(kName, "task " + std::to_string(handle) + " threw: " + reason);
 }
 
 }  // namespace

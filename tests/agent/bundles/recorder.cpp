@@ -1,8 +1,9 @@
 // A bundle that notes what its manager does with it, and fails where it is told to.
 //
 // Each event goes as a line "NAME EVENT" into the file that the variable QV_TEST_EVENTS names. The
-// arguments of `init` choose the steps that fail: refuse, throw, fail-stop, fail-fini. The variable
-// QV_TEST_FACTORY makes the factory fail: throw, null.
+// arguments of `init` choose the steps that fail: refuse, throw, throw-number, fail-stop,
+// fail-fini, throw-number-fini. The variable QV_TEST_FACTORY makes the factory fail: throw,
+// throw-number, null.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -54,6 +55,9 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
         if (IsTold("throw")) {
             throw std::runtime_error("out of patience");
         }
+        if (IsTold("throw-number")) {
+            throw 1;
+        }
         return IsTold("refuse") ? -1 : 0;
     }
 
@@ -64,6 +68,9 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
 
     int fini() override {
         Note("fini");
+        if (IsTold("throw-number-fini")) {
+            throw 1;
+        }
         return IsTold("fail-fini") ? -1 : 0;
     }
 
@@ -88,6 +95,9 @@ extern "C" QV_PLATFORM_API ACE_Service_Object* QV_TEST_FACTORY_SYMBOL(
     const std::string wanted = Variable("QV_TEST_FACTORY");
     if (wanted == "throw") {
         throw std::runtime_error("no room");
+    }
+    if (wanted == "throw-number") {
+        throw 1;
     }
     *gobbler = &Gobble;
     return wanted == "null" ? nullptr : new Recorder;
