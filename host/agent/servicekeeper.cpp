@@ -56,9 +56,14 @@ void ServiceKeeper::Look() {
     }
 }
 
+// Without memory the agent goes on in the files that are open. Who moved them can ask again.
 void ServiceKeeper::Reopen() {
-    if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
-        maintenance->Reopen(std::string());
+    try {
+        if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
+            maintenance->Reopen(std::string());
+        }
+    } catch (const std::bad_alloc&) {
+        ReportIfPossible(kName, [] { return "there was no memory to open the log files again"; });
     }
 }
 

@@ -100,7 +100,7 @@ void TEDebugInfoBuf::WriteAlone(WaitingRecord& record) {
     waiting_.BeginAlone();  // who comes while this one waits for the mutex joins
     const Guard fileGuard(fileMutex_);
     waiting_.BeginAlone();  // if another one has ended meanwhile
-    WriteHandled(&record);
+    TryWriteGroup(&record);
     waiting_.EndAlone();
 }
 
@@ -112,7 +112,7 @@ void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {
     }
 }
 
-void TEDebugInfoBuf::WriteHandled(WaitingRecord* group) {
+void TEDebugInfoBuf::TryWriteGroup(WaitingRecord* group) {
     for (const WaitingRecord* record = group; record != nullptr; record = record->next) {
         statistics_.receivedDirectly.Add(1);
     }
@@ -128,7 +128,7 @@ void TEDebugInfoBuf::WriteGroup(const WaitingRecord& own) {
     {
         const Guard fileGuard(fileMutex_);
         group = waiting_.BeginWriting();
-        WriteHandled(group);
+        TryWriteGroup(group);
     }
     waiting_.EndWriting(group, own);
 }

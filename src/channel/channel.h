@@ -160,7 +160,7 @@ class TEDebugInfoBuf {
     void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
 
     // Writes the records. Swallows exceptions: a record whose write throws is left undone.
-    inline void WriteHandled(WaitingRecord* group) REQUIRES(fileMutex_);
+    inline void TryWriteGroup(WaitingRecord* group) REQUIRES(fileMutex_);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);
