@@ -283,8 +283,8 @@ void TEDebugInfoBuf::BeforeFork() {
 }
 
 void TEDebugInfoBuf::AfterForkInParent() {
-    fileMutex_.AfterFork();
-    bufferMutex_.AfterFork();
+    fileMutex_.AfterForkInParent();
+    bufferMutex_.AfterForkInParent();
 }
 
 // Unanalysed: both mutexes are held since BeforeFork.
@@ -294,7 +294,8 @@ void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
     waiting_.AfterForkInChild();
     logFile_->AfterForkInChild();
     Renew(statistics_);
-    AfterForkInParent();
+    fileMutex_.AfterForkInChild();
+    bufferMutex_.AfterForkInChild();
 }
 
 void TEDebugInfoBuf::Rotate() {
