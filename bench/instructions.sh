@@ -26,7 +26,7 @@ qv_install_packages "${qv_packages[@]}" valgrind
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-if ! { qv_configure "$root" release && qv_build "$root" release qv_bench_instructions; } \
+if ! { qv_configure "$root" release -DQV_BUILD_BENCHMARKS=ON && qv_build "$root" release qv_bench_instructions; } \
     >"$work/build.log" 2>&1; then
     cat "$work/build.log" >&2
     echo "bench.sh: the build failed, see above" >&2

@@ -22,7 +22,7 @@ namespace NS_LOG_SERVICE1 {
 // mutex that is kept for a thread which does not run yet is of use to nobody.
 class CAPABILITY("mutex") Mutex {
   public:
-    Mutex() : mutex_(nullptr, AdaptiveAttributes()) {}
+    Mutex() = default;
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
@@ -58,16 +58,7 @@ class CAPABILITY("mutex") Mutex {
   private:
     // Not inlined: hardly ever called.
     __attribute__((noinline)) int AcquireInTurn();
-
-    static ACE_mutexattr_t* AdaptiveAttributes() {
-        static ACE_mutexattr_t attributes = [] {
-            ACE_mutexattr_t adaptive;
-            ::pthread_mutexattr_init(&adaptive);
-            ::pthread_mutexattr_settype(&adaptive, PTHREAD_MUTEX_ADAPTIVE_NP);
-            return adaptive;
-        }();
-        return &attributes;
-    }
+    bool AcquireSoon();
 
     ACE_Thread_Mutex mutex_;
     std::atomic<int> impatient_{0};
