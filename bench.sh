@@ -9,7 +9,7 @@ print_help() {
     cat <<EOF
 Usage: ./bench.sh [OPTION...]
        ./bench.sh --instructions [--check] [--update]
-       ./bench.sh --fairness [SECONDS]
+       ./bench.sh --fairness [SECONDS [DIRECTORY]]
        ./bench.sh --northbound [ROUNDS [CALLS [MS]]]
        ./bench.sh --fleet [MEGABYTES]
 
@@ -33,7 +33,8 @@ too, as results.txt and results.json. A full run takes about a quarter of an hou
     --update           with it: keep the new figures
 
     --fairness         the longest wait of a command, and the longest of a call that logs, while eight
-                       threads log without a pause and eight operators give commands (5 s)
+                       threads log without a pause and eight operators give commands (5 s); the log files are
+                       written below DIRECTORY ($build), a gigabyte in each second
 
     --northbound       calls per second of the northbound example, with more and less logging; MS is
                        how long an element takes to answer
@@ -94,7 +95,7 @@ if [[ ${1:-} == --fleet ]]; then
 fi
 if [[ ${1:-} == --fairness ]]; then
     build_or_fail build_fairness
-    share=$(mktemp -d "$build/fairness.XXXXXX")
+    share=$(mktemp -d "${3:-$build}/fairness.XXXXXX")
     trap 'rm -rf "$share"' EXIT
     "$root/build/release/bin/qv_bench_fairness" "$share" "${2:-5}"
     exit 0

@@ -27,7 +27,7 @@ void BeforeFork() {
 }
 
 void AfterForkInParent() {
-    ScopedCreationMask::AfterFork();
+    ScopedCreationMask::AfterForkInParent();
     ModuleSwitchTable::AfterForkInParent();
     if (LogMgr* manager = LogMgr::InstanceIfAny()) {
         manager->AfterForkInParent();
@@ -36,7 +36,7 @@ void AfterForkInParent() {
 }
 
 void AfterForkInChild() {
-    ScopedCreationMask::AfterFork();
+    ScopedCreationMask::AfterForkInChild();
     ModuleSwitchTable::AfterForkInChild();
     LogSwitchMonitorMgr::AfterForkInChild();
     MaintenanceService::AfterForkInChild();

@@ -3,10 +3,10 @@
 //     qv_bench_fairness DIRECTORY [SECONDS]
 // Beside them one thread only looks at the clock. Where it stands still, the machine is busy with
 // other threads: more of them run than there are processors, and each waits for its turn.
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "harness/latencyhistogram.h"
 #include "harness/sample.h"
 #include "qv_base_log/loglevel.h"
 #include "service/servicebundle.h"
@@ -29,28 +30,27 @@ constexpr unsigned kThreads = 8;
 constexpr unsigned kOperators = 8;
 constexpr const char* kBusyCategories[] = {"debug", "corbaoper", "corbasys", "corbanotify"};
 
-// The longest of many durations, and their number. Thread safety: one thread.
-class Longest {
+// How long calls of one kind took. Thread safety: one thread.
+class Durations {
   public:
     template <class Action>
     void Measure(const Action& action) {
         const Clock::time_point begin = Clock::now();
         action();
-        longest_ = std::max(longest_, Clock::now() - begin);
-        ++count_;
+        const auto lasted = std::chrono::nanoseconds(Clock::now() - begin);
+        histogram_.Add(static_cast<uint64_t>(lasted.count()));
     }
-    void Add(const Longest& other) {
-        longest_ = std::max(longest_, other.longest_);
-        count_ += other.count_;
-    }
+    void Add(const Durations& other) { histogram_.Add(other.histogram_); }
     void Print(const char* name) const {
-        std::printf("  %-24s %9llu times, at most %9.3f ms\n", name, count_,
-                    std::chrono::duration<double, std::milli>(longest_).count());
+        std::printf("  %-20s %9llu times, 99.9 %% within %8.3f ms, at most %8.3f ms\n", name,
+                    static_cast<unsigned long long>(histogram_.Count()),
+                    histogram_.Percentile(0.999) / kMillisecond, histogram_.Most() / kMillisecond);
     }
 
   private:
-    Clock::duration longest_{};
-    unsigned long long count_ = 0;
+    static constexpr double kMillisecond = 1e6;
+
+    LatencyHistogram histogram_;
 };
 
 std::string CategoryOf(unsigned turn) {
@@ -102,11 +102,11 @@ constexpr Command kCommands[] = {
 
 // What all threads have measured.
 struct Figures {
-    std::array<Longest, std::size(kCommands)> commands;
-    Longest records;   // written or queued
-    Longest keptBack;  // their level is off, now and then
-    Longest dumps;     // of level 0
-    Longest idle;
+    std::array<Durations, std::size(kCommands)> commands;
+    Durations records;   // written or queued
+    Durations keptBack;  // their level is off, now and then
+    Durations dumps;     // of level 0
+    Durations idle;
     void Add(const Figures& other) {
         for (size_t i = 0; i < commands.size(); ++i) {
             commands[i].Add(other.commands[i]);

@@ -4,6 +4,8 @@
 #include <ace/Thread_Mutex.h>
 #include <pthread.h>
 
+#include <atomic>
+
 #include "base/threadannotations.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -13,40 +15,53 @@ namespace NS_LOG_SERVICE1 {
 //
 // A thread that finds the mutex taken looks again for a short while before it sleeps. Most of the
 // service's locks are held for less time than the kernel takes to wake a thread.
+//
+// For the same reason a thread that is woken may find the mutex taken again, by one that logs
+// without a pause, tens of thousands of times in a row. After some milliseconds it loses its
+// patience, and whoever comes from then on waits until it has had its turn. Before, nobody does: a
+// mutex that is kept for a thread which does not run yet is of use to nobody.
 class CAPABILITY("mutex") Mutex {
   public:
-    Mutex() : mutex_(nullptr, AdaptiveAttributes()) {}
+    Mutex() = default;
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    int acquire() ACQUIRE() { return mutex_.acquire(); }
+    int acquire() ACQUIRE() {
+        // Not ACE's operation, which says in errno, the caller's, that the mutex is taken.
+        if (ImpatientThreads() != 0 || ::pthread_mutex_trylock(&mutex_.lock()) != 0) {
+            return AcquireInTurn();
+        }
+        return 0;
+    }
     int release() RELEASE() { return mutex_.release(); }
 
     // Takes the mutex when nobody holds it; returns whether it is held now. Does not wait.
     bool TryAcquire() TRY_ACQUIRE(true) { return mutex_.tryacquire() != -1; }
 
+    // How many threads wait that have lost their patience.
+    int ImpatientThreads() const { return impatient_.load(std::memory_order_relaxed); }
+
     // Hold the mutex from before a fork until after it, in both processes. One that cannot be taken
-    // is left alone.
+    // is left alone. The threads that wait are the parent's.
     void BeforeFork() NO_THREAD_SAFETY_ANALYSIS { heldForFork_ = acquire() != -1; }
-    void AfterFork() NO_THREAD_SAFETY_ANALYSIS {
+    void AfterForkInParent() NO_THREAD_SAFETY_ANALYSIS {
         if (heldForFork_) {
             heldForFork_ = false;
             release();
         }
     }
-
-  private:
-    static ACE_mutexattr_t* AdaptiveAttributes() {
-        static ACE_mutexattr_t attributes = [] {
-            ACE_mutexattr_t adaptive;
-            ::pthread_mutexattr_init(&adaptive);
-            ::pthread_mutexattr_settype(&adaptive, PTHREAD_MUTEX_ADAPTIVE_NP);
-            return adaptive;
-        }();
-        return &attributes;
+    void AfterForkInChild() {
+        impatient_ = 0;
+        AfterForkInParent();
     }
 
+  private:
+    // Not inlined: hardly ever called.
+    __attribute__((noinline)) int AcquireInTurn();
+    bool AcquireSoon();
+
     ACE_Thread_Mutex mutex_;
+    std::atomic<int> impatient_{0};
     bool heldForFork_ = false;  // the holder's
 };
 

@@ -290,8 +290,8 @@ void TEDebugInfoBuf::BeforeFork() {
 }
 
 void TEDebugInfoBuf::AfterForkInParent() {
-    fileMutex_.AfterFork();
-    bufferMutex_.AfterFork();
+    fileMutex_.AfterForkInParent();
+    bufferMutex_.AfterForkInParent();
 }
 
 // Unanalysed: both mutexes are held since BeforeFork.
@@ -301,7 +301,8 @@ void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
     waiting_.AfterForkInChild();
     logFile_->AfterForkInChild();
     Renew(statistics_);
-    AfterForkInParent();
+    fileMutex_.AfterForkInChild();
+    bufferMutex_.AfterForkInChild();
 }
 
 void TEDebugInfoBuf::Rotate() {

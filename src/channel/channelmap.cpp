@@ -81,12 +81,12 @@ void ChannelMap::BeforeFork() {
 
 void ChannelMap::AfterForkInParent() {
     ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInParent(); });
-    mutex_.AfterFork();
+    mutex_.AfterForkInParent();
 }
 
 void ChannelMap::AfterForkInChild() {
     ForEachLocked([](TEDebugInfoBuf& channel) { channel.AfterForkInChild(); });
-    mutex_.AfterFork();
+    mutex_.AfterForkInChild();
 }
 
 void ChannelMap::SetFilePolicy(FilePolicy policy) {

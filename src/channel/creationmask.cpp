@@ -25,8 +25,12 @@ void ScopedCreationMask::BeforeFork() {
     MaskMutex().BeforeFork();
 }
 
-void ScopedCreationMask::AfterFork() {
-    MaskMutex().AfterFork();
+void ScopedCreationMask::AfterForkInParent() {
+    MaskMutex().AfterForkInParent();
+}
+
+void ScopedCreationMask::AfterForkInChild() {
+    MaskMutex().AfterForkInChild();
 }
 
 void ScopedCreationMask::Change(mode_t mask) {

@@ -21,9 +21,10 @@ class ScopedCreationMask {
     ScopedCreationMask(const ScopedCreationMask&) = delete;
     ScopedCreationMask& operator=(const ScopedCreationMask&) = delete;
 
-    // Around a fork, in both processes: the child must not inherit the mask of a block.
+    // Around a fork: the child must not inherit the mask of a block.
     static void BeforeFork();
-    static void AfterFork();
+    static void AfterForkInParent();
+    static void AfterForkInChild();
 
     // Another mask for the rest of the block.
     void Change(mode_t mask);

@@ -47,7 +47,7 @@ void LoggerList::AfterForkInChild() {
     for (const std::unique_ptr<Logger>& logger : loggers_) {
         logger->RenewLevelMutex();
     }
-    mutex_.AfterFork();
+    mutex_.AfterForkInChild();
 }
 
 void LoggerList::EnableAll(uint32_t level) {

@@ -44,7 +44,7 @@ class LoggerList {
     // Around a fork: the list's mutex is held meanwhile. The loggers' own are not, they may be
     // many: each guards one atomic field, and is made anew in the child.
     void BeforeFork() { mutex_.BeforeFork(); }
-    void AfterForkInParent() { mutex_.AfterFork(); }
+    void AfterForkInParent() { mutex_.AfterForkInParent(); }
     void AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS;
 
     // Switches `level` for every logger, in order. Reports each logger that refuses and continues.

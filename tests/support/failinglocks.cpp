@@ -24,6 +24,10 @@ bool IsInside(const void* lock) {
     return address >= failingBegin && address < failingEnd;
 }
 
+bool MayBeTaken(const void* lock) {
+    return failureKind != LockFailure::Taking || !IsInside(lock);
+}
+
 bool Fails(const void* lock, LockFailure failure) {
     if (failureKind != failure || !IsInside(lock)) {
         return false;
@@ -65,6 +69,19 @@ int Release(Lock* lock, Function* release) {
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
     return Take(mutex, next);
+}
+
+// Those that do not wait for ever fail too. They do not count: who fails here asks again.
+extern "C" int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
+    static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_trylock");
+    return MayBeTaken(mutex) ? next(mutex) : EAGAIN;
+}
+
+extern "C" int pthread_mutex_timedlock(pthread_mutex_t* mutex,
+                                       const struct timespec* end) noexcept {
+    static auto* const next =
+        Next<int(pthread_mutex_t*, const struct timespec*)>("pthread_mutex_timedlock");
+    return MayBeTaken(mutex) ? next(mutex, end) : EAGAIN;
 }
 
 extern "C" int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {

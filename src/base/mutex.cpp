@@ -1,0 +1,72 @@
+#include "base/mutex.h"
+
+#include <ctime>
+
+#include "base/deadline.h"
+
+namespace NS_LOG_SERVICE1 {
+namespace {
+
+// In milliseconds. Longer than most locks are held and than a thread usually waits for a processor,
+// so that hardly any thread loses its patience unless more of them run than there are processors.
+constexpr int kPatience = 10;
+
+// Before the last look; about a tenth of a microsecond. A thread that looks for longer slows down
+// the one that holds the mutex.
+constexpr int kMostPauses = 8;
+
+inline void Pause() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+}
+
+// On the clock that somebody may set: then the patience is shorter or longer once.
+struct timespec EndOfPatience() {
+    constexpr long kSecond = 1'000'000'000;
+    struct timespec end = {};
+    ::clock_gettime(CLOCK_REALTIME, &end);
+    end.tv_nsec += kPatience * 1'000'000L;
+    if (end.tv_nsec >= kSecond) {
+        end.tv_nsec -= kSecond;
+        ++end.tv_sec;
+    }
+    return end;
+}
+
+}  // namespace
+
+// Looks ever less often: each look takes the mutex's memory from the thread that holds it.
+bool Mutex::AcquireSoon() {
+    for (int pauses = 1; pauses <= kMostPauses; pauses *= 2) {
+        for (int i = 0; i < pauses; ++i) {
+            Pause();
+        }
+        if (::pthread_mutex_trylock(&mutex_.lock()) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Who waits in vain for the impatient ones, or for the mutex itself, becomes impatient too. So
+// nobody waits for ever, and those that compete for the mutex at last are few: each of them, when
+// it comes again, waits for the others.
+int Mutex::AcquireInTurn() {
+    if (ImpatientThreads() != 0) {
+        Deadline(kPatience).Await([this] { return ImpatientThreads() == 0; });
+    }
+    if (AcquireSoon()) {
+        return 0;
+    }
+    const struct timespec end = EndOfPatience();
+    if (::pthread_mutex_timedlock(&mutex_.lock(), &end) == 0) {
+        return 0;
+    }
+    impatient_.fetch_add(1, std::memory_order_relaxed);
+    const int result = mutex_.acquire();
+    impatient_.fetch_sub(1, std::memory_order_relaxed);
+    return result;
+}
+
+}  // namespace NS_LOG_SERVICE1
