@@ -23,9 +23,11 @@ target_link_options(qv_options INTERFACE -Wl,-z,now -Wl,-z,relro -Wl,--as-needed
 if(QV_SANITIZE STREQUAL "address")
     target_compile_options(qv_options INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    set(sanitizer_macro __SANITIZE_ADDRESS__)
     target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
 elseif(QV_SANITIZE STREQUAL "thread")
     target_compile_options(qv_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    set(sanitizer_macro __SANITIZE_THREAD__)
     target_link_options(qv_options INTERFACE -fsanitize=thread)
 elseif(QV_SANITIZE)
     message(FATAL_ERROR "QV_SANITIZE is '${QV_SANITIZE}': empty, address and thread are known")
@@ -35,6 +37,11 @@ else()
     target_compile_options(qv_options INTERFACE
         -fstack-protector-strong -fstack-clash-protection -fcf-protection
         $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+endif()
+
+# g++ defines it, clang does not.
+if(QV_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_definitions(qv_options INTERFACE ${sanitizer_macro})
 endif()
 
 # qv_without_threads: for what has one thread only. The thread sanitizer has nothing to look at there

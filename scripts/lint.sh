@@ -9,7 +9,7 @@ root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 build=$(cd -- "${1:?usage: scripts/lint.sh BUILD_DIRECTORY}" && pwd)
 cd "$root"
 
-for program in git clang++ clang-format clang-tidy python3; do
+for program in git clang-format clang-tidy python3; do
     command -v "$program" >/dev/null || { echo "lint.sh: $program is missing" >&2 && exit 1; }
 done
 

@@ -107,26 +107,19 @@ class Checker:
             [*command, str(self.source_of(unit)), *more, *self.arguments[str(ROOT / unit[0])]],
             cwd=self.build, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
 
-    def parts_that_compile(self, unit):
-        """The unit, or parts of it without names that stand in each other's way."""
-        if len(unit) == 1:
-            return [unit]
-        done = self.run(['clang++', '-fsyntax-only', '-w', '-ferror-limit=0'], unit)
-        named = set(re.findall(r'^(/[^:]+):\d+:\d+: (?:fatal )?error: ', done.stderr, re.M))
+    def parts_of(self, unit, messages):
+        """Parts of a unit that does not compile, without names that stand in each other's way."""
+        named = set(re.findall(r'^(/[^:]+):\d+:\d+: error: .*\[clang-diagnostic-error\b', messages, re.M))
         apart = [path for path in unit if str(ROOT / path) in named]
         rest = [path for path in unit if path not in apart]
-        if not apart:
-            return [unit]
-        if not rest:
-            return [[path] for path in unit]
-        return [*self.parts_that_compile(rest), *self.parts_that_compile(apart)]
+        return [rest, apart] if rest and apart else [[path] for path in unit]
 
     def check(self, unit):
         """Whether all files of the unit pass. Prints what is wrong with those that do not."""
-        return all([self.check_part(part) for part in self.parts_that_compile(unit)])
-
-    def check_part(self, unit):
-        done = self.run(['clang-tidy', '--quiet', f'--config-file={ROOT / ".clang-tidy"}'], unit, '--')
+        done = self.run(['clang-tidy', '--quiet', f'--config-file={ROOT / ".clang-tidy"}'],
+                        unit, '--', '-ferror-limit=0')
+        if len(unit) > 1 and 'clang-diagnostic-error' in done.stdout:
+            return all([self.check(part) for part in self.parts_of(unit, done.stdout)])
         if done.returncode != 0:
             print(done.stdout or f'clang-tidy failed on {" ".join(unit)}: {done.stderr}')
             return False

@@ -9,6 +9,10 @@
 
 namespace NS_REFERENCE_HOST {
 
+namespace {
+using Align = Table::Align;
+}  // namespace
+
 std::string OnOff(const Json::Value& value) {
     return value.asBool() ? "on" : "off";
 }
@@ -63,7 +67,6 @@ std::string ViewQueue(const Json::Value& data, const Presentation& /*presentatio
 }
 
 std::string ViewLoggers(const Json::Value& data, const Presentation& presentation) {
-    using Align = Table::Align;
     Table table;
     for (const char* title : {"FIRST", "SECOND", "CATEGORY", "0", "1", "2", "3"}) {
         table.AddColumn(title, Align::Left);
@@ -85,7 +88,6 @@ std::string ViewModules(const Json::Value& data, const Presentation& /*presentat
     if (data["modules"].empty()) {
         return "no module switch was set; all modules are on\n";
     }
-    using Align = Table::Align;
     Table table;
     table.AddColumn("MODULE", Align::Right);
     table.AddColumn("SWITCH", Align::Left);

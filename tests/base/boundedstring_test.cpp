@@ -14,6 +14,10 @@ namespace {
 
 constexpr size_t kNoLimit = 100000;
 
+// The formats are what is tested, and some of them are wrong.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
 // A buffer of exactly `size` bytes, so that a memory checker sees the first byte behind it.
 class Buffer {
   public:
@@ -50,6 +54,7 @@ std::string Formatted(const char* format, ...) {
     EXPECT_EQ(static_cast<size_t>(result), std::strlen(bytes));
     return bytes;
 }
+#pragma GCC diagnostic pop
 
 TEST(BoundedFormat, PrintsNumbersAsTheStandardSays) {
     EXPECT_EQ(Formatted("%.3f", 1e12), "1000000000000.000");

@@ -169,7 +169,7 @@ TEST_F(ChannelQueue, IsEmptiedWhereNoFileCanBeOpened) {
 TEST_F(ChannelQueue, CostsOneSystemCallForABatch) {
     Make(1000);
     channel_->Flush();
-    const auto expectWrites = [this](uint64_t count, int records, const auto& operation) {
+    const auto expectWrites = [](uint64_t count, int records, const auto& operation) {
         Calls().ScriptWrites(nullptr);
         for (int i = 0; i < records; ++i) {
             operation();

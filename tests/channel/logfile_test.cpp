@@ -173,7 +173,7 @@ TEST_F(LogFiles, CountWhatTheyWrite) {
 }
 
 TEST_F(LogFiles, CostOneSystemCallForEachPiece) {
-    const auto expectWrites = [this](uint64_t count, const auto& write) {
+    const auto expectWrites = [](uint64_t count, const auto& write) {
         Calls().ScriptWrites(nullptr);
         write();
         EXPECT_EQ(Calls().Writes(), count);

@@ -24,7 +24,7 @@ class WaitingRecordsTest : public testing::Test {
         waiting_.EndWriting(waiting_.BeginWriting(), first_);
     }
 
-    const LogRecord record_;
+    const LogRecord record_{};
     WaitingRecord first_{record_, UnnumberedFrame()};
     WaitingRecord second_{record_, UnnumberedFrame()};
     WaitingRecord third_{record_, UnnumberedFrame()};

@@ -151,9 +151,9 @@ TEST_F(MonitorEnd, MayMeetTheThreadAnywhere) {
 // Nobody waits for the thread that is left behind, which must not run on
 // without its object: it never comes back from the store.
 TEST_F(MonitorEnd, IsNotWaitedForByTheDestruction) {
-    auto& store = *new ScriptedConfigItems;
-    auto& reached = *new std::promise<void>;
-    store.OnAllAsked([&reached] {
+    static auto& store = *new ScriptedConfigItems;  // static: never freed, and no leak
+    static auto& reached = *new std::promise<void>;
+    store.OnAllAsked([] {
         reached.set_value();
         for (;;) {
             pause();

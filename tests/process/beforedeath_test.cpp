@@ -140,7 +140,7 @@ TEST_F(BeforeDeath, AnExitWithoutMemoryEndsLikeAnyOther) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
 #endif
-    const pid_t child = Fork([this] {
+    const pid_t child = Fork([] {
         HandleExit();
         Manager().outputmode = kQueuedOutput;
         Log(1, "lost");
