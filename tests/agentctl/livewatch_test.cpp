@@ -9,6 +9,7 @@ namespace {
 using NS_TEST::ChildProcess;
 using NS_TEST::ChildResult;
 using NS_TEST::CountIn;
+using NS_TEST::OnTerminal;
 using namespace testing;
 
 class LiveWatch : public NS_TEST::LiveAgent {};
@@ -34,7 +35,7 @@ TEST_F(LiveWatch, OnATerminalWatchRedrawsInPlaceAndLeavesTheScreenAsItWas) {
     Start();
     const std::string command = "stty cols 80 rows 24; exec " + std::string(QV_AGENTCTL) +
                                 " --share " + Path() + " status --watch 0.1";
-    ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
+    ChildProcess terminal({OnTerminal(command)});
     EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[K", 3));
     // The terminal passes the signal on to its program.
     ASSERT_TRUE(terminal.WaitForOutput("rates: of the last 0."));
@@ -55,7 +56,7 @@ TEST_F(LiveWatch, LeavesTheAlternateScreenOnASignal) {
     // In a shell that outlives it. Its number is there before it shows anything.
     const std::string watch =
         "sh -c 'echo $$ >" + Path("id") + "; exec " + program + " status --watch 0.1'";
-    ChildProcess terminal({{"script", "-qefc", watch + " & wait $!; echo left", "/dev/null"}});
+    ChildProcess terminal({OnTerminal(watch + " & wait $!; echo left")});
     ASSERT_TRUE(terminal.WaitForOutput("RATE/S", 2));
     kill(std::stoi(ReadFile(Path("id"))), SIGTERM);
     ASSERT_TRUE(terminal.WaitForOutput("left"));
