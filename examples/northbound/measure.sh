@@ -6,6 +6,7 @@
 # MS is how long an element takes to answer, which two calls in five wait for. With 0, the default,
 # nothing but the ORB, the logging and the copying of answers is measured.
 set -euo pipefail
+export LC_ALL=C.UTF-8  # whose numbers have a point
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 bin=${1:?usage: measure.sh BIN [ROUNDS [CALLS [MS]]]}
