@@ -71,6 +71,7 @@ qv_install_packages "${packages[@]}"
 # Emptied first: where it cannot be written, it tells of another build.
 if ! { mkdir -p "$root/build" && : >"$build_log"; } 2>/dev/null; then
     echo "run.sh: cannot build: $build_log cannot be written" >&2
+    qv_name_foreign_files "$root/build"
     exit 1
 fi
 echo "Building... (the first time takes minutes)" >&2

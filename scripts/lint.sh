@@ -13,7 +13,7 @@ for program in git clang-format clang-tidy python3; do
     command -v "$program" >/dev/null || { echo "lint.sh: $program is missing" >&2 && exit 1; }
 done
 
-mapfile -t files < <(git ls-files --cached --others --exclude-standard \
+mapfile -t files < <(git -c safe.directory='*' ls-files --cached --others --exclude-standard \
     'src/*.h' 'src/*.cpp' 'include/*.h' 'platform/*.h' 'host/*.h' 'host/*.cpp' \
     'version/*.h' 'reader/*.h' 'reader/*.cpp' 'fleet/*.h' 'fleet/*.cpp' \
     'tests/*.h' 'tests/*.cpp' 'bench/*.h' 'bench/*.cpp' \

@@ -83,8 +83,8 @@ def write_if_new(path, content):
 def copy_tree():
     """Brings the copy up to date, without touching what has not changed. What goes into src/ is
     written later."""
-    names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
-                           cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\n")
+    command = ["git", "-c", "safe.directory=*", "ls-files", "--cached", "--others", "--exclude-standard"]
+    names = subprocess.run(command, cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\n")
     for name in filter(None, names):
         source, target = ROOT / name, TREE / name
         if not source.is_file() or pathlib.PurePath(name).suffix in (".cpp", ".h") and \

@@ -100,6 +100,26 @@ qv_is_installed() {
     [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
 }
 
+# qv_apt_get ARGUMENT...: runs it as root. A new system brings its lists of packages up to date by itself:
+# apt-get waits for the lock of dpkg, but not for those of the lists and of what is being fetched.
+# What it complains of goes through a file: a server that an installation starts would keep a pipe open.
+qv_apt_get() {
+    local complaints code as_root=()
+    complaints=$(mktemp)
+    ((EUID == 0)) || as_root=(sudo)
+    for _ in {1..60}; do
+        code=0
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 apt-get -y -q \
+            -o DPkg::Lock::Timeout=300 -o Dpkg::Use-Pty=0 "$@" </dev/null 3>&2 2>"$complaints" >&3 || code=$?
+        cat "$complaints" >&2
+        ((code != 0)) && grep -q "Could not get lock" "$complaints" || break
+        echo "Another program installs packages; waiting for it." >&2
+        sleep "${QV_LOCK_PAUSE:-5}"
+    done
+    rm -f "$complaints"
+    return "$code"
+}
+
 # qv_install_packages PACKAGE...: installs those that are missing, and does nothing when all are
 # there. Takes nothing from standard input, which belongs to the program that is run afterwards.
 qv_install_packages() {
@@ -115,19 +135,26 @@ qv_install_packages() {
     if ((${#missing[@]} == 0)); then
         return 0
     fi
-    local as_root=()
-    if ((EUID != 0)); then
-        if ! command -v sudo >/dev/null; then
-            echo "Missing packages: ${missing[*]}. Install them as root, or install sudo." >&2
-            return 1
-        fi
-        as_root=(sudo)
+    if ((EUID != 0)) && ! command -v sudo >/dev/null; then
+        echo "Missing packages: ${missing[*]}. Install them as root, or install sudo." >&2
+        return 1
     fi
-    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q
-        -o DPkg::Lock::Timeout=300)
     echo "Installing: ${missing[*]}" >&2
-    "${apt[@]}" update </dev/null >&2 &&
-        "${apt[@]}" install --no-install-recommends "${missing[@]}" </dev/null >&2
+    qv_apt_get update ||
+        echo "The lists of packages could not be brought up to date, see above; installing by them." >&2
+    qv_apt_get install --no-install-recommends "${missing[@]}"
+}
+
+# qv_name_foreign_files PATH...: says of what another user has left there that this one cannot write it.
+# A run as root, through sudo for instance, leaves such files.
+qv_name_foreign_files() {
+    local file user
+    user=$(id -un 2>/dev/null) || user=$EUID
+    file=$(find "$@" ! -type l ! -writable -print -quit 2>/dev/null) || true
+    if [[ -n $file && $(stat -c %u "$file") != "$EUID" ]]; then
+        echo "$file belongs to $(stat -c %U "$file"): $user cannot write it. This gives it back:" >&2
+        echo "    sudo chown -R $user ${*@Q}" >&2
+    fi
 }
 
 # qv_configure ROOT PRESET [OPTION...]: configures the preset. A build directory that was made for
@@ -136,12 +163,13 @@ qv_configure() {
     local root=$1 preset=$2
     shift 2
     (cd "$root" && { cmake --preset "$preset" "$@" || cmake --fresh --preset "$preset" "$@"; }) \
-        </dev/null
+        </dev/null || { qv_name_foreign_files "$root/build"; return 1; }
 }
 
 # qv_build ROOT PRESET [TARGET...]: builds the targets, or everything.
 qv_build() {
     local root=$1 preset=$2
     shift 2
-    (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) </dev/null
+    (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) </dev/null ||
+        { qv_name_foreign_files "$root/build"; return 1; }
 }

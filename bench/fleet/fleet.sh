@@ -6,6 +6,7 @@
 # processor time per 100,000 rows of the program and of the servers, and the MB of memory that the
 # program took at most. Then, for each road, how old records are when the store shows them.
 set -euo pipefail
+export LC_ALL=C.UTF-8  # whose numbers have a point
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd)
 bin=$root/build/release/bin

@@ -10,6 +10,7 @@
 # always follows the same other one. An arrangement is compared with the one without the service in the
 # same round: a machine that is slower for a while is slower for both.
 set -euo pipefail
+export LC_ALL=C.UTF-8  # whose numbers have a point
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 bin=${1:?usage: measure.sh BIN [ROUNDS [CALLS [MS]]]}

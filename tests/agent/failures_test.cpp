@@ -6,6 +6,7 @@
 
 #include "agent/agentfixture.h"
 #include "support/pipe.h"
+#include "support/smallfilesystem.h"
 
 namespace {
 
@@ -80,31 +81,25 @@ TEST_F(AgentFailures, AFileAtTheProcessesLimitIsLikeAFullDisk) {
     EXPECT_THAT(Details("corbaoper"), ElementsAre("short enough"));
 }
 
-// The agent has a small file system of its own, which the test reaches through the process.
 TEST_F(AgentFailures, AFullDiskIsToldAndIsOverWhenThereIsRoomAgain) {
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "only root may mount a file system";
-    }
     const std::string disk = Path("disk");
-    std::filesystem::create_directory(disk);
+    const SmallFileSystem small(disk, 65536, 100);
+    if (!small.IsMounted()) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
     Configure("bundles = qv_base_log\nlogfilepolicy = keeprecords\nlogpath = " + disk + "\n");
-    ChildStart start = Feeding();
-    start.words.insert(start.words.begin(),
-                       {"unshare", "--mount", "sh", "-c",
-                        "mount -t tmpfs -o size=64k none '" + disk + "' && exec \"$@\"", "sh"});
-    ChildProcess agent(start);
+    ChildProcess agent(Feeding());
     ASSERT_TRUE(agent.WaitForError("serving"));
-    const std::string inside = "/proc/" + std::to_string(agent.GetId()) + "/root" + disk;
-    WriteFile(inside + "/filler", std::string(60000, 'x'));
+    small.Fill("filler");
     Log(std::string(6000, 'x'));
     ASSERT_TRUE(agent.WaitForError("corbaoper cannot be written: " + disk));
     EXPECT_THAT(agent.GetErrors(), HasSubstr("No space left on device; 1 records lost so far"));
-    std::filesystem::remove(inside + "/filler");
+    std::filesystem::remove(disk + "/filler");
     AwaitThat([&] {
         Log("room");
-        const std::vector<std::string> names = ListLogFiles(inside, "corbaoper");
+        const std::vector<std::string> names = ListLogFiles(disk, "corbaoper");
         return !names.empty() &&
-               ReadFile(inside + "/" + names.front()).find("room") != std::string::npos;
+               ReadFile(disk + "/" + names.front()).find("room") != std::string::npos;
     });
     ASSERT_TRUE(agent.WaitForError("corbaoper is written again"));
     EXPECT_EQ(End(agent), 1);

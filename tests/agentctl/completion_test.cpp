@@ -9,7 +9,8 @@ namespace {
 
 using namespace testing;
 
-// What bash offers for the last of these words.
+// What bash offers for the last of these words. Bash itself complains of a locale that is not
+// there.
 std::vector<std::string> Complete(const std::vector<std::string>& words) {
     std::vector<std::string> command = {
         "bash", "-c",
@@ -17,7 +18,7 @@ std::vector<std::string> Complete(const std::vector<std::string>& words) {
         "printf '%s\\n' \"${COMPREPLY[@]}\"",
         QV_COMPLETION, "qv_agentctl"};
     command.insert(command.end(), words.begin(), words.end());
-    const NS_TEST::ChildResult result = NS_TEST::RunProgram({command});
+    const NS_TEST::ChildResult result = NS_TEST::RunProgram({command, {{"LC_ALL", "C"}}});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.errors, "");
     // Where there is nothing to offer, printf prints an empty line.

@@ -41,7 +41,7 @@ class LiveRecipe : public NS_TEST::LiveAgent {
         EXPECT_THAT(example, HasSubstr(text));
         ReplaceAll(example, "/var/log/agent", Path("log"));
         ReplaceAll(example, "/srv/agent", Path());
-        ReplaceAll(example, "qv_agentctl", QV_AGENTCTL);
+        ReplaceAll(example, "qv_agentctl", NS_TEST::QuoteForShell(QV_AGENTCTL));
         return example;
     }
 

@@ -9,6 +9,8 @@ namespace {
 using NS_TEST::ChildProcess;
 using NS_TEST::ChildResult;
 using NS_TEST::CountIn;
+using NS_TEST::OnTerminal;
+using NS_TEST::QuoteForShell;
 using namespace testing;
 
 class LiveWatch : public NS_TEST::LiveAgent {};
@@ -32,9 +34,9 @@ TEST_F(LiveWatch, ShowsTheStatusAgainAndEndsOnASignalOrWhenNobodyReads) {
 
 TEST_F(LiveWatch, OnATerminalWatchRedrawsInPlaceAndLeavesTheScreenAsItWas) {
     Start();
-    const std::string command = "stty cols 80 rows 24; exec " + std::string(QV_AGENTCTL) +
+    const std::string command = "stty cols 80 rows 24; exec " + QuoteForShell(QV_AGENTCTL) +
                                 " --share " + Path() + " status --watch 0.1";
-    ChildProcess terminal({{"script", "-qefc", command, "/dev/null"}});
+    ChildProcess terminal({OnTerminal(command)});
     EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[K", 3));
     // The terminal passes the signal on to its program.
     ASSERT_TRUE(terminal.WaitForOutput("rates: of the last 0."));
@@ -51,11 +53,11 @@ TEST_F(LiveWatch, OnATerminalWatchRedrawsInPlaceAndLeavesTheScreenAsItWas) {
 // What the program writes ends with leaving the alternate screen, however it ends.
 TEST_F(LiveWatch, LeavesTheAlternateScreenOnASignal) {
     Start();
-    const std::string program = std::string(QV_AGENTCTL) + " --share " + Path();
+    const std::string program = QuoteForShell(QV_AGENTCTL) + " --share " + Path();
     // In a shell that outlives it. Its number is there before it shows anything.
-    const std::string watch =
-        "sh -c 'echo $$ >" + Path("id") + "; exec " + program + " status --watch 0.1'";
-    ChildProcess terminal({{"script", "-qefc", watch + " & wait $!; echo left", "/dev/null"}});
+    const std::string watch = "sh -c " + QuoteForShell("echo $$ >" + Path("id") + "; exec " +
+                                                       program + " status --watch 0.1");
+    ChildProcess terminal({OnTerminal(watch + " & wait $!; echo left")});
     ASSERT_TRUE(terminal.WaitForOutput("RATE/S", 2));
     kill(std::stoi(ReadFile(Path("id"))), SIGTERM);
     ASSERT_TRUE(terminal.WaitForOutput("left"));

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -66,8 +67,12 @@ int main(int argc, char** argv) {
     setenv("_APP_SHARE_DIR", directory.c_str(), 1);
     NS_TEST::WriteFile(directory + "/conf/corba_agent.cfg",
                        "logfilesize = 2000000000\nlogswitch = 1,1,1,1\n");
-    if (ACE_Service_Config::process_directive("dynamic log Service_Object * " QV_LIBRARY
-                                              ":_make_qv_base_log() \"\"") != 0) {
+    // By a link: a directive has no way to write a path with spaces.
+    const std::string library = directory + "/service.so";
+    std::filesystem::create_symlink(QV_LIBRARY, library);
+    const std::string load =
+        "dynamic log Service_Object * " + library + ":_make_qv_base_log() \"\"";
+    if (ACE_Service_Config::process_directive(load.c_str()) != 0) {
         return 1;
     }
     const bool recorded = RecordThroughTheBundle(argv[2], std::atoi(argv[3]), std::atoi(argv[4]));

@@ -45,6 +45,15 @@ SystemCalls ReadTrace(const std::string& path) {
 
 class SystemCallsOfARecord : public NS_TEST::DirectoryTest {
   protected:
+    void SetUp() override {
+        constexpr int kNotFound = 127;
+        const int result = std::system("strace -qq -o /dev/null true 2>/dev/null");
+        ASSERT_NE(WEXITSTATUS(result), kNotFound) << "strace is not installed";
+        if (result != 0) {
+            GTEST_SKIP() << "no process may be traced here";
+        }
+    }
+
     // What the program calls for so many records of each of `threads` threads.
     SystemCalls Count(const std::string& mode, int threads, int records,
                       const std::string& filter) {
@@ -99,8 +108,9 @@ TEST_F(SystemCallsOfARecord, AreOneWriteAndNothingElseInDirectOutput) {
 
 TEST_F(SystemCallsOfARecord, AreOneWriteAtMostForEachOfManyThreads) {
     constexpr int kRecords = 500;
-    const SystemCalls calls = CountForMore("direct", 8, kRecords, kWrites);
-    EXPECT_LE(calls.writes, 8 * kRecords);
+    // In one run: how many records share a write is another number in each.
+    const SystemCalls calls = Count("direct", 8, kRecords, kWrites);
+    EXPECT_LE(calls.writes, 8 * kRecords + kFew);
     EXPECT_GT(calls.writes, 0);
 }
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "channel/channelfixture.h"
-#include "channel/smallfilesystem.h"
+#include "support/smallfilesystem.h"
 
 namespace fs = std::filesystem;
 
@@ -302,7 +302,7 @@ TEST_F(FileFaults, AFullDiskLosesOnlyWhatIsCounted) {
     for (const FilePolicy policy : kPolicies) {
         const SmallFileSystem disk(Path("disk"), 65536, 100);
         if (!disk.IsMounted()) {
-            GTEST_SKIP() << "only root can mount a file system";
+            GTEST_SKIP() << "no file system can be mounted here";
         }
         LetFilesDiffer();
         MakeUnder(policy, 100000000, "disk/log");
@@ -324,7 +324,7 @@ TEST_F(FileFaults, AFullDiskLosesOnlyWhatIsCounted) {
 TEST_F(FileFaults, ACategoryWritesAgainWithinASecondOfRoomOnTheDisk) {
     const SmallFileSystem disk(Path("disk"), 65536, 100);
     if (!disk.IsMounted()) {
-        GTEST_SKIP() << "only root can mount a file system";
+        GTEST_SKIP() << "no file system can be mounted here";
     }
     LetFilesDiffer();
     MakeUnder(FilePolicy::kKeepRecords, 100000000, "disk/log");
@@ -355,7 +355,7 @@ TEST_F(FileFaults, ACategoryWritesAgainWithinASecondOfRoomOnTheDisk) {
 TEST_F(FileFaults, NoFileIsMadeWhileTheDiskIsFull) {
     const SmallFileSystem disk(Path("disk"), 65536, 100);
     if (!disk.IsMounted()) {
-        GTEST_SKIP() << "only root can mount a file system";
+        GTEST_SKIP() << "no file system can be mounted here";
     }
     MakeUnder(FilePolicy::kKeepRecords, 100000000, "disk/log");
     disk.Fill("filler");
@@ -374,7 +374,7 @@ TEST_F(FileFaults, NoFileIsMadeWhileTheDiskIsFull) {
 TEST_F(FileFaults, ADiskWithoutInodesIsWrittenOnInTheFileThatThereIs) {
     const SmallFileSystem disk(Path("disk"), 1048576, 4);
     if (!disk.IsMounted()) {
-        GTEST_SKIP() << "only root can mount a file system";
+        GTEST_SKIP() << "no file system can be mounted here";
     }
     MakeUnder(FilePolicy::kKeepRecords, 2000, "disk/log");
     LetFilesDiffer();

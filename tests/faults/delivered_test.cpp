@@ -22,8 +22,11 @@ class DeliveredAgent : public AgentTest {
         WriteFile(Path("input"), lines);
         const int input = ::open(Path("input").c_str(), O_RDONLY | O_CLOEXEC);
         ChildStart start = Agent({"--traffic", "input"}, input);
+        // A space in its path would separate libraries.
+        const std::string library = Path("faults.so");
+        std::filesystem::create_symlink(QV_FAULTS, library);
         start.variables = {
-            {"LD_PRELOAD", QV_FAULTS}, {"QV_FAULTS_BELOW", Path("log")}, {"QV_FAULTS", faults}};
+            {"LD_PRELOAD", library}, {"QV_FAULTS_BELOW", Path("log")}, {"QV_FAULTS", faults}};
         ChildResult result = RunProgram(start);
         ::close(input);
         return result;

@@ -8,9 +8,11 @@
 #include <cerrno>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <thread>
 
 #include "faults/faultsfixture.h"
+#include "support/smallfilesystem.h"
 
 namespace fs = std::filesystem;
 using namespace NS_LOG_SERVICE1;
@@ -44,40 +46,30 @@ class RealFaults : public FaultsTest, public WithParamInterface<LogFilePolicy> {
 // A log directory on a disk of its own.
 class SmallDisk : public RealFaults {
   protected:
-    // Returns false, and says why, where nobody may mount.
-    bool Mount(const std::string& options) {
-        fs::create_directories(Path("log"));
-        mounted_ = ::mount("tmpfs", Path("log").c_str(), "tmpfs", 0, options.c_str()) == 0;
-        return mounted_;
+    // Returns false where nobody may mount.
+    bool Mount(size_t bytes, size_t inodes) {
+        disk_.emplace(Path("log"), bytes, inodes);
+        return disk_->IsMounted();
     }
-    ~SmallDisk() override {
-        Stop();
-        if (mounted_) {
-            ::umount2(Path("log").c_str(), MNT_DETACH);
-        }
-    }
+    ~SmallDisk() override { Stop(); }
 
     bool IsFull() const {
         struct statvfs status {};
         return ::statvfs(Path("log").c_str(), &status) == 0 && status.f_bavail == 0;
     }
-    void Fill() const {
-        std::ofstream filler(Path("log/filler"), std::ios::binary);
-        while (filler.write(std::string(4096, 'f').data(), 4096) && filler.flush()) {
-        }
-    }
+    void Fill() const { disk_->Fill("filler"); }
     void Free() const { fs::remove(Path("log/filler")); }
 
-    bool mounted_ = false;
+    std::optional<SmallFileSystem> disk_;
 };
 
-#define QV_NEEDS_A_MOUNT(options)                                          \
-    if (!Mount(options)) {                                                 \
-        GTEST_SKIP() << "only root can mount a disk: " << strerror(errno); \
+#define QV_NEEDS_A_MOUNT(bytes, inodes)                       \
+    if (!Mount(bytes, inodes)) {                              \
+        GTEST_SKIP() << "no file system can be mounted here"; \
     }
 
 TEST_P(SmallDisk, ThatIsFullAndFreeInTurnsKeepsWholeRecordsAndCountsTheOthers) {
-    QV_NEEDS_A_MOUNT("size=128k,nr_inodes=1000")
+    QV_NEEDS_A_MOUNT(128 * 1024, 1000)
     for (const OutputKind kind : {OutputKind::DIRECT, OutputKind::QUEUED, OutputKind::DUMP}) {
         SCOPED_TRACE(static_cast<int>(kind));
         BeginWith(kind);
@@ -106,7 +98,7 @@ TEST_P(SmallDisk, ThatIsFullAndFreeInTurnsKeepsWholeRecordsAndCountsTheOthers) {
 }
 
 TEST_P(SmallDisk, WithoutInodesLosesWhatFindsNoFileAndGoesOnWhenThereAreSome) {
-    QV_NEEDS_A_MOUNT("size=10m,nr_inodes=2")
+    QV_NEEDS_A_MOUNT(10000000, 2)
     store_.Set("logfilesize", "600");
     BeginWith(OutputKind::DIRECT);
     for (int i = 0; i < 10; ++i) {
@@ -121,7 +113,7 @@ TEST_P(SmallDisk, WithoutInodesLosesWhatFindsNoFileAndGoesOnWhenThereAreSome) {
 }
 
 TEST_P(SmallDisk, ThatIsReadOnlyLosesRecordsUntilItIsNot) {
-    QV_NEEDS_A_MOUNT("size=10m")
+    QV_NEEDS_A_MOUNT(10000000, 1000)
     BeginWith(OutputKind::DIRECT);
     ASSERT_EQ(::mount("tmpfs", Path("log").c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, ""), 0);
     LogNext(1);

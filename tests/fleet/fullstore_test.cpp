@@ -1,8 +1,8 @@
 // A store whose disk is full.
 #include <pwd.h>
 
-#include "channel/smallfilesystem.h"
 #include "fleet/fleetfixture.h"
+#include "support/smallfilesystem.h"
 
 namespace {
 

@@ -15,6 +15,11 @@ fail() {
 }
 
 rm -rf "$work"
+# pkg-config gives spaces in a path away as the guide's shell commands cannot take them back.
+if [[ $work == *[[:space:]]* ]]; then
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+fi
 mkdir -p "$work/share/conf"
 export HOME=$work
 

@@ -144,8 +144,8 @@ TEST_F(Documents, CompletionsOfferWhatFits) {
     for (const char* check : {"zsh -n completion/_qvlog", "fish -n completion/qvlog.fish"}) {
         const std::string shell = std::string(check).substr(0, std::string(check).find(' '));
         const ProgramResult result = RunProgram(
-            {"sh", "-c",
-             "command -v " + shell + " >/dev/null || exit 0; cd " QV_READER " && " + check});
+            {"sh", "-c", "command -v " + shell + " >/dev/null || exit 0; cd \"$0\" && " + check,
+             QV_READER});
         EXPECT_EQ(result.exitCode, 0) << result.errors;
     }
 }
@@ -175,7 +175,7 @@ TEST_F(Documents, CommandsOfTheGuidePrintWhatItSays) {
             continue;
         }
         const ProgramResult result = RunProgram(
-            {"bash", "-c", "cd " + Path() + " && PATH=" + directory + ":$PATH && " + command},
+            {"bash", "-c", "cd " + Path() + " && PATH=$0:$PATH && " + command, directory},
             {{"_APP_SHARE_DIR", QV_GUIDE_SHARE}, {"TZ", "CET-1"}, {"LC_ALL", "C"}});
         EXPECT_EQ(result.output, output) << command;
         EXPECT_EQ(result.errors, "") << command;
@@ -194,7 +194,8 @@ TEST_F(Documents, LnavUnderstandsTheFiles) {
         {"sh", "-c",
          "lnav -n -c \";SELECT log_level, interface, user, count(*) AS n FROM qv_log WHERE "
          "log_opid "
-         "LIKE '%b2' GROUP BY 1, 2, 3 ORDER BY 1\" -c ':write-csv-to -' " QV_GUIDE_SHARE "/log/*"},
+         "LIKE '%b2' GROUP BY 1, 2, 3 ORDER BY 1\" -c ':write-csv-to -' \"$0\"/log/*",
+         QV_GUIDE_SHARE},
         variables);
     EXPECT_EQ(result.output,
               "log_level,interface,user,n\ntrace,createTransferSchedule,opr2@192.0.2.9,3\n"

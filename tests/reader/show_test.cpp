@@ -117,10 +117,8 @@ TEST_F(Show, ColoursOnlyWhereItIsWanted) {
 TEST_F(Show, UsesAPagerAndColoursOnATerminal) {
     WriteSample();
     const auto onTerminal = [&](const std::string& options, const std::string& setting) {
-        return RunProgram({"script", "-qec",
-                           std::string(QVLOG) + " -c -l 0 " + Path() + " >/dev/null; " + QVLOG +
-                               " -l 0 " + options + " " + Path(),
-                           "/dev/null"},
+        return RunProgram(OnTerminal(QuoteForShell(QVLOG) + " -c -l 0 " + Path() + " >/dev/null; " +
+                                     QuoteForShell(QVLOG) + " -l 0 " + options + " " + Path()),
                           {{"PAGER", "sed s/^/paged:/"}, {"TERM", "xterm"}, {"NO_COLOR", setting}})
             .output;
     };
@@ -148,8 +146,8 @@ TEST_F(Show, RefusesWhatIsNoFileAndNoNumber) {
 // As when Control-C is pressed in the pager. A shell that goes on takes the terminal away from it.
 TEST_F(Show, EndsBehindItsPagerWhenItIsInterrupted) {
     WriteSample();
-    const std::string command = std::string(QVLOG) + " " + Path() + "; echo then $?";
-    EXPECT_EQ(RunProgram({"script", "-qec", command, "/dev/null"},
+    const std::string command = QuoteForShell(QVLOG) + " " + Path() + "; echo then $?";
+    EXPECT_EQ(RunProgram(OnTerminal(command),
                          {{"PAGER", "kill -INT $PPID; cat >/dev/null; sleep 0.1; echo pager"},
                           {"TERM", "xterm"}})
                   .output,
@@ -158,8 +156,8 @@ TEST_F(Show, EndsBehindItsPagerWhenItIsInterrupted) {
 
 TEST_F(Show, GivesItsPagerASignalThatTellsOfAClosedPipe) {
     WriteSample();
-    EXPECT_EQ(RunProgram({"script", "-qec", std::string(QVLOG) + " " + Path(), "/dev/null"},
-                         {{"PAGER", "bash -c 'kill -PIPE $$; echo ignored'"}, {"TERM", "xterm"}})
+    EXPECT_EQ(RunProgram(OnTerminal(QuoteForShell(QVLOG) + " " + Path()),
+                         {{"PAGER", "sh -c 'kill -PIPE $$; echo ignored'"}, {"TERM", "xterm"}})
                   .output,
               "");
 }
@@ -171,7 +169,7 @@ TEST_F(Show, StopsQuietlyWhenNobodyReads) {
     }
     WriteFile(Path(LogName("oper")), text);
     const ProgramResult result =
-        RunProgram({"bash", "-c", std::string(QVLOG) + " " + Path() + " | head -n 1 | wc -l"});
+        RunProgram({"sh", "-c", QuoteForShell(QVLOG) + " " + Path() + " | head -n 1 | wc -l"});
     EXPECT_EQ(result.output, "1\n");
     EXPECT_EQ(result.errors, "");
 }

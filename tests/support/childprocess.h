@@ -20,6 +20,21 @@ struct ChildStart {
     bool closeInput = false;                            // no standard input at all
 };
 
+// A word as it stands in a command of a shell: what is built may lie in a directory with spaces.
+inline std::string QuoteForShell(const std::string& word) {
+    std::string quoted = "'";
+    for (const char character : word) {
+        quoted += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    }
+    return quoted + "'";
+}
+
+// What starts a command on a terminal of its own, by script(1). That would take the user's own
+// shell, which need not understand the command.
+inline std::vector<std::string> OnTerminal(const std::string& command) {
+    return {"env", "SHELL=/bin/sh", "script", "-qefc", command, "/dev/null"};
+}
+
 // How a program ended and what it said. A value.
 struct ChildResult {
     int exitCode = -1;  // minus the signal's number when one ended it

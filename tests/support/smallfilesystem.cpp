@@ -1,22 +1,31 @@
 // A disk that is soon full.
-#include "channel/smallfilesystem.h"
+#include "support/smallfilesystem.h"
 
 #include <sched.h>
 #include <sys/mount.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 
 namespace NS_TEST {
+namespace {
+
+// Where the root directory is no mount, in a chroot, there is none to make private.
+bool HaveOwnMounts() {
+    return unshare(CLONE_NEWNS) == 0 &&
+           (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 || errno == EINVAL);
+}
+
+}  // namespace
 
 SmallFileSystem::SmallFileSystem(const std::string& directory, size_t bytes, size_t inodes)
     : directory_(directory) {
     std::filesystem::create_directories(directory);
     const std::string options =
         "size=" + std::to_string(bytes) + ",nr_inodes=" + std::to_string(inodes);
-    mounted_ = unshare(CLONE_NEWNS) == 0 &&
-               mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-               mount("tmpfs", directory.c_str(), "tmpfs", 0, options.c_str()) == 0;
+    mounted_ =
+        HaveOwnMounts() && mount("tmpfs", directory.c_str(), "tmpfs", 0, options.c_str()) == 0;
 }
 
 SmallFileSystem::~SmallFileSystem() {

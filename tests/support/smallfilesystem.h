@@ -5,8 +5,9 @@
 
 namespace NS_TEST {
 
-// A file system in memory, mounted on a directory for the length of a block; no other process sees
-// it. Needs the rights of root.
+// A file system in memory, mounted on a directory for the length of a block; only this thread sees
+// it, and the processes and threads that it starts. Needs the rights of root, which not every
+// container's root has.
 class SmallFileSystem {
   public:
     // `inodes`: of all files and directories, the root among them.

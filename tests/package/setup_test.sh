@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# How packages are installed: with programs in the place of apt-get, dpkg-query and sudo that write down
+# what they are asked for. The only argument is the directory with scripts/setup.sh.
+set -euo pipefail
+
+root=$1
+work=$(mktemp -d)
+trap 'chmod -R u+w "$work" && rm -rf "$work"' EXIT
+
+fail() {
+    echo "FAILED: $*" >&2
+    cat "$work/errors" >&2
+    exit 1
+}
+
+mkdir "$work/bin"
+cat >"$work/bin/dpkg-query" <<'SCRIPT'
+#!/bin/sh
+[ "${3#here}" = "$3" ] || echo installed
+SCRIPT
+# Fails as often as the file of its command says, with the words that stand there.
+cat >"$work/bin/apt-get" <<'SCRIPT'
+#!/bin/sh
+for command; do
+    case $command in update | install) break ;; esac
+done
+echo "$command" >>"$work/commands"
+echo "$*" >>"$work/lines"
+cat >>"$work/input"
+[ -s "$work/$command" ] || exit 0
+head -n 1 "$work/$command" >&2
+sed -i 1d "$work/$command"
+exit 100
+SCRIPT
+printf '#!/bin/sh\nexec "$@"\n' >"$work/bin/sudo"
+chmod +x "$work/bin"/*
+
+# install EXPECTED_CODE PACKAGE...: installs them, and remembers which commands that took.
+install() {
+    local expected=$1 code=0
+    shift
+    rm -f "$work"/{commands,lines,input}
+    (export work QV_LOCK_PAUSE=0 PATH="$work/bin:$PATH" && source "$root/scripts/setup.sh" &&
+        echo "of the agent" | qv_install_packages "$@") >"$work/output" 2>"$work/errors" || code=$?
+    [[ $code == "$expected" ]] || fail "installing $* ended with $code, not $expected"
+    commands=$(tr '\n' ' ' 2>/dev/null <"$work/commands") || commands=
+}
+
+install 0 here-one here-two
+[[ -z $commands ]] || fail "what is there was installed again: $commands"
+
+install 0 here-one missing-one missing-two
+[[ $commands == "update install " ]] || fail "two packages took: $commands"
+grep -q -- '--no-install-recommends missing-one missing-two$' "$work/lines" ||
+    fail "not the missing packages alone were installed: $(cat "$work/lines")"
+[[ ! -s $work/input ]] || fail "the installation took the agent's input"
+[[ ! -s $work/output ]] || fail "the installation wrote to the agent's output"
+
+printf 'E: Could not get lock %s\n' /lists /lists >"$work/update"
+printf 'E: Could not get lock %s\n' /archives >"$work/install"
+install 0 missing
+[[ $commands == "update update update install install " ]] || fail "locks were not awaited: $commands"
+
+echo "E: a source is gone" >"$work/update"
+install 0 missing
+[[ $commands == "update install " ]] || fail "a source that is gone ends it: $commands"
+grep -q "a source is gone" "$work/errors" || fail "it does not say which source is gone"
+
+echo "E: Unable to locate package" >"$work/install"
+install 100 missing
+[[ $commands == "update install " ]] || fail "a package that does not exist took: $commands"
+
+# A file of another user. Root is told of none: it can write them all.
+mkdir "$work/build"
+touch "$work/build/ours" && chmod a-w "$work/build/ours"
+source "$root/scripts/setup.sh"
+[[ -z $(qv_name_foreign_files "$work/build" 2>&1) ]] || fail "a file of one's own is named as another's"
+if ((EUID != 0)); then
+    [[ $(qv_name_foreign_files /etc/passwd 2>&1) == "/etc/passwd belongs to root"* ]] ||
+        fail "the owner of a file of root's is not named"
+fi
