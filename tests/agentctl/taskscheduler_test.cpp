@@ -105,7 +105,6 @@ TEST(TaskScheduler, DeletingAndStoppingWaitForTheCallbackThatRuns) {
                 EXPECT_TRUE(scheduler.Delete(handle));
             }
         });
-        EXPECT_EQ(blocked.task.Runs(), 1);
     }
 }
 
