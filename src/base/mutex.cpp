@@ -3,6 +3,7 @@
 #include <ctime>
 
 #include "base/deadline.h"
+#include "base/pause.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -14,12 +15,6 @@ constexpr int kPatience = 10;
 // Before the last look; about a tenth of a microsecond. A thread that looks for longer slows down
 // the one that holds the mutex.
 constexpr int kMostPauses = 8;
-
-inline void Pause() {
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#endif
-}
 
 // On the clock that somebody may set: then the patience is shorter or longer once.
 struct timespec EndOfPatience() {

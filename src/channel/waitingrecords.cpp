@@ -6,6 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "base/pause.h"
+
 namespace NS_LOG_SERVICE1 {
 namespace {
 
@@ -24,12 +26,6 @@ constexpr int kMostFollowers = 3;
 // meet by chance.
 constexpr unsigned kWaitsInVain = 8;
 constexpr unsigned kWritersForAWait = 32;
-
-inline void Pause() {
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#endif
-}
 
 // Returns whether `condition` came true.
 template <class Condition>
