@@ -90,7 +90,7 @@ bool CurrentFile::BeginEmptied() {
     if (IsOpen()) {
         statistics_.rotations.Add(1);
         EndText();
-        if (BeginAgain()) {
+        if (!failing_ && BeginAgain()) {
             return true;
         }
         CloseEnded();

@@ -105,8 +105,15 @@ WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
     }
 }
 
+// Somebody may have closed the descriptor, and its number may be that of another file by now.
 std::error_code FileStream::Empty() {
-    return Cut(0);
+    struct stat status {};
+    if (::fstat(descriptor_, &status) != 0) {
+        return LastError();
+    }
+    return identity_ == FileIdentity{status.st_dev, status.st_ino}
+               ? Cut(0)
+               : std::make_error_code(std::errc::bad_file_descriptor);
 }
 
 std::error_code FileStream::CutBack(size_t size) {

@@ -73,7 +73,7 @@ class FileStream {
                                                            : WriteRest(bytes, taken);
     }
 
-    // Removes all bytes of the file.
+    // Removes all bytes of the file. Fails for a descriptor that is another file's.
     std::error_code Empty();
 
     // Removes the last `size` bytes of the file.

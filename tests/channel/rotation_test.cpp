@@ -1,6 +1,9 @@
 // When a log file gives way to the next one.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -94,6 +97,33 @@ TEST_F(Rotation, KeepsTheFileOfTheSameSecondOpen) {
     EXPECT_EQ(Counts().rotations.Get(), 5u);
     EXPECT_EQ(Counts().writtenOverwritten.Get(), 5u);
     EXPECT_EQ(Counts().bytesWritten.Get() - Counts().bytesEmptied.Get(), kCreatedSize);
+}
+
+// Somebody has closed its descriptor, and has got the number for a file of their own.
+TEST_F(Rotation, EmptiesNoFileThatHasItsDescriptorNow) {
+    Make(kCreatedSize + Frame(1, "one").size());
+    Calls().SetClock(SystemCalls::kStart, 0);
+    WriteFile(Path("stranger"), "kept");
+    const int stranger = ::open(Path("stranger").c_str(), O_RDWR | O_APPEND);
+    const int next = ::dup(stranger);  // the number that the log file gets
+    ::close(next);
+    file_->EnsureOpen();
+    ASSERT_EQ(::dup2(stranger, next), next);
+    ::close(stranger);
+    Write("one");
+    EXPECT_EQ(ReadFile(Path("stranger")).substr(0, 4), "kept");
+}
+
+TEST_F(Rotation, OpensAFileAnewThatFails) {
+    Make(1000000);
+    Calls().SetClock(SystemCalls::kStart, 0);
+    file_->EnsureOpen();
+    Calls().ScriptOpens(nullptr);
+    Calls().ScriptWrites([](uint64_t number, std::string_view) {
+        return SystemCalls::Fate{0, number <= 3 ? EIO : 0};
+    });
+    Write("one");
+    EXPECT_EQ(Calls().Opens(), 1u);
 }
 
 // Whoever moves the file keeps what is in it.
