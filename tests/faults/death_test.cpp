@@ -34,23 +34,6 @@ struct Progress {
 
 using Returned = std::array<uint64_t, kThreads>;
 
-// A file that may end in the middle of a piece: what stands there whole, and what follows.
-struct TornFile {
-    std::vector<ParsedPiece> pieces;
-    std::string rest;
-};
-TornFile ReadTornFile(const std::string& path) {
-    const std::string bytes = ReadFile(path);
-    // Pieces end with an empty line, but for the first one, which is one line.
-    std::vector<size_t> ends{0, bytes.find('\n') + 1};
-    for (size_t at = bytes.find(">\n\n"); at != std::string::npos;
-         at = bytes.find(">\n\n", at + 1)) {
-        ends.push_back(at + 3);
-    }
-    const size_t whole = ends.back();
-    return {ParseLogText(bytes.substr(0, whole)), bytes.substr(whole)};
-}
-
 // "3.17": the 17th text of the third thread.
 std::string NameOf(size_t thread, uint64_t number) {
     return std::to_string(thread) + "." + std::to_string(number);
@@ -139,7 +122,7 @@ class Death : public FaultsTest, public WithParamInterface<std::tuple<LogFilePol
             }
         };
         for (const std::string& name : ListLogFiles(Path("log"), "corbaoper")) {
-            const TornFile file = ReadTornFile(Path("log/" + name));
+            const TornLogFile file = ReadTornLogFile(Path("log/" + name));
             for (const ParsedPiece& piece : file.pieces) {
                 if (piece.kind == ParsedPiece::FILE_CREATED) {
                     continue;

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -138,19 +139,23 @@ TEST(ServiceObject, RemovesItsInterfaceWhileOthersLookForIt) {
         }
     });
     int alive = 0;
+    std::optional<CountedService> object;
     {
-        CountedService object(alive);
-        for (int round = 0; round < 300; ++round) {
-            {
-                const Guard guard(BundleMgr::Instance()->GetLock());
-                object.CreateInterface();
-            }
-            object.RemoveInterface();
-            EXPECT_THAT(CheckIFBuf("Name"), IsEmpty());
-        }
-        stop = true;
-        lookup.join();
+        // Its base lists it before it is whole.
+        const Guard guard(BundleMgr::Instance()->GetLock());
+        object.emplace(alive);
     }
+    for (int round = 0; round < 300; ++round) {
+        {
+            const Guard guard(BundleMgr::Instance()->GetLock());
+            object->CreateInterface();
+        }
+        object->RemoveInterface();
+        EXPECT_THAT(CheckIFBuf("Name"), IsEmpty());
+    }
+    stop = true;
+    lookup.join();
+    object.reset();
     EXPECT_EQ(alive, 0);
 }
 

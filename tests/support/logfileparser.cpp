@@ -194,6 +194,18 @@ std::vector<ParsedPiece> ParseLogPieces(const std::string& path) {
     }
 }
 
+TornLogFile ReadTornLogFile(const std::string& path) {
+    const std::string bytes = ReadFile(path);
+    // Pieces end with an empty line, but for the first one, which is one line.
+    std::vector<size_t> ends{0, bytes.find('\n') + 1};
+    for (size_t at = bytes.find(">\n\n"); at != std::string::npos;
+         at = bytes.find(">\n\n", at + 1)) {
+        ends.push_back(at + 3);
+    }
+    const size_t whole = ends.back();
+    return {ParseLogText(bytes.substr(0, whole)), bytes.substr(whole)};
+}
+
 std::vector<ParsedPiece> ParseClosedLogFile(const std::string& path) {
     std::vector<ParsedPiece> pieces = ParseLogPieces(path);
     if (pieces.empty() || pieces.front().kind != ParsedPiece::FILE_CREATED) {

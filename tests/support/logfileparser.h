@@ -38,6 +38,14 @@ std::vector<ParsedPiece> ParseLogText(const std::string& text);
 // The pieces of the file at `path`. Throws std::runtime_error when anything is torn.
 std::vector<ParsedPiece> ParseLogPieces(const std::string& path);
 
+// A file whose writer may have died in the middle of a piece: what stands there whole, and what
+// follows.
+struct TornLogFile {
+    std::vector<ParsedPiece> pieces;
+    std::string rest;
+};
+TornLogFile ReadTornLogFile(const std::string& path);
+
 // The records of a file that was closed, short ones and dumps among them. Throws also when the file
 // does not begin with the line about its creation and end with the one about its end, or holds
 // another one in between.
