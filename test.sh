@@ -113,28 +113,62 @@ if ((EUID != 0)); then
     echo "Not root: the tests that mount small disks are left out (docs/reliability.md)."
 fi
 
-# The static checks take the time that the tests leave: many of these wait.
+# What runs beside something else writes here first. Each has a process group of its own, so that
+# nothing goes on when this is interrupted.
+set -m
+output=$(mktemp -d)
+end_jobs() {
+    for job in $(jobs -p); do
+        kill -- "-$job" 2>/dev/null || true
+    done
+    rm -rf "$output"
+}
+trap end_jobs EXIT
+
+# The static checks take the time that the tests leave.
 if $lint; then
-    checks=$(mktemp)
-    setsid nice "$root/scripts/lint.sh" "$root/build/${presets[0]}" >"$checks" 2>&1 &
+    nice "$root/scripts/lint.sh" "$root/build/${presets[0]}" >"$output/checks" 2>&1 &
     lint_process=$!
-    trap 'kill -- "-$lint_process" 2>/dev/null || true; rm -f "$checks"' EXIT
 fi
 
-# Three at a time for each processor: many tests wait.
+# Whether tests may have their files and programs in memory.
+has_room_in_memory() {
+    local memory=/dev/shm least=$((2 * 1024 * 1024))  # KiB
+    (($(df --output=avail -k "$memory" 2>/dev/null | tail -n 1) + 0 >= least)) &&
+        [[ -w $memory && ,$(findmnt -n -o OPTIONS -T "$memory"), != *,noexec,* ]]
+}
+
+# The release has its files on the disk. The sanitizers' tests make and remove them in half the time in
+# memory.
+run_tests() {
+    if [[ $1 != release ]] && has_room_in_memory; then
+        export TMPDIR=/dev/shm
+    fi
+    ctest --test-dir "$root/build/$1" --output-on-failure --no-tests=error \
+        --parallel "$((tests_at_a_time * $(nproc)))" --tests-regex "$filter" |
+        grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
+}
+
+# Many tests wait, so several run at a time for each processor, and those of all presets at once.
+tests_at_a_time=$((${#presets[@]} > 1 ? 2 : 3))
+passed=true
+declare -A running
+for preset in "${presets[@]}"; do
+    run_tests "$preset" >"$output/$preset" 2>&1 </dev/null &
+    running[$preset]=$!
+done
 for preset in "${presets[@]}"; do
     echo "== Tests: $preset"
-    ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error \
-        --parallel "$((3 * $(nproc)))" --tests-regex "$filter" |
-        grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
+    wait "${running[$preset]}" || passed=false
+    cat "$output/$preset"
 done
 
 if $lint; then
     echo "== Format and static checks"
-    wait "$lint_process" && passed=true || passed=false
-    cat "$checks"
-    $passed
+    wait "$lint_process" || passed=false
+    cat "$output/checks"
 fi
+$passed
 
 if $coverage; then
     echo "== Coverage"

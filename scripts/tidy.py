@@ -9,7 +9,8 @@ again before it, a header or a rule changes.
 
 Most of the time goes into the headers of the system and of the libraries. So files that are compiled
 alike are checked together, as one unit that includes them. Files that do not compile together,
-because both have a name for themselves, are checked apart.
+because both have a name for themselves, are checked apart; the compiler says so in a tenth of the time
+that a check takes.
 
 In a unit, clang-tidy does not look for names that a file declares and does not use; this program does.
 """
@@ -24,7 +25,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-FILES_IN_A_UNIT = 14
+FILES_IN_A_UNIT = 30
 
 
 def arguments_of(command):
@@ -107,19 +108,22 @@ class Checker:
             [*command, str(self.source_of(unit)), *more, *self.arguments[str(ROOT / unit[0])]],
             cwd=self.build, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
 
-    def parts_of(self, unit, messages):
-        """Parts of a unit that does not compile, without names that stand in each other's way."""
-        named = set(re.findall(r'^(/[^:]+):\d+:\d+: error: .*\[clang-diagnostic-error\b', messages, re.M))
-        apart = [path for path in unit if str(ROOT / path) in named]
-        rest = [path for path in unit if path not in apart]
-        return [rest, apart] if rest and apart else [[path] for path in unit]
+    def apart(self, unit):
+        """The files of a unit in parts that compile, without names that stand in each other's way."""
+        if len(unit) == 1:
+            return [unit]
+        messages = self.run(['clang++', '-fsyntax-only', '-ferror-limit=0'], unit).stderr
+        named = set(re.findall(r'^(/[^:]+):\d+:\d+: (?:fatal )?error: ', messages, re.M))
+        if not named:
+            return [unit]
+        named = [path for path in unit if str(ROOT / path) in named]
+        rest = [path for path in unit if path not in named]
+        parts = [rest, named] if rest and named else [[path] for path in unit]
+        return [compiling for part in parts for compiling in self.apart(part)]
 
     def check(self, unit):
         """Whether all files of the unit pass. Prints what is wrong with those that do not."""
-        done = self.run(['clang-tidy', '--quiet', f'--config-file={ROOT / ".clang-tidy"}'],
-                        unit, '--', '-ferror-limit=0')
-        if len(unit) > 1 and 'clang-diagnostic-error' in done.stdout:
-            return all([self.check(part) for part in self.parts_of(unit, done.stdout)])
+        done = self.run(['clang-tidy', '--quiet', f'--config-file={ROOT / ".clang-tidy"}'], unit, '--')
         if done.returncode != 0:
             print(done.stdout or f'clang-tidy failed on {" ".join(unit)}: {done.stderr}')
             return False
@@ -140,7 +144,8 @@ def main():
     unused = sum(map(unused_names, sources), [])
     print(*unused, sep='\n', end='\n' if unused else '')
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        passed = list(pool.map(checker.check, checker.make_units(pending)))
+        units = [part for parts in pool.map(checker.apart, checker.make_units(pending)) for part in parts]
+        passed = list(pool.map(checker.check, sorted(units, key=len, reverse=True)))
     if unused or not all(passed):
         sys.exit('tidy.py: static checks failed')
     print(f'Static checks: {len(pending)} files checked, all pass.')

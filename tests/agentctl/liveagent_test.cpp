@@ -72,9 +72,8 @@ TEST_F(LiveAgent, AppliesAChangeOfTheConfigurationWithinHalfAMinute) {
     WriteFile(Path("new"), text.replace(text.find(levels), levels.size(), "logswitch = 1,0,1,1"));
     std::filesystem::last_write_time(Path("new"), later);
     std::filesystem::rename(Path("new"), configFile_);
-    ASSERT_TRUE(Await([this] { return !Loggers()[0]["levels"][1].asBool(); }))
-        << agent_->GetErrors();
-    EXPECT_TRUE(agent_->WaitForError("LogLevel_1 close "));
+    ASSERT_TRUE(agent_->WaitForError("LogLevel_1 close ")) << agent_->GetErrors();
+    ASSERT_TRUE(Await([this] { return !Loggers()[0]["levels"][1].asBool(); }));
     Log("kept back now");
     ASSERT_TRUE(AwaitCount("recordsCached", 1));
     EXPECT_EQ(Channel()["recordsWritten"].asInt(), 1);

@@ -17,7 +17,7 @@ class DyingAgent : public AgentTest {
     static ChildStart WithoutSanitizersHandlers(ChildStart start) {
         const std::string off = "handle_segv=0:handle_sigbus=0:handle_abort=0:";
         start.variables = {{"ASAN_OPTIONS", off + "detect_leaks=0"},
-                           {"TSAN_OPTIONS", off + "report_bugs=0"}};
+                           {"TSAN_OPTIONS", off + "report_bugs=0:atexit_sleep_ms=50"}};
         return start;
     }
 

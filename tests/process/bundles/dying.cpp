@@ -87,6 +87,16 @@ void QueueRecords() {
     }
 }
 
+void StartBusyThreads() {
+    for (const char* category : {"corbadebug", "corbanotify"}) {
+        std::thread([category] {
+            for (;;) {
+                Logger(category).Log("f", "g", 1, 1, "busy");
+            }
+        }).detach();
+    }
+}
+
 class Dying : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     Dying() : ServiceObjectBase("test", "dying") {}
@@ -104,12 +114,9 @@ class Dying : public NS_BUNDLEMGR1::ServiceObjectBase {
             NS_BUNDLEMGR1::CheckIFBuf(LOG_MAINTENANCE_INTERFACE_NAME).front());
         maintenance->SetQueuedOutput(true);
         QueueRecords();
-        for (const char* category : {"corbadebug", "corbanotify"}) {
-            std::thread([category] {
-                for (;;) {
-                    Logger(category).Log("f", "g", 1, 1, "busy");
-                }
-            }).detach();
+        // One that waits for ever for a lock is not held up by them, and they take all the time.
+        if (how != "lock") {
+            StartBusyThreads();
         }
         std::thread([how] {
             const std::string now = std::string(std::getenv("_APP_SHARE_DIR")) + "/now";
