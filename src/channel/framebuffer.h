@@ -39,8 +39,8 @@ class FrameBuffer {
     // Removes all bytes after the first `size`. Keeps the memory.
     void CutTo(size_t size) { size_ = size; }
 
-    // Enough for the frames of a full queue of the default length.
-    static constexpr size_t kBatchCapacity = size_t{16} * 1024 * 1024;
+    // Enough for the frames of one write, however the buffer has grown.
+    static constexpr size_t kBatchCapacity = size_t{2} * 1024 * 1024;
 
     // Removes all bytes. Frees the memory when there is more of it than `keptCapacity`.
     void Clear(size_t keptCapacity = kBatchCapacity) {

@@ -172,7 +172,7 @@ TEST_F(LogFiles, CountWhatTheyWrite) {
     EXPECT_EQ(Counts().recordsDropped.Get(), 7u);
 }
 
-TEST_F(LogFiles, CostOneSystemCallForEachPiece) {
+TEST_F(LogFiles, CostOneSystemCallForEachPieceOrForHalfAMegabyteOfThem) {
     const auto expectWrites = [](uint64_t count, const auto& write) {
         Calls().ScriptWrites(nullptr);
         write();
@@ -184,7 +184,9 @@ TEST_F(LogFiles, CostOneSystemCallForEachPiece) {
         expectWrites(1, [&] { Write(std::string(size, 'x')); });
     }
     expectWrites(1, [this] { Write("short", -2); });
-    expectWrites(1, [this] { WriteBatch(Texts(5000, "text")); });
+    expectWrites(1, [this] { WriteBatch(Texts(1000, "text")); });
+    // Half a megabyte at a time, and what begins before that.
+    expectWrites(3, [this] { WriteBatch(Texts(5, std::string(300 * 1024, 'x'))); });
     expectWrites(0, [this] { WriteBatch({}); });
     const auto kept = WithDetail(std::string(500, 'x'));
     expectWrites(1, [&] { WriteDump("error", {kept, kept, kept}); });
