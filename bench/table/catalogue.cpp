@@ -22,6 +22,13 @@ const Entrant kLog4cplus = Peer("log4cplus", "qv_bench_log4cplus");
 const Entrant kBoostLog = Peer("Boost.Log", "qv_bench_boostlog");
 const Entrant kGlog = Peer("glog", "qv_bench_glog");
 
+// What rotation is compared with.
+Entrant WithoutRotation(const std::string& label, const std::string& program,
+                        const std::string& way) {
+    return {
+        label + " without rotation", Role::kReference, program, {"way=" + way, "subject=direct"}};
+}
+
 std::string Threads(int count) {
     return std::to_string(count) + (count == 1 ? " thread" : " threads");
 }
@@ -90,7 +97,9 @@ void AddFiles(std::vector<Case>& cases) {
                      "ns",
                      false,
                      {"subject=rotation"},
-                     {Floor("floor: mutex, one write", "locked"), Service("Log"),
+                     {WithoutRotation("floor", "qv_bench_floors", "locked"),
+                      Floor("floor: mutex, one write", "locked"),
+                      WithoutRotation("service, Log", "qv_bench_service", "Log"), Service("Log"),
                       Service("LogFormat"), kSpdlog, kLog4cplus, kBoostLog, kGlog}});
 }
 

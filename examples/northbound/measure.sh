@@ -15,9 +15,9 @@ export LC_ALL=C.UTF-8  # whose numbers have a point
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 bin=${1:?usage: measure.sh BIN [ROUNDS [CALLS [MS]]]}
 rounds=${2:-5}
-calls=${3:-10000}
+calls=${3:-5000}
 answer_time=${4:-0}
-clients=4
+clients=8  # two for each processor are too few: when some wait for a lock, one has nothing to do
 page=100  # elements that a client takes at a time, which is every fifth call
 source "$here/agentprocess.sh"
 work=$(mktemp -d)
