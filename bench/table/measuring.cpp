@@ -1,8 +1,5 @@
 #include "table/measuring.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -15,20 +12,10 @@ namespace NS_BENCH {
 
 namespace {
 
-// Waits until the disk has done what it has still to do for the file system.
-void AwaitDisk(const std::string& directory) {
-    const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        syncfs(descriptor);
-        close(descriptor);
-    }
-}
-
-// An empty directory, removed with everything in it. What one program has left to the disk does not
-// slow down the next.
+// An empty directory, removed with everything in it.
 class ScratchDirectory {
   public:
-    explicit ScratchDirectory(const std::string& parent) : parent_(parent) {
+    explicit ScratchDirectory(const std::string& parent) {
         std::string pattern = parent + "/qvbench.XXXXXX";
         if (mkdtemp(pattern.data()) == nullptr) {
             throw std::system_error(errno, std::generic_category(), pattern);
@@ -38,7 +25,6 @@ class ScratchDirectory {
     ~ScratchDirectory() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
-        AwaitDisk(parent_);
     }
 
     ScratchDirectory(const ScratchDirectory&) = delete;
@@ -47,7 +33,6 @@ class ScratchDirectory {
     const std::string& Path() const { return path_; }
 
   private:
-    const std::string parent_;
     std::string path_;
 };
 
