@@ -13,7 +13,7 @@ namespace {
 
 // The approximate maximum size of one write, of about two thousand usual records. Their frames stay
 // in the processor's cache until the kernel has copied them; those of a whole queue do not, and
-// take half as long again (docs/performance.md).
+// take longer (docs/performance.md).
 constexpr size_t kBatchSize = size_t{512} * 1024;
 
 // More than a time stamp usually needs.
