@@ -4,7 +4,8 @@
 #     cmake/compile.sh COMPILER ARGUMENT...
 command -v ccache >/dev/null || exec "$@"
 
-# What it takes to cache what includes precompiled headers; here they depend on no time and no macro.
+# Without these, ccache does not cache a file that uses precompiled headers. None of them depends on the
+# time or on a macro.
 export CCACHE_SLOPPINESS=pch_defines,time_macros
 
 { messages=$(ccache "$@" 2>&1 >&3); code=$?; } 3>&1

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "agent/agentfixture.h"
@@ -52,9 +53,13 @@ class DyingAgent : public AgentTest {
     void ExpectWholeButForTheEnd(const std::string& category) const {
         uint64_t number = 0;
         for (const std::string& path : LogFiles(category)) {
-            for (const ParsedPiece& piece : ReadTornLogFile(path).pieces) {
+            const TornLogFile file = ReadTornLogFile(path);
+            for (const ParsedPiece& piece : file.pieces) {
                 EXPECT_TRUE(piece.kind == ParsedPiece::FILE_CREATED || piece.number == ++number);
             }
+            const std::string next = "<" + std::to_string(number + 1) + ">\n";
+            const size_t common = std::min(next.size(), file.rest.size());
+            EXPECT_EQ(file.rest.substr(0, common), next.substr(0, common));
         }
     }
 
