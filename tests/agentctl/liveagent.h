@@ -42,7 +42,7 @@ class LiveAgent : public AgentTest {
     // Asks the agent for its end, which has to be a success.
     void Stop() {
         agent_->Signal(SIGTERM);
-        EXPECT_EQ(agent_->Wait().exitCode, 0);
+        EXPECT_EQ(agent_->Wait().exitCode, 0) << agent_->GetErrors();
     }
 
     // The control program with these arguments, and its result.
