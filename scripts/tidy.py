@@ -34,7 +34,9 @@ def arguments_of(command):
     words = shlex.split(command)
     kept = []
     for word, before in zip(words[1:], words):
-        if re.match(r'-(D(?!\w+_EXPORTS$)|U|I|std=|isystem|pthread)', word) or before == '-isystem':
+        if before == '-isystem':
+            kept.append(before + word)
+        elif re.match(r'-(D(?!\w+_EXPORTS$)|U|I|std=|isystem.|pthread)', word):
             kept.append(word)
     return ('-O2', *kept)
 
@@ -47,12 +49,27 @@ def files_of(path):
 
 
 def arguments_by_file(build):
-    """The arguments of each source file; of one that several programs compile, those of the first."""
+    """The arguments of each source file: those of all files in its folder of the tree's first level, or
+    in one that builds on that, so that they can be checked together. Nothing there means two things.
+    Of a file that several programs compile, the first one counts."""
+    folders = {}
     arguments = {}
     for entry in json.loads((build / 'compile_commands.json').read_text()):
         for path in files_of(os.path.normpath(os.path.join(entry['directory'], entry['file']))):
-            arguments.setdefault(path, arguments_of(entry['command']))
-    return arguments
+            if path in arguments:
+                continue
+            folder = folders.setdefault(os.path.relpath(path, ROOT).split(os.sep)[0], {})
+            folder.update(dict.fromkeys(arguments_of(entry['command'])))
+            arguments[path] = folder
+    def widest(folder):
+        return tuple(max((other for other in folders.values() if folder.keys() <= other.keys()), key=len))
+    return {path: widest(folder) for path, folder in arguments.items()}
+
+
+def reads_command_lines(path):
+    """Whether a file includes the library for that. One of the checks goes through the whole unit for
+    each function of that library that takes a string, so the unit should be small."""
+    return '#include <CLI/CLI.hpp>' in (ROOT / path).read_text()
 
 
 def unused_names(path):
@@ -84,7 +101,8 @@ class Checker:
     def make_units(self, paths):
         groups = {}
         for path in paths:
-            groups.setdefault(self.arguments[str(ROOT / path)], []).append(path)
+            key = (self.arguments[str(ROOT / path)], reads_command_lines(path))
+            groups.setdefault(key, []).append(path)
         units = []
         for group in groups.values():
             count = -(-len(group) // FILES_IN_A_UNIT)
