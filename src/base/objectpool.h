@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 namespace NS_LOG_SERVICE1 {
 
@@ -42,12 +43,18 @@ class ObjectPool {
 
         void Clear() {
             if (Take() != nullptr) {
-                object_ = T();
+                Free();
                 GiveBack();
             }
         }
 
       private:
+        // A string that another one is assigned to keeps its memory, so that is taken away first.
+        void Free() {
+            { [[maybe_unused]] const T freed(std::move(object_)); }
+            object_ = T();
+        }
+
         std::atomic<bool> lent_{false};
         T object_;  // of who has set lent_
     };

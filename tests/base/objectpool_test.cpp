@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@ namespace {
 // Owns memory once it was used.
 struct Pooled {
     std::vector<int> used;
+    std::string text;
 };
 
 using Pool = ObjectPool<Pooled>;
@@ -48,7 +50,9 @@ TEST(ObjectPool, LendsACallWithinACallAnotherObjectAndKeepsOne) {
 TEST(ObjectPool, FreesWhatItsObjectsOwn) {
     Pool pool;
     Use(pool);
+    Borrowed<Pooled>(pool)->text.assign(1000, 'a');
     pool.Clear();
+    EXPECT_EQ(Borrowed<Pooled>(pool)->text.capacity(), std::string().capacity());
     EXPECT_FALSE(Use(pool).second);
 }
 
