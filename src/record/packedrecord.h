@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 #include "record/logrecord.h"
 
@@ -28,6 +29,15 @@ class PackedRecord {
   public:
     PackedRecord() = default;
     explicit PackedRecord(const LogRecord& record) { Set(record); }
+
+    // The other one is empty then, and can be used again.
+    PackedRecord(PackedRecord&& other) noexcept
+        : bytes_(std::move(other.bytes_)), capacity_(std::exchange(other.capacity_, 0)) {}
+    PackedRecord& operator=(PackedRecord&& other) noexcept {
+        bytes_ = std::move(other.bytes_);
+        capacity_ = std::exchange(other.capacity_, 0);
+        return *this;
+    }
 
     // Takes over a copy of the record. Allocates only when the block is too small.
     void Set(const LogRecord& record);

@@ -97,6 +97,20 @@ TEST(PackedRecord, KeepsABlockForRecordsThatNeedAQuarterOfItAndGivesUpOthers) {
     ExpectSame(packed.Get(), WithDetail("short").Get());
 }
 
+TEST(PackedRecord, CanBeUsedAgainOnceItWasMoved) {
+    PackedRecord first(WithDetail("first").Get());
+    PackedRecord second(std::move(first));
+    EXPECT_EQ(first.Capacity(), 0u);
+    first.Set(WithDetail("again").Get());
+    ExpectSame(first.Get(), WithDetail("again").Get());
+    ExpectSame(second.Get(), WithDetail("first").Get());
+    first = std::move(second);
+    EXPECT_EQ(second.Capacity(), 0u);
+    second.Set(WithDetail("third").Get());
+    ExpectSame(first.Get(), WithDetail("first").Get());
+    ExpectSame(second.Get(), WithDetail("third").Get());
+}
+
 TEST(PackedRecord, FreesABlockThatIsLargerThanItMayBe) {
     PackedRecord packed(WithDetail("short").Get());
     const size_t capacity = packed.Capacity();
