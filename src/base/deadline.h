@@ -1,6 +1,9 @@
 // The end of a wait.
 #pragma once
 
+#include <pthread.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <ctime>
 
@@ -16,20 +19,30 @@ class Deadline {
     bool IsOver() const { return Now() >= end_; }
 
     // Waits until `condition` is true, and looks every millisecond. Returns whether it came true
-    // before the end; it is looked at once at least.
+    // before the end; it is looked at once at least. A client's thread is not cancelled here, where
+    // its record is still in its hands, and its errno stays as it is.
     template <class Condition>
     bool Await(Condition condition) const {
         while (!condition()) {
             if (IsOver()) {
                 return false;
             }
-            const struct timespec pause = {0, 1'000'000};
-            ::nanosleep(&pause, nullptr);
+            PauseBriefly();
         }
         return true;
     }
 
   private:
+    static void PauseBriefly() {
+        const struct timespec pause = {0, 1'000'000};
+        const int errorBefore = errno;
+        int cancelStateBefore = PTHREAD_CANCEL_ENABLE;
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelStateBefore);
+        ::nanosleep(&pause, nullptr);
+        ::pthread_setcancelstate(cancelStateBefore, nullptr);
+        errno = errorBefore;
+    }
+
     static int64_t Now() {
         struct timespec now = {};
         ::clock_gettime(CLOCK_MONOTONIC, &now);

@@ -2,6 +2,10 @@
 #include "base/deadline.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <cerrno>
+#include <thread>
 
 #include "channel/channelfixture.h"
 
@@ -27,6 +31,18 @@ TEST_F(DeadlineTest, IsOverAfterItsMillisecondsAndNotBefore) {
         Calls().LetPass(1);
         EXPECT_TRUE(deadline.IsOver()) << milliseconds;
     }
+}
+
+TEST(WaitForAMoment, IsNotWhereACancelledThreadEndsAndLeavesErrnoAlone) {
+    bool ended = false;
+    std::thread thread([&ended] {
+        ::pthread_cancel(::pthread_self());
+        errno = ENOENT;
+        EXPECT_FALSE(Deadline(3).Await([] { return false; }));
+        ended = errno == ENOENT;
+    });
+    thread.join();
+    EXPECT_TRUE(ended);
 }
 
 TEST_F(DeadlineTest, LooksAtTheConditionOnceAtLeastAndAgainUntilTheEnd) {
