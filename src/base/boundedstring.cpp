@@ -39,10 +39,11 @@ size_t Room(size_t size, size_t limit) {
 }
 
 // The characters that may stand between '%' and 'n': flags, argument number, width, precision and
-// length modifiers. This is a table because every message of a client is searched.
+// length modifiers, also those of newer C libraries ("w32"). This is a table because every message
+// of a client is searched.
 constexpr std::array<bool, 256> MakeModifiers() {
     std::array<bool, 256> modifiers{};
-    for (const char modifier : std::string_view("0123456789$-+ #'I*.hlLqjzZt")) {
+    for (const char modifier : std::string_view("0123456789$-+ #'I*.hlLqjzZtw")) {
         modifiers[static_cast<unsigned char>(modifier)] = true;
     }
     return modifiers;
@@ -52,7 +53,7 @@ constexpr std::array<bool, 256> kModifiers = MakeModifiers();
 bool HasCountConversion(const char* format) {
     for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at, '%')) {
         ++at;
-        while (kModifiers[static_cast<unsigned char>(*at)]) {
+        while (kModifiers[static_cast<unsigned char>(*at)] || (*at == 'f' && at[-1] == 'w')) {
             ++at;
         }
         if (*at == 'n') {

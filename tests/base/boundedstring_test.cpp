@@ -157,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(EverySpellingOfN, RefusedFormat,
                                            "%5n", "%-n", "%05n", "%+n", "% n", "%#n", "%'n", "%In",
                                            "%-+ #0'n", "%.n", "%.3n", "%10.3lln", "%1$5n", "text%n",
                                            "%ntext", "%p%n", "%%%n", "%%%%%n", "%n%%", "%1$p%2$n",
-                                           "%%n%n", "a\n%n"));
+                                           "%%n%n", "a\n%n", "%w32n", "%wf8n", "%1$w64n"));
 
 INSTANTIATE_TEST_SUITE_P(EverySpellingWithAStar, RefusedFormat,
                          ::testing::Values("%*n", "%.*n", "%*.*n", "%-*n", "%*1$n", "%2$*1$n",
