@@ -51,6 +51,16 @@ class ChannelMap {
         }
     }
 
+    // Calls `visit` with each channel, in the order of their creation. Waits for no lock.
+    template <class Visitor>
+    void ForEachWithoutWaiting(Visitor visit) const {
+        for (const auto& created : created_) {
+            if (TEDebugInfoBuf* const channel = created.load(std::memory_order_acquire)) {
+                visit(*channel);
+            }
+        }
+    }
+
     // For a process that dies: writes out the queues of the channels whose files are open, within
     // two seconds but for a write that takes longer. Allocates nothing, and waits for no lock that
     // is not free by then. Other threads may go on logging. REQUIRES: one thread at a time.

@@ -70,6 +70,16 @@ TEST_F(BeforeDeath, NothingIsAllocatedOrFreed) {
     EXPECT_EQ(Details(), logged);
 }
 
+TEST_F(BeforeDeath, NothingIsAllocatedForAWriteThatFails) {
+    Log(1, std::string(1000, 'x'));
+    const FileSizeLimit limit(500);
+    LogMaintenanceInterface& maintenance = Maintenance();
+    ForgetAllocations();
+    maintenance.WriteQueuesBeforeDeath();
+    EXPECT_EQ(AllocationsOfThisThread().count, 0U);
+    EXPECT_EQ(Channel("corbaoper").recordsDropped, 1U);
+}
+
 TEST_F(BeforeDeath, NoFileIsOpened) {
     LogTo("debug", "still queued");
     Maintenance().WriteQueuesBeforeDeath();
@@ -152,6 +162,32 @@ TEST_F(BeforeDeath, AnExitWithoutMemoryEndsLikeAnyOther) {
     EXPECT_TRUE(WIFEXITED(status)) << status;
     EXPECT_EQ(WEXITSTATUS(status), 7);
     EXPECT_THAT(DetailsOf(child), IsEmpty());
+}
+
+// As the periodic output holds it while it writes to a disk that does not answer.
+TEST_F(BeforeDeath, AnExitDoesNotWaitForTheMutexOfTheChannels) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
+#endif
+    const pid_t child = Fork([] {
+        HandleExit();
+        Manager().outputmode = kQueuedOutput;
+        Log(1, "one");
+        std::vector<TEDebugInfoBuf*> channels;
+        for (const char* const category : kLogCategories) {
+            channels.push_back(Manager().Channels().Find(category));
+        }
+        Manager().Channels().BeforeFork();
+        for (TEDebugInfoBuf* const channel : channels) {
+            channel->AfterForkInParent();
+        }
+        std::exit(7);
+        return 0;
+    });
+    const int status = Await(child);
+    EXPECT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_THAT(DetailsOf(child), ElementsAre("one"));
 }
 
 TEST_F(BeforeDeath, TheProcessMayLiveOn) {
