@@ -56,6 +56,7 @@ TEDebugInfoBuf::~TEDebugInfoBuf() {
     const FileWork work;
     try {
         Flush();
+        logFile_.reset();  // here, where the thread cannot be cancelled
     } catch (...) {
         // An unknown error. Leave the file as it is: a closing line would say that it is complete.
         [[maybe_unused]] LogFile* leftOpen = logFile_.release();
@@ -167,7 +168,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     statistics_.received.Add(1);  // the notice
     CountBuffered();
     bufferGuard.Release();
-    WriteAllBefore(full, 1);
+    WriteAllBefore(full, 0);
     logFile_->WriteRecord(notice);
     fileGuard.Release();
     GiveBack(full);
@@ -220,7 +221,7 @@ void TEDebugInfoBuf::OutputAll() {
     }
     {
         const Guard fileGuard(fileMutex_);
-        WriteAllBefore(takenQueue, 1 + takenKept.Count());
+        WriteAllBefore(takenQueue, takenKept.Count());
         LogRecord head =
             OwnRecord(LOG_LEVEL_3, "TEDebugInfoBuf::OutputAll",
                       "The follow message was dump by maintenance command flushall.", __LINE__);
@@ -229,7 +230,7 @@ void TEDebugInfoBuf::OutputAll() {
         try {
             logFile_->WriteRecordWithDump(head, takenKept);
         } catch (...) {
-            logFile_->CountDropped(takenKept.Count());
+            logFile_->CountHistoryDropped(takenKept.Count());
             throw;
         }
         logFile_->Flush();
@@ -317,11 +318,12 @@ void TEDebugInfoBuf::Reopen() {
     logFile_->Reopen();
 }
 
-void TEDebugInfoBuf::WriteAllBefore(const RecordQueue& records, uint64_t followers) {
+void TEDebugInfoBuf::WriteAllBefore(const RecordQueue& records, uint64_t history) {
     try {
         WriteAll(records);
     } catch (...) {
-        logFile_->CountDropped(followers);
+        logFile_->CountDropped(1);
+        logFile_->CountHistoryDropped(history);
         throw;
     }
 }
@@ -354,7 +356,7 @@ void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
     if (withQueue) {
         queue_.MoveRecordsTo(queued);
         CountBuffered();
-        WriteAllBefore(queued, 1);
+        WriteAllBefore(queued, 0);
     }
     logFile_->WriteRecordWithDump(trigger, keptBack_);
     fileGuard.Release();

@@ -141,8 +141,8 @@ class TEDebugInfoBuf {
     // Writes the records in order. Opens the file first; when that fails, the records are lost.
     void WriteAll(const RecordQueue& records) REQUIRES(fileMutex_);
 
-    // The same before so many other records, which are lost when this throws.
-    void WriteAllBefore(const RecordQueue& records, uint64_t followers) REQUIRES(fileMutex_);
+    // The same before one other record, which is lost with so many kept-back ones when this throws.
+    void WriteAllBefore(const RecordQueue& records, uint64_t history) REQUIRES(fileMutex_);
 
     // Writes the queue if `withQueue`, then the trigger and what is kept back as one dump,
     // and empties both.

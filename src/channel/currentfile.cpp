@@ -283,7 +283,7 @@ void CurrentFile::KeepOnly(size_t whole, const WriteResult& failed) {
     }
     suspect_ = !IsNoRoom(failed.error);
     pause_.Begin();
-    if (Is(failed.error, std::errc::bad_file_descriptor)) {
+    if (!dying_ && Is(failed.error, std::errc::bad_file_descriptor)) {
         // Somebody has closed it. Its number may be that of another file by now.
         stream_.Abandon();
         Leave();
@@ -374,6 +374,9 @@ void CurrentFile::Count(const std::error_code& error, const std::string& path) {
     statistics_.failures.Add(1);
     statistics_.lastError.Set(static_cast<uint64_t>(error.value()));
     statistics_.lastErrorSecond.Set(static_cast<uint64_t>(std::time(nullptr)));
+    if (dying_) {
+        return;
+    }
     try {
         statistics_.lastErrorFile.Set(std::string(path));
     } catch (const std::bad_alloc&) {  // NOLINT: the failure counts all the same

@@ -81,6 +81,20 @@ class CurrentFile {
         return result;
     }
 
+    // While it stands, a failure is counted without memory and locks, and so without the name of
+    // its file: the process dies.
+    class Dying {
+      public:
+        explicit Dying(CurrentFile& file) : file_(file) { file_.dying_ = true; }
+        ~Dying() { file_.dying_ = false; }
+
+        Dying(const Dying&) = delete;
+        Dying& operator=(const Dying&) = delete;
+
+      private:
+        CurrentFile& file_;
+    };
+
     // Of what a failed write has written, keeps the first `whole` bytes.
     void KeepOnly(size_t whole, const WriteResult& failed);
 
@@ -170,7 +184,8 @@ class CurrentFile {
     RecordCounts countsBefore_;
     WrittenFiles left_;
 
-    bool failing_ = false;         // the last attempt to open or to write a file failed
+    bool failing_ = false;  // the last attempt to open or to write a file failed
+    bool dying_ = false;
     bool suspect_ = false;         // the file failed, but not because there is no room
     size_t torn_ = 0;              // bytes at the end of the file that could not be taken back
     WritePause pause_;             // before the next attempt to write, or to open the first file

@@ -111,7 +111,7 @@ char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
 
 void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_view time,
                     std::string_view after) {
-    char* const at = buffer.Reserve(time.size() + kFixedTextSize);
+    char* const at = buffer.Reserve(before.size() + time.size() + after.size());
     buffer.Commit(Put(Put(Put(at, before), CutAtZero(time)), after));
 }
 

@@ -44,14 +44,19 @@ uint64_t LogFile::Handled() const {
     return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
 }
 
-// Calls `write`, which writes so many records, and counts those that it does not get to.
+// Calls `write`, which numbers and writes so many records, and counts those that it does not get
+// to.
 template <class Write>
 void LogFile::CountingLosses(uint64_t records, Write write) {
     const uint64_t handledBefore = Handled();
+    const uint64_t numberBefore = recordNumber_;
     try {
         write();
     } catch (...) {
-        CountDropped(records - (Handled() - handledBefore));
+        statistics_.recordsDropped.Add(records - (Handled() - handledBefore));
+        if (file_.KeepsRecords()) {
+            recordNumber_ = numberBefore + records;
+        }
         throw;
     }
 }
@@ -274,9 +279,9 @@ Records LogFile::Lose(Records record, size_t frameSize, const std::error_code& e
 }
 
 void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& keptBack) {
-    ++recordNumber_;
     bool written = false;
     CountingLosses(1, [&] {
+        ++recordNumber_;
         if (!EnsureOpen()) {
             statistics_.recordsDropped.Add(1 + keptBack.Count());
             return;
@@ -296,13 +301,13 @@ void LogFile::WriteRecordWithDump(const LogRecord& trigger, const KeptRecords& k
 
 // No exception comes out: the caller would keep the history, which is counted as lost.
 void LogFile::AbandonDump(const LogRecord& trigger, const KeptRecords& keptBack) noexcept {
-    statistics_.recordsDropped.Add(keptBack.Count());
+    CountHistoryDropped(keptBack.Count());
+    const uint64_t handledBefore = Handled();
     try {
-        CountingLosses(1, [&] {
-            LeaveFailedFile();
-            WriteTriggerAlone(trigger);
-        });
-    } catch (...) {  // NOLINT: it is counted
+        LeaveFailedFile();
+        WriteTriggerAlone(trigger);
+    } catch (...) {
+        statistics_.recordsDropped.Add(1 - (Handled() - handledBefore));
     }
 }
 

@@ -93,6 +93,9 @@ class LogFile {
     // use up their numbers, so that the gap tells how many they were.
     void CountDropped(uint64_t records);
 
+    // Counts kept-back records that were lost. They have no numbers.
+    void CountHistoryDropped(uint64_t records) { statistics_.recordsDropped.Add(records); }
+
     // Changes the directory and the prefix: begins a new file there, copies the current file's
     // contents into it and removes the old file. Keeps the old file when the new one cannot be
     // opened or cannot take all of the contents. Always returns 0.

@@ -13,6 +13,8 @@ bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
     if (!IsOpen()) {
         return false;
     }
+    const CurrentFile::Dying dying(file_);
+    const uint64_t numberBefore = recordNumber_;
     const uint64_t writtenBefore = statistics_.recordsWritten.Get();
     uint64_t inPiece = 0;
     bool succeeds = true;
@@ -33,7 +35,11 @@ bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
     if (succeeds) {
         WriteLastPiece(memory, inPiece);
     }
-    CountDropped(records.Count() - (statistics_.recordsWritten.Get() - writtenBefore));
+    statistics_.recordsDropped.Add(records.Count() -
+                                   (statistics_.recordsWritten.Get() - writtenBefore));
+    if (file_.KeepsRecords()) {
+        recordNumber_ = numberBefore + records.Count();
+    }
     return true;
 }
 

@@ -1,6 +1,9 @@
 // The manager's beginning and end.
+#include <pthread.h>
+
 #include <functional>
 #include <future>
+#include <thread>
 
 #include "manager/managerfixture.h"
 
@@ -53,6 +56,17 @@ TEST_F(Lifecycle, BeginsAnewAfterItsEnd) {
         LogMgr::DestroyInstance();
         EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
     }
+}
+
+// A thread that ended in a destructor would end the process.
+TEST_F(Lifecycle, IsEndedWholeByAThreadThatIsCancelled) {
+    Manager().CreateChannels();
+    Log("debug", -1, "text");
+    std::thread([] {
+        ::pthread_cancel(::pthread_self());
+        LogMgr::DestroyInstance();
+    }).join();
+    EXPECT_THAT(Written("debug"), testing::EndsWith(kClosedLine));
 }
 
 // Under the lock of the process, so that nobody begins a new life meanwhile.

@@ -257,5 +257,33 @@ TEST_F(OutOfMemory, LeavesEachRecordOfManyThreadsWrittenOnceOrCounted) {
     }
 }
 
+// A file must not begin without its first line.
+TEST_F(OutOfMemory, LeavesTheFirstAndTheLastLineOfAFileAlone) {
+    const std::string created = Created();
+    const std::string closed = NS_TEST::Closed();
+    FileLines lines;
+    ForgetAllocations();
+    const bool same = lines.Created() == created && lines.Closed() == closed;
+    EXPECT_EQ(AllocationsOfThisThread().count, 0u);
+    EXPECT_TRUE(same);
+}
+
+// With records kept, a gap in the numbers tells how many are missing.
+TEST_F(OutOfMemory, UsesUpOneNumberForEachRecordThatIsLost) {
+    LogFile file(Path().c_str(), "unbi_", 1 << 30, 1);
+    file.SetPolicy(FilePolicy::kKeepRecords);
+    file.WriteRecord(WithDetail("first").Get());
+    const OwnedRecord large = WithDetail(std::string(5000000, 'x'));
+    FailNextAllocation();
+    EXPECT_THROW(file.WriteRecord(large.Get()), std::bad_alloc);
+    file.WriteRecord(WithDetail("third").Get());
+    FailNextAllocation();
+    EXPECT_THROW(file.WriteRecordWithDump(large.Get(), KeptRecords(0)), std::bad_alloc);
+    file.WriteRecord(WithDetail("fifth").Get());
+    EXPECT_EQ(file.Statistics().recordsDropped.Get(), 2u);
+    EXPECT_EQ(ReadFile(file.CurrentPath()),
+              Created() + Frame(1, "first") + Frame(3, "third") + Frame(5, "fifth"));
+}
+
 }  // namespace
 }  // namespace NS_TEST
