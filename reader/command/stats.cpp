@@ -7,6 +7,7 @@
 #include "command/tally.h"
 #include "output/output.h"
 #include "output/recordformat.h"
+#include "output/visibletext.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -49,7 +50,7 @@ class Statistics {
             for (const auto& [text, count] : aspect.tally.Top(top)) {
                 PutPadded(output, count);
                 output.Put("  ");
-                output.Put(text.empty() ? "-" : text);
+                PutVisible(output, text.empty() ? std::string_view("-") : text);
                 output.Put('\n');
             }
             if (aspect.tally.Different() > top) {

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "output/recordformat.h"
+#include "output/visibletext.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -55,22 +56,7 @@ class ReadableFormat : public RecordFormat {
         Colour(output, kReset);
     }
 
-    // The text without what a terminal would obey.
-    static void PutVisible(Output& output, std::string_view text) {
-        constexpr const char* digits = "0123456789abcdef";
-        for (const char character : text) {
-            const auto byte = static_cast<unsigned char>(character);
-            if ((byte < 0x20 && character != '\t') || byte == 0x7f) {
-                output.Put("\\x");
-                output.Put(digits[byte >> 4]);
-                output.Put(digits[byte & 15]);
-            } else {
-                output.Put(character);
-            }
-        }
-    }
-
-    // The same with what the pattern matches in colour.
+    // The text as PutVisible puts it, with what the pattern matches in colour.
     void PutMarked(Output& output, std::string_view text) const {
         size_t at = 0;
         while (options_.isColoured && options_.pattern != nullptr) {

@@ -88,6 +88,13 @@ TEST_F(Verify, SumsUpEachSeries) {
 
 class Stats : public ReaderProgram {};
 
+TEST_F(Stats, ShowNothingThatATerminalWouldObey) {
+    LogFields fields;
+    fields.user = "\x1b[31mopr";
+    WriteFile(Path(LogName("debug", 7)), LogFrame(1, fields));
+    EXPECT_THAT(Run({"stats", Path()}).output, HasSubstr("1  \\x1b[31mopr\n"));
+}
+
 TEST_F(Stats, CountEveryAspect) {
     WriteSample();
     const ProgramResult result = Run({"stats", "--top", "1", Path()});

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "output/recordformat.h"
+#include "output/visibletext.h"
 #include "query/badrequest.h"
 #include "reader/logtext.h"
 #include "reader/scanfile.h"
@@ -101,6 +102,25 @@ TEST_F(Formats, JsonReplacesWhatIsNoUtf8) {
         large.replace(i, 2, "\xc3\xbc");
     }
     EXPECT_EQ(Capture([&](Output& output) { PutJsonString(output, large); }), "\"" + large + "\"");
+}
+
+TEST_F(Formats, ShowNothingThatATerminalWouldObey) {
+    const struct {
+        const char* text;
+        const char* visible;
+    } cases[] = {
+        {"\x1b]0;x\x07\t\x7f", "\\x1b]0;x\\x07\t\\x7f"},
+        {"a\xc2\x9b"
+         "31m\xc2\xa0\xc3\x9b",
+         "a\\xc2\\x9b31m\xc2\xa0\xc3\x9b"},
+        {"\xe2\x80\xaeoops\xd8\x9c", "\\xe2\\x80\\xaeoops\\xd8\\x9c"},
+        {"\xe2\x80\x93\xe2\x80\xa6\xe2\x82\xac", "\xe2\x80\x93\xe2\x80\xa6\xe2\x82\xac"},
+        {"\xe2\x80", "\xe2\x80"},
+        {"\xff\xfe", "\xff\xfe"},
+    };
+    for (const auto& test : cases) {
+        EXPECT_EQ(Capture([&](Output& output) { PutVisible(output, test.text); }), test.visible);
+    }
 }
 
 TEST_F(Formats, RawGivesEachByteOnce) {
