@@ -87,6 +87,15 @@ void FollowedFile::ReadNew(const Matcher& matcher, ProblemListener& problems,
         }
         Take(piece, matcher, take);
     }
+    NoteReadError(problems);
+}
+
+// It is read again with each change: said once as long as it lasts.
+void FollowedFile::NoteReadError(ProblemListener& problems) {
+    if (!scanner_->Error().empty() && scanner_->Error() != readError_) {
+        problems.ReportUnread(scanner_->Error(), scanner_->Offset());
+    }
+    readError_ = scanner_->Error();
 }
 
 void FollowedFile::Take(const Piece& piece, const Matcher& matcher,

@@ -43,6 +43,7 @@ class FollowedFile {
     void StartAt(uint64_t offset);
     std::string ReadBeginning();
     bool HasBegunAgain();
+    void NoteReadError(ProblemListener& problems);
     void Take(const Piece& piece, const Matcher& matcher,
               const std::function<void(const Found&)>& take);
 
@@ -52,6 +53,7 @@ class FollowedFile {
     std::string beginning_;  // enough of it to tell another file of that name
     struct stat status_ {};
     std::optional<PieceScanner> scanner_;
+    std::string readError_;  // of the last look; empty: none
     uint64_t ordinal_ = 0;
     bool isClosed_ = false;
 };

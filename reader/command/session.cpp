@@ -29,6 +29,10 @@ void StderrListener::Report(const std::string& path, int64_t offset, const std::
     }
 }
 
+void StderrListener::ReportUnread(const std::string& reason, uint64_t offset) {
+    NoteTrouble(reason + "; what follows byte " + std::to_string(offset) + " was not read");
+}
+
 void StderrListener::NoteTrouble(const std::string& text) {
     hasTrouble_ = true;
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());

@@ -21,6 +21,7 @@ namespace NS_LOG_READER {
 class StderrListener final : public ProblemListener {
   public:
     void Report(const std::string& path, int64_t offset, const std::string& text) override;
+    void ReportUnread(const std::string& reason, uint64_t offset) override;
     void NoteRead(uint64_t bytes) override { progress_.Add(bytes); }
 
     // A file could not be read, or not to its end.

@@ -40,6 +40,10 @@ class ProblemListener {
     // `offset` is where in the file; negative: the whole of it.
     virtual void Report(const std::string& path, int64_t offset, const std::string& text) = 0;
 
+    // A file could not be read to its end; `reason` names it. `offset` is how far its contents were
+    // read.
+    virtual void ReportUnread(const std::string& reason, uint64_t offset) = 0;
+
     // So many bytes more have been read.
     virtual void NoteRead(uint64_t) {}
 };

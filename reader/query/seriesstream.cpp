@@ -70,8 +70,7 @@ bool SeriesStream::OpenNextFile() {
 void SeriesStream::CloseFile() {
     if (scanner_) {
         if (!scanner_->Error().empty()) {
-            problems_.Report(series_.files[file_ - 1].name.path,
-                             static_cast<int64_t>(scanner_->Offset()), scanner_->Error());
+            problems_.ReportUnread(scanner_->Error(), scanner_->Offset());
         }
         scanner_.reset();
         source_.reset();

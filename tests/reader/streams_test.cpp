@@ -22,6 +22,9 @@ class Problems final : public ProblemListener {
     void Report(const std::string&, int64_t offset, const std::string& text) override {
         texts.push_back(std::to_string(offset) + " " + text);
     }
+    void ReportUnread(const std::string& reason, uint64_t offset) override {
+        texts.push_back(std::to_string(offset) + " unread: " + reason);
+    }
     std::vector<std::string> texts;
 };
 
