@@ -11,6 +11,7 @@
 #include "command/followedfile.h"
 #include "command/followoutput.h"
 #include "command/session.h"
+#include "command/verification.h"
 #include "query/badrequest.h"
 
 namespace NS_LOG_READER {
@@ -32,8 +33,7 @@ class Follow {
                 // Files are looked at once more after the last process has ended.
                 goesOn = !options_.endsWithAgent || watch_.HasProcess();
                 goesOn = goesOn && watch_.Wait();
-                FindFiles(false);
-                PrintNew();
+                Look();
             }
         } catch (const OutputClosed&) {
             // As much was wanted as was read.
@@ -50,6 +50,15 @@ class Follow {
         }
         for (const std::string& directory : directories) {
             watch_.WatchDirectory(directory);
+        }
+    }
+
+    // Prints what has come. What could not be opened may be when others are closed.
+    void Look() {
+        bool wasClosed = true;
+        while (wasClosed) {
+            FindFiles(false);
+            wasClosed = PrintNew() && !unopened_.empty();
         }
     }
 
@@ -84,25 +93,39 @@ class Follow {
     void AddFile(const std::string& path, bool isFirst) {
         LogFileName name;
         struct stat status {};
-        if (!IsWanted(path, name) || ::stat(path.c_str(), &status) != 0 ||
-            !known_.emplace(path, status.st_ino).second || IsOpen(status)) {
+        if (!IsWanted(path, name) || ::stat(path.c_str(), &status) != 0) {
+            return;
+        }
+        const std::pair<std::string, ino_t> file(path, status.st_ino);
+        if (!known_.insert(file).second || IsOpen(status)) {
             return;
         }
         try {
-            auto file = std::make_unique<FollowedFile>(name, series_++);
-            if (isFirst) {
-                file->SkipToEnd();
-            }
-            if (isFirst && file->IsClosed()) {
-                return;
-            }
-            if (options_.endsWithAgent) {
-                watch_.WatchProcess(name.process);
-            }
-            files_.push_back(std::move(file));
+            const auto unopened = unopened_.find(file);
+            const off_t past = unopened != unopened_.end() ? unopened->second : 0;
+            OpenNew(name, isFirst ? status.st_size : past, isFirst);
+            unopened_.erase(file);
         } catch (const ReadError& error) {
-            output_.Problems().NoteTrouble(error.what());
+            known_.erase(file);
+            if (unopened_.emplace(file, isFirst ? status.st_size : 0).second) {
+                output_.Problems().NoteTrouble(error.what());
+            }
         }
+    }
+
+    // `past`: how many bytes of it were there at first.
+    void OpenNew(const LogFileName& name, off_t past, bool isFirst) {
+        auto file = std::make_unique<FollowedFile>(name, series_++);
+        if (past > 0) {
+            file->SkipTo(static_cast<uint64_t>(past));
+        }
+        if (isFirst && file->IsClosed()) {
+            return;
+        }
+        if (options_.endsWithAgent) {
+            watch_.WatchProcess(name.process);
+        }
+        files_.push_back(std::move(file));
     }
 
     // A file that was renamed is still followed.
@@ -130,8 +153,10 @@ class Follow {
         return ::stat(found.record.origin->path.c_str(), &status) == 0 ? status.st_ino : 0;
     }
 
-    // Everything that was written since the last look, by time.
-    void PrintNew() {
+    // Everything that was written since the last look, by time. True: files were closed.
+    bool PrintNew() {
+        // Judged before they are read, which is then to their end.
+        const std::set<const FollowedFile*> removed = FindRemoved();
         std::vector<KeptRecord> fresh;
         for (const auto& file : files_) {
             try {
@@ -142,31 +167,50 @@ class Follow {
             }
         }
         output_.PrintNew(std::move(fresh));
-        CloseDoneFiles();
+        return CloseDoneFiles(removed);
     }
 
-    // The newest file of a process may be emptied and written again, even when it was closed.
+    // The files that nobody can open any more and their process does not write.
+    std::set<const FollowedFile*> FindRemoved() const {
+        std::set<const FollowedFile*> removed;
+        for (const auto& file : files_) {
+            if (file->IsRemoved() && (file->IsClosed() || !IsAlive(file->Name().process))) {
+                removed.insert(file.get());
+            }
+        }
+        return removed;
+    }
+
+    // The newest file of a process may be emptied and written again, even when it was closed. That
+    // the process is not seen alone says little: it may live in another container.
     bool IsDone(const FollowedFile& file) const {
         const LogFileName& name = file.Name();
+        if (file.IsClosedForLong() && !IsAlive(name.process)) {
+            return true;
+        }
         return file.IsClosed() && std::any_of(files_.begin(), files_.end(), [&](const auto& other) {
                    return other->Name().category == name.category &&
                           other->Name().process == name.process && other->Name().path > name.path;
                });
     }
 
-    void CloseDoneFiles() {
+    bool CloseDoneFiles(const std::set<const FollowedFile*>& removed) {
         // Judged before any is removed.
         std::vector<std::unique_ptr<FollowedFile>> kept;
         std::vector<bool> isDone;
         for (auto& file : files_) {
-            isDone.push_back(IsDone(*file));
+            isDone.push_back(removed.count(file.get()) != 0 || IsDone(*file));
         }
         for (size_t i = 0; i < files_.size(); ++i) {
             if (!isDone[i]) {
                 kept.push_back(std::move(files_[i]));
+            } else if (files_[i]->IsRemoved()) {
+                // Its number may come again with another file of that name.
+                known_.erase({files_[i]->Name().path, files_[i]->Inode()});
             }
         }
-        files_ = std::move(kept);
+        files_.swap(kept);
+        return files_.size() < kept.size();
     }
 
     const Options& options_;
@@ -174,6 +218,8 @@ class Follow {
     ChangeWatch watch_;
     std::vector<std::unique_ptr<FollowedFile>> files_;
     std::set<std::pair<std::string, ino_t>> known_;
+    // What could not be opened, and how much of it is past. Told once, and tried again.
+    std::map<std::pair<std::string, ino_t>, off_t> unopened_;
     size_t series_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "command/followedfile.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "format/recordparser.h"
@@ -14,6 +15,9 @@ constexpr size_t kBeginningSize = 64;
 // How far from the end a place to begin is looked for.
 constexpr uint64_t kTail = uint64_t{1} << 20;
 
+// How long after its end a file cannot be emptied and written again under its name.
+constexpr time_t kLong = 60;
+
 }  // namespace
 
 FollowedFile::FollowedFile(LogFileName name, size_t series)
@@ -27,6 +31,10 @@ FollowedFile::FollowedFile(LogFileName name, size_t series)
 
 bool FollowedFile::IsFile(const struct stat& status) const {
     return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
+}
+
+bool FollowedFile::IsClosedForLong() const {
+    return isClosed_ && !file_.WasWrittenWithin(kLong);
 }
 
 void FollowedFile::StartAt(uint64_t offset) {
@@ -53,13 +61,13 @@ bool FollowedFile::HasBegunAgain() {
     return isOther;
 }
 
-void FollowedFile::SkipToEnd() {
-    const uint64_t size = file_.Size();
+void FollowedFile::SkipTo(uint64_t size) {
+    size = std::min(size, file_.Size());
     const uint64_t from = size > kTail ? size - kTail : 0;
     const std::optional<Boundary> place = from > 0 ? FindBoundary(file_, from, size) : std::nullopt;
     StartAt(place ? place->offset : 0);
     Piece piece;
-    while (scanner_->Next(piece)) {
+    while (scanner_->Offset() < size && scanner_->Next(piece)) {
         isClosed_ = piece.kind == PieceKind::Closed;
     }
 }

@@ -24,8 +24,8 @@ class FollowedFile {
     FollowedFile(const FollowedFile&) = delete;
     FollowedFile& operator=(const FollowedFile&) = delete;
 
-    // Passes over what is there already.
-    void SkipToEnd();
+    // Passes over what begins in its first `size` bytes.
+    void SkipTo(uint64_t size);
 
     // Hands out the records that have been written since. A file that was emptied meanwhile, as it
     // happens when it is full within its second, begins again.
@@ -37,6 +37,11 @@ class FollowedFile {
     uint64_t Offset() const { return scanner_->Offset(); }
     // Its last line says that it is done.
     bool IsClosed() const { return isClosed_; }
+    // Its last line says that it is done, and its name's second is surely over.
+    bool IsClosedForLong() const;
+    // It has no name any more.
+    bool IsRemoved() const { return !file_.HasName(); }
+    ino_t Inode() const { return status_.st_ino; }
     bool IsFile(const struct stat& status) const;
 
   private:

@@ -52,4 +52,15 @@ uint64_t PlainFile::Size() const {
     return static_cast<uint64_t>(status.st_size);
 }
 
+bool PlainFile::HasName() const {
+    struct stat status {};
+    return ::fstat(descriptor_.Get(), &status) != 0 || status.st_nlink != 0;
+}
+
+bool PlainFile::WasWrittenWithin(time_t seconds) const {
+    struct stat status {};
+    return ::fstat(descriptor_.Get(), &status) != 0 ||
+           status.st_mtim.tv_sec + seconds >= ::time(nullptr);
+}
+
 }  // namespace NS_LOG_READER

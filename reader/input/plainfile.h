@@ -1,6 +1,7 @@
 // A file that is read as it is.
 #pragma once
 
+#include <ctime>
 #include <string>
 
 #include "input/bytesource.h"
@@ -20,6 +21,12 @@ class PlainFile final : public ByteSource {
     void Seek(uint64_t offset) override { offset_ = offset; }
     uint64_t Size() const override;
     bool IsPlain() const override { return true; }
+
+    // Whether it stands in a directory still; true when that is not known.
+    bool HasName() const;
+
+    // Whether it was written that lately; true when that is not known.
+    bool WasWrittenWithin(time_t seconds) const;
 
   private:
     std::string path_;

@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -54,6 +55,37 @@ class Follow : public ReaderProgram {
         return std::make_unique<ChildProcess>(ChildStart{words});
     }
 
+    // Has the program look at all files twice: the first look may have begun before.
+    void AwaitLook(ChildProcess& program) {
+        for (int i = 0; i < 2; ++i) {
+            const std::string mark = "mark" + std::to_string(++marks_);
+            Append(first_, Frame(static_cast<uint32_t>(marks_), mark));
+            ASSERT_TRUE(program.WaitForOutput(mark + "\n"));
+        }
+    }
+
+    // Whether the program has a file open that has this name or had it.
+    bool IsHeld(const ChildProcess& program, const std::string& name) const {
+        const std::string open = "/proc/" + std::to_string(program.GetId()) + "/fd";
+        for (const auto& entry : std::filesystem::directory_iterator(open)) {
+            std::error_code gone;
+            const std::string file = std::filesystem::read_symlink(entry.path(), gone).string();
+            if (file.find(name) != std::string::npos) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void SetAge(const std::string& name, std::chrono::hours age) {
+        std::filesystem::last_write_time(Path(name),
+                                         std::filesystem::file_time_type::clock::now() - age);
+    }
+
+    // No process has this number.
+    static constexpr int kEnded = 2147483646;
+
+    int marks_ = 0;
     Writer writer_;
     std::string first_ = LogName("oper", 1, writer_.Number());
 };
@@ -162,6 +194,67 @@ TEST_F(Follow, EndsWhenNobodyReads) {
     ASSERT_TRUE(program->WaitForOutput("one\n"));
     program->CloseOutput();
     EXPECT_EQ(program->Wait().exitCode, 0);
+}
+
+TEST_F(Follow, LetsGoOfARemovedFileThatNobodyWrites) {
+    const std::string ended = LogName("debug", 1, kEnded);
+    const std::string living = LogName("debug", 2, writer_.Number());
+    Append(first_, CreatedText());
+    const auto program = Start();
+    AwaitLook(*program);
+    Append(ended, Frame(1, "ended"));
+    Append(living, Frame(1, "living"));
+    ASSERT_TRUE(program->WaitForOutput("ended\n"));
+    ASSERT_TRUE(program->WaitForOutput("living\n"));
+    std::ofstream writing(Path(living), std::ios::app);
+    std::filesystem::remove(Path(ended));
+    std::filesystem::remove(Path(living));
+    AwaitLook(*program);
+    AwaitLook(*program);
+    EXPECT_FALSE(IsHeld(*program, ended));
+    EXPECT_TRUE(IsHeld(*program, living));
+    writing << Frame(2, "without a name") << std::flush;
+    ASSERT_TRUE(program->WaitForOutput("without a name\n"));
+    writing << ClosedText() << std::flush;
+    AwaitLook(*program);
+    AwaitLook(*program);
+    EXPECT_FALSE(IsHeld(*program, living));
+}
+
+TEST_F(Follow, LetsGoOfWhatAnEndedProcessHasClosed) {
+    const std::string ended = LogName("debug", 1, kEnded);
+    Append(first_, CreatedText());
+    const auto program = Start();
+    AwaitLook(*program);
+    Append(ended, Frame(1, "ended") + ClosedText());
+    ASSERT_TRUE(program->WaitForOutput("ended\n"));
+    // It may be emptied and written again within its second.
+    SetAge(ended, std::chrono::hours(-1));
+    AwaitLook(*program);
+    AwaitLook(*program);
+    EXPECT_TRUE(IsHeld(*program, ended));
+    SetAge(ended, std::chrono::hours(1));
+    AwaitLook(*program);
+    AwaitLook(*program);
+    EXPECT_FALSE(IsHeld(*program, ended));
+}
+
+TEST_F(Follow, OpensWhatItCouldNotOpenOnceOthersAreClosed) {
+    Append(first_, CreatedText());
+    ChildProcess program(
+        ChildStart{{"prlimit", "--nofile=14:14", QVLOG, "-f", "--fields", "detail", Path()}});
+    const auto name = [](int file) { return LogName("debug", file, kEnded); };
+    int last = 0;
+    while (CountIn(program.GetErrors(), "Too many open files") == 0) {
+        ++last;
+        ASSERT_LT(last, 14);
+        Append(name(last), Frame(1, "file" + std::to_string(last)));
+        AwaitLook(program);
+    }
+    AwaitLook(program);
+    std::filesystem::remove(Path(name(1)));
+    ASSERT_TRUE(program.WaitForOutput("file" + std::to_string(last) + "\n"));
+    EXPECT_EQ(CountIn(program.GetErrors(), "Too many open files"), 1);
 }
 
 }  // namespace
