@@ -63,7 +63,8 @@ bool ChangeWatch::Wait() {
             processes_.erase(numbers[i]);
         }
     }
-    return (all[1].revents & (POLLERR | POLLNVAL)) == 0;
+    // A pipe without a reader tells an error, a socket that its peer has hung up.
+    return (all[1].revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
 }  // namespace NS_LOG_READER

@@ -1,4 +1,5 @@
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -194,6 +195,17 @@ TEST_F(Follow, EndsWhenNobodyReads) {
     ASSERT_TRUE(program->WaitForOutput("one\n"));
     program->CloseOutput();
     EXPECT_EQ(program->Wait().exitCode, 0);
+}
+
+TEST_F(Follow, EndsWhenNobodyReadsASocket) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    ::close(ends[1]);
+    // The limit ends a program that never waits.
+    const ProgramResult result = NS_TEST::RunProgram(ChildStart{
+        {"sh", "-c", R"(ulimit -t 10; exec "$0" -f "$1" >&0)", QVLOG, Path()}, {}, ends[0]});
+    ::close(ends[0]);
+    EXPECT_EQ(result.exitCode, 1) << result.errors;
 }
 
 TEST_F(Follow, LetsGoOfARemovedFileThatNobodyWrites) {
