@@ -31,7 +31,9 @@ class CompressedSource : public ByteSource {
 
 class GzipFile final : public CompressedSource {
   public:
-    explicit GzipFile(const std::string& path) : path_(path), file_(gzopen(path.c_str(), "rbe")) {
+    explicit GzipFile(const std::string& path) : path_(path) {
+        RefusePipe(path);
+        file_ = gzopen(path.c_str(), "rbe");
         if (file_ == nullptr) {
             throw ReadError(path + ": " + std::strerror(errno));
         }
@@ -57,7 +59,7 @@ class GzipFile final : public CompressedSource {
 
   private:
     std::string path_;
-    gzFile file_;
+    gzFile file_ = nullptr;
 };
 
 class ZstdFile final : public CompressedSource {

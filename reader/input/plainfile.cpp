@@ -9,17 +9,12 @@
 
 namespace NS_LOG_READER {
 
-namespace {
-
-// A pipe has no size and is read once, and opening one may wait for ever.
 void RefusePipe(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         throw ReadError(path + ": it is a pipe or a device; write it into a file first");
     }
 }
-
-}  // namespace
 
 PlainFile::PlainFile(const std::string& path) : path_(path) {
     RefusePipe(path);

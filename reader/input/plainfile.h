@@ -9,6 +9,10 @@
 
 namespace NS_LOG_READER {
 
+// Throws ReadError when something stands there that is no file: a pipe has no size and is read
+// once, and opening one may wait for ever.
+void RefusePipe(const std::string& path);
+
 class PlainFile final : public ByteSource {
   public:
     // Throws ReadError.

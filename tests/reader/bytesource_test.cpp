@@ -1,9 +1,12 @@
 #include "input/bytesource.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <zlib.h>
 #include <zstd.h>
 
+#include "input/filedescriptor.h"
 #include "reader/logtext.h"
 #include "reader/scanfile.h"
 #include "support/files.h"
@@ -84,6 +87,16 @@ TEST_F(ByteSources, SayWhatIsWrongAfterWhatIsRight) {
     }
     EXPECT_THROW(OpenFile(Path("none.log")), ReadError);
     EXPECT_THROW(OpenFile(Path("none.gz")), ReadError);
+}
+
+TEST_F(ByteSources, RefusePipesWhateverTheirNames) {
+    for (const char* name : {"a.log", "a.log.gz", "a.log.zst"}) {
+        ASSERT_EQ(::mkfifo(Path(name).c_str(), 0600), 0);
+        // With a writer, opening the pipe does not wait.
+        const FileDescriptor writer(::open(Path(name).c_str(), O_RDWR | O_CLOEXEC));
+        ASSERT_TRUE(writer.IsOpen());
+        EXPECT_THROW(OpenFile(Path(name)), ReadError) << name;
+    }
 }
 
 }  // namespace
