@@ -19,6 +19,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Of a log file that may still be written; compressed ones are not.
+std::optional<NameParts> ParseFollowedName(const std::string& path) {
+    return IsCompressedName(path) ? std::nullopt : ParseLogFileName(path);
+}
+
+// Nothing would ever come from another path.
+void RequireFollowed(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        std::error_code error;
+        if (!fs::is_directory(path, error) && !ParseFollowedName(path)) {
+            throw BadRequest(path + (fs::exists(path, error)
+                                         ? ": only files with the name of a log file are followed"
+                                         : ": no such file or directory"));
+        }
+    }
+}
+
 class Follow {
   public:
     explicit Follow(const Options& options) : options_(options), output_(options) {}
@@ -78,8 +95,8 @@ class Follow {
 
     bool IsWanted(const std::string& path, LogFileName& name) const {
         name.path = path;
-        const std::optional<NameParts> parts = ParseLogFileName(path);
-        if (!parts || path.compare(path.size() - 4, 4, ".log") != 0) {
+        const std::optional<NameParts> parts = ParseFollowedName(path);
+        if (!parts) {
             return false;
         }
         name.category = parts->category;
@@ -229,7 +246,11 @@ ExitCode RunFollow(const Options& options) {
     if (options.before + options.after > 0 || options.story || options.reverse || options.count) {
         throw BadRequest("--follow goes with neither context, --story, --reverse nor --count");
     }
-    return options.store.empty() ? Follow(options).Run() : RunFollowStore(options);
+    if (!options.store.empty()) {
+        return RunFollowStore(options);
+    }
+    RequireFollowed(options.paths);
+    return Follow(options).Run();
 }
 
 }  // namespace NS_LOG_READER

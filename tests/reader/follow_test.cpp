@@ -197,6 +197,23 @@ TEST_F(Follow, EndsWhenNobodyReads) {
     EXPECT_EQ(program->Wait().exitCode, 0);
 }
 
+TEST_F(Follow, RefusesWhatCannotBeFollowed) {
+    Append("copy.txt", Frame(1, "one"));
+    Append(first_ + ".gz", Frame(1, "one"));
+    const std::map<std::string, std::string> reasons = {
+        {"copy.txt", "only files with the name of a log file are followed"},
+        {first_ + ".gz", "only files with the name of a log file are followed"},
+        {"missing", "no such file or directory"}};
+    for (const auto& [name, reason] : reasons) {
+        ChildProcess program(ChildStart{{QVLOG, "-f", Path(name)}});
+        // One that follows prints nothing and goes on until its output is closed.
+        program.CloseOutput();
+        const ProgramResult result = program.Wait();
+        EXPECT_EQ(result.exitCode, 2) << name;
+        EXPECT_EQ(result.errors, "qvlog: " + Path(name) + ": " + reason + "\n");
+    }
+}
+
 TEST_F(Follow, EndsWhenNobodyReadsASocket) {
     int ends[2];
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
