@@ -38,18 +38,16 @@ bool IsOlder(const Candidate& a, const Candidate& b) {
     return std::to_string(a.name.process) < std::to_string(b.name.process);
 }
 
-// A lease for reading is refused while somebody has the file open for writing, whatever container
-// that one lives in.
-bool IsOpenForWriting(const std::string& path) {
+// Asks for a lease for reading. It is refused while somebody has the file open for writing,
+// whatever container that one lives in. 0: it was granted; EAGAIN: somebody has; else it cannot be
+// told.
+int AskForLease(const std::string& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.IsOpen()) {
-        return false;
-    }
-    if (::fcntl(file.Get(), F_SETLEASE, F_RDLCK) != 0) {
-        return errno == EAGAIN;
+    if (!file.IsOpen() || ::fcntl(file.Get(), F_SETLEASE, F_RDLCK) != 0) {
+        return errno;
     }
     ::fcntl(file.Get(), F_SETLEASE, F_UNLCK);
-    return false;
+    return 0;
 }
 
 // Removes files until what is kept is what was asked for.
@@ -110,15 +108,26 @@ class Pruning {
         }
     }
 
-    // The newest file of a process that lives stays, and whatever is open for writing.
+    // The newest file of a process that lives stays.
     void Protect() {
         std::set<std::pair<std::string, int64_t>> seen;
         for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
             const bool isNewest = seen.emplace(file->name.category, file->name.process).second;
-            if ((isNewest && IsAlive(file->name.process)) || IsOpenForWriting(file->path)) {
+            if (isNewest && IsAlive(file->name.process)) {
                 protected_.insert(file->path);
             }
         }
+    }
+
+    // Whatever is not surely closed stays. The reason is told of the first file that has it: with
+    // another owner or on some file systems no file is surely closed.
+    bool MayBeWritten(const std::string& path) {
+        const int reason = AskForLease(path);
+        if (reason != 0 && reason != EAGAIN && reasons_.insert(reason).second) {
+            Complain(path + ": kept, as it cannot be told whether it is being written: " +
+                     std::strerror(reason));
+        }
+        return reason != 0;
     }
 
     // A file that cannot be read stays, and the others are asked for.
@@ -143,7 +152,7 @@ class Pruning {
         if (file.isRemoved || protected_.count(file.path) != 0) {
             return;
         }
-        if (IsGuarded(file.path)) {
+        if (MayBeWritten(file.path) || IsGuarded(file.path)) {
             // One that is to go for two reasons is asked for once.
             protected_.insert(file.path);
             return;
@@ -196,6 +205,7 @@ class Pruning {
     FileGuard guard_;               // null: none
     std::vector<Candidate> files_;  // the oldest first
     std::set<std::string> protected_;
+    std::set<int> reasons_;  // why it could not be told of files whether they are written
     bool removed_ = false;
     bool hasTrouble_ = false;
 };

@@ -169,6 +169,35 @@ TEST_F(Prune, NeverRemovesWhatIsBeingWritten) {
     EXPECT_THAT(Left(), ElementsAre("a2", "b3"));
 }
 
+// Only the owner of a file can ask who has it open, and not on every file system.
+TEST_F(Prune, KeepsWhatMayBeWrittenAndSaysWhyOnce) {
+    for (const char* error : {"EACCES", "EINVAL"}) {
+        const std::string reason =
+            error == std::string("EINVAL") ? "Invalid argument" : "Permission denied";
+        const ProgramResult result = RunProgram(
+            {"strace", "-qq", "-o", Path("trace.txt"), "-P", Path(LogName("a", 1, kNobody)), "-P",
+             Path(LogName("a", 3, kNobody)), "-e", std::string("inject=fcntl:error=") + error,
+             QVLOG, "prune", "--keep", "0", "--max-bytes", "0", Path()},
+            {{"ASAN_OPTIONS", "detect_leaks=0"}});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.errors,
+                  "qvlog: " + Path(LogName("a", 3, kNobody)) +
+                      ": kept, as it cannot be told whether it is being written: " + reason + "\n");
+        EXPECT_THAT(Left(), ElementsAre("a1", "a3"));
+    }
+}
+
+TEST_F(Prune, KeepsWhatCannotBeOpened) {
+    const std::string kept = Path(LogName("b", 1, kNobody));
+    const ProgramResult result =
+        RunProgram({"strace", "-qq", "-o", Path("trace.txt"), "-P", kept, "-e",
+                    "inject=openat:error=EACCES", QVLOG, "prune", "--keep", "0", Path()},
+                   {{"ASAN_OPTIONS", "detect_leaks=0"}});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr(kept + ": kept, "));
+    EXPECT_THAT(Left(), ElementsAre("b1"));
+}
+
 // The agent may open a file again at the moment in which it is asked whether anybody writes it.
 TEST_F(Prune, IsNotEndedByTheSignalOfABrokenLease) {
     const ProgramResult traced =
