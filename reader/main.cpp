@@ -1,9 +1,14 @@
 // The reader of the log files.
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <initializer_list>
 #include <optional>
 
 #include "command/commands.h"
@@ -12,6 +17,19 @@
 namespace {
 
 using namespace NS_LOG_READER;
+
+// What is closed of standard input, output and error would be the number of the next file that is
+// opened, and receive what is meant for it. Output that goes nowhere is an error.
+void FillStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        struct stat status {};
+        if (::fstat(descriptor, &status) != 0 && errno == EBADF) {
+            const char* const device = descriptor == STDOUT_FILENO ? "/dev/full" : "/dev/null";
+            // open returns the lowest free number.
+            static_cast<void>(!::open(device, descriptor == STDIN_FILENO ? O_RDONLY : O_WRONLY));
+        }
+    }
+}
 
 // Reading backwards keeps a file of each series open.
 void AllowManyFiles() {
@@ -45,6 +63,7 @@ ExitCode Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    FillStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
     AllowManyFiles();
     try {

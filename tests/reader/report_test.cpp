@@ -45,6 +45,15 @@ TEST_F(Report, CannotBeLedAstrayByWhatRecordsSay) {
     EXPECT_EQ(page.find("https://"), std::string::npos);
 }
 
+TEST_F(Report, HoldsNoMessagesWhenTheStandardErrorIsClosed) {
+    WriteFile(Path(LogName("oper")), LogFrame(1).substr(0, 50) + LogFrame(2));
+    RunProgram({"sh", "-c", R"(exec "$0" report --html "$1" "$2" 2>&-)", QVLOG, Path("page.html"),
+                Path(LogName("oper"))});
+    const std::string page = ReadFile(Path("page.html"));
+    EXPECT_THAT(page, HasSubstr("</html>"));
+    EXPECT_EQ(page.find("qvlog: "), std::string::npos);
+}
+
 TEST_F(Report, WorksByKeyboardInABrowser) {
     if (!HasBrowser()) {
         GTEST_SKIP() << "chromium is not installed";
