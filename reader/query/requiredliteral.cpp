@@ -49,11 +49,20 @@ bool IsWordCharacter(char character) {
            IsDigit(character) || character == '_';
 }
 
+// The end of the named class at `at`, such as "[:digit:]"; `at` itself where there is none. An
+// expression with a name that is none is refused as a whole.
+size_t EndOfNamedClass(std::string_view text, size_t at) {
+    const size_t end = text.find(']', at);
+    const bool isNamed = text.substr(at, 2) == "[:" && end != std::string_view::npos &&
+                         end > at + 2 && text[end - 1] == ':';
+    return isNamed ? end : at;
+}
+
 size_t EndOfClass(std::string_view text, size_t at) {
     at += at + 1 < text.size() && text[at + 1] == '^' ? 2U : 1U;
     at += at < text.size() && text[at] == ']' ? 1U : 0U;
     while (at < text.size() && text[at] != ']') {
-        at += text[at] == '\\' ? 2U : 1U;
+        at = EndOfNamedClass(text, at) + (text[at] == '\\' ? 2U : 1U);
     }
     return at;
 }

@@ -49,12 +49,33 @@ TEST(Pattern, KnowsATextThatEveryMatchHolds) {
         const char* expression;
         const char* literal;
     } cases[] = {
-        {"abc", "abc"},       {"ab.cde", "cde"},       {"abc?de", "ab"},     {"abcd*e", "abc"},
-        {"ab{0,3}cd", "cd"},  {"ab+cd", "ab"},         {"ab|cdef", ""},      {"(abc)?de", "de"},
-        {"a(?i)bcd", ""},     {"[abc]+de", "de"},      {"[]abc]de", "de"},   {"[^]abc]de", "de"},
-        {"ab\\.cd", "ab.cd"}, {"ab\\dcde", "cde"},     {"ab\\x41bcd", "ab"}, {"^abc$", "abc"},
-        {"\\Qa.b\\E", ""},    {"a(bcd(ef)g)hi", "hi"}, {"ab\\d?cde", "cde"}, {"ab\\.?cde", "cde"},
+        {"abc", "abc"},
+        {"ab.cde", "cde"},
+        {"abc?de", "ab"},
+        {"abcd*e", "abc"},
+        {"ab{0,3}cd", "cd"},
+        {"ab+cd", "ab"},
+        {"ab|cdef", ""},
+        {"(abc)?de", "de"},
+        {"a(?i)bcd", ""},
+        {"[abc]+de", "de"},
+        {"[]abc]de", "de"},
+        {"[^]abc]de", "de"},
+        {"ab\\.cd", "ab.cd"},
+        {"ab\\dcde", "cde"},
+        {"ab\\x41bcd", "ab"},
+        {"^abc$", "abc"},
+        {"\\Qa.b\\E", ""},
+        {"a(bcd(ef)g)hi", "hi"},
+        {"ab\\d?cde", "cde"},
+        {"ab\\.?cde", "cde"},
         {"a[\\]b]cd", "cd"},
+        {"[[:digit:]] failed", " failed"},
+        {"ne[[:punct:]]cpp", "cpp"},
+        {"a[^[:^alpha:]]+[[:digit:]b]cd", "cd"},
+        {"ab[[:<:]]c", "ab"},
+        {"a[[:]cd", "cd"},
+        {"a[[:b]cd", "cd"},
     };
     for (const auto& test : cases) {
         EXPECT_EQ(RequiredLiteral(test.expression, false), test.literal) << test.expression;

@@ -36,6 +36,7 @@ TEST_F(Show, SelectsByEveryOption) {
         {{"--number", "3.."}, "end two,"},
         {{"-g", "ne-7"}, "NE-7 does not answer,asks NE-7,"},
         {{"--grep", "NE-7 D"}, "1"},
+        {{"--grep", "[[:alpha:]] two"}, "begin two,end two,"},
         {{"-F", "-g", "o.e"}, "1"},
         {{"-g", "e$|o$", "--category", "oper"}, "begin one,begin two,end two,"},
         {{"-g", "ne-7", "-v"}, "begin one,tick,begin two,end two,"},
