@@ -1,5 +1,6 @@
 // What every match of an expression holds. Errs on the side of knowing nothing.
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -23,8 +24,11 @@ class Runs {
         run_ += character;
     }
 
-    // The last character may be missing, or come several times.
+    // The last character may be missing, or come several times. Beyond ASCII it has several bytes.
     void DropLast() {
+        while (!run_.empty() && (run_.back() & 0xC0) == 0x80) {
+            run_.pop_back();
+        }
         if (!run_.empty()) {
             run_.pop_back();
         }
@@ -67,15 +71,23 @@ size_t EndOfClass(std::string_view text, size_t at) {
     return at;
 }
 
-// Alternatives, quoting and embedded options change what the rest means; beyond ASCII, ignoring
-// case lets other letters stand for k and s.
+// The end of the numbers of times at `at`, such as "{2,3}"; `at` itself where the brace is none.
+size_t EndOfTimes(std::string_view text, size_t at) {
+    const size_t end = text.find_first_not_of("0123456789, ", at + 1);
+    return end != std::string_view::npos && text[end] == '}' ? end : at;
+}
+
+// Alternatives, quoting, characters named by another and embedded options change what the rest
+// means; beyond ASCII, ignoring case lets other letters stand for k and s.
 bool IsUnderstood(std::string_view text, bool ignoresCase) {
     const bool isAscii = std::all_of(text.begin(), text.end(), [](char character) {
         return static_cast<signed char>(character) >= 0;
     });
-    return text.find('|') == std::string_view::npos && text.find("(?") == std::string_view::npos &&
-           text.find("(*") == std::string_view::npos &&
-           text.find("\\Q") == std::string_view::npos && (!ignoresCase || isAscii);
+    const std::string_view foreign[] = {"|", "(?", "(*", "\\Q", "\\E", "\\c"};
+    return (!ignoresCase || isAscii) &&
+           std::all_of(std::begin(foreign), std::end(foreign), [text](std::string_view part) {
+               return text.find(part) == std::string_view::npos;
+           });
 }
 
 }  // namespace
@@ -107,7 +119,7 @@ std::string RequiredLiteral(std::string_view text, bool ignoresCase) {
             runs.End();
         } else if (character == '?' || character == '*' || character == '{') {
             runs.DropLast();
-            at = character == '{' ? std::min(text.find('}', at), text.size()) : at;
+            at = character == '{' ? EndOfTimes(text, at) : at;
         } else if (std::string_view("+.^$").find(character) != std::string_view::npos) {
             runs.End();
         } else if (depth == 0) {

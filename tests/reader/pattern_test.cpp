@@ -76,6 +76,10 @@ TEST(Pattern, KnowsATextThatEveryMatchHolds) {
         {"ab[[:<:]]c", "ab"},
         {"a[[:]cd", "cd"},
         {"a[[:b]cd", "cd"},
+        {"a[\\c]]cd", ""},
+        {"abc\\E?d", ""},
+        {"ab\xc3\xbc?d", "ab"},
+        {"ab{c[}]d", "a"},
     };
     for (const auto& test : cases) {
         EXPECT_EQ(RequiredLiteral(test.expression, false), test.literal) << test.expression;
