@@ -34,6 +34,7 @@ void FollowOutput::PrintPast(RecordStream& records,
         Print(last.back().Get());
     }
     output_.Flush();
+    problems_.NoteFailure(matcher_);
 }
 
 void FollowOutput::PrintNew(std::vector<KeptRecord> fresh) {
@@ -44,6 +45,7 @@ void FollowOutput::PrintNew(std::vector<KeptRecord> fresh) {
         Print(kept.Get());
     }
     output_.Flush();
+    problems_.NoteFailure(matcher_);
 }
 
 void FollowOutput::Print(const Found& found) {

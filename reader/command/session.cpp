@@ -38,6 +38,13 @@ void StderrListener::NoteTrouble(const std::string& text) {
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
 }
 
+void StderrListener::NoteFailure(const Matcher& matcher) {
+    if (!hasToldFailure_ && !matcher.Failure().empty()) {
+        hasToldFailure_ = true;
+        NoteTrouble(matcher.Failure() + " (other records may be concerned as well)");
+    }
+}
+
 Session::Session(const Options& options)
     : ownArchive_(OpenArchive(options)), archive_(ownArchive_.get()) {
     Find(options);
@@ -60,6 +67,7 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
                                                              StreamOptions stream,
                                                              bool newestFirst) {
     archive_->Prepare(matcher);
+    matchers_.push_back(&matcher);
     std::vector<std::unique_ptr<RecordStream>> streams;
     for (size_t i = 0; i < series_.size(); ++i) {
         if (!matcher.GetSelection().Wants(series_[i])) {
@@ -99,7 +107,10 @@ std::unique_ptr<RecordFormat> MakeFormatOf(const Options& options, const Pattern
     return MakeFormat(options.output, format);
 }
 
-ExitCode Session::Exit(bool wasFound) const {
+ExitCode Session::Exit(bool wasFound) {
+    for (const Matcher* const matcher : matchers_) {
+        problems_.NoteFailure(*matcher);
+    }
     return problems_.HasTrouble() ? ExitCode::Trouble
            : wasFound             ? ExitCode::Found
                                   : ExitCode::NothingFound;

@@ -24,13 +24,16 @@ class StderrListener final : public ProblemListener {
     void ReportUnread(const std::string& reason, uint64_t offset) override;
     void NoteRead(uint64_t bytes) override { progress_.Add(bytes); }
 
-    // A file could not be read, or not to its end.
+    // A file could not be read or searched, or not to its end.
     bool HasTrouble() const { return hasTrouble_; }
     void NoteTrouble(const std::string& text);
+    // Once, whether the search for a pattern was given up.
+    void NoteFailure(const Matcher& matcher);
 
   private:
     std::map<std::string, int> reported_;
     bool hasTrouble_ = false;
+    bool hasToldFailure_ = false;
     Progress progress_;
 };
 
@@ -44,7 +47,7 @@ class Session {
     Session(const Options& options, Archive& archive);
 
     // All records that match, by time; `newestFirst` backwards. `matcher` outlives the stream, as
-    // the session does.
+    // the session does, and lives until Exit.
     std::unique_ptr<RecordStream> Open(const Matcher& matcher, StreamOptions stream,
                                        bool newestFirst);
 
@@ -56,7 +59,8 @@ class Session {
     Verification Verify(const Series& series) { return archive_->Verify(series); }
     StderrListener& Problems() { return problems_; }
 
-    ExitCode Exit(bool wasFound) const;
+    // Tells what the matchers could not find out.
+    ExitCode Exit(bool wasFound);
 
   private:
     void Find(const Options& options);
@@ -64,6 +68,7 @@ class Session {
     std::unique_ptr<Archive> ownArchive_;
     Archive* archive_;
     std::vector<Series> series_;
+    std::vector<const Matcher*> matchers_;
     StderrListener problems_;
 };
 

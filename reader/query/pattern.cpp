@@ -5,6 +5,7 @@
 #include <pcre2.h>
 
 #include <algorithm>
+#include <new>
 
 #include "query/badrequest.h"
 
@@ -14,6 +15,17 @@ namespace {
 bool IsAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(),
                        [](char character) { return static_cast<signed char>(character) >= 0; });
+}
+
+// A match notes here where it may have to go back to; the most is enough for records of some
+// megabytes.
+constexpr size_t kSmallStack = size_t{32} << 10;
+constexpr size_t kMostMemory = size_t{256} << 20;
+
+std::string Explain(int error) {
+    unsigned char message[256];
+    pcre2_get_error_message(error, message, sizeof message);
+    return reinterpret_cast<const char*>(message);
 }
 
 // A capital after a backslash is a class, such as \S, and says nothing about case.
@@ -51,9 +63,17 @@ Pattern::Pattern(const std::string& text, bool isFixed) : ignoresCase_(!HasCapit
     }
 }
 
-Pattern::~Pattern() {
-    pcre2_match_data_free(match_);
-    pcre2_code_free(code_);
+void Pattern::Free::operator()(pcre2_code* code) const {
+    pcre2_code_free(code);
+}
+void Pattern::Free::operator()(pcre2_match_data* match) const {
+    pcre2_match_data_free(match);
+}
+void Pattern::Free::operator()(pcre2_match_context* context) const {
+    pcre2_match_context_free(context);
+}
+void Pattern::Free::operator()(pcre2_jit_stack* stack) const {
+    pcre2_jit_stack_free(stack);
 }
 
 void Pattern::Compile(const std::string& text) {
@@ -63,17 +83,37 @@ void Pattern::Compile(const std::string& text) {
     }
     int error = 0;
     size_t offset = 0;
-    code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), options, &error,
-                          &offset, nullptr);
+    code_.reset(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), options,
+                              &error, &offset, nullptr));
     if (code_ == nullptr) {
-        unsigned char message[256];
-        pcre2_get_error_message(error, message, sizeof message);
         throw BadRequest("pattern '" + text + "', at " + std::to_string(offset) + ": " +
-                         reinterpret_cast<const char*>(message));
+                         Explain(error));
     }
     // Where the machine has no compiler for it, patterns are interpreted.
-    pcre2_jit_compile(code_, PCRE2_JIT_COMPLETE);
-    match_ = pcre2_match_data_create_from_pattern(code_, nullptr);
+    pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE);
+    match_.reset(pcre2_match_data_create_from_pattern(code_.get(), nullptr));
+    context_.reset(pcre2_match_context_create(nullptr));
+    if (match_ == nullptr || context_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    pcre2_set_heap_limit(context_.get(), kMostMemory >> 10);
+}
+
+int Pattern::MatchWith(uint32_t options, std::string_view text, size_t from) const {
+    return pcre2_match(code_.get(), reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), from,
+                       options, match_.get(), context_.get());
+}
+
+int Pattern::Match(std::string_view text, size_t from) const {
+    int result = MatchWith(0, text, from);
+    if (result == PCRE2_ERROR_JIT_STACKLIMIT && stack_ == nullptr) {
+        stack_.reset(pcre2_jit_stack_create(kSmallStack, kMostMemory, nullptr));
+        pcre2_jit_stack_assign(context_.get(), nullptr, stack_.get());
+        // Where so much cannot be had, interpreting asks for memory bit by bit. It takes several
+        // times as much, so there is no use in it once the stack is full.
+        result = MatchWith(stack_ == nullptr ? PCRE2_NO_JIT : 0U, text, from);
+    }
+    return result;
 }
 
 std::string_view Pattern::Find(std::string_view text, size_t from) const {
@@ -85,12 +125,14 @@ std::string_view Pattern::Find(std::string_view text, size_t from) const {
     if (code_ == nullptr) {
         return text.substr(0, 0);
     }
-    const int result = pcre2_match(code_, reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(),
-                                   from, 0, match_, nullptr);
+    const int result = Match(text, from);
+    failure_.clear();
     if (result < 0) {
-        return {};  // no match, or one that would take forever
+        // A match that would take forever is none that is known.
+        failure_ = result == PCRE2_ERROR_NOMATCH ? "" : Explain(result);
+        return {};
     }
-    const size_t* const range = pcre2_get_ovector_pointer(match_);
+    const size_t* const range = pcre2_get_ovector_pointer(match_.get());
     return range[1] < range[0] ? text.substr(range[0], 0)
                                : text.substr(range[0], range[1] - range[0]);
 }

@@ -252,6 +252,16 @@ bool Matcher::MatchesTexts(const Record& record) const {
                         [&](const auto& source) { return IsFrom(record, source); }));
 }
 
+bool Matcher::MatchesPattern(const Record& record) const {
+    const bool matches = pattern_->Matches(record.text);
+    if (!matches && failure_.empty() && !pattern_->Failure().empty()) {
+        const std::string path = record.origin == nullptr ? "" : record.origin->path + ": ";
+        failure_ = path + "at byte " + std::to_string(record.offset) +
+                   ": the search for the pattern was given up: " + pattern_->Failure();
+    }
+    return matches;
+}
+
 bool Matcher::Matches(const Record& record) const {
     if (matchesAll_) {
         return true;
@@ -260,7 +270,7 @@ bool Matcher::Matches(const Record& record) const {
         return record.kind != RecordKind::Short && story_.count(std::string(record.operation)) != 0;
     }
     return MatchesNumbers(record) && MatchesTexts(record) &&
-           (pattern_ == nullptr || pattern_->Matches(record.text) != selection_.invert);
+           (pattern_ == nullptr || MatchesPattern(record) != selection_.invert);
 }
 
 }  // namespace NS_LOG_READER

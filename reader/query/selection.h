@@ -66,6 +66,10 @@ class Matcher {
 
     bool Matches(const Record& record) const;
 
+    // The first record of which it is not known whether the pattern matches, and why; empty: of all
+    // records it is known.
+    const std::string& Failure() const { return failure_; }
+
     // A text that stands in every record that matches; null: none is known.
     const LiteralFinder* Literal() const { return literal_.get(); }
 
@@ -81,6 +85,7 @@ class Matcher {
   private:
     bool MatchesNumbers(const Record& record) const;
     bool MatchesTexts(const Record& record) const;
+    bool MatchesPattern(const Record& record) const;
     void ChooseLiteral();
 
     Selection selection_;
@@ -89,6 +94,7 @@ class Matcher {
     bool matchesAll_ = false;  // nothing but category and process was asked for
     std::unique_ptr<Pattern> pattern_;
     std::unique_ptr<LiteralFinder> literal_;
+    mutable std::string failure_;
 };
 
 }  // namespace NS_LOG_READER

@@ -172,6 +172,18 @@ TEST_F(Follow, SelectsAsAlways) {
     EXPECT_EQ(program->Wait().output, "two\nten\n");
 }
 
+TEST_F(Follow, TellsThatAPatternWasGivenUp) {
+    Append(first_, CreatedText() + Frame(1, "1a"));
+    const auto program = Start({"--end-with-agent", "-g", "(*LIMIT_MATCH=1000)1(a+)+$"});
+    ASSERT_TRUE(program->WaitForOutput("1a\n"));
+    Append(first_, Frame(2, "1" + std::string(40, 'a') + "b") + Frame(3, "1aa"));
+    ASSERT_TRUE(program->WaitForOutput("1aa\n"));
+    writer_.End();
+    const ProgramResult result = program->Wait();
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.errors.find("given up: match limit exceeded"), std::string::npos);
+}
+
 TEST_F(Follow, EndsWithTheAgentWhenToldSo) {
     Append(first_, CreatedText() + Frame(1, "one"));
     const auto program = Start({"--end-with-agent"});

@@ -39,6 +39,27 @@ TEST(Pattern, IgnoresCaseUnlessItHasACapital) {
     }
 }
 
+TEST(Pattern, GoesBackOverAllOfALargeRecord) {
+    const std::string text = "begin" + std::string(100000, 'x') + "end";
+    for (const char* pattern : {"(.|\\n)*", "begin(.|\\n)*end", "begin(.|\\n)*\\x65nd"}) {
+        const Pattern wanted(pattern, false);
+        EXPECT_EQ(wanted.Find(text, 0), text) << pattern;
+        EXPECT_EQ(wanted.Find(text, 0), text) << pattern;
+        EXPECT_EQ(wanted.Failure(), "") << pattern;
+    }
+    EXPECT_FALSE(Pattern("begin(.|\\n)*and", false).Matches(text));
+}
+
+TEST(Pattern, SaysWhenItsSearchWasGivenUp) {
+    const Pattern pattern("(*LIMIT_MATCH=100)^(a+)+$", false);
+    EXPECT_FALSE(pattern.Matches(std::string(40, 'a') + "b"));
+    EXPECT_EQ(pattern.Failure(), "match limit exceeded");
+    EXPECT_FALSE(pattern.Matches("b"));
+    EXPECT_EQ(pattern.Failure(), "");
+    EXPECT_TRUE(pattern.Matches("aa"));
+    EXPECT_EQ(pattern.Failure(), "");
+}
+
 TEST(Pattern, ThatCannotBeUnderstoodIsRefused) {
     EXPECT_THROW(Pattern("a(b", false), BadRequest);
     EXPECT_NO_THROW(Pattern("a(b", true));

@@ -68,6 +68,25 @@ TEST_F(Show, CountsAndEndsAsGrepDoes) {
     EXPECT_EQ(missing.errors, "qvlog: " + Path("none.log") + ": No such file or directory\n");
 }
 
+TEST_F(Show, TellsOnceThatAPatternWasGivenUpAndGoesOn) {
+    const std::string endless = "1" + std::string(40, 'a') + "b";
+    const std::string first = LogFrame(1, Fields(10, "1a"));
+    WriteFile(Path(LogName("oper", 1)), first + LogFrame(2, Fields(20, endless)) +
+                                            LogFrame(3, Fields(30, endless)) +
+                                            LogFrame(4, Fields(40, "1aa")));
+    const std::string pattern = "(*LIMIT_MATCH=1000)1(a+)+$";
+    const std::string told = "2qvlog: " + Path(LogName("oper", 1)) + ": at byte " +
+                             std::to_string(first.size()) +
+                             ": the search for the pattern was given up: match limit exceeded "
+                             "(other records may be concerned as well)\n";
+    EXPECT_EQ(Details({"-g", pattern}), "1a,1aa," + told);
+    EXPECT_EQ(Details({"-g", pattern, "--story"}),
+              "1a," + endless + "," + endless + ",1aa," + told);
+    for (const char* command : {"stats", "-c"}) {
+        EXPECT_EQ("2" + Run({command, "-g", pattern, Path()}).errors, told) << command;
+    }
+}
+
 TEST_F(Show, ReadsTheDirectoryOfTheAgentByDefault) {
     WriteFile(Path("log/" + LogName("oper")), LogFrame(1));
     EXPECT_EQ(Run({"-c"}, {{"_APP_SHARE_DIR", Path()}}).output, "1\n");
