@@ -300,7 +300,7 @@ void CommandLine::Complete() {
         selection.since = ParseTimeExpression(words_.since, now);
     }
     if (!words_.until.empty()) {
-        selection.until = ParseTimeExpression(words_.until, now, selection.since);
+        selection.until = ParseTimeExpression(words_.until, now, selection.since, Bound::Until);
     }
     if (!words_.level.empty()) {
         selection.levels = ParseLevels(words_.level);

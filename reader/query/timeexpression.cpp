@@ -2,9 +2,12 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <vector>
 
 #include "format/fixedtext.h"
 #include "query/badrequest.h"
@@ -27,8 +30,35 @@ struct tm LocalDay(Time time, int days) {
     return local;
 }
 
-Time FromLocal(struct tm local) {
-    return static_cast<Time>(mktime(&local)) * kSecond;
+// The seconds that the local clock is ahead of UTC.
+int64_t OffsetAt(time_t second) {
+    struct tm local {};
+    localtime_r(&second, &local);
+    return local.tm_gmtoff;
+}
+
+// All times at which the local clock shows this, the earlier first: two in the hour that it shows
+// again when it is set back. What it never shows, because it is set forward, is taken for a time
+// nearby.
+std::vector<Time> AllFromLocal(struct tm local) {
+    struct tm universal = local;
+    const int64_t shown = timegm(&universal);
+    constexpr int64_t day = kDay / kSecond;
+    std::vector<Time> times;
+    for (const int64_t offset : {OffsetAt(shown - day), OffsetAt(shown + day)}) {
+        if (OffsetAt(shown - offset) == offset) {
+            times.push_back((shown - offset) * kSecond);
+        }
+    }
+    if (times.empty()) {
+        times.push_back(static_cast<Time>(mktime(&local)) * kSecond);
+    }
+    times.erase(std::unique(times.begin(), times.end()), times.end());
+    return times;
+}
+
+Time FromLocal(const struct tm& local) {
+    return AllFromLocal(local).front();
 }
 
 std::string Trimmed(const std::string& text) {
@@ -145,7 +175,7 @@ bool TakeDate(const char*& text, Date& date) {
            date.day >= 1 && date.day <= 31;
 }
 
-std::optional<Time> ReadDate(const std::string& text) {
+std::optional<Time> ReadDate(const std::string& text, Bound bound) {
     const char* rest = text.c_str();
     Date date;
     int hour = 0;
@@ -154,8 +184,8 @@ std::optional<Time> ReadDate(const std::string& text) {
     if (!TakeDate(rest, date)) {
         return std::nullopt;
     }
-    if ((TakeCharacter(rest, 'T') || TakeCharacter(rest, ' ')) &&
-        !ReadClock(rest, hour, minute, second)) {
+    const bool hasClock = TakeCharacter(rest, 'T') || TakeCharacter(rest, ' ');
+    if (hasClock && !ReadClock(rest, hour, minute, second)) {
         return std::nullopt;
     }
     const std::string zoneText = Trimmed(rest);
@@ -167,7 +197,8 @@ std::optional<Time> ReadDate(const std::string& text) {
         local.tm_hour = hour;
         local.tm_min = minute;
         local.tm_isdst = -1;
-        return FromLocal(local) + second;
+        const std::vector<Time> times = AllFromLocal(local);
+        return (hasClock && bound == Bound::Until ? times.back() : times.front()) + second;
     }
     const std::optional<int> zone = ReadZone(zoneText);
     if (!zone) {
@@ -190,17 +221,24 @@ std::optional<Time> ReadClockTime(const std::string& text, Time now, std::option
         struct tm local = LocalDay(near, days);
         local.tm_hour = hour;
         local.tm_min = minute;
-        return FromLocal(local) + second;
+        std::vector<Time> times = AllFromLocal(local);
+        for (Time& time : times) {
+            time += second;
+        }
+        return times;
     };
     if (after) {
-        const Time sameDay = onDay(*after, 0);
-        return sameDay > *after ? sameDay : onDay(*after, 1);
+        const std::vector<Time> sameDay = onDay(*after, 0);
+        const auto next = std::upper_bound(sameDay.begin(), sameDay.end(), *after);
+        return next != sameDay.end() ? *next : onDay(*after, 1).front();
     }
-    const Time today = onDay(now, 0);
-    return today <= now ? today : onDay(now, -1);
+    const std::vector<Time> today = onDay(now, 0);
+    const auto next = std::upper_bound(today.begin(), today.end(), now);
+    return next != today.begin() ? *std::prev(next) : onDay(now, -1).back();
 }
 
-std::optional<Time> Read(const std::string& text, Time now, std::optional<Time> after) {
+std::optional<Time> Read(const std::string& text, Time now, std::optional<Time> after,
+                         Bound bound) {
     constexpr const char* ago = " ago";
     if (text == "now") {
         return now;
@@ -219,14 +257,15 @@ std::optional<Time> Read(const std::string& text, Time now, std::optional<Time> 
         const std::optional<Time> span = ReadDuration(text.substr(0, text.size() - 4));
         return span ? std::optional<Time>(now - *span) : std::nullopt;
     }
-    const std::optional<Time> date = ReadDate(text);
+    const std::optional<Time> date = ReadDate(text, bound);
     return date ? date : ReadClockTime(text, now, after);
 }
 
 }  // namespace
 
-Time ParseTimeExpression(const std::string& text, Time now, std::optional<Time> after) {
-    const std::optional<Time> time = Read(Trimmed(text), now, after);
+Time ParseTimeExpression(const std::string& text, Time now, std::optional<Time> after,
+                         Bound bound) {
+    const std::optional<Time> time = Read(Trimmed(text), now, after, bound);
     if (!time) {
         throw BadRequest(
             "'" + text +

@@ -68,6 +68,14 @@ TEST_F(Show, CountsAndEndsAsGrepDoes) {
     EXPECT_EQ(missing.errors, "qvlog: " + Path("none.log") + ": No such file or directory\n");
 }
 
+TEST_F(Show, TakesInAllOfTheHourThatComesTwice) {
+    WriteSample();
+    // At 15:00 of the sample's day the clock went back; the sample is of the hour after that.
+    const std::map<std::string, std::string> zone = {{"TZ", "CET-1CEST,J300/0,J64/15"}};
+    EXPECT_EQ(Run({"-c", "-S", "2026-03-05T14:00:35", Path()}, zone).output, "6\n");
+    EXPECT_EQ(Run({"-c", "-U", "2026-03-05T14:00:35", Path()}, zone).output, "5\n");
+}
+
 TEST_F(Show, TellsOnceThatAPatternWasGivenUpAndGoesOn) {
     const std::string endless = "1" + std::string(40, 'a') + "b";
     const std::string first = LogFrame(1, Fields(10, "1a"));

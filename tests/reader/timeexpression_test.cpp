@@ -63,6 +63,67 @@ TEST_F(TimeExpression, WithoutADateComesBehindTheBeginning) {
     EXPECT_EQ(Read("23:55", since), "2026-03-04T23:55:00.000000");
 }
 
+// On 25 October 2026 the clock goes back from 03:00+02:00 to 02:00+01:00.
+TEST_F(TimeExpression, OfAClockIsTheLastInTheHourThatComesTwice) {
+    const struct {
+        const char* now;
+        const char* text;
+        const char* time;
+    } cases[] = {
+        {"2026-10-25T02:20:00+02:00", "02:10", "2026-10-25T02:10:00.000000+02:00"},
+        {"2026-10-25T02:20:00+02:00", "02:30", "2026-10-24T02:30:00.000000+02:00"},
+        {"2026-10-25T02:20:00+01:00", "02:10", "2026-10-25T02:10:00.000000+01:00"},
+        {"2026-10-25T02:20:00+01:00", "02:30", "2026-10-25T02:30:00.000000+02:00"},
+        {"2026-10-25T02:20:00+01:00", "02:20:00", "2026-10-25T02:20:00.000000+01:00"},
+        {"2026-10-25T02:20:00+01:00", "02:20:01", "2026-10-25T02:20:01.000000+02:00"},
+        {"2026-10-25T12:00:00+01:00", "02:30", "2026-10-25T02:30:00.000000+01:00"},
+        {"2026-10-25T12:00:00+01:00", "01:59", "2026-10-25T01:59:00.000000+02:00"},
+        {"2026-10-25T12:00:00+01:00", "03:00", "2026-10-25T03:00:00.000000+01:00"},
+        {"2026-10-26T02:20:00+01:00", "02:30", "2026-10-25T02:30:00.000000+01:00"},
+    };
+    for (const auto& test : cases) {
+        const Time now = ParseTimeExpression(test.now, now_);
+        EXPECT_EQ(FormatLocalStamp(ParseTimeExpression(test.text, now)), test.time)
+            << test.text << " at " << test.now;
+    }
+}
+
+TEST_F(TimeExpression, OfAClockIsTheNextInTheHourThatComesTwice) {
+    const auto read = [&](const char* text, const char* after) {
+        const Time since = ParseTimeExpression(after, now_);
+        return FormatLocalStamp(ParseTimeExpression(text, now_, since, Bound::Until));
+    };
+    EXPECT_EQ(read("02:30", "2026-10-25T01:50+02:00"), "2026-10-25T02:30:00.000000+02:00");
+    EXPECT_EQ(read("02:30", "2026-10-25T02:40+02:00"), "2026-10-25T02:30:00.000000+01:00");
+    EXPECT_EQ(read("02:30", "2026-10-25T02:30+01:00"), "2026-10-26T02:30:00.000000+01:00");
+}
+
+TEST_F(TimeExpression, OfADateTakesInAllOfTheHourThatComesTwice) {
+    const auto read = [&](const char* text, Bound bound) {
+        return FormatLocalStamp(ParseTimeExpression(text, now_, {}, bound));
+    };
+    const char* const half = "2026-10-25 02:30:01.5";
+    EXPECT_EQ(read(half, Bound::Since), "2026-10-25T02:30:01.500000+02:00");
+    EXPECT_EQ(read(half, Bound::Until), "2026-10-25T02:30:01.500000+01:00");
+    for (const Bound bound : {Bound::Since, Bound::Until}) {
+        EXPECT_EQ(read("2026-10-25T01:59:59", bound), "2026-10-25T01:59:59.000000+02:00");
+        EXPECT_EQ(read("2026-10-25T03:00", bound), "2026-10-25T03:00:00.000000+01:00");
+        EXPECT_EQ(read("2026-10-25T02:30Z", bound), "2026-10-25T03:30:00.000000+01:00");
+    }
+    // Midnight comes twice.
+    ::setenv("TZ", "<-01>1<+00>,M3.5.0/0,M10.5.0/1", 1);
+    ::tzset();
+    EXPECT_EQ(read("2026-10-25 00:00", Bound::Until), "2026-10-25T00:00:00.000000-01:00");
+    EXPECT_EQ(read("2026-10-25", Bound::Until), "2026-10-25T00:00:00.000000+00:00");
+}
+
+// On 29 March 2026 the clock goes forward from 02:00+01:00 to 03:00+02:00.
+TEST_F(TimeExpression, MayBeOneThatTheClockLeavesOut) {
+    const std::string time = Read("2026-03-29T02:30");
+    EXPECT_TRUE(time == "2026-03-29T01:30:00.000000" || time == "2026-03-29T03:30:00.000000")
+        << time;
+}
+
 TEST_F(TimeExpression, ThatMakesNoSenseIsRefused) {
     for (const char* text : {"", "soon", "25:00", "12:60", "2026-13-01", "2026-03-05T",
                              "5 moons ago", "-", "-1x", "@x", "2026-03-05T10:00+1", "10:00x"}) {
