@@ -106,6 +106,9 @@ void ReverseStream::ReadSegment() {
             KeepPiece(piece, found);
         }
     }
+    if (!scanner.Error().empty()) {
+        problems_.ReportUnread(scanner.Error(), scanner.Offset());
+    }
     // Counted forwards, but shown backwards.
     const uint64_t count = ordinal_ - firstOrdinal;
     for (KeptRecord& kept : kept_) {

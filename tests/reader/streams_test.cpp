@@ -1,7 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <limits>
 
 #include "query/contextstream.h"
 #include "query/mergedstream.h"
@@ -16,6 +21,10 @@ namespace {
 using namespace NS_LOG_READER;
 using namespace NS_TEST;
 using testing::ElementsAre;
+using testing::HasSubstr;
+
+// Where files cannot be read any further.
+off_t readableEnd = std::numeric_limits<off_t>::max();
 
 class Problems final : public ProblemListener {
   public:
@@ -30,6 +39,8 @@ class Problems final : public ProblemListener {
 
 class Streams : public DirectoryTest {
   protected:
+    ~Streams() override { readableEnd = std::numeric_limits<off_t>::max(); }
+
     static LogFields Fields(int second, const std::string& detail, int level = 2) {
         LogFields fields;
         fields.second = second;
@@ -174,4 +185,32 @@ TEST_F(Streams, ReportTornRecordsAndGoOn) {
                             end + " 2 bytes that belong to no record"));
 }
 
+TEST_F(Streams, TellInBothDirectionsThatAFileCannotBeReadToItsEnd) {
+    std::string text;
+    for (uint32_t i = 1; i <= 3000; ++i) {
+        text += LogFrame(i, Fields(static_cast<int>(i), std::to_string(i) + std::string(900, ' ')));
+    }
+    Write("a", 1, text);
+    readableEnd = 2500000;
+    std::vector<std::string> details = Read({});
+    EXPECT_GT(details.size(), 2000U);
+    const std::vector<std::string> problems = problems_.texts;
+    EXPECT_THAT(problems,
+                ElementsAre(HasSubstr("is torn"),
+                            "2500000 unread: " + Path(LogName("a", 1)) + ": Input/output error"));
+    problems_.texts.clear();
+    std::reverse(details.begin(), details.end());
+    EXPECT_EQ(Read({}, true), details);
+    EXPECT_EQ(problems_.texts, problems);
+}
+
 }  // namespace
+
+extern "C" ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset) {
+    if (offset >= readableEnd) {
+        errno = EIO;
+        return -1;
+    }
+    const auto readable = static_cast<size_t>(readableEnd - offset);
+    return syscall(SYS_pread64, descriptor, bytes, std::min(size, readable), offset);
+}
