@@ -1,5 +1,7 @@
 // Writing out the queues for a process that dies.
 #include <csignal>
+#include <cstdlib>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -13,6 +15,12 @@ namespace {
 
 using namespace NS_LOG_SERVICE1;
 using namespace testing;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;
+#else
+constexpr bool kIsSanitized = false;
+#endif
 
 class BeforeDeath : public ProcessTest {
   protected:
@@ -28,6 +36,22 @@ class BeforeDeath : public ProcessTest {
     }
     static void LogTo(const std::string& category, const std::string& text) {
         Manager().GetLogger("a", "b", category)->Log("f", "g", 1, 1, text);
+    }
+
+    // A child process that logs a text into the queue, does something and calls exit.
+    static pid_t LetExit(const std::string& text, const std::function<void()>& prepare) {
+        const pid_t child = Fork([&] {
+            HandleExit();
+            Manager().outputmode = kQueuedOutput;
+            Log(1, text);
+            prepare();
+            std::exit(7);
+            return 0;
+        });
+        const int status = Await(child);
+        EXPECT_TRUE(WIFEXITED(status)) << status;
+        EXPECT_EQ(WEXITSTATUS(status), 7);
+        return child;
     }
 
     std::vector<std::string> Details(const std::string& category = "corbaoper") const {
@@ -147,32 +171,19 @@ TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
 
 // The child's channels have no file yet, and there is no memory for the name of one.
 TEST_F(BeforeDeath, AnExitWithoutMemoryEndsLikeAnyOther) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
-#endif
-    const pid_t child = Fork([] {
-        HandleExit();
-        Manager().outputmode = kQueuedOutput;
-        Log(1, "lost");
-        FailAllocationsAfter(0);
-        std::exit(7);
-        return 0;
-    });
-    const int status = Await(child);
-    EXPECT_TRUE(WIFEXITED(status)) << status;
-    EXPECT_EQ(WEXITSTATUS(status), 7);
+    if (kIsSanitized) {
+        GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
+    }
+    const pid_t child = LetExit("lost", [] { FailAllocationsAfter(0); });
     EXPECT_THAT(DetailsOf(child), IsEmpty());
 }
 
 // As the periodic output holds it while it writes to a disk that does not answer.
 TEST_F(BeforeDeath, AnExitDoesNotWaitForTheMutexOfTheChannels) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
-#endif
-    const pid_t child = Fork([] {
-        HandleExit();
-        Manager().outputmode = kQueuedOutput;
-        Log(1, "one");
+    if (kIsSanitized) {
+        GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
+    }
+    const pid_t child = LetExit("one", [] {
         std::vector<TEDebugInfoBuf*> channels;
         for (const char* const category : kLogCategories) {
             channels.push_back(Manager().Channels().Find(category));
@@ -181,12 +192,7 @@ TEST_F(BeforeDeath, AnExitDoesNotWaitForTheMutexOfTheChannels) {
         for (TEDebugInfoBuf* const channel : channels) {
             channel->AfterForkInParent();
         }
-        std::exit(7);
-        return 0;
     });
-    const int status = Await(child);
-    EXPECT_TRUE(WIFEXITED(status)) << status;
-    EXPECT_EQ(WEXITSTATUS(status), 7);
     EXPECT_THAT(DetailsOf(child), ElementsAre("one"));
 }
 
