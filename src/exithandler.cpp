@@ -1,6 +1,7 @@
 #include "exithandler.h"
 
 #include "base/singleton.h"
+#include "control/moduleswitchtable.h"
 #include "manager/logmgr.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -26,8 +27,10 @@ class ExitHandler {
     ExitHandler(const ExitHandler&) = delete;
     ExitHandler& operator=(const ExitHandler&) = delete;
 
-    // The lock keeps the manager from being destroyed meanwhile.
+    // When the library is unloaded, its tables are gone by now; when the process exits, this is
+    // first. The lock keeps the manager from being destroyed meanwhile.
     ~ExitHandler() {
+        ModuleSwitchTable::KeepForGood();
         const LockGuard<ACE_Recursive_Thread_Mutex> guard(*StaticObjectLock());
         if (LogMgr* manager = LogMgr::InstanceIfAny()) {
             try {

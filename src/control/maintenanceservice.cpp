@@ -55,10 +55,14 @@ MaintenanceService::MaintenanceService()
     : ServiceObjectBase("qv_base_bundle", "qv_base_log_maintenance") {}
 
 void MaintenanceService::Start() {
-    MaintenanceService* service = maintenanceService.Instance();
-    if (service != nullptr && service->GetInterface() == nullptr &&
-        service->CreateInterface() != nullptr) {
-        NS_BUNDLEMGR1::SetIFBuf(LOG_MAINTENANCE_INTERFACE_NAME, service->GetInterface());
+    try {
+        MaintenanceService* service = maintenanceService.Instance();
+        if (service != nullptr && service->GetInterface() == nullptr &&
+            service->CreateInterface() != nullptr) {
+            NS_BUNDLEMGR1::SetIFBuf(LOG_MAINTENANCE_INTERFACE_NAME, service->GetInterface());
+        }
+    } catch (...) {  // NOLINT: the service logs without this interface
+        Finish();
     }
 }
 

@@ -14,6 +14,7 @@ class LogMaintenanceImpl;
 class MaintenanceService : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     // Creates and registers the interface, unless that has been done or there is no log manager.
+    // Throws nothing: when that fails, there is no interface.
     static void Start();
 
     // Removes the interface. If a file policy was chosen through it, also writes out the queues,

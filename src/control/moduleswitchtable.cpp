@@ -1,15 +1,20 @@
 #include "control/moduleswitchtable.h"
 
+#include <atomic>
+
 #include "base/renew.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
 
 Singleton<ModuleSwitchTable> moduleSwitchTable(&StaticObjectLock);
+std::atomic<bool> keptForGood{false};
 
 // The switches survive a stop of the service. They are deleted when the library is unloaded.
 __attribute__((destructor)) void DestroyAtUnload() {
-    moduleSwitchTable.Destroy();
+    if (!keptForGood) {
+        moduleSwitchTable.Destroy();
+    }
 }
 
 }  // namespace
@@ -20,6 +25,10 @@ ModuleSwitchTable* ModuleSwitchTable::Instance() {
 
 void ModuleSwitchTable::Destroy() {
     moduleSwitchTable.Destroy();
+}
+
+void ModuleSwitchTable::KeepForGood() {
+    keptForGood = true;
 }
 
 void ModuleSwitchTable::BeforeFork() NO_THREAD_SAFETY_ANALYSIS {

@@ -21,6 +21,10 @@ class ModuleSwitchTable {
     // Deletes the table if there is one. REQUIRES: no thread uses it any more.
     static void Destroy();
 
+    // Called when the process exits: the table is not deleted with the library then, since a thread
+    // may still use it.
+    static void KeepForGood();
+
     ModuleSwitchTable() = default;
     ModuleSwitchTable(const ModuleSwitchTable&) = delete;
     ModuleSwitchTable& operator=(const ModuleSwitchTable&) = delete;

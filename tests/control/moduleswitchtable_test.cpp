@@ -2,16 +2,28 @@
 #include "control/moduleswitchtable.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <climits>
+#include <cstdlib>
 
+#include "exithandler.h"
 #include "support/onthreads.h"
 
 using NS_LOG_SERVICE1::ModuleSwitchTable;
 using namespace testing;
 
 namespace {
+
+bool g_looksAtTheEnd = false;
+
+// Runs after everything else of the program that runs at its exit.
+__attribute__((destructor(101))) void LookAtTheEnd() {
+    if (g_looksAtTheEnd && ModuleSwitchTable::Instance()->Get(7)) {
+        _exit(1);
+    }
+}
 
 class ModuleSwitches : public testing::Test {
   protected:
@@ -66,6 +78,16 @@ TEST_F(ModuleSwitches, AreForgottenWithTheTable) {
     ModuleSwitchTable::Destroy();
     EXPECT_THAT(Table().All(), IsEmpty());
     EXPECT_TRUE(Table().Get(7));
+}
+
+TEST_F(ModuleSwitches, AreStillThereForThreadsThatRunWhileTheProcessExits) {
+    const auto exitWithSwitchOff = [] {
+        NS_LOG_SERVICE1::HandleExit();
+        g_looksAtTheEnd = true;
+        Table().Set(7, false);
+        exit(0);
+    };
+    EXPECT_EXIT(exitWithSwitchOff(), ExitedWithCode(0), "");
 }
 
 // Each writer has modules of its own and sees its own writes, whatever the others do.

@@ -121,6 +121,15 @@ TEST_F(PlatformFailure, ToRegisterTheInterfaceLeavesNothingBehindWhenItThrows) {
     }
 }
 
+TEST_F(PlatformFailure, ToRegisterTheMaintenanceInterfaceLeavesTheServiceWithoutIt) {
+    qv_base_log* const object = Make();
+    g_register = []() -> bool { throw std::runtime_error("the registry is closed"); };
+    EXPECT_EQ(object->init(0, nullptr), 0);
+    EXPECT_STREQ(g_watched.name, "LogMaintenanceInterface");
+    EXPECT_THAT(ListedObjects(), ElementsAre(object));
+    End(object);
+}
+
 // There is no channel yet into which the exception could be reported.
 TEST_F(PlatformFailure, ToFindTheConfigurationStoreMakesInitFailAndStartsTheMonitor) {
     qv_base_log* const object = Make();
