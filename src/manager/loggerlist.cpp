@@ -5,27 +5,11 @@
 #include "diagnostic/messages.h"
 
 namespace NS_LOG_SERVICE1 {
-namespace {
-
-LoggerName NameOf(const Logger& logger) {
-    return {logger.First(), logger.Second(), logger.Category()};
-}
-
-}  // namespace
 
 LoggerList::~LoggerList() {
     while (!loggers_.empty()) {
         loggers_.pop_front();
     }
-}
-
-size_t LoggerList::NameHash::operator()(const LoggerName& name) const {
-    const std::hash<std::string_view> hash;
-    size_t result = 0;
-    for (const std::string_view part : {name.first, name.second, name.category}) {
-        result = result * 31 + hash(part);
-    }
-    return result;
 }
 
 Logger* LoggerList::Add(std::unique_ptr<Logger> made) {
@@ -35,7 +19,7 @@ Logger* LoggerList::Add(std::unique_ptr<Logger> made) {
     Logger* logger = made.get();
     loggers_.push_back(std::move(made));
     try {
-        index_.emplace(NameOf(*logger), logger);
+        index_.Add(*logger);
     } catch (...) {
         loggers_.pop_back();
         throw;

@@ -3,26 +3,13 @@
 
 #include <deque>
 #include <memory>
-#include <string>
-#include <string_view>
-#include <unordered_map>
 
 #include "base/lockguard.h"
 #include "base/mutex.h"
 #include "logger/logger.h"
+#include "manager/loggerindex.h"
 
 namespace NS_LOG_SERVICE1 {
-
-// The three strings that identify a logger.
-struct LoggerName {
-    std::string_view first;
-    std::string_view second;
-    std::string_view category;
-
-    bool operator==(const LoggerName& other) const {
-        return first == other.first && second == other.second && category == other.category;
-    }
-};
 
 // Owns the loggers, in the order of their creation. Finding one takes constant time.
 //
@@ -37,8 +24,8 @@ class LoggerList {
     template <class Maker>
     Logger* FindOrAdd(const LoggerName& name, Maker make) EXCLUDES(mutex_) {
         const LockGuard<Mutex> guard(mutex_);
-        const auto found = index_.find(name);
-        return found != index_.end() ? found->second : Add(make());
+        Logger* const found = index_.Find(name);
+        return found != nullptr ? found : Add(make());
     }
 
     // Around a fork: the list's mutex is held meanwhile. The loggers' own are not, they may be
@@ -57,8 +44,8 @@ class LoggerList {
     template <class Operation>
     int WithLogger(const LoggerName& name, Operation operation) EXCLUDES(mutex_) {
         const LockGuard<Mutex> guard(mutex_);
-        const auto found = index_.find(name);
-        return found == index_.end() ? 0 : static_cast<int>(operation(*found->second));
+        Logger* const found = index_.Find(name);
+        return found == nullptr ? 0 : static_cast<int>(operation(*found));
     }
 
     // Calls `visit` with each logger, in order.
@@ -71,17 +58,12 @@ class LoggerList {
     }
 
   private:
-    struct NameHash {
-        size_t operator()(const LoggerName& name) const;
-    };
-
     // Returns the logger, which may be null.
     Logger* Add(std::unique_ptr<Logger> made) REQUIRES(mutex_);
 
     Mutex mutex_;
     std::deque<std::unique_ptr<Logger>> loggers_ GUARDED_BY(mutex_);
-    // The keys refer to the loggers' own strings.
-    std::unordered_map<LoggerName, Logger*, NameHash> index_ GUARDED_BY(mutex_);
+    LoggerIndex index_ GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_LOG_SERVICE1
