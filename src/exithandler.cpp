@@ -27,8 +27,8 @@ class ExitHandler {
     ExitHandler(const ExitHandler&) = delete;
     ExitHandler& operator=(const ExitHandler&) = delete;
 
-    // When the library is unloaded, its tables are gone by now; when the process exits, this is
-    // first. The lock keeps the manager from being destroyed meanwhile.
+    // When the library is unloaded, the module switches are already deleted. When the process
+    // exits, this runs first. The lock keeps the manager from being destroyed meanwhile.
     ~ExitHandler() {
         ModuleSwitchTable::KeepForGood();
         const LockGuard<ACE_Recursive_Thread_Mutex> guard(*StaticObjectLock());

@@ -3,10 +3,10 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// From now on, when somebody calls exit(3), or unloads the library, while the service runs, what is
-// queued is written. Nothing else is done: the files stay open, and other threads may go on
-// logging, directly and no longer into the queue. A channel that somebody uses is waited for, but
-// not for ever: exit may have been called by a signal handler that interrupted the very thread.
+// From now on, a call of exit(3) and the unloading of the library write out the queues, if the
+// service still runs. Nothing else is done: the files stay open, and other threads may go on
+// logging, directly and no longer into the queue. The wait for a channel that is in use is limited:
+// a signal handler may have called exit on the thread that uses the channel.
 //
 // Does nothing when it was called before. Thread safety: any thread.
 void HandleExit();

@@ -55,9 +55,10 @@ enum LogFilePolicy {
     // A file whose name exists is emptied. A failing write closes the file, and the next one begins
     // at once.
     LOG_FILE_POLICY_CONTRACT = 0,
-    // A file whose name exists is continued. A channel whose write fails stays in its file, cut
-    // back to its last whole record, and tries again with the next record after a pause, which
-    // grows up to one second. Records that come in the pause are lost and counted.
+    // A file whose name exists is continued. After a failed write the file is cut back to its last
+    // whole record, and a pause begins, which grows up to one second. Records that come in the
+    // pause are lost and counted. The next record goes to the same file if there was no room, and
+    // to a new file after any other error.
     LOG_FILE_POLICY_KEEP_RECORDS = 1
 };
 
@@ -93,7 +94,7 @@ struct ChannelBooks {
 // The switches of the whole service.
 struct LogSwitches {
     bool levels[4];         // the global switches of the levels 0 to 3
-    bool asnTrace;          // "bEnableAsnLog"
+    bool asnTrace;          // "bEnableAsnLog"; not "bEnableAsnTrace", which governs the echo
     bool outputParameters;  // "bLogOutputPara"
 };
 

@@ -6,8 +6,8 @@
 #include "bundlemgr/platformapi.h"
 
 // The nesting depth at this point of the message that is being printed. Print operations raise and
-// lower it. Whoever starts to print a message sets it to 0 first. Not guarded: the caller prints
-// one message at a time in the process.
+// lower it. The caller sets it to 0 before it prints a message. Not guarded: the process prints one
+// message at a time.
 QV_PLATFORM_API extern unsigned short indentG;
 
 namespace NS_ASN1 {

@@ -19,8 +19,8 @@ constexpr int kNotCommon = -1;
 // - infinities, doubles of 10^18 and more, decimal points other than '.', and rounding modes other
 //   than to the nearest.
 //
-// `arguments` is used up only as far as the function got: the caller hands over a copy.
-// Any thread.
+// Works on a copy of `arguments`: the caller may use its list afterwards. Thread safety: any
+// thread.
 int FormatCommon(char* buffer, size_t room, const char* format, va_list arguments)
     __attribute__((format(printf, 3, 0)));
 

@@ -18,9 +18,9 @@ class Deadline {
 
     bool IsOver() const { return Now() >= end_; }
 
-    // Waits until `condition` is true, and looks every millisecond. Returns whether it came true
-    // before the end; it is looked at once at least. A client's thread is not cancelled here, where
-    // its record is still in its hands, and its errno stays as it is.
+    // Waits until `condition` is true. Checks it at once and then every millisecond. Returns
+    // whether it became true before the end. The thread cannot be cancelled in the pauses, since it
+    // may hold a record that is not written yet. Keeps errno.
     template <class Condition>
     bool Await(Condition condition) const {
         while (!condition()) {

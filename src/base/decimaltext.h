@@ -9,9 +9,9 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Made again only for a number that differs from the last one by more than its last digit. The
-// thread's number takes 15 digits and is the same for many records; a record's number is the next
-// one.
+// Keeps the digits of the last number. They serve the same number again, and the next one after a
+// change of the last digit, unless that is 9. A thread's number has 15 digits and is the same for
+// many records; the numbers of records follow each other.
 //
 // Thread safety: none.
 class DecimalText {

@@ -44,9 +44,9 @@ bool Mutex::AcquireSoon() {
     return false;
 }
 
-// Who waits in vain for the impatient ones, or for the mutex itself, becomes impatient too. So
-// nobody waits for ever, and those that compete for the mutex at last are few: each of them, when
-// it comes again, waits for the others.
+// Lets the impatient threads go first, for 10 ms at most. A thread that does not get the mutex in
+// 10 ms more becomes impatient too, so no thread waits for ever. Only impatient threads compete in
+// the end. They are few, because each of them lets the others go first when it comes again.
 int Mutex::AcquireInTurn() {
     if (ImpatientThreads() != 0) {
         Deadline(kPatience).Await([this] { return ImpatientThreads() == 0; });

@@ -16,10 +16,10 @@ namespace NS_LOG_SERVICE1 {
 // A thread that finds the mutex taken looks again for a short while before it sleeps. Most of the
 // service's locks are held for less time than the kernel takes to wake a thread.
 //
-// For the same reason a thread that is woken may find the mutex taken again, by one that logs
-// without a pause, tens of thousands of times in a row. After some milliseconds it loses its
-// patience, and whoever comes from then on waits until it has had its turn. Before, nobody does: a
-// mutex that is kept for a thread which does not run yet is of use to nobody.
+// For the same reason a woken thread may find the mutex taken again by a thread that logs without a
+// pause, tens of thousands of times in a row. So a thread that has waited for 10 ms counts as
+// impatient. Threads that come later let it go first, and wait up to 10 ms for that. Before, a new
+// thread takes a free mutex at once: the mutex is not kept for a thread that does not run yet.
 class CAPABILITY("mutex") Mutex {
   public:
     Mutex() = default;

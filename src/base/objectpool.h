@@ -9,8 +9,9 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// A small number of the calling thread's own; threads far apart in age may share one. It is no
-// object with a destructor: those would keep the library in memory after it was unloaded.
+// Returns the calling thread's own number: 1 for the first thread that asks, 2 for the next one. A
+// plain integer: a thread_local object with a destructor would keep the library in memory after it
+// was unloaded.
 inline size_t ThreadNumber() {
     static std::atomic<size_t> last{0};
     static thread_local size_t number = 0;

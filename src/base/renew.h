@@ -5,9 +5,9 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// For the child process that a fork has made: of what another thread of the parent had in its
-// hands, such as a lock, nobody knows the state. So nothing is destroyed; the new object takes the
-// place. REQUIRES: no other thread runs. The old object's memory, if it owned any, is not freed.
+// For a child process: another thread of the parent may have been using the object, such as a lock,
+// when the process forked. Its state is unknown then, so it is not destroyed, and memory that it
+// owns is not freed. The new object takes its place. REQUIRES: no other thread runs.
 template <class T>
 void Renew(T& object) {
     new (&object) T();

@@ -88,8 +88,8 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
     }
 }
 
-// What needs no lock is done before it is taken. A file's first line is older than its first
-// record, so without a file the record's time is rendered later.
+// Done before the lock is taken, because it needs none. Without an open file there is no frame yet:
+// the time of the file's first line is rendered before that of its first record.
 UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& memory) {
     if (!HasFile()) {
         return UnnumberedFrame();
@@ -98,9 +98,9 @@ UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& 
 }
 
 void TEDebugInfoBuf::WriteAlone(WaitingRecord& record) {
-    waiting_.BeginAlone();  // who comes while this one waits for the mutex joins
+    waiting_.BeginAlone();  // a thread that comes during the wait for the mutex joins a group
     const Guard fileGuard(fileMutex_);
-    waiting_.BeginAlone();  // if another one has ended meanwhile
+    waiting_.BeginAlone();  // again: another thread may have called EndAlone meanwhile
     TryWriteGroup(&record);
     waiting_.EndAlone();
 }

@@ -19,29 +19,29 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The records that a channel was given, that it holds, and that it has evicted. Any thread may read
-// them.
+// What a channel was given, what it holds and what it has evicted. The buffer mutex guards changes,
+// unless the field says otherwise. Any thread may read the fields.
 struct ChannelStatistics {
-    Counter received;          // but for those that were written directly
-    Counter receivedDirectly;  // changed under the file mutex
+    Counter received;          // all but those of the next field
+    Counter receivedDirectly;  // written at once, but not as dumps; changed under the file mutex
     Counter queued;            // in the queue now
     Counter queuedMost;        // in the queue at most
     Counter queuedBytes;       // of their texts
     Counter keptBack;          // kept back now, because their level is off
     Counter evicted;           // kept back, and lost for newer ones
 
-    // Given up with an exception before the channel had them. Changed by any thread.
+    // Records that an exception kept from the channel. Any thread changes it.
     RelaxedAtomic<uint64_t> refused;
 };
 
 // Owns the category's record queue, the records that are kept back because their level is off, and
 // the log file.
 //
-// Exceptions, as for lack of memory, pass out of the operations. Whatever they met was written, is
-// still queued or kept back, or is counted as dropped.
+// The operations pass on exceptions such as std::bad_alloc. A record that an exception interrupts
+// was written, is still queued or kept back, or counts as dropped.
 //
-// Thread safety: any thread may call any operation. What a record needs is allocated and freed
-// outside both mutexes.
+// Thread safety: any thread may call any operation. The memory of records that are queued or kept
+// back is allocated and freed outside the buffer mutex.
 class TEDebugInfoBuf {
   public:
     // Copies the four lengths and sizes: later changes of the settings have no effect. Opens no
@@ -86,8 +86,8 @@ class TEDebugInfoBuf {
     // Changes the directory and the file name prefix; see LogFile::ChangePath.
     int ChangePath(const std::string& directory, const std::string& prefix) EXCLUDES(fileMutex_);
 
-    // Waits until nobody holds either mutex. Returns false when the deadline comes first: then it
-    // may be the calling thread itself that holds one, below a signal handler.
+    // Waits until both mutexes are free. Returns false when the deadline comes first. This happens
+    // when a signal handler calls it on a thread that already holds one of them.
     bool AwaitFree(const Deadline& deadline) EXCLUDES(bufferMutex_, fileMutex_);
 
     // For a process that dies: writes out the queue if the file is open, without allocating and
@@ -117,7 +117,7 @@ class TEDebugInfoBuf {
         statistics_.refused.Update([](uint64_t refused) { return refused + 1; });
     }
 
-    // The records that were given to the channel, or would have been but for an exception.
+    // The records that were given to the channel, and those that an exception kept from it.
     uint64_t Received() const {
         return statistics_.received.Get() + statistics_.receivedDirectly.Get() +
                statistics_.refused;
@@ -141,16 +141,17 @@ class TEDebugInfoBuf {
     // Writes the records in order. Opens the file first; when that fails, the records are lost.
     void WriteAll(const RecordQueue& records) REQUIRES(fileMutex_);
 
-    // The same before one other record, which is lost with so many kept-back ones when this throws.
+    // The same, before another record is written. When this throws, that record and `history`
+    // kept-back records count as dropped.
     void WriteAllBefore(const RecordQueue& records, uint64_t history) REQUIRES(fileMutex_);
 
     // Writes the queue if `withQueue`, then the trigger and what is kept back as one dump,
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // The inline ones lie on the way of most records.
+    // The inline functions are called for most records.
 
-    // The record's frame in the memory; empty when it is too early for it.
+    // Makes the record's frame in `memory`. Returns an empty frame while no file is open.
     inline UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
 
     // Writes the record at once. Most come alone.
@@ -182,12 +183,13 @@ class TEDebugInfoBuf {
     Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
     RecordQueue queue_ GUARDED_BY(bufferMutex_);
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
-    // What was written before death, only kept because its memory must not be freed then.
+    // The records that WriteBeforeDeath wrote. They are kept, because a dying process must not free
+    // memory.
     RecordQueue lastRecords_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;
     RelaxedAtomic<uint64_t> queueBytes_{0};
-    ChannelStatistics statistics_;  // changed under bufferMutex_ but for one, read without it
+    ChannelStatistics statistics_;  // each field says what guards its changes; read without a lock
 
     WaitingRecords waiting_;
     Mutex fileMutex_;

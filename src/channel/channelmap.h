@@ -32,9 +32,9 @@ class ChannelMap {
     // name.
     TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
-    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex, so
-    // that the channels stay the same meanwhile: a new logger waits. ForEach and Flush do it
-    // without.
+    // Writes out the queue of each channel, in the order of the names. Holds the map's mutex
+    // meanwhile, so that the channels stay the same; a new logger waits. To flush without the
+    // mutex, call Flush in ForEach.
     void FlushAll() EXCLUDES(mutex_);
 
     // Sets the policy of all channels, also of those that Create makes later.
@@ -61,9 +61,10 @@ class ChannelMap {
         }
     }
 
-    // For a process that dies: writes out the queues of the channels whose files are open, within
-    // two seconds but for a write that takes longer. Allocates nothing, and waits for no lock that
-    // is not free by then. Other threads may go on logging. REQUIRES: one thread at a time.
+    // For a process that dies: writes out the queues of the channels whose files are open. Takes
+    // two seconds at most, unless a write takes longer. Allocates nothing. Leaves out a channel
+    // whose mutexes do not become free. Other threads may go on logging. REQUIRES: one thread at a
+    // time.
     void WriteBeforeDeath() noexcept;
 
     // Around a fork: the map's mutex and those of all channels are held meanwhile.

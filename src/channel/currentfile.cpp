@@ -60,7 +60,7 @@ bool CurrentFile::BeginNext() {
     if (!KeepsRecords()) {
         return BeginEmptied();
     }
-    // The name changes with the second. Until then it is the current file's, or cannot be had.
+    // Each second has one name. It is tried once: then it is the current file's, or has failed.
     const std::time_t second = std::time(nullptr);
     if (IsOpen() && second == triedSecond_) {
         return false;
@@ -128,8 +128,8 @@ bool CurrentFile::BeginAgain() noexcept {
     }
 }
 
-// Begins the file `name`, or goes on in it, and leaves the current one. When it is the current one,
-// or cannot be had, stays in that. Returns whether the current file was left.
+// Creates or continues the file `name` and closes the current one. Stays in the current file when
+// `name` is that file or cannot be opened. Returns whether `name` became the current file.
 bool CurrentFile::ContinueIn(const std::string& name) {
     OpenedFile opened{PathOf(name), {}};
     path_.reserve(opened.path.size());
@@ -160,8 +160,8 @@ bool CurrentFile::ContinueIn(const std::string& name) {
     return true;
 }
 
-// Makes the end of a file that is continued whole, and writes the line about its creation. A file
-// that was created and cannot take it is removed again.
+// Cuts off a torn record at the end of a file that is continued, and writes the creation line. A
+// new file that cannot take the line is removed again.
 std::error_code CurrentFile::BeginText(FileStream& next, const std::string& path) {
     std::error_code error = next.CutBack(next.SizeFound() == 0 ? 0 : TornEndSize(next));
     if (error) {
@@ -243,7 +243,7 @@ void CurrentFile::Leave() {
     size_ = 0;
 }
 
-// No other file takes the place of the one that was left.
+// Tells readers that no file is open.
 void CurrentFile::Unpublish() {
     hasFile_ = false;
     opened_.Set({});

@@ -29,11 +29,12 @@ struct OpenedFile {
 //
 // kContract: the file is left first, and then the next one begins and empties what has its name.
 //
-// kKeepRecords: the next file is opened first and gets its first line. Only then is the file left,
-// so that there is always one to write to, as long as there is any. A file that has the next name
-// is continued after its last whole record. When a write fails, nothing is tried for a while.
+// kKeepRecords: the next file is opened first and gets its first line. Only then is the current
+// file closed: it is not given up for a file that cannot be opened. A file that has the next name
+// is continued after its last whole record. After a failed write nothing is tried for a while. Then
+// the same file is tried again if there was no room, and the next file after any other error.
 //
-// Thread safety: none but for the operations that say so; the channel's file mutex guards it.
+// Thread safety: none, unless an operation says otherwise; the channel's file mutex guards it.
 class CurrentFile {
   public:
     // Opens no file. Removes one separator at the end of `directory`. `statistics` lives longer.
@@ -81,8 +82,8 @@ class CurrentFile {
         return result;
     }
 
-    // While it stands, a failure is counted without memory and locks, and so without the name of
-    // its file: the process dies.
+    // For a process that dies. As long as the object lives, a failure is counted without allocating
+    // and without locks, and so without the name of the file.
     class Dying {
       public:
         explicit Dying(CurrentFile& file) : file_(file) { file_.dying_ = true; }
@@ -95,14 +96,15 @@ class CurrentFile {
         CurrentFile& file_;
     };
 
-    // Of what a failed write has written, keeps the first `whole` bytes.
+    // Keeps the first `whole` bytes of what a failed write has written, and cuts off the rest.
     void KeepOnly(size_t whole, const WriteResult& failed);
 
     // Writes `piece` whole or not at all.
     std::error_code WriteWhole(std::string_view piece);
 
-    // Whether a write of so many bytes that has failed with `error` would succeed in a new file:
-    // the file may not grow, and the piece is not too large by itself. Only with kKeepRecords.
+    // Whether a write of `bytes` bytes that failed with `error` would succeed in a new file: the
+    // current file has reached the size limit of the process, and the piece alone is below it.
+    // Always false with kContract.
     bool IsFullFor(size_t bytes, const std::error_code& error) const;
 
     // Counts a failure for lack of memory.

@@ -7,13 +7,14 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Keeps the file's troubles from the client.
+// Hides the work on the file from the client.
 //
-// While it stands, the thread cannot be cancelled; it ends at its next cancellation point behind
-// the call. A write and a wait are such points: a thread that ended there would leave its record,
-// on its stack, to the threads that write for it, and its unwinding would end the process.
+// As long as the object lives, the thread cannot be cancelled. It ends at its next cancellation
+// point after the call. Writes and waits are cancellation points. If the thread ended there, other
+// threads would write its record from a stack that is gone, and the forced unwinding would end the
+// process at a catch (...).
 //
-// Afterwards errno is as before: a client often logs a failure before it looks at the reason again.
+// The destructor restores errno: a client often logs a failure before it looks at errno again.
 class FileWork {
   public:
     FileWork() : errorBefore_(errno) {

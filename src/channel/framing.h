@@ -16,7 +16,7 @@ namespace NS_LOG_SERVICE1 {
 void AppendRecord(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                   const LogRecord& record);
 
-// At least the size of that piece.
+// Returns an upper bound for the size of that piece in bytes.
 size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record);
 
 // The parts of a dump: the opening with the record that triggered it, each record that was kept
@@ -30,9 +30,8 @@ void AppendDumpClosing(FrameBuffer& buffer, std::string_view number);
 void AppendFileCreated(FrameBuffer& buffer, std::string_view time);
 void AppendFileClosed(FrameBuffer& buffer, std::string_view time);
 
-// The frame of one record but for its number, which is not known before it is the record's turn to
-// be written. Leaves room for the number on both sides of the text, so that the text need not be
-// moved again.
+// The frame of one record without its number. The number is known only when it is the record's turn
+// to be written. There is room for it on both sides of the text, so that the text is not moved.
 class UnnumberedFrame {
   public:
     // No frame.
@@ -43,8 +42,8 @@ class UnnumberedFrame {
 
     bool IsEmpty() const { return body_ == nullptr; }
 
-    // Returns the frame with this number, which may be called again with another one. Valid until
-    // the next call.
+    // Writes the number into the frame and returns the whole frame, valid until the next call. May
+    // be called again with another number.
     std::string_view Number(std::string_view number) const;
 
   private:

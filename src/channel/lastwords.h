@@ -9,8 +9,8 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// The memory, which is allocated in time: the process may die because the heap is broken, or with
-// the heap's lock held. And the time until which to be ready.
+// The memory is allocated in advance: the process may die because the heap is broken, or while one
+// of its threads holds the heap's lock.
 //
 // Thread safety: none; one thread writes before the process dies.
 class LastWords {

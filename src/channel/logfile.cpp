@@ -44,8 +44,8 @@ uint64_t LogFile::Handled() const {
     return statistics_.recordsWritten.Get() + statistics_.recordsDropped.Get();
 }
 
-// Calls `write`, which numbers and writes so many records, and counts those that it does not get
-// to.
+// Calls `write`, which numbers and writes `records` records. When it throws, counts those that it
+// has not handled as dropped.
 template <class Write>
 void LogFile::CountingLosses(uint64_t records, Write write) {
     const uint64_t handledBefore = Handled();
@@ -74,8 +74,8 @@ void LogFile::WriteRecord(const LogRecord& record) {
     });
 }
 
-// What a batch is made of: the records of a queue, whose frames are made here, or those of threads
-// that wait, which come with their bodies.
+// The two sources of a batch: the records of a queue, whose frames are made here, and the records
+// of threads that wait, which bring their frames.
 struct LogFile::QueuedRecords {
     static constexpr bool kMayBeRetried = false;
 
@@ -178,8 +178,8 @@ Records LogFile::FrameBatch(Records first) {
         if (next.Is(first) && Records::kMayBeRetried) {
             throw;
         }
-        // The memory for one more frame is missing. Without those that have been made there is
-        // some.
+        // There is no memory for one more frame. Writing the frames that were made makes room for
+        // it in the buffer.
         frames_.CutTo(size);
     }
     return next;
@@ -220,8 +220,8 @@ Records LogFile::WriteBatch(Records first) {
     return next;
 }
 
-// The records before which the next file begins, or those that fit into one write. A file that is
-// full and still has to be used takes more.
+// Returns how many bytes of frames make a batch: what the file still takes, but one write at most.
+// 0: one record. A full file that could not be replaced takes whole writes.
 size_t LogFile::BatchSize() const {
     if (file_.Size() >= sizeLimit_) {
         return file_.KeepsRecords() ? kBatchSize : 0;
@@ -229,8 +229,8 @@ size_t LogFile::BatchSize() const {
     return static_cast<size_t>(std::min<uint64_t>(kBatchSize, sizeLimit_ - file_.Size()));
 }
 
-// No file could be opened for `first`: the next record tries again. In a pause none does, so the
-// rest of the batch is lost. Returns the record to go on with.
+// No file could be opened, so `first` is lost, and the next record tries again. With kKeepRecords a
+// pause runs, so the rest of the batch is lost too. Returns the record to go on with.
 template <class Records>
 Records LogFile::DropUnready(Records first) {
     do {

@@ -22,9 +22,9 @@ namespace NS_LOG_SERVICE1 {
 
 // The size of a file is limited: the write that reaches the limit is completed, and then a new file
 // begins. Each piece is written by one system call. When that fails, the file is cut back to its
-// last whole record and the piece is lost. Then a new file begins, or, under
-// FilePolicy::kKeepRecords, the pieces that follow within a pause are lost too, and the next one is
-// written to the same file.
+// last whole record and the piece is lost. Then a new file begins. Under FilePolicy::kKeepRecords a
+// pause begins instead, and the pieces that come in it are lost too. The next piece goes to the
+// same file if there was no room, and to a new file after any other error.
 //
 // The count limit is only stored: no file is removed because of it.
 //
@@ -68,8 +68,8 @@ class LogFile {
     // Writes one record. A record that cannot be written uses up its number too.
     void WriteRecord(const LogRecord& record);
 
-    // Writes all records in order. The files are the same as when each record is written by itself,
-    // but all records that go into one file are written at once.
+    // Writes all records in order. The files get the same bytes as from single writes. But one
+    // write has many records of a file, about 512 KiB at most.
     void WriteRecords(const RecordQueue& records);
 
     // Writes the records of threads that wait, in the same way, and marks each that is done with.
@@ -89,8 +89,8 @@ class LogFile {
     // open. Records that are not written are counted as dropped.
     bool WriteBeforeDeath(const RecordQueue& records, LastWords& memory, const Deadline& deadline);
 
-    // Counts records that were lost because EnsureOpen failed. Under FilePolicy::kKeepRecords they
-    // use up their numbers, so that the gap tells how many they were.
+    // Counts records that were lost before they were numbered: no file was open, or an exception
+    // came. Under FilePolicy::kKeepRecords they use up numbers, so that the gap shows how many.
     void CountDropped(uint64_t records);
 
     // Counts kept-back records that were lost. They have no numbers.

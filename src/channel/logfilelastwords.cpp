@@ -43,7 +43,8 @@ bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
     return true;
 }
 
-// Writes a piece of so many records, of which there are none then.
+// Writes the buffer, which holds the frames of `records` records. On success counts them as written
+// and sets `records` to 0.
 bool LogFile::WriteLastPiece(LastWords& memory, uint64_t& records) {
     const std::error_code error = file_.WriteWhole(memory.frames.Bytes());
     memory.frames.CutTo(0);

@@ -12,7 +12,7 @@ namespace NS_LOG_SERVICE1 {
 struct LogFileStatistics {
     Counter recordsWritten;      // in frames of their own, and as triggers of dumps
     Counter recordsDumped;       // kept back first, then written inside a dump
-    Counter recordsDropped;      // no file could be opened, or a write failed
+    Counter recordsDropped;      // no file could be opened, a write failed, or no memory
     Counter writtenOverwritten;  // of recordsWritten: lost later, as their file was emptied
     Counter dumpedOverwritten;   // of recordsDumped: the same
     Counter bytesWritten;        // everything that reached the files

@@ -11,19 +11,19 @@
 namespace NS_LOG_SERVICE1 {
 namespace {
 
-// A write of a group takes a few microseconds: so long a thread looks again and again, then it lets
-// others run, and when the disk is slow it sleeps.
+// A waiting thread spins for a few microseconds, as long as the write of a group usually takes.
+// Then it yields to other threads. When the disk is slow, it sleeps in the end.
 constexpr int kLooks = 200;
 constexpr int kYields = 50;
 
 // About a microsecond.
 constexpr int kLooksForFollowers = 40;
 
-// With three records more in a write, it costs each of them little already.
+// With three more records in a write, its cost for each record is small already.
 constexpr int kMostFollowers = 3;
 
-// After so many waits in vain only each 32nd writer waits: threads that have more to do than to log
-// meet by chance.
+// After kWaitsInVain waits without followers only every 32nd writer waits: threads that do other
+// work between their records meet by chance only.
 constexpr unsigned kWaitsInVain = 8;
 constexpr unsigned kWritersForAWait = 32;
 

@@ -35,11 +35,11 @@ struct WaitingRecord {
 // kernel and takes 25 to 50 microseconds. Here a thread that comes while another one writes leaves
 // its record and waits; the first one that comes becomes the next writer and writes for all.
 //
-// A writer writes one group only, so nobody writes for others for ever, and each thread's records
-// stay in order, since a thread waits for each of them.
+// A writer writes one group only, so no thread writes for others for ever. A thread waits for each
+// of its records, so they stay in order.
 //
-// Two threads that log without a pause would take turns all the same: while one writes, the other
-// comes, and writes its record alone. So a writer that has reason to expect company waits for it,
+// This alone would let two threads that log without a pause take turns: while one writes, the other
+// comes, and then writes its record alone. So a writer that expects more records waits for them,
 // about a microsecond at most: a thread needs half of that from one record to the next. The threads
 // then come together and share each write: 1,350 in place of 815 records in a millisecond.
 //
@@ -54,7 +54,7 @@ class WaitingRecords {
                newest_.load(std::memory_order_relaxed) == nullptr && lastGroup_ <= 1;
     }
 
-    // Around such a write. Who comes in between joins.
+    // Called before and after such a write. A thread that comes in between joins a group.
     void BeginAlone() { writing_.store(true, std::memory_order_relaxed); }
     void EndAlone() { writing_.store(false, std::memory_order_release); }
 
@@ -65,8 +65,8 @@ class WaitingRecords {
     // Returns when the group's writer has handled the record. REQUIRES: Join returned false.
     static void AwaitWriter(WaitingRecord& record);
 
-    // Returns when no other group is being written and those who are expected have joined, or after
-    // a while: the file's mutex decides. REQUIRES: Join returned true.
+    // Waits until no other group is being written and the expected records have joined. Gives up
+    // soon, because the file's mutex keeps the order. REQUIRES: Join returned true.
     void AwaitTurn();
 
     // Ends the group and returns it, in the order of arrival. Later records make the next group.

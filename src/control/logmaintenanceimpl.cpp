@@ -34,7 +34,8 @@ bool IsInPlace(const OpenedFile& file) {
                                  file.identity == FileIdentity{named.st_dev, named.st_ino});
 }
 
-// What was overwritten is read first: it was written before.
+// Reads the overwritten records first: each was counted as written before, so no difference is
+// negative.
 void CountRecords(const LogFileStatistics& file, ChannelBooks& books) {
     const uint64_t writtenOverwritten = file.writtenOverwritten.Get();
     const uint64_t dumpedOverwritten = file.dumpedOverwritten.Get();

@@ -33,8 +33,8 @@ const NumberItem kFlagItems[] = {
     {"bLogOutputPara", &LogSettings::bLogOutputPara, 0, kNoLogOutputPara},
 };
 
-// `value` is what the store is handed: what the field becomes when it answers without writing. A
-// negative number is stored modulo 2^32.
+// `value` is what the field gets when the store reports success but writes no value. A negative
+// number is stored modulo 2^32.
 void ReadNumber(CorbaConfigItems& items, const NumberItem& item, int value, LogSettings& settings) {
     if (items.GetIntItemInfo(item.name, value)) {
         settings.*item.field = static_cast<uint32_t>(value);

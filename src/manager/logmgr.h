@@ -78,8 +78,8 @@ class LogMgr : public LogSettings {
     uint32_t GetEnableOutputPara() const { return bLogOutputPara; }
     void SetEnableOutputPara(const uint32_t& value) { bLogOutputPara = value; }
 
-    // Around a fork: all locks are held meanwhile but that of level switching, which guards no
-    // field and is made anew in the child.
+    // Around a fork: the locks of the logger list, the channel map and the channels are held
+    // meanwhile. The manager's and the loggers' other locks are made anew in the child.
     void BeforeFork();
     void AfterForkInParent();
     void AfterForkInChild();

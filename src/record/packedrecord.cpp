@@ -78,8 +78,8 @@ size_t PackedSizeAt(const std::byte* bytes) {
 
 void PackedRecord::Set(const LogRecord& record) {
     const size_t size = PackedSize(record);
-    // A block much larger than its record is not kept for it either: a few long records would take
-    // the memory of many.
+    // A block that is much larger than the record is replaced too. Otherwise a few long records
+    // would leave many large blocks.
     const bool wasteful = capacity_ > kUsualSize && size < capacity_ / 4;
     if (size > capacity_ || wasteful) {
         const size_t capacity = std::max(size, kUsualSize);
