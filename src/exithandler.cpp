@@ -1,5 +1,7 @@
 #include "exithandler.h"
 
+#include "base/deadline.h"
+#include "base/lockguard.h"
 #include "base/singleton.h"
 #include "control/moduleswitchtable.h"
 #include "manager/logmgr.h"

@@ -306,6 +306,11 @@ void TEDebugInfoBuf::AfterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
     bufferMutex_.AfterForkInChild();
 }
 
+void TEDebugInfoBuf::SetFilePolicy(FilePolicy policy) {
+    const Guard fileGuard(fileMutex_);
+    logFile_->SetPolicy(policy);
+}
+
 void TEDebugInfoBuf::Rotate() {
     const FileWork work;
     const Guard fileGuard(fileMutex_);

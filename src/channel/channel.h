@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/deadline.h"
 #include "base/lockguard.h"
 #include "base/mutex.h"
 #include "base/relaxedatomic.h"
@@ -105,9 +106,8 @@ class TEDebugInfoBuf {
     void Rotate() EXCLUDES(fileMutex_);
     void Reopen() EXCLUDES(fileMutex_);
 
-    // What happens from the next record on when a name is taken or a write fails. Unlocked: the
-    // file's policy is an atomic field.
-    void SetFilePolicy(FilePolicy policy) NO_THREAD_SAFETY_ANALYSIS { logFile_->SetPolicy(policy); }
+    // What happens from the next record on when a name is taken or a write fails.
+    void SetFilePolicy(FilePolicy policy) EXCLUDES(fileMutex_);
 
     uint64_t QueueCapacity() const { return queueCapacity_; }
     uint64_t KeptCapacity() const { return keptCapacity_; }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/deadline.h"
+
 namespace NS_LOG_SERVICE1 {
 
 const std::array<const char*, kLogCategoryCount> kLogCategories = {
@@ -92,11 +94,7 @@ void ChannelMap::AfterForkInChild() {
 void ChannelMap::SetFilePolicy(FilePolicy policy) {
     const LockGuard<Mutex> guard(mutex_);
     filePolicy_ = policy;
-    for (const auto& [category, channel] : channels_) {
-        if (channel != nullptr) {
-            channel->SetFilePolicy(policy);
-        }
-    }
+    ForEachLocked([policy](TEDebugInfoBuf& channel) { channel.SetFilePolicy(policy); });
 }
 
 FilePolicy ChannelMap::Policy() {

@@ -37,7 +37,8 @@ class ChannelMap {
     // mutex, call Flush in ForEach.
     void FlushAll() EXCLUDES(mutex_);
 
-    // Sets the policy of all channels, also of those that Create makes later.
+    // Sets the policy of all channels, also of those that Create makes later. Waits for writes that
+    // go on, and a new logger waits meanwhile.
     void SetFilePolicy(FilePolicy policy) EXCLUDES(mutex_);
     FilePolicy Policy() EXCLUDES(mutex_);
 

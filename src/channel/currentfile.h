@@ -43,9 +43,8 @@ class CurrentFile {
     CurrentFile(const CurrentFile&) = delete;
     CurrentFile& operator=(const CurrentFile&) = delete;
 
-    // Any thread; holds from the next piece on.
     void SetPolicy(FilePolicy policy) { policy_ = policy; }
-    bool KeepsRecords() const { return policy_.Get() == FilePolicy::kKeepRecords; }
+    bool KeepsRecords() const { return policy_ == FilePolicy::kKeepRecords; }
 
     // Returns whether a piece may be written now. Opens a file if none is open.
     bool IsReady() { return IsSound() || MakeReady(); }
@@ -174,7 +173,7 @@ class CurrentFile {
     void NoteFailure(const std::error_code& error, const std::string& path);
     void NoteSuccess();
 
-    RelaxedAtomic<FilePolicy> policy_{FilePolicy::kContract};
+    FilePolicy policy_ = FilePolicy::kContract;
     std::string directory_;
     std::string prefix_;
     LogFileStatistics& statistics_;

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 
-#include "base/deadline.h"
 #include "channel/framebuffer.h"
 #include "channel/framestamps.h"
 

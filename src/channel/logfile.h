@@ -6,6 +6,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/deadline.h"
 #include "base/decimaltext.h"
 #include "channel/currentfile.h"
 #include "channel/filepolicy.h"
@@ -43,7 +44,6 @@ class LogFile {
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    // Any thread; holds from the next piece on.
     void SetPolicy(FilePolicy policy) { file_.SetPolicy(policy); }
 
     // Begins a new file with its "File create" line in the place of the current one, if any. When

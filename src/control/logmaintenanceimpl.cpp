@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
+#include "channel/logfilestatistics.h"
 #include "control/moduleswitchtable.h"
+#include "logger/logger.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -187,30 +189,21 @@ uint64_t LogMaintenanceImpl::GetQueueBytes() {
 
 void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
     books.clear();
-    for (const auto& [name, channel] : Chosen("")) {
-        books.push_back(BooksOf(name, *channel));
-    }
-}
-
-// The channels of that category, or all. They live as long as the manager. What may take long is
-// done without the map's mutex: a new logger looks for its channel in the map.
-LogMaintenanceImpl::NamedChannels LogMaintenanceImpl::Chosen(const std::string& category) {
-    NamedChannels chosen;
-    manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
-        if (category.empty() || name == category) {
-            chosen.emplace_back(name, &channel);
-        }
+    manager_.Channels().ForEach([&books](const std::string& name, const TEDebugInfoBuf& channel) {
+        books.push_back(BooksOf(name, channel));
     });
-    return chosen;
 }
 
 bool LogMaintenanceImpl::ForChosen(const std::string& category,
                                    void (*operation)(TEDebugInfoBuf& channel)) {
-    const NamedChannels chosen = Chosen(category);
-    for (const auto& [name, channel] : chosen) {
-        operation(*channel);
-    }
-    return !chosen.empty();
+    bool any = false;
+    manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
+        if (category.empty() || name == category) {
+            operation(channel);
+            any = true;
+        }
+    });
+    return any;
 }
 
 LogSwitches LogMaintenanceImpl::GetSwitches() {

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/relaxedatomic.h"
+#include "channel/channel.h"
 #include "control/queuedoutput.h"
 #include "manager/logmgr.h"
 #include "qv_base_log/logmaintenanceinterface.h"
@@ -54,10 +54,8 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
     void WriteQueuesBeforeDeath() noexcept override;
 
   private:
-    using NamedChannels = std::vector<std::pair<std::string, TEDebugInfoBuf*>>;
-
-    NamedChannels Chosen(const std::string& category);
-    // Returns false when there is no such category.
+    // Calls `operation` with the channel of that category, or with each one if it is empty. Returns
+    // false when there is no such category.
     bool ForChosen(const std::string& category, void (*operation)(TEDebugInfoBuf& channel));
 
     LogMgr& manager_;

@@ -6,6 +6,7 @@
 
 #include "base/singleton.h"
 #include "bundlemgr/ifbuf.h"
+#include "channel/channel.h"
 #include "control/logmaintenanceimpl.h"
 #include "diagnostic/messages.h"
 #include "manager/logmgr.h"

@@ -45,6 +45,12 @@ ScheduleSvcInterface* FindScheduleService() {
 
 }  // namespace
 
+// The task is made here, where no fork is expected: a child would wait for ever for a static object
+// that another thread of the parent was making.
+QueuedOutput::QueuedOutput() {
+    ThePeriodicOutput();
+}
+
 unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
     const LockGuard<Mutex> guard(mutex_);
     // Output may be queued without the task: LogMgr::SetOutputMode ends the task only.

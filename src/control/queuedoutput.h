@@ -13,6 +13,8 @@ namespace NS_LOG_SERVICE1 {
 // not use this object, so switching off can wait for the task to end.
 class QueuedOutput {
   public:
+    QueuedOutput();
+
     // Both return a result code. They do nothing when the output is switched so already, except
     // that SwitchOn starts the task when there is none.
     unsigned int SwitchOn(LogMgr& manager) EXCLUDES(mutex_);
