@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "query/literalfinder.h"
+#include "input/literalfinder.h"
 
 struct pcre2_real_code_8;
 struct pcre2_real_jit_stack_8;

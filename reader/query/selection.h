@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "format/record.h"
+#include "input/literalfinder.h"
 #include "input/series.h"
-#include "query/literalfinder.h"
 #include "query/pattern.h"
 
 namespace NS_LOG_READER {

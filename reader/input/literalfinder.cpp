@@ -1,4 +1,4 @@
-#include "query/literalfinder.h"
+#include "input/literalfinder.h"
 
 #include <cstdint>
 #include <cstring>
