@@ -1,47 +1,16 @@
 #include "channel/channel.h"
 
-#include <ace/OS_NS_sys_time.h>
-#include <pthread.h>
-
-#include <new>
 #include <utility>
 
 #include "base/renew.h"
 #include "bundlemgr/logsupport.h"
 #include "channel/filework.h"
 #include "channel/logfilename.h"
+#include "channel/ownrecord.h"
 #include "qv_base_log/loglevel.h"
-#include "record/contextheader.h"
 #include "record/packedrecord.h"
 
 namespace NS_LOG_SERVICE1 {
-namespace {
-
-// A record of the channel itself, with the number of the calling thread and without a context.
-LogRecord OwnRecord(int level, const char* function, const char* detail, uint32_t line) {
-    LogRecord record;
-    record.level = level;
-    record.time = ACE_OS::gettimeofday();
-    record.thread = pthread_self();
-    record.firstName = "base";
-    record.secondName = "log";
-    record.function = function;
-    record.line = line;
-    record.detail = detail;
-    return record;
-}
-
-// A notice without its context is better than a queue that stays full.
-std::string ContextIfPossible() {
-    try {
-        return BuildContextHeader();
-    } catch (const std::bad_alloc&) {
-        return std::string();
-    }
-}
-
-}  // namespace
-
 TEDebugInfoBuf::TEDebugInfoBuf(const char* category, const uint32_t& queuebuflength,
                                const uint32_t& filterbuflength, const uint32_t& logfilesize,
                                const uint32_t& logfilecount)
@@ -75,8 +44,12 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
     }
     const FileWork work;
     Acceptance acceptance(this);
-    WaitingRecord waiting(record, FrameAhead(record, memory));
+    WaitingRecord waiting(FrameAhead(record, memory));
     acceptance.Done();
+    if (waiting.frame.IsEmpty()) {
+        WriteFirst(record);
+        return;
+    }
     if (waiting_.MayWriteAlone()) {
         WriteAlone(waiting);
     } else {
@@ -86,6 +59,13 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         const Guard fileGuard(fileMutex_);
         logFile_->WriteRecord(record);
     }
+}
+
+// There was no file: an exception from its opening is the caller's, and no other thread's.
+void TEDebugInfoBuf::WriteFirst(const LogRecord& record) {
+    const Guard fileGuard(fileMutex_);
+    statistics_.receivedDirectly.Add(1);
+    logFile_->WriteRecord(record);
 }
 
 // Done before the lock is taken, because it needs none. Without an open file there is no frame yet:

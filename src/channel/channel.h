@@ -157,6 +157,9 @@ class TEDebugInfoBuf {
     // Writes the record at once. Most come alone.
     inline void WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
 
+    // Writes the record and opens a file if there is none.
+    void WriteFirst(const LogRecord& record) EXCLUDES(fileMutex_);
+
     // Writes the record together with those of the threads that come at the same time.
     void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
 

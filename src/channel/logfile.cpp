@@ -63,13 +63,13 @@ void LogFile::CountingLosses(uint64_t records, Write write) {
 
 void LogFile::WriteRecord(const LogRecord& record) {
     CountingLosses(1, [&] {
+        ++recordNumber_;
         if (!EnsureOpen()) {
-            ++recordNumber_;
             statistics_.recordsDropped.Add(1);
             return;
         }
         frames_.Clear();
-        AppendNextRecord(record);
+        AppendRecord(frames_, Number(), stamps_.Of(record), record);
         WriteFrame();
     });
 }
@@ -98,12 +98,8 @@ struct LogFile::GroupedRecords {
     void Next() { at = at->next; }
     bool Is(const GroupedRecords& other) const { return at == other.at; }
     void AppendTo(LogFile& file) const {
-        if (at->frame.IsEmpty()) {
-            file.AppendNextRecord(at->record);
-        } else {
-            ++file.recordNumber_;
-            file.frames_.Append(at->frame.Number(file.Number()));
-        }
+        ++file.recordNumber_;
+        file.frames_.Append(at->frame.Number(file.Number()));
     }
     void MarkDone() const { at->done = true; }
 };
@@ -118,16 +114,11 @@ void LogFile::WriteRecords(const RecordQueue& records) {
 }
 
 void LogFile::WriteGroup(WaitingRecord* first) {
-    if (first->next == nullptr && IsReadyFor(*first)) {
+    if (first->next == nullptr && file_.IsSound()) {
         WriteAlone(*first);
     } else {
         WriteBatches(first);
     }
-}
-
-// Whether the record's frame only has to be written.
-bool LogFile::IsReadyFor(const WaitingRecord& record) const {
-    return !record.frame.IsEmpty() && file_.IsSound();
 }
 
 void LogFile::WriteBatches(WaitingRecord* first) {
@@ -158,9 +149,9 @@ void LogFile::SalvageAlone(WaitingRecord& record, size_t frameSize, const WriteR
 }
 
 // Makes the frames of the records from `first` on that go into one write. Returns the first one
-// that does not.
+// that does not. `refusal` gets the platform's exception when that is the reason.
 template <class Records>
-Records LogFile::FrameBatch(Records first) {
+Records LogFile::FrameBatch(Records first, std::exception_ptr& refusal) {
     Records next = first;
     const size_t batchSize = BatchSize();
     frames_.Clear();
@@ -173,15 +164,18 @@ Records LogFile::FrameBatch(Records first) {
             number = recordNumber_;
             size = frames_.Size();
         } while (!next.AtEnd() && size < batchSize);
-    } catch (...) {
-        recordNumber_ = number;  // a gap would tell of records that were lost
+    } catch (const std::bad_alloc&) {
         if (next.Is(first) && Records::kMayBeRetried) {
+            recordNumber_ = number;  // a gap would tell of records that were lost
             throw;
         }
         // There is no memory for one more frame. Writing the frames that were made makes room for
         // it in the buffer.
-        frames_.CutTo(size);
+    } catch (...) {
+        refusal = std::current_exception();
     }
+    recordNumber_ = number;
+    frames_.CutTo(size);
     return next;
 }
 
@@ -197,26 +191,32 @@ Records LogFile::DropUnframed(Records record) {
 }
 
 // Writes the records from `first` on that go into the current file. Returns the first one that does
-// not.
+// not. Passes on the platform's exception after the records before it, as single writes would.
 template <class Records>
 Records LogFile::WriteBatch(Records first) {
     if (!EnsureOpen()) {
         return DropUnready(first);
     }
     const uint64_t numberBefore = recordNumber_;
-    const Records next = FrameBatch(first);
-    if (next.Is(first)) {
+    std::exception_ptr refusal;
+    const Records next = FrameBatch(first, refusal);
+    if (!next.Is(first)) {
+        const WriteResult result = file_.Write(frames_.Bytes());
+        if (result.error) {
+            return SalvageBatch(first, numberBefore, result);
+        }
+        statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
+        for (; !first.Is(next); first.Next()) {
+            first.MarkDone();
+        }
+        RotateIfFull();
+    } else if (refusal == nullptr) {
         return DropUnframed(first);
     }
-    const WriteResult result = file_.Write(frames_.Bytes());
-    if (result.error) {
-        return SalvageBatch(first, numberBefore, result);
+    if (refusal != nullptr) {
+        ++recordNumber_;
+        std::rethrow_exception(refusal);
     }
-    statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
-    for (; !first.Is(next); first.Next()) {
-        first.MarkDone();
-    }
-    RotateIfFull();
     return next;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -124,14 +125,13 @@ class LogFile {
     void CountingLosses(uint64_t records, Write write);
     template <class Records>
     Records WriteBatch(Records first);
-    bool IsReadyFor(const WaitingRecord& record) const;
     void WriteAlone(WaitingRecord& record);
     // Not inlined: hardly ever called.
     __attribute__((noinline)) void SalvageAlone(WaitingRecord& record, size_t frameSize,
                                                 const WriteResult& failed);
     __attribute__((noinline)) void WriteBatches(WaitingRecord* first);
     template <class Records>
-    Records FrameBatch(Records first);
+    Records FrameBatch(Records first, std::exception_ptr& refusal);
     template <class Records>
     Records DropUnframed(Records record);
     template <class Records>

@@ -7,17 +7,13 @@
 
 #include "base/relaxedatomic.h"
 #include "channel/framing.h"
-#include "record/logrecord.h"
 
 namespace NS_LOG_SERVICE1 {
 
 // A record that its thread waits for, on that thread's stack.
 struct WaitingRecord {
-    WaitingRecord(const LogRecord& waiting, const UnnumberedFrame& itsFrame)
-        : record(waiting), frame(itsFrame) {}
+    explicit WaitingRecord(const UnnumberedFrame& itsFrame) : frame(itsFrame) {}
 
-    const LogRecord& record;
-    // Empty when it is still to be made.
     const UnnumberedFrame frame;
 
     WaitingRecord* next = nullptr;

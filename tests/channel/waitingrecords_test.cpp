@@ -24,10 +24,9 @@ class WaitingRecordsTest : public testing::Test {
         waiting_.EndWriting(waiting_.BeginWriting(), first_);
     }
 
-    const LogRecord record_{};
-    WaitingRecord first_{record_, UnnumberedFrame()};
-    WaitingRecord second_{record_, UnnumberedFrame()};
-    WaitingRecord third_{record_, UnnumberedFrame()};
+    WaitingRecord first_{UnnumberedFrame()};
+    WaitingRecord second_{UnnumberedFrame()};
+    WaitingRecord third_{UnnumberedFrame()};
     WaitingRecords waiting_;
 };
 

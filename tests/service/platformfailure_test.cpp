@@ -3,6 +3,12 @@
 #include <dlfcn.h>
 
 #include <stdexcept>
+#include <string>
+#include <vector>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
 
 #include "service/serviceobjectfixture.h"
 #include "support/allocations.h"
@@ -27,6 +33,8 @@ struct Watched {
 Watched g_watched;
 bool (*g_register)() = nullptr;         // what registering an interface answers
 void (*g_onConfiguration)() = nullptr;  // called when the configuration store is asked for
+int g_stamps = 0;                       // how many times were rendered
+int g_refusedStamp = 0;                 // the number of the one that cannot be
 
 void Keep(char (&to)[64], const std::string& text) {
     to[text.copy(to, sizeof(to) - 1)] = '\0';
@@ -56,6 +64,15 @@ CorbaConfigItems* CorbaConfigItems::Instance() {
     return Next<CorbaConfigItems*()>("_ZN13NS_BUNDLEMGR116CorbaConfigItems8InstanceEv")();
 }
 
+void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
+    if (++g_stamps == g_refusedStamp) {
+        throw std::runtime_error("no time zone");
+    }
+    Next<void(const ACE_Time_Value&, std::string&)>(
+        "_ZN13NS_BUNDLEMGR116GetZoneTimeStampERK14ACE_Time_ValueRNSt7__cxx1112basic_stringIcSt11"
+        "char_traitsIcESaIcEEE")(time, stamp);
+}
+
 }  // namespace NS_BUNDLEMGR1
 
 #pragma GCC visibility push(default)
@@ -80,8 +97,22 @@ class PlatformFailure : public NS_TEST::ServiceObjectTest {
         g_watched = Watched();
         g_register = [] { return true; };
         g_onConfiguration = nullptr;
+        g_stamps = 0;
+        g_refusedStamp = 0;
     }
     ~PlatformFailure() override { g_onConfiguration = nullptr; }
+
+    // Into the first category in the order of the names.
+    static void Log(const char* text) {
+        Manager().GetLogger("a", "b", "corba_alarm")->Log("f.cpp", "Run", 7, 1, text);
+    }
+
+    // The contents of its only file.
+    std::string LogFileText() const {
+        const std::vector<std::string> files = ListLogFiles(Path("log"), "corba_alarm");
+        EXPECT_THAT(files, SizeIs(1));
+        return ReadFile(Path("log/" + files.front()));
+    }
 };
 
 TEST_F(PlatformFailure, GetsTheNamesUnderWhichOthersKnowTheService) {
@@ -128,6 +159,34 @@ TEST_F(PlatformFailure, ToRegisterTheMaintenanceInterfaceLeavesTheServiceWithout
     EXPECT_STREQ(g_watched.name, "LogMaintenanceInterface");
     EXPECT_THAT(ListedObjects(), ElementsAre(object));
     End(object);
+}
+
+// The file was created: its first line is missing then.
+TEST_F(PlatformFailure, ToRenderTheTimeOfANewFileIsTheCallersWhoseNumberIsUsedUp) {
+    qv_base_log* const object = MakeAndInit();
+    g_refusedStamp = 1;
+    EXPECT_THROW(Log("refused"), std::runtime_error);
+    EXPECT_EQ(g_stamps, 1);
+    Log("written");
+    EXPECT_THAT(LogFileText(), StartsWith("<2>\n"));
+    EXPECT_THAT(Written("corba_alarm"), ElementsAre("written"));
+    End(object);
+}
+
+// Nobody knows what has been written then: a closing line would say that all is well.
+TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordLeavesTheFileOpenAtTheEnd) {
+#if defined(__SANITIZE_ADDRESS__)
+    const __lsan::ScopedDisabler deliberate;  // what is left open is never freed
+#endif
+    qv_base_log* const object = MakeAndInit();
+    Manager().outputmode = 1;
+    Log("one");
+    Log("two");
+    Log("three");
+    g_refusedStamp = 3;  // that of "two", behind those of the file and of "one"
+    End(object);
+    EXPECT_THAT(Written("corba_alarm"), ElementsAre("one"));
+    EXPECT_THAT(LogFileText(), Not(HasSubstr("File close")));
 }
 
 // There is no channel yet into which the exception could be reported.
