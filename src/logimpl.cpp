@@ -144,7 +144,7 @@ unsigned int LogSvcIFImpl::IsLogOutputPara() {
     return manager == nullptr ? 0 : manager->GetEnableOutputPara();
 }
 
-qv_base_log::qv_base_log() : ServiceObjectBase("qv_base_bundle", "qv_base_log") {}
+qv_base_log::qv_base_log() : ServiceObjectBase(kBundleName, kServiceName) {}
 
 int qv_base_log::StopService() {
     if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {

@@ -23,7 +23,19 @@ bool Is(const std::error_code& error, std::errc condition) {
     return error == std::make_error_code(condition);
 }
 
+FileIdentity IdentityIn(const struct stat& status) {
+    return {status.st_dev, status.st_ino};
+}
+
 }  // namespace
+
+std::optional<FileIdentity> IdentityOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return IdentityIn(status);
+}
 
 // `flags` in addition to those that every log file is opened with.
 std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode) {
@@ -41,7 +53,7 @@ std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode
         Close();
         return std::make_error_code(std::errc::no_such_device_or_address);
     }
-    identity_ = {status.st_dev, status.st_ino};
+    identity_ = IdentityIn(status);
     sizeFound_ = static_cast<uint64_t>(status.st_size);
     end_ = status.st_size;
     isNew_ = (flags & O_EXCL) != 0;
@@ -111,9 +123,8 @@ std::error_code FileStream::Empty() {
     if (::fstat(descriptor_, &status) != 0) {
         return LastError();
     }
-    return identity_ == FileIdentity{status.st_dev, status.st_ino}
-               ? Cut(0)
-               : std::make_error_code(std::errc::bad_file_descriptor);
+    return identity_ == IdentityIn(status) ? Cut(0)
+                                           : std::make_error_code(std::errc::bad_file_descriptor);
 }
 
 std::error_code FileStream::CutBack(size_t size) {
@@ -147,9 +158,7 @@ size_t FileStream::Read(uint64_t offset, char* bytes, size_t size) const {
 }
 
 bool FileStream::IsSameFile(const std::string& path) const {
-    struct stat named {};
-    return IsOpen() && ::stat(path.c_str(), &named) == 0 &&
-           identity_ == FileIdentity{named.st_dev, named.st_ino};
+    return IsOpen() && IdentityOf(path) == identity_;
 }
 
 void FileStream::Swap(FileStream& other) noexcept {

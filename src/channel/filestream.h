@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -28,6 +29,9 @@ struct FileIdentity {
         return device == other.device && inode == other.inode;
     }
 };
+
+// Returns the file that has that path at present, if any.
+std::optional<FileIdentity> IdentityOf(const std::string& path);
 
 // What Write reports as written has reached the kernel. The standard library's streams do not serve
 // here: after a failed write they do not say how much of a record reached the file, and they stay

@@ -167,7 +167,7 @@ UnnumberedFrame::UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp,
                     : PutFields(body_, stamp, record, kDetailLabel);
 }
 
-std::string_view UnnumberedFrame::Number(std::string_view number) const {
+std::string_view UnnumberedFrame::WithNumber(std::string_view number) {
     if (isShort_) {
         return {body_, static_cast<size_t>(end_ - body_)};
     }

@@ -44,7 +44,7 @@ class UnnumberedFrame {
 
     // Writes the number into the frame and returns the whole frame, valid until the next call. May
     // be called again with another number.
-    std::string_view Number(std::string_view number) const;
+    std::string_view WithNumber(std::string_view number);
 
   private:
     char* body_ = nullptr;

@@ -99,7 +99,7 @@ struct LogFile::GroupedRecords {
     bool Is(const GroupedRecords& other) const { return at == other.at; }
     void AppendTo(LogFile& file) const {
         ++file.recordNumber_;
-        file.frames_.Append(at->frame.Number(file.Number()));
+        file.frames_.Append(at->frame.WithNumber(file.Number()));
     }
     void MarkDone() const { at->done = true; }
 };
@@ -131,7 +131,7 @@ void LogFile::WriteBatches(WaitingRecord* first) {
 // Most groups are one record. Its frame is written from where its thread has made it.
 void LogFile::WriteAlone(WaitingRecord& record) {
     ++recordNumber_;
-    const std::string_view frame = record.frame.Number(Number());
+    const std::string_view frame = record.frame.WithNumber(Number());
     const WriteResult result = file_.Write(frame);
     if (result.error) {
         SalvageAlone(record, frame.size(), result);

@@ -14,7 +14,7 @@ namespace NS_LOG_SERVICE1 {
 struct WaitingRecord {
     explicit WaitingRecord(const UnnumberedFrame& itsFrame) : frame(itsFrame) {}
 
-    const UnnumberedFrame frame;
+    UnnumberedFrame frame;
 
     WaitingRecord* next = nullptr;
     // Written, or given up and counted. Set by the thread that writes.

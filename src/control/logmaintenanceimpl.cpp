@@ -1,7 +1,5 @@
 #include "control/logmaintenanceimpl.h"
 
-#include <sys/stat.h>
-
 #include "channel/logfilestatistics.h"
 #include "control/moduleswitchtable.h"
 #include "logger/logger.h"
@@ -31,9 +29,7 @@ ChannelStatus StatusOf(const std::string& category, const TEDebugInfoBuf& channe
 
 // The file is looked at without any lock: the disk may be slow.
 bool IsInPlace(const OpenedFile& file) {
-    struct stat named {};
-    return file.path.empty() || (::stat(file.path.c_str(), &named) == 0 &&
-                                 file.identity == FileIdentity{named.st_dev, named.st_ino});
+    return file.path.empty() || IdentityOf(file.path) == file.identity;
 }
 
 // Reads the overwritten records first: each was counted as written before, so no difference is

@@ -8,6 +8,7 @@
 #include "bundlemgr/ifbuf.h"
 #include "channel/channel.h"
 #include "control/logmaintenanceimpl.h"
+#include "diagnostic/logproxycache.h"
 #include "diagnostic/messages.h"
 #include "manager/logmgr.h"
 
@@ -53,7 +54,7 @@ LogMaintenanceImpl* MaintenanceService::Maintenance() const {
 }
 
 MaintenanceService::MaintenanceService()
-    : ServiceObjectBase("qv_base_bundle", "qv_base_log_maintenance") {}
+    : ServiceObjectBase(kBundleName, "qv_base_log_maintenance") {}
 
 void MaintenanceService::Start() {
     try {

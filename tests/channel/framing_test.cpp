@@ -35,8 +35,8 @@ std::string Recorded(const OwnedRecord& record, std::string_view stamp = "S", ui
     const std::string digits = std::to_string(number);
     AppendRecord(buffer, digits, Stamp(stamp, record), record.Get());
     FrameBuffer memory;
-    const UnnumberedFrame frame(memory, Stamp(stamp, record), record.Get());
-    EXPECT_EQ(frame.Number(digits), buffer.Bytes());
+    UnnumberedFrame frame(memory, Stamp(stamp, record), record.Get());
+    EXPECT_EQ(frame.WithNumber(digits), buffer.Bytes());
     return std::string(buffer.Bytes());
 }
 
@@ -131,9 +131,9 @@ TEST(UnnumberedFrame, TakesOneNumberAfterTheOther) {
     const OwnedRecord record;
     FrameBuffer memory;
     memory.Append("what was there before");
-    const UnnumberedFrame frame(memory, {"S", "4242"}, record.Get());
+    UnnumberedFrame frame(memory, {"S", "4242"}, record.Get());
     for (const uint32_t number : {7u, 4294967295u, 0u, 12345u}) {
-        EXPECT_EQ(frame.Number(std::to_string(number)), Recorded(record, "S", number));
+        EXPECT_EQ(frame.WithNumber(std::to_string(number)), Recorded(record, "S", number));
     }
     EXPECT_FALSE(frame.IsEmpty());
     EXPECT_TRUE(UnnumberedFrame().IsEmpty());
