@@ -85,21 +85,31 @@ void CurrentFile::Reopen() {
     }
 }
 
-// Two files that begin within one second have the same name: the second one empties the first.
+// Two files that begin within one second have the same name: the second one empties the first,
+// which is still open then. Closed before, it would be written out first: so ext4 does with a file
+// that was emptied once, and the next emptying waits for the disk.
 bool CurrentFile::BeginEmptied() {
+    FileStream ended;
     if (IsOpen()) {
         statistics_.rotations.Add(1);
         EndText();
-        if (!failing_ && BeginAgain()) {
-            return true;
+        if (!failing_ && IsStillNamedSo()) {
+            stream_.Swap(ended);
+            Leave(ended.Identity());
+        } else {
+            CloseEnded();
         }
-        CloseEnded();
     }
     const std::string name = NewLogFileName(prefix_);
     OpenedFile opened{PathOf(name), {}};
     path_.reserve(opened.path.size());  // a file that is there must be used
     FileStream next;
-    if (const std::error_code error = CreateInDirectory(next, directory_, name)) {
+    std::error_code error = CreateInDirectory(next, directory_, name);
+    if (ended.IsOpen() && Is(error, std::errc::too_many_files_open)) {
+        ended.Close();
+        error = CreateInDirectory(next, directory_, name);
+    }
+    if (error) {
         NoteFailure(error, opened.path);
         Unpublish();
         return false;
@@ -110,20 +120,11 @@ bool CurrentFile::BeginEmptied() {
     return true;
 }
 
-// Empties the file that has ended within its second, without closing it: ext4 writes out a file
-// that was emptied once when it is closed, and the next emptying waits for the disk. Returns
-// whether the next file has begun so.
-bool CurrentFile::BeginAgain() noexcept {
+// Whether the next file will have the current one's name, and the current one still has it.
+bool CurrentFile::IsStillNamedSo() const noexcept {
     try {
-        const uint64_t size = stream_.Size();
-        if (!IsCurrent(PathOf(NewLogFileName(prefix_))) || stream_.Empty()) {
-            return false;
-        }
-        CountEmptied(size, RecordsInFile());
-        BeginCounting({});
-        WriteWhole(lines_.Created());
-        return true;
-    } catch (...) {  // NOLINT: the usual way meets it again
+        return IsCurrent(PathOf(NewLogFileName(prefix_)));
+    } catch (...) {  // NOLINT: the file is closed first then
         return false;
     }
 }
@@ -227,15 +228,15 @@ void CurrentFile::CloseEnded() {
     if (const std::error_code error = stream_.Close()) {
         Count(error, path_);
     }
-    Leave();
+    Leave(stream_.Identity());
 }
 
-// Forgets the file, which is closed.
-void CurrentFile::Leave() {
+// Forgets the file.
+void CurrentFile::Leave(const FileIdentity& file) {
     const RecordCounts records = RecordsInFile();
     if (records.written + records.dumped != 0) {
         try {
-            left_.Add(stream_.Identity(), records);
+            left_.Add(file, records);
         } catch (const std::bad_alloc&) {  // NOLINT: should it be emptied, they count as written
         }
     }
@@ -286,7 +287,7 @@ void CurrentFile::KeepOnly(size_t whole, const WriteResult& failed) {
     if (!dying_ && Is(failed.error, std::errc::bad_file_descriptor)) {
         // Somebody has closed it. Its number may be that of another file by now.
         stream_.Abandon();
-        Leave();
+        Leave(stream_.Identity());
         Unpublish();
     }
 }

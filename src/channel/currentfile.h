@@ -147,7 +147,7 @@ class CurrentFile {
     bool MakeReady();
     WriteResult WriteAgain(std::string_view piece);
     bool BeginEmptied();
-    bool BeginAgain() noexcept;
+    bool IsStillNamedSo() const noexcept;
     bool ContinueIn(const std::string& name);
     std::error_code BeginText(FileStream& next, const std::string& path);
     bool IsCurrent(const std::string& path) const;
@@ -155,7 +155,7 @@ class CurrentFile {
     void End();
     void EndText();
     void CloseEnded();
-    void Leave();
+    void Leave(const FileIdentity& file);
     void Unpublish();
     void BeginCounting(const RecordCounts& records);
     void CountEmptied(uint64_t size, const RecordCounts& lost);

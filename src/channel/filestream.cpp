@@ -64,7 +64,7 @@ std::error_code FileStream::Open(const std::string& path, int flags, mode_t mode
 std::error_code FileStream::Create(const std::string& path) {
     std::error_code error = Open(path, O_WRONLY | O_CREAT, 0666);
     if (!error && sizeFound_ != 0) {
-        error = Empty();
+        error = Cut(0);
     }
     if (error) {
         Close();
@@ -115,16 +115,6 @@ WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
         }
         taken = Append(bytes.substr(result.written));
     }
-}
-
-// Somebody may have closed the descriptor, and its number may be that of another file by now.
-std::error_code FileStream::Empty() {
-    struct stat status {};
-    if (::fstat(descriptor_, &status) != 0) {
-        return LastError();
-    }
-    return identity_ == IdentityIn(status) ? Cut(0)
-                                           : std::make_error_code(std::errc::bad_file_descriptor);
 }
 
 std::error_code FileStream::CutBack(size_t size) {

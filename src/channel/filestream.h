@@ -77,9 +77,6 @@ class FileStream {
                                                            : WriteRest(bytes, taken);
     }
 
-    // Removes all bytes of the file. Fails for a descriptor that is another file's.
-    std::error_code Empty();
-
     // Removes the last `size` bytes of the file.
     std::error_code CutBack(size_t size);
 

@@ -42,16 +42,6 @@ class FileFaults : public LogFileTest {
     uint64_t Overwritten() const {
         return Counts().writtenOverwritten.Get() + Counts().dumpedOverwritten.Get();
     }
-    // The descriptor that the process has for the path.
-    static int DescriptorOf(const std::string& path) {
-        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            if (fs::read_symlink(entry.path(), gone) == path) {
-                return std::stoi(entry.path().filename());
-            }
-        }
-        return -1;
-    }
 };
 
 TEST_F(FileFaults, ANameThatIsNoRegularFileIsRefused) {
@@ -193,7 +183,7 @@ TEST_F(FileFaults, AFailingCloseIsCounted) {
     for (const FilePolicy policy : kPolicies) {
         MakeUnder(policy);
         Write("one");
-        close(DescriptorOf(file_->CurrentPath()));
+        close(DescriptorsOf(file_->CurrentPath()).at(0));
         file_->Close();
         // The closing line twice and the closing itself. A file that keeps its records does not
         // touch a number that may be another file's.

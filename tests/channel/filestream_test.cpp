@@ -24,16 +24,7 @@ class FileStreams : public FrozenClockTest {
     FileStreams() : path_(Path("file")) {}
 
     // The names of this process's descriptors for the file.
-    std::vector<std::string> Descriptors() const {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            if (fs::read_symlink(entry.path(), gone) == path_) {
-                names.push_back(entry.path().filename());
-            }
-        }
-        return names;
-    }
+    std::vector<int> Descriptors() const { return DescriptorsOf(path_); }
 
     const std::string path_;
     FileStream stream_;
@@ -100,7 +91,7 @@ TEST_F(FileStreams, SayWhyAFileCannotBeCreated) {
 TEST_F(FileStreams, AreNotInheritedByOtherPrograms) {
     ASSERT_FALSE(stream_.Create(path_));
     ASSERT_EQ(Descriptors().size(), 1u);
-    std::ifstream info("/proc/self/fdinfo/" + Descriptors().front());
+    std::ifstream info("/proc/self/fdinfo/" + std::to_string(Descriptors().front()));
     std::string word;
     while (info >> word && word != "flags:") {
     }
@@ -114,7 +105,7 @@ TEST_F(FileStreams, HaveDescriptorZeroWhereItIsFreeAndAreOpenedOnce) {
     ::close(STDIN_FILENO);
     errno = EINTR;
     ASSERT_FALSE(stream_.Create(path_));
-    EXPECT_EQ(Descriptors(), std::vector<std::string>{"0"});
+    EXPECT_EQ(Descriptors(), std::vector<int>{0});
     stream_.Close();
     ::dup2(input, STDIN_FILENO);
     ::close(input);
@@ -155,14 +146,14 @@ TEST_F(FileStreams, NameTheEndAsThePlaceOfEachWrite) {
     FileStream next;
     ASSERT_FALSE(next.Continue(path_, 0600));
     stream_.Swap(next);
-    const int descriptor = std::stoi(Descriptors().at(0));
+    const int descriptor = Descriptors().at(0);
     ASSERT_EQ(::fcntl(descriptor, F_SETFL, 0), 0);  // no O_APPEND any more
     stream_.Write("def");
     EXPECT_EQ(ReadFile(path_), "abcdef");
     stream_.CutBack(2);
     stream_.Write("gh");
     EXPECT_EQ(ReadFile(path_), "abcdgh");
-    stream_.Empty();
+    stream_.CutBack(6);
     stream_.Write("ij");
     Calls().ScriptWrites([](uint64_t number, std::string_view) {
         return number == 1 ? SystemCalls::Fate{1, 0} : SystemCalls::Fate{};

@@ -200,13 +200,7 @@ TEST_F(KeepRecords, BeginsTheNextFileWhereTheFileIsDamaged) {
 
 TEST_F(KeepRecords, OpensItsFileAgainWhenSomebodyHasClosedIt) {
     Write("one");
-    int descriptor = -1;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-        std::error_code gone;
-        if (fs::read_symlink(entry.path(), gone) == file_->CurrentPath()) {
-            descriptor = std::stoi(entry.path().filename());
-        }
-    }
+    const int descriptor = DescriptorsOf(file_->CurrentPath()).at(0);
     // Another file has its number by now, and keeps it.
     const int other = open("/dev/null", O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(dup2(other, descriptor), descriptor);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "channel/channelfixture.h"
 
@@ -85,18 +86,40 @@ TEST_F(Rotation, TruncatesTheFileOfTheSameSecond) {
     }
 }
 
-// Opening and closing it would wait for the disk.
-TEST_F(Rotation, KeepsTheFileOfTheSameSecondOpen) {
+// Closed before, it would be written to the disk, and the opening would wait for that.
+TEST_F(Rotation, OpensTheFileOfTheSameSecondAgainBeforeItIsClosed) {
     Make(1);
     Calls().SetClock(SystemCalls::kStart, 0);
-    Calls().ScriptOpens(nullptr);
-    for (int i = 0; i < 5; ++i) {
+    const std::string path = Path("log/" + NameNow());
+    std::vector<size_t> openAlready;
+    Calls().ScriptOpens([&](uint64_t) {
+        openAlready.push_back(DescriptorsOf(path).size());
+        return 0;
+    });
+    for (int i = 0; i < 4; ++i) {
         Write("text");
     }
-    EXPECT_EQ(Calls().Opens(), 1u);
-    EXPECT_EQ(Counts().rotations.Get(), 5u);
-    EXPECT_EQ(Counts().writtenOverwritten.Get(), 5u);
+    EXPECT_EQ(openAlready, std::vector<size_t>({0, 1, 1, 1, 1}));
+    EXPECT_EQ(DescriptorsOf(path).size(), 1u);
+    EXPECT_EQ(Counts().rotations.Get(), 4u);
+    EXPECT_EQ(Counts().writtenOverwritten.Get(), 4u);
     EXPECT_EQ(Counts().bytesWritten.Get() - Counts().bytesEmptied.Get(), kCreatedSize);
+}
+
+TEST_F(Rotation, ClosesTheFileFirstWhereTheProcessHasNoDescriptorLeft) {
+    Make(1);
+    Calls().SetClock(SystemCalls::kStart, 0);
+    const std::string path = Path("log/" + NameNow());
+    size_t openAlready = 1;
+    Calls().ScriptOpens([&](uint64_t number) {
+        openAlready = DescriptorsOf(path).size();
+        return number == 2 ? EMFILE : 0;
+    });
+    Write("text");
+    EXPECT_EQ(Calls().Opens(), 3u);
+    EXPECT_EQ(openAlready, 0u);
+    EXPECT_TRUE(file_->IsOpen());
+    EXPECT_EQ(Counts().failures.Get(), 0u);
 }
 
 // Somebody has closed its descriptor, and has got the number for a file of their own.

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace NS_TEST {
@@ -77,6 +78,18 @@ inline std::vector<std::string> ListLogFiles(const std::string& directory,
         }
     }
     return names;
+}
+
+// The descriptors that the process has for the file of that path.
+inline std::vector<int> DescriptorsOf(const std::string& path) {
+    std::vector<int> descriptors;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry.path(), gone) == path) {
+            descriptors.push_back(std::stoi(entry.path().filename()));
+        }
+    }
+    return descriptors;
 }
 
 }  // namespace NS_TEST
