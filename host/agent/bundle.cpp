@@ -28,7 +28,7 @@ std::unique_ptr<SharedLibrary> LoadLibrary(const BundleEntry& entry) {
 
 // Calls one step of a bundle's end. A failure must not keep the other bundles from ending.
 template <typename Step>
-bool RunStep(const std::string& name, const char* what, Step step) {
+bool RunStep(const std::string& name, const char* what, Step step) noexcept {
     try {
         if (step() == 0) {
             return true;
@@ -36,7 +36,7 @@ bool RunStep(const std::string& name, const char* what, Step step) {
         std::fprintf(stderr, "qv_agent: bundle %s: %s failed\n", name.c_str(), what);
     } catch (...) {
         std::fprintf(stderr, "qv_agent: bundle %s: %s failed: %s\n", name.c_str(), what,
-                     DescribeException().c_str());
+                     ExceptionText());
     }
     return false;
 }

@@ -27,7 +27,8 @@ class BundleLoader {
     // In reverse order: stops all bundles, then finishes and frees each one, after a call of
     // `beforeEach`, then unloads the libraries. All service objects are freed before the first
     // library is unloaded, since one may call another. Returns false when a bundle reported a
-    // failure.
+    // failure, or `beforeEach` threw; both are reported on standard error. No bundle is left, also
+    // after a failure.
     bool StopAll(const std::function<void()>& beforeEach);
 
   private:
