@@ -157,7 +157,7 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
         keeper.SetPolicy();
     }
     const bool worked = Serve(loader, keeper);
-    const bool stopped = loader.StopAll([&keeper] { keeper.FinishOutput(); });
+    const bool stopped = loader.FinishAll([&keeper] { keeper.FinishOutput(); });
     if (options_.summary) {
         summary_.Print(std::cout);
     }
@@ -167,7 +167,7 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
     return stopped ? ExitCode::Done : ExitCode::BadStop;
 }
 
-bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
+bool Agent::Serve(BundleLoader& loader, ServiceKeeper& keeper) const {
     std::unique_ptr<FatalSignals> fatalSignals;
     if (options_.writeQueuesOnCrash) {
         fatalSignals = FatalSignals::Watch();
@@ -195,6 +195,7 @@ bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
         }
         watch.WaitForStop();
     }
+    loader.StopServices();
     return !watch.HasFailed();
 }
 

@@ -110,6 +110,11 @@ bool Bundle::FiniAndFree() {
     return success;
 }
 
+void Bundle::LeaveRunning() {
+    static_cast<void>(object_.release());
+    library_->KeepLoaded();
+}
+
 const WorkingBundle* Bundle::FindWork() const {
     NS_BUNDLEMGR1::ServiceObjectBase* const base = Base();
     if (base == nullptr) {

@@ -16,8 +16,8 @@
 namespace NS_REFERENCE_HOST {
 
 // The constructor loads the library and the destructor unloads it. Between them the owner calls
-// Init, StopService and FiniAndFree, in this order, also when Init failed: part of the bundle may
-// be running.
+// Init, StopService, and FiniAndFree or LeaveRunning, in this order, also when Init failed: part of
+// the bundle may be running.
 //
 // Thread safety: one thread.
 class Bundle {
@@ -37,6 +37,9 @@ class Bundle {
     // Both report a failure on standard error and return false.
     bool StopService();
     bool FiniAndFree();
+
+    // In place of FiniAndFree: the object and the library stay until the process has ended.
+    void LeaveRunning();
 
     // Returns the bundle's interface if it has work to do, else null. Valid until FiniAndFree.
     const WorkingBundle* FindWork() const;

@@ -39,7 +39,8 @@ TEST_F(LoadedBundles, StopsEachBundleOnceWhenWhatComesBeforeItsEndThrows) {
         BundleLoader loader;
         Load(loader, "first");
         Load(loader, "second");
-        EXPECT_FALSE(loader.StopAll([] { throw std::bad_alloc(); }));
+        loader.StopServices();
+        EXPECT_FALSE(loader.FinishAll([] { throw std::bad_alloc(); }));
         EXPECT_THAT(loader.Bundles(), IsEmpty());
     }
     for (const char* name : {"first ", "second "}) {

@@ -2,15 +2,17 @@
 //
 // Each event goes as a line "NAME EVENT" into the file that the variable QV_TEST_EVENTS names. The
 // arguments of `init` choose the steps that fail: refuse, throw, throw-number, fail-stop,
-// fail-fini, throw-number-fini. The variable QV_TEST_FACTORY makes the factory fail: throw,
-// throw-number, null.
+// fail-fini, throw-number-fini. With fail-stop a thread of the bundle goes on. The variable
+// QV_TEST_FACTORY makes the factory fail: throw, throw-number, null.
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bundlemgr/platformapi.h"
@@ -58,6 +60,9 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
         if (IsTold("throw-number")) {
             throw 1;
         }
+        if (IsTold("fail-stop")) {
+            std::thread([this] { RunForEver(); }).detach();
+        }
         return IsTold("refuse") ? -1 : 0;
     }
 
@@ -79,7 +84,15 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
         return std::count(arguments_.begin(), arguments_.end(), word) > 0;
     }
 
+    // Code and data of the library and of the object, without a pause.
+    [[noreturn]] void RunForEver() {
+        for (;;) {
+            ++rounds_;
+        }
+    }
+
     std::vector<std::string> arguments_;
+    std::atomic<unsigned int> rounds_{0};
 };
 
 void Gobble(void* object) {
