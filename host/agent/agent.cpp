@@ -25,6 +25,7 @@
 #include "agent/ticks.h"
 #include "agent/workwatch.h"
 #include "bundlemgr/processexception.h"
+#include "common/describeexception.h"
 #include "common/report.h"
 #include "platform/configfile.h"
 #include "platform/hostcontrol.h"
@@ -92,6 +93,23 @@ void WarnAboutConfiguration(const std::string& path) {
     for (const std::string& warning : check.Warnings()) {
         Report("qv_agent", "configuration: " + warning);
     }
+}
+
+// Returns whether there is any work. A bundle that throws when it is asked has failed in its work.
+bool AddWork(const BundleLoader& loader, WorkWatch& watch) {
+    bool found = false;
+    for (const auto& bundle : loader.Bundles()) {
+        try {
+            if (const WorkingBundle* const work = bundle->FindWork()) {
+                found = true;
+                watch.Add(bundle->Name(), *work);
+            }
+        } catch (...) {
+            found = true;
+            watch.NoteFailure(bundle->Name(), ExceptionText());
+        }
+    }
+    return found;
 }
 
 }  // namespace
@@ -173,11 +191,7 @@ bool Agent::Serve(BundleLoader& loader, ServiceKeeper& keeper) const {
         fatalSignals = FatalSignals::Watch();
     }
     WorkWatch watch(signals_.StopDescriptor());
-    for (const auto& bundle : loader.Bundles()) {
-        if (const WorkingBundle* const work = bundle->FindWork()) {
-            watch.Add(bundle->Name(), *work);
-        }
-    }
+    const bool hasClients = AddWork(loader, watch);
     watch.ReactTo(signals_.ReopenDescriptor(), [this] {
         signals_.TakeReopen();
         ServiceKeeper::Reopen();
@@ -187,7 +201,6 @@ bool Agent::Serve(BundleLoader& loader, ServiceKeeper& keeper) const {
         ticks.Take();
         keeper.Look();
     });
-    const bool hasClients = watch.IsPending();
     std::fprintf(stderr, "qv_agent: serving, process %d\n", static_cast<int>(getpid()));
     if (watch.WaitForWork() && (options_.keepRunning || !hasClients)) {
         if (hasClients) {

@@ -26,6 +26,15 @@ std::unique_ptr<SharedLibrary> LoadLibrary(const BundleEntry& entry) {
     }
 }
 
+std::vector<char*> PointersTo(std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 // Calls one step of a bundle's end. A failure must not keep the other bundles from ending.
 template <typename Step>
 bool RunStep(const std::string& name, const char* what, Step step) noexcept {
@@ -52,12 +61,10 @@ void Bundle::Gobbler::operator()(ACE_Service_Object* object) const {
 }
 
 Bundle::Bundle(const BundleEntry& entry)
-    : entry_(entry), library_(LoadLibrary(entry)), object_(MakeServiceObject()) {
-    for (std::string& argument : entry_.arguments) {
-        argumentVector_.push_back(argument.data());
-    }
-    argumentVector_.push_back(nullptr);
-}
+    : entry_(entry),
+      argumentVector_(PointersTo(entry_.arguments)),
+      library_(LoadLibrary(entry)),
+      object_(MakeServiceObject()) {}
 
 Bundle::ServiceObject Bundle::MakeServiceObject() const {
     const std::string symbol = "_make_" + entry_.name;
@@ -105,9 +112,14 @@ bool Bundle::StopService() {
 }
 
 bool Bundle::FiniAndFree() {
-    const bool success = RunStep(entry_.name, "fini", [this] { return object_->fini(); });
-    object_.reset();
-    return success;
+    const bool isFinished = RunStep(entry_.name, "fini", [this] { return object_->fini(); });
+    // Not by the pointer's destructor, through which no exception can leave.
+    const bool isFreed = RunStep(entry_.name, "gobbler", [this] {
+        const Gobbler gobbler = object_.get_deleter();
+        gobbler(object_.release());
+        return 0;
+    });
+    return isFinished && isFreed;
 }
 
 void Bundle::LeaveRunning() {

@@ -42,6 +42,7 @@ class Bundle {
     void LeaveRunning();
 
     // Returns the bundle's interface if it has work to do, else null. Valid until FiniAndFree.
+    // Throws what the bundle throws.
     const WorkingBundle* FindWork() const;
 
   private:

@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include "common/describeexception.h"
+
 namespace NS_REFERENCE_HOST {
 
 namespace {
@@ -26,7 +28,7 @@ WorkWatch::WorkWatch(int stop) : stop_(stop) {
 }
 
 void WorkWatch::Add(const std::string& bundle, const WorkingBundle& work) {
-    pending_.push_back({bundle, &work});
+    pending_.push_back({bundle, &work, work.DoneDescriptor()});
     Reserve();
 }
 
@@ -47,7 +49,7 @@ void WorkWatch::ListEntries() {
         entries_.push_back({reaction.descriptor, POLLIN, 0});
     }
     for (const Entry& entry : pending_) {
-        entries_.push_back({entry.work->DoneDescriptor(), POLLIN, 0});
+        entries_.push_back({entry.descriptor, POLLIN, 0});
     }
 }
 
@@ -85,15 +87,34 @@ bool WorkWatch::WaitForWork() {
 
 void WorkWatch::TakeOutReady() {
     const auto ended = [this](const Entry& entry) {
-        return std::count(ready_.begin(), ready_.end(), entry.work->DoneDescriptor()) != 0;
+        return std::count(ready_.begin(), ready_.end(), entry.descriptor) != 0;
     };
     for (const Entry& entry : pending_) {
-        if (ended(entry) && !entry.work->HasSucceeded()) {
-            std::fprintf(stderr, "qv_agent: bundle %s failed in its work\n", entry.bundle.c_str());
-            failed_ = true;
+        if (ended(entry)) {
+            AskForSuccess(entry);
         }
     }
     pending_.erase(std::remove_if(pending_.begin(), pending_.end(), ended), pending_.end());
+}
+
+void WorkWatch::AskForSuccess(const Entry& entry) {
+    try {
+        if (!entry.work->HasSucceeded()) {
+            NoteFailure(entry.bundle, nullptr);
+        }
+    } catch (...) {
+        NoteFailure(entry.bundle, ExceptionText());
+    }
+}
+
+void WorkWatch::NoteFailure(const std::string& bundle, const char* reason) {
+    failed_ = true;
+    if (reason == nullptr) {
+        std::fprintf(stderr, "qv_agent: bundle %s failed in its work\n", bundle.c_str());
+    } else {
+        std::fprintf(stderr, "qv_agent: bundle %s failed in its work: %s\n", bundle.c_str(),
+                     reason);
+    }
 }
 
 void WorkWatch::WaitForStop() {

@@ -19,8 +19,11 @@ class WorkWatch {
     // `stop` polls as readable when waiting is to end.
     explicit WorkWatch(int stop);
 
-    // `work` must live as long as the watch.
+    // `work` must live as long as the watch. Throws what it throws.
     void Add(const std::string& bundle, const WorkingBundle& work);
+
+    // Tells on standard error that a bundle failed in its work. A `reason` may be null.
+    void NoteFailure(const std::string& bundle, const char* reason);
 
     // Has `react` called while the watch waits, whenever `descriptor` is readable. `react` has to
     // make it unreadable.
@@ -29,7 +32,7 @@ class WorkWatch {
     // Whether there is work that has not ended yet.
     bool IsPending() const { return !pending_.empty(); }
 
-    // Whether a piece of work ended with a failure.
+    // Whether a piece of work ended with a failure, or threw when it was asked.
     bool HasFailed() const { return failed_; }
 
     // Waits until all work has ended; returns false when `stop` came first.
@@ -42,6 +45,7 @@ class WorkWatch {
     struct Entry {
         std::string bundle;
         const WorkingBundle* work;
+        int descriptor;
     };
 
     struct Reaction {
@@ -56,6 +60,7 @@ class WorkWatch {
     void Reserve();
     void ListEntries();
     void TakeOutReady();
+    void AskForSuccess(const Entry& entry);
 
     const int stop_;
     std::vector<Reaction> reactions_;

@@ -93,7 +93,9 @@ TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
          "bundle second refused to start: something that is no exception"},
         {second, "fail-fini", 6, "bundle second: fini failed"},
         {second, "throw-number-fini", 6,
-         "bundle second: fini failed: something that is no exception"}};
+         "bundle second: fini failed: something that is no exception"},
+        {second, "throw-number-gobbler", 6,
+         "bundle second: gobbler failed: something that is no exception"}};
     for (const Failure& failure : failures) {
         SCOPED_TRACE(failure.reason);
         const ChildResult result =
@@ -104,6 +106,22 @@ TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
         if (failure.exitCode == 6) {
             EXPECT_THAT(NotedBy("second"), Contains("second destructor"));
         }
+    }
+}
+
+TEST_F(AgentLoading, ABundleThatThrowsWhenItIsAskedForItsWorkHasFailedInIt) {
+    const std::string thrown = "bundle second failed in its work: something that is no exception";
+    const std::pair<const char*, std::string> failures[] = {
+        {"fail-work", "bundle second failed in its work\n"},
+        {"throw-number-work", thrown},
+        {"throw-number-descriptor", thrown},
+        {"throw-number-interface", thrown}};
+    for (const auto& [argument, reason] : failures) {
+        const ChildResult result = RunBundles(kFirst + Entry("second"),
+                                              std::string("second.arguments = ") + argument + "\n");
+        EXPECT_EQ(result.exitCode, 1) << argument;
+        EXPECT_THAT(result.errors, HasSubstr(reason));
+        ExpectBothWereEnded(std::string(" ") + argument);
     }
 }
 
@@ -122,6 +140,13 @@ TEST_F(AgentLoading, ABundleThatCannotBeStoppedIsNotTakenFromUnderItsThread) {
         EXPECT_THAT(NotedBy(name), Not(Contains(name + " gobbler")));
     }
     EXPECT_THAT(Logged("corbasys"), HasSubstr("closed")) << "the queues were not written";
+}
+
+TEST_F(AgentLoading, WhatIsThrownOnTheWayIsReportedAndTheBundlesAreEnded) {
+    const ChildResult result = RunBundles(Entry("first") + ", " + Entry("throwingservice"));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, HasSubstr("qv_agent: something that is no exception"));
+    ExpectFirstWasEnded();
 }
 
 TEST_F(AgentLoading, AFactoryThatMakesNothingIsAFailure) {

@@ -2,9 +2,12 @@
 //
 // Each event goes as a line "NAME EVENT" into the file that the variable QV_TEST_EVENTS names. The
 // arguments of `init` choose the steps that fail: refuse, throw, throw-number, fail-stop,
-// fail-fini, throw-number-fini. With fail-stop a thread of the bundle goes on. The variable
+// fail-fini, throw-number-fini, throw-number-gobbler. With fail-stop a thread of the bundle goes
+// on. The arguments work, fail-work, throw-number-work, throw-number-descriptor and
+// throw-number-interface have it offer work that has ended at once. The variable
 // QV_TEST_FACTORY makes the factory fail: throw, throw-number, null.
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +20,7 @@
 
 #include "bundlemgr/platformapi.h"
 #include "bundlemgr/serviceobjectbase.h"
+#include "qv_host/workingbundle.h"
 
 // QV_TEST_NAME and QV_TEST_FACTORY_SYMBOL come from the build: one library for each name.
 
@@ -41,6 +45,41 @@ struct Library {
     ~Library() { Note("unload"); }
 } library;
 
+// The arguments of `init`. One object in a process: one library, one bundle.
+std::vector<std::string> arguments;
+
+bool IsTold(const char* word) {
+    return std::count(arguments.begin(), arguments.end(), word) > 0;
+}
+
+// Work that has ended.
+class EndedWork : public NS_REFERENCE_HOST::WorkingBundle {
+  public:
+    EndedWork() : done_(eventfd(1, EFD_CLOEXEC)) {}
+    ~EndedWork() override { close(done_); }
+
+    EndedWork(const EndedWork&) = delete;
+    EndedWork& operator=(const EndedWork&) = delete;
+
+    std::string GetIFName() const override { return QV_TEST_NAME; }
+    bool IsValid() const override { return true; }
+    int DoneDescriptor() const override {
+        if (IsTold("throw-number-descriptor")) {
+            throw 1;
+        }
+        return done_;
+    }
+    bool HasSucceeded() const override {
+        if (IsTold("throw-number-work")) {
+            throw 1;
+        }
+        return !IsTold("fail-work");
+    }
+
+  private:
+    const int done_;
+};
+
 // Thread safety: the manager's thread only.
 class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
@@ -48,9 +87,9 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
     ~Recorder() override { Note("destructor"); }
 
     int init(int argc, ACE_TCHAR* argv[]) override {
-        arguments_.assign(argv, argv + argc);
+        arguments.assign(argv, argv + argc);
         std::string event = "init";
-        for (const std::string& argument : arguments_) {
+        for (const std::string& argument : arguments) {
             event += " " + argument;
         }
         Note(event);
@@ -63,7 +102,20 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
         if (IsTold("fail-stop")) {
             std::thread([this] { RunForEver(); }).detach();
         }
+        for (const char* told :
+             {"work", "fail-work", "throw-number-work", "throw-number-descriptor"}) {
+            if (IsTold(told) && interface_ == nullptr) {
+                interface_ = new EndedWork;
+            }
+        }
         return IsTold("refuse") ? -1 : 0;
+    }
+
+    NS_BUNDLEMGR1::ServiceInterface* GetInterface() override {
+        if (IsTold("throw-number-interface")) {
+            throw 1;
+        }
+        return interface_;
     }
 
     int StopService() override {
@@ -73,6 +125,7 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
 
     int fini() override {
         Note("fini");
+        RemoveInterface();
         if (IsTold("throw-number-fini")) {
             throw 1;
         }
@@ -80,10 +133,6 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
     }
 
   private:
-    bool IsTold(const char* word) const {
-        return std::count(arguments_.begin(), arguments_.end(), word) > 0;
-    }
-
     // Code and data of the library and of the object, without a pause.
     [[noreturn]] void RunForEver() {
         for (;;) {
@@ -91,13 +140,15 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
         }
     }
 
-    std::vector<std::string> arguments_;
     std::atomic<unsigned int> rounds_{0};
 };
 
 void Gobble(void* object) {
     Note("gobbler");
     delete static_cast<ACE_Service_Object*>(object);
+    if (IsTold("throw-number-gobbler")) {
+        throw 1;
+    }
 }
 
 }  // namespace
