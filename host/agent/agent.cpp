@@ -209,6 +209,7 @@ bool Agent::Serve(BundleLoader& loader, ServiceKeeper& keeper) const {
         watch.WaitForStop();
     }
     loader.StopServices();
+    watch.TakeOutEnded();
     return !watch.HasFailed();
 }
 

@@ -13,8 +13,10 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-void WaitForAny(std::vector<pollfd>& entries) {
-    while (poll(entries.data(), entries.size(), -1) < 0) {
+constexpr int kForEver = -1;
+
+void Poll(std::vector<pollfd>& entries, int milliseconds) {
+    while (poll(entries.data(), entries.size(), milliseconds) < 0) {
         if (errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");
         }
@@ -57,7 +59,7 @@ bool WorkWatch::WaitForEvents() {
     ready_.clear();
     while (ready_.empty()) {
         ListEntries();
-        WaitForAny(entries_);
+        Poll(entries_, kForEver);
         if (entries_.front().revents != 0) {
             return false;
         }
@@ -66,13 +68,17 @@ bool WorkWatch::WaitForEvents() {
                 reactions_[index].react();
             }
         }
-        for (std::size_t index = reactions_.size() + 1; index < entries_.size(); ++index) {
-            if (entries_[index].revents != 0) {
-                ready_.push_back(entries_[index].fd);
-            }
-        }
+        ListReady();
     }
     return true;
+}
+
+void WorkWatch::ListReady() {
+    for (std::size_t index = reactions_.size() + 1; index < entries_.size(); ++index) {
+        if (entries_[index].revents != 0) {
+            ready_.push_back(entries_[index].fd);
+        }
+    }
 }
 
 bool WorkWatch::WaitForWork() {
@@ -83,6 +89,14 @@ bool WorkWatch::WaitForWork() {
         TakeOutReady();
     }
     return true;
+}
+
+void WorkWatch::TakeOutEnded() {
+    ready_.clear();
+    ListEntries();
+    Poll(entries_, 0);
+    ListReady();
+    TakeOutReady();
 }
 
 void WorkWatch::TakeOutReady() {

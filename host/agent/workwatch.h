@@ -38,6 +38,10 @@ class WorkWatch {
     // Waits until all work has ended; returns false when `stop` came first.
     bool WaitForWork();
 
+    // Takes in how the pending work has ended that is no longer going on; does not wait. An order
+    // to stop is obeyed before the work is looked at, so the work may have ended before or since.
+    void TakeOutEnded();
+
     // Waits for `stop` alone. REQUIRES: no work is pending.
     void WaitForStop();
 
@@ -56,6 +60,9 @@ class WorkWatch {
     // Waits until `stop` or work is ready, and calls reactions meanwhile. Returns false when `stop`
     // came; otherwise the descriptors of the work that is ready are in `ready_`.
     bool WaitForEvents();
+
+    // Puts the descriptors of the work that the last poll found ready into `ready_`.
+    void ListReady();
 
     void Reserve();
     void ListEntries();

@@ -20,8 +20,8 @@ class WorkingBundle : public NS_BUNDLEMGR1::ServiceInterface {
     // means that the work has failed.
     virtual int DoneDescriptor() const = 0;
 
-    // Returns whether the work succeeded. An exception means that it has not. REQUIRES: the
-    // descriptor is readable.
+    // Returns whether the work succeeded. Work that StopService has ended early has, unless
+    // something failed. An exception means that it has not. REQUIRES: the descriptor is readable.
     virtual bool HasSucceeded() const = 0;
 };
 

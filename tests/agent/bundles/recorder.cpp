@@ -4,7 +4,8 @@
 // arguments of `init` choose the steps that fail: refuse, throw, throw-number, fail-stop,
 // fail-fini, throw-number-fini, throw-number-gobbler. With fail-stop a thread of the bundle goes
 // on. The arguments work, fail-work, throw-number-work, throw-number-descriptor and
-// throw-number-interface have it offer work that has ended at once. The variable
+// throw-number-interface have it offer work that has ended at once, and fail-stopped-work work that
+// fails when it is stopped. The variable
 // QV_TEST_FACTORY makes the factory fail: throw, throw-number, null.
 #include <fcntl.h>
 #include <sys/eventfd.h>
@@ -52,10 +53,10 @@ bool IsTold(const char* word) {
     return std::count(arguments.begin(), arguments.end(), word) > 0;
 }
 
-// Work that has ended.
+// Work that has ended, or ends when it is told to.
 class EndedWork : public NS_REFERENCE_HOST::WorkingBundle {
   public:
-    EndedWork() : done_(eventfd(1, EFD_CLOEXEC)) {}
+    EndedWork() : done_(eventfd(IsTold("fail-stopped-work") ? 0 : 1, EFD_CLOEXEC)) {}
     ~EndedWork() override { close(done_); }
 
     EndedWork(const EndedWork&) = delete;
@@ -73,8 +74,10 @@ class EndedWork : public NS_REFERENCE_HOST::WorkingBundle {
         if (IsTold("throw-number-work")) {
             throw 1;
         }
-        return !IsTold("fail-work");
+        return !IsTold("fail-work") && !IsTold("fail-stopped-work");
     }
+
+    void End() const { eventfd_write(done_, 1); }
 
   private:
     const int done_;
@@ -102,11 +105,11 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
         if (IsTold("fail-stop")) {
             std::thread([this] { RunForEver(); }).detach();
         }
-        for (const char* told :
-             {"work", "fail-work", "throw-number-work", "throw-number-descriptor"}) {
-            if (IsTold(told) && interface_ == nullptr) {
-                interface_ = new EndedWork;
-            }
+        const bool hasWork = std::any_of(arguments.begin(), arguments.end(), [](const auto& word) {
+            return word.find("work") != std::string::npos || word == "throw-number-descriptor";
+        });
+        if (hasWork) {
+            interface_ = new EndedWork;
         }
         return IsTold("refuse") ? -1 : 0;
     }
@@ -120,6 +123,9 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
 
     int StopService() override {
         Note("StopService");
+        if (interface_ != nullptr) {
+            static_cast<const EndedWork*>(interface_)->End();
+        }
         return IsTold("fail-stop") ? -1 : 0;
     }
 
