@@ -20,10 +20,12 @@
 #include "agent/directorylock.h"
 #include "agent/fatalsignals.h"
 #include "agent/filepolicy.h"
+#include "agent/logfilesummary.h"
 #include "agent/servicekeeper.h"
 #include "agent/standardinput.h"
 #include "agent/ticks.h"
 #include "agent/workwatch.h"
+#include "bundlemgr/logsupport.h"
 #include "bundlemgr/processexception.h"
 #include "common/describeexception.h"
 #include "common/report.h"
@@ -163,6 +165,11 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
     ConfiguredBundles bundles(configuration_, items);
     ServiceKeeper keeper(ReadFilePolicy(items));
     WarnAboutConfiguration(configuration_);
+    // Where the service will write: it reads the item once, at its start.
+    std::optional<LogFileSummary> summary;
+    if (options_.summary) {
+        summary.emplace(NS_BUNDLEMGR1::GetNBILogPath());
+    }
     if (traffic == Traffic::Input) {
         bundles.Add("qv_line_feed", options_.lineFeedArguments);
     } else if (traffic == Traffic::Sample) {
@@ -176,8 +183,8 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
     }
     const bool worked = Serve(loader, keeper);
     const bool stopped = loader.FinishAll([&keeper] { keeper.FinishOutput(); });
-    if (options_.summary) {
-        summary_.Print(std::cout);
+    if (summary) {
+        summary->Print(std::cout);
     }
     if (!worked || keeper.HasLost()) {
         return ExitCode::WorkFailed;

@@ -7,7 +7,6 @@
 #include "agent/agentoptions.h"
 #include "agent/agentsignals.h"
 #include "agent/exitcode.h"
-#include "agent/logfilesummary.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -38,7 +37,6 @@ class Agent {
     const AgentOptions options_;
     const std::string configuration_;  // the path of the file
     const AgentSignals signals_;
-    const LogFileSummary summary_;
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -1,12 +1,18 @@
 // A bundle that notes what its manager does with it, and fails where it is told to.
 //
 // Each event goes as a line "NAME EVENT" into the file that the variable QV_TEST_EVENTS names. The
-// arguments of `init` choose the steps that fail: refuse, throw, throw-number, fail-stop,
-// fail-fini, throw-number-fini, throw-number-gobbler. With fail-stop a thread of the bundle goes
-// on. The arguments work, fail-work, throw-number-work, throw-number-descriptor and
-// throw-number-interface have it offer work that has ended at once, and fail-stopped-work work that
-// fails when it is stopped. The variable
-// QV_TEST_FACTORY makes the factory fail: throw, throw-number, null.
+// variable QV_TEST_FACTORY makes the factory fail: throw, throw-number, null. The arguments of
+// `init` choose what else fails or happens:
+//
+//     refuse, throw, throw-number                        init
+//     fail-stop                                          StopService; a thread goes on
+//     read-items                                         StopService has the configuration read
+//     fail-fini, throw-number-fini                       fini
+//     throw-number-gobbler                               the gobbler
+//     throw-number-interface                             GetInterface
+//     fail-work, throw-number-work                       work that has ended at once
+//     throw-number-descriptor                            the same, asked for its descriptor
+//     fail-stopped-work                                  work that goes on until it is stopped
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -19,6 +25,7 @@
 #include <thread>
 #include <vector>
 
+#include "bundlemgr/corbaconfigitems.h"
 #include "bundlemgr/platformapi.h"
 #include "bundlemgr/serviceobjectbase.h"
 #include "qv_host/workingbundle.h"
@@ -123,6 +130,10 @@ class Recorder : public NS_BUNDLEMGR1::ServiceObjectBase {
 
     int StopService() override {
         Note("StopService");
+        if (IsTold("read-items")) {
+            std::vector<NS_BUNDLEMGR1::NameValueStru> items;
+            NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetCorbaConfigItems(items);
+        }
         if (interface_ != nullptr) {
             static_cast<const EndedWork*>(interface_)->End();
         }
