@@ -61,6 +61,17 @@ TEST_F(AgentServing, EveryBundleIsEndedAfterASignal) {
     EXPECT_THAT(NS_TEST::ReadLines(Path("events")), Contains("first destructor"));
 }
 
+TEST_F(AgentServing, ItSaysThatNoQueueCanBeWrittenInACrash) {
+    const std::string warning = "--write-queues-on-crash is without effect";
+    ChildProcess agent(Agent({"--traffic", "none", "--write-queues-on-crash"}));
+    EXPECT_EQ(EndOnce(agent, "serving"), 0);
+    EXPECT_THAT(agent.GetErrors(), Not(HasSubstr(warning)));
+    Configure("bundles = " + Entry("first") + "\n");
+    ChildProcess without(Agent({"--traffic", "none", "--write-queues-on-crash"}));
+    EXPECT_EQ(EndOnce(without, "serving"), 0);
+    EXPECT_THAT(without.GetErrors(), HasSubstr(warning));
+}
+
 TEST_F(AgentServing, ServiceDiagnosticsGoToTheLogProxyOrElseToTheFallback) {
     WriteConfiguration("bundles = qv_base_log\nthis is no item\n");
     const auto told = Run({"--sample"});
