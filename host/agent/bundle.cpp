@@ -28,6 +28,7 @@ std::unique_ptr<SharedLibrary> LoadLibrary(const BundleEntry& entry) {
 
 std::vector<char*> PointersTo(std::vector<std::string>& arguments) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }
