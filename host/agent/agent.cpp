@@ -97,15 +97,10 @@ void WarnAboutConfiguration(const std::string& path) {
     }
 }
 
-// Null when no bundle can write queues then, which is told.
-std::unique_ptr<FatalSignals> WatchFatalSignals() {
-    std::unique_ptr<FatalSignals> watch = FatalSignals::Watch();
-    if (watch == nullptr) {
-        Report("qv_agent",
-               "--write-queues-on-crash is without effect: there is no logging service, or it is "
-               "too old");
-    }
-    return watch;
+void WarnOfLostQueues() {
+    Report("qv_agent",
+           "--write-queues-on-crash is without effect: there is no logging service, or it is too "
+           "old");
 }
 
 // Returns whether there is any work. A bundle that throws when it is asked has failed in its work.
@@ -204,8 +199,13 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
 }
 
 bool Agent::Serve(BundleLoader& loader, ServiceKeeper& keeper) const {
-    const std::unique_ptr<FatalSignals> fatalSignals =
-        options_.writeQueuesOnCrash ? WatchFatalSignals() : nullptr;
+    std::unique_ptr<FatalSignals> fatalSignals;
+    if (options_.writeQueuesOnCrash) {
+        fatalSignals = FatalSignals::Watch();
+        if (fatalSignals == nullptr) {
+            WarnOfLostQueues();
+        }
+    }
     WorkWatch watch(signals_.StopDescriptor());
     const bool hasClients = AddWork(loader, watch);
     watch.ReactTo(signals_.ReopenDescriptor(), [this] {
