@@ -20,11 +20,14 @@
 #include "agent/directorylock.h"
 #include "agent/fatalsignals.h"
 #include "agent/filepolicy.h"
+#include "agent/logfilesummary.h"
 #include "agent/servicekeeper.h"
 #include "agent/standardinput.h"
 #include "agent/ticks.h"
 #include "agent/workwatch.h"
+#include "bundlemgr/logsupport.h"
 #include "bundlemgr/processexception.h"
+#include "common/describeexception.h"
 #include "common/report.h"
 #include "platform/configfile.h"
 #include "platform/hostcontrol.h"
@@ -94,6 +97,29 @@ void WarnAboutConfiguration(const std::string& path) {
     }
 }
 
+void WarnOfLostQueues() {
+    Report("qv_agent",
+           "--write-queues-on-crash is without effect: there is no logging service, or it is too "
+           "old");
+}
+
+// Returns whether there is any work. A bundle that throws when it is asked has failed in its work.
+bool AddWork(const BundleLoader& loader, WorkWatch& watch) {
+    bool found = false;
+    for (const auto& bundle : loader.Bundles()) {
+        try {
+            if (const WorkingBundle* const work = bundle->FindWork()) {
+                found = true;
+                watch.Add(bundle->Name(), *work);
+            }
+        } catch (...) {
+            found = true;
+            watch.NoteFailure(bundle->Name(), ExceptionText());
+        }
+    }
+    return found;
+}
+
 }  // namespace
 
 Agent::Agent(const AgentOptions& options)
@@ -145,6 +171,11 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
     ConfiguredBundles bundles(configuration_, items);
     ServiceKeeper keeper(ReadFilePolicy(items));
     WarnAboutConfiguration(configuration_);
+    // Where the service will write: it reads the item once, at its start.
+    std::optional<LogFileSummary> summary;
+    if (options_.summary) {
+        summary.emplace(NS_BUNDLEMGR1::GetNBILogPath());
+    }
     if (traffic == Traffic::Input) {
         bundles.Add("qv_line_feed", options_.lineFeedArguments);
     } else if (traffic == Traffic::Sample) {
@@ -157,9 +188,9 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
         keeper.SetPolicy();
     }
     const bool worked = Serve(loader, keeper);
-    const bool stopped = loader.StopAll([&keeper] { keeper.FinishOutput(); });
-    if (options_.summary) {
-        summary_.Print(std::cout);
+    const bool stopped = loader.FinishAll([&keeper] { keeper.FinishOutput(); });
+    if (summary) {
+        summary->Print(std::cout);
     }
     if (!worked || keeper.HasLost()) {
         return ExitCode::WorkFailed;
@@ -167,17 +198,16 @@ ExitCode Agent::RunBundles(Traffic traffic) const {
     return stopped ? ExitCode::Done : ExitCode::BadStop;
 }
 
-bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
+bool Agent::Serve(BundleLoader& loader, ServiceKeeper& keeper) const {
     std::unique_ptr<FatalSignals> fatalSignals;
     if (options_.writeQueuesOnCrash) {
         fatalSignals = FatalSignals::Watch();
-    }
-    WorkWatch watch(signals_.StopDescriptor());
-    for (const auto& bundle : loader.Bundles()) {
-        if (const WorkingBundle* const work = bundle->FindWork()) {
-            watch.Add(bundle->Name(), *work);
+        if (fatalSignals == nullptr) {
+            WarnOfLostQueues();
         }
     }
+    WorkWatch watch(signals_.StopDescriptor());
+    const bool hasClients = AddWork(loader, watch);
     watch.ReactTo(signals_.ReopenDescriptor(), [this] {
         signals_.TakeReopen();
         ServiceKeeper::Reopen();
@@ -187,7 +217,6 @@ bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
         ticks.Take();
         keeper.Look();
     });
-    const bool hasClients = watch.IsPending();
     std::fprintf(stderr, "qv_agent: serving, process %d\n", static_cast<int>(getpid()));
     if (watch.WaitForWork() && (options_.keepRunning || !hasClients)) {
         if (hasClients) {
@@ -195,6 +224,8 @@ bool Agent::Serve(const BundleLoader& loader, ServiceKeeper& keeper) const {
         }
         watch.WaitForStop();
     }
+    loader.StopServices();
+    watch.TakeOutEnded();
     return !watch.HasFailed();
 }
 

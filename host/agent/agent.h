@@ -7,7 +7,6 @@
 #include "agent/agentoptions.h"
 #include "agent/agentsignals.h"
 #include "agent/exitcode.h"
-#include "agent/logfilesummary.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -31,13 +30,13 @@ class Agent {
     // while the input was waited for.
     ExitCode RunBundles(Traffic traffic) const;
 
-    // Runs until all work has ended or a signal arrives. Returns false when a client's work failed.
-    bool Serve(const class BundleLoader& loader, class ServiceKeeper& keeper) const;
+    // Runs until all work has ended or a signal arrives, and stops the bundles. Returns false when
+    // a client's work failed.
+    bool Serve(class BundleLoader& loader, class ServiceKeeper& keeper) const;
 
     const AgentOptions options_;
     const std::string configuration_;  // the path of the file
     const AgentSignals signals_;
-    const LogFileSummary summary_;
 };
 
 }  // namespace NS_REFERENCE_HOST

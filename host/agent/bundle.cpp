@@ -26,9 +26,19 @@ std::unique_ptr<SharedLibrary> LoadLibrary(const BundleEntry& entry) {
     }
 }
 
+std::vector<char*> PointersTo(std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 // Calls one step of a bundle's end. A failure must not keep the other bundles from ending.
 template <typename Step>
-bool RunStep(const std::string& name, const char* what, Step step) {
+bool RunStep(const std::string& name, const char* what, Step step) noexcept {
     try {
         if (step() == 0) {
             return true;
@@ -36,7 +46,7 @@ bool RunStep(const std::string& name, const char* what, Step step) {
         std::fprintf(stderr, "qv_agent: bundle %s: %s failed\n", name.c_str(), what);
     } catch (...) {
         std::fprintf(stderr, "qv_agent: bundle %s: %s failed: %s\n", name.c_str(), what,
-                     DescribeException().c_str());
+                     ExceptionText());
     }
     return false;
 }
@@ -52,12 +62,10 @@ void Bundle::Gobbler::operator()(ACE_Service_Object* object) const {
 }
 
 Bundle::Bundle(const BundleEntry& entry)
-    : entry_(entry), library_(LoadLibrary(entry)), object_(MakeServiceObject()) {
-    for (std::string& argument : entry_.arguments) {
-        argumentVector_.push_back(argument.data());
-    }
-    argumentVector_.push_back(nullptr);
-}
+    : entry_(entry),
+      argumentVector_(PointersTo(entry_.arguments)),
+      library_(LoadLibrary(entry)),
+      object_(MakeServiceObject()) {}
 
 Bundle::ServiceObject Bundle::MakeServiceObject() const {
     const std::string symbol = "_make_" + entry_.name;
@@ -105,9 +113,19 @@ bool Bundle::StopService() {
 }
 
 bool Bundle::FiniAndFree() {
-    const bool success = RunStep(entry_.name, "fini", [this] { return object_->fini(); });
-    object_.reset();
-    return success;
+    const bool isFinished = RunStep(entry_.name, "fini", [this] { return object_->fini(); });
+    // Not by the pointer's destructor, through which no exception can leave.
+    const bool isFreed = RunStep(entry_.name, "gobbler", [this] {
+        const Gobbler gobbler = object_.get_deleter();
+        gobbler(object_.release());
+        return 0;
+    });
+    return isFinished && isFreed;
+}
+
+void Bundle::LeaveRunning() {
+    static_cast<void>(object_.release());
+    library_->KeepLoaded();
 }
 
 const WorkingBundle* Bundle::FindWork() const {

@@ -16,8 +16,8 @@
 namespace NS_REFERENCE_HOST {
 
 // The constructor loads the library and the destructor unloads it. Between them the owner calls
-// Init, StopService and FiniAndFree, in this order, also when Init failed: part of the bundle may
-// be running.
+// Init, StopService, and FiniAndFree or LeaveRunning, in this order, also when Init failed: part of
+// the bundle may be running.
 //
 // Thread safety: one thread.
 class Bundle {
@@ -38,7 +38,11 @@ class Bundle {
     bool StopService();
     bool FiniAndFree();
 
+    // In place of FiniAndFree: the object and the library stay until the process has ended.
+    void LeaveRunning();
+
     // Returns the bundle's interface if it has work to do, else null. Valid until FiniAndFree.
+    // Throws what the bundle throws.
     const WorkingBundle* FindWork() const;
 
   private:

@@ -29,6 +29,16 @@ std::string ReadHolder(int descriptor) {
     return number.empty() ? number : ", process " + number;
 }
 
+// Whether the system lacks something, whoever serves the directory.
+bool IsShortage(int error) {
+    for (const int shortage : {ENOSPC, EDQUOT, EMFILE, ENFILE, ENOMEM, ENOLCK, EIO}) {
+        if (error == shortage) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool Exists(const std::string& path) {
     struct stat status {};
     return lstat(path.c_str(), &status) == 0;
@@ -36,7 +46,8 @@ bool Exists(const std::string& path) {
 
 }  // namespace
 
-DirectoryLock::DirectoryLock(const std::string& directory) : path_(directory + "/" + kFileName) {
+DirectoryLock::DirectoryLock(const std::string& directory)
+    : path_(directory + "/" + kFileName), process_(getpid()) {
     // Somebody may remove the file between its opening and its locking.
     while (Open()) {
         Take();
@@ -49,14 +60,20 @@ DirectoryLock::DirectoryLock(const std::string& directory) : path_(directory + "
 }
 
 DirectoryLock::~DirectoryLock() {
-    if (descriptor_ >= 0) {
-        close(descriptor_);
+    if (descriptor_ < 0) {
+        return;
     }
+    // Closing is not enough while a forked child has the same open file.
+    if (getpid() == process_) {
+        flock(descriptor_, LOCK_UN);
+    }
+    close(descriptor_);
 }
 
 void DirectoryLock::FailFor(int error) const {
-    throw AgentError(ExitCode::AlreadyServed, "the lock file " + path_ + " cannot be used: " +
-                                                  std::generic_category().message(error));
+    const ExitCode code = IsShortage(error) ? ExitCode::WorkFailed : ExitCode::AlreadyServed;
+    throw AgentError(code, "the lock file " + path_ +
+                               " cannot be used: " + std::generic_category().message(error));
 }
 
 // Returns false when there is no file and none can be made.

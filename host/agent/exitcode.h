@@ -6,7 +6,8 @@ namespace NS_REFERENCE_HOST {
 // The numbers are part of the program's interface: scripts test them.
 enum class ExitCode {
     Done = 0,            // the work is done, or a signal asked for the end
-    WorkFailed = 1,      // a bundle could not do all of its work, or records were lost
+    WorkFailed = 1,      // a bundle could not do all of its work, records were lost, or the system
+                         // lacked what the agent needs
     BadCommandLine = 2,  // an unknown option or a value that does not fit
     BadConfiguration = 3,
     BundleNotLoaded = 4,  // no such library, no factory in it, an unresolved symbol

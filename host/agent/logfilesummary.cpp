@@ -9,32 +9,15 @@
 #include <string>
 #include <system_error>
 #include <tuple>
-#include <vector>
 
 #include "agent/lastrecord.h"
-#include "bundlemgr/logsupport.h"
 
 namespace NS_REFERENCE_HOST {
 
 namespace {
 
-std::vector<std::string> FindFiles(const std::string& directory, const timespec& start) {
-    const std::string suffix = "_" + std::to_string(getpid()) + ".log";
-    std::vector<std::string> paths;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
-        const std::string path = entry.path().string();
-        struct stat status {};
-        if (path.size() > suffix.size() &&
-            path.compare(path.size() - suffix.size(), suffix.size(), suffix) == 0 &&
-            stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-            std::tie(status.st_mtim.tv_sec, status.st_mtim.tv_nsec) >=
-                std::tie(start.tv_sec, start.tv_nsec)) {
-            paths.push_back(path);
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
+bool EndsWith(const std::string& text, const std::string& end) {
+    return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 // Each line of `text` indented, control characters shown by their numbers.
@@ -96,19 +79,45 @@ void PrintFile(std::ostream& out, const std::string& path) {
 
 }  // namespace
 
-LogFileSummary::LogFileSummary() : start_() {
-    // The clock of file times. The finer clock runs ahead of it.
-    clock_gettime(CLOCK_REALTIME_COARSE, &start_);
+LogFileSummary::LogFileSummary(const std::string& directory)
+    : directory_(directory), before_(FindFiles(directory)) {}
+
+LogFileSummary::Traces LogFileSummary::FindFiles(const std::string& directory) {
+    const std::string suffix = "_" + std::to_string(getpid()) + ".log";
+    Traces found;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string path = entry->path().string();
+        struct stat status {};
+        if (EndsWith(path, suffix) && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            found[path] = {status.st_ino, status.st_size, status.st_mtim.tv_sec,
+                           status.st_mtim.tv_nsec};
+        }
+    }
+    return found;
+}
+
+bool LogFileSummary::IsWritten(const std::string& path, const Trace& trace) const {
+    const auto found = before_.find(path);
+    if (found == before_.end()) {
+        return true;
+    }
+    const Trace& before = found->second;
+    return std::tie(before.file, before.size, before.seconds, before.nanoseconds) !=
+           std::tie(trace.file, trace.size, trace.seconds, trace.nanoseconds);
 }
 
 void LogFileSummary::Print(std::ostream& out) const {
-    const std::string directory = NS_BUNDLEMGR1::GetNBILogPath();
-    const std::vector<std::string> paths = FindFiles(directory, start_);
-    if (paths.empty()) {
-        out << "No log file was written in " << directory << '\n';
+    bool isEmpty = true;
+    for (const auto& [path, trace] : FindFiles(directory_)) {
+        if (IsWritten(path, trace)) {
+            PrintFile(out, path);
+            isEmpty = false;
+        }
     }
-    for (const std::string& path : paths) {
-        PrintFile(out, path);
+    if (isEmpty) {
+        out << "No log file was written in " << directory_ << '\n';
     }
     out.flush();
 }

@@ -1,10 +1,10 @@
 // The agent program.
 #include <cstdio>
-#include <exception>
 
 #include "agent/agent.h"
 #include "agent/agenterror.h"
 #include "agent/standarddescriptors.h"
+#include "common/describeexception.h"
 
 int main(int argc, char* argv[]) {
     using namespace NS_REFERENCE_HOST;
@@ -15,8 +15,8 @@ int main(int argc, char* argv[]) {
     } catch (const AgentError& error) {
         std::fprintf(stderr, "qv_agent: %s\n", error.what());
         return static_cast<int>(error.Code());
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "qv_agent: %s\n", error.what());
+    } catch (...) {
+        std::fprintf(stderr, "qv_agent: %s\n", ExceptionText());
         return static_cast<int>(ExitCode::WorkFailed);
     }
 }

@@ -67,11 +67,15 @@ void ServiceKeeper::Reopen() {
     }
 }
 
+// Without memory the service writes what is queued at its own end.
 void ServiceKeeper::FinishOutput() {
-    if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
-        maintenance->FlushAll();
-        Look();
+    try {
+        if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
+            maintenance->FlushAll();
+        }
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
     }
+    Look();
 }
 
 }  // namespace NS_REFERENCE_HOST

@@ -1,4 +1,4 @@
-// A shared library that is loaded for as long as the object lives.
+// A shared library that is loaded for as long as the object lives, or longer.
 #include "agent/sharedlibrary.h"
 
 #include <dlfcn.h>
@@ -33,7 +33,9 @@ void* Open(const std::string& path) {
 SharedLibrary::SharedLibrary(const std::string& path) : handle_(Open(path)) {}
 
 SharedLibrary::~SharedLibrary() {
-    dlclose(handle_);
+    if (!isKept_) {
+        dlclose(handle_);
+    }
 }
 
 void* SharedLibrary::Find(const std::string& symbol) const {

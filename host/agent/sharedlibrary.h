@@ -1,4 +1,4 @@
-// A shared library that is loaded for as long as the object lives.
+// A shared library that is loaded for as long as the object lives, or longer.
 #pragma once
 
 #include <string>
@@ -19,8 +19,12 @@ class SharedLibrary {
     // Returns the address of an exported symbol, or null when there is none.
     void* Find(const std::string& symbol) const;
 
+    // The library stays when the object goes.
+    void KeepLoaded() { isKept_ = true; }
+
   private:
     void* const handle_;
+    bool isKept_ = false;
 };
 
 // Returns the path of the library of the bundle `name`: libNAME.so in the bundle directory of the

@@ -7,12 +7,16 @@
 #include <system_error>
 #include <utility>
 
+#include "common/describeexception.h"
+
 namespace NS_REFERENCE_HOST {
 
 namespace {
 
-void WaitForAny(std::vector<pollfd>& entries) {
-    while (poll(entries.data(), entries.size(), -1) < 0) {
+constexpr int kForEver = -1;
+
+void Poll(std::vector<pollfd>& entries, int milliseconds) {
+    while (poll(entries.data(), entries.size(), milliseconds) < 0) {
         if (errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");
         }
@@ -26,7 +30,7 @@ WorkWatch::WorkWatch(int stop) : stop_(stop) {
 }
 
 void WorkWatch::Add(const std::string& bundle, const WorkingBundle& work) {
-    pending_.push_back({bundle, &work});
+    pending_.push_back({bundle, &work, work.DoneDescriptor()});
     Reserve();
 }
 
@@ -47,7 +51,7 @@ void WorkWatch::ListEntries() {
         entries_.push_back({reaction.descriptor, POLLIN, 0});
     }
     for (const Entry& entry : pending_) {
-        entries_.push_back({entry.work->DoneDescriptor(), POLLIN, 0});
+        entries_.push_back({entry.descriptor, POLLIN, 0});
     }
 }
 
@@ -55,7 +59,7 @@ bool WorkWatch::WaitForEvents() {
     ready_.clear();
     while (ready_.empty()) {
         ListEntries();
-        WaitForAny(entries_);
+        Poll(entries_, kForEver);
         if (entries_.front().revents != 0) {
             return false;
         }
@@ -64,13 +68,17 @@ bool WorkWatch::WaitForEvents() {
                 reactions_[index].react();
             }
         }
-        for (std::size_t index = reactions_.size() + 1; index < entries_.size(); ++index) {
-            if (entries_[index].revents != 0) {
-                ready_.push_back(entries_[index].fd);
-            }
-        }
+        ListReady();
     }
     return true;
+}
+
+void WorkWatch::ListReady() {
+    for (std::size_t index = reactions_.size() + 1; index < entries_.size(); ++index) {
+        if (entries_[index].revents != 0) {
+            ready_.push_back(entries_[index].fd);
+        }
+    }
 }
 
 bool WorkWatch::WaitForWork() {
@@ -83,17 +91,44 @@ bool WorkWatch::WaitForWork() {
     return true;
 }
 
+void WorkWatch::TakeOutEnded() {
+    ready_.clear();
+    ListEntries();
+    Poll(entries_, 0);
+    ListReady();
+    TakeOutReady();
+}
+
 void WorkWatch::TakeOutReady() {
     const auto ended = [this](const Entry& entry) {
-        return std::count(ready_.begin(), ready_.end(), entry.work->DoneDescriptor()) != 0;
+        return std::count(ready_.begin(), ready_.end(), entry.descriptor) != 0;
     };
     for (const Entry& entry : pending_) {
-        if (ended(entry) && !entry.work->HasSucceeded()) {
-            std::fprintf(stderr, "qv_agent: bundle %s failed in its work\n", entry.bundle.c_str());
-            failed_ = true;
+        if (ended(entry)) {
+            AskForSuccess(entry);
         }
     }
     pending_.erase(std::remove_if(pending_.begin(), pending_.end(), ended), pending_.end());
+}
+
+void WorkWatch::AskForSuccess(const Entry& entry) {
+    try {
+        if (!entry.work->HasSucceeded()) {
+            NoteFailure(entry.bundle, nullptr);
+        }
+    } catch (...) {
+        NoteFailure(entry.bundle, ExceptionText());
+    }
+}
+
+void WorkWatch::NoteFailure(const std::string& bundle, const char* reason) {
+    failed_ = true;
+    if (reason == nullptr) {
+        std::fprintf(stderr, "qv_agent: bundle %s failed in its work\n", bundle.c_str());
+    } else {
+        std::fprintf(stderr, "qv_agent: bundle %s failed in its work: %s\n", bundle.c_str(),
+                     reason);
+    }
 }
 
 void WorkWatch::WaitForStop() {

@@ -15,11 +15,13 @@ namespace NS_REFERENCE_HOST {
 // Thread safety: any thread may call any operation.
 class WorkingBundle : public NS_BUNDLEMGR1::ServiceInterface {
   public:
-    // A file descriptor that polls as readable once the work has ended, for whatever reason. The
-    // bundle owns it: poll it, but never read or close it.
+    // A file descriptor that polls as readable once the work has ended, for whatever reason; the
+    // same one at each call. The bundle owns it: poll it, but never read or close it. An exception
+    // means that the work has failed.
     virtual int DoneDescriptor() const = 0;
 
-    // Returns whether the work succeeded. REQUIRES: the descriptor is readable.
+    // Returns whether the work succeeded. Work that StopService has ended early has, unless
+    // something failed. An exception means that it has not. REQUIRES: the descriptor is readable.
     virtual bool HasSucceeded() const = 0;
 };
 

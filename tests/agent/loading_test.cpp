@@ -91,10 +91,11 @@ TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
         {second, "throw", 5, "bundle second refused to start: out of patience"},
         {second, "throw-number", 5,
          "bundle second refused to start: something that is no exception"},
-        {second, "fail-stop", 6, "bundle second: StopService failed"},
         {second, "fail-fini", 6, "bundle second: fini failed"},
         {second, "throw-number-fini", 6,
-         "bundle second: fini failed: something that is no exception"}};
+         "bundle second: fini failed: something that is no exception"},
+        {second, "throw-number-gobbler", 6,
+         "bundle second: gobbler failed: something that is no exception"}};
     for (const Failure& failure : failures) {
         SCOPED_TRACE(failure.reason);
         const ChildResult result =
@@ -106,6 +107,46 @@ TEST_F(AgentLoading, AFailureIsReportedAndTheOthersAreEnded) {
             EXPECT_THAT(NotedBy("second"), Contains("second destructor"));
         }
     }
+}
+
+TEST_F(AgentLoading, ABundleThatThrowsWhenItIsAskedForItsWorkHasFailedInIt) {
+    const std::string thrown = "bundle second failed in its work: something that is no exception";
+    const std::pair<const char*, std::string> failures[] = {
+        {"fail-work", "bundle second failed in its work\n"},
+        {"throw-number-work", thrown},
+        {"throw-number-descriptor", thrown},
+        {"throw-number-interface", thrown}};
+    for (const auto& [argument, reason] : failures) {
+        const ChildResult result = RunBundles(kFirst + Entry("second"),
+                                              std::string("second.arguments = ") + argument + "\n");
+        EXPECT_EQ(result.exitCode, 1) << argument;
+        EXPECT_THAT(result.errors, HasSubstr(reason));
+        ExpectBothWereEnded(std::string(" ") + argument);
+    }
+}
+
+// Neither is what its thread may use: the bundles in front of it, the logging service among them.
+TEST_F(AgentLoading, ABundleThatCannotBeStoppedIsNotTakenFromUnderItsThread) {
+    const ChildResult result = RunBundles(kFirst + Entry("second") + ", " + Entry("third"),
+                                          "second.arguments = fail-stop\noutputmode = 1\n");
+    EXPECT_EQ(result.exitCode, 6) << result.errors;
+    EXPECT_THAT(result.errors, HasSubstr("bundle second: StopService failed"));
+    EXPECT_EQ(NotedBy("third"),
+              (Events{"third factory", "third init", "third StopService", "third fini",
+                      "third gobbler", "third destructor", "third unload"}));
+    for (const std::string name : {"second", "first"}) {
+        EXPECT_THAT(NotedBy(name), Contains(name + " StopService"));
+        EXPECT_THAT(NotedBy(name), Not(Contains(name + " fini")));
+        EXPECT_THAT(NotedBy(name), Not(Contains(name + " gobbler")));
+    }
+    EXPECT_THAT(Logged("corbasys"), HasSubstr("closed")) << "the queues were not written";
+}
+
+TEST_F(AgentLoading, WhatIsThrownOnTheWayIsReportedAndTheBundlesAreEnded) {
+    const ChildResult result = RunBundles(Entry("first") + ", " + Entry("throwingservice"));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, HasSubstr("qv_agent: something that is no exception"));
+    ExpectFirstWasEnded();
 }
 
 TEST_F(AgentLoading, AFactoryThatMakesNothingIsAFailure) {

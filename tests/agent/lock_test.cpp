@@ -3,14 +3,24 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <optional>
 
+#include "agent/agenterror.h"
 #include "agent/agentfixture.h"
+#include "agent/directorylock.h"
+#include "support/endofchild.h"
+#include "support/pipe.h"
 
 namespace {
 
+using NS_REFERENCE_HOST::AgentError;
+using NS_REFERENCE_HOST::DirectoryLock;
 using NS_TEST::ChildProcess;
 using NS_TEST::ChildResult;
 using std::filesystem::perms;
@@ -74,6 +84,53 @@ TEST_F(AgentLock, IsTakenOnNothingButAFileOfThatName) {
     std::filesystem::remove(lock_);
     std::filesystem::create_directory(lock_);
     EXPECT_EQ(Run({"--sample"}).exitCode, 7);
+}
+
+// A child has the same open file.
+TEST_F(AgentLock, IsReleasedWhileAForkedChildGoesOn) {
+    NS_TEST::Pipe pipe;
+    auto lock = std::make_optional<DirectoryLock>(Path());
+    const pid_t child = fork();
+    if (child == 0) {
+        pipe.CloseWriter();
+        std::string nothing;
+        pipe.ReadTo(nothing);  // until the parent has closed its end
+        NS_TEST::EndChild(0);
+    }
+    EXPECT_THROW(DirectoryLock{Path()}, AgentError);
+    lock.reset();
+    EXPECT_NO_THROW(DirectoryLock{Path()});
+    pipe.CloseWriter();
+    waitpid(child, nullptr, 0);
+}
+
+TEST_F(AgentLock, IsNotAForkedChildsToRelease) {
+    auto lock = std::make_optional<DirectoryLock>(Path());
+    const pid_t child = fork();
+    if (child == 0) {
+        lock.reset();
+        NS_TEST::EndChild(0);
+    }
+    waitpid(child, nullptr, 0);
+    EXPECT_THROW(DirectoryLock{Path()}, AgentError);
+}
+
+TEST_F(AgentLock, ThatLacksADescriptorIsNotCalledAnotherAgents) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    int code = -1;
+    std::string reason;
+    try {
+        const DirectoryLock lock(Path());
+    } catch (const AgentError& error) {
+        code = static_cast<int>(error.Code());
+        reason = error.what();
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(code, 1);
+    EXPECT_EQ(reason, "the lock file " + lock_ + " cannot be used: Too many open files");
 }
 
 TEST_F(AgentLock, IsDoneWithoutInADirectoryThatIsReadOnly) {

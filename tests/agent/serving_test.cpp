@@ -33,6 +33,15 @@ TEST_F(AgentServing, ASignalStopsAClientInTheMiddleAndNothingIsTorn) {
     EXPECT_LT(Records("corbaoper").size(), 8000000U);
 }
 
+// It may fail while it is stopped, or just before the signal.
+TEST_F(AgentServing, AClientThatHasFailedWhenASignalStopsItIsNotForgotten) {
+    Configure("bundles = qv_base_log, " + Entry("first") +
+              "\nfirst.arguments = fail-stopped-work\n");
+    ChildProcess agent(Agent({"--traffic", "none"}));
+    EXPECT_EQ(EndOnce(agent, "serving"), 1);
+    EXPECT_THAT(agent.GetErrors(), HasSubstr("bundle first failed in its work"));
+}
+
 TEST_F(AgentServing, AnIgnoredInterruptStillEndsIt) {
     // What a shell does to the programs that it runs in the background.
     signal(SIGINT, SIG_IGN);
@@ -50,6 +59,17 @@ TEST_F(AgentServing, EveryBundleIsEndedAfterASignal) {
     EXPECT_THAT(NS_TEST::ReadLines(Path("events")), Not(Contains("first StopService")));
     EXPECT_EQ(EndOnce(agent, "serving"), 0);
     EXPECT_THAT(NS_TEST::ReadLines(Path("events")), Contains("first destructor"));
+}
+
+TEST_F(AgentServing, ItSaysThatNoQueueCanBeWrittenInACrash) {
+    const std::string warning = "--write-queues-on-crash is without effect";
+    ChildProcess agent(Agent({"--traffic", "none", "--write-queues-on-crash"}));
+    EXPECT_EQ(EndOnce(agent, "serving"), 0);
+    EXPECT_THAT(agent.GetErrors(), Not(HasSubstr(warning)));
+    Configure("bundles = " + Entry("first") + "\n");
+    ChildProcess without(Agent({"--traffic", "none", "--write-queues-on-crash"}));
+    EXPECT_EQ(EndOnce(without, "serving"), 0);
+    EXPECT_THAT(without.GetErrors(), HasSubstr(warning));
 }
 
 TEST_F(AgentServing, ServiceDiagnosticsGoToTheLogProxyOrElseToTheFallback) {

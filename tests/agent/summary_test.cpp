@@ -1,10 +1,13 @@
 // What the agent prints at its end about the log files of the run.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <sstream>
 
 #include "agent/agentfixture.h"
+#include "agent/logfilesummary.h"
 #include "bundlemgr/logsupport.h"
 #include "support/pipe.h"
 
@@ -45,20 +48,53 @@ TEST_F(AgentSummary, CoversAllCategoriesAndIsPrintedOnRequestOnly) {
 TEST_F(AgentSummary, LeavesOutWhatOtherRunsHaveWritten) {
     NS_TEST::Pipe pipe;
     NS_TEST::ChildProcess agent(Agent({"--summary"}, pipe.Reader()));
-    pipe.Write("one\n");
-    ASSERT_TRUE(agent.WaitForError("serving"));
     const std::string other = Path("log/unbi_corbaoper_20240305140709_1.log");
     const std::string earlier =
         Path("log/unbi_corbaoper_20240305140709_" + std::to_string(agent.GetId()) + ".log");
     NS_TEST::WriteFile(other, "of another agent that runs now");
-    NS_TEST::WriteFile(earlier, "of an agent long ago");
-    std::filesystem::last_write_time(
-        earlier, std::filesystem::last_write_time(earlier) - std::chrono::hours(1000));
+    NS_TEST::WriteFile(earlier, "of an earlier agent");
+    pipe.Write("one\n");
     pipe.CloseWriter();
     const std::string output = agent.Wait().output;
     EXPECT_THAT(output, HasSubstr("Detail: one\n"));
     EXPECT_THAT(output, Not(HasSubstr(other)));
     EXPECT_THAT(output, Not(HasSubstr(earlier)));
+}
+
+// The clock may have been set back meanwhile.
+TEST_F(AgentSummary, GoesByWhatHasChangedAndNotByTheTime) {
+    const std::string begin = Path("log/unbi_debug_");
+    const std::string end = "_" + std::to_string(getpid()) + ".log";
+    const std::string same = begin + "1" + end;
+    const std::string changed = begin + "2" + end;
+    const std::string fresh = begin + "3" + end;
+    NS_TEST::WriteFile(same, "");
+    NS_TEST::WriteFile(changed, "");
+    const NS_REFERENCE_HOST::LogFileSummary summary(Path("log"));
+    const auto longAgo = std::filesystem::last_write_time(same) - std::chrono::hours(1000);
+    NS_TEST::WriteFile(changed, "x");
+    NS_TEST::WriteFile(fresh, "");
+    std::filesystem::last_write_time(changed, longAgo);
+    std::filesystem::last_write_time(fresh, longAgo);
+    std::ostringstream printed;
+    summary.Print(printed);
+    EXPECT_EQ(printed.str(),
+              changed + "\n  1 bytes, last record:\n    x\n" + fresh + "\n  0 bytes, no record\n");
+}
+
+TEST_F(AgentSummary, LooksWhereTheServiceWritesAlsoWhenTheItemWasChangedMeanwhile) {
+    const std::string bundles =
+        "bundles = qv_base_log, " + Entry("first") + "\nfirst.arguments = read-items\n";
+    Configure(bundles);
+    NS_TEST::Pipe pipe;
+    NS_TEST::ChildProcess agent(Agent({"--summary", "--traffic", "input"}, pipe.Reader()));
+    ASSERT_TRUE(agent.WaitForError("serving"));
+    Configure(bundles + "logpath = " + Path("other") + "\n");
+    // The platform reads a file only when its second is over.
+    std::filesystem::last_write_time(
+        configFile_, std::filesystem::last_write_time(configFile_) - std::chrono::hours(1));
+    pipe.CloseWriter();
+    EXPECT_THAT(agent.Wait().output, HasSubstr(Path("log/unbi_corbaoper_")));
 }
 
 TEST_F(AgentSummary, ShowsFilesWithoutARecord) {

@@ -110,4 +110,21 @@ TEST(WorkWatch, EndsWithAnOrderToStopAlthoughWorkIsPending) {
     EXPECT_FALSE(watch.HasFailed());
 }
 
+TEST(WorkWatch, TellsOfWorkThatHadEndedWhenTheOrderToStopCameOrHasSince) {
+    const Pipe stop;
+    const EndingWork bad(false);
+    const EndingWork endless(false);
+    WorkWatch watch(stop.Reader());
+    watch.Add("bad", bad);
+    watch.Add("endless", endless);
+    stop.Write("x");
+    EXPECT_FALSE(watch.WaitForWork());
+    watch.TakeOutEnded();
+    EXPECT_FALSE(watch.HasFailed()) << "it is still going on";
+    bad.End();
+    watch.TakeOutEnded();
+    EXPECT_TRUE(watch.HasFailed());
+    EXPECT_TRUE(watch.IsPending()) << "the other one is";
+}
+
 }  // namespace
