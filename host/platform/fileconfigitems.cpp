@@ -4,6 +4,7 @@
 #include "bundlemgr/logproxy.h"
 #include "configfile.h"
 #include "hostcontrol.h"
+#include "nodestructor.h"
 
 namespace NS_REFERENCE_HOST {
 
@@ -19,6 +20,11 @@ void ReportBrokenLine(const std::string& path, const BrokenLine& line) {
 }
 
 }  // namespace
+
+FileConfigItems& FileConfigItems::Instance() {
+    static const NoDestructor<FileConfigItems> items;
+    return *items;
+}
 
 void FileConfigItems::Take(const std::string& path, ConfigText text) {
     items_ = std::move(text.items);

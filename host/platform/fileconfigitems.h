@@ -23,10 +23,21 @@ namespace NS_REFERENCE_HOST {
 // Thread safety: any thread may call any operation.
 class FileConfigItems final : public NS_BUNDLEMGR1::CorbaConfigItems {
   public:
+    static FileConfigItems& Instance();
+
     bool GetIntItemInfo(const std::string& name, int& value) override EXCLUDES(lock_);
     bool GetStrItemInfo(const std::string& name, std::string& value) override EXCLUDES(lock_);
     void GetCorbaConfigItems(std::vector<NS_BUNDLEMGR1::NameValueStru>& items) override
         EXCLUDES(readingLock_, lock_);
+
+    // Around a fork: the items are held meanwhile. A fork does not wait until the file is read
+    // again, which may take a second.
+    void BeforeFork() { lock_.BeforeFork(); }
+    void AfterForkInParent() { lock_.AfterFork(); }
+    void AfterForkInChild() {
+        lock_.AfterFork();
+        readingLock_.MakeAnewInChild();
+    }
 
   private:
     bool HasRead() EXCLUDES(lock_);
