@@ -278,4 +278,17 @@ TEST_F(ControlProgram, HealthIsTheExitCode) {
     EXPECT_EQ(Ask({"health"}).exitCode, 3) << "there is no agent any more";
 }
 
+// 1 would say that records were lost.
+TEST_F(ControlProgram, HealthIsUnknownWhereTheAgentRefusesOrNobodyIsTold) {
+    {
+        const auto server = Serve(R"({"ok":false,"error":"the agent runs no logging service"})");
+        ExpectFailure(Ask({"health"}), 4, "qv_agentctl: the agent runs no logging service\n");
+        ExpectFailure(Ask({"health", "--json"}), 4, "runs no logging service");
+    }
+    const auto server = Serve(R"({"ok":true,"data":{"health":0,"problems":[]}})");
+    const ChildResult untold = RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
+                                            QV_AGENTCTL, "--socket", Socket(), "health"}});
+    ExpectFailure(untold, 4, "could not be written");
+}
+
 }  // namespace
