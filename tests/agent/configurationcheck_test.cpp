@@ -168,6 +168,17 @@ TEST_F(ConfigurationCheck, EndsWithThreeWhenTheAgentWouldNotStart) {
     EXPECT_EQ(Check().exitCode, 3);
 }
 
+TEST_F(ConfigurationCheck, IsNoSuccessWhenItsOutputCannotBeWritten) {
+    for (const auto& [bundles, exitCode] : {std::pair("qv_base_log", 1), std::pair("a b", 3)}) {
+        Configure(std::string("bundles = ") + bundles + "\n");
+        NS_TEST::ChildStart start = Agent({"--check-config"});
+        start.words.insert(start.words.begin(), {"sh", "-c", "exec \"$0\" \"$@\" >/dev/full"});
+        const ChildResult result = NS_TEST::RunProgram(start);
+        EXPECT_EQ(result.exitCode, exitCode) << bundles;
+        EXPECT_EQ(result.errors, "qv_agent: the output could not be written\n");
+    }
+}
+
 TEST_F(ConfigurationCheck, ItsWarningsAreToldAtEachStart) {
     Configure("bundles = qv_base_log\nlogfilesize = 20 MB\n");
     const ChildResult result = Run({"--sample"});
