@@ -121,6 +121,7 @@ TEST_F(PlatformFork, LeavesTheListOfServiceObjectsUsable) {
 TEST_F(PlatformFork, LeavesTheDiagnosticsUsable) {
     const NS_TEST::CapturedOutput errors(STDERR_FILENO);
     NS_BUNDLEMGR1::LogProxyProvider* const provider = NS_REFERENCE_HOST::StderrLogProxyProvider();
+    provider->GetLogProxy("name")->SetServiceName("service");
     ExpectUsableInChildren([provider] {
         NS_BUNDLEMGR1::LogProxy* const proxy = provider->GetLogProxy("name");
         proxy->SetServiceName("service");
@@ -149,9 +150,9 @@ TEST_F(PlatformFork, LeavesTheListsLockFreeInTheChildAndDoesNotWaitForIt) {
 }
 
 TEST_F(PlatformFork, LeavesTheMutexOfSingleObjectsFreeInTheChildAndDoesNotWaitForIt) {
-    ACE_Thread_Mutex& lock = NS_BUNDLEMGR1::_g_actualmutex;
-    ExpectUsableInAChildOfAHeldLock(lock,
-                                    [&lock] { const ACE_Guard<ACE_Thread_Mutex> guard(lock); });
+    ExpectUsableInAChildOfAHeldLock(NS_BUNDLEMGR1::_g_actualmutex, [] {
+        const ACE_Guard<ACE_Thread_Mutex> guard(NS_BUNDLEMGR1::_g_actualmutex);
+    });
 }
 
 }  // namespace
