@@ -133,7 +133,10 @@ ExitCode Agent::CheckConfiguration() const {
     const ConfigurationCheck check(configuration_, ReadConfiguration(configuration_),
                                    ShareDirectory());
     check.Print(std::cout);
-    std::cout.flush();
+    if (!std::cout.flush()) {
+        throw AgentError(check.HasErrors() ? ExitCode::BadConfiguration : ExitCode::WorkFailed,
+                         "the output could not be written");
+    }
     if (check.HasErrors()) {
         return ExitCode::BadConfiguration;
     }

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
+#include <set>
 #include <utility>
 
 #include "agent/agenterror.h"
@@ -52,27 +52,24 @@ ConfigurationCheck::ConfigurationCheck(const std::string& path, const std::strin
     Judge(share);
 }
 
-// Line by line, so that each item's line is known.
 void ConfigurationCheck::ReadLines(const std::string& text) {
-    std::istringstream in(text);
-    size_t number = 0;
-    for (std::string line; std::getline(in, line);) {
-        ++number;
-        const ConfigText content = ParseConfigText(line);
-        for (const BrokenLine& broken : content.brokenLines) {
-            brokenLines_.push_back("line " + std::to_string(number) + ": " + broken.reason +
-                                   ", the line is skipped");
+    const ConfigLines content = ParseConfigLines(text);
+    for (const auto& [number, item] : content.items) {
+        Line& known = lines_[item.name];
+        if (known.number == 0) {
+            order_.push_back(item.name);
+        } else {
+            known.overridden.push_back(known.number);
         }
-        for (const NS_BUNDLEMGR1::NameValueStru& item : content.items) {
-            Line& known = lines_[item.name];
-            if (known.number == 0) {
-                order_.push_back(item.name);
-            } else {
-                known.overridden.push_back(known.number);
-            }
-            known.value = item.value;
-            known.number = number;
-        }
+        known.value = item.value;
+        known.number = number;
+    }
+    for (const BrokenLine& broken : content.brokenLines.first) {
+        brokenLines_.push_back("line " + std::to_string(broken.number) + ": " + broken.reason +
+                               ", the line is skipped");
+    }
+    if (content.brokenLines.more > 0) {
+        brokenLines_.push_back(DescribeMore(content.brokenLines));
     }
 }
 
@@ -140,13 +137,12 @@ void ConfigurationCheck::JudgeOthers() {
     for (const Finding& finding : findings_) {
         known.push_back(finding.name);
     }
+    const std::set<std::string> shown(known.begin(), known.end());
     for (const std::string& client : kClients) {
         known.push_back(client + kArguments);
     }
     for (const std::string& name : order_) {
         const bool isKnown = std::find(known.begin(), known.end(), name) != known.end();
-        const bool isShown = std::any_of(findings_.begin(), findings_.end(),
-                                         [&name](const auto& f) { return f.name == name; });
         ItemInForce item{lines_[name].value, {}};
         if (!isKnown && EndsWith(name, kArguments)) {
             item.warnings.emplace_back("is for a bundle that is not listed");
@@ -154,7 +150,7 @@ void ConfigurationCheck::JudgeOthers() {
                    !near.empty()) {
             item.warnings.push_back("is not known; is \"" + near + "\" meant?");
         }
-        if (!isShown && name != "bundles" && name != kFilePolicyItem) {
+        if (shown.count(name) == 0 && name != "bundles" && name != kFilePolicyItem) {
             Add(name, item);
         }
     }

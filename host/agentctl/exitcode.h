@@ -5,10 +5,12 @@ namespace NS_REFERENCE_HOST {
 
 enum class ControlExit {
     Done = 0,
-    Refused = 1,         // the agent could not do, or would not do, what it was asked for
+    Refused = 1,         // the agent could not do, or would not do, what it was asked for, or
+                         // the output could not be written
     BadCommandLine = 2,  // nothing was sent
     NoAgent = 3,         // no agent answers there
-    NoAnswer = 4         // an agent is there, but no whole answer came in time
+    NoAnswer = 4         // an agent is there, but no whole answer came in time, or none that
+                         // tells its health
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -32,6 +32,7 @@ constexpr char kHelpFooter[] =
     "  2  the command line is wrong\n"
     "  3  no agent can be reached\n"
     "  4  the agent did not answer in time, or not to the end\n"
-    "health ends with 0 when all is well, 1 with a warning, 2 when a category cannot be written.";
+    "health ends with 0 when all is well, 1 with a warning, 2 when a category cannot be written,\n"
+    "4 when the agent cannot tell.";
 
 }  // namespace NS_REFERENCE_HOST

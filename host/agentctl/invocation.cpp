@@ -19,6 +19,9 @@ namespace {
 
 const CLI::Range kLevels(0U, 3U);
 
+const CLI::Validator kNotEmpty(
+    [](const std::string& text) { return std::string(text.empty() ? "it is empty" : ""); }, "");
+
 // Up to a day. CLI::Range does not serve: it accepts what is not a number.
 CLI::Validator Seconds(double least) {
     const auto check = [least](const std::string& text) {
@@ -121,7 +124,8 @@ CLI::App* CommandLine::Add(const char* name, const char* description, View view)
 // A command for one category or, without its name, for all.
 CLI::App* CommandLine::AddForCategory(const char* name, const char* description) {
     CLI::App* const command = Add(name, description, &ViewNothing);
-    command->add_option("CATEGORY", words_.category, "Only this category");
+    // An empty one is a variable of a script that is not set: all categories are not meant.
+    command->add_option("CATEGORY", words_.category, "Only this category")->check(kNotEmpty);
     return command;
 }
 

@@ -37,6 +37,17 @@ int ExitCodeOf(const Invocation& invocation, const Json::Value& data) {
     return health.asInt();
 }
 
+int AskOnce(const Invocation& invocation, bool utf8) {
+    const std::optional<std::string> answer =
+        Ask(invocation.socketPath, WriteJson(invocation.request), {invocation.timeout});
+    const Json::Value data = ReadAnswerData(answer.value());
+    const std::optional<TerminalSize> terminal = OutputTerminalSize();
+    Print(invocation.json ? FormatAsJson(data) : FormatData([&] {
+        return invocation.view(data, {utf8, terminal ? terminal->columns : 0});
+    }));
+    return ExitCodeOf(invocation, data);
+}
+
 int Run(int argc, char* argv[], bool utf8) {
     const std::optional<Invocation> invocation = ReadInvocation(argc, argv);
     if (!invocation) {
@@ -46,14 +57,15 @@ int Run(int argc, char* argv[], bool utf8) {
         Watch(*invocation, utf8);
         return static_cast<int>(ControlExit::Done);
     }
-    const std::optional<std::string> answer =
-        Ask(invocation->socketPath, WriteJson(invocation->request), {invocation->timeout});
-    const Json::Value data = ReadAnswerData(answer.value());
-    const std::optional<TerminalSize> terminal = OutputTerminalSize();
-    Print(invocation->json ? FormatAsJson(data) : FormatData([&] {
-        return invocation->view(data, {utf8, terminal ? terminal->columns : 0});
-    }));
-    return ExitCodeOf(*invocation, data);
+    try {
+        return AskOnce(*invocation, utf8);
+    } catch (const ControlError& error) {
+        // As an answer about the health, 1 says that records were lost. Nobody has said so here.
+        if (invocation->exitsByHealth && error.Code() == ControlExit::Refused) {
+            throw ControlError(ControlExit::NoAnswer, error.what());
+        }
+        throw;
+    }
 }
 
 int Fail(ControlExit exitCode, const std::string& reason, bool utf8) {

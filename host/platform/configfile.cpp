@@ -143,41 +143,63 @@ class ItemCollector {
     std::unordered_map<std::string, size_t> places_;
 };
 
-// Returns null, or why the line is broken.
-const char* ParseLine(const std::string& line, ItemCollector& items) {
+// Of millions of broken lines the first ones tell what kind of file it is.
+constexpr size_t kMostBrokenLines = 10;
+
+// Adds what the line holds, if it holds anything.
+void ParseLine(size_t number, const std::string& line, ConfigLines& lines) {
     const std::string text = NS_UTIL::Trim(line);
     if (text.empty() || text.front() == '#') {
-        return nullptr;
+        return;
     }
     const size_t equals = text.find('=');
     if (equals == std::string::npos) {
-        return "no '='";
+        lines.brokenLines.Add({number, "no '='"});
+        return;
     }
     std::string name = NS_UTIL::Trim(text.substr(0, equals));
     if (name.empty()) {
-        return "no name in front of '='";
+        lines.brokenLines.Add({number, "no name in front of '='"});
+        return;
     }
-    items.Set(std::move(name), NS_UTIL::Trim(text.substr(equals + 1)));
-    return nullptr;
+    lines.items.push_back({number, {std::move(name), NS_UTIL::Trim(text.substr(equals + 1))}});
 }
 
 }  // namespace
 
-ConfigText ParseConfigText(const std::string& text) {
+void BrokenLines::Add(const BrokenLine& line) {
+    if (first.size() < kMostBrokenLines) {
+        first.push_back(line);
+    } else {
+        ++more;
+    }
+}
+
+std::string DescribeMore(const BrokenLines& lines) {
+    return std::to_string(lines.more) +
+           (lines.more == 1 ? " more line is skipped" : " more lines are skipped");
+}
+
+ConfigLines ParseConfigLines(const std::string& text) {
     static const std::string kByteOrderMark = "\xEF\xBB\xBF";
-    ConfigText result;
-    ItemCollector items;
+    ConfigLines lines;
     size_t begin =
         text.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0 ? kByteOrderMark.size() : 0;
     for (size_t number = 1; begin < text.size(); ++number) {
         const size_t end = std::min(text.find('\n', begin), text.size());
-        if (const char* reason = ParseLine(text.substr(begin, end - begin), items)) {
-            result.brokenLines.push_back({number, reason});
-        }
+        ParseLine(number, text.substr(begin, end - begin), lines);
         begin = end + 1;
     }
-    result.items = items.Take();
-    return result;
+    return lines;
+}
+
+ConfigText ParseConfigText(const std::string& text) {
+    ConfigLines lines = ParseConfigLines(text);
+    ItemCollector items;
+    for (ConfigLine& line : lines.items) {
+        items.Set(std::move(line.item.name), std::move(line.item.value));
+    }
+    return {items.Take(), std::move(lines.brokenLines)};
 }
 
 bool ParseWholeNumber(const std::string& text, int& value) {
@@ -203,7 +225,7 @@ ConfigText ParseUnfinishedConfigText(const std::string& text) {
     const std::string whole = text.substr(0, text.rfind('\n') + 1);  // none: the empty text
     ConfigText result = ParseConfigText(whole);
     const auto lines = static_cast<size_t>(std::count(whole.begin(), whole.end(), '\n'));
-    result.brokenLines.push_back({lines + 1, "no newline at its end, as if more were to come"});
+    result.brokenLines.Add({lines + 1, "no newline at its end, as if more were to come"});
     return result;
 }
 

@@ -15,13 +15,39 @@ struct BrokenLine {
     const char* reason;
 };
 
-// The contents of a text in the format of the configuration file: lines "key = value", comments
+// All of them: the first ten, and how many come behind these. A file that was put there by mistake
+// may have millions.
+struct BrokenLines {
+    std::vector<BrokenLine> first;
+    size_t more = 0;
+
+    void Add(const BrokenLine& line);
+};
+
+// Says it of those behind the first ones, such as "7 more lines are skipped".
+QV_PLATFORM_API std::string DescribeMore(const BrokenLines& lines);
+
+// An item where it stands.
+struct ConfigLine {
+    size_t number;
+    NS_BUNDLEMGR1::NameValueStru item;
+};
+
+// The lines of a text in the format of the configuration file: lines "key = value", comments
 // (lines that begin with '#', perhaps after blanks) and empty lines. Blanks around key and value
 // are ignored, and so are a carriage return at the end of a line and a byte-order mark at the
 // start.
+struct ConfigLines {
+    std::vector<ConfigLine> items;  // a key may come again
+    BrokenLines brokenLines;
+};
+
+QV_PLATFORM_API ConfigLines ParseConfigLines(const std::string& text);
+
+// The contents of such a text.
 struct ConfigText {
     std::vector<NS_BUNDLEMGR1::NameValueStru> items;  // one for each key, with its last value
-    std::vector<BrokenLine> brokenLines;
+    BrokenLines brokenLines;
 };
 
 QV_PLATFORM_API ConfigText ParseConfigText(const std::string& text);

@@ -5,7 +5,6 @@
 
 #include "fileconfigitems.h"
 #include "hostcontrol.h"
-#include "nodestructor.h"
 
 namespace {
 
@@ -27,9 +26,8 @@ bool GetValByKey(std::string& value, const std::string& key,
 }
 
 CorbaConfigItems* CorbaConfigItems::Instance() {
-    static const NS_REFERENCE_HOST::NoDestructor<NS_REFERENCE_HOST::FileConfigItems> fileItems;
     CorbaConfigItems* chosen = chosenItems.load(std::memory_order_acquire);
-    return chosen == nullptr ? &*fileItems : chosen;
+    return chosen == nullptr ? &NS_REFERENCE_HOST::FileConfigItems::Instance() : chosen;
 }
 
 }  // namespace NS_BUNDLEMGR1

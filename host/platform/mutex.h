@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <new>
 
 #include "platform/threadannotations.h"
 
@@ -17,6 +18,13 @@ class CAPABILITY("mutex") Mutex {
     Mutex() = default;
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
+
+    // Hold the mutex from before a fork until after it, in both processes.
+    void BeforeFork() NO_THREAD_SAFETY_ANALYSIS { mutex_.lock(); }
+    void AfterFork() NO_THREAD_SAFETY_ANALYSIS { mutex_.unlock(); }
+
+    // In the child of a fork, which has none of the threads that may have held the mutex.
+    void MakeAnewInChild() { new (&mutex_) std::mutex; }
 
   private:
     friend class MutexLock;

@@ -25,8 +25,19 @@ class ServiceObjectList {
         return objects_;
     }
 
+    // Around a fork. Lock() is not waited for, because its holder may run a bundle's code, and that
+    // may wait for the forking thread. It is made anew in the child, for whose thread it is free.
+    void BeforeFork() { changeLock_.BeforeFork(); }
+    void AfterForkInParent() { changeLock_.AfterFork(); }
+    void AfterForkInChild();
+
   private:
-    RecursiveMutex lock_;
+    RecursiveMutex lock_ ACQUIRED_BEFORE(changeLock_);
+
+    // Guards no field. It is held while the list changes, so that a fork does not copy half a
+    // change.
+    Mutex changeLock_;
+
     std::vector<NS_BUNDLEMGR1::ServiceObjectBase*> objects_ GUARDED_BY(lock_);  // not owned
 };
 

@@ -93,19 +93,27 @@ class Provider final : public NS_BUNDLEMGR1::LogProxyProvider {
         const MutexLock guard(lock_);
         std::unique_ptr<StderrLogProxy>& proxy = proxies_[name];
         if (proxy == nullptr) {
-            proxy = std::make_unique<StderrLogProxy>(name);
+            proxy = std::make_unique<StderrLogProxy>(name, lock_);
         }
         return proxy.get();
     }
+
+    Mutex& Lock() { return lock_; }
 
   private:
     Mutex lock_;
     std::map<std::string, std::unique_ptr<StderrLogProxy>> proxies_ GUARDED_BY(lock_);
 };
 
+Provider& TheProvider() {
+    static const NoDestructor<Provider> provider;
+    return *provider;
+}
+
 }  // namespace
 
-StderrLogProxy::StderrLogProxy(const std::string& name) : bundleName_(name), serviceName_("-") {}
+StderrLogProxy::StderrLogProxy(const std::string& name, Mutex& lock)
+    : lock_(lock), bundleName_(name), serviceName_("-") {}
 
 void StderrLogProxy::Print(int level, const char* format, ...) {
     const int callersErrno = errno;
@@ -163,8 +171,11 @@ std::string StderrLogProxy::GetProxyName() const {
 }
 
 NS_BUNDLEMGR1::LogProxyProvider* StderrLogProxyProvider() {
-    static NoDestructor<Provider> provider;
-    return &*provider;
+    return &TheProvider();
+}
+
+Mutex& StderrLogProxyLock() {
+    return TheProvider().Lock();
 }
 
 }  // namespace NS_REFERENCE_HOST

@@ -19,8 +19,9 @@ namespace NS_REFERENCE_HOST {
 // Thread safety: any thread may call any operation.
 class StderrLogProxy final : public NS_BUNDLEMGR1::LogProxy {
   public:
-    // `name` is the bundle's name until SetBundleName sets it.
-    explicit StderrLogProxy(const std::string& name);
+    // `name` is the bundle's name until SetBundleName sets it. The
+    // names of all proxies are guarded by one lock, which outlives them.
+    StderrLogProxy(const std::string& name, Mutex& lock);
 
     void Reserved2() override {}
     void Reserved3() override {}
@@ -41,9 +42,12 @@ class StderrLogProxy final : public NS_BUNDLEMGR1::LogProxy {
   private:
     std::string TakeHeader(int level) EXCLUDES(lock_);
 
-    Mutex lock_;
+    Mutex& lock_;
     std::string bundleName_ GUARDED_BY(lock_);
     std::string serviceName_ GUARDED_BY(lock_);
 };
+
+// Guards the proxies and their names. It is held around a fork.
+Mutex& StderrLogProxyLock();
 
 }  // namespace NS_REFERENCE_HOST

@@ -8,8 +8,15 @@
 #include <limits>
 
 #include "bundlemgr/logsupport.h"
+#include "localtimelock.h"
 
 namespace {
+
+using NS_REFERENCE_HOST::Mutex;
+using NS_REFERENCE_HOST::MutexLock;
+
+// Never destroyed: it has no destructor.
+Mutex localTimeLock;
 
 constexpr int kMicrosPerSecond = 1000000;
 constexpr int kMicroDigits = 6;
@@ -113,17 +120,29 @@ void CopyStamp(const RenderedSecond& from, char* to) {
     }
 }
 
+// Returns false when the year does not fit the calendar.
+bool ToLocalTime(time_t second, struct tm& local) {
+    // localtime_r(3) does not have to look at the environment.
+    static bool zoneIsKnown = false;
+    const MutexLock guard(localTimeLock);
+    if (!zoneIsKnown) {
+        tzset();
+        zoneIsKnown = true;
+    }
+    return localtime_r(&second, &local) != nullptr;
+}
+
 // Converts each second anew, because the offset of a zone may change at any second. A change of the
 // zone itself takes effect within a second after a call of tzset(3).
 __attribute__((noinline)) void Render(time_t second, Zone zone, RenderedSecond& result) {
     struct tm local;
     char* out = result.text;
-    if (localtime_r(&second, &local) != nullptr) {
+    if (ToLocalTime(second, local)) {
         out = WriteDateAndTime(local, out, sizeof(result.text));
         result.microsAt = static_cast<size_t>(out - result.text);
         out = WriteOffset(local, out + kMicroDigits);
     } else {
-        // The year does not fit the calendar: the bare count of seconds still tells the time.
+        // The bare count of seconds still tells the time.
         out += std::snprintf(out, sizeof(result.text), "@%lld.", static_cast<long long>(second));
         result.microsAt = static_cast<size_t>(out - result.text);
         out += kMicroDigits;
@@ -136,13 +155,17 @@ __attribute__((noinline)) void Render(time_t second, Zone zone, RenderedSecond& 
 
 }  // namespace
 
+namespace NS_REFERENCE_HOST {
+
+Mutex& LocalTimeLock() {
+    return localTimeLock;
+}
+
+}  // namespace NS_REFERENCE_HOST
+
 namespace NS_BUNDLEMGR1 {
 
 void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
-    // localtime_r(3) does not have to look at the environment.
-    static const bool zoneIsKnown = (tzset(), true);
-    static_cast<void>(zoneIsKnown);
-
     // Times before 1970 have negative microseconds too; the text counts them upwards.
     time_t second = time.sec();
     int micros = static_cast<int>(time.usec());

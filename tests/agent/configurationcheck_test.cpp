@@ -122,6 +122,28 @@ TEST_F(ConfigurationCheck, WarnsOfLinesWithoutEffectAndOfItemsThatAreMissing) {
     EXPECT_EQ(NS_TEST::CountIn(result.output, "warning: "), 3);
 }
 
+TEST_F(ConfigurationCheck, CountsTheBrokenLinesBehindTheFirstTen) {
+    std::string lines;
+    for (int line = 12; line < 112; ++line) {
+        lines += "no item\n";
+    }
+    const ChildResult result = CheckWith(lines);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.output, HasSubstr("warning: line 21: no '=', the line is skipped\n"
+                                         "warning: 90 more lines are skipped\n"));
+    EXPECT_EQ(NS_TEST::CountIn(result.output, "no '='"), 10);
+}
+
+// The agent takes one for part of a name anywhere but at the start.
+TEST_F(ConfigurationCheck, KnowsAByteOrderMarkAtTheStartOfTheFileOnly) {
+    const std::string mark = "\xEF\xBB\xBF";
+    WriteConfiguration(mark + "bundles = qv_base_log\n" + mark + "logswitch = 0,0,0,0\n");
+    const std::string output = Check().output;
+    EXPECT_THAT(output, HasSubstr("\nbundles = qv_base_log   (line 1)\n"));
+    EXPECT_THAT(output, HasSubstr("\nlogswitch = 1,1,1,1   (default)\n"));
+    EXPECT_THAT(output, HasSubstr("\n" + mark + "logswitch = 0,0,0,0   (line 2)\n"));
+}
+
 TEST_F(ConfigurationCheck, LooksAtTheLogDirectoryAsTheAgentWould) {
     const std::string deep = Path("a/b/c/d/e");
     Configure("bundles = qv_base_log\nlogpath = " + deep + "\n");
@@ -144,6 +166,17 @@ TEST_F(ConfigurationCheck, EndsWithThreeWhenTheAgentWouldNotStart) {
     }
     std::filesystem::remove(configFile_);
     EXPECT_EQ(Check().exitCode, 3);
+}
+
+TEST_F(ConfigurationCheck, IsNoSuccessWhenItsOutputCannotBeWritten) {
+    for (const auto& [bundles, exitCode] : {std::pair("qv_base_log", 1), std::pair("a b", 3)}) {
+        Configure(std::string("bundles = ") + bundles + "\n");
+        NS_TEST::ChildStart start = Agent({"--check-config"});
+        start.words.insert(start.words.begin(), {"sh", "-c", "exec \"$0\" \"$@\" >/dev/full"});
+        const ChildResult result = NS_TEST::RunProgram(start);
+        EXPECT_EQ(result.exitCode, exitCode) << bundles;
+        EXPECT_EQ(result.errors, "qv_agent: the output could not be written\n");
+    }
 }
 
 TEST_F(ConfigurationCheck, ItsWarningsAreToldAtEachStart) {

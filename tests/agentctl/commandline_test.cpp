@@ -119,6 +119,9 @@ std::vector<std::string> WrongCommandLines() {
             "module 0x10 on",
             "module 7x on",
             "module  on",
+            "flushall  ",
+            "reopen  ",
+            "rotate  ",
             "status --timeout nan",
             "status --timeout 0",
             "status --timeout 86401",
@@ -276,6 +279,19 @@ TEST_F(ControlProgram, HealthIsTheExitCode) {
         EXPECT_EQ(Ask({"health"}).exitCode, 4);
     }
     EXPECT_EQ(Ask({"health"}).exitCode, 3) << "there is no agent any more";
+}
+
+// 1 would say that records were lost.
+TEST_F(ControlProgram, HealthIsUnknownWhereTheAgentRefusesOrNobodyIsTold) {
+    {
+        const auto server = Serve(R"({"ok":false,"error":"the agent runs no logging service"})");
+        ExpectFailure(Ask({"health"}), 4, "qv_agentctl: the agent runs no logging service\n");
+        ExpectFailure(Ask({"health", "--json"}), 4, "runs no logging service");
+    }
+    const auto server = Serve(R"({"ok":true,"data":{"health":0,"problems":[]}})");
+    const ChildResult untold = RunProgram({{"sh", "-c", "exec \"$0\" \"$@\" >/dev/full",
+                                            QV_AGENTCTL, "--socket", Socket(), "health"}});
+    ExpectFailure(untold, 4, "could not be written");
 }
 
 }  // namespace

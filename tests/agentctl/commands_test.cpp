@@ -189,6 +189,7 @@ TEST(ControlCommands, WhatConcernsFilesReachesTheService) {
         fake.success = false;
         EXPECT_THAT(AskForError(request + R"(,"category":"x"})"), HasSubstr("no category \"x\""));
         fake.success = true;
+        EXPECT_THAT(AskForError(request + R"(,"category":""})"), HasSubstr("is empty"));
     }
     EXPECT_THAT(fake.calls,
                 ElementsAre("FlushAll", "OutputAll ", "OutputAll debug", "OutputAll x", "Reopen ",

@@ -193,10 +193,13 @@ TEST_F(LiveAgent, WithoutTheLoggingServiceEveryCommandIsRefused) {
     Configure("bundles = qv_control\n");
     Start();
     for (const char* command :
-         {"status", "health", "reopen", "rotate", "flush", "flushall", "queue on", "loggers",
-          "mode 0", "module show", "level 1 on", "module 7 show"}) {
+         {"status", "reopen", "rotate", "flush", "flushall", "queue on", "loggers", "mode 0",
+          "module show", "level 1 on", "module 7 show"}) {
         EXPECT_THAT(Refusal(SplitText(command, ' ')), HasSubstr("runs no logging service"));
     }
+    const ChildResult health = Control({"health"});
+    EXPECT_EQ(health.exitCode, 4);
+    EXPECT_THAT(health.errors, HasSubstr("runs no logging service"));
     Stop();
 }
 

@@ -33,8 +33,9 @@ class LiveMonitor : public NS_TEST::LiveAgent {
     }
 
     // An agent with one logger, "known".
-    void StartAgent() {
-        NS_TEST::ChildStart start = Agent({"--traffic", "none"});
+    void StartAgent() { StartAgent({"--traffic", "none"}); }
+    void StartAgent(const std::vector<std::string>& options) {
+        NS_TEST::ChildStart start = Agent(options);
         if (geteuid() == 0) {  // who may read everything
             start.words.insert(start.words.begin(),
                                {"setpriv", "--bounding-set=-dac_override,-dac_read_search"});
@@ -42,6 +43,15 @@ class LiveMonitor : public NS_TEST::LiveAgent {
         StartAs(start);
         LogWith("known");
         ASSERT_TRUE(AwaitCount("recordsWritten", 1));
+    }
+
+    // It holds three lines with a long path, or little more.
+    void MakeErrorPipeSmall() const {
+        const std::string path = "/proc/" + std::to_string(agent_->GetId()) + "/fd/2";
+        const int pipe = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        ASSERT_GE(pipe, 0);
+        EXPECT_EQ(fcntl(pipe, F_SETPIPE_SZ, 4096), 4096);
+        close(pipe);
     }
 
     // Has a logger made, unless it is there, and a record of level 1 logged with it.
@@ -196,12 +206,18 @@ TEST_F(LiveMonitor, DoesNotTryAgainToReadAFileThatItMayNotRead) {
     EXPECT_EQ(CountIn(agent_->GetErrors(), "LogSwitchMonitorMgr svc error!"), 1);
 }
 
-// Each broken line is reported, and this test does not read on. The reports fill the pipe to the
-// test many times over, so the agent has to wait in the middle of the reading.
+// Ten broken lines are reported, each with the path of the file, which is long, and this test does
+// not read on. The reports fill the pipe to the test, which is small, several times over. So the
+// agent has to wait between the reading of the file and what comes of it.
 TEST_F(LiveMonitor, FinishesWhatItAppliesBeforeTheAgentEnds) {
-    StartAgent();
+    std::string longShare = Path();
+    for (int i = 0; i < 600; ++i) {
+        longShare += "/.";
+    }
+    StartAgent({"--traffic", "none", "--share", longShare});
+    MakeErrorPipeSmall();
     std::string text = Changed({"logswitch = 1,0,1,1"});
-    for (int line = 0; line < 5000; ++line) {
+    for (int line = 0; line < 10; ++line) {
         text += "a line that is no item\n";
     }
     Replace(text, kBaseline + 1);
@@ -213,7 +229,7 @@ TEST_F(LiveMonitor, FinishesWhatItAppliesBeforeTheAgentEnds) {
 
     EXPECT_EQ(agent_->Wait().exitCode, 0);
     const std::string& errors = agent_->GetErrors();
-    EXPECT_EQ(CountIn(errors, "the line is skipped"), 5000);
+    EXPECT_EQ(CountIn(errors, "the line is skipped"), 10);
     const size_t applied = errors.find(kLevel1Closed);
     const size_t gone = errors.find("LogSwitchMonitorMgr Exit!");
     ASSERT_NE(applied, std::string::npos);

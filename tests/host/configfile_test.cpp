@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "host/configfixture.h"
 #include "support/capturedoutput.h"
 
@@ -51,6 +53,23 @@ TEST_F(ConfigFile, ReportsEachBrokenLineAtEachReadingAndSkipsIt) {
     EXPECT_EQ(Reports(), 2u);
     AllItems();
     EXPECT_EQ(Reports(), 4u);
+}
+
+// A file that was put there by mistake must not fill the journal.
+TEST_F(ConfigFile, ReportsTenBrokenLinesAndCountsTheOthers) {
+    const std::pair<size_t, const char*> cases[] = {{10, ":10: no '=', the line is skipped\n"},
+                                                    {11, ": 1 more line is skipped\n"},
+                                                    {20'000, ": 19990 more lines are skipped\n"}};
+    for (const auto& [lines, last] : cases) {
+        const CapturedOutput errors(STDERR_FILENO);
+        std::string text;
+        for (size_t i = 0; i < lines; ++i) {
+            text += "x\n";
+        }
+        EXPECT_THAT(ItemsOf(text + "a = 1\n"), ElementsAre(Item{"a", "1"}));
+        EXPECT_THAT(errors.Text(), EndsWith(file_ + last));
+        EXPECT_THAT(NS_TEST::SplitText(errors.Text()), SizeIs(std::min<size_t>(lines, 11)));
+    }
 }
 
 TEST_F(ConfigFile, TakesVeryLongLines) {

@@ -1,4 +1,5 @@
 // The agent's configuration items: when they are read and how they are looked up.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -6,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <future>
 #include <optional>
 #include <thread>
 
@@ -13,7 +15,9 @@
 #include "host/configfixture.h"
 #include "platform/hostcontrol.h"
 #include "support/onthreads.h"
+#include "support/pipe.h"
 #include "support/scriptedconfigitems.h"
+#include "support/waiting.h"
 
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::GetValByKey;
@@ -123,6 +127,34 @@ TEST_F(ConfigItems, StayAsTheyWereWhenAReadingFails) {
     EXPECT_THROW(Store().GetCorbaConfigItems(items), InterfaceNotExistException);
     EXPECT_THAT(items, ElementsAre(Item{"old", "item"}));
     EXPECT_EQ(TextOf("a"), "1");
+}
+
+// Standard error is a pipe that nobody reads, and full.
+TEST_F(ConfigItems, AreThereWhileTheReportOfABrokenLineWaits) {
+    ItemsOf("a = 1\n");
+    Write("a = 2\nbroken\n");
+    NS_TEST::Pipe pipe;
+    ASSERT_EQ(fcntl(pipe.Writer(), F_SETFL, O_NONBLOCK), 0);
+    while (write(pipe.Writer(), "\n", 1) == 1) {
+    }
+    ASSERT_EQ(fcntl(pipe.Writer(), F_SETFL, 0), 0);
+    const int saved = dup(STDERR_FILENO);
+    ASSERT_GE(dup2(pipe.Writer(), STDERR_FILENO), 0);
+    auto reading = std::async(std::launch::async, [] { return AllItems(); });
+    EXPECT_TRUE(NS_TEST::FinishesOnAnotherThread([] {
+        while (TextOf("a") != "2") {
+            std::this_thread::yield();
+        }
+    }));
+    std::string waited;
+    pipe.ReadTo(waited);
+    EXPECT_THAT(waited, testing::Not(testing::HasSubstr("skipped")));
+    EXPECT_THAT(reading.get(), ElementsAre(Item{"a", "2"}));
+    std::string report;
+    pipe.ReadTo(report);
+    EXPECT_THAT(report, testing::HasSubstr(":2: no '=', the line is skipped"));
+    dup2(saved, STDERR_FILENO);
+    close(saved);
 }
 
 TEST_F(ConfigItems, OfOneReadingBelongTogether) {

@@ -5,6 +5,8 @@
 #include <json/writer.h>
 
 #include <memory>
+#include <new>
+#include <sstream>
 #include <stdexcept>
 
 namespace NS_REFERENCE_HOST {
@@ -25,7 +27,14 @@ std::string WriteJson(const Json::Value& value) {
     builder["indentation"] = "";
     // No escapes: they need valid characters, and a name may hold any bytes.
     builder["emitUTF8"] = true;
-    return Json::writeString(builder, value);
+    const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
+    std::ostringstream out;
+    writer->write(value, &out);
+    // A stream without memory drops the rest, and only its state tells: what it has is half a text.
+    if (!out.good()) {
+        throw std::bad_alloc();
+    }
+    return out.str();
 }
 
 Json::Value ReadJsonObject(const std::string& text) {

@@ -7,7 +7,7 @@
 
 namespace NS_REFERENCE_HOST {
 
-// Returns the value as JSON in one line.
+// Returns the value as JSON in one line. Throws std::bad_alloc.
 std::string WriteJson(const Json::Value& value);
 
 // Reads a JSON object. Throws std::runtime_error for anything else.

@@ -104,9 +104,22 @@ Json::Value HealthOf(const Request&) {
 
 using FileOperation = bool (LogMaintenanceInterface::*)(const std::string&);
 
+// The category that the request names, or the empty text, with which the service means all of them.
+// A client that names an empty one does not mean all: it failed to find out the name.
+std::string CategoryOrAll(const Request& request) {
+    if (!request.Has("category")) {
+        return std::string();
+    }
+    std::string category = request.GetText("category");
+    if (category.empty()) {
+        throw RequestError("the request's \"category\" is empty");
+    }
+    return category;
+}
+
 // Carries out an operation on the files of the category that the request names, or of all.
 Json::Value WithFiles(const Request& request, FileOperation operation) {
-    const std::string category = request.Has("category") ? request.GetText("category") : "";
+    const std::string category = CategoryOrAll(request);
     if (!(FindMaintenance().*operation)(category)) {
         throw RequestError("there is no category \"" + category + "\"");
     }

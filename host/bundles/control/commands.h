@@ -24,6 +24,8 @@ namespace NS_REFERENCE_HOST {
 // module    module; on (may be missing: show)      module, on
 // mode      mode                                   mode
 //
+// An empty category is refused where a missing one means all.
+//
 // Thread safety: any thread.
 std::string AnswerRequest(const std::string& request);
 
