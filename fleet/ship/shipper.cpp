@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <thread>
 #include <utility>
 
 #include "input/bytesource.h"
-#include "input/series.h"
 
 namespace NS_LOG_FLEET {
 namespace {
-
-namespace fs = std::filesystem;
 
 using NS_LOG_READER::ReadError;
 
@@ -36,28 +32,13 @@ constexpr std::chrono::milliseconds kLongestPause{5000};
 // What a target that has worked refuses may be a connection that broke in the middle of a greeting.
 constexpr int kMostRefusals = 10;
 
-bool IsLogFile(const std::string& path) {
-    constexpr std::string_view ending = ".log";
-    return path.size() > ending.size() &&
-           path.compare(path.size() - ending.size(), ending.size(), ending) == 0 &&
-           NS_LOG_READER::ParseLogFileName(path).has_value();
-}
-
-bool IsSameFile(const struct stat& a, const struct stat& b) {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-bool IsUnchanged(const struct stat& a, const struct stat& b) {
-    return IsSameFile(a, b) && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
-}
-
 }  // namespace
 
 Shipper::Shipper(ShipSettings settings, MakeTarget makeTarget)
     : settings_(std::move(settings)),
       makeTarget_(std::move(makeTarget)),
       watch_(settings_.paths),
+      finder_(settings_.paths),
       pace_(settings_.bytesPerSecond) {}
 
 void Shipper::Report(const std::string& text) {
@@ -91,7 +72,7 @@ bool Shipper::Run() {
 // on.
 void Shipper::Connect() {
     target_ = makeTarget_();
-    for (File& file : files_) {
+    for (HostFile& file : files_) {
         file.isOpen = false;
     }
     scans_ = true;
@@ -126,7 +107,7 @@ void Shipper::Work() {
     while (!isStopped_) {
         if (scans_ || Clock::now() - scanned_ >= kScanInterval) {
             FindFiles();
-            FindRemoved();
+            DropRemovedFiles();
         }
         const bool hasSent = SendRound();
         if (!hasSent || Clock::now() - flushed_ >= kFlushInterval) {
@@ -156,77 +137,26 @@ void Shipper::Work() {
 void Shipper::FindFiles() {
     scans_ = false;
     scanned_ = Clock::now();
-    for (const std::string& path : settings_.paths) {
-        std::error_code error;
-        if (!fs::is_directory(path, error)) {
-            AddFile(path);
-            continue;
-        }
-        for (const auto& entry : fs::directory_iterator(path, error)) {
-            AddFile(entry.path().string());
-        }
-        if (error) {
-            Trouble(path + ": " + error.message());
-        }
+    for (const std::string& problem : finder_.Find(files_)) {
+        Trouble(problem);
     }
 }
 
-// Whether the file is the one that the path leads to, and needs no new look.
-bool Shipper::IsKnown(File& file, const std::string& path) {
-    struct stat status {};
-    if (file.path != path || file.isRemoved || ::stat(path.c_str(), &status) != 0) {
-        return false;
-    }
-    return file.file ? file.file->IsFile(status) : IsUnchanged(file.status, status);
-}
-
-void Shipper::AddFile(const std::string& path) {
-    if (!IsLogFile(path) || std::any_of(files_.begin(), files_.end(),
-                                        [&](File& file) { return IsKnown(file, path); })) {
-        return;
-    }
-    // An idle file that has changed is looked at anew.
-    files_.erase(std::remove_if(files_.begin(), files_.end(),
-                                [&](const File& file) { return !file.file && file.path == path; }),
-                 files_.end());
-    try {
-        File file;
-        file.path = path;
-        file.file = std::make_unique<ShippedFile>(path);
-        files_.push_back(std::move(file));
-    } catch (const ReadError& error) {
-        // It may have been removed since the directory was read.
-        if (fs::exists(path)) {
-            Trouble(error.what());
+void Shipper::DropRemovedFiles() {
+    for (const HostFile& file : finder_.TakeRemoved(files_)) {
+        if (file.isOpen) {
+            target_->NoteGone(file.target.handle, 0);
         }
     }
-}
-
-// A removed file is read to its end, which is possible as long as it is open.
-void Shipper::FindRemoved() {
-    for (File& file : files_) {
-        struct stat status {};
-        file.isRemoved = file.isRemoved || ::stat(file.path.c_str(), &status) != 0 ||
-                         (file.file && !file.file->IsFile(status));
-    }
-    files_.erase(std::remove_if(files_.begin(), files_.end(),
-                                [&](const File& file) {
-                                    const bool isDone = file.isRemoved && !file.file;
-                                    if (isDone && file.isOpen) {
-                                        target_->NoteGone(file.target.handle, 0);
-                                    }
-                                    return isDone;
-                                }),
-                 files_.end());
 }
 
 // What was removed while nobody looked, and what is to be sent again.
 void Shipper::CompareWithTarget() {
-    for (File& file : files_) {
+    for (HostFile& file : files_) {
         OpenAtTarget(file);
     }
     for (const KnownFile& known : target_->FilesOf(settings_.host)) {
-        const auto file = std::find_if(files_.begin(), files_.end(), [&](const File& other) {
+        const auto file = std::find_if(files_.begin(), files_.end(), [&](const HostFile& other) {
             return other.isOpen && other.target.handle == known.handle;
         });
         if (file != files_.end()) {
@@ -244,7 +174,7 @@ void Shipper::CompareWithTarget() {
     }
 }
 
-void Shipper::TakeOrder(const KnownFile& known, File& file) {
+void Shipper::TakeOrder(const KnownFile& known, HostFile& file) {
     if (!known.isWantedAgain || file.isSentAgain) {
         return;
     }
@@ -259,7 +189,7 @@ void Shipper::TakeOrder(const KnownFile& known, File& file) {
 
 // An idle file that the target does not have all of: a closing mark was on its way when the last
 // connection ended, or the target was set back to an earlier state.
-void Shipper::ReopenIfUnknown(File& file) {
+void Shipper::ReopenIfUnknown(HostFile& file) {
     const auto size = static_cast<uint64_t>(file.status.st_size);
     if (file.file || (file.target.isComplete && file.target.resumeAt >= size)) {
         return;
@@ -273,7 +203,7 @@ void Shipper::ReopenIfUnknown(File& file) {
 }
 
 // False: the file's beginning is not there yet.
-bool Shipper::OpenAtTarget(File& file) {
+bool Shipper::OpenAtTarget(HostFile& file) {
     if (file.isOpen) {
         return true;
     }
@@ -284,8 +214,7 @@ bool Shipper::OpenAtTarget(File& file) {
     if (file.first.empty()) {
         return false;
     }
-    const std::string name = file.path.substr(file.path.rfind('/') + 1);
-    file.target = target_->Open({settings_.host, name, file.first});
+    file.target = target_->Open({settings_.host, file.Name(), file.first});
     file.isOpen = true;
     ReopenIfUnknown(file);
     if (file.file) {
@@ -297,7 +226,7 @@ bool Shipper::OpenAtTarget(File& file) {
 }
 
 // The file was emptied under its name, as it happens when it is full within its second.
-void Shipper::BeginAgain(File& file) {
+void Shipper::BeginAgain(HostFile& file) {
     const uint64_t lost = file.file->Size() == 0 ? 0 : file.file->Backlog();
     Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
             std::to_string(file.file->Offset()));
@@ -313,7 +242,7 @@ void Shipper::BeginAgain(File& file) {
 bool Shipper::SendRound() {
     bool hasSent = false;
     for (size_t i = 0; i < files_.size() && !isStopped_; ++i) {
-        File& file = files_[i];
+        HostFile& file = files_[i];
         if (!file.file) {
             continue;
         }
@@ -326,7 +255,7 @@ bool Shipper::SendRound() {
     return hasSent;
 }
 
-bool Shipper::SendFrom(File& file) {
+bool Shipper::SendFrom(HostFile& file) {
     if (!file.file->Look(Clock::now())) {
         BeginAgain(file);
     }
@@ -343,7 +272,7 @@ bool Shipper::SendFrom(File& file) {
 // Everything that was read has arrived. Files that nobody writes any more are closed.
 void Shipper::LookAtIdle() {
     const Clock::time_point now = Clock::now();
-    for (File& file : files_) {
+    for (HostFile& file : files_) {
         if (!file.file || !file.isOpen || !file.file->IsOver(now)) {
             continue;
         }
@@ -363,20 +292,20 @@ void Shipper::TellState() {
     state.host = settings_.host;
     state.files = files_.size();
     state.problem = problem_;
-    for (const File& file : files_) {
+    for (const HostFile& file : files_) {
         state.backlog += file.file ? file.file->Backlog() : 0;
     }
     target_->NoteHost(state);
 }
 
 bool Shipper::IsAllSent() const {
-    return std::all_of(files_.begin(), files_.end(), [](const File& file) {
+    return std::all_of(files_.begin(), files_.end(), [](const HostFile& file) {
         return !file.file || file.file->IsRead() || file.file->IsWaitingForEnd();
     });
 }
 
 void Shipper::Wait() {
-    const bool isUnsettled = std::any_of(files_.begin(), files_.end(), [](const File& file) {
+    const bool isUnsettled = std::any_of(files_.begin(), files_.end(), [](const HostFile& file) {
         return file.file && !file.file->IsRead() && !file.file->IsWaitingForEnd();
     });
     DirectoryWatch::Changes changes =

@@ -9,8 +9,9 @@
 #include <vector>
 
 #include "ship/directorywatch.h"
+#include "ship/filefinder.h"
+#include "ship/hostfile.h"
 #include "ship/pace.h"
-#include "ship/shippedfile.h"
 #include "ship/target.h"
 
 namespace NS_LOG_FLEET {
@@ -43,19 +44,6 @@ class Shipper {
   private:
     using Clock = ShippedFile::Clock;
 
-    struct File {
-        std::string path;
-        struct stat status {};  // as of the last look at an idle file
-        std::unique_ptr<ShippedFile>
-            file;  // null: idle, all of it has arrived and nobody writes it
-        TargetFile target;
-        std::string first;
-        bool isOpen = false;       // the target has told where to go on
-        bool wasOpen = false;      // some target has
-        bool isSentAgain = false;  // all of it is sent again by an order
-        bool isRemoved = false;    // no name leads to it any more
-    };
-
     void Report(const std::string& text);
     void Trouble(const std::string& text);
     void Connect();
@@ -64,17 +52,14 @@ class Shipper {
     void Work();
 
     void FindFiles();
-    void AddFile(const std::string& path);
-    bool IsKnown(File& file, const std::string& path);
-    void FindRemoved();
-
+    void DropRemovedFiles();
     void CompareWithTarget();
-    void TakeOrder(const KnownFile& known, File& file);
-    void ReopenIfUnknown(File& file);
-    bool OpenAtTarget(File& file);
-    void BeginAgain(File& file);
+    void TakeOrder(const KnownFile& known, HostFile& file);
+    void ReopenIfUnknown(HostFile& file);
+    bool OpenAtTarget(HostFile& file);
+    void BeginAgain(HostFile& file);
     bool SendRound();
-    bool SendFrom(File& file);
+    bool SendFrom(HostFile& file);
     void LookAtIdle();
     void TellState();
     bool IsAllSent() const;
@@ -83,8 +68,9 @@ class Shipper {
     const ShipSettings settings_;
     const MakeTarget makeTarget_;
     DirectoryWatch watch_;
+    const FileFinder finder_;
     std::unique_ptr<Target> target_;
-    std::vector<File> files_;
+    std::vector<HostFile> files_;
     Pace pace_;
     bool scans_ = true;  // files may have come or gone
     Clock::time_point scanned_{};

@@ -1,0 +1,105 @@
+#include "ship/filefinder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "input/bytesource.h"
+#include "input/series.h"
+
+namespace NS_LOG_FLEET {
+namespace {
+
+namespace fs = std::filesystem;
+
+using NS_LOG_READER::ReadError;
+
+bool IsLogFile(const std::string& path) {
+    constexpr std::string_view ending = ".log";
+    return path.size() > ending.size() &&
+           path.compare(path.size() - ending.size(), ending.size(), ending) == 0 &&
+           NS_LOG_READER::ParseLogFileName(path).has_value();
+}
+
+bool IsSameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool IsUnchanged(const struct stat& a, const struct stat& b) {
+    return IsSameFile(a, b) && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+// Whether the file is the one that the path leads to, and needs no new look.
+bool IsKnown(const HostFile& file, const std::string& path) {
+    struct stat status {};
+    if (file.path != path || file.isRemoved || ::stat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    return file.file ? file.file->IsFile(status) : IsUnchanged(file.status, status);
+}
+
+}  // namespace
+
+std::vector<std::string> FileFinder::Find(std::vector<HostFile>& files) const {
+    std::vector<std::string> problems;
+    for (const std::string& path : paths_) {
+        std::error_code error;
+        if (!fs::is_directory(path, error)) {
+            Add(path, files, problems);
+            continue;
+        }
+        for (const auto& entry : fs::directory_iterator(path, error)) {
+            Add(entry.path().string(), files, problems);
+        }
+        if (error) {
+            problems.push_back(path + ": " + error.message());
+        }
+    }
+    return problems;
+}
+
+void FileFinder::Add(const std::string& path, std::vector<HostFile>& files,
+                     std::vector<std::string>& problems) {
+    if (!IsLogFile(path) || std::any_of(files.begin(), files.end(), [&](const HostFile& file) {
+            return IsKnown(file, path);
+        })) {
+        return;
+    }
+    // An idle file that has changed is looked at anew.
+    files.erase(
+        std::remove_if(files.begin(), files.end(),
+                       [&](const HostFile& file) { return !file.file && file.path == path; }),
+        files.end());
+    try {
+        HostFile file;
+        file.path = path;
+        file.file = std::make_unique<ShippedFile>(path);
+        files.push_back(std::move(file));
+    } catch (const ReadError& error) {
+        // It may have been removed since the directory was read.
+        if (fs::exists(path)) {
+            problems.emplace_back(error.what());
+        }
+    }
+}
+
+std::vector<HostFile> FileFinder::TakeRemoved(std::vector<HostFile>& files) {
+    for (HostFile& file : files) {
+        struct stat status {};
+        file.isRemoved = file.isRemoved || ::stat(file.path.c_str(), &status) != 0 ||
+                         (file.file && !file.file->IsFile(status));
+    }
+    const auto removed = std::stable_partition(
+        files.begin(), files.end(),
+        [](const HostFile& file) { return !file.isRemoved || file.file != nullptr; });
+    std::vector<HostFile> taken(std::make_move_iterator(removed),
+                                std::make_move_iterator(files.end()));
+    files.erase(removed, files.end());
+    return taken;
+}
+
+}  // namespace NS_LOG_FLEET
