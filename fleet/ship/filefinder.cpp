@@ -33,37 +33,51 @@ bool IsUnchanged(const struct stat& a, const struct stat& b) {
            a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
-// Whether the file is the one that the path leads to, and needs no new look.
+// Whether the file is the one that the path leads to, and needs no new look. An idle file that was
+// needed again and could not be opened does.
 bool IsKnown(const HostFile& file, const std::string& path) {
     struct stat status {};
     if (file.path != path || file.isRemoved || ::stat(path.c_str(), &status) != 0) {
         return false;
     }
-    return file.file ? file.file->IsFile(status) : IsUnchanged(file.status, status);
+    return file.file ? file.file->IsFile(status)
+                     : file.failure.empty() && IsUnchanged(file.status, status);
 }
 
 }  // namespace
 
-std::vector<std::string> FileFinder::Find(std::vector<HostFile>& files) const {
-    std::vector<std::string> problems;
+std::vector<std::string> FileFinder::Find(std::vector<HostFile>& files) {
+    const std::map<std::string, std::string> before = std::exchange(problems_, {});
     for (const std::string& path : paths_) {
         std::error_code error;
-        if (!fs::is_directory(path, error)) {
-            Add(path, files, problems);
-            continue;
-        }
-        for (const auto& entry : fs::directory_iterator(path, error)) {
-            Add(entry.path().string(), files, problems);
-        }
-        if (error) {
-            problems.push_back(path + ": " + error.message());
+        if (fs::is_directory(path, error)) {
+            SearchDirectory(path, files);
+        } else {
+            Add(path, files);
         }
     }
-    return problems;
+    std::vector<std::string> texts;
+    for (const auto& [path, text] : problems_) {
+        const auto known = before.find(path);
+        if (known == before.end() || known->second != text) {
+            texts.push_back(text);
+        }
+    }
+    return texts;
 }
 
-void FileFinder::Add(const std::string& path, std::vector<HostFile>& files,
-                     std::vector<std::string>& problems) {
+void FileFinder::SearchDirectory(const std::string& path, std::vector<HostFile>& files) {
+    std::error_code error;
+    for (fs::directory_iterator entry(path, error), end; !error && entry != end;
+         entry.increment(error)) {
+        Add(entry->path().string(), files);
+    }
+    if (error) {
+        problems_[path] = path + ": " + error.message();
+    }
+}
+
+void FileFinder::Add(const std::string& path, std::vector<HostFile>& files) {
     if (!IsLogFile(path) || std::any_of(files.begin(), files.end(), [&](const HostFile& file) {
             return IsKnown(file, path);
         })) {
@@ -81,10 +95,17 @@ void FileFinder::Add(const std::string& path, std::vector<HostFile>& files,
         files.push_back(std::move(file));
     } catch (const ReadError& error) {
         // It may have been removed since the directory was read.
-        if (fs::exists(path)) {
-            problems.emplace_back(error.what());
+        std::error_code ignored;
+        if (fs::exists(path, ignored)) {
+            problems_[path] = error.what();
         }
     }
+}
+
+bool FileFinder::IsInTheWay(const std::string& name) const {
+    return std::any_of(problems_.begin(), problems_.end(), [&](const auto& problem) {
+        return fs::path(problem.first).filename() == name;
+    });
 }
 
 std::vector<HostFile> FileFinder::TakeRemoved(std::vector<HostFile>& files) {

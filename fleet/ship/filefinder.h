@@ -1,7 +1,9 @@
 // Finds the log files of a host.
 #pragma once
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ship/hostfile.h"
@@ -14,18 +16,26 @@ class FileFinder {
     // Directories of log files, and log files.
     explicit FileFinder(std::vector<std::string> paths) : paths_(std::move(paths)) {}
 
-    // Adds the files that are not among `files` yet. Returns what is in the way, one text each.
-    std::vector<std::string> Find(std::vector<HostFile>& files) const;
+    // Adds the files that are not among `files` yet. Returns what is in the way and was not the
+    // last time, one text each.
+    std::vector<std::string> Find(std::vector<HostFile>& files);
+
+    // Something that was in the way the last time; empty: nothing was.
+    std::string Problem() const { return problems_.empty() ? "" : problems_.begin()->second; }
+
+    // Whether a file of this name is there and could not be opened.
+    bool IsInTheWay(const std::string& name) const;
 
     // Takes out the files that no name leads to any more. One that is open stays: it is read to its
     // end, which is possible as long as it is open.
     static std::vector<HostFile> TakeRemoved(std::vector<HostFile>& files);
 
   private:
-    static void Add(const std::string& path, std::vector<HostFile>& files,
-                    std::vector<std::string>& problems);
+    void SearchDirectory(const std::string& path, std::vector<HostFile>& files);
+    void Add(const std::string& path, std::vector<HostFile>& files);
 
     const std::vector<std::string> paths_;
+    std::map<std::string, std::string> problems_;  // by their paths
 };
 
 }  // namespace NS_LOG_FLEET

@@ -21,6 +21,12 @@ struct HostFile {
     bool wasOpen = false;      // some target has
     bool isSentAgain = false;  // all of it is sent again by an order
     bool isRemoved = false;    // no name leads to it any more
+    std::string failure;       // why it could not be read the last time; empty: it could
+
+    // Waiting or reading on will bring something of it.
+    bool HasMoreToSend() const {
+        return file && failure.empty() && !file->IsRead() && !file->IsWaitingForEnd();
+    }
 
     std::string Name() const { return path.substr(path.rfind('/') + 1); }
 };

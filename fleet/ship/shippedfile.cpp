@@ -64,10 +64,14 @@ class FixedPart final : public ByteSource {
 ShippedFile::ShippedFile(std::string path)
     : path_(std::move(path)),
       name_(path_.substr(path_.rfind('/') + 1)),
-      descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC)),
+      // Opening a pipe would wait for who writes it.
+      descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
       grown_(Clock::now()) {
     if (!descriptor_.IsOpen() || ::fstat(descriptor_.Get(), &status_) != 0) {
         throw ReadError(path_ + ": " + std::strerror(errno));
+    }
+    if (!S_ISREG(status_.st_mode)) {
+        throw ReadError(path_ + ": it is no regular file");
     }
     const auto parts = NS_LOG_READER::ParseLogFileName(path_);
     category_ = parts ? parts->category : "";

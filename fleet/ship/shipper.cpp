@@ -5,8 +5,6 @@
 #include <thread>
 #include <utility>
 
-#include "input/bytesource.h"
-
 namespace NS_LOG_FLEET {
 namespace {
 
@@ -49,6 +47,19 @@ void Shipper::Trouble(const std::string& text) {
     hasTrouble_ = true;
     problem_ = text;
     Report(text);
+}
+
+// What lasts is told once, and stands in the host's state as long as it lasts.
+void Shipper::ReportLasting(const std::string& text) {
+    hasTrouble_ = true;
+    Report(text);
+}
+
+void Shipper::NoteFailure(HostFile& file, const ReadError& error) {
+    if (file.failure != error.what()) {
+        file.failure = error.what();
+        ReportLasting(file.failure);
+    }
 }
 
 bool Shipper::Run() {
@@ -138,7 +149,7 @@ void Shipper::FindFiles() {
     scans_ = false;
     scanned_ = Clock::now();
     for (const std::string& problem : finder_.Find(files_)) {
-        Trouble(problem);
+        ReportLasting(problem);
     }
 }
 
@@ -153,7 +164,11 @@ void Shipper::DropRemovedFiles() {
 // What was removed while nobody looked, and what is to be sent again.
 void Shipper::CompareWithTarget() {
     for (HostFile& file : files_) {
-        OpenAtTarget(file);
+        try {
+            OpenAtTarget(file);
+        } catch (const ReadError& error) {
+            NoteFailure(file, error);
+        }
     }
     for (const KnownFile& known : target_->FilesOf(settings_.host)) {
         const auto file = std::find_if(files_.begin(), files_.end(), [&](const HostFile& other) {
@@ -161,48 +176,65 @@ void Shipper::CompareWithTarget() {
         });
         if (file != files_.end()) {
             TakeOrder(known, *file);
-            continue;
+        } else if (!IsInTheWay(known.name)) {
+            NoteRemoved(known);
         }
-        if (!known.isComplete) {
-            Trouble(known.name +
-                    " was removed before it was sent to its end; what is known of it "
-                    "ends at byte " +
-                    std::to_string(known.arrived));
-        }
-        target_->NoteGone(known.handle,
-                          known.size > known.arrived ? known.size - known.arrived : 0);
     }
 }
 
+// Whether a file of this name is there of which it cannot be told which one it is.
+bool Shipper::IsInTheWay(const std::string& name) const {
+    return finder_.IsInTheWay(name) ||
+           std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
+               return !file.failure.empty() && file.Name() == name;
+           });
+}
+
+void Shipper::NoteRemoved(const KnownFile& known) {
+    if (!known.isComplete) {
+        Trouble(known.name +
+                " was removed before it was sent to its end; what is known of it ends at byte " +
+                std::to_string(known.arrived));
+    }
+    target_->NoteGone(known.handle, known.size > known.arrived ? known.size - known.arrived : 0);
+}
+
+// An order that cannot be carried out now stays with the target.
 void Shipper::TakeOrder(const KnownFile& known, HostFile& file) {
     if (!known.isWantedAgain || file.isSentAgain) {
         return;
     }
-    Report(known.name + " is sent again");
-    if (!file.file) {
-        file.file = std::make_unique<ShippedFile>(file.path);
-        file.file->Look(Clock::now());
+    try {
+        Reopen(file);
+    } catch (const ReadError& error) {
+        NoteFailure(file, error);
+        return;
     }
+    Report(known.name + " is sent again");
     file.file->SetOffset(0);
     file.isSentAgain = true;
 }
 
-// An idle file that the target does not have all of: a closing mark was on its way when the last
-// connection ended, or the target was set back to an earlier state.
-void Shipper::ReopenIfUnknown(HostFile& file) {
-    const auto size = static_cast<uint64_t>(file.status.st_size);
-    if (file.file || (file.target.isComplete && file.target.resumeAt >= size)) {
+// Throws ReadError.
+void Shipper::Reopen(HostFile& file) {
+    if (file.file) {
         return;
     }
-    try {
-        file.file = std::make_unique<ShippedFile>(file.path);
-        file.file->Look(Clock::now());
-    } catch (const ReadError& error) {
-        Trouble(error.what());
+    auto opened = std::make_unique<ShippedFile>(file.path);
+    opened->Look(Clock::now());
+    file.file = std::move(opened);
+}
+
+// An idle file that the target does not have all of: a closing mark was on its way when the last
+// connection ended, or the target was set back to an earlier state. Throws ReadError.
+void Shipper::ReopenIfUnknown(HostFile& file) {
+    const auto size = static_cast<uint64_t>(file.status.st_size);
+    if (!file.target.isComplete || file.target.resumeAt < size) {
+        Reopen(file);
     }
 }
 
-// False: the file's beginning is not there yet.
+// False: the file's beginning is not there yet. Throws ReadError.
 bool Shipper::OpenAtTarget(HostFile& file) {
     if (file.isOpen) {
         return true;
@@ -215,8 +247,8 @@ bool Shipper::OpenAtTarget(HostFile& file) {
         return false;
     }
     file.target = target_->Open({settings_.host, file.Name(), file.first});
-    file.isOpen = true;
     ReopenIfUnknown(file);
+    file.isOpen = true;
     if (file.file) {
         const bool isAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
         file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
@@ -248,8 +280,9 @@ bool Shipper::SendRound() {
         }
         try {
             hasSent = SendFrom(file) || hasSent;
+            file.failure.clear();
         } catch (const ReadError& error) {
-            Trouble(error.what());
+            NoteFailure(file, error);
         }
     }
     return hasSent;
@@ -291,25 +324,30 @@ void Shipper::TellState() {
     HostState state;
     state.host = settings_.host;
     state.files = files_.size();
-    state.problem = problem_;
+    state.problem = CurrentProblem();
     for (const HostFile& file : files_) {
         state.backlog += file.file ? file.file->Backlog() : 0;
     }
     target_->NoteHost(state);
 }
 
+std::string Shipper::CurrentProblem() const {
+    const auto failed = std::find_if(files_.begin(), files_.end(),
+                                     [](const HostFile& file) { return !file.failure.empty(); });
+    return !problem_.empty()        ? problem_
+           : failed != files_.end() ? failed->failure
+                                    : finder_.Problem();
+}
+
+// But what cannot be read.
 bool Shipper::IsAllSent() const {
-    return std::all_of(files_.begin(), files_.end(), [](const HostFile& file) {
-        return !file.file || file.file->IsRead() || file.file->IsWaitingForEnd();
-    });
+    return std::none_of(files_.begin(), files_.end(),
+                        [](const HostFile& file) { return file.HasMoreToSend(); });
 }
 
 void Shipper::Wait() {
-    const bool isUnsettled = std::any_of(files_.begin(), files_.end(), [](const HostFile& file) {
-        return file.file && !file.file->IsRead() && !file.file->IsWaitingForEnd();
-    });
     DirectoryWatch::Changes changes =
-        watch_.Wait(isUnsettled ? ShippedFile::kSettleTime / 2 : kLongestWait);
+        watch_.Wait(IsAllSent() ? kLongestWait : ShippedFile::kSettleTime / 2);
     if (changes.any) {
         std::this_thread::sleep_for(target_->Gathering());
         const DirectoryWatch::Changes more = watch_.Wait(std::chrono::milliseconds(0));

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "input/bytesource.h"
 #include "ship/directorywatch.h"
 #include "ship/filefinder.h"
 #include "ship/hostfile.h"
@@ -46,6 +47,8 @@ class Shipper {
 
     void Report(const std::string& text);
     void Trouble(const std::string& text);
+    void ReportLasting(const std::string& text);
+    void NoteFailure(HostFile& file, const NS_LOG_READER::ReadError& error);
     void Connect();
     void NoteSuccess();
     void AwaitTarget(const TargetError& error);
@@ -54,21 +57,25 @@ class Shipper {
     void FindFiles();
     void DropRemovedFiles();
     void CompareWithTarget();
+    bool IsInTheWay(const std::string& name) const;
+    void NoteRemoved(const KnownFile& known);
     void TakeOrder(const KnownFile& known, HostFile& file);
-    void ReopenIfUnknown(HostFile& file);
+    static void Reopen(HostFile& file);
+    static void ReopenIfUnknown(HostFile& file);
     bool OpenAtTarget(HostFile& file);
     void BeginAgain(HostFile& file);
     bool SendRound();
     bool SendFrom(HostFile& file);
     void LookAtIdle();
     void TellState();
+    std::string CurrentProblem() const;
     bool IsAllSent() const;
     void Wait();
 
     const ShipSettings settings_;
     const MakeTarget makeTarget_;
     DirectoryWatch watch_;
-    const FileFinder finder_;
+    FileFinder finder_;
     std::unique_ptr<Target> target_;
     std::vector<HostFile> files_;
     Pace pace_;

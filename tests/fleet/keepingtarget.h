@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ struct Kept {
     int parts = 0;
     bool isAway = false;   // it is asked in vain
     bool forgets = false;  // all that it had, when the second file is complete
+    std::function<void()> whenComplete = [] {};  // what happens when a file is
 };
 
 class KeepingTarget final : public Target {
@@ -98,6 +100,7 @@ class KeepingTarget final : public Target {
             }
             throw TargetError("the target is away", true);
         }
+        kept_.whenComplete();
     }
     void NoteSentAgain(int64_t handle) override {
         kept_.files[static_cast<size_t>(handle)].isWantedAgain = false;

@@ -3,45 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <string>
 
 #include "command/stoporders.h"
-#include "fleet/keepingtarget.h"
+#include "fleet/shipperfixture.h"
 #include "ship/pace.h"
-#include "support/files.h"
-#include "support/temporarydirectory.h"
 
 namespace {
 
 using namespace NS_LOG_FLEET;
 using namespace NS_TEST;
-
-class ShipperTest : public DirectoryTest {
-  protected:
-    // The number of no process.
-    std::string LogPath() const { return Path("unbi_debug_20260305_140709_999999999.log"); }
-
-    static std::string Text() {
-        return "File create at 2026-03-05T14:07:09.000001+01:00.\n"
-               "2026-03-05T14:07:10.000001+01:00,one\n"
-               "2026-03-05T14:07:11.000001+01:00,two\n"
-               "\nFile close at 2026-03-05T14:07:12.000001+01:00.\n";
-    }
-
-    bool Ship() {
-        ShipSettings settings;
-        settings.host = "host1";
-        settings.paths = {Path()};
-        settings.once = true;
-        Shipper shipper(settings, [this] { return std::make_unique<KeepingTarget>(kept_); });
-        return shipper.Run();
-    }
-
-    Kept kept_;
-};
 
 TEST_F(ShipperTest, SendsAllOfAFileAndSaysThatItIsDone) {
     WriteFile(LogPath(), Text());
@@ -95,18 +68,16 @@ TEST_F(ShipperTest, HoldsATornEndBackWhileSomebodyWritesTheFile) {
 TEST_F(ShipperTest, TellsTwoContentsOfOneNameApart) {
     WriteFile(LogPath(), Text());
     EXPECT_TRUE(Ship());
-    std::string other = Text();
-    other[other.find(".000001") + 6] = '2';
-    WriteFile(LogPath(), other);
+    WriteFile(LogPath(), OtherText());
     EXPECT_TRUE(Ship());
     ASSERT_EQ(kept_.files.size(), 2U);
-    EXPECT_EQ(kept_.files[1].bytes, other);
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
     EXPECT_TRUE(kept_.files[0].hasGone);
 }
 
 TEST_F(ShipperTest, SendsAnIdleFileAgainThatTheTargetHasForgotten) {
     WriteFile(LogPath(), Text());
-    WriteFile(Path("unbi_oper_20260305_140709_999999999.log"), Text());
+    WriteFile(LogPath("oper"), Text());
     kept_.forgets = true;
     EXPECT_TRUE(Ship());
     ASSERT_EQ(kept_.files.size(), 2U);
