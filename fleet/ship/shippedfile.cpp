@@ -110,6 +110,10 @@ bool ShippedFile::Look(Clock::time_point now) {
     const auto size = static_cast<uint64_t>(status.st_size);
     const bool hasChanged = size != size_ || status.st_mtim.tv_sec != status_.st_mtim.tv_sec ||
                             status.st_mtim.tv_nsec != status_.st_mtim.tv_nsec;
+    const bool isEmptied = !first_.empty() && hasChanged && (size < offset_ || !BeginsAsBefore());
+    if (isEmptied) {
+        lost_ = Backlog();
+    }
     status_ = status;
     if (hasChanged) {
         size_ = size;
@@ -119,7 +123,7 @@ bool ShippedFile::Look(Clock::time_point now) {
         checked_.reset();
     }
     isSettled_ = now - grown_ >= kSettleTime;
-    if (!first_.empty() && hasChanged && (size_ < offset_ || !BeginsAsBefore())) {
+    if (isEmptied) {
         return false;
     }
     if (first_.empty() && size_ > 0) {

@@ -212,6 +212,7 @@ void Shipper::TakeOrder(const KnownFile& known, HostFile& file) {
     }
     Report(known.name + " is sent again");
     file.file->SetOffset(0);
+    file.target.resumeAt = known.arrived;
     file.isSentAgain = true;
 }
 
@@ -257,18 +258,23 @@ bool Shipper::OpenAtTarget(HostFile& file) {
     return true;
 }
 
-// The file was emptied under its name, as it happens when it is full within its second.
+// The file was emptied under its name, as it happens when it is full within its second. It is
+// another one whatever fails from here on.
 void Shipper::BeginAgain(HostFile& file) {
-    const uint64_t lost = file.file->Size() == 0 ? 0 : file.file->Backlog();
+    const uint64_t offset = file.file->Offset();
     Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
-            std::to_string(file.file->Offset()));
-    if (file.isOpen) {
+            std::to_string(offset));
+    // What is sent again by an order had arrived before.
+    const uint64_t end = offset + file.file->Lost();
+    const uint64_t lost = end - std::min(end, std::max(offset, file.target.resumeAt));
+    const bool wasOpen = std::exchange(file.isOpen, false);
+    file.isSentAgain = false;
+    file.first.clear();
+    file.file->Restart();
+    if (wasOpen) {
         target_->Flush();
         target_->NoteGone(file.target.handle, lost);
     }
-    file.file->Restart();
-    file.first.clear();
-    file.isOpen = false;
 }
 
 bool Shipper::SendRound() {

@@ -30,9 +30,10 @@ struct Kept {
     std::vector<HostState> states;  // what the host has said
     int failures = 0;               // so many parts are taken and not kept
     int parts = 0;
-    bool isAway = false;   // it is asked in vain
-    bool forgets = false;  // all that it had, when the second file is complete
-    std::function<void()> whenComplete = [] {};  // what happens when a file is
+    bool isAway = false;                     // it is asked in vain
+    bool forgets = false;                    // all that it had, when the second file is complete
+    std::function<void()> whenSent = [] {};  // what happens when it has taken a part
+    std::function<void()> whenComplete = [] {};  // when a file is complete
 };
 
 class KeepingTarget final : public Target {
@@ -71,6 +72,7 @@ class KeepingTarget final : public Target {
         ASSERT_LE(part.offset, bytes.size());
         bytes.resize(part.offset);
         bytes += part.bytes;
+        kept_.whenSent();
     }
 
     void Flush() override {}

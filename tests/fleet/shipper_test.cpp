@@ -73,6 +73,66 @@ TEST_F(ShipperTest, TellsTwoContentsOfOneNameApart) {
     ASSERT_EQ(kept_.files.size(), 2U);
     EXPECT_EQ(kept_.files[1].bytes, OtherText());
     EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[0].lost, 0U);
+}
+
+class EmptiedFile : public ShipperTest {
+  protected:
+    static std::string LargeText(size_t records) {
+        std::string text = Text();
+        const std::string record =
+            "2026-03-05T14:07:10.000001+01:00," + std::string(1000, 'x') + "\n";
+        for (size_t i = 0; i < records; ++i) {
+            text.insert(text.find('\n') + 1, record);
+        }
+        return text;
+    }
+
+    // The file is emptied and written anew when its first part was taken.
+    void ExpectCountsWhatIsLost(const std::string& before, const std::string& after) {
+        WriteFile(LogPath(), before);
+        kept_.whenSent = [&] {
+            if (kept_.parts == 1) {
+                WriteFile(LogPath(), after);
+            }
+        };
+        EXPECT_FALSE(Ship());
+        ASSERT_EQ(kept_.files.size(), 2U);
+        const Kept::File& old = kept_.files[0];
+        EXPECT_TRUE(old.hasGone);
+        EXPECT_GT(old.bytes.size(), 0U);
+        EXPECT_LT(old.bytes.size(), before.size());
+        EXPECT_EQ(old.lost, before.size() - old.bytes.size());
+        EXPECT_TRUE(kept_.files[1].bytes == after);
+        EXPECT_TRUE(kept_.files[1].isComplete);
+    }
+};
+
+TEST_F(EmptiedFile, HasLostWhatWasNotSentOfTheOldContents) {
+    ExpectCountsWhatIsLost(LargeText(1500), OtherText());
+}
+
+TEST_F(EmptiedFile, HasLostNoMoreWhenTheNewContentsAreLarger) {
+    std::string after = LargeText(2500);
+    after.replace(0, OtherText().find('\n'), OtherText(), 0, OtherText().find('\n'));
+    ExpectCountsWhatIsLost(LargeText(1500), after);
+}
+
+TEST_F(EmptiedFile, HasLostNothingWhileItIsSentAgain) {
+    WriteFile(LogPath(), LargeText(1500));
+    ASSERT_TRUE(Ship());
+    kept_.files[0].isWantedAgain = true;
+    kept_.parts = 0;
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            WriteFile(LogPath(), OtherText());
+        }
+    };
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[0].lost, 0U);
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
 }
 
 TEST_F(ShipperTest, SendsAnIdleFileAgainThatTheTargetHasForgotten) {
