@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "format/utf8.h"
 #include "input/bytesource.h"
 #include "input/series.h"
 
@@ -22,6 +23,18 @@ bool IsLogFile(const std::string& path) {
     return path.size() > ending.size() &&
            path.compare(path.size() - ending.size(), ending.size(), ending) == 0 &&
            NS_LOG_READER::ParseLogFileName(path).has_value();
+}
+
+// Targets take names of characters only.
+bool IsText(std::string_view name) {
+    while (!name.empty()) {
+        const size_t length = NS_LOG_READER::CharacterLength(name);
+        if (length == 0) {
+            return false;
+        }
+        name.remove_prefix(length);
+    }
+    return true;
 }
 
 bool IsSameFile(const struct stat& a, const struct stat& b) {
@@ -78,9 +91,15 @@ void FileFinder::SearchDirectory(const std::string& path, std::vector<HostFile>&
 }
 
 void FileFinder::Add(const std::string& path, std::vector<HostFile>& files) {
-    if (!IsLogFile(path) || std::any_of(files.begin(), files.end(), [&](const HostFile& file) {
-            return IsKnown(file, path);
-        })) {
+    if (!IsLogFile(path)) {
+        return;
+    }
+    if (!IsText(path.substr(path.rfind('/') + 1))) {
+        problems_[path] = path + ": its name is no UTF-8, so it is not sent";
+        return;
+    }
+    if (std::any_of(files.begin(), files.end(),
+                    [&](const HostFile& file) { return IsKnown(file, path); })) {
         return;
     }
     // An idle file that has changed is looked at anew.

@@ -5,6 +5,8 @@
 #include <thread>
 #include <utility>
 
+#include "store/columntext.h"
+
 namespace NS_LOG_FLEET {
 namespace {
 
@@ -330,7 +332,8 @@ void Shipper::TellState() {
     HostState state;
     state.host = settings_.host;
     state.files = files_.size();
-    state.problem = CurrentProblem();
+    // It may name a path, which may hold anything.
+    state.problem = ColumnText(CurrentProblem());
     for (const HostFile& file : files_) {
         state.backlog += file.file ? file.file->Backlog() : 0;
     }

@@ -71,6 +71,20 @@ TEST_F(ShipperTest, SendsTheOtherFilesWhenOneCannotBeRead) {
     EXPECT_THAT(kept_.states.back().problem, HasSubstr("Input/output error"));
 }
 
+// A store refuses what is no UTF-8.
+TEST_F(ShipperTest, LeavesOutAFileWhoseNameIsNoText) {
+    WriteFile(LogPath("d\xFC"), Text());
+    WriteFile(LogPath("d\xC3\xBC"), Text());
+    const CapturedOutput errors(STDERR_FILENO);
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(Path(kept_.files[0].identity.name), LogPath("d\xC3\xBC"));
+    const std::string text = errors.Text();
+    EXPECT_EQ(CountIn(text, LogPath("d\xFC") + ": its name is no UTF-8"), 1U) << text;
+    EXPECT_EQ(kept_.states.back().problem,
+              LogPath("d\xEF\xBF\xBD") + ": its name is no UTF-8, so it is not sent");
+}
+
 TEST_F(ShipperTest, SendsAFileWhenItCanBeReadAgain) {
     WriteFile(LogPath(), Text());
     WriteFile(LogPath("oper"), Text());
