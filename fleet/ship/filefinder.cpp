@@ -1,6 +1,7 @@
 #include "ship/filefinder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <memory>
@@ -50,11 +51,18 @@ bool IsUnchanged(const struct stat& a, const struct stat& b) {
 // needed again and could not be opened does.
 bool IsKnown(const HostFile& file, const std::string& path) {
     struct stat status {};
-    if (file.path != path || file.isRemoved || ::stat(path.c_str(), &status) != 0) {
+    if (file.path != path || ::stat(path.c_str(), &status) != 0) {
         return false;
     }
     return file.file ? file.file->IsFile(status)
                      : file.failure.empty() && IsUnchanged(file.status, status);
+}
+
+// What cannot be looked at may be there.
+bool IsRemoved(const HostFile& file) {
+    struct stat status {};
+    return ::stat(file.path.c_str(), &status) == 0 ? !IsSameFile(file.status, status)
+                                                   : errno == ENOENT;
 }
 
 }  // namespace
@@ -128,14 +136,9 @@ bool FileFinder::IsInTheWay(const std::string& name) const {
 }
 
 std::vector<HostFile> FileFinder::TakeRemoved(std::vector<HostFile>& files) {
-    for (HostFile& file : files) {
-        struct stat status {};
-        file.isRemoved = file.isRemoved || ::stat(file.path.c_str(), &status) != 0 ||
-                         (file.file && !file.file->IsFile(status));
-    }
     const auto removed = std::stable_partition(
         files.begin(), files.end(),
-        [](const HostFile& file) { return !file.isRemoved || file.file != nullptr; });
+        [](const HostFile& file) { return file.file != nullptr || !IsRemoved(file); });
     std::vector<HostFile> taken(std::make_move_iterator(removed),
                                 std::make_move_iterator(files.end()));
     files.erase(removed, files.end());

@@ -20,7 +20,6 @@ struct HostFile {
     bool isOpen = false;       // the target has told where to go on
     bool wasOpen = false;      // some target has
     bool isSentAgain = false;  // all of it is sent again by an order
-    bool isRemoved = false;    // no name leads to it any more
     std::string failure;       // why it could not be read the last time; empty: it could
 
     // Waiting or reading on will bring something of it.

@@ -155,10 +155,14 @@ void Shipper::FindFiles() {
     }
 }
 
+// A copy of a removed file may have its name.
 void Shipper::DropRemovedFiles() {
-    for (const HostFile& file : finder_.TakeRemoved(files_)) {
-        if (file.isOpen) {
-            target_->NoteGone(file.target.handle, 0);
+    for (const HostFile& removed : finder_.TakeRemoved(files_)) {
+        const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
+            return file.isOpen && file.target.handle == removed.target.handle;
+        });
+        if (removed.isOpen && !isThere) {
+            target_->NoteGone(removed.target.handle, 0);
         }
     }
 }

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <string>
 
 #include "command/stoporders.h"
@@ -150,6 +151,22 @@ TEST_F(ShipperTest, ReportsAFileThatWasRemovedBeforeItsEnd) {
     WriteFile(LogPath(), Text());
     EXPECT_FALSE(Ship());
     EXPECT_TRUE(kept_.files[0].hasGone);
+}
+
+// It is done with the removed one before the copy.
+TEST_F(ShipperTest, KnowsACopyThatHasTakenTheNameOfItsFile) {
+    WriteFile(LogPath(), Text());
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            std::filesystem::copy_file(LogPath(), Path("copy"));
+            std::filesystem::rename(Path("copy"), LogPath());
+        }
+    };
+    kept_.whenComplete = [&] { WriteFile(Path("another"), "has it look which files there are"); };
+    EXPECT_TRUE(Ship());
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(kept_.files[0].bytes, Text());
+    EXPECT_FALSE(kept_.files[0].hasGone);
 }
 
 TEST_F(ShipperTest, SendsAFileAgainByOrder) {
