@@ -26,6 +26,17 @@ bool IsLogFile(const std::string& path) {
            NS_LOG_READER::ParseLogFileName(path).has_value();
 }
 
+bool IsCompressedLogFile(const std::string& path) {
+    return NS_LOG_READER::IsCompressedName(path) &&
+           NS_LOG_READER::ParseLogFileName(path).has_value();
+}
+
+bool HasDirectory(const std::string& path) {
+    const fs::path directory = fs::path(path).parent_path();
+    std::error_code error;
+    return fs::is_directory(directory.empty() ? "." : directory, error);
+}
+
 // Targets take names of characters only.
 bool IsText(std::string_view name) {
     while (!name.empty()) {
@@ -69,14 +80,11 @@ bool IsRemoved(const HostFile& file) {
 
 std::vector<std::string> FileFinder::Find(std::vector<HostFile>& files) {
     const std::map<std::string, std::string> before = std::exchange(problems_, {});
+    hasSearchedAll_ = true;
     for (const std::string& path : paths_) {
-        std::error_code error;
-        if (fs::is_directory(path, error)) {
-            SearchDirectory(path, files);
-        } else {
-            Add(path, files);
-        }
+        LookAt(path, files);
     }
+    isFirstTime_ = false;
     std::vector<std::string> texts;
     for (const auto& [path, text] : problems_) {
         const auto known = before.find(path);
@@ -87,6 +95,26 @@ std::vector<std::string> FileFinder::Find(std::vector<HostFile>& files) {
     return texts;
 }
 
+void FileFinder::LookAt(const std::string& path, std::vector<HostFile>& files) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (fs::is_directory(status)) {
+        SearchDirectory(path, files);
+        return;
+    }
+    const bool isLogFile = IsLogFile(path);
+    // A log file may have been removed, if its directory is there.
+    hasSearchedAll_ = hasSearchedAll_ && (isLogFile ? HasDirectory(path) : fs::exists(status));
+    if (isLogFile && (!isFirstTime_ || fs::exists(status))) {
+        Add(path, files);
+    } else if (!fs::exists(status)) {
+        problems_[path] = path + ": " + (error ? error.message() : "no such file or directory");
+    } else {
+        problems_[path] = path + (IsCompressedLogFile(path) ? ": compressed files are not sent"
+                                                            : ": that is no log file's name");
+    }
+}
+
 void FileFinder::SearchDirectory(const std::string& path, std::vector<HostFile>& files) {
     std::error_code error;
     for (fs::directory_iterator entry(path, error), end; !error && entry != end;
@@ -94,6 +122,7 @@ void FileFinder::SearchDirectory(const std::string& path, std::vector<HostFile>&
         Add(entry->path().string(), files);
     }
     if (error) {
+        hasSearchedAll_ = false;
         problems_[path] = path + ": " + error.message();
     }
 }
@@ -129,10 +158,11 @@ void FileFinder::Add(const std::string& path, std::vector<HostFile>& files) {
     }
 }
 
-bool FileFinder::IsInTheWay(const std::string& name) const {
-    return std::any_of(problems_.begin(), problems_.end(), [&](const auto& problem) {
-        return fs::path(problem.first).filename() == name;
-    });
+bool FileFinder::MayHide(const std::string& name) const {
+    return !hasSearchedAll_ ||
+           std::any_of(problems_.begin(), problems_.end(), [&](const auto& problem) {
+               return fs::path(problem.first).filename() == name;
+           });
 }
 
 std::vector<HostFile> FileFinder::TakeRemoved(std::vector<HostFile>& files) {

@@ -23,19 +23,25 @@ class FileFinder {
     // Something that was in the way the last time; empty: nothing was.
     std::string Problem() const { return problems_.empty() ? "" : problems_.begin()->second; }
 
-    // Whether a file of this name is there and could not be opened.
-    bool IsInTheWay(const std::string& name) const;
+    // Whether the last time all directories were there and could be read to their ends.
+    bool HasSearchedAll() const { return hasSearchedAll_; }
+
+    // Whether a file of this name may be there and is not among those that were found.
+    bool MayHide(const std::string& name) const;
 
     // Takes out the files that no name leads to any more. One that is open stays: it is read to its
     // end, which is possible as long as it is open.
     static std::vector<HostFile> TakeRemoved(std::vector<HostFile>& files);
 
   private:
+    void LookAt(const std::string& path, std::vector<HostFile>& files);
     void SearchDirectory(const std::string& path, std::vector<HostFile>& files);
     void Add(const std::string& path, std::vector<HostFile>& files);
 
     const std::vector<std::string> paths_;
     std::map<std::string, std::string> problems_;  // by their paths
+    bool hasSearchedAll_ = true;
+    bool isFirstTime_ = true;
 };
 
 }  // namespace NS_LOG_FLEET

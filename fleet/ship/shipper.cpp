@@ -65,11 +65,12 @@ void Shipper::NoteFailure(HostFile& file, const ReadError& error) {
 }
 
 bool Shipper::Run() {
+    bool hasSentAll = false;
     while (!isStopped_) {
         try {
             Connect();
-            Work();
-            return !hasTrouble_;
+            hasSentAll = Work();
+            break;
         } catch (const TargetError& error) {
             target_.reset();
             if (!error.IsPassing() && (!hasWorked_ || ++refusals_ > kMostRefusals)) {
@@ -77,6 +78,9 @@ bool Shipper::Run() {
             }
             AwaitTarget(error);
         }
+    }
+    if (settings_.once && !hasSentAll) {
+        Trouble("stopped before all was sent");
     }
     return !hasTrouble_;
 }
@@ -116,8 +120,10 @@ void Shipper::AwaitTarget(const TargetError& error) {
     }
 }
 
-void Shipper::Work() {
-    while (!isStopped_) {
+// Until it is stopped, or with `once` until all is sent. Returns whether it is.
+bool Shipper::Work() {
+    bool hasSentAll = false;
+    while (!isStopped_ && !hasSentAll) {
         if (scans_ || Clock::now() - scanned_ >= kScanInterval) {
             FindFiles();
             DropRemovedFiles();
@@ -136,15 +142,16 @@ void Shipper::Work() {
             continue;
         }
         LookAtIdle();
-        if (settings_.once && IsAllSent()) {
-            break;
+        hasSentAll = settings_.once && IsAllSent();
+        if (!hasSentAll) {
+            Wait();
         }
-        Wait();
     }
     // What was told seconds ago had a backlog that has arrived since.
     target_->Flush();
     TellState();
     target_->Flush();
+    return hasSentAll;
 }
 
 void Shipper::FindFiles() {
@@ -155,8 +162,12 @@ void Shipper::FindFiles() {
     }
 }
 
-// A copy of a removed file may have its name.
+// A directory that is not mounted has no files, and none of them is removed. A copy of a removed
+// file may have its name.
 void Shipper::DropRemovedFiles() {
+    if (!finder_.HasSearchedAll()) {
+        return;
+    }
     for (const HostFile& removed : finder_.TakeRemoved(files_)) {
         const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
             return file.isOpen && file.target.handle == removed.target.handle;
@@ -182,15 +193,15 @@ void Shipper::CompareWithTarget() {
         });
         if (file != files_.end()) {
             TakeOrder(known, *file);
-        } else if (!IsInTheWay(known.name)) {
+        } else if (!MayBeThere(known.name)) {
             NoteRemoved(known);
         }
     }
 }
 
-// Whether a file of this name is there of which it cannot be told which one it is.
-bool Shipper::IsInTheWay(const std::string& name) const {
-    return finder_.IsInTheWay(name) ||
+// Whether a file of this name is there, perhaps, of which it cannot be told which one it is.
+bool Shipper::MayBeThere(const std::string& name) const {
+    return finder_.MayHide(name) ||
            std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
                return !file.failure.empty() && file.Name() == name;
            });

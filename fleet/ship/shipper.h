@@ -37,7 +37,8 @@ class Shipper {
 
     // Sends until `Stop`, or with `once` until all has arrived. Throws TargetError when the target
     // refuses for a reason that waiting does not remove, at once or again and again. False:
-    // something was lost or could not be read, and was reported on standard error.
+    // something was lost or could not be read, or with `once` it was stopped before all had
+    // arrived; it was reported on standard error.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -52,12 +53,12 @@ class Shipper {
     void Connect();
     void NoteSuccess();
     void AwaitTarget(const TargetError& error);
-    void Work();
+    bool Work();
 
     void FindFiles();
     void DropRemovedFiles();
     void CompareWithTarget();
-    bool IsInTheWay(const std::string& name) const;
+    bool MayBeThere(const std::string& name) const;
     void NoteRemoved(const KnownFile& known);
     void TakeOrder(const KnownFile& known, HostFile& file);
     static void Reopen(HostFile& file);

@@ -87,4 +87,22 @@ TEST_F(FileFinderTest, FindsAnotherFileOfTheSameName) {
     EXPECT_EQ(removed_, 1U);
 }
 
+TEST_F(FileFinderTest, TellsWhetherItHasSeenAllThatThereMayBe) {
+    FileFinder file({log_});
+    EXPECT_TRUE(file.Find(files_).empty());
+    EXPECT_TRUE(file.HasSearchedAll());
+    fs::remove(log_);
+    EXPECT_TRUE(file.Find(files_).empty()) << "it may have been removed because it was sent";
+    EXPECT_TRUE(file.HasSearchedAll());
+
+    Look();
+    EXPECT_TRUE(finder_.HasSearchedAll());
+    fs::remove(Path("log"));
+    EXPECT_EQ(finder_.Find(files_).size(), 1U);
+    EXPECT_TRUE(finder_.Find(files_).empty()) << "it is told once";
+    EXPECT_FALSE(finder_.HasSearchedAll());
+    file.Find(files_);
+    EXPECT_FALSE(file.HasSearchedAll());
+}
+
 }  // namespace
