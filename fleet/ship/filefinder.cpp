@@ -152,7 +152,7 @@ void FileFinder::Add(const std::string& path, std::vector<HostFile>& files) {
     } catch (const ReadError& error) {
         // It may have been removed since the directory was read.
         std::error_code ignored;
-        if (fs::exists(path, ignored)) {
+        if (fs::status(path, ignored).type() != fs::file_type::not_found) {
             problems_[path] = error.what();
         }
     }

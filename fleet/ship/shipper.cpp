@@ -29,6 +29,9 @@ constexpr std::chrono::milliseconds kLongestWait{1000};
 constexpr std::chrono::milliseconds kFirstPause{200};
 constexpr std::chrono::milliseconds kLongestPause{5000};
 
+// A shipper that is to stop does so within this time.
+constexpr std::chrono::milliseconds kLongestSleep{200};
+
 // What a target that has worked refuses may be a connection that broke in the middle of a greeting.
 constexpr int kMostRefusals = 10;
 
@@ -114,9 +117,13 @@ void Shipper::AwaitTarget(const TargetError& error) {
         Report(problem_);
     }
     pause_ = std::clamp(pause_ * 2, kFirstPause, kLongestPause);
-    const Clock::time_point end = Clock::now() + pause_;
-    while (!isStopped_ && Clock::now() < end) {
-        std::this_thread::sleep_for(std::min(kFirstPause, pause_));
+    SleepUntil(Clock::now() + pause_);
+}
+
+// Or until it is stopped.
+void Shipper::SleepUntil(Clock::time_point end) const {
+    for (Clock::time_point now = Clock::now(); !isStopped_ && now < end; now = Clock::now()) {
+        std::this_thread::sleep_for(std::min<Clock::duration>(end - now, kLongestSleep));
     }
 }
 
@@ -279,10 +286,10 @@ bool Shipper::OpenAtTarget(HostFile& file) {
 // another one whatever fails from here on.
 void Shipper::BeginAgain(HostFile& file) {
     const uint64_t offset = file.file->Offset();
-    Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
-            std::to_string(offset));
-    // What is sent again by an order had arrived before.
     const uint64_t end = offset + file.file->Lost();
+    Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
+            std::to_string(offset) + " of " + std::to_string(end));
+    // What is sent again by an order had arrived before.
     const uint64_t lost = end - std::min(end, std::max(offset, file.target.resumeAt));
     const bool wasOpen = std::exchange(file.isOpen, false);
     file.isSentAgain = false;
@@ -321,7 +328,8 @@ bool Shipper::SendFrom(HostFile& file) {
     }
     const size_t size = part.bytes.size();
     target_->Send(file.target.handle, std::move(part));
-    std::this_thread::sleep_for(pace_.Spend(size, Clock::now()));
+    const Clock::time_point now = Clock::now();
+    SleepUntil(now + pace_.Spend(size, now));
     return true;
 }
 

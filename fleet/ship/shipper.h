@@ -53,6 +53,7 @@ class Shipper {
     void Connect();
     void NoteSuccess();
     void AwaitTarget(const TargetError& error);
+    void SleepUntil(Clock::time_point end) const;
     bool Work();
 
     void FindFiles();

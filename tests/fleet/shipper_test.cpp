@@ -1,7 +1,8 @@
 // What a shipper reads, and where it goes on, with a target that keeps what it is given.
 #include "ship/shipper.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
@@ -11,11 +12,13 @@
 #include "command/stoporders.h"
 #include "fleet/shipperfixture.h"
 #include "ship/pace.h"
+#include "support/capturedoutput.h"
 
 namespace {
 
 using namespace NS_LOG_FLEET;
 using namespace NS_TEST;
+using ::testing::HasSubstr;
 
 TEST_F(ShipperTest, SendsAllOfAFileAndSaysThatItIsDone) {
     WriteFile(LogPath(), Text());
@@ -97,9 +100,14 @@ class EmptiedFile : public ShipperTest {
                 WriteFile(LogPath(), after);
             }
         };
+        const CapturedOutput errors(STDERR_FILENO);
         EXPECT_FALSE(Ship());
         ASSERT_EQ(kept_.files.size(), 2U);
         const Kept::File& old = kept_.files[0];
+        EXPECT_THAT(errors.Text(),
+                    HasSubstr(" was emptied and begins again; it was sent up to byte " +
+                              std::to_string(old.bytes.size()) + " of " +
+                              std::to_string(before.size()) + "\n"));
         EXPECT_TRUE(old.hasGone);
         EXPECT_GT(old.bytes.size(), 0U);
         EXPECT_LT(old.bytes.size(), before.size());
@@ -177,6 +185,19 @@ TEST_F(ShipperTest, SendsAFileAgainByOrder) {
     EXPECT_TRUE(Ship());
     EXPECT_EQ(kept_.files[0].bytes, Text());
     EXPECT_FALSE(kept_.files[0].isWantedAgain);
+}
+
+// Its record takes a day at this rate.
+TEST_F(ShipperTest, StopsWhileItKeepsToItsRate) {
+    WriteFile(LogPath(),
+              "2026-03-05T14:07:08.000001+01:00," + std::string(100000, 'x') + "\n" + Text());
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    settings.bytesPerSecond = 1;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenSent = [&shipper] { shipper.Stop(); };
+    EXPECT_TRUE(shipper.Run());
+    EXPECT_EQ(kept_.parts, 1);
 }
 
 TEST(Pace, SpreadsBytesOverTime) {

@@ -1,6 +1,6 @@
 // What a shipper does when files cannot be opened or read.
 #include <gmock/gmock.h>
-#include <sys/resource.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -20,29 +20,13 @@ using namespace NS_TEST;
 using ::testing::HasSubstr;
 
 ino_t damagedFile = 0;  // reading it fails
+bool isWatchingRefused = false;
 
 void Damage(const std::string& path) {
     struct stat status {};
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
     damagedFile = status.st_ino;
 }
-
-// While it lives, no file can be opened.
-class NoMoreDescriptors {
-  public:
-    NoMoreDescriptors() {
-        ::getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit none{0, before_.rlim_max};
-        ::setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoMoreDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-
-    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
-    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
-
-  private:
-    rlimit before_{};
-};
 
 size_t CountIn(const std::string& text, const std::string& wanted) {
     size_t count = 0;
@@ -54,6 +38,7 @@ size_t CountIn(const std::string& text, const std::string& wanted) {
 
 TEST_F(ShipperTest, SendsTheOtherFilesWhenOneCannotBeRead) {
     std::filesystem::create_directory(LogPath("corbasys"));
+    std::filesystem::create_symlink(LogPath("corbadebug"), LogPath("corbadebug"));
     ASSERT_EQ(::mkfifo(LogPath("corbaoper").c_str(), 0600), 0);
     WriteFile(LogPath("corbanotify"), Text());
     Damage(LogPath("corbanotify"));
@@ -67,6 +52,8 @@ TEST_F(ShipperTest, SendsTheOtherFilesWhenOneCannotBeRead) {
     const std::string text = errors.Text();
     EXPECT_EQ(CountIn(text, LogPath("corbasys") + ": it is no regular file\n"), 1U) << text;
     EXPECT_EQ(CountIn(text, LogPath("corbaoper") + ": it is no regular file\n"), 1U) << text;
+    EXPECT_EQ(CountIn(text, LogPath("corbadebug") + ": Too many levels of symbolic links\n"), 1U)
+        << text;
     EXPECT_EQ(CountIn(text, LogPath("corbanotify") + ": Input/output error\n"), 1U) << text;
     EXPECT_THAT(kept_.states.back().problem, HasSubstr("Input/output error"));
 }
@@ -118,27 +105,38 @@ TEST_F(ShipperTest, LeavesAnOrderForLaterWhenTheFileCannotBeOpened) {
     WriteFile(LogPath(), Text());
     WriteFile(LogPath("oper"), Text());
     std::optional<size_t> first;
-    std::optional<NoMoreDescriptors> limit;
     kept_.whenComplete = [&] {
         if (!first) {
             first = kept_.files[0].isComplete ? 0 : 1;
-        } else if (!limit) {
+        } else if (!std::filesystem::exists(Path("elsewhere"))) {
             kept_.files[*first].isWantedAgain = true;
-            limit.emplace();
+            std::filesystem::rename(Path(kept_.files[*first].identity.name), Path("elsewhere"));
             throw TargetError("the target is away", true);
         }
     };
     EXPECT_FALSE(Ship());
-    limit.reset();
     ASSERT_TRUE(first);
-    EXPECT_TRUE(kept_.files[*first].isWantedAgain);
-    EXPECT_FALSE(kept_.files[*first].hasGone);
+    Kept::File& file = kept_.files[*first];
+    EXPECT_TRUE(file.isWantedAgain);
+    EXPECT_FALSE(file.hasGone);
 
+    std::filesystem::rename(Path("elsewhere"), Path(file.identity.name));
     kept_.whenComplete = [] {};
     kept_.parts = 0;
     EXPECT_TRUE(Ship());
-    EXPECT_FALSE(kept_.files[*first].isWantedAgain);
+    EXPECT_FALSE(file.isWantedAgain);
     EXPECT_GT(kept_.parts, 0);
+}
+
+TEST_F(ShipperTest, SaysWhyItCannotWatchDirectories) {
+    isWatchingRefused = true;
+    std::string text;
+    try {
+        Ship();
+    } catch (const NS_LOG_READER::ReadError& error) {
+        text = error.what();
+    }
+    EXPECT_EQ(text, "watching directories: Too many open files");
 }
 
 }  // namespace
@@ -150,4 +148,12 @@ extern "C" ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset)
         return -1;
     }
     return syscall(SYS_pread64, descriptor, bytes, size, offset);
+}
+
+extern "C" int inotify_init1(int flags) {
+    if (isWatchingRefused) {
+        errno = EMFILE;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_inotify_init1, flags));
 }
