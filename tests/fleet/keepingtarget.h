@@ -34,6 +34,7 @@ struct Kept {
     bool forgets = false;                    // all that it had, when the second file is complete
     std::function<void()> whenSent = [] {};  // what happens when it has taken a part
     std::function<void()> whenComplete = [] {};  // when a file is complete
+    std::function<void()> whenGone = [] {};      // when a file has gone, before that is kept
 };
 
 class KeepingTarget final : public Target {
@@ -88,6 +89,7 @@ class KeepingTarget final : public Target {
     }
 
     void NoteGone(int64_t handle, uint64_t lost) override {
+        kept_.whenGone();
         kept_.files[static_cast<size_t>(handle)].hasGone = true;
         kept_.files[static_cast<size_t>(handle)].lost = lost;
     }

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "command/stoporders.h"
 #include "fleet/shipperfixture.h"
@@ -82,16 +83,6 @@ TEST_F(ShipperTest, TellsTwoContentsOfOneNameApart) {
 
 class EmptiedFile : public ShipperTest {
   protected:
-    static std::string LargeText(size_t records) {
-        std::string text = Text();
-        const std::string record =
-            "2026-03-05T14:07:10.000001+01:00," + std::string(1000, 'x') + "\n";
-        for (size_t i = 0; i < records; ++i) {
-            text.insert(text.find('\n') + 1, record);
-        }
-        return text;
-    }
-
     // The file is emptied and written anew when its first part was taken.
     void ExpectCountsWhatIsLost(const std::string& before, const std::string& after) {
         WriteFile(LogPath(), before);
@@ -125,6 +116,24 @@ TEST_F(EmptiedFile, HasLostNoMoreWhenTheNewContentsAreLarger) {
     std::string after = LargeText(2500);
     after.replace(0, OtherText().find('\n'), OtherText(), 0, OtherText().find('\n'));
     ExpectCountsWhatIsLost(LargeText(1500), after);
+}
+
+TEST_F(EmptiedFile, BeginsAgainWhenTheTargetGoesAwayMeanwhile) {
+    WriteFile(LogPath(), LargeText(1500));
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            WriteFile(LogPath(), OtherText());
+        }
+    };
+    kept_.whenGone = [isFirst = true]() mutable {
+        if (std::exchange(isFirst, false)) {
+            throw TargetError("the target is away", true);
+        }
+    };
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
 }
 
 TEST_F(EmptiedFile, HasLostNothingWhileItIsSentAgain) {

@@ -33,6 +33,17 @@ class ShipperTest : public DirectoryTest {
         return text;
     }
 
+    // More than is taken at once.
+    static std::string LargeText(size_t records) {
+        std::string text = Text();
+        const std::string record =
+            "2026-03-05T14:07:10.000001+01:00," + std::string(1000, 'x') + "\n";
+        for (size_t i = 0; i < records; ++i) {
+            text.insert(text.find('\n') + 1, record);
+        }
+        return text;
+    }
+
     ShipSettings Settings(std::vector<std::string> paths) const {
         ShipSettings settings;
         settings.host = "host1";

@@ -19,7 +19,8 @@ namespace {
 using namespace NS_TEST;
 using ::testing::HasSubstr;
 
-ino_t damagedFile = 0;  // reading it fails
+ino_t damagedFile = 0;   // reading it fails,
+int readsThatFail = -1;  // so many times; less than 0: always
 bool isWatchingRefused = false;
 
 void Damage(const std::string& path) {
@@ -87,6 +88,26 @@ TEST_F(ShipperTest, SendsAFileWhenItCanBeReadAgain) {
     EXPECT_EQ(kept_.states.back().problem, "");
 }
 
+TEST_F(ShipperTest, SeesThatAFileWasEmptiedWhenItCanBeReadAgain) {
+    WriteFile(LogPath(), LargeText(1500));
+    const std::string after = OtherText() + LargeText(1500);
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            WriteFile(LogPath(), after);
+            readsThatFail = 1;
+            Damage(LogPath());
+        }
+    };
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenComplete = [&shipper] { shipper.Stop(); };
+    EXPECT_FALSE(shipper.Run());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_TRUE(kept_.files[1].bytes == after);
+}
+
 TEST_F(ShipperTest, TakesNoFileForRemovedThatCannotBeRead) {
     WriteFile(LogPath(), Text());
     WriteFile(LogPath("oper"), Text());
@@ -143,7 +164,9 @@ TEST_F(ShipperTest, SaysWhyItCannotWatchDirectories) {
 
 extern "C" ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset) {
     struct stat status {};
-    if (damagedFile != 0 && ::fstat(descriptor, &status) == 0 && status.st_ino == damagedFile) {
+    if (damagedFile != 0 && readsThatFail != 0 && ::fstat(descriptor, &status) == 0 &&
+        status.st_ino == damagedFile) {
+        --readsThatFail;
         errno = EIO;
         return -1;
     }
