@@ -48,6 +48,9 @@ void AddShip(const NS_LOG_READER::CommandAdder& add) {
     CLI::App* const app =
         add("ship", "Send the records to a store or a stream",
             [words](const NS_LOG_READER::Options& options) { return RunShip(*words, options); });
+    app->get_option("PATH")->description(
+        "Log files, and directories of them; compressed files are\nnot sent\n"
+        "(default: the directory log in $_APP_SHARE_DIR)");
     ShipSettings& settings = words->settings;
     AddTargetOptions(*app, "--to", words->target)->required();
     app->add_option("--rate", settings.bytesPerSecond,

@@ -22,6 +22,10 @@ constexpr uint32_t kChanges = kNameChanges | IN_MODIFY | IN_CLOSE_WRITE;
 
 DirectoryWatch::DirectoryWatch(const std::vector<std::string>& paths)
     : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    if (!events_.IsOpen()) {
+        throw NS_LOG_READER::ReadError(std::string("watching directories: ") +
+                                       std::strerror(errno));
+    }
     for (const std::string& path : paths) {
         const std::string parent = fs::path(path).parent_path().string();
         const std::string& directory = fs::is_directory(path) ? path

@@ -64,10 +64,14 @@ class FixedPart final : public ByteSource {
 ShippedFile::ShippedFile(std::string path)
     : path_(std::move(path)),
       name_(path_.substr(path_.rfind('/') + 1)),
-      descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC)),
+      // Opening a pipe would wait for who writes it.
+      descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
       grown_(Clock::now()) {
     if (!descriptor_.IsOpen() || ::fstat(descriptor_.Get(), &status_) != 0) {
         throw ReadError(path_ + ": " + std::strerror(errno));
+    }
+    if (!S_ISREG(status_.st_mode)) {
+        throw ReadError(path_ + ": it is no regular file");
     }
     const auto parts = NS_LOG_READER::ParseLogFileName(path_);
     category_ = parts ? parts->category : "";
@@ -106,6 +110,10 @@ bool ShippedFile::Look(Clock::time_point now) {
     const auto size = static_cast<uint64_t>(status.st_size);
     const bool hasChanged = size != size_ || status.st_mtim.tv_sec != status_.st_mtim.tv_sec ||
                             status.st_mtim.tv_nsec != status_.st_mtim.tv_nsec;
+    const bool isEmptied = !first_.empty() && hasChanged && (size < offset_ || !BeginsAsBefore());
+    if (isEmptied) {
+        lost_ = Backlog();
+    }
     status_ = status;
     if (hasChanged) {
         size_ = size;
@@ -115,7 +123,7 @@ bool ShippedFile::Look(Clock::time_point now) {
         checked_.reset();
     }
     isSettled_ = now - grown_ >= kSettleTime;
-    if (!first_.empty() && hasChanged && (size_ < offset_ || !BeginsAsBefore())) {
+    if (isEmptied) {
         return false;
     }
     if (first_.empty() && size_ > 0) {

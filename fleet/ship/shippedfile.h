@@ -37,9 +37,13 @@ class ShippedFile {
     const std::string& First() const { return first_; }
 
     // Looks at the file: how large it is, and reads its first line when that is not known. Returns
-    // false when it has been emptied; `Restart` makes it the file that it is now. Throws ReadError.
+    // false when it has been emptied; `Restart` makes it the file that it is now. Both throw
+    // ReadError.
     bool Look(Clock::time_point now);
     void Restart();
+
+    // Of the contents that were emptied: what stood behind `Offset` when they were last looked at.
+    uint64_t Lost() const { return lost_; }
 
     // Where the next part begins.
     uint64_t Offset() const { return offset_; }
@@ -85,6 +89,7 @@ class ShippedFile {
     std::string first_;
     uint64_t offset_ = 0;
     uint64_t size_ = 0;
+    uint64_t lost_ = 0;
     Clock::time_point grown_;                   // when it was seen to have another size
     std::optional<Clock::time_point> checked_;  // when the writer was looked for
     bool hasEnded_ = false;

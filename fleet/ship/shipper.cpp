@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <thread>
 #include <utility>
 
-#include "input/bytesource.h"
-#include "input/series.h"
+#include "store/columntext.h"
 
 namespace NS_LOG_FLEET {
 namespace {
-
-namespace fs = std::filesystem;
 
 using NS_LOG_READER::ReadError;
 
@@ -33,24 +29,11 @@ constexpr std::chrono::milliseconds kLongestWait{1000};
 constexpr std::chrono::milliseconds kFirstPause{200};
 constexpr std::chrono::milliseconds kLongestPause{5000};
 
+// A shipper that is to stop does so within this time.
+constexpr std::chrono::milliseconds kLongestSleep{200};
+
 // What a target that has worked refuses may be a connection that broke in the middle of a greeting.
 constexpr int kMostRefusals = 10;
-
-bool IsLogFile(const std::string& path) {
-    constexpr std::string_view ending = ".log";
-    return path.size() > ending.size() &&
-           path.compare(path.size() - ending.size(), ending.size(), ending) == 0 &&
-           NS_LOG_READER::ParseLogFileName(path).has_value();
-}
-
-bool IsSameFile(const struct stat& a, const struct stat& b) {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-bool IsUnchanged(const struct stat& a, const struct stat& b) {
-    return IsSameFile(a, b) && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
-}
 
 }  // namespace
 
@@ -58,6 +41,7 @@ Shipper::Shipper(ShipSettings settings, MakeTarget makeTarget)
     : settings_(std::move(settings)),
       makeTarget_(std::move(makeTarget)),
       watch_(settings_.paths),
+      finder_(settings_.paths),
       pace_(settings_.bytesPerSecond) {}
 
 void Shipper::Report(const std::string& text) {
@@ -70,12 +54,26 @@ void Shipper::Trouble(const std::string& text) {
     Report(text);
 }
 
+// What lasts is told once, and stands in the host's state as long as it lasts.
+void Shipper::ReportLasting(const std::string& text) {
+    hasTrouble_ = true;
+    Report(text);
+}
+
+void Shipper::NoteFailure(HostFile& file, const ReadError& error) {
+    if (file.failure != error.what()) {
+        file.failure = error.what();
+        ReportLasting(file.failure);
+    }
+}
+
 bool Shipper::Run() {
+    bool hasSentAll = false;
     while (!isStopped_) {
         try {
             Connect();
-            Work();
-            return !hasTrouble_;
+            hasSentAll = Work();
+            break;
         } catch (const TargetError& error) {
             target_.reset();
             if (!error.IsPassing() && (!hasWorked_ || ++refusals_ > kMostRefusals)) {
@@ -84,6 +82,9 @@ bool Shipper::Run() {
             AwaitTarget(error);
         }
     }
+    if (settings_.once && !hasSentAll) {
+        Trouble("stopped before all was sent");
+    }
     return !hasTrouble_;
 }
 
@@ -91,7 +92,7 @@ bool Shipper::Run() {
 // on.
 void Shipper::Connect() {
     target_ = makeTarget_();
-    for (File& file : files_) {
+    for (HostFile& file : files_) {
         file.isOpen = false;
     }
     scans_ = true;
@@ -116,17 +117,23 @@ void Shipper::AwaitTarget(const TargetError& error) {
         Report(problem_);
     }
     pause_ = std::clamp(pause_ * 2, kFirstPause, kLongestPause);
-    const Clock::time_point end = Clock::now() + pause_;
-    while (!isStopped_ && Clock::now() < end) {
-        std::this_thread::sleep_for(std::min(kFirstPause, pause_));
+    SleepUntil(Clock::now() + pause_);
+}
+
+// Or until it is stopped.
+void Shipper::SleepUntil(Clock::time_point end) const {
+    for (Clock::time_point now = Clock::now(); !isStopped_ && now < end; now = Clock::now()) {
+        std::this_thread::sleep_for(std::min<Clock::duration>(end - now, kLongestSleep));
     }
 }
 
-void Shipper::Work() {
-    while (!isStopped_) {
+// Until it is stopped, or with `once` until all is sent. Returns whether it is.
+bool Shipper::Work() {
+    bool hasSentAll = false;
+    while (!isStopped_ && !hasSentAll) {
         if (scans_ || Clock::now() - scanned_ >= kScanInterval) {
             FindFiles();
-            FindRemoved();
+            DropRemovedFiles();
         }
         const bool hasSent = SendRound();
         if (!hasSent || Clock::now() - flushed_ >= kFlushInterval) {
@@ -142,138 +149,118 @@ void Shipper::Work() {
             continue;
         }
         LookAtIdle();
-        if (settings_.once && IsAllSent()) {
-            break;
+        hasSentAll = settings_.once && IsAllSent();
+        if (!hasSentAll) {
+            Wait();
         }
-        Wait();
     }
     // What was told seconds ago had a backlog that has arrived since.
     target_->Flush();
     TellState();
     target_->Flush();
+    return hasSentAll;
 }
 
 void Shipper::FindFiles() {
     scans_ = false;
     scanned_ = Clock::now();
-    for (const std::string& path : settings_.paths) {
-        std::error_code error;
-        if (!fs::is_directory(path, error)) {
-            AddFile(path);
-            continue;
-        }
-        for (const auto& entry : fs::directory_iterator(path, error)) {
-            AddFile(entry.path().string());
-        }
-        if (error) {
-            Trouble(path + ": " + error.message());
-        }
+    for (const std::string& problem : finder_.Find(files_)) {
+        ReportLasting(problem);
     }
 }
 
-// Whether the file is the one that the path leads to, and needs no new look.
-bool Shipper::IsKnown(File& file, const std::string& path) {
-    struct stat status {};
-    if (file.path != path || file.isRemoved || ::stat(path.c_str(), &status) != 0) {
-        return false;
-    }
-    return file.file ? file.file->IsFile(status) : IsUnchanged(file.status, status);
-}
-
-void Shipper::AddFile(const std::string& path) {
-    if (!IsLogFile(path) || std::any_of(files_.begin(), files_.end(),
-                                        [&](File& file) { return IsKnown(file, path); })) {
+// A directory that is not mounted has no files, and none of them is removed. A copy of a removed
+// file may have its name.
+void Shipper::DropRemovedFiles() {
+    if (!finder_.HasSearchedAll()) {
         return;
     }
-    // An idle file that has changed is looked at anew.
-    files_.erase(std::remove_if(files_.begin(), files_.end(),
-                                [&](const File& file) { return !file.file && file.path == path; }),
-                 files_.end());
-    try {
-        File file;
-        file.path = path;
-        file.file = std::make_unique<ShippedFile>(path);
-        files_.push_back(std::move(file));
-    } catch (const ReadError& error) {
-        // It may have been removed since the directory was read.
-        if (fs::exists(path)) {
-            Trouble(error.what());
+    for (const HostFile& removed : finder_.TakeRemoved(files_)) {
+        const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
+            return file.isOpen && file.target.handle == removed.target.handle;
+        });
+        if (removed.isOpen && !isThere) {
+            target_->NoteGone(removed.target.handle, 0);
         }
     }
-}
-
-// A removed file is read to its end, which is possible as long as it is open.
-void Shipper::FindRemoved() {
-    for (File& file : files_) {
-        struct stat status {};
-        file.isRemoved = file.isRemoved || ::stat(file.path.c_str(), &status) != 0 ||
-                         (file.file && !file.file->IsFile(status));
-    }
-    files_.erase(std::remove_if(files_.begin(), files_.end(),
-                                [&](const File& file) {
-                                    const bool isDone = file.isRemoved && !file.file;
-                                    if (isDone && file.isOpen) {
-                                        target_->NoteGone(file.target.handle, 0);
-                                    }
-                                    return isDone;
-                                }),
-                 files_.end());
 }
 
 // What was removed while nobody looked, and what is to be sent again.
 void Shipper::CompareWithTarget() {
-    for (File& file : files_) {
-        OpenAtTarget(file);
+    for (HostFile& file : files_) {
+        try {
+            OpenAtTarget(file);
+        } catch (const ReadError& error) {
+            NoteFailure(file, error);
+        }
     }
     for (const KnownFile& known : target_->FilesOf(settings_.host)) {
-        const auto file = std::find_if(files_.begin(), files_.end(), [&](const File& other) {
+        const auto file = std::find_if(files_.begin(), files_.end(), [&](const HostFile& other) {
             return other.isOpen && other.target.handle == known.handle;
         });
         if (file != files_.end()) {
             TakeOrder(known, *file);
-            continue;
+        } else if (!MayBeThere(known.name)) {
+            NoteRemoved(known);
         }
-        if (!known.isComplete) {
-            Trouble(known.name +
-                    " was removed before it was sent to its end; what is known of it "
-                    "ends at byte " +
-                    std::to_string(known.arrived));
-        }
-        target_->NoteGone(known.handle,
-                          known.size > known.arrived ? known.size - known.arrived : 0);
     }
 }
 
-void Shipper::TakeOrder(const KnownFile& known, File& file) {
+// Whether a file of this name is there, perhaps, of which it cannot be told which one it is.
+bool Shipper::MayBeThere(const std::string& name) const {
+    return finder_.MayHide(name) ||
+           std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
+               return !file.failure.empty() && file.Name() == name;
+           });
+}
+
+void Shipper::NoteRemoved(const KnownFile& known) {
+    if (!known.isComplete) {
+        Trouble(known.name +
+                " was removed before it was sent to its end; what is known of it ends at byte " +
+                std::to_string(known.arrived));
+    }
+    target_->NoteGone(known.handle, known.size > known.arrived ? known.size - known.arrived : 0);
+}
+
+// An order that cannot be carried out now stays with the target.
+void Shipper::TakeOrder(const KnownFile& known, HostFile& file) {
     if (!known.isWantedAgain || file.isSentAgain) {
         return;
     }
-    Report(known.name + " is sent again");
-    if (!file.file) {
-        file.file = std::make_unique<ShippedFile>(file.path);
-        file.file->Look(Clock::now());
+    try {
+        Reopen(file);
+    } catch (const ReadError& error) {
+        NoteFailure(file, error);
+        return;
     }
+    Report(known.name + " is sent again");
     file.file->SetOffset(0);
+    file.target.resumeAt = known.arrived;
     file.isSentAgain = true;
 }
 
-// An idle file that the target does not have all of: a closing mark was on its way when the last
-// connection ended, or the target was set back to an earlier state.
-void Shipper::ReopenIfUnknown(File& file) {
-    const auto size = static_cast<uint64_t>(file.status.st_size);
-    if (file.file || (file.target.isComplete && file.target.resumeAt >= size)) {
+// Throws ReadError.
+void Shipper::Reopen(HostFile& file) {
+    if (file.file) {
         return;
     }
-    try {
-        file.file = std::make_unique<ShippedFile>(file.path);
-        file.file->Look(Clock::now());
-    } catch (const ReadError& error) {
-        Trouble(error.what());
+    auto opened = std::make_unique<ShippedFile>(file.path);
+    opened->Look(Clock::now());
+    file.file = std::move(opened);
+}
+
+// An idle file that the target does not have all of: a closing mark was on its way when the last
+// connection ended, or the target was set back to an earlier state. Throws ReadError.
+void Shipper::ReopenIfUnknown(HostFile& file) {
+    const auto size = static_cast<uint64_t>(file.status.st_size);
+    if (!file.target.isComplete || file.target.resumeAt < size) {
+        Reopen(file);
     }
 }
 
-// False: the file's beginning is not there yet.
-bool Shipper::OpenAtTarget(File& file) {
+// False: the file's beginning is not there yet. Throws ReadError.
+bool Shipper::OpenAtTarget(HostFile& file) {
     if (file.isOpen) {
         return true;
     }
@@ -284,10 +271,9 @@ bool Shipper::OpenAtTarget(File& file) {
     if (file.first.empty()) {
         return false;
     }
-    const std::string name = file.path.substr(file.path.rfind('/') + 1);
-    file.target = target_->Open({settings_.host, name, file.first});
-    file.isOpen = true;
+    file.target = target_->Open({settings_.host, file.Name(), file.first});
     ReopenIfUnknown(file);
+    file.isOpen = true;
     if (file.file) {
         const bool isAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
         file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
@@ -296,37 +282,43 @@ bool Shipper::OpenAtTarget(File& file) {
     return true;
 }
 
-// The file was emptied under its name, as it happens when it is full within its second.
-void Shipper::BeginAgain(File& file) {
-    const uint64_t lost = file.file->Size() == 0 ? 0 : file.file->Backlog();
+// The file was emptied under its name, as it happens when it is full within its second. It is
+// another one whatever fails from here on.
+void Shipper::BeginAgain(HostFile& file) {
+    const uint64_t offset = file.file->Offset();
+    const uint64_t end = offset + file.file->Lost();
     Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
-            std::to_string(file.file->Offset()));
-    if (file.isOpen) {
+            std::to_string(offset) + " of " + std::to_string(end));
+    // What is sent again by an order had arrived before.
+    const uint64_t lost = end - std::min(end, std::max(offset, file.target.resumeAt));
+    const bool wasOpen = std::exchange(file.isOpen, false);
+    file.isSentAgain = false;
+    file.first.clear();
+    file.file->Restart();
+    if (wasOpen) {
         target_->Flush();
         target_->NoteGone(file.target.handle, lost);
     }
-    file.file->Restart();
-    file.first.clear();
-    file.isOpen = false;
 }
 
 bool Shipper::SendRound() {
     bool hasSent = false;
     for (size_t i = 0; i < files_.size() && !isStopped_; ++i) {
-        File& file = files_[i];
+        HostFile& file = files_[i];
         if (!file.file) {
             continue;
         }
         try {
             hasSent = SendFrom(file) || hasSent;
+            file.failure.clear();
         } catch (const ReadError& error) {
-            Trouble(error.what());
+            NoteFailure(file, error);
         }
     }
     return hasSent;
 }
 
-bool Shipper::SendFrom(File& file) {
+bool Shipper::SendFrom(HostFile& file) {
     if (!file.file->Look(Clock::now())) {
         BeginAgain(file);
     }
@@ -336,14 +328,15 @@ bool Shipper::SendFrom(File& file) {
     }
     const size_t size = part.bytes.size();
     target_->Send(file.target.handle, std::move(part));
-    std::this_thread::sleep_for(pace_.Spend(size, Clock::now()));
+    const Clock::time_point now = Clock::now();
+    SleepUntil(now + pace_.Spend(size, now));
     return true;
 }
 
 // Everything that was read has arrived. Files that nobody writes any more are closed.
 void Shipper::LookAtIdle() {
     const Clock::time_point now = Clock::now();
-    for (File& file : files_) {
+    for (HostFile& file : files_) {
         if (!file.file || !file.isOpen || !file.file->IsOver(now)) {
             continue;
         }
@@ -362,25 +355,31 @@ void Shipper::TellState() {
     HostState state;
     state.host = settings_.host;
     state.files = files_.size();
-    state.problem = problem_;
-    for (const File& file : files_) {
+    // It may name a path, which may hold anything.
+    state.problem = ColumnText(CurrentProblem());
+    for (const HostFile& file : files_) {
         state.backlog += file.file ? file.file->Backlog() : 0;
     }
     target_->NoteHost(state);
 }
 
+std::string Shipper::CurrentProblem() const {
+    const auto failed = std::find_if(files_.begin(), files_.end(),
+                                     [](const HostFile& file) { return !file.failure.empty(); });
+    return !problem_.empty()        ? problem_
+           : failed != files_.end() ? failed->failure
+                                    : finder_.Problem();
+}
+
+// But what cannot be read.
 bool Shipper::IsAllSent() const {
-    return std::all_of(files_.begin(), files_.end(), [](const File& file) {
-        return !file.file || file.file->IsRead() || file.file->IsWaitingForEnd();
-    });
+    return std::none_of(files_.begin(), files_.end(),
+                        [](const HostFile& file) { return file.HasMoreToSend(); });
 }
 
 void Shipper::Wait() {
-    const bool isUnsettled = std::any_of(files_.begin(), files_.end(), [](const File& file) {
-        return file.file && !file.file->IsRead() && !file.file->IsWaitingForEnd();
-    });
     DirectoryWatch::Changes changes =
-        watch_.Wait(isUnsettled ? ShippedFile::kSettleTime / 2 : kLongestWait);
+        watch_.Wait(IsAllSent() ? kLongestWait : ShippedFile::kSettleTime / 2);
     if (changes.any) {
         std::this_thread::sleep_for(target_->Gathering());
         const DirectoryWatch::Changes more = watch_.Wait(std::chrono::milliseconds(0));

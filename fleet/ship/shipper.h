@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "input/bytesource.h"
 #include "ship/directorywatch.h"
+#include "ship/filefinder.h"
+#include "ship/hostfile.h"
 #include "ship/pace.h"
-#include "ship/shippedfile.h"
 #include "ship/target.h"
 
 namespace NS_LOG_FLEET {
@@ -35,7 +37,8 @@ class Shipper {
 
     // Sends until `Stop`, or with `once` until all has arrived. Throws TargetError when the target
     // refuses for a reason that waiting does not remove, at once or again and again. False:
-    // something was lost or could not be read, and was reported on standard error.
+    // something was lost or could not be read, or with `once` it was stopped before all had
+    // arrived; it was reported on standard error.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -43,48 +46,40 @@ class Shipper {
   private:
     using Clock = ShippedFile::Clock;
 
-    struct File {
-        std::string path;
-        struct stat status {};  // as of the last look at an idle file
-        std::unique_ptr<ShippedFile>
-            file;  // null: idle, all of it has arrived and nobody writes it
-        TargetFile target;
-        std::string first;
-        bool isOpen = false;       // the target has told where to go on
-        bool wasOpen = false;      // some target has
-        bool isSentAgain = false;  // all of it is sent again by an order
-        bool isRemoved = false;    // no name leads to it any more
-    };
-
     void Report(const std::string& text);
     void Trouble(const std::string& text);
+    void ReportLasting(const std::string& text);
+    void NoteFailure(HostFile& file, const NS_LOG_READER::ReadError& error);
     void Connect();
     void NoteSuccess();
     void AwaitTarget(const TargetError& error);
-    void Work();
+    void SleepUntil(Clock::time_point end) const;
+    bool Work();
 
     void FindFiles();
-    void AddFile(const std::string& path);
-    bool IsKnown(File& file, const std::string& path);
-    void FindRemoved();
-
+    void DropRemovedFiles();
     void CompareWithTarget();
-    void TakeOrder(const KnownFile& known, File& file);
-    void ReopenIfUnknown(File& file);
-    bool OpenAtTarget(File& file);
-    void BeginAgain(File& file);
+    bool MayBeThere(const std::string& name) const;
+    void NoteRemoved(const KnownFile& known);
+    void TakeOrder(const KnownFile& known, HostFile& file);
+    static void Reopen(HostFile& file);
+    static void ReopenIfUnknown(HostFile& file);
+    bool OpenAtTarget(HostFile& file);
+    void BeginAgain(HostFile& file);
     bool SendRound();
-    bool SendFrom(File& file);
+    bool SendFrom(HostFile& file);
     void LookAtIdle();
     void TellState();
+    std::string CurrentProblem() const;
     bool IsAllSent() const;
     void Wait();
 
     const ShipSettings settings_;
     const MakeTarget makeTarget_;
     DirectoryWatch watch_;
+    FileFinder finder_;
     std::unique_ptr<Target> target_;
-    std::vector<File> files_;
+    std::vector<HostFile> files_;
     Pace pace_;
     bool scans_ = true;  // files may have come or gone
     Clock::time_point scanned_{};

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,8 +30,11 @@ struct Kept {
     std::vector<HostState> states;  // what the host has said
     int failures = 0;               // so many parts are taken and not kept
     int parts = 0;
-    bool isAway = false;   // it is asked in vain
-    bool forgets = false;  // all that it had, when the second file is complete
+    bool isAway = false;                     // it is asked in vain
+    bool forgets = false;                    // all that it had, when the second file is complete
+    std::function<void()> whenSent = [] {};  // what happens when it has taken a part
+    std::function<void()> whenComplete = [] {};  // when a file is complete
+    std::function<void()> whenGone = [] {};      // when a file has gone, before that is kept
 };
 
 class KeepingTarget final : public Target {
@@ -69,6 +73,7 @@ class KeepingTarget final : public Target {
         ASSERT_LE(part.offset, bytes.size());
         bytes.resize(part.offset);
         bytes += part.bytes;
+        kept_.whenSent();
     }
 
     void Flush() override {}
@@ -84,6 +89,7 @@ class KeepingTarget final : public Target {
     }
 
     void NoteGone(int64_t handle, uint64_t lost) override {
+        kept_.whenGone();
         kept_.files[static_cast<size_t>(handle)].hasGone = true;
         kept_.files[static_cast<size_t>(handle)].lost = lost;
     }
@@ -98,6 +104,7 @@ class KeepingTarget final : public Target {
             }
             throw TargetError("the target is away", true);
         }
+        kept_.whenComplete();
     }
     void NoteSentAgain(int64_t handle) override {
         kept_.files[static_cast<size_t>(handle)].isWantedAgain = false;

@@ -1,47 +1,25 @@
 // What a shipper reads, and where it goes on, with a target that keeps what it is given.
 #include "ship/shipper.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <string>
+#include <utility>
 
 #include "command/stoporders.h"
-#include "fleet/keepingtarget.h"
+#include "fleet/shipperfixture.h"
 #include "ship/pace.h"
-#include "support/files.h"
-#include "support/temporarydirectory.h"
+#include "support/capturedoutput.h"
 
 namespace {
 
 using namespace NS_LOG_FLEET;
 using namespace NS_TEST;
-
-class ShipperTest : public DirectoryTest {
-  protected:
-    // The number of no process.
-    std::string LogPath() const { return Path("unbi_debug_20260305_140709_999999999.log"); }
-
-    static std::string Text() {
-        return "File create at 2026-03-05T14:07:09.000001+01:00.\n"
-               "2026-03-05T14:07:10.000001+01:00,one\n"
-               "2026-03-05T14:07:11.000001+01:00,two\n"
-               "\nFile close at 2026-03-05T14:07:12.000001+01:00.\n";
-    }
-
-    bool Ship() {
-        ShipSettings settings;
-        settings.host = "host1";
-        settings.paths = {Path()};
-        settings.once = true;
-        Shipper shipper(settings, [this] { return std::make_unique<KeepingTarget>(kept_); });
-        return shipper.Run();
-    }
-
-    Kept kept_;
-};
+using ::testing::HasSubstr;
 
 TEST_F(ShipperTest, SendsAllOfAFileAndSaysThatItIsDone) {
     WriteFile(LogPath(), Text());
@@ -95,18 +73,89 @@ TEST_F(ShipperTest, HoldsATornEndBackWhileSomebodyWritesTheFile) {
 TEST_F(ShipperTest, TellsTwoContentsOfOneNameApart) {
     WriteFile(LogPath(), Text());
     EXPECT_TRUE(Ship());
-    std::string other = Text();
-    other[other.find(".000001") + 6] = '2';
-    WriteFile(LogPath(), other);
+    WriteFile(LogPath(), OtherText());
     EXPECT_TRUE(Ship());
     ASSERT_EQ(kept_.files.size(), 2U);
-    EXPECT_EQ(kept_.files[1].bytes, other);
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
     EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[0].lost, 0U);
+}
+
+class EmptiedFile : public ShipperTest {
+  protected:
+    // The file is emptied and written anew when its first part was taken.
+    void ExpectCountsWhatIsLost(const std::string& before, const std::string& after) {
+        WriteFile(LogPath(), before);
+        kept_.whenSent = [&] {
+            if (kept_.parts == 1) {
+                WriteFile(LogPath(), after);
+            }
+        };
+        const CapturedOutput errors(STDERR_FILENO);
+        EXPECT_FALSE(Ship());
+        ASSERT_EQ(kept_.files.size(), 2U);
+        const Kept::File& old = kept_.files[0];
+        EXPECT_THAT(errors.Text(),
+                    HasSubstr(" was emptied and begins again; it was sent up to byte " +
+                              std::to_string(old.bytes.size()) + " of " +
+                              std::to_string(before.size()) + "\n"));
+        EXPECT_TRUE(old.hasGone);
+        EXPECT_GT(old.bytes.size(), 0U);
+        EXPECT_LT(old.bytes.size(), before.size());
+        EXPECT_EQ(old.lost, before.size() - old.bytes.size());
+        EXPECT_TRUE(kept_.files[1].bytes == after);
+        EXPECT_TRUE(kept_.files[1].isComplete);
+    }
+};
+
+TEST_F(EmptiedFile, HasLostWhatWasNotSentOfTheOldContents) {
+    ExpectCountsWhatIsLost(LargeText(1500), OtherText());
+}
+
+TEST_F(EmptiedFile, HasLostNoMoreWhenTheNewContentsAreLarger) {
+    std::string after = LargeText(2500);
+    after.replace(0, OtherText().find('\n'), OtherText(), 0, OtherText().find('\n'));
+    ExpectCountsWhatIsLost(LargeText(1500), after);
+}
+
+TEST_F(EmptiedFile, BeginsAgainWhenTheTargetGoesAwayMeanwhile) {
+    WriteFile(LogPath(), LargeText(1500));
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            WriteFile(LogPath(), OtherText());
+        }
+    };
+    kept_.whenGone = [isFirst = true]() mutable {
+        if (std::exchange(isFirst, false)) {
+            throw TargetError("the target is away", true);
+        }
+    };
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
+}
+
+TEST_F(EmptiedFile, HasLostNothingWhileItIsSentAgain) {
+    WriteFile(LogPath(), LargeText(1500));
+    ASSERT_TRUE(Ship());
+    kept_.files[0].isWantedAgain = true;
+    kept_.parts = 0;
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            WriteFile(LogPath(), OtherText());
+        }
+    };
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[0].lost, 0U);
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
 }
 
 TEST_F(ShipperTest, SendsAnIdleFileAgainThatTheTargetHasForgotten) {
     WriteFile(LogPath(), Text());
-    WriteFile(Path("unbi_oper_20260305_140709_999999999.log"), Text());
+    WriteFile(LogPath("oper"), Text());
     kept_.forgets = true;
     EXPECT_TRUE(Ship());
     ASSERT_EQ(kept_.files.size(), 2U);
@@ -121,6 +170,22 @@ TEST_F(ShipperTest, ReportsAFileThatWasRemovedBeforeItsEnd) {
     EXPECT_TRUE(kept_.files[0].hasGone);
 }
 
+// It is done with the removed one before the copy.
+TEST_F(ShipperTest, KnowsACopyThatHasTakenTheNameOfItsFile) {
+    WriteFile(LogPath(), Text());
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            std::filesystem::copy_file(LogPath(), Path("copy"));
+            std::filesystem::rename(Path("copy"), LogPath());
+        }
+    };
+    kept_.whenComplete = [&] { WriteFile(Path("another"), "has it look which files there are"); };
+    EXPECT_TRUE(Ship());
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(kept_.files[0].bytes, Text());
+    EXPECT_FALSE(kept_.files[0].hasGone);
+}
+
 TEST_F(ShipperTest, SendsAFileAgainByOrder) {
     WriteFile(LogPath(), Text());
     EXPECT_TRUE(Ship());
@@ -129,6 +194,19 @@ TEST_F(ShipperTest, SendsAFileAgainByOrder) {
     EXPECT_TRUE(Ship());
     EXPECT_EQ(kept_.files[0].bytes, Text());
     EXPECT_FALSE(kept_.files[0].isWantedAgain);
+}
+
+// Its record takes a day at this rate.
+TEST_F(ShipperTest, StopsWhileItKeepsToItsRate) {
+    WriteFile(LogPath(),
+              "2026-03-05T14:07:08.000001+01:00," + std::string(100000, 'x') + "\n" + Text());
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    settings.bytesPerSecond = 1;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenSent = [&shipper] { shipper.Stop(); };
+    EXPECT_TRUE(shipper.Run());
+    EXPECT_EQ(kept_.parts, 1);
 }
 
 TEST(Pace, SpreadsBytesOverTime) {

@@ -135,6 +135,22 @@ TEST_F(StraightRoad, ReportsAFileThatWasRemovedBeforeItWasSent) {
     ExpectStoreHasFiles();
 }
 
+// The database takes no such text, neither as the name of a file nor in what the host has trouble
+// with.
+TEST_F(StraightRoad, LeavesOutAFileWhoseNameIsNoText) {
+    RunAgent(5);
+    const std::string log = Logs() + "/" + ListLogFiles(Logs(), "debug").front();
+    const std::string odd = Logs() + "/unbi_d\xFC_20260305_140709_1.log";
+    std::filesystem::copy_file(log, odd);
+    const ChildResult result = ShipAll();
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr(odd + ": its name is no UTF-8"));
+    EXPECT_EQ(
+        Number("SELECT count(*) FROM qv.host WHERE problem LIKE '%unbi_d\xEF\xBF\xBD\\_2026%'"), 1);
+    std::filesystem::remove(odd);
+    ExpectStoreHasFiles();
+}
+
 TEST_F(StraightRoad, SendsAFileAgainWhenTheStoreAsksForIt) {
     RunAgent(50);
     ShipAll();

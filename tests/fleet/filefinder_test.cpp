@@ -1,0 +1,108 @@
+// Which log files there are, and which have gone.
+#include "ship/filefinder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/files.h"
+#include "support/temporarydirectory.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using namespace NS_LOG_FLEET;
+using namespace NS_TEST;
+
+class FileFinderTest : public DirectoryTest {
+  protected:
+    FileFinderTest() { WriteFile(log_, "one\n"); }
+
+    // What the shipper does now and then.
+    void Look() {
+        finder_.Find(files_);
+        removed_ = FileFinder::TakeRemoved(files_).size();
+    }
+
+    // All of it has arrived.
+    static void Close(HostFile& file) {
+        file.status = file.file->Status();
+        file.file.reset();
+    }
+
+    const std::string log_ = Path("log/unbi_debug_20260305_140709_1.log");
+    FileFinder finder_{{Path("log")}};
+    std::vector<HostFile> files_;
+    size_t removed_ = 0;  // by the last look
+};
+
+TEST_F(FileFinderTest, KeepsARemovedFileUntilItIsClosed) {
+    Look();
+    fs::remove(log_);
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    Close(files_[0]);
+    Look();
+    EXPECT_EQ(files_.size(), 0U);
+    EXPECT_EQ(removed_, 1U);
+}
+
+TEST_F(FileFinderTest, KnowsAFileThatWasMovedAwayAndBack) {
+    Look();
+    fs::rename(log_, Path("elsewhere"));
+    Look();
+    EXPECT_EQ(files_.size(), 1U);
+    fs::rename(Path("elsewhere"), log_);
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    Close(files_[0]);
+    Look();
+    EXPECT_EQ(files_.size(), 1U);
+    EXPECT_EQ(removed_, 0U);
+}
+
+TEST_F(FileFinderTest, TakesNoFileForRemovedThatCannotBeLookedAt) {
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    Close(files_[0]);
+    fs::rename(Path("log"), Path("elsewhere"));
+    fs::create_symlink("log", Path("log"));
+    Look();
+    EXPECT_EQ(files_.size(), 1U);
+    EXPECT_EQ(removed_, 0U);
+}
+
+TEST_F(FileFinderTest, FindsAnotherFileOfTheSameName) {
+    Look();
+    fs::rename(log_, Path("elsewhere"));
+    WriteFile(log_, "other\n");
+    Look();
+    ASSERT_EQ(files_.size(), 2U);
+    Close(files_[0]);
+    Look();
+    EXPECT_EQ(files_.size(), 1U);
+    EXPECT_EQ(removed_, 1U);
+}
+
+TEST_F(FileFinderTest, TellsWhetherItHasSeenAllThatThereMayBe) {
+    FileFinder file({log_});
+    EXPECT_TRUE(file.Find(files_).empty());
+    EXPECT_TRUE(file.HasSearchedAll());
+    fs::remove(log_);
+    EXPECT_TRUE(file.Find(files_).empty()) << "it may have been removed because it was sent";
+    EXPECT_TRUE(file.HasSearchedAll());
+
+    Look();
+    EXPECT_TRUE(finder_.HasSearchedAll());
+    fs::remove(Path("log"));
+    EXPECT_EQ(finder_.Find(files_).size(), 1U);
+    EXPECT_TRUE(finder_.Find(files_).empty()) << "it is told once";
+    EXPECT_FALSE(finder_.HasSearchedAll());
+    file.Find(files_);
+    EXPECT_FALSE(file.HasSearchedAll());
+}
+
+}  // namespace
