@@ -1,6 +1,7 @@
 #include "stream/collector.h"
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -37,7 +38,12 @@ constexpr int kMostRefusals = 10;
 
 }  // namespace
 
-void Collector::Report(const std::string& text) {
+// The text may repeat what a host has sent: a terminal must not obey it.
+void Collector::Report(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char character) { return std::iscntrl(static_cast<unsigned char>(character)) != 0; },
+        '?');
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
 }
 
@@ -148,7 +154,8 @@ bool Collector::FetchOne(int64_t milliseconds, Batch& batch) {
     return hasCome;
 }
 
-// A message that nobody can read would come again for ever: it is refused for good.
+// A message that nobody can read, or in another host's name, would come again for ever: it is
+// refused for good.
 void Collector::Take(natsMsg* message, Batch& batch) {
     Arrived arrived;
     arrived.message.reset(message);
@@ -156,6 +163,7 @@ void Collector::Take(natsMsg* message, Batch& batch) {
     try {
         arrived.content =
             Decode({natsMsg_GetData(message), static_cast<size_t>(natsMsg_GetDataLength(message))});
+        CheckSubject(arrived.content, settings_.shard, natsMsg_GetSubject(message));
         batch.messages.push_back(std::move(arrived));
     } catch (const MessageError& error) {
         hasTrouble_ = true;

@@ -30,8 +30,8 @@ class Collector {
     explicit Collector(CollectSettings settings) : settings_(std::move(settings)) {}
 
     // Collects until `Stop`. Throws StreamError or StoreError when one of them refuses for a reason
-    // that waiting does not remove. False: a message could not be read; it was reported, and is
-    // not delivered again.
+    // that waiting does not remove. False: a message could not be read or was not its
+    // sender's; it was reported, and is not delivered again.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -48,7 +48,7 @@ class Collector {
         size_t bytes = 0;
     };
 
-    void Report(const std::string& text);
+    static void Report(std::string text);
     void Pause(const std::string& reason);
     void Work();
     void Subscribe();

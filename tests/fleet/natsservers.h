@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "stream/message.h"
 #include "stream/streamconnection.h"
 #include "support/childprocess.h"
 #include "support/files.h"
@@ -72,6 +73,22 @@ class NatsServers {
         uint64_t count = 0;
         WithStream([&](const jsStreamInfo& info) { count = info.State.Msgs; });
         return count;
+    }
+
+    // As the host, whatever the message says. Returns when the stream has it.
+    void Publish(const std::string& host, const std::string& subject,
+                 const NS_LOG_FLEET::Message& message) const {
+        const std::vector<std::string> words = Words(host);
+        const NS_LOG_FLEET::StreamConnection connection(
+            {url_, words[1], words[3], words[5], "_INBOX." + host});
+        jsCtx* streams = nullptr;
+        NS_LOG_FLEET::CheckStatus(natsConnection_JetStream(&streams, connection.Get(), nullptr),
+                                  "streams");
+        const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
+        const std::string bytes = Encode(message);
+        NS_LOG_FLEET::CheckStatus(js_Publish(nullptr, streams, subject.c_str(), bytes.data(),
+                                             static_cast<int>(bytes.size()), nullptr, nullptr),
+                                  "publishing");
     }
 
     // What a server has said.

@@ -87,6 +87,28 @@ TEST_F(Streams, DividesHostsBetweenShardsAndStoresEachRecordOnce) {
     }
 }
 
+// The servers let a host use its own subjects only. It could still write anything in a message.
+TEST_F(Streams, BelievesNoHostThatSpeaksForAnother) {
+    StartServers(1);
+    NS_LOG_FLEET::Message mark;
+    mark.type = NS_LOG_FLEET::MessageType::Mark;
+    mark.file = {"host2", "unbi_debug_20260305_140709_4711.log", "first\n"};
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host2"));
+    Nats().Publish("host1", "logs.0.host1.debug.one", mark);
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "\x1B[2Jclear\n"));
+    const auto collector = StartCollector();
+    ASSERT_TRUE(collector->WaitForError("the message is in the name of another host, host2\n", 2));
+    Await([&] { return Number("SELECT count(*) FROM qv.host") > 0; });
+    collector->Signal(SIGTERM);
+    EXPECT_EQ(collector->Wait().exitCode, 2);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.host WHERE host = 'host2'"), 0);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file"), 0);
+
+    const ChildResult seen = RunProgram({{QVLOG, "fleet", "--store", Target()}});
+    EXPECT_EQ(seen.exitCode, 1);
+    EXPECT_THAT(seen.output, HasSubstr("  \\x1b[2Jclear\\x0a\n"));
+}
+
 TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
     StartServers(3);
     RunProgram({{std::string(QV_FLEET) + "/nats/make-certificates.sh", Path("other")}});
