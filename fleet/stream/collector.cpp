@@ -33,7 +33,8 @@ constexpr const char* kConsumer = "store";
 constexpr int kFirstPause = 200;
 constexpr int kLongestPause = 5000;
 
-// What servers that have worked refuse may be a connection that broke in the middle of a greeting.
+// What servers that have worked refuse may be a connection that broke in the middle of a greeting,
+// or a store that an operator has taken away for a while.
 constexpr int kMostRefusals = 10;
 
 }  // namespace
@@ -43,7 +44,7 @@ void Collector::Report(std::string text) {
     std::replace_if(
         text.begin(), text.end(),
         [](char character) { return std::iscntrl(static_cast<unsigned char>(character)) != 0; },
-        '?');
+        ' ');
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
 }
 
@@ -83,13 +84,7 @@ void Collector::Work() {
         const bool hasMore = Fetch(batch);
         hasWorked_ = true;
         refusals_ = 0;
-        StoreUntilDone(batch);
-        Acknowledge(batch);
-        if (!batch.messages.empty() && pause_ != 0) {
-            Report("collecting goes on");
-            pause_ = 0;
-            problem_.clear();
-        }
+        StoreWhatIsTaken(batch);
         if (settings_.once && !hasMore) {
             return;
         }
@@ -166,26 +161,60 @@ void Collector::Take(natsMsg* message, Batch& batch) {
         CheckSubject(arrived.content, settings_.shard, natsMsg_GetSubject(message));
         batch.messages.push_back(std::move(arrived));
     } catch (const MessageError& error) {
-        hasTrouble_ = true;
-        Report(std::string(natsMsg_GetSubject(message)) + ": " + error.what());
-        natsMsg_Term(message, nullptr);
+        Refuse(message, error.what());
+    }
+}
+
+void Collector::Refuse(natsMsg* message, const std::string& reason) {
+    hasTrouble_ = true;
+    Report(std::string(natsMsg_GetSubject(message)) + ": " + reason);
+    natsMsg_Term(message, nullptr);
+}
+
+void Collector::StoreWhatIsTaken(Batch& batch) {
+    if (batch.messages.empty()) {
+        return;
+    }
+    if (StoreUntilDone(batch)) {
+        StoreOneByOne(batch);
+    } else {
+        Acknowledge(batch);
+    }
+    if (pause_ != 0) {
+        Report("collecting goes on");
+        pause_ = 0;
+        problem_.clear();
+    }
+}
+
+// Something in one of them is taken by no column. It would come again for ever, and whatever comes
+// beside it would wait.
+void Collector::StoreOneByOne(Batch& batch) {
+    for (Arrived& arrived : batch.messages) {
+        Batch one;
+        one.messages.push_back(std::move(arrived));
+        const std::optional<std::string> refusal = StoreUntilDone(one);
+        if (refusal) {
+            Refuse(one.messages.front().message.get(), *refusal);
+        } else {
+            Acknowledge(one);
+        }
     }
 }
 
 // The messages are kept until the store has them, and the stream is told meanwhile that somebody
-// works at them.
-void Collector::StoreUntilDone(const Batch& batch) {
-    while (!batch.messages.empty()) {
+// works at them. Returns the store's words when it refuses what stands in them.
+std::optional<std::string> Collector::StoreUntilDone(const Batch& batch) {
+    for (;;) {
         try {
             if (!store_) {
                 files_.clear();
                 store_ = std::make_unique<RecordStore>(settings_.store);
             }
-            StoreBatch(batch);
-            return;
+            return TryToStore(batch);
         } catch (const StoreError& error) {
             store_.reset();
-            if (!error.IsPassing()) {
+            if (!error.IsPassing() && (!hasStored_ || ++storeRefusals_ > kMostRefusals)) {
                 throw;
             }
             Pause(std::string("the store: ") + error.what());
@@ -197,6 +226,22 @@ void Collector::StoreUntilDone(const Batch& batch) {
             natsMsg_InProgress(arrived.message.get(), nullptr);
         }
     }
+}
+
+std::optional<std::string> Collector::TryToStore(const Batch& batch) {
+    std::optional<std::string> refusal;
+    try {
+        StoreBatch(batch);
+        hasStored_ = true;
+    } catch (const StoreError& error) {
+        if (!error.IsAboutValues()) {
+            throw;
+        }
+        store_.reset();
+        refusal = error.what();
+    }
+    storeRefusals_ = 0;
+    return refusal;
 }
 
 void Collector::StoreBatch(const Batch& batch) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,8 +31,9 @@ class Collector {
     explicit Collector(CollectSettings settings) : settings_(std::move(settings)) {}
 
     // Collects until `Stop`. Throws StreamError or StoreError when one of them refuses for a reason
-    // that waiting does not remove. False: a message could not be read or was not its
-    // sender's; it was reported, and is not delivered again.
+    // that waiting does not remove, or one that has worked did so again and again. False: a
+    // message could not be read, was not its sender's or holds what the store takes in no column;
+    // it was reported, and is not delivered again.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -55,7 +57,11 @@ class Collector {
     bool Fetch(Batch& batch);
     bool FetchOne(int64_t milliseconds, Batch& batch);
     void Take(natsMsg* message, Batch& batch);
-    void StoreUntilDone(const Batch& batch);
+    void Refuse(natsMsg* message, const std::string& reason);
+    void StoreWhatIsTaken(Batch& batch);
+    void StoreOneByOne(Batch& batch);
+    std::optional<std::string> StoreUntilDone(const Batch& batch);
+    std::optional<std::string> TryToStore(const Batch& batch);
     void StoreBatch(const Batch& batch);
     RowFile FindFile(const FileIdentity& file);
     static void Acknowledge(const Batch& batch);
@@ -69,6 +75,8 @@ class Collector {
     int pause_ = 0;                         // milliseconds
     bool hasWorked_ = false;
     int refusals_ = 0;  // in a row, by servers that have worked
+    bool hasStored_ = false;
+    int storeRefusals_ = 0;  // in a row, by a store that has worked
     std::string problem_;
     bool hasTrouble_ = false;
     std::atomic<bool> isStopped_{false};

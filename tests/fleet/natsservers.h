@@ -71,8 +71,28 @@ class NatsServers {
     // How many messages the stream holds.
     uint64_t CountMessages() const {
         uint64_t count = 0;
-        WithStream([&](const jsStreamInfo& info) { count = info.State.Msgs; });
+        WithStream([&](jsCtx* streams) {
+            jsStreamInfo* info = nullptr;
+            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK) {
+                count = info->State.Msgs;
+            }
+            jsStreamInfo_Destroy(info);
+        });
         return count;
+    }
+
+    // Whether the collectors have stored or refused every message of the stream.
+    bool IsAllSettled() const {
+        bool isSettled = false;
+        WithStream([&](jsCtx* streams) {
+            jsConsumerInfo* info = nullptr;
+            if (js_GetConsumerInfo(&info, streams, "LOGS_0", "store", nullptr, nullptr) ==
+                NATS_OK) {
+                isSettled = info->NumPending == 0 && info->NumAckPending == 0;
+            }
+            jsConsumerInfo_Destroy(info);
+        });
+        return isSettled;
     }
 
     // As the host, whatever the message says. Returns when the stream has it.
@@ -117,21 +137,20 @@ class NatsServers {
             NS_LOG_FLEET::CheckStatus(natsConnection_JetStream(&streams, connection.Get(), nullptr),
                                       "streams");
             const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
-            jsStreamInfo* info = nullptr;
-            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK) {
-                read(*info);
-            }
-            jsStreamInfo_Destroy(info);
+            read(streams);
         } catch (const NS_LOG_FLEET::StreamError&) {
         }
     }
 
     std::string LeaderName() const {
         std::string name;
-        WithStream([&](const jsStreamInfo& info) {
-            if (info.Cluster != nullptr && info.Cluster->Leader != nullptr) {
-                name = info.Cluster->Leader;
+        WithStream([&](jsCtx* streams) {
+            jsStreamInfo* info = nullptr;
+            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK &&
+                info->Cluster != nullptr && info->Cluster->Leader != nullptr) {
+                name = info->Cluster->Leader;
             }
+            jsStreamInfo_Destroy(info);
         });
         return name;
     }

@@ -45,18 +45,21 @@ class StreamRoad : public FleetTest {
         return std::make_unique<ChildProcess>(ChildStart{words});
     }
 
-    // Until nothing more comes, which may be too early on a busy machine.
-    ChildResult CollectOnce() const {
-        std::vector<std::string> words = CollectWords();
-        words.push_back("--once");
-        return RunProgram(ChildStart{words});
-    }
-
     // What a host says about itself.
     static NS_LOG_FLEET::Message StateOf(const std::string& host, const std::string& problem = "") {
         NS_LOG_FLEET::Message message;
         message.type = NS_LOG_FLEET::MessageType::Host;
         message.state = {host, 0, 1, problem};
+        return message;
+    }
+
+    // That a file of so many bytes has arrived.
+    static NS_LOG_FLEET::Message MarkOf(const std::string& host, const std::string& file,
+                                        uint64_t size = 0) {
+        NS_LOG_FLEET::Message message;
+        message.type = NS_LOG_FLEET::MessageType::Mark;
+        message.file = {host, file, "first\n"};
+        message.low = size;
         return message;
     }
 

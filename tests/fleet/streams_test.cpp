@@ -90,11 +90,8 @@ TEST_F(Streams, DividesHostsBetweenShardsAndStoresEachRecordOnce) {
 // The servers let a host use its own subjects only. It could still write anything in a message.
 TEST_F(Streams, BelievesNoHostThatSpeaksForAnother) {
     StartServers(1);
-    NS_LOG_FLEET::Message mark;
-    mark.type = NS_LOG_FLEET::MessageType::Mark;
-    mark.file = {"host2", "unbi_debug_20260305_140709_4711.log", "first\n"};
     Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host2"));
-    Nats().Publish("host1", "logs.0.host1.debug.one", mark);
+    Nats().Publish("host1", "logs.0.host1.debug.one", MarkOf("host2", "one.log"));
     Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "\x1B[2Jclear\n"));
     const auto collector = StartCollector();
     ASSERT_TRUE(collector->WaitForError("the message is in the name of another host, host2\n", 2));
@@ -107,6 +104,56 @@ TEST_F(Streams, BelievesNoHostThatSpeaksForAnother) {
     const ChildResult seen = RunProgram({{QVLOG, "fleet", "--store", Target()}});
     EXPECT_EQ(seen.exitCode, 1);
     EXPECT_THAT(seen.output, HasSubstr("  \\x1b[2Jclear\\x0a\n"));
+}
+
+TEST_F(Streams, OneMessageThatTheStoreRefusesDoesNotStopTheOthers) {
+    StartServers(1);
+    RunAgent(5);
+    Nats().Publish("host1", "logs.0.host1.debug.one", MarkOf("host1", "\xFF.log"));
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    Nats().Publish("host1", "logs.0.host1.debug.two", MarkOf("host1", "two.log", UINT64_MAX));
+    const auto collector = StartCollector();
+    Watch(*collector);
+    ASSERT_TRUE(collector->WaitForError("logs.0.host1.debug.one: "));
+    ASSERT_TRUE(collector->WaitForError("logs.0.host1.debug.two: "));
+    AwaitFiles(7);
+    // It is of use for what comes after them.
+    ExpectOneMoreAgentIsAddedOnce(1);
+    // Neither of them comes again.
+    Await([&] { return Nats().IsAllSettled(); });
+    collector->Signal(SIGTERM);
+    EXPECT_EQ(collector->Wait().exitCode, 2);
+}
+
+// An operator makes it read-only for a while, or changes its tables.
+TEST_F(Streams, WaitsWhileAStoreThatHasWorkedRefuses) {
+    StartServers(1);
+    const auto collector = StartCollector({"--workers", "1"});
+    Watch(*collector);
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "before"));
+    const auto awaitState = [&](const std::string& problem) {
+        Await([&] {
+            return Number("SELECT count(*) FROM qv.host WHERE problem = '" + problem + "'") == 1;
+        });
+    };
+    awaitState("before");
+    Connection store(Postgres().Url());
+    store.Run("ALTER DATABASE qv SET default_transaction_read_only = on");
+    store.Run(
+        "SELECT pg_terminate_backend(pid) FROM pg_stat_activity"
+        " WHERE datname = 'qv' AND pid <> pg_backend_pid()");
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "read-only"));
+    ASSERT_TRUE(collector->WaitForError("read-only transaction"));
+    store.Run("ALTER DATABASE qv RESET default_transaction_read_only");
+    ASSERT_TRUE(collector->WaitForError("collecting goes on"));
+    awaitState("read-only");
+
+    store.Run("ALTER TABLE qv.host RENAME TO host_away");
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "away"));
+    ASSERT_TRUE(collector->WaitForError("does not exist"));
+    store.Run("ALTER TABLE qv.host_away RENAME TO host");
+    ASSERT_TRUE(collector->WaitForError("collecting goes on", 2));
+    awaitState("away");
 }
 
 TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
