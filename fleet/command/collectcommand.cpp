@@ -119,6 +119,9 @@ int RunCollect(const CollectWords& words) {
     if (words.store.empty() && (words.migrates || !words.makesStreams)) {
         throw BadRequest("collect: into which store? --to postgresql://...");
     }
+    if (!words.store.empty()) {
+        DemandStoreAddress(words.store);
+    }
     if (words.migrates) {
         PrepareStore(words.store);
     }

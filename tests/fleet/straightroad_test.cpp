@@ -185,6 +185,17 @@ TEST_F(StraightRoad, RefusesAWrongPasswordAtOnceAndSaysSo) {
     EXPECT_THAT(result.errors, HasSubstr("password authentication failed"));
 }
 
+TEST_F(StraightRoad, RefusesToGoOnWithoutAPasswordAndSaysSo) {
+    RunAgent(1);
+    std::string url = Postgres().Url();
+    const size_t password = url.find(':', 11);
+    url.erase(password, url.find('@') - password);
+    const ChildResult result = RunProgram(
+        {{QVLOG, "ship", "--host", "host1", "--to", url, Logs()}, {{"PGPASSFILE", Path("none")}}});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("no password supplied"));
+}
+
 TEST_F(StraightRoad, StoresARecordOfManyMegabytes) {
     RunAgent(1);
     const std::string name = ListLogFiles(Logs(), "corbaoper").front();
