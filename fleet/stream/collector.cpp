@@ -20,6 +20,7 @@ constexpr int64_t kFetchMilliseconds = 1000;
 constexpr std::chrono::milliseconds kGathering{100};
 
 constexpr int64_t kNanosPerSecond = 1000000000;
+constexpr int64_t kNanosPerMicro = 1000;
 
 // A message that was not acknowledged by then comes again.
 constexpr int64_t kAcknowledgeSeconds = 10;
@@ -36,6 +37,17 @@ constexpr int kLongestPause = 5000;
 // What servers that have worked refuse may be a connection that broke in the middle of a greeting,
 // or a store that an operator has taken away for a while.
 constexpr int kMostRefusals = 10;
+
+// When the stream took the message, in microseconds; none: the message does not say. It may be
+// stored long after: that a host spoke then is no sign of its life now.
+std::optional<int64_t> TimeOf(natsMsg* message) {
+    jsMsgMetaData* found = nullptr;
+    if (natsMsg_GetMetaData(&found, message) != NATS_OK) {
+        return std::nullopt;
+    }
+    const StreamOwner<jsMsgMetaData, &jsMsgMetaData_Destroy> data(found);
+    return data->Timestamp / kNanosPerMicro;
+}
 
 }  // namespace
 
@@ -261,7 +273,7 @@ void Collector::StoreBatch(const Batch& batch) {
         } else if (content.type == MessageType::Mark) {
             store_->NoteComplete(FindFile(content.file).id, content.low);
         } else if (content.type == MessageType::Host) {
-            store_->NoteHost(content.state);
+            store_->NoteHost(content.state, TimeOf(arrived.message.get()));
         }
     }
 }

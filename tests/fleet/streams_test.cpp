@@ -106,6 +106,22 @@ TEST_F(Streams, BelievesNoHostThatSpeaksForAnother) {
     EXPECT_THAT(seen.output, HasSubstr("  \\x1b[2Jclear\\x0a\n"));
 }
 
+// A collector that comes back after an outage does not make dead hosts look alive.
+TEST_F(Streams, TellWhenAHostSpokeNotWhenThatWasCollected) {
+    StartServers(1);
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "old"));
+    RunAgent(1);
+    EXPECT_EQ(ShipAll().exitCode, 0);  // straight: that is newer
+    Nats().Publish("host2", "logs.0.host2.=.state", StateOf("host2"));
+    Connection store(Postgres().Url());
+    const std::string before(store.Run("SELECT clock_timestamp()").Text(0, 0));
+    const auto collector = StartCollector({"--workers", "1"});
+    Watch(*collector);
+    Await([&] { return Number("SELECT count(*) FROM qv.host WHERE host = 'host2'") == 1; });
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.host WHERE seen < '" + before + "'"), 2);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.host WHERE problem = 'old'"), 0);
+}
+
 TEST_F(Streams, OneMessageThatTheStoreRefusesDoesNotStopTheOthers) {
     StartServers(1);
     RunAgent(5);
