@@ -137,12 +137,12 @@ int RunCollect(const CollectWords& words) {
     if (words.store.empty()) {
         return 0;
     }
+    CollectSettings settings;
+    settings.stream = words.stream;
+    settings.store = words.store;
+    settings.once = words.once;
     for (const uint32_t shard : ChosenShards(words)) {
-        CollectSettings settings;
-        settings.stream = words.stream;
-        settings.store = words.store;
         settings.shard = shard;
-        settings.once = words.once;
         // While one waits for the disk to have its rows, another one's go to the store.
         for (unsigned worker = 0; worker < words.workers; ++worker) {
             runningCollectors.push_back(std::make_unique<Collector>(settings));

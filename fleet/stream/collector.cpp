@@ -226,7 +226,7 @@ std::optional<std::string> Collector::StoreUntilDone(const Batch& batch) {
             return TryToStore(batch);
         } catch (const StoreError& error) {
             store_.reset();
-            if (!error.IsPassing() && (!hasStored_ || ++storeRefusals_ > kMostRefusals)) {
+            if (!error.IsPassing() && (!*settings_.hasStored || ++storeRefusals_ > kMostRefusals)) {
                 throw;
             }
             Pause(std::string("the store: ") + error.what());
@@ -244,7 +244,7 @@ std::optional<std::string> Collector::TryToStore(const Batch& batch) {
     std::optional<std::string> refusal;
     try {
         StoreBatch(batch);
-        hasStored_ = true;
+        *settings_.hasStored = true;
     } catch (const StoreError& error) {
         if (!error.IsAboutValues()) {
             throw;

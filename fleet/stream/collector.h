@@ -20,6 +20,9 @@ struct CollectSettings {
     std::string store;  // postgresql://...
     uint32_t shard = 0;
     bool once = false;  // end when nothing more comes
+    // Whether the store has taken anything. Collectors of one store share it: none of them gives a
+    // store up at once that another one has used.
+    std::shared_ptr<std::atomic<bool>> hasStored = std::make_shared<std::atomic<bool>>(false);
 };
 
 // A message is acknowledged when the store has it for good; what was not acknowledged comes again,
@@ -74,8 +77,7 @@ class Collector {
     std::map<std::string, RowFile> files_;  // by subject
     int pause_ = 0;                         // milliseconds
     bool hasWorked_ = false;
-    int refusals_ = 0;  // in a row, by servers that have worked
-    bool hasStored_ = false;
+    int refusals_ = 0;       // in a row, by servers that have worked
     int storeRefusals_ = 0;  // in a row, by a store that has worked
     std::string problem_;
     bool hasTrouble_ = false;

@@ -144,7 +144,7 @@ TEST_F(Streams, OneMessageThatTheStoreRefusesDoesNotStopTheOthers) {
 // An operator makes it read-only for a while, or changes its tables.
 TEST_F(Streams, WaitsWhileAStoreThatHasWorkedRefuses) {
     StartServers(1);
-    const auto collector = StartCollector({"--workers", "1"});
+    const auto collector = StartCollector();
     Watch(*collector);
     Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "before"));
     const auto awaitState = [&](const std::string& problem) {
