@@ -119,6 +119,9 @@ int RunCollect(const CollectWords& words) {
     if (words.store.empty() && (words.migrates || !words.makesStreams)) {
         throw BadRequest("collect: into which store? --to postgresql://...");
     }
+    if (!words.store.empty()) {
+        DemandStoreAddress(words.store);
+    }
     if (words.migrates) {
         PrepareStore(words.store);
     }
@@ -134,12 +137,12 @@ int RunCollect(const CollectWords& words) {
     if (words.store.empty()) {
         return 0;
     }
+    CollectSettings settings;
+    settings.stream = words.stream;
+    settings.store = words.store;
+    settings.once = words.once;
     for (const uint32_t shard : ChosenShards(words)) {
-        CollectSettings settings;
-        settings.stream = words.stream;
-        settings.store = words.store;
         settings.shard = shard;
-        settings.once = words.once;
         // While one waits for the disk to have its rows, another one's go to the store.
         for (unsigned worker = 0; worker < words.workers; ++worker) {
             runningCollectors.push_back(std::make_unique<Collector>(settings));

@@ -7,6 +7,7 @@
 
 #include "query/badrequest.h"
 #include "ship/storetarget.h"
+#include "store/storeaddress.h"
 #include "stream/streamtarget.h"
 
 namespace NS_LOG_FLEET {
@@ -46,12 +47,20 @@ CLI::Option* AddTargetOptions(CLI::App& app, const char* names, TargetWords& wor
     return target;
 }
 
+void DemandStoreAddress(const std::string& url) {
+    const std::string mistake = MistakeInAddress(url);
+    if (!mistake.empty()) {
+        throw BadRequest("--to: " + mistake);
+    }
+}
+
 Shipper::MakeTarget ChooseTarget(const TargetWords& words) {
     if (words.host.empty()) {
         throw BadRequest("this machine has no name: give --host");
     }
     const std::string url = words.url;
     if (BeginsWith(url, "postgresql://") || BeginsWith(url, "postgres://")) {
+        DemandStoreAddress(url);
         return [url] { return std::make_unique<StoreTarget>(url); };
     }
     if (BeginsWith(url, "nats://") || BeginsWith(url, "tls://")) {

@@ -25,6 +25,9 @@ void AddStreamOptions(CLI::App& app, StreamAddress& address, uint32_t& shards);
 // those of the option for the target, which is returned.
 CLI::Option* AddTargetOptions(CLI::App& app, const char* names, TargetWords& words);
 
+// Throws BadRequest when the URL of a store cannot be right.
+void DemandStoreAddress(const std::string& url);
+
 // How to connect to the target. Throws BadRequest when it is none, or when the host has no name.
 Shipper::MakeTarget ChooseTarget(const TargetWords& words);
 

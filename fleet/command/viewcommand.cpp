@@ -9,6 +9,7 @@
 #include "command/fleetcommands.h"
 #include "output/output.h"
 #include "output/recordformat.h"
+#include "output/visibletext.h"
 #include "store/migration.h"
 
 namespace NS_LOG_FLEET {
@@ -16,6 +17,7 @@ namespace {
 
 using NS_LOG_READER::Output;
 using NS_LOG_READER::PutJsonMember;
+using NS_LOG_READER::PutVisible;
 
 struct ViewWords {
     std::string store;
@@ -52,7 +54,7 @@ void PrintTable(const std::vector<HostView>& hosts, Output& output) {
     for (const auto& line : lines) {
         for (size_t i = 0; i < line.size(); ++i) {
             const bool isLast = i + 1 == line.size();
-            output.Put(line[i]);
+            PutVisible(output, line[i]);
             output.Put(isLast ? "\n" : std::string(widths[i] - line[i].size() + 2, ' '));
         }
     }

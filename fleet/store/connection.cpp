@@ -12,6 +12,10 @@ constexpr std::chrono::seconds kConnectTime{10};
 
 constexpr size_t kErrorCodeSize = 5;
 
+constexpr const char* kReadOnly = "25006";
+constexpr const char* kTooLarge = "54000";
+constexpr const char* kWrongPassword = "28P01";
+
 // Where the code stands in "FATAL:  28P01: password authentication failed", in any language; npos
 // when there is none.
 size_t FindErrorCode(const std::string& text) {
@@ -46,7 +50,12 @@ bool StoreError::IsPassing() const {
             return true;
         }
     }
-    return false;
+    // A standby that is about to be promoted, or a server that an operator has made read-only.
+    return state_ == kReadOnly;
+}
+
+bool StoreError::IsAboutValues() const {
+    return state_.compare(0, 2, "22") == 0 || state_ == kTooLarge;
 }
 
 std::string ByteaText(std::string_view bytes) {
@@ -124,7 +133,9 @@ void Connection::AwaitConnection() const {
         const std::string text = PQerrorMessage(connection_.get());
         const size_t code = FindErrorCode(text);
         if (code == std::string::npos) {
-            throw StoreError(WithoutEnd(text.c_str()), "");
+            // The server was not told a password: it has not refused anything yet.
+            const bool lacksPassword = PQconnectionNeedsPassword(connection_.get()) != 0;
+            throw StoreError(WithoutEnd(text.c_str()), lacksPassword ? kWrongPassword : "");
         }
         const size_t message = code + kErrorCodeSize + 2;
         throw StoreError(text.substr(message, text.find('\n', message) - message),

@@ -19,12 +19,18 @@ class StoreError : public std::runtime_error {
     StoreError(const std::string& text, std::string state)
         : std::runtime_error(text), state_(std::move(state)) {}
 
-    // The five characters of SQLSTATE; empty when the server did not answer.
+    // The five characters of SQLSTATE; empty when the server did not answer. That of a server which
+    // is not given the password that it asks for is that of a wrong one.
     const std::string& State() const { return state_; }
 
     // Whether it may succeed when it is tried again later: the server is gone, starts or stops, has
-    // too many connections, no space or no memory, or has broken a deadlock.
+    // too many connections, no space or no memory, takes no changes just now, or has broken a
+    // deadlock.
     bool IsPassing() const;
+
+    // Whether the values are refused: a text that is no UTF-8, a number or a key that is too large.
+    // Others may be stored all the same.
+    bool IsAboutValues() const;
 
     // A key is there already.
     bool IsDuplicate() const { return state_ == "23505"; }

@@ -230,12 +230,19 @@ void RecordStore::NoteSentAgain(int64_t file) {
     connection_.Run("UPDATE qv.file SET again = NULL WHERE id = $1", {std::to_string(file)});
 }
 
-void RecordStore::NoteHost(const HostState& state) {
+// Another machine's clock may be ahead: nothing is seen later than now, or it would be taken for
+// the newest until then.
+void RecordStore::NoteHost(const HostState& state, std::optional<int64_t> seen) {
+    const Parameter time = seen ? Parameter(std::to_string(*seen)) : std::nullopt;
     connection_.Run(
-        "INSERT INTO qv.host VALUES ($1, now(), $2, $3, $4) ON CONFLICT (host) DO UPDATE"
+        "INSERT INTO qv.host AS known VALUES ($1,"
+        " least(now(), timestamptz 'epoch' + $5::bigint * interval '1 microsecond'), $2, $3, $4)"
+        " ON CONFLICT (host) DO UPDATE"
         " SET seen = excluded.seen, backlog = excluded.backlog,"
-        " files = excluded.files, problem = excluded.problem",
-        {state.host, std::to_string(state.backlog), std::to_string(state.files), state.problem});
+        " files = excluded.files, problem = excluded.problem"
+        " WHERE $5::bigint IS NULL OR known.seen <= excluded.seen",
+        {state.host, std::to_string(state.backlog), std::to_string(state.files), state.problem,
+         time});
 }
 
 }  // namespace NS_LOG_FLEET

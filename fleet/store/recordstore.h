@@ -83,7 +83,9 @@ class RecordStore {
     // The order to send a file again is carried out.
     void NoteSentAgain(int64_t file);
 
-    void NoteHost(const HostState& state);
+    // `seen`: when the host said so, in microseconds since 1970; none: just now. What it said
+    // before what is known of it changes nothing.
+    void NoteHost(const HostState& state, std::optional<int64_t> seen = std::nullopt);
 
   private:
     std::optional<FilePart> AddChunk(const Chunk& chunk);

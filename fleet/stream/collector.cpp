@@ -1,6 +1,7 @@
 #include "stream/collector.h"
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -19,6 +20,7 @@ constexpr int64_t kFetchMilliseconds = 1000;
 constexpr std::chrono::milliseconds kGathering{100};
 
 constexpr int64_t kNanosPerSecond = 1000000000;
+constexpr int64_t kNanosPerMicro = 1000;
 
 // A message that was not acknowledged by then comes again.
 constexpr int64_t kAcknowledgeSeconds = 10;
@@ -32,12 +34,29 @@ constexpr const char* kConsumer = "store";
 constexpr int kFirstPause = 200;
 constexpr int kLongestPause = 5000;
 
-// What servers that have worked refuse may be a connection that broke in the middle of a greeting.
+// What servers that have worked refuse may be a connection that broke in the middle of a greeting,
+// or a store that an operator has taken away for a while.
 constexpr int kMostRefusals = 10;
+
+// When the stream took the message, in microseconds; none: the message does not say. It may be
+// stored long after: that a host spoke then is no sign of its life now.
+std::optional<int64_t> TimeOf(natsMsg* message) {
+    jsMsgMetaData* found = nullptr;
+    if (natsMsg_GetMetaData(&found, message) != NATS_OK) {
+        return std::nullopt;
+    }
+    const StreamOwner<jsMsgMetaData, &jsMsgMetaData_Destroy> data(found);
+    return data->Timestamp / kNanosPerMicro;
+}
 
 }  // namespace
 
-void Collector::Report(const std::string& text) {
+// The text may repeat what a host has sent: a terminal must not obey it.
+void Collector::Report(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char character) { return std::iscntrl(static_cast<unsigned char>(character)) != 0; },
+        ' ');
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
 }
 
@@ -77,13 +96,7 @@ void Collector::Work() {
         const bool hasMore = Fetch(batch);
         hasWorked_ = true;
         refusals_ = 0;
-        StoreUntilDone(batch);
-        Acknowledge(batch);
-        if (!batch.messages.empty() && pause_ != 0) {
-            Report("collecting goes on");
-            pause_ = 0;
-            problem_.clear();
-        }
+        StoreWhatIsTaken(batch);
         if (settings_.once && !hasMore) {
             return;
         }
@@ -148,7 +161,8 @@ bool Collector::FetchOne(int64_t milliseconds, Batch& batch) {
     return hasCome;
 }
 
-// A message that nobody can read would come again for ever: it is refused for good.
+// A message that nobody can read, or in another host's name, would come again for ever: it is
+// refused for good.
 void Collector::Take(natsMsg* message, Batch& batch) {
     Arrived arrived;
     arrived.message.reset(message);
@@ -156,28 +170,63 @@ void Collector::Take(natsMsg* message, Batch& batch) {
     try {
         arrived.content =
             Decode({natsMsg_GetData(message), static_cast<size_t>(natsMsg_GetDataLength(message))});
+        CheckSubject(arrived.content, settings_.shard, natsMsg_GetSubject(message));
         batch.messages.push_back(std::move(arrived));
     } catch (const MessageError& error) {
-        hasTrouble_ = true;
-        Report(std::string(natsMsg_GetSubject(message)) + ": " + error.what());
-        natsMsg_Term(message, nullptr);
+        Refuse(message, error.what());
+    }
+}
+
+void Collector::Refuse(natsMsg* message, const std::string& reason) {
+    hasTrouble_ = true;
+    Report(std::string(natsMsg_GetSubject(message)) + ": " + reason);
+    natsMsg_Term(message, nullptr);
+}
+
+void Collector::StoreWhatIsTaken(Batch& batch) {
+    if (batch.messages.empty()) {
+        return;
+    }
+    if (StoreUntilDone(batch)) {
+        StoreOneByOne(batch);
+    } else {
+        Acknowledge(batch);
+    }
+    if (pause_ != 0) {
+        Report("collecting goes on");
+        pause_ = 0;
+        problem_.clear();
+    }
+}
+
+// Something in one of them is taken by no column. It would come again for ever, and whatever comes
+// beside it would wait.
+void Collector::StoreOneByOne(Batch& batch) {
+    for (Arrived& arrived : batch.messages) {
+        Batch one;
+        one.messages.push_back(std::move(arrived));
+        const std::optional<std::string> refusal = StoreUntilDone(one);
+        if (refusal) {
+            Refuse(one.messages.front().message.get(), *refusal);
+        } else {
+            Acknowledge(one);
+        }
     }
 }
 
 // The messages are kept until the store has them, and the stream is told meanwhile that somebody
-// works at them.
-void Collector::StoreUntilDone(const Batch& batch) {
-    while (!batch.messages.empty()) {
+// works at them. Returns the store's words when it refuses what stands in them.
+std::optional<std::string> Collector::StoreUntilDone(const Batch& batch) {
+    for (;;) {
         try {
             if (!store_) {
                 files_.clear();
                 store_ = std::make_unique<RecordStore>(settings_.store);
             }
-            StoreBatch(batch);
-            return;
+            return TryToStore(batch);
         } catch (const StoreError& error) {
             store_.reset();
-            if (!error.IsPassing()) {
+            if (!error.IsPassing() && (!*settings_.hasStored || ++storeRefusals_ > kMostRefusals)) {
                 throw;
             }
             Pause(std::string("the store: ") + error.what());
@@ -189,6 +238,22 @@ void Collector::StoreUntilDone(const Batch& batch) {
             natsMsg_InProgress(arrived.message.get(), nullptr);
         }
     }
+}
+
+std::optional<std::string> Collector::TryToStore(const Batch& batch) {
+    std::optional<std::string> refusal;
+    try {
+        StoreBatch(batch);
+        *settings_.hasStored = true;
+    } catch (const StoreError& error) {
+        if (!error.IsAboutValues()) {
+            throw;
+        }
+        store_.reset();
+        refusal = error.what();
+    }
+    storeRefusals_ = 0;
+    return refusal;
 }
 
 void Collector::StoreBatch(const Batch& batch) {
@@ -208,7 +273,7 @@ void Collector::StoreBatch(const Batch& batch) {
         } else if (content.type == MessageType::Mark) {
             store_->NoteComplete(FindFile(content.file).id, content.low);
         } else if (content.type == MessageType::Host) {
-            store_->NoteHost(content.state);
+            store_->NoteHost(content.state, TimeOf(arrived.message.get()));
         }
     }
 }

@@ -50,7 +50,14 @@ class Decoder {
         rest_.remove_prefix(size);
         return text;
     }
-    bool IsAtEnd() const { return rest_.empty(); }
+    // A zero byte would end the text in the store, and make another name of it.
+    std::string GetName() {
+        std::string text = GetText();
+        if (text.find('\0') != std::string::npos) {
+            throw MessageError("the message has a name with a zero byte");
+        }
+        return text;
+    }
 
   private:
     char At(size_t i) const {
@@ -145,14 +152,14 @@ Message Decode(std::string_view bytes) {
     }
     message.type = static_cast<MessageType>(type);
     if (message.type == MessageType::Host) {
-        message.state.host = in.GetText();
+        message.state.host = in.GetName();
         message.state.backlog = in.Get<uint64_t>();
         message.state.files = in.Get<uint64_t>();
-        message.state.problem = in.GetText();
+        message.state.problem = in.GetName();
         return message;
     }
-    message.file.host = in.GetText();
-    message.file.name = in.GetText();
+    message.file.host = in.GetName();
+    message.file.name = in.GetName();
     message.file.first = in.GetText();
     message.low = in.Get<uint64_t>();
     if (message.type != MessageType::Mark) {
@@ -190,6 +197,11 @@ uint64_t Hash(std::string_view text) {
     return hash;
 }
 
+// How all subjects of a host begin.
+std::string SubjectsOf(uint32_t shard, const std::string& host) {
+    return "logs." + std::to_string(shard) + "." + SubjectWord(host) + ".";
+}
+
 }  // namespace
 
 uint32_t ShardOf(const std::string& host, uint32_t shards) {
@@ -205,13 +217,20 @@ std::string StreamSubjects(uint32_t shard) {
 }
 
 std::string FileSubject(uint32_t shard, const FileIdentity& file, const std::string& category) {
-    return "logs." + std::to_string(shard) + "." + SubjectWord(file.host) + "." +
-           SubjectWord(category) + "." + SubjectWord(file.name) + "-" +
-           std::to_string(Hash(file.first));
+    return SubjectsOf(shard, file.host) + SubjectWord(category) + "." + SubjectWord(file.name) +
+           "-" + std::to_string(Hash(file.first));
 }
 
 std::string HostSubject(uint32_t shard, const std::string& host) {
-    return "logs." + std::to_string(shard) + "." + SubjectWord(host) + ".=.state";
+    return SubjectsOf(shard, host) + "=.state";
+}
+
+void CheckSubject(const Message& message, uint32_t shard, std::string_view subject) {
+    const std::string begin = SubjectsOf(shard, message.Host());
+    if (subject.substr(0, begin.size()) != begin) {
+        throw MessageError("the message is in the name of another host, " +
+                           SubjectWord(message.Host()));
+    }
 }
 
 }  // namespace NS_LOG_FLEET

@@ -33,6 +33,9 @@ struct Message {
     FilePart part;             // of a chunk: its bytes, and one slice for the whole piece
     uint64_t chunkOffset = 0;  // of a chunk: where its bytes begin in the file
     HostState state;           // of the host
+
+    // Whose it is, by its own words.
+    const std::string& Host() const { return type == MessageType::Host ? state.host : file.host; }
 };
 
 std::string Encode(const Message& message);
@@ -54,5 +57,9 @@ std::string StreamSubjects(uint32_t shard);
 // "logs.<shard>.<host>.<category>.<file>": one for each contents of each file of a host.
 std::string FileSubject(uint32_t shard, const FileIdentity& file, const std::string& category);
 std::string HostSubject(uint32_t shard, const std::string& host);
+
+// Servers see to it that a host uses its own subjects only; what stands in a message is the
+// sender's word. Throws MessageError unless the subject is one of the message's host.
+void CheckSubject(const Message& message, uint32_t shard, std::string_view subject);
 
 }  // namespace NS_LOG_FLEET

@@ -8,6 +8,7 @@
 #include "command/verification.h"
 #include "output/output.h"
 #include "output/recordformat.h"
+#include "output/visibletext.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -20,17 +21,17 @@ void PutCount(Output& output, uint64_t count, const char* what) {
 
 void PrintText(Output& output, const Series& series, const Verification& result) {
     for (const Finding& finding : result.findings) {
-        output.Put(finding.path);
+        PutVisible(output, finding.path);
         output.Put(": at byte ");
         output.PutNumber(static_cast<int64_t>(finding.offset));
         output.Put(finding.isProblem ? ": " : ": note: ");
         output.Put(finding.text);
         output.Put('\n');
     }
-    output.Put(series.category.empty() ? series.files.front().name.path : series.category);
+    PutVisible(output, series.category.empty() ? series.files.front().name.path : series.category);
     output.Put(" of process ");
     output.PutNumber(series.process);
-    output.Put(series.host.empty() ? "" : " on " + series.host);
+    PutVisible(output, series.host.empty() ? "" : " on " + series.host);
     output.Put(": ");
     output.PutNumber(static_cast<int64_t>(series.files.size()));
     output.Put(series.files.size() == 1 ? " file" : " files");

@@ -60,6 +60,39 @@ TEST(Message, RefusesPiecesThatAreNotWhatItHolds) {
     EXPECT_THROW(Decode(bytes), MessageError);
 }
 
+// A name goes to the store as a text that ends at a zero byte.
+TEST(Message, RefusesNamesWithAZeroByte) {
+    const std::string odd("host1\0x", 7);
+    Message message = PartMessage();
+    message.file.host = odd;
+    EXPECT_THROW(Decode(Encode(message)), MessageError);
+    message = PartMessage();
+    message.file.name = odd;
+    EXPECT_THROW(Decode(Encode(message)), MessageError);
+    message = PartMessage();
+    message.file.first = odd;
+    EXPECT_EQ(Decode(Encode(message)).file.first, odd);
+    message.type = MessageType::Host;
+    message.state = {odd, 1, 2, ""};
+    EXPECT_THROW(Decode(Encode(message)), MessageError);
+    message.state = {"host1", 1, 2, odd};
+    EXPECT_THROW(Decode(Encode(message)), MessageError);
+}
+
+TEST(Message, IsOneOfTheHostWhoseSubjectItHas) {
+    Message message = PartMessage();
+    message.file.host = "n1.example";
+    EXPECT_NO_THROW(CheckSubject(message, 2, FileSubject(2, message.file, "debug")));
+    for (const char* subject : {"logs.2.n1.debug.x", "logs.2.n1=2Eexample2.debug.x",
+                                "logs.2.host1.n1=2Eexample.x", "logs.3.n1=2Eexample.debug.x", ""}) {
+        EXPECT_THROW(CheckSubject(message, 2, subject), MessageError) << subject;
+    }
+    message.type = MessageType::Host;
+    message.state.host = "host1";
+    EXPECT_NO_THROW(CheckSubject(message, 2, HostSubject(2, "host1")));
+    EXPECT_THROW(CheckSubject(message, 2, HostSubject(2, "n1.example")), MessageError);
+}
+
 TEST(Message, KeepsAMarkAndAHostsState) {
     Message mark;
     mark.type = MessageType::Mark;

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "stream/message.h"
 #include "stream/streamconnection.h"
 #include "support/childprocess.h"
 #include "support/files.h"
@@ -70,8 +71,44 @@ class NatsServers {
     // How many messages the stream holds.
     uint64_t CountMessages() const {
         uint64_t count = 0;
-        WithStream([&](const jsStreamInfo& info) { count = info.State.Msgs; });
+        WithStream([&](jsCtx* streams) {
+            jsStreamInfo* info = nullptr;
+            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK) {
+                count = info->State.Msgs;
+            }
+            jsStreamInfo_Destroy(info);
+        });
         return count;
+    }
+
+    // Whether the collectors have stored or refused every message of the stream.
+    bool IsAllSettled() const {
+        bool isSettled = false;
+        WithStream([&](jsCtx* streams) {
+            jsConsumerInfo* info = nullptr;
+            if (js_GetConsumerInfo(&info, streams, "LOGS_0", "store", nullptr, nullptr) ==
+                NATS_OK) {
+                isSettled = info->NumPending == 0 && info->NumAckPending == 0;
+            }
+            jsConsumerInfo_Destroy(info);
+        });
+        return isSettled;
+    }
+
+    // As the host, whatever the message says. Returns when the stream has it.
+    void Publish(const std::string& host, const std::string& subject,
+                 const NS_LOG_FLEET::Message& message) const {
+        const std::vector<std::string> words = Words(host);
+        const NS_LOG_FLEET::StreamConnection connection(
+            {url_, words[1], words[3], words[5], "_INBOX." + host});
+        jsCtx* streams = nullptr;
+        NS_LOG_FLEET::CheckStatus(natsConnection_JetStream(&streams, connection.Get(), nullptr),
+                                  "streams");
+        const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
+        const std::string bytes = Encode(message);
+        NS_LOG_FLEET::CheckStatus(js_Publish(nullptr, streams, subject.c_str(), bytes.data(),
+                                             static_cast<int>(bytes.size()), nullptr, nullptr),
+                                  "publishing");
     }
 
     // What a server has said.
@@ -100,21 +137,20 @@ class NatsServers {
             NS_LOG_FLEET::CheckStatus(natsConnection_JetStream(&streams, connection.Get(), nullptr),
                                       "streams");
             const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
-            jsStreamInfo* info = nullptr;
-            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK) {
-                read(*info);
-            }
-            jsStreamInfo_Destroy(info);
+            read(streams);
         } catch (const NS_LOG_FLEET::StreamError&) {
         }
     }
 
     std::string LeaderName() const {
         std::string name;
-        WithStream([&](const jsStreamInfo& info) {
-            if (info.Cluster != nullptr && info.Cluster->Leader != nullptr) {
-                name = info.Cluster->Leader;
+        WithStream([&](jsCtx* streams) {
+            jsStreamInfo* info = nullptr;
+            if (js_GetStreamInfo(&info, streams, "LOGS_0", nullptr, nullptr) == NATS_OK &&
+                info->Cluster != nullptr && info->Cluster->Leader != nullptr) {
+                name = info->Cluster->Leader;
             }
+            jsStreamInfo_Destroy(info);
         });
         return name;
     }

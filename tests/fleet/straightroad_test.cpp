@@ -93,6 +93,49 @@ TEST_F(StraightRoad, LetsTwoMakeTheSameDayAtOnce) {
               1);
 }
 
+// Removing a day waits for all who read, and whoever stores waits behind it.
+TEST_F(StraightRoad, GoesOnWhileDaysCannotBeRemovedBecauseSomebodyReads) {
+    RunAgent(1);
+    ASSERT_EQ(ShipAll().exitCode, 0);
+    Number("SELECT 1 FROM qv.make_day('2020-03-05')");
+    RunAgent(1);
+    Connection reader(Postgres().Url());
+    reader.Run("BEGIN");
+    reader.Run("SELECT count(*) FROM qv.record");
+    auto removing = std::async(std::launch::async, [&] {
+        try {
+            Connection(Postgres().Url()).Run("SELECT qv.drop_days('2021-01-01')");
+        } catch (const NS_LOG_FLEET::StoreError& error) {
+            return error.State();
+        }
+        return std::string("removed");
+    });
+    Await([&] {
+        return Number("SELECT count(*) FROM pg_locks WHERE NOT granted") == 1 ||
+               removing.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+    EXPECT_EQ(ShipAll().exitCode, 0);
+    ExpectStoreHasFiles();
+    EXPECT_EQ(removing.get(), "55P03");
+    reader.Run("COMMIT");
+    EXPECT_EQ(Number("SELECT qv.drop_days('2021-01-01')"), 1);
+}
+
+TEST_F(StraightRoad, LetsTwoRemoveTheSameDaysAtOnce) {
+    Connection first(Postgres().Url());
+    // A busy machine may take longer than it waits otherwise.
+    first.Run("ALTER FUNCTION qv.drop_days(date) SET lock_timeout = 0");
+    first.Run("SELECT qv.make_day('2020-03-05')");
+    first.Run("BEGIN");
+    EXPECT_EQ(first.Run("SELECT qv.drop_days('2021-01-01')").Number(0, 0), 1);
+    auto second = std::async(std::launch::async, [&] {
+        return Connection(Postgres().Url()).Run("SELECT qv.drop_days('2021-01-01')").Number(0, 0);
+    });
+    Await([&] { return Number("SELECT count(*) FROM pg_locks WHERE NOT granted") == 1; });
+    first.Run("COMMIT");
+    EXPECT_EQ(second.get(), 0);
+}
+
 TEST_F(StraightRoad, SendsTheTornEndOfAFileWhenItsWriterHasEnded) {
     RunAgent(5);
     const std::string name = ListLogFiles(Logs(), "corbaoper").front();
@@ -199,6 +242,17 @@ TEST_F(StraightRoad, RefusesAWrongPasswordAtOnceAndSaysSo) {
         RunProgram(ChildStart{{QVLOG, "ship", "--host", "host1", "--to", url, Logs()}});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("password authentication failed"));
+}
+
+TEST_F(StraightRoad, RefusesToGoOnWithoutAPasswordAndSaysSo) {
+    RunAgent(1);
+    std::string url = Postgres().Url();
+    const size_t password = url.find(':', 11);
+    url.erase(password, url.find('@') - password);
+    const ChildResult result = RunProgram(
+        {{QVLOG, "ship", "--host", "host1", "--to", url, Logs()}, {{"PGPASSFILE", Path("none")}}});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("no password supplied"));
 }
 
 TEST_F(StraightRoad, StoresARecordOfManyMegabytes) {

@@ -45,6 +45,24 @@ class StreamRoad : public FleetTest {
         return std::make_unique<ChildProcess>(ChildStart{words});
     }
 
+    // What a host says about itself.
+    static NS_LOG_FLEET::Message StateOf(const std::string& host, const std::string& problem = "") {
+        NS_LOG_FLEET::Message message;
+        message.type = NS_LOG_FLEET::MessageType::Host;
+        message.state = {host, 0, 1, problem};
+        return message;
+    }
+
+    // That a file of so many bytes has arrived.
+    static NS_LOG_FLEET::Message MarkOf(const std::string& host, const std::string& file,
+                                        uint64_t size = 0) {
+        NS_LOG_FLEET::Message message;
+        message.type = NS_LOG_FLEET::MessageType::Mark;
+        message.file = {host, file, "first\n"};
+        message.low = size;
+        return message;
+    }
+
     std::unique_ptr<ChildProcess> StartStreamShipper() const {
         return std::make_unique<ChildProcess>(ChildStart{StreamShipWords()});
     }

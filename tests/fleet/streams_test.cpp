@@ -87,6 +87,91 @@ TEST_F(Streams, DividesHostsBetweenShardsAndStoresEachRecordOnce) {
     }
 }
 
+// The servers let a host use its own subjects only. It could still write anything in a message.
+TEST_F(Streams, BelievesNoHostThatSpeaksForAnother) {
+    StartServers(1);
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host2"));
+    Nats().Publish("host1", "logs.0.host1.debug.one", MarkOf("host2", "one.log"));
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "\x1B[2Jclear\n"));
+    const auto collector = StartCollector();
+    ASSERT_TRUE(collector->WaitForError("the message is in the name of another host, host2\n", 2));
+    Await([&] { return Number("SELECT count(*) FROM qv.host") > 0; });
+    collector->Signal(SIGTERM);
+    EXPECT_EQ(collector->Wait().exitCode, 2);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.host WHERE host = 'host2'"), 0);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file"), 0);
+
+    const ChildResult seen = RunProgram({{QVLOG, "fleet", "--store", Target()}});
+    EXPECT_EQ(seen.exitCode, 1);
+    EXPECT_THAT(seen.output, HasSubstr("  \\x1b[2Jclear\\x0a\n"));
+}
+
+// A collector that comes back after an outage does not make dead hosts look alive.
+TEST_F(Streams, TellWhenAHostSpokeNotWhenThatWasCollected) {
+    StartServers(1);
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "old"));
+    RunAgent(1);
+    EXPECT_EQ(ShipAll().exitCode, 0);  // straight: that is newer
+    Nats().Publish("host2", "logs.0.host2.=.state", StateOf("host2"));
+    Connection store(Postgres().Url());
+    const std::string before(store.Run("SELECT clock_timestamp()").Text(0, 0));
+    const auto collector = StartCollector({"--workers", "1"});
+    Watch(*collector);
+    Await([&] { return Number("SELECT count(*) FROM qv.host WHERE host = 'host2'") == 1; });
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.host WHERE seen < '" + before + "'"), 2);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.host WHERE problem = 'old'"), 0);
+}
+
+TEST_F(Streams, OneMessageThatTheStoreRefusesDoesNotStopTheOthers) {
+    StartServers(1);
+    RunAgent(5);
+    Nats().Publish("host1", "logs.0.host1.debug.one", MarkOf("host1", "\xFF.log"));
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    Nats().Publish("host1", "logs.0.host1.debug.two", MarkOf("host1", "two.log", UINT64_MAX));
+    const auto collector = StartCollector();
+    Watch(*collector);
+    ASSERT_TRUE(collector->WaitForError("logs.0.host1.debug.one: "));
+    ASSERT_TRUE(collector->WaitForError("logs.0.host1.debug.two: "));
+    AwaitFiles(7);
+    // It is of use for what comes after them.
+    ExpectOneMoreAgentIsAddedOnce(1);
+    // Neither of them comes again.
+    Await([&] { return Nats().IsAllSettled(); });
+    collector->Signal(SIGTERM);
+    EXPECT_EQ(collector->Wait().exitCode, 2);
+}
+
+// An operator makes it read-only for a while, or changes its tables.
+TEST_F(Streams, WaitsWhileAStoreThatHasWorkedRefuses) {
+    StartServers(1);
+    const auto collector = StartCollector();
+    Watch(*collector);
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "before"));
+    const auto awaitState = [&](const std::string& problem) {
+        Await([&] {
+            return Number("SELECT count(*) FROM qv.host WHERE problem = '" + problem + "'") == 1;
+        });
+    };
+    awaitState("before");
+    Connection store(Postgres().Url());
+    store.Run("ALTER DATABASE qv SET default_transaction_read_only = on");
+    store.Run(
+        "SELECT pg_terminate_backend(pid) FROM pg_stat_activity"
+        " WHERE datname = 'qv' AND pid <> pg_backend_pid()");
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "read-only"));
+    ASSERT_TRUE(collector->WaitForError("read-only transaction"));
+    store.Run("ALTER DATABASE qv RESET default_transaction_read_only");
+    ASSERT_TRUE(collector->WaitForError("collecting goes on"));
+    awaitState("read-only");
+
+    store.Run("ALTER TABLE qv.host RENAME TO host_away");
+    Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", "away"));
+    ASSERT_TRUE(collector->WaitForError("does not exist"));
+    store.Run("ALTER TABLE qv.host_away RENAME TO host");
+    ASSERT_TRUE(collector->WaitForError("collecting goes on", 2));
+    awaitState("away");
+}
+
 TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
     StartServers(3);
     RunProgram({{std::string(QV_FLEET) + "/nats/make-certificates.sh", Path("other")}});

@@ -69,6 +69,29 @@ TEST_F(NorthboundClients, ThatAreKilledInTheMiddleOfACallLeaveTheAgentServing) {
     EXPECT_EQ(failed, 1);
 }
 
+TEST_F(NorthboundClients, ThatLeaveWhileTheySubscribeAreToldOfNothing) {
+    Start(kNoLimit);
+    const ChildResult result = Call({"leave"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.errors, HasSubstr("session 1 was closed meanwhile"));
+    ASSERT_TRUE(AwaitLogged("corbanotify", "the subscription ends"));
+    EXPECT_THAT(Logged("corbaoper"), HasSubstr("end: subscribe failed"));
+    EXPECT_EQ(Stop(), 0);
+}
+
+// Each of them has a thread, which costs memory until somebody waits for its end.
+TEST_F(NorthboundClients, ThatHaveGoneAreForgottenThoughNoAlarmComes) {
+    Start("--alarms 0");
+    int clients = 0;
+    // The thread of the client before may still be on its way to its end.
+    for (int alone = 0; alone < 3 && clients < 100; ++clients) {
+        Load({"--clients", "1", "--calls", "1", "--failures", "0", "--subscribers", "1"});
+        alone = NS_TEST::CountIn(Logged("corbasys"), " is told of alarms, 1 subscriptions\n");
+    }
+    EXPECT_LT(clients, 100);
+    EXPECT_EQ(Stop(), 0);
+}
+
 TEST_F(NorthboundClients, ThatNeverAnswerTheirCallBackHoldUpNobody) {
     Start(kNoLimit);
     ChildProcess silent(Client({"watch", "--answers", "1"}));

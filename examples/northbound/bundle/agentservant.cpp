@@ -46,9 +46,11 @@ CORBA::ULong AgentServant::openSession(const char* user, const char* password) {
     }
 }
 
+// The session goes first: whoever subscribes meanwhile either is among those that end, or finds no
+// session any more.
 void AgentServant::CloseSession(const Caller& caller) {
-    subscribers_.EndThoseOf(caller.session);
     sessions_.Close(caller.session);
+    subscribers_.EndThoseOf(caller.session);
     QV_LOG_FORMAT(loggers_.system, LOG_LEVEL_1, "session %u is closed, %zu sessions",
                   caller.session, sessions_.Count());
 }
@@ -107,6 +109,14 @@ void AgentServant::Subscribe(const Caller& caller, Northbound::AlarmReceiver_ptr
     }
     QV_LOG(loggers_.operationDetails, NS_LOG_SERVICE1::LOG_LEVEL_2, "try the receiver");
     subscribers_.Add(std::make_unique<Subscriber>(loggers_, caller, receiver, answerLimit_));
+    // The client may have closed its session while its receiver was tried. Nobody could end the
+    // subscription any more.
+    if (sessions_.Find(caller.session) == nullptr) {
+        subscribers_.EndThoseOf(caller.session);
+        throw AccessError("session " + std::to_string(caller.session) + " was closed meanwhile");
+    }
+    QV_LOG_FORMAT(loggers_.system, LOG_LEVEL_1, "session %u is told of alarms, %zu subscriptions",
+                  caller.session, subscribers_.Count());
 }
 
 void AgentServant::subscribe(CORBA::ULong session, Northbound::AlarmReceiver_ptr listener) {

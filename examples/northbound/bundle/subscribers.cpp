@@ -9,11 +9,18 @@
 namespace NS_NORTHBOUND {
 
 void Subscribers::Add(std::unique_ptr<Subscriber> subscriber) {
+    // While no alarm comes or goes, nobody else lets go of those that have ended.
+    TakeDone();
     const std::lock_guard<std::mutex> lock(mutex_);
     if (closed_) {
         throw std::runtime_error("the agent stops");
     }
     list_.push_back(std::move(subscriber));
+}
+
+std::size_t Subscribers::Count() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return list_.size();
 }
 
 Subscribers::List Subscribers::TakeDone() {

@@ -15,6 +15,9 @@ class Subscribers {
     // Takes it over. Throws std::runtime_error after Close.
     void Add(std::unique_ptr<Subscriber> subscriber);
 
+    // How many it holds.
+    std::size_t Count() const;
+
     // Tells everybody, without waiting for an answer.
     void Tell(const Alarm& change);
 
@@ -30,7 +33,7 @@ class Subscribers {
     // Takes those out whose threads are at their end.
     List TakeDone();
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     List list_;
     bool closed_ = false;
 };

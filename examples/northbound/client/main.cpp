@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "client/agentconnection.h"
+#include "client/leavingreceiver.h"
 #include "client/load.h"
 #include "client/options.h"
 #include "client/receiver.h"
@@ -83,6 +84,13 @@ void Watch(AgentConnection& connection, CORBA::ULong session, const ClientOption
     receiver.Await(options.changes);
 }
 
+void Leave(AgentConnection& connection, CORBA::ULong session) {
+    const PortableServer::Servant_var<LeavingReceiver> receiver(
+        new LeavingReceiver(connection.Agent(), session));
+    const Northbound::AlarmReceiver_var reference = connection.Serve(*receiver.in());
+    connection.Agent()->subscribe(session, reference);
+}
+
 void RunCommand(AgentConnection& connection, const ClientOptions& options, Receiver& receiver) {
     const ClientSession session(connection.Agent(), options);
     if (options.command == "inventory") {
@@ -95,6 +103,8 @@ void RunCommand(AgentConnection& connection, const ClientOptions& options, Recei
         ShowAlarms(connection.Agent(), session.Number());
     } else if (options.command == "acknowledge") {
         connection.Agent()->acknowledge(session.Number(), options.alarm);
+    } else if (options.command == "leave") {
+        Leave(connection, session.Number());
     } else {
         Watch(connection, session.Number(), options, receiver);
     }

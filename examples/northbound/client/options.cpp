@@ -14,8 +14,8 @@ namespace NS_NORTHBOUND {
 namespace {
 
 constexpr char kName[] = "qv_northbound_client";
-constexpr std::array<const char*, 7> kCommands = {"inventory",   "element", "connections", "alarms",
-                                                  "acknowledge", "watch",   "load"};
+constexpr std::array<const char*, 8> kCommands = {"inventory",   "element", "connections", "alarms",
+                                                  "acknowledge", "watch",   "leave",       "load"};
 
 }  // namespace
 
@@ -31,6 +31,7 @@ const char kClientHelp[] =
     "  acknowledge   an alarm: --alarm N\n"
     "  watch         alarms as they come and go: --changes N (10), then it ends;\n"
     "                --answers N: answers N call-backs and then no more, as a bad client does\n"
+    "  leave         as watch, but closes its session while the agent makes the subscription\n"
     "  load          many clients: --clients N (8), --calls N of each (600; 0: until the agent is\n"
     "                gone), --failures PERCENT (12), --subscribers N (2), --report FILE\n"
     "\n"

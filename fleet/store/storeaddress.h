@@ -1,0 +1,12 @@
+// The URL of a store.
+#pragma once
+
+#include <string>
+
+namespace NS_LOG_FLEET {
+
+// What is wrong with it whatever the servers say; empty: nothing. Who connects with a wrong one is
+// told the same as by a server that is away.
+std::string MistakeInAddress(const std::string& url);
+
+}  // namespace NS_LOG_FLEET
