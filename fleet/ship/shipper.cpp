@@ -175,7 +175,7 @@ void Shipper::DropRemovedFiles() {
     if (!finder_.HasSearchedAll()) {
         return;
     }
-    for (const HostFile& removed : finder_.TakeRemoved(files_)) {
+    for (const HostFile& removed : FileFinder::TakeRemoved(files_)) {
         const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
             return file.isOpen && file.target.handle == removed.target.handle;
         });

@@ -77,9 +77,9 @@ class PieceScanner {
     size_t capacity_ = kBlockSize;
     size_t begin_ = 0;  // of what is not taken yet, in the buffer
     size_t end_ = 0;
-    uint64_t base_;   // where the buffer begins, in the file
-    size_t hit_ = 0;  // the literal's next place in the buffer, or its end
-    bool hitIsKnown_ = false;  // hit_ holds from begin_ on
+    uint64_t base_;                    // where the buffer begins, in the file
+    size_t hit_ = 0;                   // the literal's next place in the buffer, or its end
+    bool hitIsKnown_ = false;          // hit_ holds from begin_ on
     uint64_t sureFrame_ = UINT64_MAX;  // where a frame was seen to begin, in the file
     bool leaps_ = false;
     bool atEnd_ = false;

@@ -285,5 +285,27 @@ TEST_F(OutOfMemory, UsesUpOneNumberForEachRecordThatIsLost) {
               Created() + Frame(1, "first") + Frame(3, "third") + Frame(5, "fifth"));
 }
 
+// Each thread of the group then tries again by itself.
+TEST_F(OutOfMemory, LeavesAGroupAsItWasWhenItsFirstFrameHasNoRoom) {
+    LogFile file(Path().c_str(), "unbi_", 1 << 30, 1);
+    file.WriteRecord(WithDetail("first").Get());
+    const OwnedRecord large = WithDetail(std::string(5000000, 'x'));
+    const OwnedRecord small = WithDetail("small");
+    FrameStamps stamps(64);
+    FrameBuffer largeFrame;
+    FrameBuffer smallFrame;
+    WaitingRecord second(UnnumberedFrame(largeFrame, stamps.Of(large.Get()), large.Get()));
+    WaitingRecord third(UnnumberedFrame(smallFrame, stamps.Of(small.Get()), small.Get()));
+    second.next = &third;
+    FailNextAllocation();
+    EXPECT_THROW(file.WriteGroup(&second), std::bad_alloc);
+    EXPECT_FALSE(second.done || third.done);
+    file.WriteGroup(&second);
+    EXPECT_TRUE(second.done && third.done);
+    EXPECT_EQ(
+        ReadFile(file.CurrentPath()),
+        Created() + Frame(1, "first") + Frame(2, std::string(5000000, 'x')) + Frame(3, "small"));
+}
+
 }  // namespace
 }  // namespace NS_TEST
