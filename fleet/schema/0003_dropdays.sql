@@ -25,6 +25,6 @@ BEGIN
     DELETE FROM qv.file WHERE gone < before AND changed < before;
     RETURN dropped;
 EXCEPTION WHEN lock_not_available THEN
-    RAISE EXCEPTION 'somebody reads the records: no day was removed'
+    RAISE EXCEPTION 'somebody reads or removes the records: no day was removed'
         USING ERRCODE = 'lock_not_available', HINT = 'Try again when nobody reads.';
 END $$;

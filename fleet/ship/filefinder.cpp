@@ -139,15 +139,18 @@ void FileFinder::Add(const std::string& path, std::vector<HostFile>& files) {
                     [&](const HostFile& file) { return IsKnown(file, path); })) {
         return;
     }
-    // An idle file that has changed is looked at anew.
-    files.erase(
-        std::remove_if(files.begin(), files.end(),
-                       [&](const HostFile& file) { return !file.file && file.path == path; }),
-        files.end());
     try {
         HostFile file;
         file.path = path;
         file.file = std::make_unique<ShippedFile>(path);
+        // An idle file that has changed is looked at anew. One that another file has replaced is
+        // left to TakeRemoved.
+        files.erase(std::remove_if(files.begin(), files.end(),
+                                   [&](const HostFile& known) {
+                                       return !known.file && known.path == path &&
+                                              IsSameFile(known.status, file.file->Status());
+                                   }),
+                    files.end());
         files.push_back(std::move(file));
     } catch (const ReadError& error) {
         // It may have been removed since the directory was read.

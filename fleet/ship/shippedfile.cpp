@@ -139,7 +139,6 @@ void ShippedFile::Restart() {
     isDry_ = false;
     isSettled_ = false;
     grown_ = Clock::now();
-    ReadFirstLine();
 }
 
 bool ShippedFile::HasEnded(Clock::time_point now) {

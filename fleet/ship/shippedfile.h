@@ -37,8 +37,8 @@ class ShippedFile {
     const std::string& First() const { return first_; }
 
     // Looks at the file: how large it is, and reads its first line when that is not known. Returns
-    // false when it has been emptied; `Restart` makes it the file that it is now. Both throw
-    // ReadError.
+    // false when it has been emptied; after `Restart` the next look is at the file that it is now.
+    // Throws ReadError.
     bool Look(Clock::time_point now);
     void Restart();
 

@@ -14,6 +14,7 @@ constexpr size_t kErrorCodeSize = 5;
 
 constexpr const char* kReadOnly = "25006";
 constexpr const char* kTooLarge = "54000";
+constexpr const char* kNotInEncoding = "22P05";
 constexpr const char* kWrongPassword = "28P01";
 
 // Where the code stands in "FATAL:  28P01: password authentication failed", in any language; npos
@@ -55,7 +56,7 @@ bool StoreError::IsPassing() const {
 }
 
 bool StoreError::IsAboutValues() const {
-    return state_.compare(0, 2, "22") == 0 || state_ == kTooLarge;
+    return (state_.compare(0, 2, "22") == 0 && state_ != kNotInEncoding) || state_ == kTooLarge;
 }
 
 std::string ByteaText(std::string_view bytes) {

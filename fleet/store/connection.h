@@ -29,7 +29,8 @@ class StoreError : public std::runtime_error {
     bool IsPassing() const;
 
     // Whether the values are refused: a text that is no UTF-8, a number or a key that is too large.
-    // Others may be stored all the same.
+    // Others may be stored all the same. Not when the encoding of the database lacks a character:
+    // the values are right then, and another database takes them.
     bool IsAboutValues() const;
 
     // A key is there already.

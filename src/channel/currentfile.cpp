@@ -23,14 +23,10 @@ std::string WithoutSeparatorAtEnd(std::string directory) {
     return directory;
 }
 
-bool Is(const std::error_code& error, std::errc condition) {
-    return error == std::make_error_code(condition);
-}
-
 // Whether another file could not take more either.
 bool IsNoRoom(const std::error_code& error) {
-    return error.value() == EDQUOT || Is(error, std::errc::no_space_on_device) ||
-           Is(error, std::errc::file_too_large);
+    return error.value() == EDQUOT || error == std::errc::no_space_on_device ||
+           error == std::errc::file_too_large;
 }
 
 }  // namespace
@@ -105,10 +101,12 @@ bool CurrentFile::BeginEmptied() {
     path_.reserve(opened.path.size());  // a file that is there must be used
     FileStream next;
     std::error_code error = CreateInDirectory(next, directory_, name);
-    if (ended.IsOpen() && Is(error, std::errc::too_many_files_open)) {
-        ended.Close();
+    if (ended.IsOpen() && (error == std::errc::too_many_files_open ||
+                           error == std::errc::too_many_files_open_in_system)) {
+        CloseCounted(ended, opened.path);
         error = CreateInDirectory(next, directory_, name);
     }
+    CloseCounted(ended, opened.path);
     if (error) {
         NoteFailure(error, opened.path);
         Unpublish();
@@ -225,10 +223,14 @@ void CurrentFile::EndText() {
 }
 
 void CurrentFile::CloseEnded() {
-    if (const std::error_code error = stream_.Close()) {
-        Count(error, path_);
-    }
+    CloseCounted(stream_, path_);
     Leave(stream_.Identity());
+}
+
+void CurrentFile::CloseCounted(FileStream& stream, const std::string& path) {
+    if (const std::error_code error = stream.Close()) {
+        Count(error, path);
+    }
 }
 
 // Forgets the file.
@@ -284,7 +286,7 @@ void CurrentFile::KeepOnly(size_t whole, const WriteResult& failed) {
     }
     suspect_ = !IsNoRoom(failed.error);
     pause_.Begin();
-    if (!dying_ && Is(failed.error, std::errc::bad_file_descriptor)) {
+    if (!dying_ && failed.error == std::errc::bad_file_descriptor) {
         // Somebody has closed it. Its number may be that of another file by now.
         stream_.Abandon();
         Leave(stream_.Identity());
@@ -312,7 +314,7 @@ std::error_code CurrentFile::TakeBackTorn() {
 
 bool CurrentFile::IsFullFor(size_t bytes, const std::error_code& error) const {
     struct rlimit largest {};
-    return KeepsRecords() && Is(error, std::errc::file_too_large) &&
+    return KeepsRecords() && error == std::errc::file_too_large &&
            size_ > FileLines::kFirstLineSize && ::getrlimit(RLIMIT_FSIZE, &largest) == 0 &&
            largest.rlim_cur >= FileLines::kFirstLineSize + bytes;
 }
@@ -364,11 +366,6 @@ bool CurrentFile::TakeContentsOf(const std::string& path) {
         return false;
     }
     return true;
-}
-
-RecordCounts CurrentFile::RecordsInFile() const {
-    return {statistics_.recordsWritten.Get() - countsBefore_.written,
-            statistics_.recordsDumped.Get() - countsBefore_.dumped};
 }
 
 void CurrentFile::Count(const std::error_code& error, const std::string& path) {

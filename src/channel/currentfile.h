@@ -155,6 +155,7 @@ class CurrentFile {
     void End();
     void EndText();
     void CloseEnded();
+    void CloseCounted(FileStream& stream, const std::string& path);
     void Leave(const FileIdentity& file);
     void Unpublish();
     void BeginCounting(const RecordCounts& records);
@@ -162,7 +163,10 @@ class CurrentFile {
     std::error_code TakeBackTorn();
     bool TakeContentsOf(const std::string& path);
 
-    RecordCounts RecordsInFile() const;
+    RecordCounts RecordsInFile() const {
+        return {statistics_.recordsWritten.Get() - countsBefore_.written,
+                statistics_.recordsDumped.Get() - countsBefore_.dumped};
+    }
     std::string PathOf(const std::string& name) const { return directory_ + "/" + name; }
     std::string NameOfCurrent() const { return path_.substr(directory_.size() + 1); }
     void CountWritten(size_t bytes) {

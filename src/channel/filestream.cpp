@@ -19,10 +19,6 @@ std::error_code LastError() {
     return {errno, std::generic_category()};
 }
 
-bool Is(const std::error_code& error, std::errc condition) {
-    return error == std::make_error_code(condition);
-}
-
 FileIdentity IdentityIn(const struct stat& status) {
     return {status.st_dev, status.st_ino};
 }
@@ -78,11 +74,11 @@ std::error_code FileStream::Continue(const std::string& path, mode_t mode) {
     std::error_code error;
     for (int i = 0; i < kLooks; ++i) {
         error = Open(path, O_RDWR | O_CREAT | O_EXCL, mode);
-        if (!Is(error, std::errc::file_exists)) {
+        if (error != std::errc::file_exists) {
             break;
         }
         error = Open(path, O_RDWR, 0);
-        if (!Is(error, std::errc::no_such_file_or_directory)) {
+        if (error != std::errc::no_such_file_or_directory) {
             break;
         }
     }

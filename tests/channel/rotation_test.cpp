@@ -106,20 +106,22 @@ TEST_F(Rotation, OpensTheFileOfTheSameSecondAgainBeforeItIsClosed) {
     EXPECT_EQ(Counts().bytesWritten.Get() - Counts().bytesEmptied.Get(), kCreatedSize);
 }
 
-TEST_F(Rotation, ClosesTheFileFirstWhereTheProcessHasNoDescriptorLeft) {
-    Make(1);
-    Calls().SetClock(SystemCalls::kStart, 0);
-    const std::string path = Path("log/" + NameNow());
-    size_t openAlready = 1;
-    Calls().ScriptOpens([&](uint64_t number) {
-        openAlready = DescriptorsOf(path).size();
-        return number == 2 ? EMFILE : 0;
-    });
-    Write("text");
-    EXPECT_EQ(Calls().Opens(), 3u);
-    EXPECT_EQ(openAlready, 0u);
-    EXPECT_TRUE(file_->IsOpen());
-    EXPECT_EQ(Counts().failures.Get(), 0u);
+TEST_F(Rotation, ClosesTheFileFirstWhereThereIsNoDescriptorLeft) {
+    for (const int error : {EMFILE, ENFILE}) {
+        Make(1);
+        Calls().SetClock(SystemCalls::kStart, 0);
+        const std::string path = Path("log/" + NameNow());
+        size_t openAlready = 1;
+        Calls().ScriptOpens([&](uint64_t number) {
+            openAlready = DescriptorsOf(path).size();
+            return number == 2 ? error : 0;
+        });
+        Write("text");
+        EXPECT_EQ(Calls().Opens(), 3u) << error;
+        EXPECT_EQ(openAlready, 0u) << error;
+        EXPECT_TRUE(file_->IsOpen());
+        EXPECT_EQ(Counts().failures.Get(), 0u) << error;
+    }
 }
 
 // Somebody has closed its descriptor, and has got the number for a file of their own.

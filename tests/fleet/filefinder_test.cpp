@@ -87,6 +87,28 @@ TEST_F(FileFinderTest, FindsAnotherFileOfTheSameName) {
     EXPECT_EQ(removed_, 1U);
 }
 
+TEST_F(FileFinderTest, TakesAClosedFileForRemovedThatItWasGivenByItsOwnPath) {
+    FileFinder finder({log_});
+    finder.Find(files_);
+    ASSERT_EQ(files_.size(), 1U);
+    Close(files_[0]);
+    fs::remove(log_);
+    finder.Find(files_);
+    EXPECT_EQ(FileFinder::TakeRemoved(files_).size(), 1U);
+    EXPECT_TRUE(files_.empty());
+}
+
+TEST_F(FileFinderTest, TakesAClosedFileForRemovedThatAnotherOneHasReplaced) {
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    Close(files_[0]);
+    fs::rename(log_, Path("elsewhere"));
+    WriteFile(log_, "other\n");
+    Look();
+    EXPECT_EQ(removed_, 1U);
+    EXPECT_EQ(files_.size(), 1U);
+}
+
 TEST_F(FileFinderTest, TellsWhetherItHasSeenAllThatThereMayBe) {
     FileFinder file({log_});
     EXPECT_TRUE(file.Find(files_).empty());

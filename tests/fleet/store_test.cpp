@@ -25,7 +25,7 @@ TEST(StoreErrors, AreAboutValuesWhenOtherValuesMayBeTaken) {
     EXPECT_TRUE(StoreError("no UTF-8", "22021").IsAboutValues());
     EXPECT_TRUE(StoreError("a number that is too large", "22003").IsAboutValues());
     EXPECT_TRUE(StoreError("a key that is too large", "54000").IsAboutValues());
-    for (const char* state : {"", "23503", "25006", "42501", "53100"}) {
+    for (const char* state : {"", "22P05", "23503", "25006", "42501", "53100"}) {
         EXPECT_FALSE(StoreError("", state).IsAboutValues()) << state;
     }
 }

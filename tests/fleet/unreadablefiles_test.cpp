@@ -108,6 +108,28 @@ TEST_F(ShipperTest, SeesThatAFileWasEmptiedWhenItCanBeReadAgain) {
     EXPECT_TRUE(kept_.files[1].bytes == after);
 }
 
+// The new contents are shorter than what was sent, so their first line is the first read.
+TEST_F(ShipperTest, TellsWhatAnEmptiedFileHasLostWhenItsNewContentsCannotBeReadYet) {
+    const std::string before = LargeText(1500);
+    WriteFile(LogPath(), before);
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            WriteFile(LogPath(), OtherText());
+            readsThatFail = 1;
+            Damage(LogPath());
+        }
+    };
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenComplete = [&shipper] { shipper.Stop(); };
+    EXPECT_FALSE(shipper.Run());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[0].lost, before.size() - kept_.files[0].bytes.size());
+    EXPECT_EQ(kept_.files[1].bytes, OtherText());
+}
+
 TEST_F(ShipperTest, TakesNoFileForRemovedThatCannotBeRead) {
     WriteFile(LogPath(), Text());
     WriteFile(LogPath("oper"), Text());
