@@ -69,6 +69,23 @@ check_credentials() {
     done
 }
 
+# What a guide points to lies in the same package. Links to places inside a page and to other hosts are
+# not looked at.
+check_guides() {
+    local package guide link system count=0
+    for package in "$packages"/{qv-agent,libqv-base-log-dev}_*.deb; do
+        system=$work/guides/${package##*/}
+        mkdir -p "$system"
+        dpkg-deb --extract "$package" "$system"
+        while IFS=: read -r guide link; do
+            count=$((count + 1))
+            [[ -e ${guide%/*}/$link ]] || fail "${guide#"$system"} points to $link, which is not installed"
+        done < <(find "$system" -name '*.md' -exec grep -HoP '\]\(\K(?![a-z]+:)[^)#]+' {} +)
+    done
+    ((count > 0)) || fail "no guide points to anything"
+    echo "The guides point to $count files, and all are installed."
+}
+
 check_rpm() {
     local package name files=$work/files
     declare -A expected=(
@@ -91,6 +108,7 @@ check_rpm() {
 check_with_lintian
 check_units
 check_credentials
+check_guides
 if compgen -G "$packages/*.rpm" >/dev/null; then
     check_rpm
 fi
