@@ -152,8 +152,10 @@ set(CPACK_RPM_LIBRARY_POST_INSTALL_SCRIPT_FILE ${packaging}/rpm/library-post)
 set(CPACK_RPM_LIBRARY_POST_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/library-post)
 set(CPACK_RPM_AGENT_PACKAGE_REQUIRES_POST systemd)
 set(CPACK_RPM_AGENT_PACKAGE_REQUIRES_PREUN systemd)
+set(CPACK_RPM_AGENT_PACKAGE_REQUIRES_POSTUN systemd)
 set(CPACK_RPM_AGENT_POST_INSTALL_SCRIPT_FILE ${packaging}/rpm/agent-post)
 set(CPACK_RPM_AGENT_PRE_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/agent-preun)
+set(CPACK_RPM_AGENT_POST_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/agent-postun)
 set(CPACK_RPM_AGENT_USER_FILELIST
     "%config(noreplace) /etc/qv-agent/corba_agent.cfg"
     "%config(noreplace) /etc/qv-agent/ship.env"

@@ -102,6 +102,9 @@ check_rpm() {
     package=$(find "$packages" -name 'qv-agent-[0-9]*.rpm')
     [[ $(rpm -qcp "$package") == */corba_agent.cfg* ]] ||
         fail "the configuration is no configuration file"
+    # The program that runs is the former one until it is started again.
+    rpm -qp --scripts "$package" | sed -n '/^postuninstall/,$p' | grep -q 'try-restart qv-agent.service' ||
+        fail "an upgrade leaves the former agent running"
     echo "rpm: the packages hold what they should."
 }
 
