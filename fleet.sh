@@ -2,7 +2,7 @@
 # A fleet on this machine: agents, shippers and the servers behind them. ./fleet.sh --help says more.
 set -euo pipefail
 
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
 bin=$root/build/release/bin
 base=$root/var/fleet
 agents=4

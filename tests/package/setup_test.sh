@@ -94,3 +94,16 @@ bash -c "set -e; $(declare -f fails_in_the_middle qv_run_logged)
     fail "a step goes on after a command that fails: $code $(cat "$work/log" "$work/output")"
 [[ $(<"$work/errors") == "begun"*"name: fails_in_the_middle failed, see above" ]] ||
     fail "it does not say what has failed"
+
+# The scripts find their tree through a link, and where cd looks for directories elsewhere and prints
+# what it has found.
+mkdir "$work/links"
+ln -s "$(readlink -f -- "$root")" "$work/tree"
+for script in run test bench fleet package; do
+    ln -s "$work/tree/$script.sh" "$work/links/"
+    for way in tree links; do
+        (cd "$work" && CDPATH=$work bash -x "$way/$script.sh" --help) >"$work/output" 2>"$work/errors"
+        [[ $(sed -n "/^+ root=/,/^+ /{ s/'//g; p }" "$work/errors" | head -n 2) == \
+            "+ root=$(readlink -f -- "$root")"$'\n+ '* ]] || fail "$way/$script.sh does not find its tree"
+    done
+done
