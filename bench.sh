@@ -2,7 +2,7 @@
 # Measures the service beside other loggers. ./bench.sh --help says more.
 set -euo pipefail
 
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
 build=$root/build/bench
 
 print_help() {

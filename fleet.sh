@@ -2,7 +2,7 @@
 # A fleet on this machine: agents, shippers and the servers behind them. ./fleet.sh --help says more.
 set -euo pipefail
 
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
 bin=$root/build/release/bin
 base=$root/var/fleet
 agents=4
@@ -81,7 +81,7 @@ run_agent() {
 # Where a host sends to, and as whom: into `words`.
 target_words() {
     local certs=$base/nats/certs
-    words=(--to "$(<"$base/postgres/url")")
+    words=(--to "$store")
     if ! $small; then
         words=(--to "$(<"$base/nats/url")" --ca "$certs/ca.pem" --cert "$certs/$1.pem"
             --key "$certs/$1.key")
@@ -95,7 +95,7 @@ start_streams() {
     done
     qv_make_nats "$base/nats" 3 "${hosts[@]}"
     local certs=$base/nats/certs
-    "$bin/qvlog" collect --from "$(<"$base/nats/url")" --to "$(<"$base/postgres/url")" \
+    "$bin/qvlog" collect --from "$(<"$base/nats/url")" --to "$store" \
         --ca "$certs/ca.pem" --cert "$certs/collector.pem" --key "$certs/collector.key" \
         --make-streams --replicas 3 2>"$base/collect.log" &
     started+=($!)
@@ -114,8 +114,8 @@ start_host() {
 
 show_fleet() {
     [[ ! -t 1 ]] || clear
-    echo "The fleet at $(date +%T); ask it yourself:  psql $(<"$base/postgres/url")"
-    psql -X -q "$(<"$base/postgres/url")" -c "SELECT host, date_trunc('second', seen) AS seen,
+    echo "The fleet at $(date +%T); ask it yourself:  PGPASSFILE=$PGPASSFILE psql $store"
+    psql -X -q "$store" -c "SELECT host, date_trunc('second', seen) AS seen,
         files, stored AS bytes_stored, backlog, gaps, lost, problem FROM qv.fleet ORDER BY host"
 }
 
@@ -135,7 +135,9 @@ trap 'exit 130' INT TERM
 mkdir -p "$base"
 echo "Starting"
 qv_make_postgres "$base/postgres"
-"$bin/qvlog" collect --migrate --to "$(<"$base/postgres/url")"
+export PGPASSFILE=$base/postgres/passfile
+store=$(<"$base/postgres/address")
+"$bin/qvlog" collect --migrate --to "$store"
 $small || start_streams
 for ((i = 1; i <= agents; ++i)); do
     start_host "agent$i"

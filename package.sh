@@ -79,24 +79,19 @@ repack_symbols() {
     done
 }
 
-# logged COMMAND ARGUMENT...: shows what a command has said when it fails.
-logged() {
-    "$@" >"$log" 2>&1 || { cat "$log" >&2 && echo "package.sh: $* failed, see above" >&2 && exit 1; }
-}
-
 rm -rf "$packages" "$build/cpack"
 mkdir -p "$packages" "$build"
 umask 022
 
 echo "== Debian packages: building... (the first time takes minutes)"
-logged configure "lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)"
-logged pack DEB deb ddeb
-logged repack_symbols
+qv_run_logged "$log" configure "lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)"
+qv_run_logged "$log" pack DEB deb ddeb
+qv_run_logged "$log" repack_symbols
 
 if $rpm; then
     echo "== RPM packages"
-    logged configure lib64
-    logged pack RPM rpm
+    qv_run_logged "$log" configure lib64
+    qv_run_logged "$log" pack RPM rpm
 fi
 
 echo "== Checks"

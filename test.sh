@@ -2,7 +2,7 @@
 # Builds and tests everything. ./test.sh --help says more.
 set -euo pipefail
 
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
 presets=(release asan tsan)
 filter=.
 fuzz=false

@@ -45,12 +45,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/qv_base_log-config.cmake
     ${PROJECT_BINARY_DIR}/qv_base_log-config-version.cmake
     DESTINATION ${package_dir} COMPONENT dev)
-file(RELATIVE_PATH QV_PKGCONFIG_TO_PREFIX
-    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-string(REGEX REPLACE "/$" "" QV_PKGCONFIG_TO_PREFIX "${QV_PKGCONFIG_TO_PREFIX}")
-configure_file(cmake/qv_base_log.pc.in ${PROJECT_BINARY_DIR}/qv_base_log.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/qv_base_log.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+include(cmake/PkgConfigFile.cmake)
 
 # The agent.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT agent)

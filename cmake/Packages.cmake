@@ -100,10 +100,19 @@ add_custom_target(qv_reference ALL DEPENDS ${made}/reference.done)
 install(DIRECTORY ${made}/html DESTINATION ${documents_of_dev} COMPONENT dev)
 install(FILES examples/greeting.cpp examples/operations.cpp examples/operations.h
     DESTINATION ${documents_of_dev}/examples COMPONENT dev)
-install(FILES docs/bundles.md docs/compatibility.md docs/operating.md
+install(DIRECTORY examples/northbound DESTINATION ${documents_of_dev}/examples COMPONENT dev
+    FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h" PATTERN "*.idl" PATTERN "*.cfg")
+
+# The guides, with all that they point to. In the packages the examples lie below them.
+file(READ docs/bundles.md guide)
+string(REPLACE "](../examples/" "](examples/" guide "${guide}")
+file(WRITE ${made}/bundles.md "${guide}")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/bundles.md)
+set(guides docs/agent.md docs/compatibility.md docs/fleet.md docs/messages.md docs/operating.md
+    docs/packages.md docs/reading.md)
+install(FILES ${guides} docs/northbound.md ${made}/bundles.md
     DESTINATION ${documents_of_dev} COMPONENT dev)
-install(FILES docs/agent.md docs/fleet.md docs/operating.md docs/reading.md
-    DESTINATION ${documents_of_agent} COMPONENT agent)
+install(FILES ${guides} DESTINATION ${documents_of_agent} COMPONENT agent)
 
 # Debian packages.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -143,8 +152,10 @@ set(CPACK_RPM_LIBRARY_POST_INSTALL_SCRIPT_FILE ${packaging}/rpm/library-post)
 set(CPACK_RPM_LIBRARY_POST_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/library-post)
 set(CPACK_RPM_AGENT_PACKAGE_REQUIRES_POST systemd)
 set(CPACK_RPM_AGENT_PACKAGE_REQUIRES_PREUN systemd)
+set(CPACK_RPM_AGENT_PACKAGE_REQUIRES_POSTUN systemd)
 set(CPACK_RPM_AGENT_POST_INSTALL_SCRIPT_FILE ${packaging}/rpm/agent-post)
 set(CPACK_RPM_AGENT_PRE_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/agent-preun)
+set(CPACK_RPM_AGENT_POST_UNINSTALL_SCRIPT_FILE ${packaging}/rpm/agent-postun)
 set(CPACK_RPM_AGENT_USER_FILELIST
     "%config(noreplace) /etc/qv-agent/corba_agent.cfg"
     "%config(noreplace) /etc/qv-agent/ship.env"

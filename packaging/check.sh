@@ -47,7 +47,17 @@ check_units() {
             >"$work/units" 2>&1 || { cat "$work/units" >&2 && fail "$unit is exposed"; }
         tail -n 1 "$work/units"
     done
+    check_bundles_know_addresses "$system"
     echo "systemd-analyze: the units are well."
+}
+
+# getifaddrs() asks the kernel through netlink. An ORB to which that is forbidden gives its clients
+# references to 127.0.0.1.
+check_bundles_know_addresses() {
+    systemd-analyze security --offline=true --root="$1" --json=short --no-pager qv-agent.service \
+        >"$work/security"
+    grep -q '"set":false,[^}]*"RestrictAddressFamilies_AF_NETLINK"' "$work/security" ||
+        fail "bundles cannot learn the machine's addresses: qv-agent.service forbids AF_NETLINK"
 }
 
 # Passwords stand there.
@@ -57,6 +67,23 @@ check_credentials() {
         [[ $(dpkg-deb --contents "$packages"/qv-agent_*.deb | grep "/etc/qv-agent/$file\$") == \
             "-rw-r----- root/root"* ]] || fail "$file can be read by others than root"
     done
+}
+
+# What a guide points to lies in the same package. Links to places inside a page and to other hosts are
+# not looked at.
+check_guides() {
+    local package guide link system count=0
+    for package in "$packages"/{qv-agent,libqv-base-log-dev}_*.deb; do
+        system=$work/guides/${package##*/}
+        mkdir -p "$system"
+        dpkg-deb --extract "$package" "$system"
+        while IFS=: read -r guide link; do
+            count=$((count + 1))
+            [[ -e ${guide%/*}/$link ]] || fail "${guide#"$system"} points to $link, which is not installed"
+        done < <(find "$system" -name '*.md' -exec grep -HoP '\]\(\K(?![a-z]+:)[^)#]+' {} +)
+    done
+    ((count > 0)) || fail "no guide points to anything"
+    echo "The guides point to $count files, and all are installed."
 }
 
 check_rpm() {
@@ -75,12 +102,16 @@ check_rpm() {
     package=$(find "$packages" -name 'qv-agent-[0-9]*.rpm')
     [[ $(rpm -qcp "$package") == */corba_agent.cfg* ]] ||
         fail "the configuration is no configuration file"
+    # The program that runs is the former one until it is started again.
+    rpm -qp --scripts "$package" | sed -n '/^postuninstall/,$p' | grep -q 'try-restart qv-agent.service' ||
+        fail "an upgrade leaves the former agent running"
     echo "rpm: the packages hold what they should."
 }
 
 check_with_lintian
 check_units
 check_credentials
+check_guides
 if compgen -G "$packages/*.rpm" >/dev/null; then
     check_rpm
 fi

@@ -19,17 +19,29 @@ list_files() {
     cat /etc/passwd /etc/group
 }
 
-# Like systemd, by the unit's own words: its user, its variable, its command line, its mask.
-start_agent() {
+# unit_says SETTING: what the agent's unit says.
+unit_says() {
     local unit=/lib/systemd/system/qv-agent.service
     [[ -e $unit ]] || unit=/usr$unit
-    local user variable command
-    user=$(sed -n 's/^User=//p' "$unit")
-    variable=$(sed -n 's/^Environment=//p' "$unit")
-    command=$(sed -n 's/^ExecStart=//p' "$unit")
-    (umask "$(sed -n 's/^UMask=//p' "$unit")" &&
-        exec setpriv --reuid "$user" --regid "$user" --clear-groups --no-new-privs \
-            env "$variable" $command </dev/null >/tmp/agent.out 2>&1) &
+    sed -n "s/^$1=//p" "$unit"
+}
+
+# run_as_the_unit COMMAND...: with its user, its variable and its mask, in the place of the shell.
+run_as_the_unit() {
+    local user
+    user=$(unit_says User)
+    umask "$(unit_says UMask)"
+    exec setpriv --reuid "$user" --regid "$user" --clear-groups --no-new-privs \
+        env "$(unit_says Environment)" "$@"
+}
+
+# Like systemd, by the unit's own words. What comes before the agent runs as root ("+"), and may fail
+# ("-").
+start_agent() {
+    local before
+    before=$(unit_says ExecStartPre)
+    ${before#-+} || true
+    (run_as_the_unit $(unit_says ExecStart) </dev/null >/tmp/agent.out 2>&1) &
     agent=$!
     for _ in {1..600}; do
         [[ ! -S $share/qv_agent.sock ]] || return 0
@@ -41,8 +53,11 @@ start_agent() {
 }
 
 use_agent() {
+    rm -r "$logs"
     start_agent
     qv_agentctl --share "$share" status | grep -q corbaoper || fail "qv_agentctl shows no category"
+    find "$logs" -name 'unbi_corbaoper_*' -delete
+    (run_as_the_unit $(unit_says ExecReload)) || fail "the agent is not reloaded"
     kill "$agent"
     wait "$agent" || { cat /tmp/agent.out >&2 && fail "the agent ended with $?"; }
     ! grep -q "Get Config Item" /tmp/agent.out || fail "the configuration lacks an item"
@@ -61,6 +76,8 @@ apt-get() {
         >/tmp/apt.out 2>&1 || { cat /tmp/apt.out >&2 && fail "apt-get $*"; }
 }
 
+# Here systemd would note when the timer has run.
+mkdir -p /var/lib/systemd/timers
 list_files >/tmp/before
 
 apt-get install --no-install-recommends /packages/libqv-base-log1_*.deb /packages/qv-agent_*.deb
@@ -81,6 +98,7 @@ rm -rf /tmp/author "$(pkg-config --variable=bundledir qv_base_log)/libgreeting.s
 [[ -s /usr/share/doc/libqv-base-log-dev/html/index.html ]] || fail "there is no reference"
 dpkg --verify libqv-base-log1 libqv-base-log-dev | grep . && fail "files differ from the packages'"
 
+touch /var/lib/systemd/timers/stamp-qvlog-prune.timer
 apt-get remove qv-agent libqv-base-log1 libqv-base-log-dev
 [[ -e /etc/qv-agent/corba_agent.cfg && -d $logs ]] || fail "removing took configuration or logs along"
 apt-get purge qv-agent

@@ -173,3 +173,20 @@ qv_build() {
     (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) </dev/null ||
         { qv_name_foreign_files "$root/build"; return 1; }
 }
+
+# qv_run_logged LOG COMMAND [ARGUMENT...]: runs it with its output in the file. When it fails, shows the
+# output and ends the script. A function fails at its first command that does: a call in a condition
+# would switch errexit off for all that it calls.
+qv_run_logged() {
+    local log=$1 code
+    shift
+    set +e
+    (set -e && "$@") >"$log" 2>&1
+    code=$?
+    set -e
+    if ((code != 0)); then
+        cat "$log" >&2
+        echo "${0##*/}: $* failed, see above" >&2
+        exit 1
+    fi
+}

@@ -228,7 +228,8 @@ measure_stream_delay() {
 
 make_files
 qv_make_postgres "$work/postgres"
-url=$(<"$work/postgres/url")
+export PGPASSFILE=$work/postgres/passfile
+url=$(<"$work/postgres/address")
 empty_store
 "$bin/qvlog" ship --once --host bench --to "$url" "$work/agent/log"
 rows=$(count_rows)

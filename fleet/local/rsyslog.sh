@@ -15,7 +15,7 @@ qv_make_rsyslog() {
     mkdir -p "$directory/receiver" "$directory/sender"
     "$fleet/nats/make-certificates.sh" "$directory/certs" "$host"
     psql -X -q -v ON_ERROR_STOP=1 --single-transaction -f "$fleet/rsyslog/store.sql" \
-        -c "CREATE USER receiver IN ROLE qv_rsyslog PASSWORD '$password'" "$store"
+        -f - "$store" <<<"CREATE USER receiver IN ROLE qv_rsyslog PASSWORD '$password'"
     (umask 077 && echo "postgresql://receiver:$password@${store#*@}?client_encoding=LATIN1" \
         >"$directory/store")
     echo "$host" >"$directory/host"

@@ -39,6 +39,24 @@ details=$("$work/qv/bin/qvlog" --fields detail "$work/share/log")
 "$work/qv/bin/qv_agentctl" --version >/dev/null || fail "qv_agentctl does not run"
 
 cmake --install "$build" --component dev --prefix "$work/qv" >/dev/null
+
+# A project that can do without the package asks for it quietly, and goes on when ACE is missing.
+mkdir -p "$work/asks" "$work/nothing"
+cat >"$work/asks/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.22)
+project(asks LANGUAGES NONE)
+find_package(qv_base_log QUIET)
+if(NOT qv_base_log_FOUND)
+    message(STATUS "Without it: ${qv_base_log_NOT_FOUND_MESSAGE}")
+endif()
+END
+PKG_CONFIG_LIBDIR=$work/nothing PKG_CONFIG_PATH='' cmake -S "$work/asks" -B "$work/asks/build" \
+    -Dqv_base_log_DIR="$work/qv/$libraries/cmake/qv_base_log" \
+    -Djsoncpp_DIR="$(sed -n 's/^jsoncpp_DIR:PATH=//p' "$build/CMakeCache.txt")" >"$work/asks/output" 2>&1 ||
+    { cat "$work/asks/output" >&2 && fail "asking quietly for the package ends the project that asks"; }
+grep -q 'Without it: .*ACE' "$work/asks/output" ||
+    { cat "$work/asks/output" >&2 && fail "nobody says that ACE is missing"; }
+
 "$source/tests/package/guide.sh" "$source/docs/bundles.md" "$work" own
 cmp "$work/greeting/greeting.cpp" "$source/examples/greeting.cpp" ||
     fail "the guide shows another bundle than examples/greeting.cpp"

@@ -79,3 +79,31 @@ if ((EUID != 0)); then
     [[ $(qv_name_foreign_files /etc/passwd 2>&1) == "/etc/passwd belongs to root"* ]] ||
         fail "the owner of a file of root's is not named"
 fi
+
+# A step of several commands ends at the first one that fails, and the script with it.
+fails_in_the_middle() {
+    echo begun
+    false
+    echo "gone on"
+}
+code=0
+bash -c "set -e; $(declare -f fails_in_the_middle qv_run_logged)
+    qv_run_logged '$work/log' echo well; qv_run_logged '$work/log' fails_in_the_middle; echo after" \
+    a/name >"$work/output" 2>"$work/errors" || code=$?
+[[ $code == 1 && $(<"$work/log") == begun && ! -s $work/output ]] ||
+    fail "a step goes on after a command that fails: $code $(cat "$work/log" "$work/output")"
+[[ $(<"$work/errors") == "begun"*"name: fails_in_the_middle failed, see above" ]] ||
+    fail "it does not say what has failed"
+
+# The scripts find their tree through a link, and where cd looks for directories elsewhere and prints
+# what it has found.
+mkdir "$work/links"
+ln -s "$(readlink -f -- "$root")" "$work/tree"
+for script in run test bench fleet package; do
+    ln -s "$work/tree/$script.sh" "$work/links/"
+    for way in tree links; do
+        (cd "$work" && CDPATH=$work bash -x "$way/$script.sh" --help) >"$work/output" 2>"$work/errors"
+        [[ $(sed -n "/^+ root=/,/^+ /{ s/'//g; p }" "$work/errors" | head -n 2) == \
+            "+ root=$(readlink -f -- "$root")"$'\n+ '* ]] || fail "$way/$script.sh does not find its tree"
+    done
+done

@@ -1,0 +1,16 @@
+# What the fleet takes from the system. It is built where its libraries are, unless it is switched on or
+# off.
+set(QV_HAS_FLEET OFF)
+if(QV_BUILD_FLEET STREQUAL "AUTO" OR QV_BUILD_FLEET)
+    pkg_check_modules(LIBPQ IMPORTED_TARGET GLOBAL libpq)
+    find_library(QV_NATS_LIBRARY nats)
+    find_path(QV_NATS_INCLUDE nats/nats.h)
+    if(LIBPQ_FOUND AND QV_NATS_LIBRARY AND QV_NATS_INCLUDE)
+        set(QV_HAS_FLEET ON)
+    elseif(NOT QV_BUILD_FLEET STREQUAL "AUTO")
+        message(FATAL_ERROR "QV_BUILD_FLEET=${QV_BUILD_FLEET} needs libpq and libnats")
+    endif()
+endif()
+if(QV_TEST_FLEET AND NOT QV_HAS_FLEET)
+    message(FATAL_ERROR "QV_TEST_FLEET needs a fleet that is built: see QV_BUILD_FLEET")
+endif()
