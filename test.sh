@@ -69,6 +69,22 @@ qv_install_packages "${qv_packages[@]}" "${qv_northbound_packages[@]}" "${qv_fle
 
 [[ $fleet == OFF ]] || qv_install_packages "${qv_fleet_servers[@]}" "${qv_rsyslog_servers[@]}"
 
+# What runs beside something else writes into `output` first. Each has a process group of its own, so
+# that nothing goes on when this is interrupted.
+output=
+begin_jobs() {
+    [[ -z $output ]] || return 0
+    set -m
+    output=$(mktemp -d)
+    trap end_jobs EXIT
+}
+end_jobs() {
+    for job in $(jobs -p); do
+        kill -- "-$job" 2>/dev/null || true
+    done
+    rm -rf "$output"
+}
+
 for preset in "${presets[@]}"; do
     options=(-DQV_BUILD_TESTS=ON "-DQV_TEST_FLEET=$fleet")
     [[ $preset != release ]] || options+=(-DQV_BUILD_BENCHMARKS=ON)
@@ -78,6 +94,12 @@ for preset in "${presets[@]}"; do
         qv_build "$root" "$preset" fleet_test fleet_road_test fleet_asking_test
     else
         qv_build "$root" "$preset"
+    fi
+    # The static checks take the time that builds and tests leave. They need what a build generates.
+    if $lint && [[ $preset == "${presets[0]}" ]]; then
+        begin_jobs
+        nice "$root/scripts/lint.sh" "$root/build/$preset" >"$output/checks" 2>&1 &
+        lint_process=$!
     fi
 done
 
@@ -113,23 +135,7 @@ if ((EUID != 0)); then
     echo "Not root: the tests that mount small disks are left out (docs/reliability.md)."
 fi
 
-# What runs beside something else writes here first. Each has a process group of its own, so that
-# nothing goes on when this is interrupted.
-set -m
-output=$(mktemp -d)
-end_jobs() {
-    for job in $(jobs -p); do
-        kill -- "-$job" 2>/dev/null || true
-    done
-    rm -rf "$output"
-}
-trap end_jobs EXIT
-
-# The static checks take the time that the tests leave.
-if $lint; then
-    nice "$root/scripts/lint.sh" "$root/build/${presets[0]}" >"$output/checks" 2>&1 &
-    lint_process=$!
-fi
+begin_jobs
 
 # Whether tests may have their files and programs in memory.
 has_room_in_memory() {
