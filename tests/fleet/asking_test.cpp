@@ -211,7 +211,9 @@ TEST_F(Asking, FindsWhatIsMissingAndHasItSentAgain) {
     const ChildResult broken = Ask({"verify", "--host", "host1", "--send-again"});
     EXPECT_EQ(broken.exitCode, 1);
     EXPECT_THAT(broken.output, HasSubstr(": record 5 is missing\n"));
-    EXPECT_THAT(broken.output, HasSubstr("1 missing, 0 torn, 0 out of order: NOT WHOLE\n"));
+    // Threads that log at once may reach the file in another order than that of their times.
+    EXPECT_THAT(broken.output,
+                ::testing::ContainsRegex("1 missing, 0 torn, [0-9]+ out of order: NOT WHOLE\n"));
     EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE again IS NOT NULL"), 1);
     ASSERT_EQ(ShipAll().exitCode, 0);
     EXPECT_EQ(Ask({"verify"}).exitCode, 0);
