@@ -16,7 +16,14 @@ struct SystemCalls {
     long writes = 0;      // to any file, by any thread
 };
 
+// Where coverage is counted, the program also writes the counters at its end, in pieces whose
+// number depends on who else does, and complains of those of another build.
 bool IsWrite(const std::string& call) {
+    for (const char* counting : {".gcda>", ".errors>"}) {
+        if (call.find(counting) != std::string::npos) {
+            return false;
+        }
+    }
     for (const char* name : {"write(", "writev(", "pwrite64(", "pwritev(", "pwritev2("}) {
         if (call.rfind(name, 0) == 0) {
             return true;
@@ -25,8 +32,8 @@ bool IsWrite(const std::string& call) {
     return false;
 }
 
-// Reads lines as "12345 write(3, ...". The second line of a call that was interrupted by another
-// thread's counts as none.
+// Reads lines as "12345 write(3</path>, ...". The second line of a call that was interrupted by
+// another thread's counts as none.
 SystemCalls ReadTrace(const std::string& path) {
     std::ifstream trace(path);
     SystemCalls calls;
@@ -60,7 +67,7 @@ class SystemCallsOfARecord : public NS_TEST::DirectoryTest {
         const std::string share = Path(mode + std::to_string(records));
         const std::string trace = share + ".trace";
         // A leak cannot be looked for in a process that is traced.
-        const std::string command = "ASAN_OPTIONS=detect_leaks=0 strace -f -qq " + filter +
+        const std::string command = "ASAN_OPTIONS=detect_leaks=0 strace -f -y -qq " + filter +
                                     " -o '" + trace + "' '" QV_RECORDER "' '" + share + "' " +
                                     mode + " " + std::to_string(threads) + " " +
                                     std::to_string(records) + " 2>'" + share + ".errors'";
@@ -94,16 +101,15 @@ class SystemCallsOfARecord : public NS_TEST::DirectoryTest {
 
 constexpr char kAllCalls[] = "";
 constexpr char kWrites[] = "--seccomp-bpf -e trace=write,writev,pwrite64,pwritev,pwritev2";
-// Nothing that grows with the records, but now and then some memory, or what a compiler's counters
-// write at the end.
+// Nothing that grows with the records, but now and then some memory.
 constexpr long kFew = 30;
 
 TEST_F(SystemCallsOfARecord, AreOneWriteAndNothingElseInDirectOutput) {
     constexpr int kRecords = 1000;
     const SystemCalls calls = CountForMore("direct", 1, kRecords, kAllCalls);
-    EXPECT_LE(calls.writes, kRecords + kFew);
+    EXPECT_LE(calls.writes, kRecords);
     EXPECT_LE(calls.mainThread, kRecords + kFew);
-    EXPECT_GE(calls.writes, kRecords - kFew)
+    EXPECT_GE(calls.writes, kRecords)
         << "a record alone reaches the kernel before the call returns";
 }
 
