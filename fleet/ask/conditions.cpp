@@ -61,7 +61,7 @@ Conditions::Conditions(const Matcher& matcher) {
         isIndexed_ = !parts_.empty();
         return;
     }
-    const Selection& wanted = matcher.GetSelection();
+    const Selection& wanted = matcher.Wanted();
     AddTimes(wanted);
     AddNumbers(wanted);
     AddTexts("r.operation", wanted.operations);
@@ -70,8 +70,8 @@ Conditions::Conditions(const Matcher& matcher) {
     AddTexts("r.user_name", wanted.users);
     AddTexts("r.function", wanted.functions);
     AddSources(wanted);
-    if (matcher.GetPattern() != nullptr && !wanted.invert) {
-        AddLiteral(*matcher.GetPattern());
+    if (matcher.SoughtPattern() != nullptr && !wanted.invert) {
+        AddLiteral(*matcher.SoughtPattern());
     }
 }
 

@@ -108,8 +108,8 @@ StoreFollower::File& StoreFollower::FindFile(int64_t id, const Matcher& matcher)
     file.name.path = rows.Text(0, 1);
     file.name.category = rows.Text(0, 2);
     file.name.process = rows.Number(0, 3);
-    file.isWanted = matcher.GetSelection().Wants(
-        MakePlace(file.name.host, file.name.category, file.name.process));
+    file.isWanted =
+        matcher.Wanted().Wants(MakePlace(file.name.host, file.name.category, file.name.process));
     const auto past = past_.find(id);
     file.given = past == past_.end() ? 0 : past->second;
     return files_.emplace(id, std::move(file)).first->second;

@@ -1,7 +1,7 @@
 // The signals that the agent obeys, and those that must not end it.
 #pragma once
 
-#include "agent/stopsignals.h"
+#include "process/stopsignals.h"
 
 namespace NS_REFERENCE_HOST {
 

@@ -19,6 +19,9 @@ namespace {
 
 constexpr char kArguments[] = ".arguments";
 
+// How many lines with one name are named. A file that was put there by mistake may have millions.
+constexpr size_t kNamedLines = 10;
+
 // The clients that the agent itself adds to the list.
 const std::vector<std::string> kClients = {"qv_line_feed", "qv_sample_traffic"};
 
@@ -58,8 +61,10 @@ void ConfigurationCheck::ReadLines(const std::string& text) {
         Line& known = lines_[item.name];
         if (known.number == 0) {
             order_.push_back(item.name);
-        } else {
+        } else if (known.overridden.size() < kNamedLines) {
             known.overridden.push_back(known.number);
+        } else {
+            ++known.moreOverridden;
         }
         known.value = item.value;
         known.number = number;
@@ -85,6 +90,11 @@ void ConfigurationCheck::Add(const std::string& name, ItemInForce item) {
         for (const size_t line : found->second.overridden) {
             item.warnings.push_back("line " + std::to_string(line) +
                                     " is without effect, because " + source + " has it again");
+        }
+        if (const size_t more = found->second.moreOverridden; more > 0) {
+            item.warnings.push_back(std::to_string(more) +
+                                    (more == 1 ? " more line is" : " more lines are") +
+                                    " without effect, because " + source + " has it again");
         }
     }
     findings_.push_back({name, source, std::move(item)});

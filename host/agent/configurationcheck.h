@@ -36,7 +36,9 @@ class ConfigurationCheck {
     struct Line {
         std::string value;
         size_t number = 0;
-        std::vector<size_t> overridden;  // the lines before it that have the same name
+        // The first ten lines before it that have the same name, and how many come behind these.
+        std::vector<size_t> overridden;
+        size_t moreOverridden = 0;
     };
 
     struct Finding {

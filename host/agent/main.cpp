@@ -3,8 +3,8 @@
 
 #include "agent/agent.h"
 #include "agent/agenterror.h"
-#include "agent/standarddescriptors.h"
 #include "common/describeexception.h"
+#include "process/standarddescriptors.h"
 
 int main(int argc, char* argv[]) {
     using namespace NS_REFERENCE_HOST;

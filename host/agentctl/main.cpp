@@ -4,7 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "agent/standarddescriptors.h"
 #include "agentctl/agentconnection.h"
 #include "agentctl/answerdata.h"
 #include "agentctl/controlerror.h"
@@ -13,6 +12,7 @@
 #include "agentctl/terminaltext.h"
 #include "agentctl/watch.h"
 #include "control/answer.h"
+#include "process/standarddescriptors.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-#include "agent/stopsignals.h"
+#include "process/stopsignals.h"
 
 namespace NS_REFERENCE_HOST {
 

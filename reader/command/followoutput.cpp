@@ -14,7 +14,7 @@ constexpr uint64_t kPastRecords = 10;
 
 FollowOutput::FollowOutput(const Options& options)
     : options_(options), matcher_(options.selection), output_(STDOUT_FILENO) {
-    format_ = MakeFormatOf(options, matcher_.GetPattern());
+    format_ = MakeFormatOf(options, matcher_.SoughtPattern());
 }
 
 void FollowOutput::Begin() {

@@ -70,7 +70,7 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
     matchers_.push_back(&matcher);
     std::vector<std::unique_ptr<RecordStream>> streams;
     for (size_t i = 0; i < series_.size(); ++i) {
-        if (!matcher.GetSelection().Wants(series_[i])) {
+        if (!matcher.Wanted().Wants(series_[i])) {
             continue;
         }
         std::unique_ptr<RecordStream> records =

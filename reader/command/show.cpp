@@ -74,7 +74,7 @@ class Show {
           session_(options),
           matcher_(std::make_unique<Matcher>(options.selection)),
           output_(STDOUT_FILENO) {
-        format_ = MakeFormatOf(options, matcher_->GetPattern());
+        format_ = MakeFormatOf(options, matcher_->SoughtPattern());
     }
 
     ExitCode Run() {

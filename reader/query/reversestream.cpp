@@ -30,7 +30,7 @@ Time ReverseStream::FirstTime() const {
 
 bool ReverseStream::OpenPreviousFile() {
     source_.reset();
-    const Selection& wanted = matcher_.GetSelection();
+    const Selection& wanted = matcher_.Wanted();
     while (file_ > 0 && !source_) {
         --file_;
         const bool isTooNew = wanted.until && wanted.trustsOrder &&

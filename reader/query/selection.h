@@ -74,8 +74,8 @@ class Matcher {
     const LiteralFinder* Literal() const { return literal_.get(); }
 
     // The pattern that was asked for; null: none.
-    const Pattern* GetPattern() const { return pattern_.get(); }
-    const Selection& GetSelection() const { return selection_; }
+    const Pattern* SoughtPattern() const { return pattern_.get(); }
+    const Selection& Wanted() const { return selection_; }
 
     // Null, or the operations whose records are wanted instead of a selection.
     const std::unordered_set<std::string>* Operations() const {

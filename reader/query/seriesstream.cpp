@@ -26,7 +26,7 @@ Time SeriesStream::FirstTime() const {
 
 // Whether all of a file was written before or after the range.
 bool SeriesStream::IsOutOfRange(size_t file) const {
-    const Selection& wanted = matcher_.GetSelection();
+    const Selection& wanted = matcher_.Wanted();
     if (!wanted.trustsOrder) {
         return false;
     }
@@ -45,7 +45,7 @@ bool SeriesStream::OpenNextFile() {
         return false;
     }
     const LogFile& file = series_.files[file_++];
-    const Selection& wanted = matcher_.GetSelection();
+    const Selection& wanted = matcher_.Wanted();
     try {
         source_ = OpenFile(file.name.path);
         uint64_t from = 0;

@@ -122,6 +122,18 @@ TEST_F(ConfigurationCheck, WarnsOfLinesWithoutEffectAndOfItemsThatAreMissing) {
     EXPECT_EQ(NS_TEST::CountIn(result.output, "warning: "), 3);
 }
 
+TEST_F(ConfigurationCheck, CountsTheLinesWithOneNameBehindTheFirstTen) {
+    std::string lines;
+    for (int i = 0; i < 100000; ++i) {
+        lines += "logfilecount = 7\n";
+    }
+    const std::string part = PartAbout("logfilecount", CheckWith(lines).output);
+    EXPECT_EQ(NS_TEST::CountIn(part, "warning: "), 11);
+    EXPECT_THAT(part, HasSubstr("line 20 is without effect, because line 100011 has it again"));
+    EXPECT_THAT(part,
+                HasSubstr("99990 more lines are without effect, because line 100011 has it again"));
+}
+
 TEST_F(ConfigurationCheck, CountsTheBrokenLinesBehindTheFirstTen) {
     std::string lines;
     for (int line = 12; line < 112; ++line) {

@@ -1,5 +1,5 @@
 // SIGINT and SIGTERM as something that can be waited for.
-#include "agent/stopsignals.h"
+#include "process/stopsignals.h"
 
 #include <signal.h>
 #include <sys/signalfd.h>

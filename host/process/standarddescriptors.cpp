@@ -1,5 +1,5 @@
 // Standard input, output and error that are closed.
-#include "agent/standarddescriptors.h"
+#include "process/standarddescriptors.h"
 
 #include <fcntl.h>
 #include <unistd.h>
