@@ -15,8 +15,7 @@ constexpr int64_t kLongestWait = 10000;
 void WriteQueues(LogMgr& manager) {
     const Deadline deadline(kLongestWait);
     manager.outputmode = kDirectOutput;
-    // Not by the map's mutex: the periodic output holds it while it writes.
-    manager.Channels().ForEachWithoutWaiting([&deadline](TEDebugInfoBuf& channel) {
+    manager.Channels().ForEach([&deadline](const std::string& /*name*/, TEDebugInfoBuf& channel) {
         if (channel.Statistics().queued.Get() != 0 && channel.AwaitFree(deadline)) {
             channel.Flush();
         }

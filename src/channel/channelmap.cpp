@@ -12,6 +12,8 @@ const std::array<const char*, kLogCategoryCount> kLogCategories = {
     "corbasys", "corbaoper",  "corba_internal_oper",
 };
 
+const std::array<size_t, kLogCategoryCount> kCategoriesByName = {3, 6, 1, 2, 5, 4, 0};
+
 namespace {
 
 // Milliseconds.
@@ -41,17 +43,14 @@ void ChannelMap::Create(const LogSettings& settings) {
 }
 
 TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
+    for (size_t i = 0; i < kLogCategoryCount; ++i) {
+        TEDebugInfoBuf* const channel = Created(i);
+        if (channel != nullptr && category == kLogCategories[i]) {
+            return channel;
+        }
+    }
     const LockGuard<Mutex> guard(mutex_);
     return channels_[category].get();
-}
-
-const ChannelMap::Entry* ChannelMap::Next(const Entry* entry) {
-    const LockGuard<Mutex> guard(mutex_);
-    auto next = entry == nullptr ? channels_.begin() : channels_.upper_bound(entry->first);
-    while (next != channels_.end() && next->second == nullptr) {
-        ++next;
-    }
-    return next == channels_.end() ? nullptr : &*next;
 }
 
 void ChannelMap::FlushAll() {
@@ -67,7 +66,7 @@ void ChannelMap::WriteBeforeDeath() noexcept {
     deadline.Await([&] {
         bool all = true;
         for (size_t i = 0; i < kLogCategoryCount && !deadline.IsOver(); ++i) {
-            TEDebugInfoBuf* const channel = created_[i].load(std::memory_order_acquire);
+            TEDebugInfoBuf* const channel = Created(i);
             done[i] =
                 done[i] || channel == nullptr || channel->WriteBeforeDeath(lastWords_, deadline);
             all = all && done[i];
@@ -95,11 +94,6 @@ void ChannelMap::SetFilePolicy(FilePolicy policy) {
     const LockGuard<Mutex> guard(mutex_);
     filePolicy_ = policy;
     ForEachLocked([policy](TEDebugInfoBuf& channel) { channel.SetFilePolicy(policy); });
-}
-
-FilePolicy ChannelMap::Policy() {
-    const LockGuard<Mutex> guard(mutex_);
-    return filePolicy_;
 }
 
 void ChannelMap::Destroy() {

@@ -10,6 +10,7 @@
 #include "base/lockguard.h"
 #include "base/logsettings.h"
 #include "base/mutex.h"
+#include "base/relaxedatomic.h"
 #include "channel/channel.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -17,6 +18,9 @@ namespace NS_LOG_SERVICE1 {
 // The categories that exist, in the order in which their channels are created.
 constexpr size_t kLogCategoryCount = 7;
 extern const std::array<const char*, kLogCategoryCount> kLogCategories;
+
+// Their places in kLogCategories, in the order of the names.
+extern const std::array<size_t, kLogCategoryCount> kCategoriesByName;
 
 bool IsLogCategory(const std::string& name);
 
@@ -29,35 +33,28 @@ class ChannelMap {
     void Create(const LogSettings& settings) EXCLUDES(mutex_);
 
     // The channel of `category`. Null when there is none; the map then holds a null entry for that
-    // name.
+    // name. A channel that exists is found without the map's mutex, which FlushAll holds while a
+    // slow disk takes the records: a new logger looks for its channel here.
     TEDebugInfoBuf* Find(const std::string& category) EXCLUDES(mutex_);
 
     // Writes out the queue of each channel, in the order of the names. Holds the map's mutex
-    // meanwhile, so that the channels stay the same; a new logger waits. To flush without the
-    // mutex, call Flush in ForEach.
+    // meanwhile; who only looks for a channel does not wait for it. To flush without the mutex,
+    // call Flush in ForEach.
     void FlushAll() EXCLUDES(mutex_);
 
     // Sets the policy of all channels, also of those that Create makes later. Waits for writes that
-    // go on, and a new logger waits meanwhile.
+    // go on.
     void SetFilePolicy(FilePolicy policy) EXCLUDES(mutex_);
-    FilePolicy Policy() EXCLUDES(mutex_);
+    FilePolicy Policy() const { return filePolicy_; }
 
     // Calls `visit` with the name of each channel and the channel, in the order of the names.
-    // Without the map's mutex: a visitor may write to a slow disk, and a new logger, which looks
-    // for its channel here, must not wait for that.
+    // Without the map's mutex: a visitor may write to a slow disk, and whoever asks for the
+    // statistics must not wait for a disk at all.
     template <class Visitor>
-    void ForEach(Visitor visit) EXCLUDES(mutex_) {
-        for (const Entry* entry = Next(nullptr); entry != nullptr; entry = Next(entry)) {
-            visit(entry->first, *entry->second);
-        }
-    }
-
-    // Calls `visit` with each channel, in the order of their creation. Waits for no lock.
-    template <class Visitor>
-    void ForEachWithoutWaiting(Visitor visit) const {
-        for (const auto& created : created_) {
-            if (TEDebugInfoBuf* const channel = created.load(std::memory_order_acquire)) {
-                visit(*channel);
+    void ForEach(Visitor visit) const {
+        for (const size_t category : kCategoriesByName) {
+            if (TEDebugInfoBuf* const channel = Created(category)) {
+                visit(kLogCategories[category], *channel);
             }
         }
     }
@@ -78,9 +75,6 @@ class ChannelMap {
     void Destroy() NO_THREAD_SAFETY_ANALYSIS;
 
   private:
-    using Entries = std::map<std::string, std::unique_ptr<TEDebugInfoBuf>>;
-    using Entry = Entries::value_type;
-
     template <class Action>
     void ForEachLocked(Action action) REQUIRES(mutex_) {
         for (const auto& [category, channel] : channels_) {
@@ -90,13 +84,15 @@ class ChannelMap {
         }
     }
 
-    // The next entry after `entry` that has a channel; given null, the first one. Null: no more.
-    // Entries stay where they are, and with a channel they do not change, until Destroy.
-    const Entry* Next(const Entry* entry) EXCLUDES(mutex_);
+    // Null until Create has made it.
+    TEDebugInfoBuf* Created(size_t category) const {
+        return created_[category].load(std::memory_order_acquire);
+    }
 
     Mutex mutex_;
-    FilePolicy filePolicy_ GUARDED_BY(mutex_) = FilePolicy::kContract;
-    Entries channels_ GUARDED_BY(mutex_);
+    // Changed under mutex_, read without it.
+    RelaxedAtomic<FilePolicy> filePolicy_{FilePolicy::kContract};
+    std::map<std::string, std::unique_ptr<TEDebugInfoBuf>> channels_ GUARDED_BY(mutex_);
     // The same channels, to be found without the mutex.
     std::array<std::atomic<TEDebugInfoBuf*>, kLogCategoryCount> created_{};
     LastWords lastWords_;

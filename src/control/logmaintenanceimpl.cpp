@@ -93,7 +93,7 @@ LogMaintenanceImpl::~LogMaintenanceImpl() {
     }
 }
 
-// Channel by channel, and not through the manager: new loggers do not wait for the disk.
+// Channel by channel, and not through the manager, which keeps its channels locked meanwhile.
 void LogMaintenanceImpl::FlushAll() {
     ForChosen("", [](TEDebugInfoBuf& channel) { channel.Flush(); });
 }

@@ -43,6 +43,12 @@ ScheduleSvcInterface* FindScheduleService() {
     }
 }
 
+// Channel by channel, and not through the manager, which keeps its channels locked meanwhile.
+void WriteOut(LogMgr& manager) {
+    manager.Channels().ForEach(
+        [](const std::string& /*name*/, TEDebugInfoBuf& channel) { channel.Flush(); });
+}
+
 }  // namespace
 
 // The task is made here, where no fork is expected: a child would wait for ever for a static object
@@ -71,9 +77,9 @@ unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
     }
     // Records that are written directly overtake those in the queue. The first flush leaves few to
     // be overtaken; the second writes those that were queued meanwhile.
-    manager.FlushAll();
+    WriteOut(manager);
     manager.outputmode = kDirectOutput;
-    manager.FlushAll();
+    WriteOut(manager);
     return LOG_RESULT_OK;
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <future>
 #include <string>
 
@@ -119,22 +120,33 @@ TEST_F(Channels, AreFlushedTogetherInTheOrderOfTheirNames) {
     EXPECT_EQ(WrittenBy("debug"), Created());
 }
 
-// A new logger looks for its channel. It must not wait for the disk.
-TEST_F(Channels, AreFoundWhileTheyAreWrittenOutOneByOne) {
+// A new logger looks for its channel, and an operator for the statistics. Neither must wait for the
+// disk.
+TEST_F(Channels, AreFoundAndListedWhileTheyAreWrittenOut) {
     channels_.Create(settings_);
-    QueueNames();
-    Texts found;
-    Calls().ScriptWrites([this, &found](uint64_t, std::string_view bytes) {
-        if (bytes.find("Detail: ") != std::string_view::npos) {
-            const bool finished = FinishesOnAnotherThread([this, &found] {
-                found.push_back(channels_.Find("debug") == nullptr ? "" : "debug");
-            });
-            EXPECT_TRUE(finished);
-        }
-        return Fate();
-    });
-    channels_.ForEach([](const std::string&, TEDebugInfoBuf& channel) { channel.Flush(); });
-    EXPECT_EQ(found, Texts(allButDebug_.size(), "debug"));
+    const auto flushOneByOne = [this] {
+        channels_.ForEach([](const std::string&, TEDebugInfoBuf& channel) { channel.Flush(); });
+    };
+    for (const std::function<void()>& writeOut :
+         {std::function<void()>(flushOneByOne),
+          std::function<void()>([this] { channels_.FlushAll(); })}) {
+        QueueNames();
+        size_t writes = 0;
+        Calls().ScriptWrites([this, &writes](uint64_t, std::string_view bytes) {
+            if (bytes.find("Detail: ") != std::string_view::npos) {
+                ++writes;
+                EXPECT_TRUE(FinishesOnAnotherThread([this] {
+                    EXPECT_NE(channels_.Find("debug"), nullptr);
+                    EXPECT_EQ(Names(), sorted_);
+                    EXPECT_EQ(channels_.Policy(), FilePolicy::kContract);
+                }));
+            }
+            return Fate();
+        });
+        writeOut();
+        Calls().ScriptWrites(nullptr);
+        EXPECT_EQ(writes, allButDebug_.size());
+    }
 }
 
 TEST_F(Channels, AreNotFoundFromBeforeAForkUntilAfterIt) {
