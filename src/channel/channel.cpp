@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "base/clientwork.h"
 #include "base/renew.h"
 #include "bundlemgr/logsupport.h"
-#include "channel/filework.h"
 #include "channel/logfilename.h"
 #include "channel/ownrecord.h"
 #include "qv_base_log/loglevel.h"
@@ -22,7 +22,7 @@ TEDebugInfoBuf::TEDebugInfoBuf(const char* category, const uint32_t& queuebuflen
                                          logfilecount)) {}
 
 TEDebugInfoBuf::~TEDebugInfoBuf() {
-    const FileWork work;
+    const ClientWork work;
     try {
         Flush();
         logFile_.reset();  // here, where the thread cannot be cancelled
@@ -42,7 +42,7 @@ void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
         WriteDump(record, false);
         return;
     }
-    const FileWork work;
+    const ClientWork work;
     Acceptance acceptance(this);
     WaitingRecord waiting(FrameAhead(record, memory));
     acceptance.Done();
@@ -136,7 +136,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     if (!IsQueueFull()) {
         return;
     }
-    const FileWork work;
+    const ClientWork work;
     LogRecord notice = OwnRecord(LOG_LEVEL_1, "TEDebugInfoBuf::AppendOutputInfo",
                                  "Debug cache is full, force output execute.", __LINE__);
     const std::string context = ContextIfPossible();
@@ -172,7 +172,7 @@ void TEDebugInfoBuf::AppendFiltered(const LogRecord& record, CallMemory& memory)
 }
 
 void TEDebugInfoBuf::Flush() {
-    const FileWork work;
+    const ClientWork work;
     RecordQueue taken;
     {
         const Guard bufferGuard(bufferMutex_);
@@ -189,7 +189,7 @@ void TEDebugInfoBuf::Flush() {
 }
 
 void TEDebugInfoBuf::OutputAll() {
-    const FileWork work;
+    const ClientWork work;
     RecordQueue takenQueue;
     KeptRecords takenKept(keptCapacity_);
     {
@@ -219,7 +219,7 @@ void TEDebugInfoBuf::OutputAll() {
 }
 
 int TEDebugInfoBuf::ChangePath(const std::string& directory, const std::string& prefix) {
-    const FileWork work;
+    const ClientWork work;
     const Guard fileGuard(fileMutex_);
     return logFile_->ChangePath(directory, prefix);
 }
@@ -292,13 +292,13 @@ void TEDebugInfoBuf::SetFilePolicy(FilePolicy policy) {
 }
 
 void TEDebugInfoBuf::Rotate() {
-    const FileWork work;
+    const ClientWork work;
     const Guard fileGuard(fileMutex_);
     logFile_->Rotate();
 }
 
 void TEDebugInfoBuf::Reopen() {
-    const FileWork work;
+    const ClientWork work;
     const Guard fileGuard(fileMutex_);
     logFile_->Reopen();
 }
@@ -330,7 +330,7 @@ void TEDebugInfoBuf::WriteAll(const RecordQueue& records) {
 }
 
 void TEDebugInfoBuf::WriteDump(const LogRecord& trigger, bool withQueue) {
-    const FileWork work;
+    const ClientWork work;
     Acceptance acceptance(this);
     RecordQueue queued;
     KeptRecords dumped(keptCapacity_);

@@ -1,6 +1,7 @@
 // What the service says about itself through the platform's log proxy.
 #pragma once
 
+#include "base/clientwork.h"
 #include "bundlemgr/logproxy.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -29,7 +30,8 @@ class Diagnostic {
         : source_(&source), level_(level), text_(text), line_(line) {}
 
     // Fills `values` into the text and reports it. Where no proxy is offered, the text is printed
-    // with its placeholders as they are.
+    // with its placeholders as they are. The thread is not cancelled meanwhile: a client's record
+    // comes after the report of what is wrong with it.
     template <class... Values>
     void Report(Values... values) const;
 
@@ -50,6 +52,7 @@ class Diagnostic {
 
 template <class... Values>
 void Diagnostic::Report(Values... values) const {
+    const ClientWork work;
     source_->proxy()->SetPosition(source_->name, line_);
     source_->proxy()->Print(level_, text_, values...);
 }

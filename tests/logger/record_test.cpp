@@ -1,5 +1,9 @@
 // What a record says of its moment, its place and its text.
+#include <pthread.h>
+
+#include <cerrno>
 #include <climits>
+#include <thread>
 
 #include "bundlemgr/logsupport.h"
 #include "manager/managerfixture.h"
@@ -52,6 +56,24 @@ TEST_F(Record, ShowsTheThreadThatLoggedIt) {
     Manager().FlushAll();
     EXPECT_NE(expected, Frame(1, -1, "text"));
     EXPECT_EQ(Written("debug"), expected);
+}
+
+// The report of what is cut may be a cancellation point of the platform's.
+TEST_F(Record, OfACutMessageIsWrittenByAThreadThatWasCancelled) {
+    Diagnostics().onPrint = [](const std::string&) { ::pthread_testcancel(); };
+    bool isBehindTheCall = false;
+    std::thread([&isBehindTheCall] {
+        ::pthread_cancel(::pthread_self());
+        errno = ENOENT;
+        Debug()->LogFormat("f.cpp", "Run", 7, -1, "%5000d", 1);
+        isBehindTheCall = errno == ENOENT;
+        ::pthread_testcancel();
+        isBehindTheCall = false;
+    }).join();
+    Diagnostics().onPrint = nullptr;
+    EXPECT_TRUE(isBehindTheCall);
+    EXPECT_EQ(Diagnostics().Printed().size(), 1u);
+    EXPECT_NE(Written("debug").find("Detail: " + std::string(4095, ' ')), std::string::npos);
 }
 
 TEST_F(Record, ShowsTheMomentOfTheCallHoweverLateItIsWritten) {

@@ -1,4 +1,4 @@
-// Work on a log file that a client's thread does within its call.
+// Work for the service that a client's thread does within its call.
 #pragma once
 
 #include <pthread.h>
@@ -7,26 +7,26 @@
 
 namespace NS_LOG_SERVICE1 {
 
-// Hides the work on the file from the client.
+// Hides the work from the client.
 //
 // As long as the object lives, the thread cannot be cancelled. It ends at its next cancellation
-// point after the call. Writes and waits are cancellation points. If the thread ended there, other
-// threads would write its record from a stack that is gone, and the forced unwinding would end the
-// process at a catch (...).
+// point after the call. Writes and waits are cancellation points. If the thread ended there, its
+// record would be lost uncounted, other threads would write their records from a stack that is
+// gone, and the forced unwinding would end the process at a catch (...).
 //
 // The destructor restores errno: a client often logs a failure before it looks at errno again.
-class FileWork {
+class ClientWork {
   public:
-    FileWork() : errorBefore_(errno) {
+    ClientWork() : errorBefore_(errno) {
         ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelStateBefore_);
     }
-    ~FileWork() {
+    ~ClientWork() {
         ::pthread_setcancelstate(cancelStateBefore_, nullptr);
         errno = errorBefore_;
     }
 
-    FileWork(const FileWork&) = delete;
-    FileWork& operator=(const FileWork&) = delete;
+    ClientWork(const ClientWork&) = delete;
+    ClientWork& operator=(const ClientWork&) = delete;
 
   private:
     const int errorBefore_;
