@@ -6,12 +6,15 @@
 // `logger` is a LoggerIF*. When it is null, nothing is logged and the other arguments are not
 // evaluated. The strings for the file and the function are built when a call site is first reached,
 // and not again. They are never freed. Each macro is one statement. Throws what the operation of
-// the logger throws.
+// the logger throws, and std::bad_alloc when there is no memory for the strings: the operation is
+// not called then, and the record is not counted.
 //
-// Thread safety: any thread, also while the process exits.
+// Thread safety: any thread, also while the process exits, and in a child process.
 #pragma once
 
+#include <atomic>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "qv_base_log/loggerif.h"
@@ -31,6 +34,21 @@ struct LogCallSite {
         return separator == nullptr ? path : separator + 1;
     }
 
+    // Returns what `place` leads to, and makes it of the two names when that is nothing. Without a
+    // lock, which would be held for ever in a child that is forked while another thread makes it:
+    // of two threads that come at once, one makes it in vain. May throw std::bad_alloc.
+    static const LogCallSite& At(std::atomic<const LogCallSite*>& place, const char* path,
+                                 const char* functionName) {
+        const LogCallSite* site = place.load(std::memory_order_acquire);
+        if (site == nullptr) {
+            std::unique_ptr<const LogCallSite> made(new LogCallSite(path, functionName));
+            if (place.compare_exchange_strong(site, made.get(), std::memory_order_acq_rel)) {
+                site = made.release();
+            }
+        }
+        return *site;
+    }
+
     // As a record shows them.
     const std::string file;
     const std::string function;
@@ -43,8 +61,9 @@ struct LogCallSite {
     do {                                                                                       \
         ::NS_LOG_SERVICE1::LoggerIF* const qvLogTarget = (logger);                             \
         if (qvLogTarget != nullptr) {                                                          \
-            static const ::NS_LOG_SERVICE1::LogCallSite& qvLogSite =                           \
-                *new ::NS_LOG_SERVICE1::LogCallSite(__FILE__, __func__);                       \
+            static ::std::atomic<const ::NS_LOG_SERVICE1::LogCallSite*> qvLogPlace{nullptr};   \
+            const ::NS_LOG_SERVICE1::LogCallSite& qvLogSite =                                  \
+                ::NS_LOG_SERVICE1::LogCallSite::At(qvLogPlace, __FILE__, __func__);            \
             qvLogTarget->operation(qvLogSite.file, qvLogSite.function, __LINE__, __VA_ARGS__); \
         }                                                                                      \
     } while (false)
