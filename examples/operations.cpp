@@ -5,11 +5,16 @@
 
 #include "asn/asnobject.h"
 #include "qv_base_log/logmacros.h"
+#include "qv_base_log/logmaintenance.h"
+#include "qv_base_log/resultcode.h"
 #include "util/threadcontext.h"
 
+using NS_LOG_SERVICE1::FindLogMaintenance;
 using NS_LOG_SERVICE1::LOG_LEVEL_0;
 using NS_LOG_SERVICE1::LOG_LEVEL_2;
+using NS_LOG_SERVICE1::LOG_RESULT_OK;
 using NS_LOG_SERVICE1::LoggerIF;
+using NS_LOG_SERVICE1::LogMaintenanceInterface;
 
 // [message]
 void LogQuery(LoggerIF* logger, int elements, const std::string& user) {
@@ -44,6 +49,13 @@ void ForwardAlarms(LoggerIF* logger) {
     QV_LOG_ALARM(logger, alarms);
 }
 // [alarms]
+
+// [maintenance]
+bool QueueOutput(bool on) {
+    LogMaintenanceInterface* const maintenance = FindLogMaintenance();
+    return maintenance != nullptr && maintenance->SetQueuedOutput(on) == LOG_RESULT_OK;
+}
+// [maintenance]
 
 // [asn]
 void TraceMessage(LoggerIF* logger, NS_ASN1::AsnObject& message) {

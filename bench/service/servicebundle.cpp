@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "bundlemgr/corbaconfigitems.h"
-#include "bundlemgr/ifbuf.h"
 #include "harness/sample.h"
+#include "qv_base_log/logmaintenance.h"
 #include "qv_base_log/logservice.h"
 #include "util/threadcontext.h"
 
@@ -52,10 +52,7 @@ ServiceBundle::ServiceBundle(const std::string& directory, const std::string& co
         NS_REFERENCE_HOST::BundleEntry{"qv_base_log", QV_LIBRARY, {}});
     bundle_->Init();
     log_ = NS_LOG_SERVICE1::FindLogService();
-    const auto found = NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
-    if (!found.empty()) {
-        maintenance_ = dynamic_cast<NS_LOG_SERVICE1::LogMaintenanceInterface*>(found.front());
-    }
+    maintenance_ = NS_LOG_SERVICE1::FindLogMaintenance();
     if (log_ == nullptr || maintenance_ == nullptr) {
         throw std::runtime_error("the bundle has not registered its interfaces");
     }

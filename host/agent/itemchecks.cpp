@@ -182,9 +182,10 @@ ItemInForce CheckLogSwitch(const std::optional<std::string>& text) {
 
 ItemInForce CheckLogPath(const std::optional<std::string>& text, const std::string& share) {
     constexpr int kMadeByTheService = 3;
-    ItemInForce result{text && !text->empty() ? *text : share + "/log", {}};
+    const bool isGiven = text && !text->empty();
+    ItemInForce result{isGiven ? *text : share + "/log", {}};
     NS_UTIL::PathFormat(result.value);
-    if (result.value.front() != '/') {
+    if (isGiven && result.value.front() != '/') {
         result.warnings.emplace_back("is relative to the directory in which the agent is started");
     }
     int missing = 0;

@@ -6,24 +6,20 @@
 #include <vector>
 
 #include "agent/agenterror.h"
-#include "bundlemgr/ifbuf.h"
 #include "common/report.h"
+#include "qv_base_log/logmaintenance.h"
 
 namespace NS_REFERENCE_HOST {
 
 namespace {
 
+using NS_LOG_SERVICE1::FindLogMaintenance;
 using NS_LOG_SERVICE1::LogMaintenanceInterface;
 
 constexpr char kName[] = "qv_agent";
 
-LogMaintenanceInterface* FindAnyMaintenance() {
-    const auto found = NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
-    return found.empty() ? nullptr : dynamic_cast<LogMaintenanceInterface*>(found.front());
-}
-
 LogMaintenanceInterface* FindMaintenance() {
-    LogMaintenanceInterface* const maintenance = FindAnyMaintenance();
+    LogMaintenanceInterface* const maintenance = FindLogMaintenance();
     const bool isKnown = maintenance != nullptr &&
                          maintenance->GetVersion() >= NS_LOG_SERVICE1::LOG_MAINTENANCE_VERSION;
     return isKnown ? maintenance : nullptr;
@@ -37,7 +33,7 @@ ServiceKeeper::ServiceKeeper(NS_LOG_SERVICE1::LogFilePolicy policy)
 void ServiceKeeper::SetPolicy() const {
     if (LogMaintenanceInterface* const maintenance = FindMaintenance()) {
         maintenance->SetFilePolicy(policy_);
-    } else if (FindAnyMaintenance() != nullptr &&
+    } else if (FindLogMaintenance() != nullptr &&
                policy_ != NS_LOG_SERVICE1::LOG_FILE_POLICY_CONTRACT) {
         throw AgentError(ExitCode::BadConfiguration,
                          "the logging service is too old for the item \"logfilepolicy\"");

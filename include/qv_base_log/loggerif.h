@@ -23,10 +23,12 @@ namespace NS_LOG_SERVICE1 {
 // service ends.
 //
 // Errors: the logging operations report nothing to the caller. A record is lost when no log file
-// can be opened or a write fails. A file that is full within the second in which it was made loses
-// all its records, because the next file has the same name. LOG_FILE_POLICY_KEEP_RECORDS of the
-// maintenance interface continues the file instead. The service counts what is lost so. Queued
-// records are lost when the process dies. What the service meets at a file does not show in errno.
+// can be opened or a write fails, and, under LOG_FILE_POLICY_KEEP_RECORDS of the maintenance
+// interface, in the pause that follows. A file that is full within the second in which it was made
+// loses all its records, because the next file has the same name; that policy continues the file
+// instead. The service counts what is lost so. What is logged before its `init` is lost uncounted.
+// Queued records are lost when the process dies. What the service meets at a file does not show in
+// errno.
 //
 // Exceptions: std::bad_alloc, std::out_of_range where it is named below, and what the caller's own
 // objects throw (JSON values, ASN messages). LogAsnTrace and PrintAsn also pass on the platform's

@@ -32,7 +32,7 @@ struct ChannelStatus {
     std::string currentFile;     // empty while no file is open
     uint64_t recordsWritten;     // each in a frame of its own, or as the trigger of a dump
     uint64_t recordsDumped;      // kept back first, then written inside a dump
-    uint64_t recordsDropped;     // lost: no file could be opened, or a write failed
+    uint64_t recordsDropped;     // lost: no file, a failed write, or no memory
     uint64_t recordsEvicted;     // kept back, and lost for newer ones
     uint64_t recordsQueued;      // in the queue now
     uint64_t recordsQueuedMost;  // in the queue at most
@@ -192,9 +192,14 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // Returns the switches of the whole service.
     virtual LogSwitches GetSwitches() = 0;
 
-    // For a handler of a fatal signal: writes what is queued to the files that are open. Needs no
-    // memory and waits for no lock that may never be free, so it may not reach all. Takes at most
-    // two seconds, unless a write takes longer. The process is expected to end afterwards.
+    // For a process that dies of a signal: writes what is queued to the files that are open. Needs
+    // no memory and waits for no lock of the service that may never be free, so it may not reach
+    // all. Takes at most two seconds, unless a write takes longer. The process is expected to end
+    // afterwards.
+    //
+    // Call it on a thread that was made ready before, which the signal's handler wakes and awaits
+    // for a limited time, and not in the handler itself: the platform renders the times of the
+    // records, and may wait there for a lock that the interrupted thread holds.
     // REQUIRES: no other thread calls it at the same time.
     virtual void WriteQueuesBeforeDeath() noexcept = 0;
 };

@@ -66,6 +66,14 @@ TEST_F(ConfigurationCheck, TheShippedConfigurationHasNothingToComplainAbout) {
     EXPECT_THAT(result.output, HasSubstr("logfilesize = 20000000   (line "));
 }
 
+// Whoever writes a relative --share means it.
+TEST_F(ConfigurationCheck, TakesTheLogDirectoryOfARelativeShareAsItIs) {
+    Configure("bundles = qv_base_log\n");
+    const std::string share = std::filesystem::relative(Path());
+    const std::string part = PartAbout("logpath", Run({"--check-config", "--share", share}).output);
+    EXPECT_EQ(part, "logpath = " + share + "/log   (default)\n");
+}
+
 struct CheckedCase {
     std::string line;
     std::string inForce;

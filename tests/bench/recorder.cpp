@@ -9,19 +9,12 @@
 #include <thread>
 #include <vector>
 
-#include "bundlemgr/ifbuf.h"
 #include "qv_base_log/logmacros.h"
-#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logmaintenance.h"
 #include "qv_base_log/logservice.h"
 #include "support/files.h"
 
 namespace {
-
-NS_LOG_SERVICE1::LogMaintenanceInterface* FindMaintenance() {
-    const auto found = NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
-    return found.empty() ? nullptr
-                         : dynamic_cast<NS_LOG_SERVICE1::LogMaintenanceInterface*>(found.front());
-}
 
 void Record(NS_LOG_SERVICE1::LoggerIF* logger, int records) {
     for (int i = 0; i < records; ++i) {
@@ -44,7 +37,8 @@ void RecordOnThreads(NS_LOG_SERVICE1::LoggerIF* logger, int threads, int records
 // Whether the service was there.
 bool RecordThroughTheBundle(const std::string& mode, int threads, int records) {
     NS_LOG_SERVICE1::LogSvcInterface* const log = NS_LOG_SERVICE1::FindLogService();
-    NS_LOG_SERVICE1::LogMaintenanceInterface* const maintenance = FindMaintenance();
+    NS_LOG_SERVICE1::LogMaintenanceInterface* const maintenance =
+        NS_LOG_SERVICE1::FindLogMaintenance();
     if (log == nullptr || maintenance == nullptr) {
         return false;
     }

@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "bundlemgr/ifbuf.h"
-#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logmaintenance.h"
 #include "schedule/periodictasks.h"
 #include "support/otherservices.h"
 #include "support/servicefixture.h"
@@ -51,11 +50,7 @@ class MaintenanceTest : public ServiceTest {
 
     // Null while the interface is not offered.
     static NS_LOG_SERVICE1::LogMaintenanceInterface* Found() {
-        const auto found =
-            NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
-        return found.empty()
-                   ? nullptr
-                   : dynamic_cast<NS_LOG_SERVICE1::LogMaintenanceInterface*>(found.front());
+        return NS_LOG_SERVICE1::FindLogMaintenance();
     }
     static NS_LOG_SERVICE1::LogMaintenanceInterface& Maintenance() { return *Found(); }
 

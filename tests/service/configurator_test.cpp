@@ -11,8 +11,7 @@
 
 #include "bundlemgr/bundlemgr.h"
 #include "bundlemgr/corbaconfigitems.h"
-#include "bundlemgr/ifbuf.h"
-#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logmaintenance.h"
 #include "qv_base_log/logservice.h"
 #include "support/asnmessages.h"
 #include "support/environment.h"
@@ -57,9 +56,7 @@ class Configurator : public NS_TEST::DirectoryTest {
     // how many records they have logged.
     uint64_t LiveUnderClients() const {
         EXPECT_EQ(Load("log_service"), 0);
-        auto* const maintenance = dynamic_cast<LogMaintenanceInterface*>(
-            NS_BUNDLEMGR1::CheckIFBuf(LOG_MAINTENANCE_INTERFACE_NAME).front());
-        maintenance->SetFilePolicy(
+        FindLogMaintenance()->SetFilePolicy(
             LOG_FILE_POLICY_KEEP_RECORDS);  // lives of one second share a file
         std::atomic<uint64_t> logged{0};
         std::atomic<bool> stops{false};

@@ -17,10 +17,9 @@
 #include <thread>
 #include <vector>
 
-#include "bundlemgr/ifbuf.h"
 #include "logimpl.h"
 #include "qv_base_log/loggerif.h"
-#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logmaintenance.h"
 #include "qv_base_log/logservice.h"
 #include "stress/books.h"
 #include "stress/stalls.h"
@@ -59,10 +58,7 @@ class Service {
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    static LogMaintenanceInterface& Maintenance() {
-        return *dynamic_cast<LogMaintenanceInterface*>(
-            NS_BUNDLEMGR1::CheckIFBuf(LOG_MAINTENANCE_INTERFACE_NAME).front());
-    }
+    static LogMaintenanceInterface& Maintenance() { return *FindLogMaintenance(); }
 
   private:
     ACE_Service_Object_Exterminator free_ = nullptr;

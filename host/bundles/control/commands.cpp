@@ -13,7 +13,7 @@
 #include "control/request.h"
 #include "control/resulttext.h"
 #include "control/statusdata.h"
-#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logmaintenance.h"
 #include "qv_base_log/logservice.h"
 #include "qv_base_log/resultcode.h"
 
@@ -25,9 +25,7 @@ using NS_LOG_SERVICE1::LogMaintenanceInterface;
 using NS_LOG_SERVICE1::LogSvcInterface;
 
 LogMaintenanceInterface& FindMaintenance() {
-    const auto found = NS_BUNDLEMGR1::CheckIFBuf(NS_LOG_SERVICE1::LOG_MAINTENANCE_INTERFACE_NAME);
-    auto* const maintenance =
-        found.empty() ? nullptr : dynamic_cast<LogMaintenanceInterface*>(found.front());
+    LogMaintenanceInterface* const maintenance = NS_LOG_SERVICE1::FindLogMaintenance();
     if (maintenance == nullptr) {
         throw RequestError("the agent runs no logging service that can be maintained");
     }

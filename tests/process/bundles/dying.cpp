@@ -13,9 +13,8 @@
 #include <string>
 #include <thread>
 
-#include "bundlemgr/ifbuf.h"
 #include "bundlemgr/serviceobjectbase.h"
-#include "qv_base_log/logmaintenanceinterface.h"
+#include "qv_base_log/logmaintenance.h"
 #include "qv_base_log/logservice.h"
 
 namespace {
@@ -110,9 +109,7 @@ class Dying : public NS_BUNDLEMGR1::ServiceObjectBase {
         for (const char* category : {"corbaoper", "corbasys", "corba_alarm", "debug"}) {
             Logger(category).Log("f", "g", 1, 1, "at once");
         }
-        auto* const maintenance = dynamic_cast<LogMaintenanceInterface*>(
-            NS_BUNDLEMGR1::CheckIFBuf(LOG_MAINTENANCE_INTERFACE_NAME).front());
-        maintenance->SetQueuedOutput(true);
+        FindLogMaintenance()->SetQueuedOutput(true);
         QueueRecords();
         // One that waits for ever for a lock is not held up by them, and they take all the time.
         if (how != "lock") {
