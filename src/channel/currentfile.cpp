@@ -162,7 +162,14 @@ bool CurrentFile::ContinueIn(const std::string& name) {
 // Cuts off a torn record at the end of a file that is continued, and writes the creation line. A
 // new file that cannot take the line is removed again.
 std::error_code CurrentFile::BeginText(FileStream& next, const std::string& path) {
-    std::error_code error = next.CutBack(next.SizeFound() == 0 ? 0 : TornEndSize(next));
+    uint64_t torn = 0;
+    std::error_code error;
+    if (next.SizeFound() != 0) {
+        error = FindTornEnd(next, torn);
+    }
+    if (!error) {
+        error = next.CutBack(torn);
+    }
     if (error) {
         return error;
     }

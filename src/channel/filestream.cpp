@@ -122,25 +122,32 @@ std::error_code FileStream::CutBack(size_t size) {
 }
 
 std::error_code FileStream::Cut(off_t end) {
-    if (::ftruncate(descriptor_, end) != 0) {
+    int result = 0;
+    do {
+        result = ::ftruncate(descriptor_, end);
+    } while (result != 0 && errno == EINTR);
+    if (result != 0) {
         return LastError();
     }
     end_ = end;
     return {};
 }
 
-size_t FileStream::Read(uint64_t offset, char* bytes, size_t size) const {
-    size_t length = 0;
-    while (length < size) {
-        const ssize_t got = ::pread(descriptor_, bytes + length, size - length,
-                                    static_cast<off_t>(offset + length));
+ReadResult FileStream::Read(uint64_t offset, char* bytes, size_t size) const {
+    ReadResult result;
+    while (result.length < size) {
+        const ssize_t got = ::pread(descriptor_, bytes + result.length, size - result.length,
+                                    static_cast<off_t>(offset + result.length));
         if (got > 0) {
-            length += static_cast<size_t>(got);
-        } else if (got == 0 || errno != EINTR) {
+            result.length += static_cast<size_t>(got);
+        } else if (got == 0) {
+            break;
+        } else if (errno != EINTR) {
+            result.error = LastError();
             break;
         }
     }
-    return length;
+    return result;
 }
 
 bool FileStream::IsSameFile(const std::string& path) const {

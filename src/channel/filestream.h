@@ -20,6 +20,13 @@ struct WriteResult {
     std::error_code error;
 };
 
+// The result of a read. `length` is the number of bytes that were read: all that were asked for,
+// unless the file ends there or there is an error.
+struct ReadResult {
+    size_t length = 0;
+    std::error_code error;
+};
+
 // Tells files apart, whatever their names.
 struct FileIdentity {
     dev_t device = 0;
@@ -80,9 +87,8 @@ class FileStream {
     // Removes the last `size` bytes of the file.
     std::error_code CutBack(size_t size);
 
-    // Reads up to `size` bytes from `offset` on. Returns how many were read. REQUIRES: Continue has
-    // opened the file.
-    size_t Read(uint64_t offset, char* bytes, size_t size) const;
+    // Reads up to `size` bytes from `offset` on. REQUIRES: Continue has opened the file.
+    ReadResult Read(uint64_t offset, char* bytes, size_t size) const;
 
     // Whether `path` names the open file.
     bool IsSameFile(const std::string& path) const;

@@ -19,7 +19,8 @@ class TornEnd : public FrozenClockTest {
         WriteFile(Path("file"), text);
         FileStream stream;
         EXPECT_FALSE(stream.Continue(Path("file"), 0640));
-        const size_t torn = TornEndSize(stream);
+        uint64_t torn = 0;
+        EXPECT_FALSE(FindTornEnd(stream, torn));
         EXPECT_LE(torn, text.size());
         return text.substr(0, text.size() - torn);
     }
@@ -62,6 +63,25 @@ TEST_F(TornEnd, MayBeLongOrFullOfZeros) {
     const std::string lines = "<2>\n" + std::string(300000, 'x') + "\n" + std::string(70000, 'y');
     EXPECT_EQ(WholeOf(before + lines), before);
     EXPECT_EQ(WholeOf(before + std::string(5000, '\0')), before);
+}
+
+// A dump with many ASN messages is longer than any other piece. The borders of the parts in which
+// the file is read lie anywhere in its tags.
+TEST_F(TornEnd, MayBeLongerThanTheLargestPartThatIsRead) {
+    constexpr size_t kLargestPart = size_t{16} * 1024 * 1024;
+    const std::string before = Created() + Frame(1, "one") + ShortFrame("short");
+    const std::string line = std::string(1023, 'x') + "\n";
+    std::string lines;
+    while (lines.size() < 2 * kLargestPart + 5000) {
+        lines += line;
+    }
+    EXPECT_TRUE(WholeOf(before + "<2>\n" + lines) == before);
+    for (size_t tagBeforeBorder = 0; tagBeforeBorder <= 5; ++tagBeforeBorder) {
+        const std::string torn = ("<2>\n" + lines).substr(0, kLargestPart + tagBeforeBorder);
+        EXPECT_TRUE(WholeOf(before + torn) == before) << tagBeforeBorder;
+    }
+    const std::string whole = before + "<2>\n" + lines + "</2>\n\n";
+    EXPECT_TRUE(WholeOf(whole + "<3>\n" + lines) == whole);
 }
 
 // Such a file is nobody's log; only the line that is written next must begin at its beginning.

@@ -142,6 +142,15 @@ int Truncate(int descriptor, off_t size) {
                             : Refuse(*fault);
 }
 
+ssize_t Read(int descriptor, void* bytes, size_t size, off_t offset) {
+    const Fault* const fault = IsWatched(descriptor) ? Meet(FaultyCall::READ) : nullptr;
+    if (fault != nullptr && fault->error != 0) {
+        return Refuse(*fault);
+    }
+    const size_t wanted = fault == nullptr ? size : std::min(size, fault->bytes);
+    return syscall(SYS_pread64, descriptor, bytes, wanted, offset);
+}
+
 int64_t StandingSecond() {
     Plan& plan = ThePlan();
     return plan.stepIsDue.exchange(false) ? plan.second.fetch_add(plan.step) : plan.second.load();
@@ -156,6 +165,7 @@ Fault ParseFault(const std::string& text) {
     fault.call = call == "write"   ? FaultyCall::WRITE
                  : call == "open"  ? FaultyCall::OPEN
                  : call == "close" ? FaultyCall::CLOSE
+                 : call == "read"  ? FaultyCall::READ
                                    : FaultyCall::TRUNCATE;
     char colon = 0;
     in >> fault.first >> colon >> fault.last >> colon >> fault.error >> colon >> fault.bytes >>
@@ -280,6 +290,10 @@ int close(int descriptor) {
 
 int ftruncate(int descriptor, off_t size) noexcept {
     return NS_TEST::Truncate(descriptor, size);
+}
+
+ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset) {
+    return NS_TEST::Read(descriptor, bytes, size, offset);
 }
 
 time_t time(time_t* result) noexcept {

@@ -9,8 +9,8 @@
 
 namespace NS_TEST {
 
-enum class FaultyCall { WRITE, OPEN, CLOSE, TRUNCATE };
-constexpr size_t kFaultyCalls = 4;
+enum class FaultyCall { WRITE, OPEN, CLOSE, TRUNCATE, READ };
+constexpr size_t kFaultyCalls = 5;
 
 // What becomes of some calls of one kind. They are counted from 1, and only those count that are
 // about files below the watched directory that were opened to be written.
@@ -45,6 +45,6 @@ void HurryMonotonicClock(int64_t seconds);
 // Preloaded into another program, the library takes its orders from the environment, and says at
 // the end on standard error how many faults there were:
 //     QV_FAULTS_BELOW=DIRECTORY  QV_FAULTS=CALL:FIRST:LAST:ERROR:BYTES:KILLS[,...]
-// CALL is write, open, close or truncate; the others are numbers as above.
+// CALL is write, open, close, truncate or read; the others are numbers as above.
 
 }  // namespace NS_TEST

@@ -1,4 +1,4 @@
-// A file of an earlier process that cannot be cut.
+// A file of an earlier process that cannot be read or cut.
 #include <cerrno>
 #include <fstream>
 
@@ -21,10 +21,10 @@ class Truncation : public FaultsTest {
     }
 
     // Starts the service again in the second in which it was started, so that it finds the file.
-    // The first truncation fails.
-    void BeginAgain(LogFilePolicy policy) {
+    void BeginAgain(LogFilePolicy policy,
+                    const std::vector<Fault>& faults = {{FaultyCall::TRUNCATE, 1, 1, EIO}}) {
         StopClock(kStart, 1);
-        PlanFaults(Path("log"), {{FaultyCall::TRUNCATE, 1, 1, EIO}});
+        PlanFaults(Path("log"), faults);
         Start();
         Maintenance().SetFilePolicy(policy);
     }
@@ -66,6 +66,35 @@ TEST_F(Truncation, ThatFailsLeavesAFileWithATornEnd) {
     EXPECT_NE(Channel("corbaoper").currentFile, path);
     End();
     EXPECT_EQ(ReadFile(path), torn);
+}
+
+TEST_F(Truncation, ThatIsInterruptedIsTriedAgain) {
+    for (const LogFilePolicy policy : {LOG_FILE_POLICY_CONTRACT, LOG_FILE_POLICY_KEEP_RECORDS}) {
+        LeaveFile(policy, "<2>\ntorn");
+        BeginAgain(policy, {{FaultyCall::TRUNCATE, 1, 2, EINTR}});
+        LogNext(1);
+        EXPECT_EQ(FaultsSoFar(), 2u);
+        EXPECT_EQ(Channel("corbaoper").recordsDropped, 0u);
+        EXPECT_EQ(ReadFile(OnlyFile()).find("torn"), std::string::npos);
+        End();
+    }
+}
+
+// Of what cannot be read it is not known whether it is torn.
+TEST_F(Truncation, IsNotTriedOfAFileWhoseEndCannotBeRead) {
+    LeaveFile(LOG_FILE_POLICY_KEEP_RECORDS, "");
+    const std::string path = OnlyFile();
+    const std::string whole = ReadFile(path);
+    BeginAgain(LOG_FILE_POLICY_KEEP_RECORDS,
+               {{FaultyCall::READ, 1, 1, 0, 20}, {FaultyCall::READ, 2, 2, EIO}});
+    LogNext(1);
+    EXPECT_EQ(FaultsSoFar(), 2u);
+    EXPECT_EQ(Channel("corbaoper").recordsDropped, 1u);
+    EXPECT_EQ(Channel("corbaoper").lastError, EIO);
+    LogNext(1);
+    EXPECT_NE(Channel("corbaoper").currentFile, path);
+    End();
+    EXPECT_EQ(ReadFile(path), whole);
 }
 
 }  // namespace
