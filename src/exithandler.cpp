@@ -12,12 +12,16 @@ namespace {
 // Milliseconds. A slow disk is given this long to take what is written to it just now.
 constexpr int64_t kLongestWait = 10000;
 
+// Allocates nothing where nothing is queued: a signal handler may have called exit.
 void WriteQueues(LogMgr& manager) {
     const Deadline deadline(kLongestWait);
     manager.outputmode = kDirectOutput;
-    manager.Channels().ForEach([&deadline](const std::string& /*name*/, TEDebugInfoBuf& channel) {
-        if (channel.Statistics().queued.Get() != 0 && channel.AwaitFree(deadline)) {
-            channel.Flush();
+    manager.Channels().ForEach([&deadline](const char* /*name*/, TEDebugInfoBuf& channel) {
+        try {
+            if (channel.Statistics().queued.Get() != 0 && channel.AwaitFree(deadline)) {
+                channel.Flush();
+            }
+        } catch (...) {  // NOLINT: there is nobody left to tell, and there are other channels
         }
     });
 }
@@ -34,10 +38,7 @@ class ExitHandler {
         ModuleSwitchTable::KeepForGood();
         const LockGuard<ACE_Recursive_Thread_Mutex> guard(*StaticObjectLock());
         if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-            try {
-                WriteQueues(*manager);
-            } catch (...) {  // NOLINT: there is nobody left to tell
-            }
+            WriteQueues(*manager);
         }
     }
 };

@@ -1,6 +1,7 @@
 #include "channel/channelmap.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "base/deadline.h"
@@ -55,7 +56,17 @@ TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
 
 void ChannelMap::FlushAll() {
     const LockGuard<Mutex> guard(mutex_);
-    ForEachLocked([](TEDebugInfoBuf& channel) { channel.Flush(); });
+    std::exception_ptr first;
+    ForEachLocked([&first](TEDebugInfoBuf& channel) {
+        try {
+            channel.Flush();
+        } catch (...) {
+            first = first == nullptr ? std::current_exception() : first;
+        }
+    });
+    if (first != nullptr) {
+        std::rethrow_exception(first);
+    }
 }
 
 // A channel whose mutex is held for ever must not take the time of the others: all are tried

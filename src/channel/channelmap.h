@@ -39,7 +39,7 @@ class ChannelMap {
 
     // Writes out the queue of each channel, in the order of the names. Holds the map's mutex
     // meanwhile; who only looks for a channel does not wait for it. To flush without the mutex,
-    // call Flush in ForEach.
+    // call Flush in ForEach. An exception of one channel comes out when all have been written.
     void FlushAll() EXCLUDES(mutex_);
 
     // Sets the policy of all channels, also of those that Create makes later. Waits for writes that

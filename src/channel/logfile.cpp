@@ -248,18 +248,27 @@ template <class Records>
 Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteResult& failed) {
     Records lost = first;
     size_t whole = 0;
+    std::exception_ptr refusal;
     recordNumber_ = numberBefore;
-    for (;; lost.Next()) {
-        frames_.CutTo(0);  // the frames were made before: the memory for them is there
-        lost.AppendTo(*this);
-        if (whole + frames_.Size() > failed.written) {
-            break;
+    try {
+        for (;; lost.Next()) {
+            frames_.CutTo(0);  // the frames were made before: the memory for them is there
+            lost.AppendTo(*this);
+            if (whole + frames_.Size() > failed.written) {
+                break;
+            }
+            whole += frames_.Size();
+            lost.MarkDone();
         }
-        whole += frames_.Size();
-        lost.MarkDone();
+    } catch (...) {
+        refusal = std::current_exception();  // the platform's, which renders the times again
     }
     file_.KeepOnly(whole, failed);
     statistics_.recordsWritten.Add(recordNumber_ - numberBefore - 1);
+    if (refusal != nullptr) {
+        LeaveFailedFile();
+        std::rethrow_exception(refusal);
+    }
     return Lose(lost, frames_.Size(), failed.error);
 }
 
@@ -383,8 +392,9 @@ void LogFile::RotateIfFull() noexcept {
     }
     try {
         file_.BeginNext();
-    } catch (...) {
+    } catch (const std::bad_alloc&) {
         file_.NoteNoMemory();
+    } catch (...) {  // NOLINT: the platform's; the next record asks it again
     }
 }
 

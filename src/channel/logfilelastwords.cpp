@@ -1,5 +1,6 @@
 // What a log file writes when its process dies.
 #include <cstdint>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -7,6 +8,18 @@
 #include "channel/logfile.h"
 
 namespace NS_LOG_SERVICE1 {
+namespace {
+
+// Nothing when the platform throws: one record without a time must not cost the others.
+std::optional<FrameStamp> StampBeforeDeath(LastWords& memory, const LogRecord& record) {
+    try {
+        return memory.stamps.Of(record);
+    } catch (...) {  // NOLINT: counts as dropped
+        return std::nullopt;
+    }
+}
+
+}  // namespace
 
 bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
                                const Deadline& deadline) {
@@ -20,15 +33,18 @@ bool LogFile::WriteBeforeDeath(const RecordQueue& records, LastWords& memory,
     bool succeeds = true;
     memory.frames.Clear();
     for (auto next = records.begin(); succeeds && next != records.end(); ++next) {
+        ++recordNumber_;
         const LogRecord record = *next;
-        const FrameStamp stamp = memory.stamps.Of(record);
-        const size_t size = RecordSizeAtMost(stamp, record);
+        const std::optional<FrameStamp> stamp = StampBeforeDeath(memory, record);
+        if (!stamp) {
+            continue;
+        }
+        const size_t size = RecordSizeAtMost(*stamp, record);
         if (!memory.frames.HasRoomFor(size)) {
             succeeds = WriteLastPiece(memory, inPiece) && !deadline.IsOver();
         }
-        ++recordNumber_;
         if (succeeds && memory.frames.HasRoomFor(size)) {
-            AppendRecord(memory.frames, Number(), stamp, record);
+            AppendRecord(memory.frames, Number(), *stamp, record);
             ++inPiece;
         }
     }

@@ -1,7 +1,10 @@
 // The service's entry with a platform that watches what it is given, and fails when it is told to:
 // this program has some of the platform's functions in its own hands.
 #include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,12 +13,15 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#include "channel/systemcalls.h"
 #include "service/serviceobjectfixture.h"
 #include "support/allocations.h"
 
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::ServiceInterface;
+using NS_LOG_SERVICE1::FilePolicy;
 using NS_LOG_SERVICE1::qv_base_log;
+using NS_LOG_SERVICE1::TEDebugInfoBuf;
 using namespace NS_TEST;
 using namespace testing;
 
@@ -187,6 +193,68 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordLeavesTheFileOpenAtTheEnd)
     End(object);
     EXPECT_THAT(Written("corba_alarm"), ElementsAre("one"));
     EXPECT_THAT(LogFileText(), Not(HasSubstr("File close")));
+}
+
+TEST_F(PlatformFailure, ToRenderTheTimeOfALostRecordLeavesNoTornOneInTheFile) {
+    qv_base_log* const object = MakeAndInit();
+    TEDebugInfoBuf& channel = *Manager().Channels().Find("corba_alarm");
+    channel.SetFilePolicy(FilePolicy::kKeepRecords);
+    Log("zero");
+    const size_t sizeBefore = LogFileText().size();
+    Manager().outputmode = 1;
+    Log("whole");
+    Log("torn");
+    Log("behind it");
+    g_refusedStamp = g_stamps + 5;  // of the torn one, when it is rendered again
+    {
+        const FileSizeLimit limit(sizeBefore + 400);
+        EXPECT_THROW(channel.Flush(), std::runtime_error);
+    }
+    EXPECT_EQ(g_stamps, g_refusedStamp);
+    EXPECT_THAT(Written("corba_alarm"), ElementsAre("zero", "whole"));
+    EXPECT_THAT(LogFileText(), EndsWith("</2>\n\n"));
+    EXPECT_EQ(channel.FileStatistics().recordsWritten.Get(), 2u);
+    EXPECT_EQ(channel.Dropped(), 2u);
+    End(object);
+}
+
+TEST_F(PlatformFailure, ToRenderATimeBeforeDeathCostsThatRecordAlone) {
+    qv_base_log* const object = MakeAndInit();
+    Log("zero");
+    Manager().outputmode = 1;
+    Log("one");
+    Log("two");
+    Log("three");
+    g_refusedStamp = g_stamps + 2;
+    Manager().Channels().WriteBeforeDeath();
+    EXPECT_THAT(Written("corba_alarm"), ElementsAre("zero", "one", "three"));
+    EXPECT_EQ(Manager().Channels().Find("corba_alarm")->Dropped(), 1u);
+    End(object);
+}
+
+TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWritten) {
+    qv_base_log* const object = MakeAndInit();
+    Manager().outputmode = 1;
+    Log("refused");
+    Manager().GetLogger("a", "b", "corbasys")->Log("f.cpp", "Run", 7, 1, "written");
+    g_refusedStamp = 1;
+    EXPECT_THROW(Manager().FlushAll(), std::runtime_error);
+    EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
+    End(object);
+}
+
+TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWrittenAtExit) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        MakeAndInit();
+        Manager().outputmode = 1;
+        Log("refused");
+        Manager().GetLogger("a", "b", "corbasys")->Log("f.cpp", "Run", 7, 1, "written");
+        g_refusedStamp = g_stamps + 1;
+        std::exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
+    EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
 }
 
 // There is no channel yet into which the exception could be reported.
