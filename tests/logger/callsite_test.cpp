@@ -1,46 +1,12 @@
-// Two threads that reach the place of a call for the first time. Replaces operator new.
+// Two threads that reach the place of a call for the first time.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <thread>
 
 #include "manager/managerfixture.h"
 #include "qv_base_log/logmacros.h"
+#include "support/allocations.h"
 #include "support/recordinglogger.h"
-
-namespace {
-
-thread_local bool holdsNextAllocation = false;
-std::atomic<bool> isAllocationHeld{false};
-std::atomic<bool> isReleased{false};
-
-void AwaitTrue(const std::atomic<bool>& condition) {
-    while (!condition) {
-        std::this_thread::yield();
-    }
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (holdsNextAllocation) {
-        holdsNextAllocation = false;
-        isAllocationHeld = true;
-        AwaitTrue(isReleased);
-    }
-    if (void* const memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -74,13 +40,15 @@ void LogHere(LoggerIF* logger, const std::string& text) {
 TEST_F(CallSite, IsNotLockedWhileAnotherThreadReachesItForTheFirstTime) {
     const std::string text = "text";
     std::thread first([this, &text] {
-        holdsNextAllocation = true;
+        NS_TEST::HoldNextAllocation();
         LogHere(&first_, text);
     });
-    AwaitTrue(isAllocationHeld);
+    while (!NS_TEST::IsAllocationHeld()) {
+        std::this_thread::yield();
+    }
     LogHere(&second_, text);
     EXPECT_EQ(second_.name, "callsite_test.cpp");
-    isReleased = true;
+    NS_TEST::ReleaseAllocation();
     first.join();
     EXPECT_EQ(first_.name, "callsite_test.cpp");
     EXPECT_EQ(first_.place, second_.place);

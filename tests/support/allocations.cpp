@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <thread>
 
 namespace {
 
@@ -11,6 +12,17 @@ std::atomic<long> g_live{0};
 thread_local NS_TEST::Allocations g_allocations;
 thread_local long g_successesLeft = -1;
 thread_local bool g_failsOnce = false;
+thread_local bool g_holdsNext = false;
+std::atomic<bool> g_held{false};
+
+void WaitIfHeld() {
+    if (g_holdsNext) {
+        g_holdsNext = false;
+        for (g_held = true; g_held;) {
+            std::this_thread::yield();
+        }
+    }
+}
 
 void* Allocate(std::size_t size) noexcept {
     void* const block = std::malloc(size == 0 ? 1 : size);
@@ -23,6 +35,7 @@ void* Allocate(std::size_t size) noexcept {
 }
 
 void* AllocateOrThrow(std::size_t size) {
+    WaitIfHeld();
     if (g_successesLeft == 0) {
         g_successesLeft = g_failsOnce ? -1 : 0;
         throw std::bad_alloc();
@@ -73,6 +86,18 @@ void FailNextAllocation() {
 void FailOneAllocationAfter(long successes) {
     g_successesLeft = successes;
     g_failsOnce = true;
+}
+
+void HoldNextAllocation() {
+    g_holdsNext = true;
+}
+
+bool IsAllocationHeld() {
+    return g_held;
+}
+
+void ReleaseAllocation() {
+    g_held = false;
 }
 
 }  // namespace NS_TEST

@@ -28,4 +28,9 @@ void FailAllocationsAfter(long successes);
 void FailNextAllocation();
 void FailOneAllocationAfter(long successes);
 
+// The calling thread's next allocation waits until it is released.
+void HoldNextAllocation();
+bool IsAllocationHeld();
+void ReleaseAllocation();
+
 }  // namespace NS_TEST
