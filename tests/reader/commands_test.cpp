@@ -153,6 +153,27 @@ TEST_F(Prune, KeepsWhatFitsIntoASize) {
     EXPECT_THAT(Left(), ElementsAre("a3", "a4"));
 }
 
+TEST_F(Prune, CountsAFileOnceThatSeveralPathsLeadTo) {
+    std::filesystem::create_directory_symlink(Path(), Path("link"));
+    EXPECT_EQ(Run({"prune", "--keep", "4", Path(), Path("."), Path(LogName("a", 4, kNobody)),
+                   Path("link")})
+                  .exitCode,
+              1);
+    EXPECT_EQ(Run({"prune", "--max-bytes", "5000", Path(), Path("link")}).exitCode, 1);
+    EXPECT_EQ(Left().size(), 5U);
+}
+
+// In names the time has no zone. When summer time ends, the hour from two to three comes twice.
+TEST_F(Prune, KnowsTheNewerFileOfTheHourThatComesTwice) {
+    const std::string first = "unbi_c_20261025_025000_2147483646.log";
+    const std::string second = "unbi_c_20261025_021000_2147483646.log";
+    WriteFile(Path(first), "File create at 2026-10-25T02:50:00.000000+02:00.\n");
+    WriteFile(Path(second), "File create at 2026-10-25T02:10:00.000000+01:00.\n");
+    EXPECT_EQ(Run({"prune", "--keep", "1", Path(first), Path(second)}).output,
+              "removed " + Path(first) + " (49 bytes)\n");
+    EXPECT_TRUE(std::filesystem::exists(Path(second)));
+}
+
 TEST_F(Prune, RemovesWhatIsOld) {
     const timeval times[2] = {{1000, 0}, {1000, 0}};
     ASSERT_EQ(::utimes(Path(LogName("a", 3, kNobody)).c_str(), times), 0);
