@@ -86,6 +86,20 @@ TEST_F(Verify, SumsUpEachSeries) {
     EXPECT_EQ(Run({"verify", Path()}).exitCode, 2);
 }
 
+TEST_F(Verify, OfNothingIsNoSuccess) {
+    for (const std::string words : {"verify", "verify --json"}) {
+        std::vector<std::string> all = SplitText(words, ' ');
+        all.push_back(Path());
+        const ProgramResult result = Run(all);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors, "qvlog: no log files\n");
+    }
+    const ProgramResult missing = Run({"verify", Path("none")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.errors, "qvlog: " + Path("none") + ": No such file or directory\n");
+}
+
 class Stats : public ReaderProgram {};
 
 TEST_F(Stats, ShowNothingThatATerminalWouldObey) {
