@@ -1,9 +1,11 @@
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <limits>
+#include <set>
 
 #include "command/addedcommands.h"
 #include "command/helptext.h"
@@ -19,7 +21,7 @@ namespace {
 struct Words {
     std::string since;
     std::string until;
-    std::string level;
+    std::vector<std::string> levels;
     std::string olderThan;
     std::string maxBytes;
     std::vector<std::string> sources;
@@ -31,6 +33,23 @@ struct Words {
 // The conversion would make a huge number of it.
 std::string RefuseMinus(const std::string& text) {
     return text.rfind('-', 0) == 0 ? "'" + text + "' is less than 0" : "";
+}
+
+// May be given several times, each time with one value.
+template <class Values>
+void AddAny(CLI::App& app, const char* name, Values& values, const char* description,
+            const char* type) {
+    app.add_option(name, values, description)
+        ->type_name(type)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void AddOnce(CLI::App& app, const char* name, std::string& value, const char* description,
+             const char* type) {
+    app.add_option(name, value, description)
+        ->type_name(type)
+        ->multi_option_policy(CLI::MultiOptionPolicy::Throw);
 }
 
 // Thread safety: one thread.
@@ -45,7 +64,6 @@ class CommandLine {
   private:
     void AddStore(CLI::App& app);
     void AddSelection(CLI::App& app);
-    void AddFields(CLI::App& app);
     void AddPaths(CLI::App& app);
     void AddShow();
     void AddVerify();
@@ -57,10 +75,14 @@ class CommandLine {
     CLI::App* AddCommand(const char* name, const char* description, Command command);
     void Complete();
     void CompletePaths();
+    void Share(CLI::App& app);
+    bool CountsBefore(const CLI::App& command, const CLI::Option& option) const;
+    void RefuseWordsBeforeCommand() const;
 
     CLI::App parser_;
     Options options_;
     Words words_;
+    std::set<const CLI::Option*> shared_;  // mean the same before a command and after it
 };
 
 CommandLine::CommandLine() : parser_(kHelpDescription, "qvlog") {
@@ -85,61 +107,46 @@ void CommandLine::AddPaths(CLI::App& app) {
 }
 
 void CommandLine::AddStore(CLI::App& app) {
-    app.add_option("--store", options_.store, "Ask the store instead of files: postgresql://...")
-        ->type_name("URL");
-    app.add_option("--host", options_.selection.hosts,
-                   "In a store: the hosts; * stands for anything")
-        ->type_name("NAME")
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    AddOnce(app, "--store", options_.store, "Ask the store instead of files: postgresql://...",
+            "URL");
+    AddAny(app, "--host", options_.selection.hosts, "In a store: the hosts; * stands for anything",
+           "NAME");
+    Share(app);
 }
 
 void CommandLine::AddSelection(CLI::App& app) {
     AddStore(app);
-    const auto all = CLI::MultiOptionPolicy::TakeAll;
     Selection& selection = options_.selection;
-    app.add_option("-S,--since", words_.since, "Records of this time and later")->type_name("TIME");
-    app.add_option("-U,--until", words_.until, "Records before this time")->type_name("TIME");
-    app.add_option("-l,--level", words_.level, "Levels: 0, 0..2, 0,3, short, asn")
-        ->type_name("LEVELS");
-    app.add_option("--category", selection.categories, "Categories; * stands for anything")
-        ->type_name("NAME")
-        ->allow_extra_args(false)
-        ->multi_option_policy(all);
-    app.add_option("--process", selection.processes, "Process numbers")
-        ->type_name("N")
-        ->allow_extra_args(false)
-        ->multi_option_policy(all);
-    AddFields(app);
-    app.add_option("-g,--grep", selection.pattern,
-                   "Records whose header or detail matches; a pattern\n"
-                   "without capitals ignores case")
-        ->type_name("REGEX");
+    AddOnce(app, "-S,--since", words_.since, "Records of this time and later", "TIME");
+    AddOnce(app, "-U,--until", words_.until, "Records before this time", "TIME");
+    AddAny(app, "-l,--level", words_.levels, "Levels: 0, 0..2, 0,3, short, asn", "LEVELS");
+    AddAny(app, "--category", selection.categories, "Categories; * stands for anything", "NAME");
+    AddAny(app, "--process", selection.processes, "Process numbers", "N");
+    AddAny(app, "--operation", selection.operations, "Operation identifiers", "ID");
+    AddAny(app, "--interface", selection.interfaces, "Interface names", "NAME");
+    AddAny(app, "--user", selection.users, "Users", "NAME");
+    AddAny(app, "--thread", selection.threads, "Thread numbers, as after T:", "N");
+    AddAny(app, "--source", words_.sources, "Where in the source it was logged", "FILE[:LINE]");
+    AddAny(app, "--function", selection.functions, "Functions that logged", "NAME");
+    AddAny(app, "--number", words_.numbers, "Record numbers", "A..B");
+    AddOnce(app, "-g,--grep", selection.pattern,
+            "Records whose header or detail matches; a pattern\n"
+            "without capitals ignores case",
+            "REGEX");
     app.add_flag("-F,--fixed-strings", selection.isFixed, "REGEX is a text, no expression");
     app.add_flag("-v,--invert", selection.invert, "Records that REGEX does not match");
     app.add_flag_callback(
         "--unsorted", [&selection] { selection.trustsOrder = false; },
         "Search all of each file for a time: the clock was set\n"
         "back, or later dumps hold what was kept back");
+    Share(app);
 }
 
-void CommandLine::AddFields(CLI::App& app) {
-    const auto all = CLI::MultiOptionPolicy::TakeAll;
-    Selection& selection = options_.selection;
-    const auto add = [&](const char* name, auto& values, const char* description,
-                         const char* type) {
-        app.add_option(name, values, description)
-            ->type_name(type)
-            ->allow_extra_args(false)
-            ->multi_option_policy(all);
-    };
-    add("--operation", selection.operations, "Operation identifiers", "ID");
-    add("--interface", selection.interfaces, "Interface names", "NAME");
-    add("--user", selection.users, "Users", "NAME");
-    add("--thread", selection.threads, "Thread numbers, as after T:", "N");
-    add("--source", words_.sources, "Where in the source it was logged", "FILE[:LINE]");
-    add("--function", selection.functions, "Functions that logged", "NAME");
-    add("--number", words_.numbers, "Record numbers", "A..B");
+// The options so far.
+void CommandLine::Share(CLI::App& app) {
+    for (const CLI::Option* const option : app.get_options()) {
+        shared_.insert(option);
+    }
 }
 
 void CommandLine::AddShow() {
@@ -302,8 +309,13 @@ void CommandLine::Complete() {
     if (!words_.until.empty()) {
         selection.until = ParseTimeExpression(words_.until, now, selection.since, Bound::Until);
     }
-    if (!words_.level.empty()) {
-        selection.levels = ParseLevels(words_.level);
+    if (selection.since && selection.until && *selection.until < *selection.since) {
+        throw BadRequest("--until: '" + words_.until + "' is before '" + words_.since +
+                         "' of --since");
+    }
+    for (const std::string& text : words_.levels) {
+        const std::vector<std::pair<int, int>> levels = ParseLevels(text);
+        selection.levels.insert(selection.levels.end(), levels.begin(), levels.end());
     }
     for (const std::string& source : words_.sources) {
         selection.sources.push_back(ParseSource(source));
@@ -324,6 +336,34 @@ void CommandLine::Complete() {
     options_.after = options_.after == 0 ? words_.around : options_.after;
 }
 
+// Whether an option of the program that stands before a command is one of that command too, which
+// does not have it from behind its name.
+bool CommandLine::CountsBefore(const CLI::App& command, const CLI::Option& option) const {
+    const CLI::Option* const same = command.get_option_no_throw(option.get_name());
+    return !option.get_positional() && shared_.count(same) != 0 && same->count() == 0;
+}
+
+// A command would ignore them, or mix them with its own.
+void CommandLine::RefuseWordsBeforeCommand() const {
+    const std::vector<const CLI::App*> commands =
+        parser_.get_subcommands([](const CLI::App* app) { return app->parsed(); });
+    if (commands.empty()) {
+        return;
+    }
+    const std::vector<const CLI::Option*> options = parser_.get_options();
+    const auto given = std::find_if(options.begin(), options.end(), [&](const CLI::Option* option) {
+        return option->count() > 0 && !CountsBefore(*commands.front(), *option);
+    });
+    if (given != options.end()) {
+        const std::string& name = commands.front()->get_name();
+        const std::string word =
+            (*given)->get_positional() ? (*given)->results().front() : (*given)->get_name();
+        throw BadRequest("'" + word + "' stands before the command " + name +
+                         ": options and paths come after it (a file of that name is written ./" +
+                         name + ")");
+    }
+}
+
 std::optional<Options> CommandLine::Read(int argc, char* argv[]) {
     try {
         parser_.parse(argc, argv);
@@ -336,6 +376,7 @@ std::optional<Options> CommandLine::Read(int argc, char* argv[]) {
     } catch (const CLI::ParseError& error) {
         throw BadRequest(std::string(error.what()) + " (--help tells more)");
     }
+    RefuseWordsBeforeCommand();
     Complete();
     if (options_.command == Command::Export && options_.target.empty() && !options_.paths.empty()) {
         options_.target = options_.paths.front();

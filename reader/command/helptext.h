@@ -9,8 +9,9 @@ constexpr const char* kHelpDescription =
 constexpr const char* kHelpFooter =
     "Times: 2026-03-05T14:07:09+01:00, \"2026-03-05 14:07\", 14:07, yesterday, \"10 min ago\", "
     "-1h.\n"
-    "Several conditions must all hold; an option that is given several times takes any of its\n"
-    "values. A file or directory named like a command is written ./verify.\n"
+    "Several conditions must all hold; of one that is given several times, any value may. TIME\n"
+    "and REGEX are given once. Options and paths of a command come after it; a file or directory\n"
+    "named like a command is written ./verify.\n"
     "\n"
     "    qvlog -l 0 --since 02:00                errors since two o'clock\n"
     "    qvlog --grep 'NE-1199' --story          the whole operations that name NE-1199\n"

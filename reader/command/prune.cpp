@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <map>
 #include <set>
+#include <tuple>
+#include <utility>
 
 #include "command/commands.h"
 #include "command/verification.h"
@@ -25,17 +27,16 @@ namespace fs = std::filesystem;
 struct Candidate {
     std::string path;
     NameParts name;
-    uint64_t size = 0;
+    Time created = 0;
     Time changed = 0;
+    uint64_t size = 0;
     bool isRemoved = false;
 };
 
-// By age, as the names tell it; the process number decides within a second.
+// By creation; of files that were created at once, the names decide. The time in a name has no
+// zone: a clock that is set back gives the newer file the older name.
 bool IsOlder(const Candidate& a, const Candidate& b) {
-    if (a.name.second != b.name.second) {
-        return a.name.second < b.name.second;
-    }
-    return std::to_string(a.name.process) < std::to_string(b.name.process);
+    return std::tie(a.created, a.path) < std::tie(b.created, b.path);
 }
 
 // Asks for a lease for reading. It is refused while somebody has the file open for writing,
@@ -102,9 +103,14 @@ class Pruning {
     void Add(const std::string& path) {
         struct stat status {};
         const std::optional<NameParts> name = ParseLogFileName(path);
-        if (name && ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
-            files_.push_back({path, *name, static_cast<uint64_t>(status.st_size),
-                              status.st_mtim.tv_sec * kMicrosPerSecond, false});
+        if (!name || ::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+            return;
+        }
+        // Another path may lead to the same file, which counts once.
+        if (found_.emplace(status.st_dev, status.st_ino).second) {
+            files_.push_back({path, *name, ReadCreation(path).value_or(0),
+                              status.st_mtim.tv_sec * kMicrosPerSecond,
+                              static_cast<uint64_t>(status.st_size), false});
         }
     }
 
@@ -204,6 +210,7 @@ class Pruning {
     Output output_;
     FileGuard guard_;               // null: none
     std::vector<Candidate> files_;  // the oldest first
+    std::set<std::pair<dev_t, ino_t>> found_;
     std::set<std::string> protected_;
     std::set<int> reasons_;  // why it could not be told of files whether they are written
     bool removed_ = false;

@@ -1,19 +1,14 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <unordered_map>
 
 #include "command/commands.h"
+#include "command/pagefile.h"
 #include "command/session.h"
 #include "command/verification.h"
-#include "input/filedescriptor.h"
 #include "output/output.h"
 #include "output/recordformat.h"
-#include "query/badrequest.h"
+#include "query/selectiontext.h"
 #include "report/page.h"
 
 namespace NS_LOG_READER {
@@ -157,27 +152,11 @@ std::vector<std::pair<std::string, std::string>> FindGaps(Session& session) {
     return gaps;
 }
 
-std::string DescribeSelection(const Selection& selection) {
-    std::string text;
-    if (selection.since) {
-        text += "since " + FormatLocalStamp(*selection.since) + " ";
-    }
-    if (selection.until) {
-        text += "until " + FormatLocalStamp(*selection.until) + " ";
-    }
-    if (!selection.pattern.empty()) {
-        text += "pattern " + selection.pattern + " ";
-    }
-    if (selection.HasRecordConditions() && selection.pattern.empty()) {
-        text += "some records only";
-    }
-    return text.empty() ? "everything" : text;
-}
-
 }  // namespace
 
 ExitCode RunReport(const Options& options) {
     Session session(options);
+    PageFile file(options.target, options.paths, session.AllSeries());
     const Matcher matcher(options.selection);
     Found found;
     uint64_t count = 0;
@@ -185,14 +164,9 @@ ExitCode RunReport(const Options& options) {
         ++count;
     }
     const uint64_t leftOut = count > kMostRecords ? count - kMostRecords : 0;
-    const FileDescriptor file(
-        ::open(options.target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (!file.IsOpen()) {
-        throw BadRequest(options.target + ": " + std::strerror(errno));
-    }
     const std::string_view page = kReportPage;
     constexpr std::string_view place = "<!--DATA-->";
-    Output output(file.Get());
+    Output output(file.Descriptor());
     output.Put(page.substr(0, page.find(place)));
     output.Put("{\"records\":[");
     PageData data(output);
@@ -205,6 +179,7 @@ ExitCode RunReport(const Options& options) {
     data.PutRest(leftOut, DescribeSelection(options.selection), FindGaps(session));
     output.Put(page.substr(page.find(place) + place.size()));
     output.Flush();
+    file.Finish();
     return session.Exit(data.Count() > 0);
 }
 

@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "command/commands.h"
@@ -120,6 +121,7 @@ class Show {
             count += Count(*records);
             records.reset();
         }
+        count = std::min(count, options_.lines.value_or(count));
         output_.PutNumber(static_cast<int64_t>(count));
         output_.Put('\n');
         output_.Flush();

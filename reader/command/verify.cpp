@@ -114,6 +114,11 @@ ExitCode RunVerify(const Options& options) {
     if (options.sendsAgain) {
         std::fprintf(stderr, "qvlog: %zu files will be sent again by their hosts\n", ordered);
     }
+    if (session.AllSeries().empty() && !session.Problems().HasTrouble()) {
+        // Nothing may be missing of what is there, but all of it may.
+        std::fprintf(stderr, "qvlog: no log files\n");
+        isWhole = false;
+    }
     return couldBeRead ? session.Exit(isWhole) : ExitCode::Trouble;
 }
 

@@ -1,5 +1,7 @@
 #include "input/series.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -59,6 +61,23 @@ void LookInto(LogFile& file) {
     if (!scanner.Error().empty() && !hasTime) {
         throw ReadError(scanner.Error());
     }
+}
+
+// What the first line says. No value: it says nothing, or the file cannot be read.
+std::optional<Time> CreationOfContents(const std::string& path) {
+    constexpr size_t longestStamp = 64;
+    char bytes[kFileCreated.size() + longestStamp];
+    Time created = 0;
+    try {
+        std::string_view text(bytes, OpenFile(path)->Read(bytes, sizeof bytes));
+        if (text.substr(0, kFileCreated.size()) == kFileCreated) {
+            text.remove_prefix(kFileCreated.size());
+            return ParseStamp(text, created) != 0 ? std::optional<Time>(created) : std::nullopt;
+        }
+    } catch (const ReadError&) {
+        // The name has to do.
+    }
+    return std::nullopt;
 }
 
 // Collects files, each once.
@@ -181,6 +200,20 @@ std::optional<NameParts> ParseLogFileName(const std::string& path) {
     parts.second = std::string(name.substr(second, kSecondLength));
     parts.category = std::string(name.substr(0, second - 1));
     return parts;
+}
+
+std::optional<Time> ReadCreation(const std::string& path) {
+    const std::optional<NameParts> name = ParseLogFileName(path);
+    if (!name) {
+        return std::nullopt;
+    }
+    if (const std::optional<Time> created = CreationOfContents(path)) {
+        return created;
+    }
+    struct tm local {};
+    local.tm_isdst = -1;
+    ::strptime(name->second.c_str(), "%Y%m%d_%H%M%S", &local);
+    return static_cast<Time>(::mktime(&local)) * kMicrosPerSecond;
 }
 
 void AddSeries(const Series& place, std::vector<LogFile> files, std::vector<Series>& all) {

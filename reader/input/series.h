@@ -36,6 +36,10 @@ struct NameParts {
 };
 std::optional<NameParts> ParseLogFileName(const std::string& path);
 
+// When the file was created: as its first line says, which has a zone, or else as its name does, in
+// the zone of this machine. No value: it is no log file by its name.
+std::optional<Time> ReadCreation(const std::string& path);
+
 // Puts the files of one category and process number in the order of their creation, and adds a
 // series for each process. `place` tells all but the files. `files` has equal ones by their names.
 void AddSeries(const Series& place, std::vector<LogFile> files, std::vector<Series>& all);

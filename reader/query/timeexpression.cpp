@@ -168,11 +168,18 @@ struct Date {
     int day = 0;
 };
 
+int64_t DaysOfMonth(int year, int month) {
+    const bool isLast = month == 12;
+    const auto next = static_cast<unsigned>(isLast ? 1 : month + 1);
+    return DaysSinceEpoch(isLast ? year + 1 : year, next, 1) -
+           DaysSinceEpoch(year, static_cast<unsigned>(month), 1);
+}
+
 bool TakeDate(const char*& text, Date& date) {
     return TakeNumber(text, 4, 4, date.year) && TakeCharacter(text, '-') &&
            TakeNumber(text, 2, 2, date.month) && TakeCharacter(text, '-') &&
            TakeNumber(text, 2, 2, date.day) && date.month >= 1 && date.month <= 12 &&
-           date.day >= 1 && date.day <= 31;
+           date.day >= 1 && date.day <= DaysOfMonth(date.year, date.month);
 }
 
 std::optional<Time> ReadDate(const std::string& text, Bound bound) {

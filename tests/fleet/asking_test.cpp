@@ -217,7 +217,9 @@ TEST_F(Asking, FindsWhatIsMissingAndHasItSentAgain) {
     EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE again IS NOT NULL"), 1);
     ASSERT_EQ(ShipAll().exitCode, 0);
     EXPECT_EQ(Ask({"verify"}).exitCode, 0);
-    EXPECT_EQ(Ask({"verify", "--host", "nobody"}).exitCode, 0);
+    const ChildResult nobody = Ask({"verify", "--host", "nobody"});
+    EXPECT_EQ(nobody.exitCode, 1);
+    EXPECT_EQ(nobody.errors, "qvlog: no log files\n");
 }
 
 TEST_F(Asking, FollowsWhatIsStored) {

@@ -86,6 +86,20 @@ TEST_F(Verify, SumsUpEachSeries) {
     EXPECT_EQ(Run({"verify", Path()}).exitCode, 2);
 }
 
+TEST_F(Verify, OfNothingIsNoSuccess) {
+    for (const std::string words : {"verify", "verify --json"}) {
+        std::vector<std::string> all = SplitText(words, ' ');
+        all.push_back(Path());
+        const ProgramResult result = Run(all);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors, "qvlog: no log files\n");
+    }
+    const ProgramResult missing = Run({"verify", Path("none")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.errors, "qvlog: " + Path("none") + ": No such file or directory\n");
+}
+
 class Stats : public ReaderProgram {};
 
 TEST_F(Stats, ShowNothingThatATerminalWouldObey) {
@@ -151,6 +165,27 @@ TEST_F(Prune, KeepsWhatFitsIntoASize) {
         EXPECT_EQ(Run({"prune", "--max-bytes", size, Path()}).exitCode, 2) << size;
     }
     EXPECT_THAT(Left(), ElementsAre("a3", "a4"));
+}
+
+TEST_F(Prune, CountsAFileOnceThatSeveralPathsLeadTo) {
+    std::filesystem::create_directory_symlink(Path(), Path("link"));
+    EXPECT_EQ(Run({"prune", "--keep", "4", Path(), Path("."), Path(LogName("a", 4, kNobody)),
+                   Path("link")})
+                  .exitCode,
+              1);
+    EXPECT_EQ(Run({"prune", "--max-bytes", "5000", Path(), Path("link")}).exitCode, 1);
+    EXPECT_EQ(Left().size(), 5U);
+}
+
+// In names the time has no zone. When summer time ends, the hour from two to three comes twice.
+TEST_F(Prune, KnowsTheNewerFileOfTheHourThatComesTwice) {
+    const std::string first = "unbi_c_20261025_025000_2147483646.log";
+    const std::string second = "unbi_c_20261025_021000_2147483646.log";
+    WriteFile(Path(first), "File create at 2026-10-25T02:50:00.000000+02:00.\n");
+    WriteFile(Path(second), "File create at 2026-10-25T02:10:00.000000+01:00.\n");
+    EXPECT_EQ(Run({"prune", "--keep", "1", Path(first), Path(second)}).output,
+              "removed " + Path(first) + " (49 bytes)\n");
+    EXPECT_TRUE(std::filesystem::exists(Path(second)));
 }
 
 TEST_F(Prune, RemovesWhatIsOld) {

@@ -61,6 +61,8 @@ TEST_F(Show, CountsAndEndsAsGrepDoes) {
     WriteSample();
     EXPECT_EQ(Run({"-c", Path()}).output, "6\n");
     EXPECT_EQ(Run({"-c", "-g", "begin", "-C", "1", Path()}).output, "2\n");
+    EXPECT_EQ(Run({"-c", "-n", "4", Path()}).output, "4\n");
+    EXPECT_EQ(Run({"-c", "-n", "7", Path()}).output, "6\n");
     EXPECT_EQ(Run({"-c", "-g", "nothing", Path()}).exitCode, 1);
     const ProgramResult missing = Run({"-c", Path(), Path("none.log")});
     EXPECT_EQ(missing.exitCode, 2);
@@ -200,6 +202,22 @@ TEST_F(Show, StopsQuietlyWhenNobodyReads) {
         RunProgram({"sh", "-c", QuoteForShell(QVLOG) + " " + Path() + " | head -n 1 | wc -l"});
     EXPECT_EQ(result.output, "1\n");
     EXPECT_EQ(result.errors, "");
+}
+
+// A pipe whose reader has gone for sure.
+TEST_F(Show, NeedsNoReaderForRecordsButOneForAResult) {
+    WriteSample();
+    const auto exitCode = [&](const std::string& words) {
+        return RunProgram({"sh", "-c",
+                           "exec 3<>\"$2\" 4>\"$2\" 3<&-; \"$0\" " + words + " \"$1\" >&4; echo $?",
+                           QVLOG, Path(), Path("pipe")})
+            .output;
+    };
+    ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(exitCode(""), "0\n");
+    for (const char* words : {"-c", "stats", "verify"}) {
+        EXPECT_EQ(exitCode(words), "2\n") << words;
+    }
 }
 
 TEST_F(Show, OfAStoreGoesWithNoFilesAndOfFilesWithNoHost) {

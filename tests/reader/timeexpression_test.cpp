@@ -125,10 +125,13 @@ TEST_F(TimeExpression, MayBeOneThatTheClockLeavesOut) {
 }
 
 TEST_F(TimeExpression, ThatMakesNoSenseIsRefused) {
-    for (const char* text : {"", "soon", "25:00", "12:60", "2026-13-01", "2026-03-05T",
-                             "5 moons ago", "-", "-1x", "@x", "2026-03-05T10:00+1", "10:00x"}) {
+    for (const char* text :
+         {"", "soon", "25:00", "12:60", "2026-13-01", "2026-02-29", "2026-04-31", "2026-12-32",
+          "2026-03-05T", "5 moons ago", "-", "-1x", "@x", "2026-03-05T10:00+1", "10:00x"}) {
         EXPECT_THROW(ParseTimeExpression(text, now_), BadRequest) << text;
     }
+    EXPECT_EQ(Read("2024-02-29"), "2024-02-29T00:00:00.000000");
+    EXPECT_EQ(Read("2026-12-31"), "2026-12-31T00:00:00.000000");
     EXPECT_EQ(ParseDuration("30d"), 30 * 86400 * kMicrosPerSecond);
     EXPECT_THROW(ParseDuration("30"), BadRequest);
 }
