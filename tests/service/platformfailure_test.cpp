@@ -279,6 +279,18 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordSwitchesQueuedOutputOffAll
     End(object);
 }
 
+TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordIsReportedAtTheEndAsALoss) {
+    qv_base_log* const object = MakeAndInit();
+    Maintenance().SetFilePolicy(NS_LOG_SERVICE1::LOG_FILE_POLICY_CONTRACT);
+    Manager().outputmode = 1;
+    Log("one");
+    Log("two");
+    g_refusedStamp = 3;  // that of "two", behind those of the file and of "one"
+    End(object);
+    EXPECT_THAT(Proxy().Texts(),
+                Contains(HasSubstr("corba_alarm: 1 records could not be written")));
+}
+
 // There is no channel yet into which the exception could be reported.
 TEST_F(PlatformFailure, ToFindTheConfigurationStoreMakesInitFailAndStartsTheMonitor) {
     qv_base_log* const object = Make();
