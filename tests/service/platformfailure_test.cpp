@@ -263,6 +263,17 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWritte
     EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
 }
 
+TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromAnOperator) {
+    qv_base_log* const object = MakeAndInit();
+    Manager().outputmode = 1;
+    Log("refused");
+    Log("written", "corbasys");
+    g_refusedStamp = 1;
+    EXPECT_THROW(Maintenance().FlushAll(), std::runtime_error);
+    EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
+    End(object);
+}
+
 // Nobody would write out the queues later.
 TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordSwitchesQueuedOutputOffAllTheSame) {
     qv_base_log* const object = MakeAndInit();
