@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "base/clientwork.h"
 #include "bundlemgr/ifbuf.h"
 #include "bundlemgr/processexception.h"
 #include "control/maintenanceservice.h"
@@ -146,7 +147,11 @@ unsigned int LogSvcIFImpl::IsLogOutputPara() {
 
 qv_base_log::qv_base_log() : ServiceObjectBase(kBundleName, kServiceName) {}
 
+// A thread that was cancelled inside one of the following would leave the service half started or
+// half ended.
+
 int qv_base_log::StopService() {
+    const ClientWork work;
     if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {
         monitor->Stop();
     }
@@ -159,6 +164,7 @@ NS_BUNDLEMGR1::ServiceInterface* qv_base_log::CreateInterface() {
 }
 
 int qv_base_log::fini() {
+    const ClientWork work;
     MaintenanceService::Finish();
     if (interface_ != nullptr) {
         Interface()->Fini();
@@ -168,6 +174,7 @@ int qv_base_log::fini() {
 }
 
 int qv_base_log::init(int /*argc*/, ACE_TCHAR* /*argv*/[]) {
+    const ClientWork work;
     if (interface_ != nullptr && Interface()->Init()) {
         MaintenanceService::Start();
         return 0;

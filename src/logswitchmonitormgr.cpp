@@ -173,7 +173,6 @@ void LogSwitchMonitorMgr::Examine() {
 }
 
 int LogSwitchMonitorMgr::Stop() {
-    threadToEnd_ = false;
     stopRequested_ = true;
     stopEvent_.signal();
     if (started_) {
@@ -181,6 +180,7 @@ int LogSwitchMonitorMgr::Stop() {
         // ACE still uses the object after svc has returned.
         wait();
     }
+    threadToEnd_ = false;
     return 0;
 }
 

@@ -59,8 +59,8 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     // thread. The thread signals its end once, so a second call would wait for ever.
     int Stop();
 
-    // Ends the thread if it runs and Stop was not called for it. Called before the object is
-    // deleted.
+    // Ends the thread if it runs and no Stop has waited for its end, also when the thread that
+    // called Stop was cancelled while it waited. Called before the object is deleted.
     void EndForgottenThread();
 
     // Reads the switches from the configuration and applies those that differ from the current
@@ -82,7 +82,7 @@ class LogSwitchMonitorMgr : public ACE_Task_Base {
     ACE_Semaphore exitSemaphore_;
     std::atomic<bool> stopRequested_{false};
     std::atomic<bool> started_{false};
-    bool threadToEnd_ = false;       // the control thread's: started, and Stop not called yet
+    bool threadToEnd_ = false;       // the control thread's: started, and not waited for yet
     struct stat lastFileStatus_ {};  // the thread's, once it runs
 };
 

@@ -130,13 +130,15 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     //
     // Switching on what is on starts the periodic task if there is none. Switching off what is off
     // changes nothing. Returns one of the codes in resultcode.h. When the periodic task cannot be
-    // deleted, output stays queued.
+    // deleted, output stays queued. When a queue cannot be written out because something throws,
+    // output is switched off all the same, and the first exception passes on.
     virtual unsigned int SetQueuedOutput(bool on) = 0;
 
     // Returns the output mode: 0 for direct output, another value for queued output.
     virtual unsigned int GetOutputMode() = 0;
 
-    // Returns whether the queues are written out periodically.
+    // Returns whether the queues are written out periodically. When the schedule service has gone
+    // meanwhile, that shows with the next SetQueuedOutput.
     virtual bool HasPeriodicOutput() = 0;
 
     // Replaces `loggers` by all loggers, in the order of their creation.

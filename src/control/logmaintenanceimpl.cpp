@@ -1,5 +1,7 @@
 #include "control/logmaintenanceimpl.h"
 
+#include <exception>
+
 #include "channel/logfilestatistics.h"
 #include "control/moduleswitchtable.h"
 #include "logger/logger.h"
@@ -193,12 +195,21 @@ void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
 bool LogMaintenanceImpl::ForChosen(const std::string& category,
                                    void (*operation)(TEDebugInfoBuf& channel)) {
     bool any = false;
-    manager_.Channels().ForEach([&](const std::string& name, TEDebugInfoBuf& channel) {
-        if (category.empty() || name == category) {
+    std::exception_ptr first;
+    manager_.Channels().ForEach([&](const char* name, TEDebugInfoBuf& channel) {
+        if (!category.empty() && category != name) {
+            return;
+        }
+        any = true;
+        try {
             operation(channel);
-            any = true;
+        } catch (...) {
+            first = first ? first : std::current_exception();
         }
     });
+    if (first) {
+        std::rethrow_exception(first);
+    }
     return any;
 }
 

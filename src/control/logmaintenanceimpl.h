@@ -55,7 +55,8 @@ class LogMaintenanceImpl : public LogMaintenanceInterface {
 
   private:
     // Calls `operation` with the channel of that category, or with each one if it is empty. Returns
-    // false when there is no such category.
+    // false when there is no such category. When it throws for one channel, the others have their
+    // turn before the first exception passes on. REQUIRES: `operation` cannot be cancelled.
     bool ForChosen(const std::string& category, void (*operation)(TEDebugInfoBuf& channel));
 
     LogMgr& manager_;

@@ -18,33 +18,40 @@ namespace {
 Singleton<MaintenanceService> maintenanceService(&StaticObjectLock);
 
 // A record for which there was no memory has met no error of a file.
-void ReportDropped(const std::string& category, const TEDebugInfoBuf& channel) {
+void ReportDropped(const char* category, const TEDebugInfoBuf& channel) {
     const unsigned long long dropped = channel.Dropped();
     if (dropped != 0) {
         const int error = static_cast<int>(channel.FileStatistics().lastError.Get());
         const std::string reason = std::generic_category().message(error == 0 ? ENOMEM : error);
-        kRecordsNotWritten.Report(category.c_str(), dropped, reason.c_str());
+        kRecordsNotWritten.Report(category, dropped, reason.c_str());
     }
 }
 
 // Records that had been written, and were lost when another file took the name of theirs.
-void ReportOverwritten(const std::string& category, const LogFileStatistics& file) {
+void ReportOverwritten(const char* category, const LogFileStatistics& file) {
     const unsigned long long overwritten =
         file.writtenOverwritten.Get() + file.dumpedOverwritten.Get();
     if (overwritten != 0) {
-        kRecordsOverwritten.Report(category.c_str(), overwritten);
+        kRecordsOverwritten.Report(category, overwritten);
     }
 }
 
-void ReportLosses() {
-    if (LogMgr* manager = LogMgr::InstanceIfAny()) {
-        // First, so that records that cannot be written now are counted too.
-        manager->FlushAll();
-        manager->Channels().ForEach([](const std::string& category, TEDebugInfoBuf& channel) {
-            ReportDropped(category, channel);
-            ReportOverwritten(category, channel.FileStatistics());
-        });
+// Whatever it meets, the service must end, and the steps behind it have their turn.
+template <class Step>
+void Attempt(Step step) {
+    try {
+        step();
+    } catch (...) {  // NOLINT: there is nobody to tell
     }
+}
+
+void ReportLosses(LogMgr& manager) {
+    // First, so that records that cannot be written now are counted too.
+    Attempt([&] { manager.FlushAll(); });
+    manager.Channels().ForEach([](const char* category, const TEDebugInfoBuf& channel) {
+        Attempt([&] { ReportDropped(category, channel); });
+        Attempt([&] { ReportOverwritten(category, channel.FileStatistics()); });
+    });
 }
 
 }  // namespace
@@ -77,12 +84,9 @@ void MaintenanceService::Finish() {
     const bool reportsLosses = maintenance != nullptr && maintenance->ReportsLosses();
     service->RemoveInterface();
     maintenanceService.Destroy();
-    if (!reportsLosses) {
-        return;
-    }
-    try {
-        ReportLosses();
-    } catch (...) {  // NOLINT: whatever a report meets, the service must end
+    LogMgr* const manager = LogMgr::InstanceIfAny();
+    if (reportsLosses && manager != nullptr) {
+        ReportLosses(*manager);
     }
 }
 

@@ -1,7 +1,9 @@
 #include "control/queuedoutput.h"
 
 #include <algorithm>
+#include <exception>
 
+#include "base/clientwork.h"
 #include "base/lockguard.h"
 #include "base/nodestructor.h"
 #include "base/renew.h"
@@ -43,10 +45,16 @@ ScheduleSvcInterface* FindScheduleService() {
     }
 }
 
-// Channel by channel, and not through the manager, which keeps its channels locked meanwhile.
-void WriteOut(LogMgr& manager) {
-    manager.Channels().ForEach(
-        [](const std::string& /*name*/, TEDebugInfoBuf& channel) { channel.Flush(); });
+// Channel by channel, and not through the manager, which keeps its channels locked meanwhile. Goes
+// on after a channel that throws; `first` keeps the first exception.
+void WriteOut(LogMgr& manager, std::exception_ptr& first) {
+    manager.Channels().ForEach([&first](const char* /*name*/, TEDebugInfoBuf& channel) {
+        try {
+            channel.Flush();
+        } catch (...) {
+            first = first ? first : std::current_exception();
+        }
+    });
 }
 
 }  // namespace
@@ -58,38 +66,53 @@ QueuedOutput::QueuedOutput() {
 }
 
 unsigned int QueuedOutput::SwitchOn(LogMgr& manager) {
+    const ClientWork work;
     const LockGuard<Mutex> guard(mutex_);
-    // Output may be queued without the task: LogMgr::SetOutputMode ends the task only.
-    if (!HasPeriodicOutput(manager)) {
-        StartPeriodicOutput(manager);
+    ScheduleSvcInterface* schedule = FindScheduleService();
+    // Output may be queued without the task: LogMgr::SetOutputMode ends the task only, and the
+    // schedule service may have gone.
+    if (!HasPeriodicOutput(manager) || schedule != taskMaker_) {
+        StartTask(manager, schedule);
     }
     manager.outputmode = kQueuedOutput;
     return LOG_RESULT_OK;
 }
 
 unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
+    const ClientWork work;
     const LockGuard<Mutex> guard(mutex_);
     if (manager.outputmode == kDirectOutput) {
         return LOG_RESULT_OK;
     }
-    if (!EndPeriodicOutput(manager)) {
+    if (!EndTask(manager)) {
         return LOG_RESULT_DELETE_TASK_FAILED;
     }
     // Records that are written directly overtake those in the queue. The first flush leaves few to
-    // be overtaken; the second writes those that were queued meanwhile.
-    WriteOut(manager);
+    // be overtaken; the second writes those that were queued meanwhile. Without the task nobody
+    // else writes out the queues, so output becomes direct whatever they throw.
+    std::exception_ptr thrown;
+    WriteOut(manager, thrown);
     manager.outputmode = kDirectOutput;
-    WriteOut(manager);
+    WriteOut(manager, thrown);
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
     return LOG_RESULT_OK;
 }
 
 bool QueuedOutput::EndPeriodicOutput(LogMgr& manager) {
+    const LockGuard<Mutex> guard(mutex_);
+    return EndTask(manager);
+}
+
+bool QueuedOutput::EndTask(LogMgr& manager) {
     if (!HasPeriodicOutput(manager)) {
         return true;
     }
     // When the service is gone, so are its tasks.
     ScheduleSvcInterface* schedule = FindScheduleService();
-    if (schedule != nullptr && schedule->DeleteTask(manager.outputTask) != 0) {
+    if (schedule != nullptr && schedule == taskMaker_ &&
+        schedule->DeleteTask(manager.outputTask) != 0) {
         return false;
     }
     manager.outputTask = kNoOutputTask;
@@ -104,9 +127,10 @@ bool QueuedOutput::HasPeriodicOutput(const LogMgr& manager) {
     return manager.outputTask > 0;
 }
 
-void QueuedOutput::StartPeriodicOutput(LogMgr& manager) {
-    auto* tasks = dynamic_cast<PeriodicTasks*>(FindScheduleService());
-    if (tasks != nullptr) {
+void QueuedOutput::StartTask(LogMgr& manager, ScheduleSvcInterface* schedule) {
+    manager.outputTask = kNoOutputTask;
+    taskMaker_ = schedule;
+    if (auto* tasks = dynamic_cast<PeriodicTasks*>(schedule)) {
         const uint32_t interval = std::max<uint32_t>(manager.logtimeinterval, 1);
         manager.outputTask =
             std::max(tasks->CreatePeriodicTask(interval, ThePeriodicOutput()), kNoOutputTask);

@@ -137,6 +137,7 @@ TEDebugInfoBuf* Logger::FindChannel() {
 
 void Logger::LogFormat(const std::string& file, const std::string& function, unsigned int line,
                        int level, const char* format, ...) {
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     char message[kMessageSize];
     va_list arguments;
     va_start(arguments, format);
@@ -145,7 +146,6 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     if (length < 0) {
         kFormatFailed.Report();
     }
-    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const Borrowed<std::string> text(Messages());
     AssignText(*text, std::string_view(message));
     acceptance.Done();

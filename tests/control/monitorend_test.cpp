@@ -1,8 +1,10 @@
 // The monitor's end: stopping its thread and deleting it.
+#include <pthread.h>
 #include <unistd.h>
 
 #include <fstream>
 #include <stdexcept>
+#include <thread>
 
 #include "control/monitorfixture.h"
 #include "support/capturedoutput.h"
@@ -104,6 +106,29 @@ TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
     ASSERT_TRUE(Finishes(stopped));
     EXPECT_EQ(Levels(), "0000");
     EXPECT_EQ(store_.AllAsked(), 1);
+}
+
+// Whoever deletes the monitor afterwards still has its thread to end.
+TEST_F(MonitorEnd, IsStillToComeWhenTheThreadThatAskedForItWasCancelled) {
+    std::promise<void> reached;
+    std::promise<void> release;
+    store_.OnAllAsked([&] {
+        reached.set_value();
+        release.get_future().wait();
+    });
+    Start();
+    SetTime(kBaseline + 1);
+    reached.get_future().wait();
+    std::thread([this] {
+        ::pthread_cancel(::pthread_self());
+        monitor_.Stop();
+    }).join();
+
+    auto ended = std::async(std::launch::async, [this] { monitor_.EndForgottenThread(); });
+    EXPECT_TRUE(IsStillBlocked(ended));
+    release.set_value();
+    ASSERT_TRUE(Finishes(ended));
+    EXPECT_EQ(monitor_.thr_count(), 0U);
 }
 
 TEST_F(MonitorEnd, GoesOnWhenTheGoodbyeFails) {

@@ -80,6 +80,18 @@ TEST_F(LogFormat, ReportsBeforeItLogs) {
     Format("%s", std::string(5000, 'a').c_str());
 }
 
+// The exception is the client's, who has no record then.
+TEST_F(LogFormat, CountsARecordAsDroppedWhenItsReportThrows) {
+    Diagnostics().onPrint = [](const std::string&) { throw std::runtime_error("broken"); };
+    EXPECT_THROW(Debug()->LogFormat("f.cpp", "Run", 7, -1, "%s", std::string(5000, 'a').c_str()),
+                 std::runtime_error);
+    Diagnostics().onPrint = nullptr;
+    const NS_LOG_SERVICE1::TEDebugInfoBuf& channel = *Manager().Channels().Find("debug");
+    EXPECT_EQ(channel.Received(), 1u);
+    EXPECT_EQ(channel.Dropped(), 1u);
+    EXPECT_TRUE(ListFiles(Path()).empty());
+}
+
 // The first byte of a character is left; the text in the file is valid all the same.
 TEST_F(LogFormat, WritesValidTextWhereACharacterIsCut) {
     const std::string kept(4094, 'a');

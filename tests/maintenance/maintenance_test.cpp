@@ -1,9 +1,11 @@
 // What the maintenance interface shows and changes, but for queued output.
 
 #include <gmock/gmock.h>
+#include <pthread.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <thread>
 
 #include "control/maintenanceservice.h"
 #include "maintenance/maintenancefixture.h"
@@ -260,6 +262,34 @@ TEST_F(MaintenanceInterface, ReportsNothingAtTheEndWhenNothingWasLost) {
     Log(2, "still kept back, which is too");
     Stop();
     EXPECT_THAT(Proxy().Texts(), Not(Contains(HasSubstr("qv_base_log::fini"))));
+}
+
+TEST_F(MaintenanceInterface, ReportsTheLossesOfOneCategoryThoughTheReportOfAnotherFails) {
+    Start();
+    Maintenance().SetFilePolicy(LOG_FILE_POLICY_CONTRACT);
+    WriteFile(Path("log"), "in the way");
+    Manager().GetLogger("a", "b", "corba_alarm")->Log("f", "g", 1, 1, "lost");
+    Log(1, "lost too");
+    Proxy().onPrint = [](const std::string& text) {
+        if (text.find("fini] corba_alarm: 1 records could not be written") != text.npos) {
+            throw 42;
+        }
+    };
+    Stop();
+    Proxy().onPrint = nullptr;
+    EXPECT_THAT(Proxy().Texts(),
+                Contains(Farewell("1 records could not be written (last error: Not a directory)")));
+}
+
+// Asking for an item of the configuration is a cancellation point here.
+TEST_F(MaintenanceInterface, IsOfferedWhenTheThreadThatStartsTheServiceIsCancelled) {
+    store_.OnAsked("logfilesize", [] { ::pthread_testcancel(); });
+    std::thread([this] {
+        ::pthread_cancel(::pthread_self());
+        Start();
+    }).join();
+    EXPECT_NE(Found(), nullptr);
+    EXPECT_TRUE(IsMonitorRunning());
 }
 
 // Whatever a report meets, the service must end.

@@ -1,8 +1,10 @@
 // Switching queued output on and off for real.
 
 #include <gmock/gmock.h>
+#include <pthread.h>
 
 #include <optional>
+#include <thread>
 
 #include "maintenance/maintenancefixture.h"
 
@@ -23,7 +25,17 @@ class QueuedOutput : public MaintenanceTest {
     // It looks for the service when it ends.
     ~QueuedOutput() override { Stop(); }
 
+    // Ends the schedule service and registers another one, which knows no task and gives its first
+    // one handle 7.
+    void ReloadScheduleService() {
+        registered_.reset();
+        reloaded_.answer = 1;
+        reloaded_.nextHandle = 7;
+        registered_.emplace(SCHEDULE_NAME, reloaded_);
+    }
+
     ManualScheduleService schedule_;
+    ManualScheduleService reloaded_;
     std::optional<RegisteredInterface> registered_;
 };
 
@@ -130,6 +142,42 @@ TEST_F(QueuedOutput, IsSwitchedOffWhenTheScheduleServiceIsGone) {
     EXPECT_FALSE(Maintenance().HasPeriodicOutput());
 }
 
+// A task goes with its schedule service, and the next one may give its handle to somebody else's.
+TEST_F(QueuedOutput, IsSwitchedOffWhenTheScheduleServiceIsAnotherOne) {
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    Log(1, "queued");
+    ReloadScheduleService();
+    EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDone);
+    EXPECT_EQ(Maintenance().GetOutputMode(), 0U);
+    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
+    EXPECT_THAT(reloaded_.deleted, IsEmpty());
+    EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
+}
+
+TEST_F(QueuedOutput, IsMadePeriodicAgainByAnotherScheduleService) {
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    ReloadScheduleService();
+    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+    ASSERT_EQ(Manager().outputTask, 7);
+    Log(1, "queued");
+    reloaded_.task->Run();
+    EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
+    reloaded_.answer = 0;
+    EXPECT_EQ(Maintenance().SetQueuedOutput(false), kDone);
+    EXPECT_THAT(reloaded_.deleted, ElementsAre(7));
+}
+
+TEST_F(QueuedOutput, HasNoTaskWhenItIsSwitchedOnAfterTheScheduleServiceWent) {
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    registered_.reset();
+    EXPECT_EQ(Maintenance().SetQueuedOutput(true), kDone);
+    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
+    EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
+}
+
 TEST_F(QueuedOutput, TakesItsTaskAwayWhenTheServiceEnds) {
     Start();
     Maintenance().SetQueuedOutput(true);
@@ -137,6 +185,33 @@ TEST_F(QueuedOutput, TakesItsTaskAwayWhenTheServiceEnds) {
     Stop();
     EXPECT_THAT(schedule_.deleted, ElementsAre(41));
     EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
+}
+
+// The deletion of the task is a cancellation point here.
+TEST_F(QueuedOutput, EndsWithTheServiceByAThreadThatIsCancelled) {
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    Log(1, "queued");
+    schedule_.onDelete = [] { ::pthread_testcancel(); };
+    std::thread([this] {
+        ::pthread_cancel(::pthread_self());
+        Stop();
+    }).join();
+    EXPECT_THAT(schedule_.deleted, ElementsAre(41));
+    EXPECT_EQ(NS_LOG_SERVICE1::LogMgr::InstanceIfAny(), nullptr);
+    EXPECT_THAT(Written("corbaoper"), ElementsAre("queued"));
+}
+
+TEST_F(QueuedOutput, IsSwitchedWholeByAThreadThatIsCancelled) {
+    schedule_.onDelete = [] { ::pthread_testcancel(); };
+    Start();
+    Maintenance().SetQueuedOutput(true);
+    std::thread([this] {
+        ::pthread_cancel(::pthread_self());
+        Maintenance().SetQueuedOutput(false);
+    }).join();
+    EXPECT_FALSE(Maintenance().HasPeriodicOutput());
+    EXPECT_EQ(Maintenance().GetOutputMode(), 0U);
 }
 
 // A schedule service that throws must not keep the service from ending.

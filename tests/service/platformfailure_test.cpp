@@ -14,6 +14,7 @@
 #endif
 
 #include "channel/systemcalls.h"
+#include "qv_base_log/logmaintenanceinterface.h"
 #include "service/serviceobjectfixture.h"
 #include "support/allocations.h"
 
@@ -108,9 +109,14 @@ class PlatformFailure : public NS_TEST::ServiceObjectTest {
     }
     ~PlatformFailure() override { g_onConfiguration = nullptr; }
 
-    // Into the first category in the order of the names.
-    static void Log(const char* text) {
-        Manager().GetLogger("a", "b", "corba_alarm")->Log("f.cpp", "Run", 7, 1, text);
+    // Into the first category in the order of the names, unless told otherwise.
+    static void Log(const char* text, const char* category = "corba_alarm") {
+        Manager().GetLogger("a", "b", category)->Log("f.cpp", "Run", 7, 1, text);
+    }
+
+    // What init has registered.
+    static NS_LOG_SERVICE1::LogMaintenanceInterface& Maintenance() {
+        return dynamic_cast<NS_LOG_SERVICE1::LogMaintenanceInterface&>(*g_watched.interface);
     }
 
     // The contents of its only file.
@@ -255,6 +261,45 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWritte
     }
     ::waitpid(child, nullptr, 0);
     EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
+}
+
+TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromAnOperator) {
+    qv_base_log* const object = MakeAndInit();
+    Manager().outputmode = 1;
+    Log("refused");
+    Log("written", "corbasys");
+    g_refusedStamp = 1;
+    EXPECT_THROW(Maintenance().FlushAll(), std::runtime_error);
+    EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
+    End(object);
+}
+
+// Nobody would write out the queues later.
+TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordSwitchesQueuedOutputOffAllTheSame) {
+    qv_base_log* const object = MakeAndInit();
+    Maintenance().SetQueuedOutput(true);
+    Log("one");
+    Log("two");
+    Log("of another category", "debug");
+    g_refusedStamp = 3;  // that of "two", behind those of the file and of "one"
+    EXPECT_THROW(Maintenance().SetQueuedOutput(false), std::runtime_error);
+    EXPECT_EQ(Maintenance().GetOutputMode(), 0u);
+    EXPECT_THAT(Written("debug"), ElementsAre("of another category"));
+    Log("three");
+    EXPECT_THAT(Written("corba_alarm"), ElementsAre("one", "three"));
+    End(object);
+}
+
+TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordIsReportedAtTheEndAsALoss) {
+    qv_base_log* const object = MakeAndInit();
+    Maintenance().SetFilePolicy(NS_LOG_SERVICE1::LOG_FILE_POLICY_CONTRACT);
+    Manager().outputmode = 1;
+    Log("one");
+    Log("two");
+    g_refusedStamp = 3;  // that of "two", behind those of the file and of "one"
+    End(object);
+    EXPECT_THAT(Proxy().Texts(),
+                Contains(HasSubstr("corba_alarm: 1 records could not be written")));
 }
 
 // There is no channel yet into which the exception could be reported.
