@@ -42,7 +42,11 @@ bool ReverseStream::OpenPreviousFile() {
             continue;
         }
         try {
-            source_ = OpenSeekable(series_.files[file_].name.path);
+            std::string unread;
+            source_ = OpenSeekable(series_.files[file_].name.path, unread);
+            if (!unread.empty()) {
+                problems_.ReportUnread(unread, source_->Size());
+            }
             const FileRange all{0, source_->Size()};
             const FileRange range =
                 wanted.trustsOrder ? FindRange(*source_, wanted.since, wanted.until) : all;
