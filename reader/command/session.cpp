@@ -38,6 +38,12 @@ void StderrListener::NoteTrouble(const std::string& text) {
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
 }
 
+void StderrListener::NoteTroubleOnce(const std::string& text) {
+    if (noted_.insert(text).second) {
+        NoteTrouble(text);
+    }
+}
+
 void StderrListener::NoteFailure(const Matcher& matcher) {
     if (!hasToldFailure_ && !matcher.Failure().empty()) {
         hasToldFailure_ = true;
@@ -50,6 +56,11 @@ Session::Session(const Options& options)
     Find(options);
 }
 
+Session::Session(const Options& options, StderrListener& problems)
+    : ownArchive_(OpenArchive(options)), archive_(ownArchive_.get()), problems_(&problems) {
+    Find(options);
+}
+
 Session::Session(const Options& options, Archive& archive) : archive_(&archive) {
     Find(options);
 }
@@ -59,7 +70,7 @@ void Session::Find(const Options& options) {
     // A story may lead anywhere.
     series_ = archive_->FindSeries(options.story ? Selection() : options.selection, problems);
     for (const std::string& problem : problems) {
-        problems_.NoteTrouble(problem);
+        problems_->NoteTroubleOnce(problem);
     }
 }
 
@@ -74,7 +85,7 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
             continue;
         }
         std::unique_ptr<RecordStream> records =
-            archive_->Open(series_[i], i, matcher, stream, newestFirst, problems_);
+            archive_->Open(series_[i], i, matcher, stream, newestFirst, *problems_);
         if (stream.withContext) {
             const size_t first = newestFirst ? stream.after : stream.before;
             const size_t second = newestFirst ? stream.before : stream.after;
@@ -109,11 +120,11 @@ std::unique_ptr<RecordFormat> MakeFormatOf(const Options& options, const Pattern
 
 ExitCode Session::Exit(bool wasFound) {
     for (const Matcher* const matcher : matchers_) {
-        problems_.NoteFailure(*matcher);
+        problems_->NoteFailure(*matcher);
     }
-    return problems_.HasTrouble() ? ExitCode::Trouble
-           : wasFound             ? ExitCode::Found
-                                  : ExitCode::NothingFound;
+    return problems_->HasTrouble() ? ExitCode::Trouble
+           : wasFound              ? ExitCode::Found
+                                   : ExitCode::NothingFound;
 }
 
 }  // namespace NS_LOG_READER
