@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "command/pager.h"
-#include "query/contextstream.h"
 #include "query/mergedstream.h"
 
 namespace NS_LOG_READER {
@@ -30,7 +29,7 @@ void StderrListener::Report(const std::string& path, int64_t offset, const std::
 }
 
 void StderrListener::ReportUnread(const std::string& reason, uint64_t offset) {
-    NoteTrouble(reason + "; what follows byte " + std::to_string(offset) + " was not read");
+    NoteTroubleOnce(reason + "; what follows byte " + std::to_string(offset) + " was not read");
 }
 
 void StderrListener::NoteTrouble(const std::string& text) {
@@ -75,8 +74,8 @@ void Session::Find(const Options& options) {
 }
 
 std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matcher,
-                                                             StreamOptions stream,
-                                                             bool newestFirst) {
+                                                             StreamOptions stream, bool newestFirst,
+                                                             const std::vector<HitRange>& hits) {
     archive_->Prepare(matcher);
     matchers_.push_back(&matcher);
     std::vector<std::unique_ptr<RecordStream>> streams;
@@ -89,7 +88,8 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
         if (stream.withContext) {
             const size_t first = newestFirst ? stream.after : stream.before;
             const size_t second = newestFirst ? stream.before : stream.after;
-            records = std::make_unique<ContextStream>(std::move(records), first, second);
+            records = std::make_unique<ContextStream>(std::move(records), first, second,
+                                                      hits.empty() ? HitRange() : hits[i]);
         }
         streams.push_back(std::move(records));
     }
@@ -97,8 +97,9 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
 }
 
 std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOptions stream,
-                                            bool newestFirst) {
-    std::vector<std::unique_ptr<RecordStream>> streams = OpenEach(matcher, stream, newestFirst);
+                                            bool newestFirst, const std::vector<HitRange>& hits) {
+    std::vector<std::unique_ptr<RecordStream>> streams =
+        OpenEach(matcher, stream, newestFirst, hits);
     if (streams.size() == 1) {
         return std::move(streams.front());
     }

@@ -12,6 +12,7 @@
 #include "command/options.h"
 #include "input/series.h"
 #include "output/recordformat.h"
+#include "query/contextstream.h"
 #include "query/progress.h"
 #include "query/recordstream.h"
 #include "query/seriesstream.h"
@@ -54,13 +55,14 @@ class Session {
     Session(const Options& options, Archive& archive);
 
     // All records that match, by time; `newestFirst` backwards. `matcher` outlives the stream, as
-    // the session does, and lives until Exit.
+    // the session does, and lives until Exit. `hits`: which of each series with context; none: all.
     std::unique_ptr<RecordStream> Open(const Matcher& matcher, StreamOptions stream,
-                                       bool newestFirst);
+                                       bool newestFirst, const std::vector<HitRange>& hits = {});
 
     // The same, each series by itself.
     std::vector<std::unique_ptr<RecordStream>> OpenEach(const Matcher& matcher,
-                                                        StreamOptions stream, bool newestFirst);
+                                                        StreamOptions stream, bool newestFirst,
+                                                        const std::vector<HitRange>& hits = {});
 
     const std::vector<Series>& AllSeries() const { return series_; }
     Verification Verify(const Series& series) { return archive_->Verify(series); }
