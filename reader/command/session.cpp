@@ -78,6 +78,7 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
                                                              const std::vector<HitRange>& hits) {
     archive_->Prepare(matcher);
     matchers_.push_back(&matcher);
+    stream.among = std::max(series_.size(), size_t{1});
     std::vector<std::unique_ptr<RecordStream>> streams;
     for (size_t i = 0; i < series_.size(); ++i) {
         if (!matcher.Wanted().Wants(series_[i])) {
