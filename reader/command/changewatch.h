@@ -1,8 +1,12 @@
 // Waits for changes in directories, and for the end of processes.
 #pragma once
 
+#include <sys/inotify.h>
+
 #include <cstdint>
+#include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 
 #include "input/filedescriptor.h"
@@ -15,7 +19,8 @@ class ChangeWatch {
     // Throws ReadError.
     ChangeWatch();
 
-    // Watches the files in a directory. Throws ReadError.
+    // Watches the files in a directory, and whether another directory takes its place: then it is
+    // to be watched again. Throws ReadError; that it comes back is waited for all the same.
     void WatchDirectory(const std::string& directory);
 
     // Watches for the end of a process; one that does not exist has ended already.
@@ -27,11 +32,19 @@ class ChangeWatch {
     // Whether one of the processes lives.
     bool HasProcess() const { return !processes_.empty(); }
 
+    // Whether the end of a process was seen.
+    bool HasEnded(int64_t process) const { return ended_.count(process) != 0; }
+
   private:
-    void ReadEvents() const;
+    void WatchName(const std::filesystem::path& path);
+    bool ReadEvents();
+    bool IsWanted(const inotify_event& event) const;
 
     FileDescriptor events_;
+    std::set<int> directories_;                   // everything in them is wanted
+    std::map<int, std::set<std::string>> names_;  // in others, what has these names
     std::map<int64_t, FileDescriptor> processes_;
+    std::set<int64_t> ended_;
 };
 
 }  // namespace NS_LOG_READER

@@ -41,7 +41,8 @@ class Follow {
     explicit Follow(const Options& options) : options_(options), output_(options) {}
 
     ExitCode Run() {
-        WatchAll();
+        FindDirectories();
+        WatchAll(true);
         FindFiles(true);
         try {
             output_.Begin();
@@ -59,14 +60,37 @@ class Follow {
     }
 
   private:
-    void WatchAll() {
-        std::set<std::string> directories;
+    void FindDirectories() {
         for (const std::string& path : options_.paths) {
             const std::string parent = fs::path(path).parent_path().string();
-            directories.insert(fs::is_directory(path) ? path : parent.empty() ? "." : parent);
+            directories_.insert(fs::is_directory(path) ? path : parent.empty() ? "." : parent);
         }
-        for (const std::string& directory : directories) {
+    }
+
+    // Others may have taken the place of directories since the last look.
+    void WatchAll(bool isFirst) {
+        for (const std::string& directory : directories_) {
+            try {
+                watch_.WatchDirectory(directory);
+                gone_.erase(directory);
+            } catch (const ReadError& error) {
+                if (isFirst) {
+                    throw;
+                }
+                if (gone_.insert(directory).second) {
+                    output_.Problems().NoteTrouble(error.what());
+                }
+            }
+        }
+    }
+
+    // Links to files are followed: what is written to those is told where they stand.
+    void WatchTarget(const std::string& path) {
+        std::error_code error;
+        if (fs::is_symlink(path, error)) {
+            const std::string directory = fs::canonical(path, error).parent_path().string();
             watch_.WatchDirectory(directory);
+            directories_.insert(directory);
         }
     }
 
@@ -74,6 +98,7 @@ class Follow {
     void Look() {
         bool wasClosed = true;
         while (wasClosed) {
+            WatchAll(false);
             FindFiles(false);
             wasClosed = PrintNew() && !unopened_.empty();
         }
@@ -118,6 +143,7 @@ class Follow {
             return;
         }
         try {
+            WatchTarget(path);
             const auto unopened = unopened_.find(file);
             const off_t past = unopened != unopened_.end() ? unopened->second : 0;
             OpenNew(name, isFirst ? status.st_size : past, isFirst);
@@ -125,7 +151,7 @@ class Follow {
         } catch (const ReadError& error) {
             known_.erase(file);
             if (unopened_.emplace(file, isFirst ? status.st_size : 0).second) {
-                output_.Problems().NoteTrouble(error.what());
+                output_.Problems().NoteTroubleOnce(error.what());
             }
         }
     }
@@ -134,14 +160,13 @@ class Follow {
     void OpenNew(const LogFileName& name, off_t past, bool isFirst) {
         auto file = std::make_unique<FollowedFile>(name, series_++);
         if (past > 0) {
-            file->SkipTo(static_cast<uint64_t>(past));
+            // What stands there without an end and has been for long is not written any more.
+            file->SkipTo(static_cast<uint64_t>(past), !file->IsQuiet() || IsAlive(name.process));
         }
         if (isFirst && file->IsClosed()) {
             return;
         }
-        if (options_.endsWithAgent) {
-            watch_.WatchProcess(name.process);
-        }
+        watch_.WatchProcess(name.process);
         files_.push_back(std::move(file));
     }
 
@@ -157,7 +182,7 @@ class Follow {
         for (const auto& file : files_) {
             ends[file->Name().path] = file->Offset();
         }
-        Session session(options_);
+        Session session(options_, output_.Problems());
         output_.PrintPast(*session.Open(output_.GetMatcher(), {}, true), [&](const Found& found) {
             const auto end = ends.find(found.record.origin->path);
             return known_.count({found.record.origin->path, Inode(found)}) != 0 &&
@@ -177,7 +202,8 @@ class Follow {
         std::vector<KeptRecord> fresh;
         for (const auto& file : files_) {
             try {
-                file->ReadNew(output_.GetMatcher(), output_.Problems(),
+                const bool mayGrow = removed.count(file.get()) == 0 && MayGrow(*file);
+                file->ReadNew(mayGrow, output_.GetMatcher(), output_.Problems(),
                               [&](const Found& found) { fresh.emplace_back(found); });
             } catch (const ReadError& error) {
                 output_.Problems().NoteTrouble(error.what());
@@ -185,6 +211,12 @@ class Follow {
         }
         output_.PrintNew(std::move(fresh));
         return CloseDoneFiles(removed);
+    }
+
+    // What its process has not completed when it ended stays as it is.
+    bool MayGrow(const FollowedFile& file) const {
+        const bool isLastLook = options_.endsWithAgent && !watch_.HasProcess();
+        return !isLastLook && !watch_.HasEnded(file.Name().process);
     }
 
     // The files that nobody can open any more and their process does not write.
@@ -202,7 +234,7 @@ class Follow {
     // the process is not seen alone says little: it may live in another container.
     bool IsDone(const FollowedFile& file) const {
         const LogFileName& name = file.Name();
-        if (file.IsClosedForLong() && !IsAlive(name.process)) {
+        if (file.IsClosed() && file.IsQuiet() && !IsAlive(name.process)) {
             return true;
         }
         return file.IsClosed() && std::any_of(files_.begin(), files_.end(), [&](const auto& other) {
@@ -233,6 +265,8 @@ class Follow {
     const Options& options_;
     FollowOutput output_;
     ChangeWatch watch_;
+    std::set<std::string> directories_;
+    std::set<std::string> gone_;  // of these, told once
     std::vector<std::unique_ptr<FollowedFile>> files_;
     std::set<std::pair<std::string, ino_t>> known_;
     // What could not be opened, and how much of it is past. Told once, and tried again.

@@ -25,7 +25,7 @@ FollowedFile::FollowedFile(LogFileName name, size_t series)
     if (::stat(name_.path.c_str(), &status_) != 0) {
         throw ReadError(name_.path + " has gone");
     }
-    StartAt(0);
+    StartAt(0, true);
     beginning_ = ReadBeginning();
 }
 
@@ -33,13 +33,15 @@ bool FollowedFile::IsFile(const struct stat& status) const {
     return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
 }
 
-bool FollowedFile::IsClosedForLong() const {
-    return isClosed_ && !file_.WasWrittenWithin(kLong);
+bool FollowedFile::IsQuiet() const {
+    return !file_.WasWrittenWithin(kLong);
 }
 
-void FollowedFile::StartAt(uint64_t offset) {
+void FollowedFile::StartAt(uint64_t offset, bool mayGrow) {
     scanner_.emplace(file_, offset);
-    scanner_->ExpectGrowth();
+    if (mayGrow) {
+        scanner_->ExpectGrowth();
+    }
     isClosed_ = false;
 }
 
@@ -50,29 +52,27 @@ std::string FollowedFile::ReadBeginning() {
 }
 
 bool FollowedFile::HasBegunAgain() {
-    if (file_.Size() < scanner_->Offset()) {
-        return true;
-    }
+    const bool isShorter = file_.Size() < scanner_->Offset();
     file_.Seek(0);
     char bytes[kBeginningSize];
     const std::string now(bytes, file_.Read(bytes, sizeof bytes));
-    const bool isOther = now.compare(0, beginning_.size(), beginning_) != 0;
+    const bool isOther = isShorter || now.compare(0, beginning_.size(), beginning_) != 0;
     beginning_ = now;
     return isOther;
 }
 
-void FollowedFile::SkipTo(uint64_t size) {
+void FollowedFile::SkipTo(uint64_t size, bool mayGrow) {
     size = std::min(size, file_.Size());
     const uint64_t from = size > kTail ? size - kTail : 0;
     const std::optional<Boundary> place = from > 0 ? FindBoundary(file_, from, size) : std::nullopt;
-    StartAt(place ? place->offset : 0);
+    StartAt(place ? place->offset : 0, mayGrow);
     Piece piece;
     while (scanner_->Offset() < size && scanner_->Next(piece)) {
         isClosed_ = piece.kind == PieceKind::Closed;
     }
 }
 
-void FollowedFile::ReadNew(const Matcher& matcher, ProblemListener& problems,
+void FollowedFile::ReadNew(bool mayGrow, const Matcher& matcher, ProblemListener& problems,
                            const std::function<void(const Found&)>& take) {
     const uint64_t offset = scanner_->Offset();
     if (file_.Size() == offset) {
@@ -81,10 +81,10 @@ void FollowedFile::ReadNew(const Matcher& matcher, ProblemListener& problems,
     if (HasBegunAgain()) {
         problems.Report(name_.path, static_cast<int64_t>(offset),
                         "the file was emptied and begins again");
-        StartAt(0);
+        StartAt(0, mayGrow);
     } else {
         // The scanner's own place was lost by the look at the beginning.
-        StartAt(offset);
+        StartAt(offset, mayGrow);
     }
     Piece piece;
     while (scanner_->Next(piece)) {

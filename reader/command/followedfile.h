@@ -24,12 +24,13 @@ class FollowedFile {
     FollowedFile(const FollowedFile&) = delete;
     FollowedFile& operator=(const FollowedFile&) = delete;
 
-    // Passes over what begins in its first `size` bytes.
-    void SkipTo(uint64_t size);
+    // Passes over what begins in its first `size` bytes. `mayGrow`: not over what has no end yet.
+    void SkipTo(uint64_t size, bool mayGrow);
 
     // Hands out the records that have been written since. A file that was emptied meanwhile, as it
-    // happens when it is full within its second, begins again.
-    void ReadNew(const Matcher& matcher, ProblemListener& problems,
+    // happens when it is full within its second, begins again. `mayGrow`: what has no end yet is
+    // waited for; else it is torn.
+    void ReadNew(bool mayGrow, const Matcher& matcher, ProblemListener& problems,
                  const std::function<void(const Found&)>& take);
 
     const LogFileName& Name() const { return name_; }
@@ -37,15 +38,15 @@ class FollowedFile {
     uint64_t Offset() const { return scanner_->Offset(); }
     // Its last line says that it is done.
     bool IsClosed() const { return isClosed_; }
-    // Its last line says that it is done, and its name's second is surely over.
-    bool IsClosedForLong() const;
+    // It was written so long ago that its name's second is surely over.
+    bool IsQuiet() const;
     // It has no name any more.
     bool IsRemoved() const { return !file_.HasName(); }
     ino_t Inode() const { return status_.st_ino; }
     bool IsFile(const struct stat& status) const;
 
   private:
-    void StartAt(uint64_t offset);
+    void StartAt(uint64_t offset, bool mayGrow);
     std::string ReadBeginning();
     bool HasBegunAgain();
     void NoteReadError(ProblemListener& problems);

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "command/pager.h"
-#include "query/contextstream.h"
 #include "query/mergedstream.h"
 
 namespace NS_LOG_READER {
@@ -30,12 +29,18 @@ void StderrListener::Report(const std::string& path, int64_t offset, const std::
 }
 
 void StderrListener::ReportUnread(const std::string& reason, uint64_t offset) {
-    NoteTrouble(reason + "; what follows byte " + std::to_string(offset) + " was not read");
+    NoteTroubleOnce(reason + "; what follows byte " + std::to_string(offset) + " was not read");
 }
 
 void StderrListener::NoteTrouble(const std::string& text) {
     hasTrouble_ = true;
     std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+}
+
+void StderrListener::NoteTroubleOnce(const std::string& text) {
+    if (noted_.insert(text).second) {
+        NoteTrouble(text);
+    }
 }
 
 void StderrListener::NoteFailure(const Matcher& matcher) {
@@ -50,6 +55,11 @@ Session::Session(const Options& options)
     Find(options);
 }
 
+Session::Session(const Options& options, StderrListener& problems)
+    : ownArchive_(OpenArchive(options)), archive_(ownArchive_.get()), problems_(&problems) {
+    Find(options);
+}
+
 Session::Session(const Options& options, Archive& archive) : archive_(&archive) {
     Find(options);
 }
@@ -59,26 +69,28 @@ void Session::Find(const Options& options) {
     // A story may lead anywhere.
     series_ = archive_->FindSeries(options.story ? Selection() : options.selection, problems);
     for (const std::string& problem : problems) {
-        problems_.NoteTrouble(problem);
+        problems_->NoteTroubleOnce(problem);
     }
 }
 
 std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matcher,
-                                                             StreamOptions stream,
-                                                             bool newestFirst) {
+                                                             StreamOptions stream, bool newestFirst,
+                                                             const std::vector<HitRange>& hits) {
     archive_->Prepare(matcher);
     matchers_.push_back(&matcher);
+    stream.among = std::max(series_.size(), size_t{1});
     std::vector<std::unique_ptr<RecordStream>> streams;
     for (size_t i = 0; i < series_.size(); ++i) {
         if (!matcher.Wanted().Wants(series_[i])) {
             continue;
         }
         std::unique_ptr<RecordStream> records =
-            archive_->Open(series_[i], i, matcher, stream, newestFirst, problems_);
+            archive_->Open(series_[i], i, matcher, stream, newestFirst, *problems_);
         if (stream.withContext) {
             const size_t first = newestFirst ? stream.after : stream.before;
             const size_t second = newestFirst ? stream.before : stream.after;
-            records = std::make_unique<ContextStream>(std::move(records), first, second);
+            records = std::make_unique<ContextStream>(std::move(records), first, second,
+                                                      hits.empty() ? HitRange() : hits[i]);
         }
         streams.push_back(std::move(records));
     }
@@ -86,8 +98,9 @@ std::vector<std::unique_ptr<RecordStream>> Session::OpenEach(const Matcher& matc
 }
 
 std::unique_ptr<RecordStream> Session::Open(const Matcher& matcher, StreamOptions stream,
-                                            bool newestFirst) {
-    std::vector<std::unique_ptr<RecordStream>> streams = OpenEach(matcher, stream, newestFirst);
+                                            bool newestFirst, const std::vector<HitRange>& hits) {
+    std::vector<std::unique_ptr<RecordStream>> streams =
+        OpenEach(matcher, stream, newestFirst, hits);
     if (streams.size() == 1) {
         return std::move(streams.front());
     }
@@ -109,11 +122,11 @@ std::unique_ptr<RecordFormat> MakeFormatOf(const Options& options, const Pattern
 
 ExitCode Session::Exit(bool wasFound) {
     for (const Matcher* const matcher : matchers_) {
-        problems_.NoteFailure(*matcher);
+        problems_->NoteFailure(*matcher);
     }
-    return problems_.HasTrouble() ? ExitCode::Trouble
-           : wasFound             ? ExitCode::Found
-                                  : ExitCode::NothingFound;
+    return problems_->HasTrouble() ? ExitCode::Trouble
+           : wasFound              ? ExitCode::Found
+                                   : ExitCode::NothingFound;
 }
 
 }  // namespace NS_LOG_READER

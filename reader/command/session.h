@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "command/options.h"
 #include "input/series.h"
 #include "output/recordformat.h"
+#include "query/contextstream.h"
 #include "query/progress.h"
 #include "query/recordstream.h"
 #include "query/seriesstream.h"
@@ -27,11 +29,14 @@ class StderrListener final : public ProblemListener {
     // A file could not be read or searched, or not to its end.
     bool HasTrouble() const { return hasTrouble_; }
     void NoteTrouble(const std::string& text);
+    // The same unless it was noted so before.
+    void NoteTroubleOnce(const std::string& text);
     // Once, whether the search for a pattern was given up.
     void NoteFailure(const Matcher& matcher);
 
   private:
     std::map<std::string, int> reported_;
+    std::set<std::string> noted_;
     bool hasTrouble_ = false;
     bool hasToldFailure_ = false;
     Progress progress_;
@@ -43,21 +48,25 @@ class Session {
     // Finds the series that are wanted.
     explicit Session(const Options& options);
 
+    // The same with problems told to a listener that outlives the session.
+    Session(const Options& options, StderrListener& problems);
+
     // The same in an archive that is open already, and outlives the session.
     Session(const Options& options, Archive& archive);
 
     // All records that match, by time; `newestFirst` backwards. `matcher` outlives the stream, as
-    // the session does, and lives until Exit.
+    // the session does, and lives until Exit. `hits`: which of each series with context; none: all.
     std::unique_ptr<RecordStream> Open(const Matcher& matcher, StreamOptions stream,
-                                       bool newestFirst);
+                                       bool newestFirst, const std::vector<HitRange>& hits = {});
 
     // The same, each series by itself.
     std::vector<std::unique_ptr<RecordStream>> OpenEach(const Matcher& matcher,
-                                                        StreamOptions stream, bool newestFirst);
+                                                        StreamOptions stream, bool newestFirst,
+                                                        const std::vector<HitRange>& hits = {});
 
     const std::vector<Series>& AllSeries() const { return series_; }
     Verification Verify(const Series& series) { return archive_->Verify(series); }
-    StderrListener& Problems() { return problems_; }
+    StderrListener& Problems() { return *problems_; }
 
     // Tells what the matchers could not find out.
     ExitCode Exit(bool wasFound);
@@ -69,7 +78,8 @@ class Session {
     Archive* archive_;
     std::vector<Series> series_;
     std::vector<const Matcher*> matchers_;
-    StderrListener problems_;
+    StderrListener ownProblems_;
+    StderrListener* problems_ = &ownProblems_;
 };
 
 // The format that the options ask for. `pattern` is marked in colour; null: none is.

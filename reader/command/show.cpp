@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <limits>
 #include <unordered_set>
 
 #include "command/commands.h"
@@ -17,6 +18,7 @@ constexpr size_t kMostOperations = 400000;
 
 // Up to so many last records are kept in memory; for more, all are counted first.
 constexpr uint64_t kMostKept = 10000;
+constexpr size_t kMostKeptBytes = size_t{16} << 20;
 
 StreamOptions MakeStreamOptions(const Options& options) {
     StreamOptions stream;
@@ -143,22 +145,37 @@ class Show {
 
     // All records, or with --reverse the first of them.
     void PrintAll(Printer& printer) {
+        uint64_t hitsLeft = options_.lines.value_or(std::numeric_limits<uint64_t>::max());
+        std::vector<HitRange> hits;
+        if (stream_.withContext && options_.lines) {
+            for (const uint64_t count : CountEach(hitsLeft, true)) {
+                hits.push_back({0, count});
+            }
+            // Their neighbours come as well.
+            hitsLeft = std::numeric_limits<uint64_t>::max();
+        }
         const std::unique_ptr<RecordStream> records =
-            session_.Open(*matcher_, stream_, options_.reverse);
-        uint64_t hits = 0;
+            session_.Open(*matcher_, stream_, options_.reverse, hits);
         Found found;
-        while ((!options_.lines || hits < *options_.lines) && records->Next(found)) {
+        for (; hitsLeft > 0 && records->Next(found); hitsLeft -= found.isHit ? 1 : 0) {
             printer.Print(found);
-            hits += found.isHit ? 1 : 0;
         }
     }
 
     void PrintLast(Printer& printer) {
         std::vector<KeptRecord> last;
-        const std::unique_ptr<RecordStream> records = session_.Open(*matcher_, stream_, true);
+        std::unique_ptr<RecordStream> records = session_.Open(*matcher_, stream_, true);
+        size_t bytes = 0;
         Found found;
         while (last.size() < *options_.lines && records->Next(found)) {
             last.emplace_back(found);
+            bytes += found.record.bytes.size();
+            if (bytes > kMostKeptBytes) {
+                last.clear();
+                records.reset();
+                PrintLastOfMany(printer);
+                return;
+            }
         }
         while (!last.empty()) {
             printer.Print(last.back().Get());
@@ -168,17 +185,35 @@ class Show {
 
     // Counts first, and then leaves out those before the last ones.
     void PrintLastOfMany(Printer& printer) {
-        StreamOptions counting;
-        const uint64_t count = Count(*session_.Open(*matcher_, counting, false));
+        const uint64_t count = Count(*session_.Open(*matcher_, {}, false));
         uint64_t left = count > *options_.lines ? count - *options_.lines : 0;
-        const std::unique_ptr<RecordStream> records = session_.Open(*matcher_, stream_, false);
+        std::vector<HitRange> hits;
+        if (stream_.withContext) {
+            for (const uint64_t leftOut : CountEach(left, false)) {
+                hits.push_back({leftOut});
+            }
+            left = 0;
+        }
+        const auto records = session_.Open(*matcher_, stream_, false, hits);
         Found found;
         while (records->Next(found)) {
             if (left == 0) {
                 printer.Print(found);
+            } else {
+                --left;
             }
-            left -= left > 0 && found.isHit ? 1 : 0;
         }
+    }
+
+    // How many of the first hits each series has.
+    std::vector<uint64_t> CountEach(uint64_t first, bool newestFirst) {
+        std::vector<uint64_t> counts(session_.AllSeries().size());
+        const std::unique_ptr<RecordStream> records = session_.Open(*matcher_, {}, newestFirst);
+        Found found;
+        for (; first > 0 && records->Next(found); --first) {
+            ++counts[found.series];
+        }
+        return counts;
     }
 
     const Options& options_;

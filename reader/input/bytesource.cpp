@@ -4,6 +4,7 @@
 #include <zlib.h>
 #include <zstd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,15 @@ namespace {
 
 constexpr size_t kCompressedChunk = size_t{128} * 1024;
 
+// The largest window, and gzip's own header.
+constexpr int kGzipWindow = 15 + 16;
+
+// Enough to begin a frame of zstd with.
+constexpr size_t kZstdBeginning = 5;
+
+// The first byte of gzip data.
+constexpr Bytef kGzipMark = 0x1f;
+
 class CompressedSource : public ByteSource {
   public:
     void Seek(uint64_t offset) override {
@@ -29,39 +39,70 @@ class CompressedSource : public ByteSource {
     bool IsPlain() const override { return false; }
 };
 
+// What was unpacked before damage is handed out before the damage is told.
 class GzipFile final : public CompressedSource {
   public:
-    explicit GzipFile(const std::string& path) : path_(path) {
-        RefusePipe(path);
-        file_ = gzopen(path.c_str(), "rbe");
-        if (file_ == nullptr) {
-            throw ReadError(path + ": " + std::strerror(errno));
+    explicit GzipFile(const std::string& path) : path_(path), file_(path) {
+        if (::inflateInit2(&stream_, kGzipWindow) != Z_OK) {
+            throw std::bad_alloc();
         }
-        gzbuffer(file_, kCompressedChunk);
     }
-    ~GzipFile() override { gzclose(file_); }
+    ~GzipFile() override { ::inflateEnd(&stream_); }
 
     GzipFile(const GzipFile&) = delete;
     GzipFile& operator=(const GzipFile&) = delete;
 
     size_t Read(char* bytes, size_t size) override {
-        const int result = gzread(file_, bytes, static_cast<unsigned>(size));
-        if (result > 0) {
-            return static_cast<size_t>(result);
+        stream_.next_out = reinterpret_cast<Bytef*>(bytes);
+        stream_.avail_out = static_cast<uInt>(size);
+        while (stream_.avail_out == size) {
+            if (stream_.avail_in == 0 && !mayHoldMore_ && !ReadChunk()) {
+                return 0;
+            }
+            if (isMemberComplete_ && !BeginMember()) {
+                return 0;
+            }
+            const int result = ::inflate(&stream_, Z_NO_FLUSH);
+            isMemberComplete_ = result == Z_STREAM_END;
+            mayHoldMore_ = stream_.avail_out == 0 && !isMemberComplete_;
+            const bool isGood = isMemberComplete_ || result == Z_OK || result == Z_BUF_ERROR;
+            if (!isGood && stream_.avail_out == size) {
+                throw ReadError(path_ + ": " + (stream_.msg != nullptr ? stream_.msg : "damaged"));
+            }
         }
-        int code = Z_OK;
-        const char* const message = gzerror(file_, &code);
-        if (result < 0 || (code != Z_OK && code != Z_STREAM_END)) {
-            throw ReadError(path_ + ": " + (code == Z_BUF_ERROR ? "it ends early" : message));
-        }
-        return 0;
+        return size - stream_.avail_out;
     }
 
   private:
+    bool ReadChunk() {
+        stream_.next_in = reinterpret_cast<Bytef*>(chunk_.data());
+        stream_.avail_in = static_cast<uInt>(file_.Read(chunk_.data(), chunk_.size()));
+        if (stream_.avail_in == 0 && !isMemberComplete_) {
+            throw ReadError(path_ + ": it ends early");
+        }
+        return stream_.avail_in > 0;
+    }
+
+    // What is no gzip data behind a whole member is padding. False: there is no other member.
+    bool BeginMember() {
+        if (hasMember_ && *stream_.next_in != kGzipMark) {
+            stream_.avail_in = 0;
+            return false;
+        }
+        hasMember_ = true;
+        return ::inflateReset(&stream_) == Z_OK;
+    }
+
     std::string path_;
-    gzFile file_ = nullptr;
+    PlainFile file_;
+    std::vector<char> chunk_ = std::vector<char>(kCompressedChunk);
+    z_stream stream_{};
+    bool isMemberComplete_ = true;
+    bool hasMember_ = false;
+    bool mayHoldMore_ = false;  // there was no room for all that is known
 };
 
+// Decodes block by block: damage costs no block before it.
 class ZstdFile final : public CompressedSource {
   public:
     explicit ZstdFile(const std::string& path)
@@ -74,20 +115,25 @@ class ZstdFile final : public CompressedSource {
     size_t Read(char* bytes, size_t size) override {
         ZSTD_outBuffer out{bytes, size, 0};
         while (out.pos == 0) {
-            if (in_.pos == in_.size) {
-                in_ = {chunk_.data(), file_.Read(chunk_.data(), chunk_.size()), 0};
-                if (in_.size == 0) {
+            if (in_.pos == chunkSize_ && !mayHoldMore_) {
+                in_ = {chunk_.data(), 0, 0};
+                chunkSize_ = file_.Read(chunk_.data(), chunk_.size());
+                if (chunkSize_ == 0) {
                     if (!isFrameComplete_) {
                         throw ReadError(path_ + ": it ends early");
                     }
                     return 0;
                 }
             }
+            // What is decoded already comes first, without anything that may be damaged.
+            in_.size = mayHoldMore_ ? in_.pos : std::min(chunkSize_, in_.pos + wanted_);
             const size_t result = ZSTD_decompressStream(stream_.get(), &out, &in_);
             if (ZSTD_isError(result) != 0) {
                 throw ReadError(path_ + ": " + ZSTD_getErrorName(result));
             }
             isFrameComplete_ = result == 0;
+            wanted_ = isFrameComplete_ ? kZstdBeginning : result;
+            mayHoldMore_ = out.pos == size;
         }
         return out.pos;
     }
@@ -97,8 +143,11 @@ class ZstdFile final : public CompressedSource {
     PlainFile file_;
     std::unique_ptr<ZSTD_DStream, size_t (*)(ZSTD_DStream*)> stream_;
     std::vector<char> chunk_ = std::vector<char>(kCompressedChunk);
+    size_t chunkSize_ = 0;
     ZSTD_inBuffer in_{nullptr, 0, 0};
+    size_t wanted_ = kZstdBeginning;  // so much completes the block, or the frame's header
     bool isFrameComplete_ = true;
+    bool mayHoldMore_ = false;  // more was decoded than there was room for
 };
 
 FileDescriptor MakeTemporaryFile() {
@@ -143,14 +192,23 @@ std::unique_ptr<ByteSource> OpenFile(const std::string& path) {
     return std::make_unique<PlainFile>(path);
 }
 
-std::unique_ptr<ByteSource> OpenSeekable(const std::string& path) {
+std::unique_ptr<ByteSource> OpenSeekable(const std::string& path, std::string& unread) {
+    unread.clear();
     std::unique_ptr<ByteSource> source = OpenFile(path);
     if (source->IsPlain()) {
         return source;
     }
     FileDescriptor file = MakeTemporaryFile();
     std::vector<char> chunk(kCompressedChunk);
-    for (size_t size = 0; (size = source->Read(chunk.data(), chunk.size())) > 0;) {
+    const auto read = [&] {
+        try {
+            return source->Read(chunk.data(), chunk.size());
+        } catch (const ReadError& error) {
+            unread = error.what();
+            return size_t{0};
+        }
+    };
+    for (size_t size = 0; (size = read()) > 0;) {
         WriteAll(file.Get(), chunk.data(), size);
     }
     return std::make_unique<PlainFile>(std::move(file), path);

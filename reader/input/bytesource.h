@@ -39,8 +39,8 @@ class ByteSource {
 std::unique_ptr<ByteSource> OpenFile(const std::string& path);
 
 // The same with compressed contents unpacked into an unnamed temporary file first, so that any
-// place can be read. Throws ReadError.
-std::unique_ptr<ByteSource> OpenSeekable(const std::string& path);
+// place can be read. `unread` says why they end early; empty: they do not. Throws ReadError.
+std::unique_ptr<ByteSource> OpenSeekable(const std::string& path, std::string& unread);
 
 // Whether the name ends as those of compressed files do.
 bool IsCompressedName(const std::string& path);

@@ -23,6 +23,10 @@ constexpr size_t kShortestLeap = 4096;
 // A frame in whose text so many others end is taken for torn: no detail quotes that many.
 constexpr int kMostForeignEnds = 4096;
 
+// So are fewer of them in so large a text.
+constexpr int kManyForeignEnds = 16;
+constexpr size_t kManyBytes = size_t{8} << 20;
+
 // The length of "</N>\n\n" at the beginning of the text, of any number; 0: there is none.
 size_t ClosingTagLength(std::string_view text) {
     if (!StartsWith(text, "</")) {
@@ -214,7 +218,10 @@ PieceScanner::FrameEnd PieceScanner::FindFrameEnd(std::string_view digitsInBuffe
             result.length = tag + length;
             result.certain = isCertain ? result.length : 0;
         }
-        if (isOwn ? isCertain : ++foreignEnds > kMostForeignEnds) {
+        foreignEnds += isOwn ? 0 : 1;
+        const bool isTorn =
+            foreignEnds > kMostForeignEnds || (foreignEnds > kManyForeignEnds && tag > kManyBytes);
+        if (isOwn ? isCertain : isTorn) {
             return result;
         }
     }

@@ -1,5 +1,6 @@
 #include "query/reversestream.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 
@@ -10,7 +11,10 @@
 namespace NS_LOG_READER {
 namespace {
 
-constexpr uint64_t kSegment = uint64_t{1} << 20;
+// What is held in memory of all series together, and of one of them.
+constexpr uint64_t kAllSegments = uint64_t{64} << 20;
+constexpr uint64_t kLargestSegment = uint64_t{1} << 20;
+constexpr uint64_t kSmallestSegment = uint64_t{64} << 10;
 
 }  // namespace
 
@@ -21,6 +25,7 @@ ReverseStream::ReverseStream(const Series& series, size_t index, const Matcher& 
       matcher_(matcher),
       options_(options),
       problems_(problems),
+      segment_(std::clamp(kAllSegments / options.among, kSmallestSegment, kLargestSegment)),
       file_(series.files.size()) {}
 
 // When the last record was written is not known before the file is read.
@@ -42,7 +47,11 @@ bool ReverseStream::OpenPreviousFile() {
             continue;
         }
         try {
-            source_ = OpenSeekable(series_.files[file_].name.path);
+            std::string unread;
+            source_ = OpenSeekable(series_.files[file_].name.path, unread);
+            if (!unread.empty()) {
+                problems_.ReportUnread(unread, source_->Size());
+            }
             const FileRange all{0, source_->Size()};
             const FileRange range =
                 wanted.trustsOrder ? FindRange(*source_, wanted.since, wanted.until) : all;
@@ -89,7 +98,7 @@ void ReverseStream::KeepPiece(const Piece& piece, Found& found) {
 // Reads the segment that ends at `end_`.
 void ReverseStream::ReadSegment() {
     uint64_t begin = begin_;
-    for (uint64_t size = kSegment; size < end_ - begin_; size *= 2) {
+    for (uint64_t size = segment_; size < end_ - begin_; size *= 2) {
         const std::optional<Boundary> found = FindBoundary(*source_, end_ - size, end_);
         if (found) {
             begin = found->offset;

@@ -33,6 +33,7 @@ class ReverseStream final : public RecordStream {
     const Matcher& matcher_;
     const StreamOptions options_;
     ProblemListener& problems_;
+    const uint64_t segment_;
     size_t file_;  // the one that is open, or the one after the next
     std::unique_ptr<ByteSource> source_;
     uint64_t begin_ = 0;  // nothing before is wanted

@@ -17,6 +17,7 @@ struct StreamOptions {
     bool withContext = false;  // what does not match comes too, marked
     size_t before = 0;         // of which so many records are shown around hits
     size_t after = 0;
+    size_t among = 1;        // so many series are read at once
     bool withMarks = false;  // the lines about creation and end come as well, as `bytes` only
 };
 

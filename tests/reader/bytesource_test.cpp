@@ -32,8 +32,11 @@ std::string Gzip(const std::string& text) {
 }
 
 std::string Zstd(const std::string& text) {
-    std::string packed(ZSTD_compressBound(text.size()), '\0');
-    packed.resize(ZSTD_compress(packed.data(), packed.size(), text.data(), text.size(), 3));
+    ZSTD_CCtx* const context = ZSTD_createCCtx();
+    ZSTD_CCtx_setParameter(context, ZSTD_c_checksumFlag, 1);
+    std::string packed(ZSTD_compressBound(text.size()) + 64, '\0');
+    packed.resize(ZSTD_compress2(context, packed.data(), packed.size(), text.data(), text.size()));
+    ZSTD_freeCCtx(context);
     return packed;
 }
 
@@ -57,7 +60,9 @@ TEST_F(ByteSources, GiveTheContentsOfPlainAndCompressedFiles) {
     WriteFile(Path("a.log.zst"), Zstd(text_.substr(0, 1000)) + Zstd(text_.substr(1000)));
     for (const char* name : {"a.log", "a.log.gz", "a.log.zst"}) {
         EXPECT_EQ(ReadAll(*OpenFile(Path(name))), text_) << name;
-        const auto source = OpenSeekable(Path(name));
+        std::string unread;
+        const auto source = OpenSeekable(Path(name), unread);
+        EXPECT_EQ(unread, "") << name;
         EXPECT_EQ(source->Size(), text_.size()) << name;
         source->Seek(300000);
         EXPECT_EQ(ReadAll(*source), "end") << name;
@@ -87,6 +92,43 @@ TEST_F(ByteSources, SayWhatIsWrongAfterWhatIsRight) {
     }
     EXPECT_THROW(OpenFile(Path("none.log")), ReadError);
     EXPECT_THROW(OpenFile(Path("none.gz")), ReadError);
+}
+
+// A wrong check sum is found behind the last byte.
+TEST_F(ByteSources, GiveAllThatStandsBeforeDamage) {
+    std::string gzip = Gzip(text_);
+    gzip[gzip.size() - 5] ^= 1;
+    WriteFile(Path("a.gz"), gzip);
+    std::string zstd = Zstd(text_);
+    zstd.back() ^= 1;
+    WriteFile(Path("b.zst"), zstd);
+    for (const char* name : {"a.gz", "b.zst"}) {
+        std::string read;
+        std::string error;
+        const auto source = OpenFile(Path(name));
+        char chunk[5000];
+        try {
+            for (size_t size = 0; (size = source->Read(chunk, sizeof chunk)) > 0;) {
+                read.append(chunk, size);
+            }
+        } catch (const ReadError& damage) {
+            error = damage.what();
+        }
+        EXPECT_TRUE(read == text_) << name << " " << read.size();
+        EXPECT_NE(error, "") << name;
+        EXPECT_EQ(error.find(Path(name)), 0U) << error;
+        EXPECT_EQ(error.rfind(Path(name)), 0U) << error;
+        std::string unread;
+        EXPECT_EQ(OpenSeekable(Path(name), unread)->Size(), text_.size()) << name;
+        EXPECT_EQ(unread, error);
+    }
+}
+
+TEST_F(ByteSources, PassOverWhatStandsBehindTheLastMember) {
+    WriteFile(Path("a.gz"), Gzip(text_) + std::string(512, '\0'));
+    EXPECT_EQ(ReadAll(*OpenFile(Path("a.gz"))), text_);
+    WriteFile(Path("empty.gz"), "");
+    EXPECT_EQ(ReadAll(*OpenFile(Path("empty.gz"))), "");
 }
 
 TEST_F(ByteSources, RefusePipesWhateverTheirNames) {

@@ -1,5 +1,6 @@
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -125,6 +126,25 @@ TEST_F(Follow, BeginsAgainWhenAFileIsOverwrittenWithinItsSecond) {
     ASSERT_TRUE(program->WaitForOutput("three, which"));
 }
 
+TEST_F(Follow, TellsOnceThatAFileWasEmptiedBeforeItIsWrittenAgain) {
+    const std::string other = LogName("oper", 2, writer_.Number());
+    Append(first_, CreatedText(1));
+    Append(other, CreatedText(2) + Frame(1, "old"));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("old\n"));
+    std::filesystem::resize_file(Path(other), 0);
+    ASSERT_TRUE(program->WaitForError("begins again"));
+    Append(other, CreatedText(3) + Frame(1, "new"));
+    ASSERT_TRUE(program->WaitForOutput("new\n"));
+    Append(other, Frame(2, "newer"));
+    ASSERT_TRUE(program->WaitForOutput("newer\n"));
+    AwaitLook(*program);
+    program->Signal(SIGTERM);
+    const ProgramResult result = program->Wait();
+    EXPECT_EQ(CountIn(result.output, "new\n"), 1) << result.output;
+    EXPECT_EQ(CountIn(result.errors, "begins again"), 1) << result.errors;
+}
+
 TEST_F(Follow, GoesOnWithAFileThatIsRenamed) {
     Append(first_, CreatedText() + Frame(1, "one"));
     const auto program = Start();
@@ -156,7 +176,8 @@ TEST_F(Follow, IsWokenByWhatIsWrittenAndNeverLooksByItself) {
     int waits = 0;
     for (std::string call; std::getline(calls, call); ++waits) {
         EXPECT_EQ(call.compare(0, 5, "poll("), 0) << call;
-        EXPECT_NE(call.find("], 2, -1)"), std::string::npos) << call;
+        // Of changes, of the output and of the process.
+        EXPECT_NE(call.find("], 3, -1)"), std::string::npos) << call;
     }
     // For the second record, and for the closed output.
     EXPECT_GE(waits, 2);
@@ -193,6 +214,47 @@ TEST_F(Follow, EndsWithTheAgentWhenToldSo) {
     const ProgramResult result = program->Wait();
     EXPECT_EQ(result.output, "one\nlast\n");
     EXPECT_EQ(result.exitCode, 0);
+}
+
+TEST_F(Follow, ShowsARecordThatItsProcessDidNotComplete) {
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto ending = Start({"--end-with-agent"});
+    const auto staying = Start();
+    for (const auto& program : {ending.get(), staying.get()}) {
+        ASSERT_TRUE(program->WaitForOutput("one\n"));
+    }
+    Append(first_, Frame(2, "torn").substr(0, Frame(2, "torn").size() - 7));
+    writer_.End();
+    ASSERT_TRUE(staying->WaitForOutput("torn\n"));
+    EXPECT_TRUE(staying->WaitForError("record 2 is torn"));
+    const ProgramResult result = ending->Wait();
+    EXPECT_EQ(result.output, "one\ntorn\n");
+    EXPECT_EQ(CountIn(result.errors, "record 2 is torn"), 1) << result.errors;
+}
+
+TEST_F(Follow, ShowsOfThePastWhatWasNeverCompleted) {
+    const std::string ended = LogName("debug", 1, kEnded);
+    Append(first_, CreatedText());
+    Append(ended, Frame(1, "one") + Frame(2, "torn").substr(0, Frame(2, "torn").size() - 7));
+    SetAge(ended, std::chrono::hours(1));
+    const auto program = Start();
+    EXPECT_TRUE(program->WaitForOutput("one\ntorn\n"));
+    AwaitLook(*program);
+    program->Signal(SIGTERM);
+    EXPECT_EQ(CountIn(program->Wait().output, "torn\n"), 1);
+}
+
+// With the record that a living process has not completed, each look begins where it begins.
+TEST_F(Follow, WaitsForTheRestOfARecordWhileItsProcessLives) {
+    const std::string other = LogName("debug", 1, writer_.Number());
+    Append(first_, CreatedText());
+    const auto program = Start();
+    AwaitLook(*program);
+    Append(other, Frame(1, "whole").substr(0, 80));
+    AwaitLook(*program);
+    Append(other, Frame(1, "whole").substr(80));
+    ASSERT_TRUE(program->WaitForOutput("whole\n"));
+    EXPECT_EQ(program->GetErrors(), "");
 }
 
 TEST_F(Follow, EndsAtOnceWhenNoAgentIsThere) {
@@ -278,6 +340,56 @@ TEST_F(Follow, LetsGoOfWhatAnEndedProcessHasClosed) {
     AwaitLook(*program);
     AwaitLook(*program);
     EXPECT_FALSE(IsHeld(*program, ended));
+}
+
+TEST_F(Follow, GoesOnInADirectoryThatTakesThePlaceOfItsOwn) {
+    const std::string log = Path("share/log");
+    std::filesystem::create_directories(log);
+    const auto append = [&](const std::string& place, const std::string& text) {
+        Append("share/" + place + "/" + first_, text);
+    };
+    append("log", CreatedText(1) + Frame(1, "one"));
+    ChildProcess program(ChildStart{{QVLOG, "-f", "--fields", "detail", log}});
+    ASSERT_TRUE(program.WaitForOutput("one\n"));
+    std::filesystem::rename(log, Path("share/old"));
+    ASSERT_TRUE(program.WaitForError("share/log: No such file or directory\n"));
+    append("old", Frame(2, "moved"));
+    ASSERT_TRUE(program.WaitForOutput("moved\n"));
+    std::filesystem::create_directory(log);
+    append("log", CreatedText(2) + Frame(1, "replaced"));
+    ASSERT_TRUE(program.WaitForOutput("replaced\n"));
+    append("log", Frame(2, "and on"));
+    ASSERT_TRUE(program.WaitForOutput("and on\n"));
+    std::filesystem::remove_all(Path("share"));
+    ASSERT_TRUE(program.WaitForError("share/log: No such file or directory\n", 2));
+    std::filesystem::create_directories(log);
+    append("log", CreatedText(3) + Frame(1, "with its parent"));
+    ASSERT_TRUE(program.WaitForOutput("with its parent\n"));
+}
+
+TEST_F(Follow, FollowsALinkToAFileElsewhere) {
+    std::filesystem::create_directory(Path("elsewhere"));
+    std::filesystem::create_directory(Path("log"));
+    const std::string target = "elsewhere/target";
+    Append(target, CreatedText() + Frame(1, "one"));
+    std::filesystem::create_symlink(Path(target), Path("log/" + first_));
+    ChildProcess program(ChildStart{{QVLOG, "-f", "--fields", "detail", Path("log")}});
+    ASSERT_TRUE(program.WaitForOutput("one\n"));
+    Append(target, Frame(2, "two"));
+    ASSERT_TRUE(program.WaitForOutput("two\n"));
+}
+
+TEST_F(Follow, TellsOnceWhatItCannotOpen) {
+    const std::string pipe = Path(LogName("debug"));
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    Append(first_, CreatedText() + Frame(1, "one"));
+    const auto program = Start({pipe});
+    ASSERT_TRUE(program->WaitForOutput("one\n"));
+    AwaitLook(*program);
+    program->CloseOutput();
+    const ProgramResult result = program->Wait();
+    EXPECT_EQ(CountIn(result.errors, "it is a pipe or a device"), 1) << result.errors;
+    EXPECT_EQ(result.exitCode, 2);
 }
 
 TEST_F(Follow, OpensWhatItCouldNotOpenOnceOthersAreClosed) {

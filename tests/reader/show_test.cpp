@@ -51,6 +51,15 @@ TEST_F(Show, SelectsByEveryOption) {
         {{"-B", "1", "-g", "asks"}, "NE-7 does not answer,asks NE-7,"},
         {{"-A", "1", "-g", "tick|end"}, "tick,NE-7 does not answer,--,end two,"},
         {{"-C", "1", "-n", "1", "-g", "begin"}, "begin two,end two,"},
+        {{"-A", "1", "-n", "1", "-g", "begin one|end"}, "end two,"},
+        {{"-A", "1", "-n", "1", "-g", "tick|end"}, "end two,"},
+        {{"-C", "1", "-n", "2", "-g", "tick|end"},
+         "tick,--,begin two,--,NE-7 does not answer,--,end two,"},
+        {{"-r", "-B", "1", "-n", "1", "-g", "begin|end"}, "end two,"},
+        {{"-r", "-B", "1", "-n", "1", "-g", "end"}, "end two,begin two,"},
+        {{"-r", "-C", "1", "-n", "1", "-g", "begin two|tick"}, "end two,begin two,begin one,"},
+        {{"-r", "-C", "2", "-n", "2", "-g", "two|asks"},
+         "end two,--,asks NE-7,NE-7 does not answer,tick,"},
     };
     for (const auto& test : cases) {
         EXPECT_EQ(Details(test.words), test.details) << testing::PrintToString(test.words);

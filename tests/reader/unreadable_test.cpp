@@ -53,6 +53,18 @@ TEST_F(Unreadable, FileThatBreaksOffIsTrouble) {
     EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out.db"), Path()}).exitCode, 2);
 }
 
+TEST_F(Unreadable, FileThatBreaksOffIsShownBackwardsAsFarAsItGoes) {
+    BreakOff();
+    const std::string all = Run({"-o", "json", Path()}).output;
+    const int count = CountIn(all, "\n");
+    const size_t last = all.rfind('\n', all.size() - 2) + 1;
+    const ProgramResult one = Run({"-o", "json", "-n", "1", Path()});
+    EXPECT_EQ(one.exitCode, 2);
+    EXPECT_EQ(one.output, all.substr(last));
+    EXPECT_THAT(one.errors, HasSubstr("it ends early; what follows byte "));
+    EXPECT_EQ(CountIn(Run({"-o", "json", "--reverse", Path()}).output, "\n"), count);
+}
+
 TEST_F(Unreadable, FileWithAReadErrorIsTrouble) {
     // Behind the look for its time, and its first block.
     const ProgramResult count = NS_TEST::RunProgram(WithReadErrors(file_, "3+", {"-c", file_}));
