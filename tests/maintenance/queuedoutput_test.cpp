@@ -206,7 +206,7 @@ TEST_F(QueuedOutput, IsSwitchedWholeByAThreadThatIsCancelled) {
     schedule_.onDelete = [] { ::pthread_testcancel(); };
     Start();
     Maintenance().SetQueuedOutput(true);
-    std::thread([this] {
+    std::thread([] {
         ::pthread_cancel(::pthread_self());
         Maintenance().SetQueuedOutput(false);
     }).join();
