@@ -11,8 +11,8 @@ namespace NS_LOG_SERVICE1 {
 //
 // As long as the object lives, the thread cannot be cancelled. It ends at its next cancellation
 // point after the call. Writes and waits are cancellation points. If the thread ended there, its
-// record would be lost uncounted, other threads would write their records from a stack that is
-// gone, and the forced unwinding would end the process at a catch (...).
+// record would be lost uncounted, and other threads would write theirs from a stack that is gone.
+// The forced unwinding would end the process at a catch (...).
 //
 // The destructor restores errno: a client often logs a failure before it looks at errno again.
 class ClientWork {

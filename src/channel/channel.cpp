@@ -259,7 +259,7 @@ bool TEDebugInfoBuf::WriteBeforeDeath(LastWords& memory,
             queue_.AppendRecordsTo(lastRecords_);
             CountBuffered();
         }
-    } catch (...) {  // NOLINT: of the platform, which renders the times; the process dies anyway
+    } catch (...) {  // NOLINT: whatever it is, the process dies anyway
     }
     ReleaseLocks();
     return true;
