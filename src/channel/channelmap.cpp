@@ -1,10 +1,10 @@
 #include "channel/channelmap.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 #include "base/deadline.h"
+#include "base/firstexception.h"
 
 namespace NS_LOG_SERVICE1 {
 
@@ -56,17 +56,11 @@ TEDebugInfoBuf* ChannelMap::Find(const std::string& category) {
 
 void ChannelMap::FlushAll() {
     const LockGuard<Mutex> guard(mutex_);
-    std::exception_ptr first;
-    ForEachLocked([&first](TEDebugInfoBuf& channel) {
-        try {
-            channel.Flush();
-        } catch (...) {
-            first = first == nullptr ? std::current_exception() : first;
-        }
+    FirstException exception;
+    ForEachLocked([&exception](TEDebugInfoBuf& channel) {
+        exception.Attempt([&channel] { channel.Flush(); });
     });
-    if (first != nullptr) {
-        std::rethrow_exception(first);
-    }
+    exception.PassOn();
 }
 
 // A channel whose mutex is held for ever must not take the time of the others: all are tried

@@ -1,7 +1,6 @@
 #include "control/logmaintenanceimpl.h"
 
-#include <exception>
-
+#include "base/firstexception.h"
 #include "channel/logfilestatistics.h"
 #include "control/moduleswitchtable.h"
 #include "logger/logger.h"
@@ -195,21 +194,15 @@ void LogMaintenanceImpl::GetChannelBooks(std::vector<ChannelBooks>& books) {
 bool LogMaintenanceImpl::ForChosen(const std::string& category,
                                    void (*operation)(TEDebugInfoBuf& channel)) {
     bool any = false;
-    std::exception_ptr first;
+    FirstException exception;
     manager_.Channels().ForEach([&](const char* name, TEDebugInfoBuf& channel) {
         if (!category.empty() && category != name) {
             return;
         }
         any = true;
-        try {
-            operation(channel);
-        } catch (...) {
-            first = first ? first : std::current_exception();
-        }
+        exception.Attempt([&] { operation(channel); });
     });
-    if (first) {
-        std::rethrow_exception(first);
-    }
+    exception.PassOn();
     return any;
 }
 

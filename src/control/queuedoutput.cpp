@@ -1,9 +1,9 @@
 #include "control/queuedoutput.h"
 
 #include <algorithm>
-#include <exception>
 
 #include "base/clientwork.h"
+#include "base/firstexception.h"
 #include "base/lockguard.h"
 #include "base/nodestructor.h"
 #include "base/renew.h"
@@ -46,14 +46,10 @@ ScheduleSvcInterface* FindScheduleService() {
 }
 
 // Channel by channel, and not through the manager, which keeps its channels locked meanwhile. Goes
-// on after a channel that throws; `first` keeps the first exception.
-void WriteOut(LogMgr& manager, std::exception_ptr& first) {
-    manager.Channels().ForEach([&first](const char* /*name*/, TEDebugInfoBuf& channel) {
-        try {
-            channel.Flush();
-        } catch (...) {
-            first = first ? first : std::current_exception();
-        }
+// on after a channel that throws.
+void WriteOut(LogMgr& manager, FirstException& exception) {
+    manager.Channels().ForEach([&exception](const char* /*name*/, TEDebugInfoBuf& channel) {
+        exception.Attempt([&channel] { channel.Flush(); });
     });
 }
 
@@ -90,13 +86,11 @@ unsigned int QueuedOutput::SwitchOff(LogMgr& manager) {
     // Records that are written directly overtake those in the queue. The first flush leaves few to
     // be overtaken; the second writes those that were queued meanwhile. Without the task nobody
     // else writes out the queues, so output becomes direct whatever they throw.
-    std::exception_ptr thrown;
-    WriteOut(manager, thrown);
+    FirstException exception;
+    WriteOut(manager, exception);
     manager.outputmode = kDirectOutput;
-    WriteOut(manager, thrown);
-    if (thrown) {
-        std::rethrow_exception(thrown);
-    }
+    WriteOut(manager, exception);
+    exception.PassOn();
     return LOG_RESULT_OK;
 }
 
