@@ -152,14 +152,6 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
     Log(file, function, line, level, *text);
 }
 
-template <class Make>
-std::string Logger::Counted(Make make) const {
-    Acceptance acceptance(channel_.load(std::memory_order_acquire));
-    std::string text = make();
-    acceptance.Done();
-    return text;
-}
-
 // Both the switch for ASN messages and level 3 govern alarms. With either off they are not even
 // kept back; see docs/compatibility.md.
 void Logger::LogAlarm(const std::string& file, const std::string& function, unsigned int line,
@@ -168,8 +160,9 @@ void Logger::LogAlarm(const std::string& file, const std::string& function, unsi
         return;
     }
     for (Json::ArrayIndex i = 0; i < alarms.size(); ++i) {
-        const std::string text =
-            Counted([&] { return "\n RestAlarm:" + Json::FastWriter().write(alarms[i]); });
+        Acceptance acceptance(channel_.load(std::memory_order_acquire));
+        const std::string text = "\n RestAlarm:" + Json::FastWriter().write(alarms[i]);
+        acceptance.Done();
         Log(file, function, line, LOG_LEVEL_3, text);
     }
 }
@@ -179,10 +172,12 @@ void Logger::PrintAsn(const std::string& file, const std::string& function, unsi
     if (settings_.bEnableAsnLog == 0) {
         return;
     }
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const bool echo = TheEchoes().ofPrint.Get(settings_);
     AsnDump dump;
     dump.Print(message);
-    const std::string text = Counted([&dump] { return dump.Text(); });
+    const std::string text = dump.Text();
+    acceptance.Done();
     Log(file, function, line, LOG_LEVEL_ASN_DUMP, text);
     if (echo) {
         AsnDump::Echo(text);
@@ -197,12 +192,14 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
     if (settings_.bEnableAsnLog == 0) {
         return;
     }
+    Acceptance acceptance(channel_.load(std::memory_order_acquire));
     const bool echo = TheEchoes().ofTrace.Get(settings_);
     AsnDump dump;
     if (levels_.Get()[LOG_LEVEL_3]) {
         dump.PrintMasked(message);
     }
-    const std::string text = Counted([&dump] { return dump.Text(); });
+    const std::string text = dump.Text();
+    acceptance.Done();
     Log(file, function, line, LOG_LEVEL_3, text);
     if (echo) {
         AsnDump::Echo(text);

@@ -71,10 +71,6 @@ class Logger : public LoggerIF {
     bool SetLevel(size_t position, bool on) EXCLUDES(levelMutex_);
     TEDebugInfoBuf* FindChannel();
 
-    // The text that `make` makes. A record for whose text there is no memory counts as dropped.
-    template <class Make>
-    std::string Counted(Make make) const;
-
     const std::string category_;
     const std::string first_;
     const std::string second_;

@@ -166,9 +166,11 @@ TEST_P(MisbehavingMessage, IsNotLoggedWhenItThrowsAndHarmsNoOther) {
         SCOPED_TRACE(misbehaviour.name);
         Dumped(TextMessage(kOlder));
         const size_t logged = logger_.Calls().size();
+        const uint64_t dropped = Channel().Dropped();
         ScriptedMessage message(kSecretType, misbehaviour.print);
         EXPECT_ANY_THROW(Dump(message));
         EXPECT_EQ(logger_.Calls().size(), logged);
+        EXPECT_EQ(Channel().Dropped(), dropped + 1);
         EXPECT_EQ(Repeated(), "");
         ExpectNothingUncovered();
         ExpectNextDumpsUnharmed();
@@ -194,6 +196,7 @@ TEST_P(MisbehavingMessage, LeavesNothingUnmaskedWhenItsTypeNameThrows) {
     message.onTypeNameAsked = [] { throw std::runtime_error("type name"); };
     EXPECT_THROW(logger_.LogAsnTrace("f.cpp", "Run", 7, message), std::runtime_error);
     EXPECT_THAT(logger_.Calls(), IsEmpty());
+    EXPECT_EQ(Channel().Dropped(), 1u);
     EXPECT_EQ(Repeated(), "");
     ExpectNextDumpsUnharmed();
 }
