@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Checks the format of every source file, what documents say about rooms and tests, and runs the
-# static checks on every file that has changed since they last passed, but for tests and benchmarks,
-# whose libraries' macros trip them. Needs a configured build for its compile commands:
+# Checks the format of every source file, what documents say about rooms and tests, and whether the
+# orders that mutants break are still there. Runs the static checks on every file that has changed
+# since they last passed, but for tests and benchmarks, whose libraries' macros trip them. Needs a
+# configured build for its compile commands:
 #     scripts/lint.sh BUILD_DIRECTORY
 set -euo pipefail
 
@@ -26,6 +27,7 @@ echo "Format: ${#files[@]} files are as .clang-format says."
 
 scripts/rooms.sh
 scripts/testnames.py
+PYTHONPATH=scripts python3 -B -m mutation.orders
 
 mapfile -t checked < <(printf '%s\n' "${files[@]}" | grep -vE '^(tests|bench)/.*\.cpp$')
 scripts/tidy.py "$build" "${checked[@]}"

@@ -1,5 +1,8 @@
 """Orders of steps that the service keeps, and other single decisions: each change breaks one of them.
-They are tried by every run, beside those that are chosen."""
+They are tried by every run, beside those that are chosen. As a program, called in the project's root,
+this says whether the code still has what they change."""
+
+import pathlib
 
 from mutation.changes import Change, without_comments
 
@@ -52,7 +55,7 @@ ORDERS = [
      "stopEvent_(0, 0, USYNC_THREAD, nullptr),", "stopEvent_(1, 0, USYNC_THREAD, nullptr),"),
 
     ("the service object gives its base another bundle's name", SERVICE,
-     'ServiceObjectBase("qv_base_bundle"', 'ServiceObjectBase("qv_base_other"'),
+     'ServiceObjectBase(kBundleName', 'ServiceObjectBase("qv_base_other"'),
     ("Fini does not create a monitor that is missing", SERVICE,
      "if (LogSwitchMonitorMgr* monitor = LogSwitchMonitorMgr::Instance()) {\n"
      "        monitor->EndForgottenThread();",
@@ -132,3 +135,8 @@ def orders(texts):
     """The changes; `texts` maps the files' names to what they hold. LookupError where the code
     does not have what an order changes any more."""
     return [_change(texts[name], description, name, pairs) for description, name, *pairs in ORDERS]
+
+
+if __name__ == "__main__":
+    FITTING = orders({name: pathlib.Path(name).read_text() for _, name, *_ in ORDERS})
+    print(f"Orders: the code has what {len(FITTING)} changes of the mutants break.")
