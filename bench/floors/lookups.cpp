@@ -6,19 +6,16 @@
 #include <strstream>
 #pragma pop_macro("__DEPRECATED")
 
-#include "harness/loggername.h"
-
 namespace NS_BENCH {
 
-NameTable::NameTable(const Job& job) {
+NameTable::NameTable(const Job& job) : asked_(job) {
     for (int i = 0; i < job.count; ++i) {
-        names_.push_back(LoggerName(i));
-        table_.emplace("bench" + names_.back() + "corbaoper", i);
+        table_.emplace("bench" + LoggerName(i) + "corbaoper", i);
     }
 }
 
 void NameTable::Record(int /*category*/, int number) {
-    const std::string key = "bench" + names_[ScatteredIndex(number, names_.size())] + "corbaoper";
+    const std::string key = "bench" + asked_.At(number) + "corbaoper";
     const std::lock_guard<std::mutex> guard(mutex_);
     found_ = table_.at(key);
 }

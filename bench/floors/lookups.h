@@ -10,10 +10,11 @@
 #include "floors/outputfile.h"
 #include "harness/asntext.h"
 #include "harness/contender.h"
+#include "harness/loggername.h"
 
 namespace NS_BENCH {
 
-// Finds one of job.count names in a table under a mutex.
+// Finds one of job.count names in a table under a mutex, of the job.asked ones.
 class NameTable : public Contender {
   public:
     explicit NameTable(const Job& job);
@@ -22,7 +23,7 @@ class NameTable : public Contender {
 
   private:
     std::mutex mutex_;
-    std::vector<std::string> names_;
+    const AskedNames asked_;
     std::unordered_map<std::string, int> table_;
     volatile int found_ = 0;
 };

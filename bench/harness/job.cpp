@@ -25,6 +25,7 @@ bool SetNumber(Job& job, const std::string& name, const std::string& value) {
     int* const field = name == "threads"      ? &job.threads
                        : name == "categories" ? &job.categories
                        : name == "count"      ? &job.count
+                       : name == "asked"      ? &job.asked
                                               : nullptr;
     if (field != nullptr) {
         *field = std::stoi(value);

@@ -14,6 +14,7 @@ struct Job {
     int threads = 1;        // that do it at once
     int categories = 1;     // that the threads are spread over
     int count = 0;          // of what the subject is about: loggers, bytes of a message ...
+    int asked = 0;          // of the loggers, those that are asked for; 0: all
     std::chrono::milliseconds duration{100};  // of each phase
 };
 

@@ -92,20 +92,19 @@ class Log4cplusRecords : public Contender {
 
 class Log4cplusLoggers : public Contender {
   public:
-    explicit Log4cplusLoggers(const Job& job) {
+    explicit Log4cplusLoggers(const Job& job) : asked_(job) {
         for (int i = 0; i < job.count; ++i) {
-            names_.push_back(LoggerName(i));
-            log4cplus::Logger::getInstance(names_.back());
+            log4cplus::Logger::getInstance(LoggerName(i));
         }
     }
 
     void Record(int /*category*/, int number) override {
-        log4cplus::Logger::getInstance(names_[ScatteredIndex(number, names_.size())]);
+        log4cplus::Logger::getInstance(asked_.At(number));
     }
 
   private:
     log4cplus::Initializer initializer_;
-    std::vector<std::string> names_;
+    const AskedNames asked_;
 };
 
 }  // namespace

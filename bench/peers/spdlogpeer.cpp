@@ -103,12 +103,11 @@ class SpdlogDump : public SpdlogRecords {
 // Its table of loggers: one is found, or a level is switched in all.
 class SpdlogLoggers : public Contender {
   public:
-    explicit SpdlogLoggers(const Job& job) : switches_(job.subject == "switchall") {
+    explicit SpdlogLoggers(const Job& job) : switches_(job.subject == "switchall"), asked_(job) {
         const auto sink =
             std::make_shared<spdlog::sinks::basic_file_sink_mt>(job.directory + "/all.log");
         for (int i = 0; i < job.count; ++i) {
-            names_.push_back(LoggerName(i));
-            spdlog::register_logger(std::make_shared<spdlog::logger>(names_.back(), sink));
+            spdlog::register_logger(std::make_shared<spdlog::logger>(LoggerName(i), sink));
         }
     }
 
@@ -116,13 +115,13 @@ class SpdlogLoggers : public Contender {
         if (switches_) {
             spdlog::set_level(number % 2 == 0 ? spdlog::level::info : spdlog::level::debug);
         } else {
-            spdlog::get(names_[ScatteredIndex(number, names_.size())]);
+            spdlog::get(asked_.At(number));
         }
     }
 
   private:
     const bool switches_;
-    std::vector<std::string> names_;
+    const AskedNames asked_;
 };
 
 }  // namespace

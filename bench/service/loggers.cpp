@@ -2,21 +2,18 @@
 
 #include <stdexcept>
 
-#include "harness/loggername.h"
-
 namespace NS_BENCH {
 
-ServiceLoggers::ServiceLoggers(const Job& job) : bundle_(job.directory, "") {
+ServiceLoggers::ServiceLoggers(const Job& job) : bundle_(job.directory, ""), asked_(job) {
     for (int i = 0; i < job.count; ++i) {
-        names_.push_back(LoggerName(i));
-        if (bundle_.Log().GetLogger("bench", names_.back(), "corbaoper") == nullptr) {
-            throw std::runtime_error("no logger " + names_.back());
+        if (bundle_.Log().GetLogger("bench", LoggerName(i), "corbaoper") == nullptr) {
+            throw std::runtime_error("no logger " + LoggerName(i));
         }
     }
 }
 
 void ServiceLoggers::Record(int /*category*/, int number) {
-    bundle_.Log().GetLogger("bench", names_[ScatteredIndex(number, names_.size())], "corbaoper");
+    bundle_.Log().GetLogger("bench", asked_.At(number), "corbaoper");
 }
 
 void ServiceSwitching::Record(int /*category*/, int number) {

@@ -2,14 +2,14 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "harness/contender.h"
+#include "harness/loggername.h"
 #include "service/servicebundle.h"
 
 namespace NS_BENCH {
 
-// Subject "getlogger": finds one of job.count loggers that exist.
+// Subject "getlogger": finds one of job.count loggers that exist, of the job.asked ones.
 class ServiceLoggers : public Contender {
   public:
     explicit ServiceLoggers(const Job& job);
@@ -21,7 +21,7 @@ class ServiceLoggers : public Contender {
 
   private:
     ServiceBundle bundle_;
-    std::vector<std::string> names_;
+    const AskedNames asked_;
 };
 
 // Subject "switchall": switches level 2 of job.count loggers off and on in turn.

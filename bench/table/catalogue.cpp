@@ -103,16 +103,24 @@ void AddFiles(std::vector<Case>& cases) {
                       Service("LogFormat"), kSpdlog, kLog4cplus, kBoostLog, kGlog}});
 }
 
+Case FindingLoggers(const std::string& name, const std::string& title,
+                    const std::vector<std::string>& sizes) {
+    std::vector<std::string> arguments{"subject=getlogger"};
+    arguments.insert(arguments.end(), sizes.begin(), sizes.end());
+    return {"getlogger-" + name,
+            "finding one of " + title,
+            "ns",
+            true,
+            arguments,
+            {Floor("floor: mutex, table", "table"), Service("GetLogger"), kSpdlog, kLog4cplus}};
+}
+
 void AddLoggers(std::vector<Case>& cases) {
-    for (const char* count : {"10", "1000", "100000"}) {
-        cases.push_back(
-            {std::string("getlogger-") + count,
-             std::string("finding one of ") + count + " loggers",
-             "ns",
-             true,
-             {"subject=getlogger", std::string("count=") + count},
-             {Floor("floor: mutex, table", "table"), Service("GetLogger"), kSpdlog, kLog4cplus}});
+    for (const std::string count : {"10", "1000", "100000"}) {
+        cases.push_back(FindingLoggers(count, count + " loggers", {"count=" + count}));
     }
+    cases.push_back(
+        FindingLoggers("10-of-100000", "10 loggers among 100000", {"count=100000", "asked=10"}));
     for (const char* count : {"10", "1000", "100000"}) {
         cases.push_back({std::string("switchall-") + count,
                          std::string("switching a level of ") + count + " loggers",
