@@ -33,8 +33,8 @@ namespace NS_LOG_SERVICE1 {
 // Exceptions: std::bad_alloc, std::out_of_range where it is named below, and what the caller's own
 // objects throw (JSON values, ASN messages). LogAsnTrace and PrintAsn also pass on the platform's
 // InterfaceNotExistException, until each of them has read the configuration once. The record of a
-// call that throws is counted as lost if it was not written. No lock is held when an exception
-// arrives.
+// call that throws is counted as lost if it was neither written nor queued. Alarms behind it in the
+// same call are not logged, and not counted. No lock is held when an exception arrives.
 //
 // Thread safety: any thread may call any operation at any time. The written records of one thread
 // keep their order within a category. But when queued output is written out periodically or on

@@ -84,8 +84,8 @@ void CurrentFile::Reopen() {
 // that was emptied once, and the next emptying waits for the disk.
 bool CurrentFile::BeginEmptied() {
     FileStream ended;
-    if (IsOpen()) {
-        statistics_.rotations.Add(1);
+    const bool replaces = IsOpen();
+    if (replaces) {
         EndText();
         if (!failing_ && IsStillNamedSo()) {
             stream_.Swap(ended);
@@ -110,6 +110,7 @@ bool CurrentFile::BeginEmptied() {
         Unpublish();
         return false;
     }
+    statistics_.rotations.Add(replaces ? 1 : 0);
     CountEmptied(next.SizeFound(), left_.Take(next.Identity()));
     Adopt(next, std::move(opened), {});
     WriteWhole(lines_.Created());

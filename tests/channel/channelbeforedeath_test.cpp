@@ -65,5 +65,19 @@ TEST_F(ChannelBeforeDeath, LosesWhatCannotBeWrittenAndCountsIt) {
     }
 }
 
+// A process may live on after all. The name of the file is left out only where it would allocate.
+TEST_F(ChannelBeforeDeath, DoesNotKeepLaterFailuresFromTellingTheirFile) {
+    Output("one");
+    Queue("two");
+    EXPECT_TRUE(Write());
+    EXPECT_EQ(channel_->FileStatistics().lastErrorFile.Get(), "");
+    const std::string path = channel_->CurrentPath();
+    Calls().ScriptWrites([](uint64_t number, std::string_view) {
+        return number == 1 ? SystemCalls::Fate{0, ENOSPC} : SystemCalls::Fate();
+    });
+    Output("lost");
+    EXPECT_EQ(channel_->FileStatistics().lastErrorFile.Get(), path);
+}
+
 }  // namespace
 }  // namespace NS_LOG_SERVICE1

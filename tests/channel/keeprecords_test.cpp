@@ -86,6 +86,21 @@ TEST_F(KeepRecords, LeavesNoFileThatCouldNotTakeItsFirstLine) {
     EXPECT_EQ(Counts().bytesWritten.Get(), Written().size());
 }
 
+// A file system that was mounted anew may take records through a new descriptor only.
+TEST_F(KeepRecords, GoesOnInAFileThatFailedThroughAnotherDescriptorOnceItIsReopened) {
+    Write("one");
+    const std::vector<int> before = DescriptorsOf(file_->CurrentPath());
+    Fail(1, EIO);
+    Write("lost");
+    file_->Reopen();
+    const std::vector<int> after = DescriptorsOf(file_->CurrentPath());
+    EXPECT_EQ(after.size(), 1u);
+    EXPECT_NE(after, before);
+    Write("three");
+    EXPECT_EQ(Written(), Created() + Frame(1, "one") + Frame(3, "three"));
+    EXPECT_EQ(Counts().rotations.Get(), 0u);
+}
+
 // What stood in it is not this process's to remove.
 TEST_F(KeepRecords, LeavesAFileAsItWasThatCannotTakeAnotherFirstLine) {
     WriteFile(Path("log/" + NameNow()), Created() + Frame(1, "one"));

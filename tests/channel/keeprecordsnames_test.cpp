@@ -1,6 +1,7 @@
 // A log file that keeps its records: names that are taken.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,18 @@ TEST_F(KeepRecords, StaysInAFileThatIsFullWithinItsSecond) {
     Write("last");
     EXPECT_EQ(Written(), expected + Frame(8, "last") + Closed(1) + Created(1));
     EXPECT_EQ(Counts().rotations.Get(), 1u);
+}
+
+// That is no next file, though it has the next name: it is just as full.
+TEST_F(KeepRecords, TriesAFullFileOnceThoughALinkToItHasTheNextName) {
+    Write("one");
+    std::filesystem::create_hard_link(file_->CurrentPath(), Path("log/" + NameAfter(1)));
+    SetClockTo(1);
+    {
+        const FileSizeLimit scope(ReadFile(file_->CurrentPath()).size() + 10);
+        Write("lost");
+    }
+    EXPECT_EQ(Counts().failures.Get(), 1u);
 }
 
 TEST_F(KeepRecords, WritesABatchThatGoesBeyondTheSizeOfTheFileAtOnce) {

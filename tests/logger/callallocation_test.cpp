@@ -64,6 +64,27 @@ TEST_F(CallAllocations, AreFewForRecordsThatAreQueued) {
     EXPECT_LE(Of([] { LogFormat(1); }), kRecords / 64u);
 }
 
+// Whichever way the queue is written out, the next records use its memory again.
+TEST_F(CallAllocations, AreNoneForRecordsThatAreQueuedOnceTheQueueWasWritten) {
+    Manager().outputmode = kQueuedOutput;
+    logger_->EnableLevel(0);
+    TEDebugInfoBuf& channel = *Manager().Channels().Find("debug");
+    using WayOut = void (*)(TEDebugInfoBuf&);
+    const WayOut ways[] = {
+        [](TEDebugInfoBuf& written) { written.Flush(); },
+        [](TEDebugInfoBuf& written) { written.OutputAll(); },
+        [](TEDebugInfoBuf&) { Log(0); },
+    };
+    for (const WayOut& writeOut : ways) {
+        for (int i = 0; i < kRecords; ++i) {
+            Log(1);
+        }
+        writeOut(channel);
+        EXPECT_EQ(Of([] { Log(1); }, kRecords / 2), 0u) << "way " << &writeOut - ways;
+        writeOut(channel);
+    }
+}
+
 // The thread's memory stays with the thread's number, and its next records are of the same kind.
 TEST_F(CallAllocations, AreNoneOnAnotherThreadEither) {
     std::thread([] { EXPECT_EQ(Of([] { LogFormat(1); }), 0u); }).join();

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -197,7 +198,8 @@ TEST_F(FileMaintenance, TellsOfAFailureWhileItLasts) {
     EXPECT_TRUE(books.failing);
     EXPECT_EQ(books.failures, 1U);
     EXPECT_EQ(books.lastError, ENOTDIR);
-    EXPECT_GT(books.lastErrorTime, 1700000000);
+    EXPECT_NEAR(static_cast<double>(books.lastErrorTime), static_cast<double>(std::time(nullptr)),
+                600);
     EXPECT_EQ(books.lastErrorFile, path);
     Log(1, "goes on in the file that was moved");
     books = Books();

@@ -22,6 +22,15 @@ constexpr bool kIsSanitized = true;
 constexpr bool kIsSanitized = false;
 #endif
 
+// Registered before the service is there, so what this does comes behind what the service does at
+// the exit.
+void (*g_atTheVeryEnd)() = nullptr;
+const int kRegistered = std::atexit([] {
+    if (g_atTheVeryEnd != nullptr) {
+        g_atTheVeryEnd();
+    }
+});
+
 class BeforeDeath : public ProcessTest {
   protected:
     // The file of the category is open and output is queued.
@@ -194,6 +203,13 @@ TEST_F(BeforeDeath, AnExitDoesNotWaitForTheMutexOfTheChannels) {
         }
     });
     EXPECT_THAT(DetailsOf(child), ElementsAre("one"));
+}
+
+// Nobody writes the queues any more.
+TEST_F(BeforeDeath, ARecordBehindTheEndOfTheServiceIsWrittenAtOnce) {
+    ASSERT_EQ(kRegistered, 0);
+    const pid_t child = LetExit("one", [] { g_atTheVeryEnd = [] { Log(1, "two"); }; });
+    EXPECT_THAT(DetailsOf(child), ElementsAre("one", "two"));
 }
 
 TEST_F(BeforeDeath, TheProcessMayLiveOn) {

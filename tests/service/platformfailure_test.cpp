@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -42,6 +43,7 @@ bool (*g_register)() = nullptr;         // what registering an interface answers
 void (*g_onConfiguration)() = nullptr;  // called when the configuration store is asked for
 int g_stamps = 0;                       // how many times were rendered
 int g_refusedStamp = 0;                 // the number of the one that cannot be
+void (*g_onStamp)() = nullptr;          // called when a time is rendered
 
 void Keep(char (&to)[64], const std::string& text) {
     to[text.copy(to, sizeof(to) - 1)] = '\0';
@@ -72,6 +74,9 @@ CorbaConfigItems* CorbaConfigItems::Instance() {
 }
 
 void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
+    if (g_onStamp != nullptr) {
+        g_onStamp();
+    }
     if (++g_stamps == g_refusedStamp) {
         throw std::runtime_error("no time zone");
     }
@@ -107,7 +112,10 @@ class PlatformFailure : public NS_TEST::ServiceObjectTest {
         g_stamps = 0;
         g_refusedStamp = 0;
     }
-    ~PlatformFailure() override { g_onConfiguration = nullptr; }
+    ~PlatformFailure() override {
+        g_onConfiguration = nullptr;
+        g_onStamp = nullptr;
+    }
 
     // Into the first category in the order of the names, unless told otherwise.
     static void Log(const char* text, const char* category = "corba_alarm") {
@@ -287,6 +295,38 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordSwitchesQueuedOutputOffAll
     EXPECT_THAT(Written("debug"), ElementsAre("of another category"));
     Log("three");
     EXPECT_THAT(Written("corba_alarm"), ElementsAre("one", "three"));
+    End(object);
+}
+
+// The file stays, with one record more than it should have.
+TEST_F(PlatformFailure, ToRenderTheTimeOfAClosingLineCountsNoRotation) {
+    store_.Set("logfilesize", "1");
+    qv_base_log* const object = MakeAndInit();
+    g_refusedStamp = 3;  // behind those of the file and of "one"
+    Log("one");
+    const auto& counts = Manager().Channels().Find("corba_alarm")->FileStatistics();
+    EXPECT_EQ(counts.rotations.Get(), 0u);
+    Log("two");
+    EXPECT_EQ(counts.rotations.Get(), 1u);
+    EXPECT_EQ(counts.recordsWritten.Get(), 2u);
+    End(object);
+}
+
+class SwitchingQueuedOutputOff : public PlatformFailure {};
+
+// A record that is written directly overtakes those in the queue.
+TEST_F(SwitchingQueuedOutputOff, WritesTheQueueBeforeOutputBecomesDirect) {
+    static std::vector<unsigned int> modes;
+    qv_base_log* const object = MakeAndInit();
+    Maintenance().SetQueuedOutput(true);
+    Log("one");
+    Log("two");
+    g_onStamp = [] { modes.push_back(Manager().outputmode); };
+    Maintenance().SetQueuedOutput(false);
+    g_onStamp = nullptr;
+    ASSERT_GE(modes.size(), 3u) << "of the file and of both records";
+    EXPECT_EQ(std::count(modes.begin(), modes.begin() + 3, 1u), 3);
+    EXPECT_EQ(Maintenance().GetOutputMode(), 0u);
     End(object);
 }
 
