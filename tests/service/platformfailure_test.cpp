@@ -330,6 +330,20 @@ TEST_F(SwitchingQueuedOutputOff, WritesTheQueueBeforeOutputBecomesDirect) {
     End(object);
 }
 
+// As another thread's would be.
+TEST_F(SwitchingQueuedOutputOff, WritesWhatIsQueuedWhileTheQueueIsWritten) {
+    qv_base_log* const object = MakeAndInit();
+    Maintenance().SetQueuedOutput(true);
+    Log("one");
+    g_onStamp = [] {
+        g_onStamp = nullptr;
+        Manager().GetLogger("a", "b", "corba_alarm")->Log("f.cpp", "Run", 7, 1, "meanwhile");
+    };
+    Maintenance().SetQueuedOutput(false);
+    EXPECT_THAT(Written("corba_alarm"), ElementsAre("one", "meanwhile"));
+    End(object);
+}
+
 TEST_F(PlatformFailure, ToRenderTheTimeOfAQueuedRecordIsReportedAtTheEndAsALoss) {
     qv_base_log* const object = MakeAndInit();
     Maintenance().SetFilePolicy(NS_LOG_SERVICE1::LOG_FILE_POLICY_CONTRACT);
