@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "reader/programfixture.h"
+#include "support/forkedchild.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ using namespace NS_TEST;
 // A process that writes logs, and whose end can be asked for.
 class Writer {
   public:
-    Writer() : process_(::fork()) {
+    Writer() : process_(ForkChild(kNoTimeLimit)) {
         if (process_ == 0) {
             for (;;) {
                 ::pause();
