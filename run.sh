@@ -3,7 +3,7 @@
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
-share=$root/var
+share=${QV_SHARE:-$root/var}
 configuration=$share/conf/corba_agent.cfg
 build_log=$root/build/run.log
 targets=(qv_agent qv_agentctl qvlog qv_base_log qv_control qv_line_feed qv_sample_traffic qv_schedule)
@@ -33,6 +33,7 @@ docs/northbound.md explains it.
 Configuration:  $configuration
                 written with defaults if it is not there, with a comment on each item
 Log files:      $share/log
+                QV_SHARE=DIR ./run.sh has both in DIR
 Build log:      $build_log
 
 Categories: debug corbadebug corbanotify corba_alarm corbasys corbaoper corba_internal_oper

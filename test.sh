@@ -43,6 +43,16 @@ them. Works from any directory; what is up to date is not built again.
 EOF
 }
 
+# need_number OPTION [NUMBER ...]: ends the script unless it is above 0. Only minutes have fractions.
+need_number() {
+    local number='^[0-9]+$'
+    [[ $1 != --soak ]] || number='^[0-9]+([.][0-9]+)?$'
+    if [[ ! ${2:-} =~ $number || $2 != *[1-9]* ]]; then
+        echo "test.sh: $1 needs a number above 0, not '${2:-}'" >&2
+        exit 2
+    fi
+}
+
 while (($#)); do
     case $1 in
         --quick) presets=(release) lint=false ;;
@@ -50,11 +60,11 @@ while (($#)); do
         --filter) filter=${2:?--filter needs an expression} && shift ;;
         --fleet) presets=(release) lint=false fleet=ON filter='^fleet_' ;;
         --fuzz) fuzz=true ;;
-        --soak) soak=${2:?--soak needs a number of minutes} presets=(release) lint=false && shift ;;
+        --soak) need_number "$@" && soak=$2 presets=(release) lint=false && shift ;;
         --valgrind) valgrind=true presets=(release) lint=false ;;
-        --kills) kills=${2:?--kills needs a number} presets=(release) lint=false && shift ;;
-        --reloads) reloads=${2:?--reloads needs a number} presets=(release) lint=false && shift ;;
-        --mutants) mutants=${2:?--mutants needs a number} presets=() lint=false && shift ;;
+        --kills) need_number "$@" && kills=$2 presets=(release) lint=false && shift ;;
+        --reloads) need_number "$@" && reloads=$2 presets=(release) lint=false && shift ;;
+        --mutants) need_number "$@" && mutants=$2 presets=() lint=false && shift ;;
         --update-abi) presets=(release) lint=false update_abi=true ;;
         --coverage) presets=(coverage) lint=false coverage=true ;;
         --help | -h) print_help && exit 0 ;;
@@ -150,14 +160,19 @@ run_tests() {
     if [[ $1 != release ]] && has_room_in_memory; then
         export TMPDIR=/dev/shm
     fi
-    ctest --test-dir "$root/build/$1" --output-on-failure --no-tests=error \
+    ctest --test-dir "$root/build/$1" --output-on-failure --no-tests="$no_tests" \
         --parallel "$((tests_at_a_time * $(nproc)))" --tests-regex "$filter" |
         grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test .* Passed )'
 }
 
+# Not every preset has every test, so a filter may leave nothing of some of them.
+no_tests=error
+[[ $filter == . ]] || no_tests=ignore
+
 # Many tests wait, so several run at a time for each processor, and those of all presets at once.
 tests_at_a_time=$((${#presets[@]} > 1 ? 2 : 3))
 passed=true
+any_test=false
 declare -A running
 for preset in "${presets[@]}"; do
     run_tests "$preset" >"$output/$preset" 2>&1 </dev/null &
@@ -167,7 +182,12 @@ for preset in "${presets[@]}"; do
     echo "== Tests: $preset"
     wait "${running[$preset]}" || passed=false
     cat "$output/$preset"
+    ! grep -q '% tests passed' "$output/$preset" || any_test=true
 done
+if ! $any_test; then
+    echo "test.sh: no test has a name that matches '$filter'" >&2
+    passed=false
+fi
 
 if $lint; then
     echo "== Format and static checks"

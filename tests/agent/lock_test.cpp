@@ -5,7 +5,6 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -14,7 +13,7 @@
 #include "agent/agenterror.h"
 #include "agent/agentfixture.h"
 #include "agent/directorylock.h"
-#include "support/endofchild.h"
+#include "support/forkedchild.h"
 #include "support/pipe.h"
 
 namespace {
@@ -88,30 +87,32 @@ TEST_F(AgentLock, IsTakenOnNothingButAFileOfThatName) {
 
 // A child has the same open file.
 TEST_F(AgentLock, IsReleasedWhileAForkedChildGoesOn) {
+    constexpr int kOwn = 7;
     NS_TEST::Pipe pipe;
     auto lock = std::make_optional<DirectoryLock>(Path());
-    const pid_t child = fork();
+    const pid_t child = NS_TEST::ForkChild();
     if (child == 0) {
         pipe.CloseWriter();
         std::string nothing;
         pipe.ReadTo(nothing);  // until the parent has closed its end
-        NS_TEST::EndChild(0);
+        NS_TEST::EndChild(kOwn);
     }
     EXPECT_THROW(DirectoryLock{Path()}, AgentError);
     lock.reset();
     EXPECT_NO_THROW(DirectoryLock{Path()});
     pipe.CloseWriter();
-    waitpid(child, nullptr, 0);
+    EXPECT_EQ(NS_TEST::AwaitChild(child), kOwn);
 }
 
 TEST_F(AgentLock, IsNotAForkedChildsToRelease) {
+    constexpr int kOwn = 7;
     auto lock = std::make_optional<DirectoryLock>(Path());
-    const pid_t child = fork();
+    const pid_t child = NS_TEST::ForkChild();
     if (child == 0) {
         lock.reset();
-        NS_TEST::EndChild(0);
+        NS_TEST::EndChild(kOwn);
     }
-    waitpid(child, nullptr, 0);
+    EXPECT_EQ(NS_TEST::AwaitChild(child), kOwn);
     EXPECT_THROW(DirectoryLock{Path()}, AgentError);
 }
 

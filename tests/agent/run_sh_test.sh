@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Runs run.sh as an operator does. The only argument is the directory that it lies in. The log files
-# that it leaves are removed again.
+# Runs run.sh as an operator does, with a share directory of its own. The only argument is the directory
+# that it lies in.
 set -euo pipefail
 
 root=$1
 program=$root/run.sh
 work=$(mktemp -d)
-written=()
+export QV_SHARE="$work/its own"
 sleeper=
 
 clean_up() {
@@ -14,9 +14,6 @@ clean_up() {
         kill "$sleeper"
     fi
     rm -rf "$work"
-    if ((${#written[@]} > 0)); then
-        rm -f "${written[@]}"
-    fi
 }
 trap clean_up EXIT
 
@@ -26,7 +23,7 @@ fail() {
 }
 
 # Runs run.sh with the arguments, from a directory that is not its own; the exit code is checked.
-# Remembers the log files that were written, and prints nothing.
+# Notes the log files that it names, and prints nothing.
 run() {
     local expected=$1
     shift
@@ -34,13 +31,14 @@ run() {
     (cd "$work" && "$program" "$@" >output 2>errors) || code=$?
     [[ $code == "$expected" ]] ||
         { cat "$work/errors" >&2; fail "run.sh $* ended with $code, not $expected"; }
-    mapfile -t files < <(grep '^/.*\.log$' "$work/output" || true)
-    written+=("${files[@]}")
+    mapfile -t files < <(grep "^$QV_SHARE/.*\.log\$" "$work/output" || true)
 }
 
 run 0 --help
 grep -q -- --keep-running "$work/output" || fail "the help does not say how to keep it running"
-grep -q "$root/var/conf/corba_agent.cfg" "$work/output" || fail "the help names no configuration"
+grep -q "$QV_SHARE/conf/corba_agent.cfg" "$work/output" || fail "the help names no configuration"
+env -u QV_SHARE "$program" --help | grep -q "$root/var/conf/corba_agent.cfg" ||
+    fail "the help does not name the usual configuration"
 
 printf 'first\nl\0st' >"$work/input"
 # The second time by a link, which lies elsewhere.
@@ -54,7 +52,7 @@ for round in 1 2; do
     grep -q $'^ Detail: l\xe2\x90\x80st$' "$file" || fail "round $round: the last line is missing"
     grep -q $'^     Detail: l\xe2\x90\x80st$' "$work/output" || fail "round $round: no last record shown"
 done
-[[ -s $root/var/conf/corba_agent.cfg ]] || fail "there is no configuration"
+[[ -s $QV_SHARE/conf/corba_agent.cfg ]] || fail "there is no configuration"
 
 run 0 </dev/null
 [[ $(grep -c 'last record' "$work/output") == 7 ]] || fail "the sample left categories out"

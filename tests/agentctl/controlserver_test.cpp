@@ -8,13 +8,16 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <new>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "agentctl/advancedclock.h"
 #include "agentctl/socketclient.h"
 #include "agentctl/tasks.h"
 #include "control/connection.h"
@@ -220,14 +223,14 @@ TEST_F(ControlServerLife, ServesEightClientsAtOnce) {
 }
 
 TEST_F(ControlServerLife, TheTimeOfALongRequestIsNotCountedAgainstTheOthers) {
-    Start(2s);
+    Start();
     SocketClient other(Socket());
     other.Send("he");
     EXPECT_EQ(AskServer(Socket(), "first"), "[first]\n");  // so the other one has been admitted
     SocketClient slow(Socket());
     slow.Send("wait\n");
     ASSERT_TRUE(entered_.Await());
-    std::this_thread::sleep_for(2500ms);  // what the others must not lose
+    const AdvancedClock clock(2h);  // more than the patience, which the others must not lose
     mayLeave_.Happen();
     EXPECT_EQ(slow.ReceiveAll(), "[wait]\n");
     other.Send("llo\n");
@@ -302,11 +305,19 @@ TEST_F(ControlServerLife, AnotherUserIsRefusedEvenWhereTheModeWouldLetHimIn) {
     ASSERT_EQ(chmod(Path().c_str(), 0711), 0);
     ASSERT_EQ(chmod(Socket().c_str(), 0666), 0);
     // The system's own call, because the library's changes the user of all threads.
-    std::thread([this] {
-        ASSERT_EQ(syscall(SYS_setresuid, 65534, 65534, 65534), 0);
-        EXPECT_THAT(AskServer(Socket(), "hello"), HasSubstr("only the agent's own user"));
-    }).join();
+    const auto ask = [this]() -> std::optional<std::string> {
+        EXPECT_EQ(syscall(SYS_setresuid, 65534, 65534, 65534), 0);
+        if (access(Path().c_str(), X_OK) != 0) {
+            return std::nullopt;
+        }
+        return AskServer(Socket(), "hello");
+    };
+    const std::optional<std::string> answer = std::async(std::launch::async, ask).get();
     prctl(PR_SET_DUMPABLE, 1);  // the change of the user took that away
+    if (!answer) {
+        GTEST_SKIP() << "another user cannot come to " << Path();
+    }
+    EXPECT_THAT(*answer, HasSubstr("only the agent's own user"));
     EXPECT_THAT(errors.Text(), HasSubstr("refused user 65534"));
     EXPECT_EQ(AskServer(Socket(), "hello"), "[hello]\n");
 }

@@ -25,8 +25,7 @@ class LiveMonitor : public NS_TEST::LiveAgent {
   protected:
     LiveMonitor() {
         Configure("bundles = qv_schedule, quickmonitor=" QV_QUICK_MONITOR
-                  ", qv_control, laterloggers=" QV_LATER_LOGGERS "\nlaterloggers.arguments = " +
-                  pipe_ + "\n");
+                  ", qv_control, laterloggers=" QV_LATER_LOGGERS "\n");
         original_ = NS_TEST::ReadFile(configFile_);
         SetTime(kBaseline, configFile_);
         EXPECT_EQ(mkfifo(pipe_.c_str(), 0600), 0);
@@ -36,6 +35,7 @@ class LiveMonitor : public NS_TEST::LiveAgent {
     void StartAgent() { StartAgent({"--traffic", "none"}); }
     void StartAgent(const std::vector<std::string>& options) {
         NS_TEST::ChildStart start = Agent(options);
+        start.variables = {{"QV_TEST_NAMES", pipe_}};
         if (geteuid() == 0) {  // who may read everything
             start.words.insert(start.words.begin(),
                                {"setpriv", "--bounding-set=-dac_override,-dac_read_search"});

@@ -10,6 +10,7 @@ namespace {
 
 using NS_TEST::ChildResult;
 using NS_TEST::ListFiles;
+using NS_TEST::QuoteForShell;
 using NS_TEST::ReadFile;
 using NS_TEST::RunProgram;
 using NS_TEST::WriteFile;
@@ -39,9 +40,9 @@ class LiveRecipe : public NS_TEST::LiveAgent {
             }
         }
         EXPECT_THAT(example, HasSubstr(text));
-        ReplaceAll(example, "/var/log/agent", Path("log"));
-        ReplaceAll(example, "/srv/agent", Path());
-        ReplaceAll(example, "qv_agentctl", NS_TEST::QuoteForShell(QV_AGENTCTL));
+        ReplaceAll(example, "/var/log/agent", QuoteForShell(Path("log")));
+        ReplaceAll(example, "/srv/agent", QuoteForShell(Path()));
+        ReplaceAll(example, "qv_agentctl", QuoteForShell(QV_AGENTCTL));
         return example;
     }
 
@@ -75,8 +76,9 @@ TEST_F(LiveRecipe, LogrotateMovesTheFilesAndTheAgentMakesThemAnew) {
     const std::string path = StartAndLog("first");
     WriteFile(Path("logrotate.conf"), Recipe("unbi_*.log {"));
     std::filesystem::permissions(Path("logrotate.conf"), std::filesystem::perms(0600));
-    const std::string rotate =
-        QV_LOGROTATE " -f -s " + Path("state") + " " + Path("logrotate.conf");
+    const std::string rotate = QuoteForShell(QV_LOGROTATE) + " -f -s " +
+                               QuoteForShell(Path("state")) + " " +
+                               QuoteForShell(Path("logrotate.conf"));
     Carry(rotate);
     Log("second");
     ASSERT_TRUE(AwaitCount("recordsWritten", 2));

@@ -35,7 +35,7 @@ TEST_F(LiveWatch, ShowsTheStatusAgainAndEndsOnASignalOrWhenNobodyReads) {
 TEST_F(LiveWatch, OnATerminalWatchRedrawsInPlaceAndLeavesTheScreenAsItWas) {
     Start();
     const std::string command = "stty cols 80 rows 24; exec " + QuoteForShell(QV_AGENTCTL) +
-                                " --share " + Path() + " status --watch 0.1";
+                                " --share " + QuoteForShell(Path()) + " status --watch 0.1";
     ChildProcess terminal({OnTerminal(command)});
     EXPECT_TRUE(terminal.WaitForOutput("\x1b[H\x1b[K", 3));
     // The terminal passes the signal on to its program.
@@ -53,10 +53,10 @@ TEST_F(LiveWatch, OnATerminalWatchRedrawsInPlaceAndLeavesTheScreenAsItWas) {
 // What the program writes ends with leaving the alternate screen, however it ends.
 TEST_F(LiveWatch, LeavesTheAlternateScreenOnASignal) {
     Start();
-    const std::string program = QuoteForShell(QV_AGENTCTL) + " --share " + Path();
+    const std::string program = QuoteForShell(QV_AGENTCTL) + " --share " + QuoteForShell(Path());
     // In a shell that outlives it. Its number is there before it shows anything.
-    const std::string watch = "sh -c " + QuoteForShell("echo $$ >" + Path("id") + "; exec " +
-                                                       program + " status --watch 0.1");
+    const std::string watch = "sh -c " + QuoteForShell("echo $$ >" + QuoteForShell(Path("id")) +
+                                                       "; exec " + program + " status --watch 0.1");
     ChildProcess terminal({OnTerminal(watch + " & wait $!; echo left")});
     ASSERT_TRUE(terminal.WaitForOutput("RATE/S", 2));
     kill(std::stoi(ReadFile(Path("id"))), SIGTERM);

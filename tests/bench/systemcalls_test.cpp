@@ -8,6 +8,7 @@
 
 #include "support/files.h"
 #include "support/temporarydirectory.h"
+#include "support/tracing.h"
 
 namespace {
 
@@ -53,11 +54,8 @@ SystemCalls ReadTrace(const std::string& path) {
 class SystemCallsOfARecord : public NS_TEST::DirectoryTest {
   protected:
     void SetUp() override {
-        constexpr int kNotFound = 127;
-        const int result = std::system("strace -qq -o /dev/null true 2>/dev/null");
-        ASSERT_NE(WEXITSTATUS(result), kNotFound) << "strace is not installed";
-        if (result != 0) {
-            GTEST_SKIP() << "no process may be traced here";
+        if (!NS_TEST::MayTrace()) {
+            GTEST_SKIP() << NS_TEST::kNoTrace;
         }
     }
 

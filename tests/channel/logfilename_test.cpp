@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <string>
 
 #include "channel/channelfixture.h"
+#include "support/forkedchild.h"
 
 namespace fs = std::filesystem;
 
@@ -47,15 +47,12 @@ TEST_F(LogFileNames, TellLocalTimeAndProcess) {
 // A child that goes on logging must not write into its parent's file.
 TEST_F(LogFileNames, TellTheProcessThatAForkMade) {
     const std::string parents = NewLogFileName("");
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
+    const pid_t child = ForkChild();
     if (child == 0) {
         const std::string own = "20240305_140709_" + std::to_string(getpid()) + ".log";
-        _exit(NewLogFileName("") == own ? 0 : 1);
+        EndChild(NewLogFileName("") == own ? 0 : 1);
     }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(AwaitChild(child), 0);
     EXPECT_EQ(NewLogFileName(""), parents);
 }
 

@@ -3,8 +3,6 @@
 #include "base/mutex.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <string>
@@ -12,7 +10,7 @@
 
 #include "base/lockguard.h"
 #include "channel/channelfixture.h"
-#include "support/endofchild.h"
+#include "support/forkedchild.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
@@ -95,7 +93,7 @@ TEST_F(MutexTurns, ThoseOfTheParentDoNotCountInAChildProcess) {
     mutex_.BeforeFork();
     std::thread waiting = Taker('w');
     AwaitImpatient(1);
-    const pid_t child = ::fork();
+    const pid_t child = ForkChild();
     if (child == 0) {
         mutex_.AfterForkInChild();
         EndChild(mutex_.ImpatientThreads() == 0 && mutex_.TryAcquire() ? 0 : 1);
@@ -103,9 +101,7 @@ TEST_F(MutexTurns, ThoseOfTheParentDoNotCountInAChildProcess) {
     EXPECT_EQ(mutex_.ImpatientThreads(), 1);
     mutex_.AfterForkInParent();
     waiting.join();
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(AwaitChild(child), 0);
 }
 
 // A call that logs must not change what its caller looks at next.

@@ -108,6 +108,26 @@ TEST_F(MonitorEnd, WaitsForTheApplicationThatIsUnderWay) {
     EXPECT_EQ(store_.AllAsked(), 1);
 }
 
+// It has no file then, which it tells at each look.
+TEST_F(MonitorEnd, WaitsForAThreadThatOpenAloneHasStarted) {
+    std::promise<void> reached;
+    std::promise<void> release;
+    Proxy().onPrint = [&](const std::string&) {
+        reached.set_value();
+        release.get_future().wait();
+    };
+    EXPECT_EQ(monitor_.open(), 0);
+    reached.get_future().wait();
+
+    auto stopped = StopInBackground(monitor_);
+    EXPECT_TRUE(IsStillBlocked(stopped));
+    release.set_value();
+    ASSERT_TRUE(Finishes(stopped));
+    EXPECT_EQ(monitor_.thr_count(), 0U);
+    monitor_.wait();
+    Proxy().onPrint = nullptr;
+}
+
 // Whoever deletes the monitor afterwards still has its thread to end.
 TEST_F(MonitorEnd, IsStillToComeWhenTheThreadThatAskedForItWasCancelled) {
     std::promise<void> reached;

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "faults/faultsfixture.h"
+#include "support/forkedchild.h"
 
 using namespace NS_LOG_SERVICE1;
 using namespace testing;
@@ -22,6 +23,10 @@ namespace NS_TEST {
 namespace {
 
 constexpr size_t kThreads = 3;
+
+// How many calls a process goes on for behind the moment of its death, some megabytes: whoever is
+// to kill it may not get a processor for long.
+constexpr uint64_t kMostCallsBehind = 20000;
 
 // Shared by the test and the process that dies.
 struct Progress {
@@ -52,14 +57,14 @@ class Death : public FaultsTest, public WithParamInterface<std::tuple<LogFilePol
 
     static OutputKind Kind() { return std::get<1>(GetParam()); }
 
-    // Each thread logs texts with its own numbers until the process dies. In dumps, each fourth is
-    // an error, and the others are kept back.
+    // Each thread logs texts with its own numbers until the process dies, but no more than it needs
+    // for that. In dumps, each fourth is an error, and the others are kept back.
     [[noreturn]] void LogUntilDeath(void (*die)(), uint64_t moment) {
         Begin(Kind(), std::get<0>(GetParam()), {});
         std::vector<std::thread> threads;
         for (size_t thread = 0; thread < kThreads; ++thread) {
-            threads.emplace_back([this, thread] {
-                for (uint64_t number = 1;; ++number) {
+            threads.emplace_back([this, thread, moment] {
+                for (uint64_t number = 1; progress_->Sum() < moment + kMostCallsBehind; ++number) {
                     const int level = Kind() != OutputKind::DUMP ? 1 : number % 4 == 0 ? 0 : 3;
                     OperLogger().Log("file.cpp", "Function", 7, level, NameOf(thread, number));
                     progress_->returned[thread] = number;
@@ -77,6 +82,12 @@ class Death : public FaultsTest, public WithParamInterface<std::tuple<LogFilePol
         }
     }
 
+    static bool HasEnded(pid_t child) {
+        siginfo_t ended{};
+        ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT);
+        return ended.si_pid == child;
+    }
+
     // Runs that in another process, which dies by itself or, without `die`, is killed at that
     // moment. Returns how many calls had returned before its end at least.
     Returned DieAt(uint64_t moment, void (*die)()) {
@@ -84,22 +95,18 @@ class Death : public FaultsTest, public WithParamInterface<std::tuple<LogFilePol
         for (auto& count : progress_->returned) {
             count = 0;
         }
-        const pid_t child = ::fork();
+        const pid_t child = ForkChild();
         if (child == 0) {
             LogUntilDeath(die, moment);
         }
-        int status = 0;
         if (die == nullptr) {
-            while (progress_->Sum() < moment) {
+            while (progress_->Sum() < moment && !HasEnded(child)) {
                 std::this_thread::yield();
             }
             ::kill(child, SIGKILL);
-        }
-        ::waitpid(child, &status, 0);
-        if (die == nullptr) {
-            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+            EXPECT_EQ(AwaitChild(child), -SIGKILL);
         } else {
-            EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+            EXPECT_NE(AwaitChild(child), 0);
         }
         EXPECT_GE(progress_->Sum(), moment);
         Returned died{};
@@ -176,6 +183,7 @@ class Death : public FaultsTest, public WithParamInterface<std::tuple<LogFilePol
 };
 
 TEST_P(Death, ByAKillAtAnyMomentTearsAtMostTheLastFrame) {
+    ASSERT_GT(Kills(), 0);
     std::mt19937 random(20240305);
     for (int i = 0; i < Kills(); ++i) {
         const uint64_t moment = 100 + random() % 3000;
@@ -226,15 +234,13 @@ TEST_P(DeathInAWrite, LeavesTheBytesUpToThere) {
     for (uint64_t n = 1; n <= writes; ++n) {
         const size_t bytes = n % 7;
         SCOPED_TRACE(n);
-        const pid_t child = ::fork();
+        const pid_t child = ForkChild();
         if (child == 0) {
             Begin(OutputKind::DIRECT, GetParam(), {{FaultyCall::WRITE, n, n, 0, bytes, true}});
             LogAll();
-            ::_exit(0);
+            EndChild(0);
         }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+        ASSERT_EQ(AwaitChild(child), -SIGKILL);
         std::string now;
         for (const auto& [name, text] : Files()) {
             ASSERT_EQ(whole.count(name), 1u);

@@ -1,8 +1,6 @@
 // Forks of a process whose other threads are in the platform meanwhile.
 #include <ace/Guard_T.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <functional>
@@ -15,7 +13,7 @@
 #include "host/configfixture.h"
 #include "platform/hostcontrol.h"
 #include "support/capturedoutput.h"
-#include "support/endofchild.h"
+#include "support/forkedchild.h"
 #include "support/otherservices.h"
 
 using NS_BUNDLEMGR1::BundleMgr;
@@ -29,15 +27,12 @@ class PlatformFork : public NS_TEST::ConfigTest {
 
     // What a child process that calls `action` ends with: 0, unless it hangs or something fails.
     static int StatusOfChild(const std::function<void()>& action) {
-        const pid_t process = ::fork();
+        const pid_t process = NS_TEST::ForkChild();
         if (process == 0) {
-            ::alarm(60);
             action();
             NS_TEST::EndChild(HasFailure() ? 1 : 0);
         }
-        int status = -1;
-        EXPECT_EQ(::waitpid(process, &status, 0), process);
-        return status;
+        return NS_TEST::AwaitChild(process);
     }
 
     // Forks again and again while other threads call `action` all the time. Each child calls it.
@@ -66,7 +61,7 @@ class PlatformFork : public NS_TEST::ConfigTest {
         for (std::thread& thread : threads) {
             thread.join();
         }
-        EXPECT_EQ(status, 0) << "a signal 14 means that it hangs";
+        EXPECT_EQ(status, 0) << "-14, a signal, means that it hangs";
     }
 
     // A child calls `action` that was forked while another thread held `lock`. The thread keeps it
@@ -85,7 +80,7 @@ class PlatformFork : public NS_TEST::ConfigTest {
         while (!held) {
             std::this_thread::yield();
         }
-        EXPECT_EQ(StatusOfChild(action), 0) << "a signal 14 means that it hangs";
+        EXPECT_EQ(StatusOfChild(action), 0) << "-14, a signal, means that it hangs";
         forked = true;
         holder.join();
         const ACE_Guard<Lock> guard(lock);

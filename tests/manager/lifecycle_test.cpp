@@ -3,9 +3,12 @@
 
 #include <functional>
 #include <future>
+#include <new>
+#include <set>
 #include <thread>
 
 #include "manager/managerfixture.h"
+#include "support/allocations.h"
 
 using namespace NS_LOG_SERVICE1;
 using namespace NS_TEST;
@@ -56,6 +59,29 @@ TEST_F(Lifecycle, BeginsAnewAfterItsEnd) {
         LogMgr::DestroyInstance();
         EXPECT_EQ(LogMgr::InstanceIfAny(), nullptr);
     }
+}
+
+TEST_F(Lifecycle, CreatesTheChannelsInAFixedOrderDebugFirst) {
+    std::set<size_t> counts;
+    bool done = false;
+    for (long allocations = 0; !done; ++allocations) {
+        Manager();
+        FailAllocationsAfter(allocations);
+        try {
+            Manager().CreateChannels();
+            done = true;
+        } catch (const std::bad_alloc&) {  // leaves those that are made
+        }
+        FailAllocationsAfter(-1);
+        std::set<std::string> made;
+        Manager().Channels().ForEach(
+            [&made](const std::string& category, TEDebugInfoBuf&) { made.insert(category); });
+        const auto end = kLogCategories.begin() + static_cast<ptrdiff_t>(made.size());
+        EXPECT_EQ(made, std::set<std::string>(kLogCategories.begin(), end));
+        counts.insert(made.size());
+        LogMgr::DestroyInstance();
+    }
+    EXPECT_EQ(counts.size(), kLogCategories.size() + 1) << "each channel takes memory";
 }
 
 // A thread that ended in a destructor would end the process.

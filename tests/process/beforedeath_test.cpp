@@ -57,9 +57,7 @@ class BeforeDeath : public ProcessTest {
             std::exit(7);
             return 0;
         });
-        const int status = Await(child);
-        EXPECT_TRUE(WIFEXITED(status)) << status;
-        EXPECT_EQ(WEXITSTATUS(status), 7);
+        EXPECT_EQ(AwaitChild(child), 7);
         return child;
     }
 

@@ -163,8 +163,8 @@ TEST_F(ForkOfAProcess, LeavesParentAndChildUsableWhileManyThreadsLog) {
             }
             return result;
         }));
-        const int status = Await(children.back());
-        EXPECT_EQ(status, 0) << "child " << i << "; a signal 14 means that it hangs";
+        const int status = AwaitChild(children.back());
+        EXPECT_EQ(status, 0) << "child " << i << "; -14, a signal, means that it hangs";
         if (status != 0) {
             break;
         }
@@ -194,7 +194,7 @@ TEST_F(ForkOfAProcess, LeavesWhatIsQueuedOrKeptBackToTheParent) {
                    ? 0
                    : 1;
     });
-    EXPECT_EQ(Await(child), 0);
+    EXPECT_EQ(AwaitChild(child), 0);
     EXPECT_EQ(CountOpenLogFiles(), 1);
     EXPECT_THAT(DetailsOf(child), ElementsAre("of the child"));
     EXPECT_EQ(Channel("corbaoper").recordsQueued, 1U);
@@ -215,7 +215,7 @@ TEST_F(ForkOfAProcess, GivesTheChildDirectOutputWhenItsParentHasPeriodicOutput) 
         Log(1, "at once");
         return Maintenance().HasPeriodicOutput() || Maintenance().GetOutputMode() != 0 ? 1 : 0;
     });
-    EXPECT_EQ(Await(child), 0);
+    EXPECT_EQ(AwaitChild(child), 0);
     EXPECT_THAT(DetailsOf(child), ElementsAre("at once"));
     EXPECT_TRUE(Maintenance().HasPeriodicOutput());
     EXPECT_EQ(Maintenance().GetOutputMode(), 1U);
@@ -230,7 +230,7 @@ TEST_F(ForkOfAProcess, LetsTheChildEndTheService) {
         Stop();
         return LogMgr::InstanceIfAny() == nullptr ? 0 : 1;
     });
-    EXPECT_EQ(Await(child), 0);
+    EXPECT_EQ(AwaitChild(child), 0);
     Pieces pieces = PiecesOf(child);
     EXPECT_THAT(pieces, SizeIs(7));
     EXPECT_EQ(pieces["corbaoper"].back().kind, ParsedPiece::FILE_CLOSED);
@@ -246,17 +246,16 @@ TEST_F(ForkOfAProcess, MayHappenWhileAMessagePrintsItself) {
     pid_t child = -1;
     ScriptedMessage message("Type", [&child](std::ostream& out) {
         out << "half of the text, ";
-        child = ::fork();
+        child = ForkChild();
         out << (child == 0 ? "child" : "parent");
     });
     OperLogger().LogAsnTrace("f", "g", 1, message);
     if (child == 0) {
-        ::alarm(100);
         ScriptedMessage next = TextMessage("Type", "next");
         OperLogger().LogAsnTrace("f", "g", 1, next);
         EndChild(0);
     }
-    EXPECT_EQ(Await(child), 0);
+    EXPECT_EQ(AwaitChild(child), 0);
     EXPECT_THAT(DetailsOf(::getpid()), ElementsAre("half of the text, parent"));
     EXPECT_EQ(DetailsOf(child).back(), "next");
 }
@@ -272,7 +271,7 @@ TEST_F(ForkOfAProcess, KeepsTheCreationMaskOfTheProcess) {
         }
     });
     for (int i = 0; i < CountOfForks(); ++i) {
-        EXPECT_EQ(Await(Fork([] { return ::umask(0) == 0022 ? 0 : 1; })), 0);
+        EXPECT_EQ(AwaitChild(Fork([] { return ::umask(0) == 0022 ? 0 : 1; })), 0);
     }
     ended = true;
     creator.join();
@@ -289,13 +288,13 @@ TEST_F(ForkOfAProcess, IsNoConcernOfALibraryThatWasUnloaded) {
         ACE_Service_Object_Exterminator free = nullptr;
         ACE_Service_Object* const service = make(&free);
         ASSERT_EQ(service->init(0, nullptr), 0);
-        EXPECT_EQ(Await(Fork([] { return 0; })), 0);
+        EXPECT_EQ(AwaitChild(Fork([] { return 0; })), 0);
         static_cast<NS_BUNDLEMGR1::ServiceObjectBase*>(service)->StopService();
         service->fini();
         free(service);
         ::dlclose(library);
         EXPECT_EQ(::dlopen(QV_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr);
-        EXPECT_EQ(Await(Fork([] { return 0; })), 0);
+        EXPECT_EQ(AwaitChild(Fork([] { return 0; })), 0);
     }
 }
 

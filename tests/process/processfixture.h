@@ -2,7 +2,6 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
@@ -11,7 +10,7 @@
 #include <vector>
 
 #include "maintenance/maintenancefixture.h"
-#include "support/endofchild.h"
+#include "support/forkedchild.h"
 
 namespace NS_TEST {
 
@@ -25,22 +24,13 @@ class ProcessTest : public MaintenanceTest {
         store_.Set("bEnableAsnTrace", "0");
     }
 
-    // Starts a child process that runs `child` and ends with its result. One that hangs is ended by
-    // SIGALRM.
+    // Starts a child process that runs `child` and ends with its result.
     static pid_t Fork(const std::function<int()>& child) {
-        const pid_t process = ::fork();
+        const pid_t process = ForkChild();
         if (process == 0) {
-            ::alarm(100);
             EndChild(child());
         }
         return process;
-    }
-
-    // The status of the process as waitpid gives it.
-    static int Await(pid_t process) {
-        int status = -1;
-        EXPECT_EQ(::waitpid(process, &status, 0), process);
-        return status;
     }
 
     // The pieces that stand in the files of one process, by category. Throws when a file is torn.

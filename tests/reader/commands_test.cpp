@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "reader/programfixture.h"
+#include "support/tracing.h"
 
 namespace {
 
@@ -206,6 +207,9 @@ TEST_F(Prune, NeverRemovesWhatIsBeingWritten) {
 
 // Only the owner of a file can ask who has it open, and not on every file system.
 TEST_F(Prune, KeepsWhatMayBeWrittenAndSaysWhyOnce) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     for (const char* error : {"EACCES", "EINVAL"}) {
         const std::string reason =
             error == std::string("EINVAL") ? "Invalid argument" : "Permission denied";
@@ -223,6 +227,9 @@ TEST_F(Prune, KeepsWhatMayBeWrittenAndSaysWhyOnce) {
 }
 
 TEST_F(Prune, KeepsWhatCannotBeOpened) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     const std::string kept = Path(LogName("b", 1, kNobody));
     const ProgramResult result =
         RunProgram({"strace", "-qq", "-o", Path("trace.txt"), "-P", kept, "-e",
@@ -235,6 +242,9 @@ TEST_F(Prune, KeepsWhatCannotBeOpened) {
 
 // The agent may open a file again at the moment in which it is asked whether anybody writes it.
 TEST_F(Prune, IsNotEndedByTheSignalOfABrokenLease) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     const ProgramResult traced =
         RunProgram({"strace", "-qq", "-o", Path("trace.txt"), "-e", "trace=fcntl", "-e",
                     "inject=fcntl:signal=SIGIO", QVLOG, "prune", "--keep", "0", Path()},

@@ -125,12 +125,13 @@ TEST_F(Documents, FormatPageShowsWhatTheReaderReads) {
 }
 
 TEST_F(Documents, CompletionsOfferWhatFits) {
-    const auto complete = [](const std::string& words) {
+    // Names of files in the working directory would be offered as well.
+    const auto complete = [this](const std::string& words) {
         return RunProgram({"bash", "-c",
-                           "source \"$0\" && COMP_WORDS=(qvlog " + words +
+                           "cd \"$1\" && source \"$0\" && COMP_WORDS=(qvlog " + words +
                                ") && COMP_CWORD=$((${#COMP_WORDS[@]} - 1)) && _qvlog && echo "
                                "\"${COMPREPLY[@]}\"",
-                           std::string(QV_READER) + "/completion/qvlog"})
+                           std::string(QV_READER) + "/completion/qvlog", Path()})
             .output;
     };
     EXPECT_EQ(complete("ver"), "verify\n");
@@ -175,7 +176,8 @@ TEST_F(Documents, CommandsOfTheGuidePrintWhatItSays) {
             continue;
         }
         const ProgramResult result = RunProgram(
-            {"bash", "-c", "cd " + Path() + " && PATH=$0:$PATH && " + command, directory},
+            {"bash", "-c", "cd " + QuoteForShell(Path()) + " && PATH=$0:$PATH && " + command,
+             directory},
             {{"_APP_SHARE_DIR", QV_GUIDE_SHARE}, {"TZ", "CET-1"}, {"LC_ALL", "C"}});
         EXPECT_EQ(result.output, output) << command;
         EXPECT_EQ(result.errors, "") << command;

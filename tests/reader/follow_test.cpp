@@ -9,6 +9,8 @@
 #include <fstream>
 
 #include "reader/programfixture.h"
+#include "support/forkedchild.h"
+#include "support/tracing.h"
 
 namespace {
 
@@ -17,7 +19,7 @@ using namespace NS_TEST;
 // A process that writes logs, and whose end can be asked for.
 class Writer {
   public:
-    Writer() : process_(::fork()) {
+    Writer() : process_(ForkChild(kNoTimeLimit)) {
         if (process_ == 0) {
             for (;;) {
                 ::pause();
@@ -157,6 +159,9 @@ TEST_F(Follow, GoesOnWithAFileThatIsRenamed) {
 // Every wait is for the kernel's word, without a time limit: a record is shown as soon as it is
 // written, and a quiet agent costs nothing.
 TEST_F(Follow, IsWokenByWhatIsWrittenAndNeverLooksByItself) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     std::filesystem::create_directory(Path("log"));
     const std::string log = "log/" + first_;
     Append(log, CreatedText() + Frame(1, "one"));

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "reader/programfixture.h"
+#include "support/tracing.h"
 
 namespace {
 
@@ -93,6 +94,9 @@ TEST_F(Report, NeverReplacesALogFile) {
 
 // What was there before is of more use than half a page.
 TEST_F(Report, HasItsNameWhenItIsComplete) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     WriteSample();
     WriteFile(Path("old.html"), "old");
     std::filesystem::create_symlink("old.html", Path("page.html"));
@@ -188,6 +192,9 @@ TEST_F(Export, MakesATableOfAllFields) {
 
 // One that is interrupted leaves nothing that could be taken for a database, or be in the way.
 TEST_F(Export, HasItsNameWhenItIsComplete) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     WriteSample();
     WriteFile(Path("out.db.unfinished"), "of one that was killed");
     const ProgramResult failed =

@@ -155,10 +155,12 @@ TEST_F(Show, ColoursOnlyWhereItIsWanted) {
 // script(1) gives the program a terminal.
 TEST_F(Show, UsesAPagerAndColoursOnATerminal) {
     WriteSample();
+    const std::string directory = QuoteForShell(Path());
     const auto onTerminal = [&](const std::string& options, const std::string& setting) {
-        return RunProgram(OnTerminal(QuoteForShell(QVLOG) + " -c -l 0 " + Path() + " >/dev/null; " +
-                                     QuoteForShell(QVLOG) + " -l 0 " + options + " " + Path()),
-                          {{"PAGER", "sed s/^/paged:/"}, {"TERM", "xterm"}, {"NO_COLOR", setting}})
+        return RunProgram(
+                   OnTerminal(QuoteForShell(QVLOG) + " -c -l 0 " + directory + " >/dev/null; " +
+                              QuoteForShell(QVLOG) + " -l 0 " + options + " " + directory),
+                   {{"PAGER", "sed s/^/paged:/"}, {"TERM", "xterm"}, {"NO_COLOR", setting}})
             .output;
     };
     const std::string paged = onTerminal("", "");
@@ -185,7 +187,8 @@ TEST_F(Show, RefusesWhatIsNoFileAndNoNumber) {
 // As when Control-C is pressed in the pager. A shell that goes on takes the terminal away from it.
 TEST_F(Show, EndsBehindItsPagerWhenItIsInterrupted) {
     WriteSample();
-    const std::string command = QuoteForShell(QVLOG) + " " + Path() + "; echo then $?";
+    const std::string command =
+        QuoteForShell(QVLOG) + " " + QuoteForShell(Path()) + "; echo then $?";
     EXPECT_EQ(RunProgram(OnTerminal(command),
                          {{"PAGER", "kill -INT $PPID; cat >/dev/null; sleep 0.1; echo pager"},
                           {"TERM", "xterm"}})
@@ -195,7 +198,7 @@ TEST_F(Show, EndsBehindItsPagerWhenItIsInterrupted) {
 
 TEST_F(Show, GivesItsPagerASignalThatTellsOfAClosedPipe) {
     WriteSample();
-    EXPECT_EQ(RunProgram(OnTerminal(QuoteForShell(QVLOG) + " " + Path()),
+    EXPECT_EQ(RunProgram(OnTerminal(QuoteForShell(QVLOG) + " " + QuoteForShell(Path())),
                          {{"PAGER", "sh -c 'kill -PIPE $$; echo ignored'"}, {"TERM", "xterm"}})
                   .output,
               "");
@@ -207,8 +210,8 @@ TEST_F(Show, StopsQuietlyWhenNobodyReads) {
         text += LogFrame(i);
     }
     WriteFile(Path(LogName("oper")), text);
-    const ProgramResult result =
-        RunProgram({"sh", "-c", QuoteForShell(QVLOG) + " " + Path() + " | head -n 1 | wc -l"});
+    const ProgramResult result = RunProgram(
+        {"sh", "-c", QuoteForShell(QVLOG) + " " + QuoteForShell(Path()) + " | head -n 1 | wc -l"});
     EXPECT_EQ(result.output, "1\n");
     EXPECT_EQ(result.errors, "");
 }

@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include "reader/programfixture.h"
+#include "support/tracing.h"
 
 namespace {
 
@@ -66,6 +67,9 @@ TEST_F(Unreadable, FileThatBreaksOffIsShownBackwardsAsFarAsItGoes) {
 }
 
 TEST_F(Unreadable, FileWithAReadErrorIsTrouble) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     // Behind the look for its time, and its first block.
     const ProgramResult count = NS_TEST::RunProgram(WithReadErrors(file_, "3+", {"-c", file_}));
     EXPECT_EQ(count.exitCode, 2);
@@ -75,6 +79,9 @@ TEST_F(Unreadable, FileWithAReadErrorIsTrouble) {
 }
 
 TEST_F(Unreadable, FollowedFileWithAReadErrorIsTrouble) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
     std::filesystem::create_directory(Path("log"));
     const std::string whole = Path("log/" + LogName("whole"));
     const std::string other = Path("log/" + LogName("other"));

@@ -1,8 +1,6 @@
 // The service's entry with a platform that watches what it is given, and fails when it is told to:
 // this program has some of the platform's functions in its own hands.
 #include <dlfcn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,6 +16,7 @@
 #include "qv_base_log/logmaintenanceinterface.h"
 #include "service/serviceobjectfixture.h"
 #include "support/allocations.h"
+#include "support/forkedchild.h"
 
 using NS_BUNDLEMGR1::CorbaConfigItems;
 using NS_BUNDLEMGR1::ServiceInterface;
@@ -258,16 +257,17 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWritte
 }
 
 TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWrittenAtExit) {
-    const pid_t child = ::fork();
+    constexpr int kOwn = 7;
+    const pid_t child = ForkChild();
     if (child == 0) {
         MakeAndInit();
         Manager().outputmode = 1;
         Log("refused");
         Manager().GetLogger("a", "b", "corbasys")->Log("f.cpp", "Run", 7, 1, "written");
         g_refusedStamp = g_stamps + 1;
-        std::exit(0);
+        std::exit(kOwn);
     }
-    ::waitpid(child, nullptr, 0);
+    EXPECT_EQ(AwaitChild(child), kOwn);
     EXPECT_THAT(Written("corbasys"), ElementsAre("written"));
 }
 

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -58,11 +59,12 @@ class LaterLoggersServiceObject : public NS_REFERENCE_HOST::WorkingServiceObject
     LaterLoggersServiceObject() : WorkingServiceObject("laterloggers") {}
 
   protected:
-    // The argument is the path of the pipe.
-    std::unique_ptr<NS_REFERENCE_HOST::Work> PrepareWork(int argc, char* argv[]) override {
+    // The path of the pipe may hold blanks, so it is no argument.
+    std::unique_ptr<NS_REFERENCE_HOST::Work> PrepareWork(int, char*[]) override {
         LogSvcInterface* const service = NS_LOG_SERVICE1::FindLogService();
+        const char* const path = std::getenv("QV_TEST_NAMES");
         // For writing as well, so that it does not end when nobody writes.
-        const int pipe = argc == 1 ? open(argv[0], O_RDWR | O_CLOEXEC) : -1;
+        const int pipe = path != nullptr ? open(path, O_RDWR | O_CLOEXEC) : -1;
         if (service == nullptr || pipe < 0) {
             return nullptr;
         }
