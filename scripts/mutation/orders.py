@@ -54,6 +54,9 @@ ORDERS = [
     ("the monitor's event stays signalled", MONITOR + ".cpp",
      "stopEvent_(0, 0, USYNC_THREAD, nullptr),", "stopEvent_(1, 0, USYNC_THREAD, nullptr),"),
 
+    ("the monitor's thread does not say that it has started", MONITOR + ".cpp",
+     "int LogSwitchMonitorMgr::svc() {\n    started_ = true;\n", "int LogSwitchMonitorMgr::svc() {\n"),
+
     ("the service object gives its base another bundle's name", SERVICE,
      'ServiceObjectBase(kBundleName', 'ServiceObjectBase("qv_base_other"'),
     ("Fini does not create a monitor that is missing", SERVICE,
@@ -96,6 +99,11 @@ ORDERS = [
      "    loggers_.~LoggerList();\n    new (&loggers_) LoggerList();\n    channels_.Destroy();\n"),
     ("DisableLoggerLevels enables", MANAGER,
      "return logger.DisableAllLevels(); });", "return logger.EnableAllLevels(); });"),
+    ("the channels are created in reverse order", "src/channel/channelmap.cpp",
+     "    for (size_t i = 0; i < kLogCategoryCount; ++i) {\n"
+     "        const std::string category = kLogCategories[i];",
+     "    for (size_t i = kLogCategoryCount; i-- > 0;) {\n"
+     "        const std::string category = kLogCategories[i];"),
     ("the channels end in reverse order", "src/channel/channelmap.cpp",
      "    for (auto& [category, channel] : channels_) {\n        channel.reset();\n    }\n",
      "    for (auto entry = channels_.rbegin(); entry != channels_.rend(); ++entry) {\n"
