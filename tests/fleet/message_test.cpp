@@ -1,6 +1,7 @@
 #include "stream/message.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <string>
 
@@ -169,6 +170,17 @@ TEST(Window, KnowsTheLowestPlaceThatIsOnItsWay) {
     window.Remove("a");
     EXPECT_EQ(window.Lowest(1, 99), 99U);
     EXPECT_EQ(window.Lowest(2, 99), 5U);
+}
+
+// A shipper sends new files for ever.
+TEST(Window, TakesNoMemoryForFilesOfWhichNothingIsOnItsWay) {
+    Window window;
+    const size_t before = ::mallinfo2().uordblks;
+    for (int64_t file = 0; file < 10000; ++file) {
+        window.Add("a", file, 10);
+        window.Remove("a");
+    }
+    EXPECT_LT(::mallinfo2().uordblks, before + 100000);
 }
 
 TEST(Window, HasNoRoomAfterAFailure) {
