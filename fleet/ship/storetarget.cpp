@@ -98,6 +98,8 @@ std::vector<KnownFile> StoreTarget::FilesOf(const std::string& host) {
 
 void StoreTarget::NoteGone(int64_t handle, uint64_t lost) {
     Translated([&] { store_.NoteGone(handle, lost); });
+    days_.erase(handle);
+    complete_.erase(handle);
 }
 
 void StoreTarget::NoteComplete(int64_t handle, uint64_t size) {

@@ -16,6 +16,7 @@ constexpr const char* kReadOnly = "25006";
 constexpr const char* kTooLarge = "54000";
 constexpr const char* kNotInEncoding = "22P05";
 constexpr const char* kWrongPassword = "28P01";
+constexpr const char* kRolledBack = "40000";
 
 // Where the code stands in "FATAL:  28P01: password authentication failed", in any language; npos
 // when there is none.
@@ -186,8 +187,17 @@ Transaction::~Transaction() {
     }
 }
 
+// All statements were carried out, so nothing is wrong with their values: the server has no room to
+// tell those who listen, say.
 void Transaction::Commit() {
-    connection_.Run("COMMIT");
+    try {
+        connection_.Run("COMMIT");
+    } catch (const StoreError& error) {
+        if (error.IsPassing()) {
+            throw;
+        }
+        throw StoreError(error.what(), kRolledBack);
+    }
     isOpen_ = false;
 }
 

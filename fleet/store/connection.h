@@ -104,7 +104,7 @@ class Transaction {
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
 
-    // Throws StoreError; whether it was committed is unknown then.
+    // Throws StoreError, which is passing; whether it was committed is unknown then.
     void Commit();
 
   private:

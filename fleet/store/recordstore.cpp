@@ -10,6 +10,13 @@ namespace {
 
 constexpr const char* kNoPartition = "23514";
 
+// Somebody may remove days in between. A day that is not there then is detached, or has no table.
+constexpr int kMostTimesToMakeDays = 2;
+
+// A piece that is stored has been stored under a day between one before that of its file's name and
+// this many behind it, as good as always. Each day that is looked at costs the server five locks.
+constexpr int64_t kDaysOfAFile = 30;
+
 // A file's row as StoredFile.
 StoredFile ReadFile(const Rows& rows, int row) {
     StoredFile file;
@@ -76,12 +83,13 @@ uint64_t RecordStore::Store(const std::vector<Entry>& entries) {
     // Nearly always the rows are new and their days are there. Straight into the table costs half
     // of what it costs to look for each row first.
     bool isFresh = true;
-    for (;;) {
+    for (int timesMade = 0;;) {
         try {
             return TryStore(entries, isFresh);
         } catch (const StoreError& error) {
-            if (error.State() == kNoPartition) {
+            if (error.State() == kNoPartition && timesMade < kMostTimesToMakeDays) {
                 MakeDays(entries);
+                ++timesMade;
             } else if (error.IsDuplicate() && isFresh) {
                 isFresh = false;
             } else {
@@ -110,6 +118,17 @@ uint64_t RecordStore::TryStore(const std::vector<Entry>& entries, bool isFresh) 
     return rows;
 }
 
+// Whether the piece is stored. False when it is stored under an unusual day: its chunks are put
+// together once more then, and the key leaves it out.
+bool RecordStore::HasPiece(const Chunk& chunk) {
+    const Rows stored = connection_.Run(
+        "SELECT EXISTS (SELECT FROM qv.record WHERE file = $1 AND byte_offset = $2"
+        " AND day BETWEEN date '1970-01-01' + $3::integer AND date '1970-01-01' + $4::integer)",
+        {std::to_string(chunk.file.id), std::to_string(chunk.pieceOffset),
+         std::to_string(chunk.file.day - 1), std::to_string(chunk.file.day + kDaysOfAFile)});
+    return stored.Flag(0, 0);
+}
+
 // The whole piece, when this chunk is the last one that was missing.
 std::optional<FilePart> RecordStore::AddChunk(const Chunk& chunk) {
     const std::string file = std::to_string(chunk.file.id);
@@ -117,10 +136,7 @@ std::optional<FilePart> RecordStore::AddChunk(const Chunk& chunk) {
     Transaction transaction(connection_);
     // Of two that bring the last chunks at once, the second sees what the first has brought.
     connection_.Run("SELECT 1 FROM qv.file WHERE id = $1 FOR UPDATE", {file});
-    const Rows stored = connection_.Run(
-        "SELECT EXISTS (SELECT FROM qv.record WHERE file = $1 AND byte_offset = $2)",
-        {file, piece});
-    if (stored.Flag(0, 0)) {
+    if (HasPiece(chunk)) {
         connection_.Run("DELETE FROM qv.chunk WHERE file = $1 AND piece = $2", {file, piece});
         transaction.Commit();
         return std::nullopt;

@@ -88,6 +88,7 @@ class RecordStore {
     void NoteHost(const HostState& state, std::optional<int64_t> seen = std::nullopt);
 
   private:
+    bool HasPiece(const Chunk& chunk);
     std::optional<FilePart> AddChunk(const Chunk& chunk);
     uint64_t TryStore(const std::vector<Entry>& entries, bool isFresh);
     uint64_t CopyRows(const std::vector<Entry>& entries, CopyStream& copy) const;

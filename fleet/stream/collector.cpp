@@ -4,6 +4,7 @@
 #include <cctype>
 #include <chrono>
 #include <cstdio>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -25,6 +26,9 @@ constexpr int64_t kNanosPerMicro = 1000;
 // A message that was not acknowledged by then comes again.
 constexpr int64_t kAcknowledgeSeconds = 10;
 
+// So often the stream is told that somebody works at what is held.
+constexpr std::chrono::seconds kProgressInterval{1};
+
 // More than the collectors of a shard hold at a time.
 constexpr int64_t kMostOutstanding = 4096;
 
@@ -35,7 +39,7 @@ constexpr int kFirstPause = 200;
 constexpr int kLongestPause = 5000;
 
 // What servers that have worked refuse may be a connection that broke in the middle of a greeting,
-// or a store that an operator has taken away for a while.
+// or a table that an operator has taken away for a while.
 constexpr int kMostRefusals = 10;
 
 // When the stream took the message, in microseconds; none: the message does not say. It may be
@@ -49,16 +53,20 @@ std::optional<int64_t> TimeOf(natsMsg* message) {
     return data->Timestamp / kNanosPerMicro;
 }
 
-}  // namespace
-
 // The text may repeat what a host has sent: a terminal must not obey it.
-void Collector::Report(std::string text) {
+std::string Printable(std::string text) {
     std::replace_if(
         text.begin(), text.end(),
         [](char character) { return std::iscntrl(static_cast<unsigned char>(character)) != 0; },
         ' ');
-    std::fprintf(stderr, "qvlog: %s\n", text.c_str());
+    return text;
 }
+
+void Report(const std::string& text) {
+    std::fprintf(stderr, "qvlog: %s\n", Printable(text).c_str());
+}
+
+}  // namespace
 
 void Collector::Pause(const std::string& reason) {
     if (problem_ != reason) {
@@ -77,6 +85,7 @@ bool Collector::Run() {
             Work();
             return !hasTrouble_;
         } catch (const StreamError& error) {
+            held_.clear();
             subscription_.reset();
             streams_.reset();
             connection_.reset();
@@ -92,11 +101,10 @@ bool Collector::Run() {
 void Collector::Work() {
     Subscribe();
     while (!isStopped_) {
-        Batch batch;
-        const bool hasMore = Fetch(batch);
+        const bool hasMore = Fetch();
         hasWorked_ = true;
         refusals_ = 0;
-        StoreWhatIsTaken(batch);
+        StoreWhatIsHeld();
         if (settings_.once && !hasMore) {
             return;
         }
@@ -126,15 +134,16 @@ void Collector::Subscribe() {
 
 // False: nothing came for a while. The first message is awaited, and more for a short time behind
 // it.
-bool Collector::Fetch(Batch& batch) {
+bool Collector::Fetch() {
     using Clock = std::chrono::steady_clock;
-    if (!FetchOne(kFetchMilliseconds, batch)) {
+    heldBytes_ = 0;
+    if (!FetchOne(kFetchMilliseconds)) {
         return false;
     }
     const Clock::time_point end = Clock::now() + kGathering;
-    while (batch.bytes < kBatchBytes && batch.messages.size() < kBatchMessages) {
+    while (heldBytes_ < kBatchBytes && held_.size() < kBatchMessages) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        if (!FetchOne(std::max<int64_t>(left.count(), 1), batch) && left.count() <= 0) {
+        if (!FetchOne(std::max<int64_t>(left.count(), 1)) && left.count() <= 0) {
             break;
         }
     }
@@ -144,36 +153,41 @@ bool Collector::Fetch(Batch& batch) {
 // Returns whether one came within the time. The library must not be asked for several: when some of
 // them are there already, it writes more messages into its list than there is room for. A message
 // is large, so that its own question costs little.
-bool Collector::FetchOne(int64_t milliseconds, Batch& batch) {
+bool Collector::FetchOne(int64_t milliseconds) {
     natsMsgList list{};
     jsErrCode code{};
     const natsStatus status =
         natsSubscription_Fetch(&list, subscription_.get(), 1, milliseconds, &code);
-    const bool hasCome = list.Count == 1;
-    if (hasCome) {
-        Take(std::exchange(list.Msgs[0], nullptr), batch);
-    }
+    OwnedMessage message(list.Count == 1 ? std::exchange(list.Msgs[0], nullptr) : nullptr);
     natsMsgList_Destroy(&list);
     connection_->Check();
     if (status != NATS_TIMEOUT) {
         CheckStatus(status, "fetching", code);
     }
-    return hasCome;
+    if (!message) {
+        return false;
+    }
+    Take(std::move(message));
+    return true;
 }
 
 // A message that nobody can read, or in another host's name, would come again for ever: it is
-// refused for good.
-void Collector::Take(natsMsg* message, Batch& batch) {
+// refused for good. One that a newer collector can read stays where it is.
+void Collector::Take(OwnedMessage message) {
     Arrived arrived;
-    arrived.message.reset(message);
-    batch.bytes += static_cast<size_t>(natsMsg_GetDataLength(message));
+    const std::string_view bytes(natsMsg_GetData(message.get()),
+                                 static_cast<size_t>(natsMsg_GetDataLength(message.get())));
+    heldBytes_ += bytes.size();
     try {
-        arrived.content =
-            Decode({natsMsg_GetData(message), static_cast<size_t>(natsMsg_GetDataLength(message))});
-        CheckSubject(arrived.content, settings_.shard, natsMsg_GetSubject(message));
-        batch.messages.push_back(std::move(arrived));
+        arrived.content = Decode(bytes);
+        CheckSubject(arrived.content, settings_.shard, natsMsg_GetSubject(message.get()));
+        arrived.message = std::move(message);
+        held_.push_back(std::move(arrived));
+    } catch (const NewerMessage& error) {
+        throw NewerMessage(
+            Printable(std::string(natsMsg_GetSubject(message.get())) + ": " + error.what()));
     } catch (const MessageError& error) {
-        Refuse(message, error.what());
+        Refuse(message.get(), error.what());
     }
 }
 
@@ -183,14 +197,41 @@ void Collector::Refuse(natsMsg* message, const std::string& reason) {
     natsMsg_Term(message, nullptr);
 }
 
-void Collector::StoreWhatIsTaken(Batch& batch) {
-    if (batch.messages.empty()) {
+// The stream sends again what nobody seems to work at.
+void Collector::TellProgress() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - told_ < kProgressInterval) {
         return;
     }
-    if (StoreUntilDone(batch)) {
-        StoreOneByOne(batch);
+    told_ = now;
+    for (const Arrived& arrived : held_) {
+        natsMsg_InProgress(arrived.message.get(), nullptr);
+    }
+}
+
+void Collector::ThrowIfStopped() const {
+    if (isStopped_) {
+        throw StreamError("stopped before the store was there", true);
+    }
+}
+
+// What is held is kept until the store has it.
+void Collector::StoreWhatIsHeld() {
+    if (held_.empty()) {
+        return;
+    }
+    Selection all;
+    all.reserve(held_.size());
+    for (const Arrived& arrived : held_) {
+        all.push_back(&arrived);
+    }
+    if (StoreUntilDone(all)) {
+        StoreOneByOne();
     } else {
-        Acknowledge(batch);
+        for (const Arrived& arrived : held_) {
+            natsMsg_Ack(arrived.message.get(), nullptr);
+        }
+        held_.clear();
     }
     if (pause_ != 0) {
         Report("collecting goes on");
@@ -199,100 +240,128 @@ void Collector::StoreWhatIsTaken(Batch& batch) {
     }
 }
 
-// Something in one of them is taken by no column. It would come again for ever, and whatever comes
-// beside it would wait.
-void Collector::StoreOneByOne(Batch& batch) {
-    for (Arrived& arrived : batch.messages) {
-        Batch one;
-        one.messages.push_back(std::move(arrived));
-        const std::optional<std::string> refusal = StoreUntilDone(one);
-        if (refusal) {
-            Refuse(one.messages.front().message.get(), *refusal);
-        } else {
-            Acknowledge(one);
+// One of them may be to blame. It would come again for ever, and whatever comes beside it would
+// wait. What is refused for its values is given up at once, what is refused for something else when
+// others are taken all the while. A store that takes none is not to be waited for.
+void Collector::StoreOneByOne() {
+    for (Arrived& arrived : held_) {
+        arrived.takenBefore = settings_.taken->Of(arrived.content.type);
+    }
+    for (int round = 0;; ++round) {
+        const std::optional<StoreError> refusal = StoreEach();
+        if (!refusal) {
+            return;
         }
+        if (round == kMostRefusals) {
+            RefuseWhereOthersAreTaken(refusal->what());
+        }
+        if (held_.empty()) {
+            return;
+        }
+        if (round == kMostRefusals || !settings_.taken->HasAny()) {
+            throw StoreError(*refusal);
+        }
+        Pause(std::string("the store: ") + refusal->what());
+        ThrowIfStopped();
     }
 }
 
-// The messages are kept until the store has them, and the stream is told meanwhile that somebody
-// works at them. Returns the store's words when it refuses what stands in them.
-std::optional<std::string> Collector::StoreUntilDone(const Batch& batch) {
+// Stores each alone, and returns why one of those that are still held was not stored.
+std::optional<StoreError> Collector::StoreEach() {
+    std::optional<StoreError> last;
+    for (auto arrived = held_.begin(); arrived != held_.end();) {
+        TellProgress();
+        const std::optional<StoreError> refusal = StoreUntilDone({&*arrived});
+        if (refusal && !refusal->IsAboutValues()) {
+            last.emplace(*refusal);
+            ++arrived;
+            continue;
+        }
+        if (refusal) {
+            Refuse(arrived->message.get(), refusal->what());
+        } else {
+            natsMsg_Ack(arrived->message.get(), nullptr);
+        }
+        arrived = held_.erase(arrived);
+    }
+    return last;
+}
+
+void Collector::RefuseWhereOthersAreTaken(const std::string& reason) {
+    const auto refused =
+        std::stable_partition(held_.begin(), held_.end(), [this](const Arrived& arrived) {
+            return settings_.taken->Of(arrived.content.type) == arrived.takenBefore;
+        });
+    for (auto arrived = refused; arrived != held_.end(); ++arrived) {
+        Refuse(arrived->message.get(), reason);
+    }
+    held_.erase(refused, held_.end());
+}
+
+// Waits as long as the store is away. Returns its words when it refuses the messages.
+std::optional<StoreError> Collector::StoreUntilDone(const Selection& messages) {
     for (;;) {
         try {
-            if (!store_) {
-                files_.clear();
-                store_ = std::make_unique<RecordStore>(settings_.store);
-            }
-            return TryToStore(batch);
+            ConnectToStore();
+            Store(messages);
+            return std::nullopt;
         } catch (const StoreError& error) {
+            const bool wasConnected = store_ != nullptr;
             store_.reset();
-            if (!error.IsPassing() && (!*settings_.hasStored || ++storeRefusals_ > kMostRefusals)) {
+            if (!error.IsPassing() && wasConnected) {
+                return error;
+            }
+            if (!error.IsPassing() &&
+                (!settings_.taken->HasAny() || ++storeRefusals_ > kMostRefusals)) {
                 throw;
             }
             Pause(std::string("the store: ") + error.what());
         }
-        if (isStopped_) {
-            throw StreamError("stopped before the store was there", true);
-        }
-        for (const Arrived& arrived : batch.messages) {
-            natsMsg_InProgress(arrived.message.get(), nullptr);
-        }
+        ThrowIfStopped();
+        TellProgress();
     }
 }
 
-std::optional<std::string> Collector::TryToStore(const Batch& batch) {
-    std::optional<std::string> refusal;
-    try {
-        StoreBatch(batch);
-        *settings_.hasStored = true;
-    } catch (const StoreError& error) {
-        if (!error.IsAboutValues()) {
-            throw;
-        }
-        store_.reset();
-        refusal = error.what();
+void Collector::ConnectToStore() {
+    if (!store_) {
+        files_.Clear();
+        store_ = std::make_unique<RecordStore>(settings_.store);
+        storeRefusals_ = 0;
     }
-    storeRefusals_ = 0;
-    return refusal;
 }
 
-void Collector::StoreBatch(const Batch& batch) {
+void Collector::Store(const Selection& messages) {
     std::vector<RecordStore::Entry> entries;
-    for (const Arrived& arrived : batch.messages) {
-        const Message& content = arrived.content;
+    for (const Arrived* const arrived : messages) {
+        const Message& content = arrived->content;
         if (content.type == MessageType::Part) {
             entries.push_back({FindFile(content.file), &content.part});
         }
     }
     store_->Store(entries);
-    for (const Arrived& arrived : batch.messages) {
-        const Message& content = arrived.content;
+    for (const Arrived* const arrived : messages) {
+        const Message& content = arrived->content;
         if (content.type == MessageType::Chunk) {
             store_->StoreChunk({FindFile(content.file), content.chunkOffset, content.part.bytes,
                                 content.part.offset, content.part.slices.front()});
         } else if (content.type == MessageType::Mark) {
             store_->NoteComplete(FindFile(content.file).id, content.low);
         } else if (content.type == MessageType::Host) {
-            store_->NoteHost(content.state, TimeOf(arrived.message.get()));
+            store_->NoteHost(content.state, TimeOf(arrived->message.get()));
         }
+    }
+    for (const Arrived* const arrived : messages) {
+        settings_.taken->Add(arrived->content.type);
     }
 }
 
 RowFile Collector::FindFile(const FileIdentity& file) {
-    const std::string key = file.host + '\n' + file.name + '\n' + file.first;
-    const auto known = files_.find(key);
-    if (known != files_.end()) {
-        return known->second;
+    if (const std::optional<RowFile> known = files_.Find(file)) {
+        return *known;
     }
     const RowFile row{store_->FindFile(file).id, DayOfName(file.name)};
-    files_.emplace(key, row);
+    files_.Add(file, row);
     return row;
-}
-
-void Collector::Acknowledge(const Batch& batch) {
-    for (const Arrived& arrived : batch.messages) {
-        natsMsg_Ack(arrived.message.get(), nullptr);
-    }
 }
 
 }  // namespace NS_LOG_FLEET

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +11,9 @@
 
 #include "store/recordstore.h"
 #include "stream/message.h"
+#include "stream/recentfiles.h"
 #include "stream/streamconnection.h"
+#include "stream/takencounts.h"
 
 namespace NS_LOG_FLEET {
 
@@ -20,9 +22,9 @@ struct CollectSettings {
     std::string store;  // postgresql://...
     uint32_t shard = 0;
     bool once = false;  // end when nothing more comes
-    // Whether the store has taken anything. Collectors of one store share it: none of them gives a
-    // store up at once that another one has used.
-    std::shared_ptr<std::atomic<bool>> hasStored = std::make_shared<std::atomic<bool>>(false);
+    // Collectors of one store share it: none of them gives a store up at once that another one has
+    // used, and a message that is refused while another one's are taken is to blame for that.
+    std::shared_ptr<TakenCounts> taken = std::make_shared<TakenCounts>();
 };
 
 // A message is acknowledged when the store has it for good; what was not acknowledged comes again,
@@ -34,9 +36,10 @@ class Collector {
     explicit Collector(CollectSettings settings) : settings_(std::move(settings)) {}
 
     // Collects until `Stop`. Throws StreamError or StoreError when one of them refuses for a reason
-    // that waiting does not remove, or one that has worked did so again and again. False: a
-    // message could not be read, was not its sender's or holds what the store takes in no column;
-    // it was reported, and is not delivered again.
+    // that waiting does not remove, or one that has worked did so again and again. Throws
+    // NewerMessage when there is one, which is delivered again. False: a message could not be read,
+    // was not its sender's, or was refused by a store that takes others; it was reported, and is
+    // not delivered again.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -45,43 +48,45 @@ class Collector {
     struct Arrived {
         OwnedMessage message;
         Message content;
+        uint64_t takenBefore = 0;  // how many of its kind, before it was stored alone
     };
 
-    // What is stored in one transaction.
-    struct Batch {
-        std::vector<Arrived> messages;
-        size_t bytes = 0;
-    };
+    using Selection = std::vector<const Arrived*>;
 
-    static void Report(std::string text);
     void Pause(const std::string& reason);
     void Work();
     void Subscribe();
-    bool Fetch(Batch& batch);
-    bool FetchOne(int64_t milliseconds, Batch& batch);
-    void Take(natsMsg* message, Batch& batch);
+    bool Fetch();
+    bool FetchOne(int64_t milliseconds);
+    void Take(OwnedMessage message);
     void Refuse(natsMsg* message, const std::string& reason);
-    void StoreWhatIsTaken(Batch& batch);
-    void StoreOneByOne(Batch& batch);
-    std::optional<std::string> StoreUntilDone(const Batch& batch);
-    std::optional<std::string> TryToStore(const Batch& batch);
-    void StoreBatch(const Batch& batch);
+    void TellProgress();
+    void ThrowIfStopped() const;
+    void StoreWhatIsHeld();
+    void StoreOneByOne();
+    std::optional<StoreError> StoreEach();
+    void RefuseWhereOthersAreTaken(const std::string& reason);
+    std::optional<StoreError> StoreUntilDone(const Selection& messages);
+    void ConnectToStore();
+    void Store(const Selection& messages);
     RowFile FindFile(const FileIdentity& file);
-    static void Acknowledge(const Batch& batch);
 
     const CollectSettings settings_;
     std::unique_ptr<StreamConnection> connection_;
     StreamOwner<jsCtx, &jsCtx_Destroy> streams_;
     StreamOwner<natsSubscription, &natsSubscription_Destroy> subscription_;
     std::unique_ptr<RecordStore> store_;
-    std::map<std::string, RowFile> files_;  // by subject
-    int pause_ = 0;                         // milliseconds
+    RecentFiles files_;
+    int pause_ = 0;  // milliseconds
     bool hasWorked_ = false;
     int refusals_ = 0;       // in a row, by servers that have worked
-    int storeRefusals_ = 0;  // in a row, by a store that has worked
+    int storeRefusals_ = 0;  // in a row, of a connection to a store that has worked
     std::string problem_;
     bool hasTrouble_ = false;
     std::atomic<bool> isStopped_{false};
+    std::vector<Arrived> held_;                   // has come, and is neither stored nor refused
+    size_t heldBytes_ = 0;                        // of what the last Fetch has brought
+    std::chrono::steady_clock::time_point told_;  // when the stream was told of progress
 };
 
 }  // namespace NS_LOG_FLEET

@@ -6,7 +6,10 @@
 namespace NS_LOG_FLEET {
 namespace {
 
-constexpr char kVersion = 1;
+constexpr uint8_t kVersion = 1;
+
+// What begins with a higher number is no message of any version.
+constexpr uint8_t kLastVersion = 31;
 
 // Numbers as little-endian bytes, texts behind their length.
 class Encoder {
@@ -100,9 +103,22 @@ FilePart GetPart(Decoder& in) {
     return part;
 }
 
+void CheckVersion(uint8_t version) {
+    if (version > kVersion && version <= kLastVersion) {
+        throw NewerMessage("the message was made by a newer qvlog; update the collectors first");
+    }
+    if (version != kVersion) {
+        throw MessageError("the message is not one of qvlog's");
+    }
+}
+
 void CheckPart(const Message& message) {
     uint64_t length = 0;
     for (const FilePart::Slice& slice : message.part.slices) {
+        if (slice.length > kLargestPiece) {
+            throw MessageError("the message belongs to a record of " +
+                               std::to_string(slice.length) + " bytes, which is too large");
+        }
         length += slice.length;
     }
     const FilePart& part = message.part;
@@ -142,9 +158,7 @@ std::string Encode(const Message& message) {
 
 Message Decode(std::string_view bytes) {
     Decoder in(bytes);
-    if (in.Get<char>() != kVersion) {
-        throw MessageError("the message was made by another version");
-    }
+    CheckVersion(in.Get<uint8_t>());
     Message message;
     const auto type = in.Get<uint8_t>();
     if (type < 1 || type > static_cast<uint8_t>(MessageType::Host)) {

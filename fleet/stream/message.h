@@ -17,6 +17,12 @@ class MessageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// It was made by a newer program, which can read it.
+class NewerMessage : public MessageError {
+  public:
+    using MessageError::MessageError;
+};
+
 enum class MessageType : uint8_t {
     Part = 1,   // whole pieces of a file
     Chunk = 2,  // a part of one piece that is larger than a message
@@ -40,7 +46,7 @@ struct Message {
 
 std::string Encode(const Message& message);
 
-// Throws MessageError.
+// Throws MessageError, also for a piece that is larger than kLargestPiece.
 Message Decode(std::string_view bytes);
 
 // Subjects consist of words between dots. The text as one word: what is neither a letter, a digit,

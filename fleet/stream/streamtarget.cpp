@@ -92,9 +92,8 @@ std::unique_ptr<Target> StreamTarget::Make(const StreamAddress& address, const s
 
 StreamTarget::~StreamTarget() {
     constexpr uint64_t none = UINT64_MAX;
-    for (size_t i = 0; i < files_.size(); ++i) {
-        const File& file = files_[i];
-        const uint64_t lowest = window_->Lowest(static_cast<int64_t>(i), none);
+    for (const auto& [handle, file] : files_) {
+        const uint64_t lowest = window_->Lowest(handle, none);
         Arrival& arrival = (*arrivals_)[file.subject];
         arrival.end = std::max(arrival.end, std::min(lowest, file.sent));
         arrival.isMarked = file.isMarked && lowest == none;
@@ -147,11 +146,13 @@ std::optional<StreamTarget::LastMessage> StreamTarget::FindLast(const std::strin
 TargetFile StreamTarget::Open(const FileIdentity& identity) {
     File file = MakeFile(identity);
     const LastMessage last = FindLast(file.subject).value_or(LastMessage());
-    const Arrival& arrival = (*arrivals_)[file.subject];
+    const auto known = arrivals_->find(file.subject);
+    const Arrival arrival = known == arrivals_->end() ? Arrival() : known->second;
     file.isMarked = last.isMark || arrival.isMarked;
     file.sent = std::max(last.low, arrival.end);
-    files_.push_back(std::move(file));
-    return {static_cast<int64_t>(files_.size() - 1), files_.back().sent, files_.back().isMarked};
+    const TargetFile opened{nextHandle_++, file.sent, file.isMarked};
+    files_.emplace(opened.handle, std::move(file));
+    return opened;
 }
 
 std::optional<KnownFile> StreamTarget::Find(const FileIdentity& identity) {
@@ -163,7 +164,7 @@ std::optional<KnownFile> StreamTarget::Find(const FileIdentity& identity) {
 }
 
 void StreamTarget::Send(int64_t handle, FilePart part) {
-    files_[static_cast<size_t>(handle)].isMarked = false;
+    files_.at(handle).isMarked = false;
     FilePart joined;
     part.ForEach([&](const NS_LOG_READER::Piece& piece) {
         // What is joined follows each other: it goes before a piece that goes alone.
@@ -187,7 +188,7 @@ void StreamTarget::SendJoined(int64_t handle, const FilePart& part) {
     message.type = MessageType::Part;
     message.part = part;
     PublishPart(handle, message, part.offset, part.End());
-    files_[static_cast<size_t>(handle)].sent = part.End();
+    files_.at(handle).sent = part.End();
 }
 
 void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece) {
@@ -203,13 +204,13 @@ void StreamTarget::SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piec
                     message.chunkOffset + message.part.bytes.size());
     }
     // Not before: of a piece, the chunks that have not been sent have not arrived.
-    files_[static_cast<size_t>(handle)].sent = piece.offset + piece.bytes.size();
+    files_.at(handle).sent = piece.offset + piece.bytes.size();
 }
 
 // A new shipper cannot begin inside a piece: the place of a chunk is that of its piece.
 void StreamTarget::PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end) {
     AwaitRoom(kWindow);
-    const File& file = files_[static_cast<size_t>(handle)];
+    const File& file = files_.at(handle);
     const std::string key = file.subject + ":" + std::to_string(begin) + "-" + std::to_string(end);
     window_->Add(key, handle, message.part.offset);
     message.file = file.identity;
@@ -261,11 +262,18 @@ std::vector<KnownFile> StreamTarget::FilesOf(const std::string&) {
     return {};
 }
 
-void StreamTarget::NoteGone(int64_t, uint64_t) {}
+// Nobody is told: see docs/fleet.md.
+void StreamTarget::NoteGone(int64_t handle, uint64_t) {
+    const auto file = files_.find(handle);
+    if (file != files_.end()) {
+        arrivals_->erase(file->second.subject);
+        files_.erase(file);
+    }
+}
 
 // What was sent has arrived: the shipper flushes before it says so.
 void StreamTarget::NoteComplete(int64_t handle, uint64_t size) {
-    File& file = files_[static_cast<size_t>(handle)];
+    File& file = files_.at(handle);
     if (file.isMarked) {
         return;
     }

@@ -77,7 +77,8 @@ class StreamTarget final : public Target {
     const std::string host_;
     const uint32_t shard_;
     const std::shared_ptr<Arrivals> arrivals_;
-    std::vector<File> files_;
+    std::map<int64_t, File> files_;  // by handle, until they have gone
+    int64_t nextHandle_ = 0;
     std::shared_ptr<Window> window_;
     StreamConnection connection_;
     StreamOwner<jsCtx, &jsCtx_Destroy> streams_;

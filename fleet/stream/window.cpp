@@ -36,10 +36,10 @@ void Window::Remove(const std::string& key) {
         return;
     }
     if (message->second.file >= 0) {
-        std::multiset<uint64_t>& places = places_[message->second.file];
-        const auto place = places.find(message->second.begin);
-        if (place != places.end()) {
-            places.erase(place);
+        const auto places = places_.find(message->second.file);
+        places->second.erase(places->second.find(message->second.begin));
+        if (places->second.empty()) {
+            places_.erase(places);
         }
     }
     messages_.erase(message);

@@ -1,6 +1,7 @@
 #include "stream/message.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <string>
 
@@ -53,11 +54,37 @@ TEST(Message, RefusesPiecesThatAreNotWhatItHolds) {
     message.type = MessageType::Chunk;
     EXPECT_THROW(Decode(Encode(message)), MessageError);
     std::string bytes = Encode(PartMessage());
-    bytes[0] = 2;
-    EXPECT_THROW(Decode(bytes), MessageError);
-    bytes[0] = 1;
     bytes[1] = 9;
     EXPECT_THROW(Decode(bytes), MessageError);
+}
+
+// They stay in the stream. What is no message of any version does not.
+TEST(Message, TellsThoseOfANewerProgramFromWhatIsNone) {
+    std::string bytes = Encode(PartMessage());
+    bytes[0] = 2;
+    EXPECT_THROW(Decode(bytes), NewerMessage);
+    for (const char odd : {'\0', '{', 'x', '\xFF'}) {
+        bytes[0] = odd;
+        try {
+            Decode(bytes);
+            ADD_FAILURE() << odd;
+        } catch (const NewerMessage&) {
+            ADD_FAILURE() << odd;
+        } catch (const MessageError& error) {
+            EXPECT_STREQ(error.what(), "the message is not one of qvlog's");
+        }
+    }
+}
+
+// Putting it together would take more memory than a collector or the store has for one of them.
+TEST(Message, RefusesPartsOfAPieceThatIsTooLarge) {
+    Message message = PartMessage();
+    message.type = MessageType::Chunk;
+    message.chunkOffset = message.part.offset;
+    message.part.slices = {{PieceKind::Short, 0, kLargestPiece}};
+    EXPECT_EQ(Decode(Encode(message)).part.slices[0].length, kLargestPiece);
+    message.part.slices[0].length = kLargestPiece + 1;
+    EXPECT_THROW(Decode(Encode(message)), MessageError);
 }
 
 // A name goes to the store as a text that ends at a zero byte.
@@ -143,6 +170,17 @@ TEST(Window, KnowsTheLowestPlaceThatIsOnItsWay) {
     window.Remove("a");
     EXPECT_EQ(window.Lowest(1, 99), 99U);
     EXPECT_EQ(window.Lowest(2, 99), 5U);
+}
+
+// A shipper sends new files for ever.
+TEST(Window, TakesNoMemoryForFilesOfWhichNothingIsOnItsWay) {
+    Window window;
+    const size_t before = ::mallinfo2().uordblks;
+    for (int64_t file = 0; file < 10000; ++file) {
+        window.Add("a", file, 10);
+        window.Remove("a");
+    }
+    EXPECT_LT(::mallinfo2().uordblks, before + 100000);
 }
 
 TEST(Window, HasNoRoomAfterAFailure) {

@@ -84,31 +84,40 @@ class NatsServers {
     // Whether the collectors have stored or refused every message of the stream.
     bool IsAllSettled() const {
         bool isSettled = false;
-        WithStream([&](jsCtx* streams) {
-            jsConsumerInfo* info = nullptr;
-            if (js_GetConsumerInfo(&info, streams, "LOGS_0", "store", nullptr, nullptr) ==
-                NATS_OK) {
-                isSettled = info->NumPending == 0 && info->NumAckPending == 0;
-            }
-            jsConsumerInfo_Destroy(info);
+        WithConsumer([&](const jsConsumerInfo& info) {
+            isSettled = info.NumPending == 0 && info.NumAckPending == 0;
         });
         return isSettled;
+    }
+
+    // How many messages collectors were given, each as often as it was.
+    uint64_t CountDeliveries() const {
+        uint64_t count = 0;
+        WithConsumer([&](const jsConsumerInfo& info) { count = info.Delivered.Consumer; });
+        return count;
     }
 
     // As the host, whatever the message says. Returns when the stream has it.
     void Publish(const std::string& host, const std::string& subject,
                  const NS_LOG_FLEET::Message& message) const {
-        const std::vector<std::string> words = Words(host);
-        const NS_LOG_FLEET::StreamConnection connection(
-            {url_, words[1], words[3], words[5], "_INBOX." + host});
+        PublishBytes(host, subject, Encode(message));
+    }
+    void PublishBytes(const std::string& host, const std::string& subject,
+                      const std::string& bytes) const {
+        const NS_LOG_FLEET::StreamConnection connection(AddressOf(host));
         jsCtx* streams = nullptr;
         NS_LOG_FLEET::CheckStatus(natsConnection_JetStream(&streams, connection.Get(), nullptr),
                                   "streams");
         const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
-        const std::string bytes = Encode(message);
         NS_LOG_FLEET::CheckStatus(js_Publish(nullptr, streams, subject.c_str(), bytes.data(),
                                              static_cast<int>(bytes.size()), nullptr, nullptr),
                                   "publishing");
+    }
+
+    // What a host connects with.
+    NS_LOG_FLEET::StreamAddress AddressOf(const std::string& host) const {
+        const std::vector<std::string> words = Words(host);
+        return {url_, words[1], words[3], words[5], "_INBOX." + host};
     }
 
     // What a server has said.
@@ -140,6 +149,18 @@ class NatsServers {
             read(streams);
         } catch (const NS_LOG_FLEET::StreamError&) {
         }
+    }
+
+    template <class Read>
+    void WithConsumer(const Read& read) const {
+        WithStream([&](jsCtx* streams) {
+            jsConsumerInfo* info = nullptr;
+            if (js_GetConsumerInfo(&info, streams, "LOGS_0", "store", nullptr, nullptr) ==
+                NATS_OK) {
+                read(*info);
+            }
+            jsConsumerInfo_Destroy(info);
+        });
     }
 
     std::string LeaderName() const {

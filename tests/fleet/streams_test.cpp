@@ -4,6 +4,7 @@
 
 #include "fleet/streamroadfixture.h"
 #include "stream/message.h"
+#include "stream/streamtarget.h"
 
 namespace {
 
@@ -195,6 +196,27 @@ TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
     const auto collector = StartCollector();
     AwaitFiles(7);
     ExpectStoreHasFiles();
+}
+
+// Hosts write new files for ever.
+TEST_F(Streams, LeaveNothingBehindOfAFileThatHasGone) {
+    StartServers(1);
+    const auto arrivals = std::make_shared<NS_LOG_FLEET::Arrivals>();
+    const auto send = [&](bool isRemoved) {
+        NS_LOG_FLEET::StreamTarget target(Nats().AddressOf("host1"), "host1", 1, arrivals);
+        const int64_t handle = target.Open({"host1", "one.log", "first\n"}).handle;
+        NS_LOG_FLEET::FilePart part;
+        part.Add({});
+        target.Send(handle, part);
+        target.Flush();
+        if (isRemoved) {
+            target.NoteGone(handle, 0);
+        }
+    };
+    send(false);
+    EXPECT_EQ(arrivals->size(), 1U);
+    send(true);
+    EXPECT_EQ(arrivals->size(), 0U);
 }
 
 }  // namespace
