@@ -47,6 +47,19 @@ class BeforeDeath : public ProcessTest {
         Manager().GetLogger("a", "b", category)->Log("f", "g", 1, 1, text);
     }
 
+    std::vector<std::string> Details(const std::string& category = "corbaoper") const {
+        return DetailsOf(::getpid(), category);
+    }
+};
+
+class ExitOfAProcess : public BeforeDeath {
+  protected:
+    void SetUp() override {
+        if (kIsSanitized) {
+            GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
+        }
+    }
+
     // A child process that logs a text into the queue, does something and calls exit.
     static pid_t LetExit(const std::string& text, const std::function<void()>& prepare) {
         const pid_t child = Fork([&] {
@@ -59,10 +72,6 @@ class BeforeDeath : public ProcessTest {
         });
         EXPECT_EQ(AwaitChild(child), 7);
         return child;
-    }
-
-    std::vector<std::string> Details(const std::string& category = "corbaoper") const {
-        return DetailsOf(::getpid(), category);
     }
 };
 
@@ -177,19 +186,13 @@ TEST_F(BeforeDeath, ALockThatIsHeldForEverIsNotWaitedForForEver) {
 }
 
 // The child's channels have no file yet, and there is no memory for the name of one.
-TEST_F(BeforeDeath, AnExitWithoutMemoryEndsLikeAnyOther) {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
-    }
+TEST_F(ExitOfAProcess, EndsLikeAnyOtherWithoutMemory) {
     const pid_t child = LetExit("lost", [] { FailAllocationsAfter(0); });
     EXPECT_THAT(DetailsOf(child), IsEmpty());
 }
 
 // As the periodic output holds it while it writes to a disk that does not answer.
-TEST_F(BeforeDeath, AnExitDoesNotWaitForTheMutexOfTheChannels) {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "what a sanitizer does at the exit of a child is not the service's";
-    }
+TEST_F(ExitOfAProcess, DoesNotWaitForTheMutexOfTheChannels) {
     const pid_t child = LetExit("one", [] {
         std::vector<TEDebugInfoBuf*> channels;
         for (const char* const category : kLogCategories) {
@@ -204,7 +207,7 @@ TEST_F(BeforeDeath, AnExitDoesNotWaitForTheMutexOfTheChannels) {
 }
 
 // Nobody writes the queues any more.
-TEST_F(BeforeDeath, ARecordBehindTheEndOfTheServiceIsWrittenAtOnce) {
+TEST_F(ExitOfAProcess, WritesARecordAtOnceThatComesBehindTheEndOfTheService) {
     ASSERT_EQ(kRegistered, 0);
     const pid_t child = LetExit("one", [] { g_atTheVeryEnd = [] { Log(1, "two"); }; });
     EXPECT_THAT(DetailsOf(child), ElementsAre("one", "two"));
