@@ -67,6 +67,17 @@ TEST_F(Follow, TellsOnceThatAFileWasEmptiedBeforeItIsWrittenAgain) {
     EXPECT_EQ(CountIn(result.errors, "begins again"), 1) << result.errors;
 }
 
+TEST_F(Follow, TellsEachTimeThatAFileIsEmptied) {
+    Append(first_, CreatedText(1) + Frame(1, "one"));
+    const auto program = Start();
+    for (int times = 1; times <= 2; ++times) {
+        ASSERT_TRUE(program->WaitForOutput("one\n", times));
+        std::filesystem::resize_file(Path(first_), 0);
+        ASSERT_TRUE(program->WaitForError("begins again", times));
+        Append(first_, CreatedText(1) + Frame(1, "one"));
+    }
+}
+
 TEST_F(Follow, GoesOnWithAFileThatIsRenamed) {
     Append(first_, CreatedText() + Frame(1, "one"));
     const auto program = Start();
@@ -152,6 +163,24 @@ TEST_F(Follow, ShowsARecordThatItsProcessDidNotComplete) {
     const ProgramResult result = ending->Wait();
     EXPECT_EQ(result.output, "one\ntorn\n");
     EXPECT_EQ(CountIn(result.errors, "record 2 is torn"), 1) << result.errors;
+}
+
+// An agent in another container may have a number that a process of this one has had.
+TEST_F(Follow, WaitsForTheRestOfWhatIsWrittenAfterTheEndOfAProcess) {
+    Append(first_, CreatedText() + Frame(2, "past"));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("past\n"));
+    Append(first_, Frame(3, "torn").substr(0, Frame(3, "torn").size() - 7));
+    writer_.End();
+    ASSERT_TRUE(program->WaitForOutput("torn\n"));
+    Append(first_, Frame(4, "living") + Frame(5, "whole").substr(0, 80));
+    ASSERT_TRUE(program->WaitForOutput("living\n"));
+    Append(first_, Frame(5, "whole").substr(80) + Frame(6, "last"));
+    ASSERT_TRUE(program->WaitForOutput("last\n"));
+    program->Signal(SIGTERM);
+    const ProgramResult result = program->Wait();
+    EXPECT_EQ(result.output, "past\ntorn\nliving\nwhole\nlast\n");
+    EXPECT_EQ(CountIn(result.errors, "is torn"), 1) << result.errors;
 }
 
 TEST_F(Follow, ShowsOfThePastWhatWasNeverCompleted) {
