@@ -91,6 +91,7 @@ bool ChangeWatch::IsWanted(const inotify_event& event) const {
 }
 
 bool ChangeWatch::Wait() {
+    ended_.clear();
     for (bool isDue = false; !isDue;) {
         std::vector<pollfd> all = {{events_.Get(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}};
         std::vector<int64_t> numbers;

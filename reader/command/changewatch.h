@@ -26,13 +26,14 @@ class ChangeWatch {
     // Watches for the end of a process; one that does not exist has ended already.
     void WatchProcess(int64_t process);
 
-    // Waits for a change, or for the end of a process. False: nobody reads the output any more.
+    // Waits for a change, or for the end of a process, of which it forgets earlier ones. False:
+    // nobody reads the output any more.
     bool Wait();
 
     // Whether one of the processes lives.
     bool HasProcess() const { return !processes_.empty(); }
 
-    // Whether the end of a process was seen.
+    // Whether the last wait saw the end of a process.
     bool HasEnded(int64_t process) const { return ended_.count(process) != 0; }
 
   private:

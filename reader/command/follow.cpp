@@ -213,7 +213,8 @@ class Follow {
         return CloseDoneFiles(removed);
     }
 
-    // What its process has not completed when it ended stays as it is.
+    // What its process has not completed when it ended stays as it is. What comes later is another
+    // process's, which has the same number in another container.
     bool MayGrow(const FollowedFile& file) const {
         const bool isLastLook = options_.endsWithAgent && !watch_.HasProcess();
         return !isLastLook && !watch_.HasEnded(file.Name().process);

@@ -79,6 +79,7 @@ void FollowedFile::ReadNew(bool mayGrow, const Matcher& matcher, ProblemListener
         return;
     }
     if (HasBegunAgain()) {
+        problems.NoteEmptied(name_.path);
         problems.Report(name_.path, static_cast<int64_t>(offset),
                         "the file was emptied and begins again");
         StartAt(0, mayGrow);

@@ -1,10 +1,16 @@
 #include "command/pagefile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 
 #include "query/badrequest.h"
 
@@ -37,30 +43,84 @@ void RefuseLogFile(const std::string& path, const std::vector<std::string>& path
     }
 }
 
+// What a link leads to is written, and the link stays; also where nothing is there yet.
+std::string FindTarget(const std::string& path) {
+    constexpr int mostLinks = 40;
+    fs::path target = path;
+    std::error_code none;
+    for (int links = 0; fs::is_symlink(fs::symlink_status(target, none)); ++links) {
+        if (links == mostLinks) {
+            throw BadRequest(path + ": " + std::strerror(ELOOP));
+        }
+        target = target.parent_path() / fs::read_symlink(target);
+    }
+    return target.string();
+}
+
+// Nobody may read the page who could not read the one that it replaces.
+void TakeOverRights(int descriptor, const std::string& replaced) {
+    struct stat status {};
+    if (::stat(replaced.c_str(), &status) != 0) {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        ::fchmod(descriptor, 0666 & ~mask);
+        return;
+    }
+    mode_t mode = status.st_mode & 0777;
+    const bool hasGroup = ::fchown(descriptor, status.st_uid, status.st_gid) == 0 ||
+                          ::fchown(descriptor, static_cast<uid_t>(-1), status.st_gid) == 0;
+    if (!hasGroup) {
+        // Another group is no more than others are.
+        mode = (mode & 0707) | (mode & 07) << 3;
+    }
+    ::fchmod(descriptor, mode);
+}
+
+// What an interrupt removes.
+std::atomic<const char*> unfinishedPage = "";
+
+void RemoveAndEnd(int signal) {
+    ::unlink(unfinishedPage);
+    ::signal(signal, SIG_DFL);
+    ::raise(signal);
+}
+
+// What is ignored stays so.
+void RemoveWhenInterrupted() {
+    for (const int interrupt : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        if (::signal(interrupt, &RemoveAndEnd) == SIG_IGN) {
+            ::signal(interrupt, SIG_IGN);
+        }
+    }
+}
+
 }  // namespace
 
 PageFile::PageFile(const std::string& path, const std::vector<std::string>& paths,
                    const std::vector<Series>& series)
     : path_(path) {
     std::error_code ignored;
-    const fs::file_status status = fs::status(path_, ignored);
-    if (!fs::exists(status) || fs::is_regular_file(status)) {
-        // What a link leads to is written, and the link stays.
-        const fs::path real = fs::canonical(path_, ignored);
-        path_ = real.empty() ? path_ : real.string();
-        unfinished_ = path_ + ".unfinished";
+    const fs::file_status status = fs::status(path, ignored);
+    const bool isReplaced = !fs::exists(status) || fs::is_regular_file(status);
+    if (isReplaced) {
+        path_ = FindTarget(path);
     }
-    for (const std::string& replaced : {path_, unfinished_}) {
-        RefuseLogFile(replaced, paths, series);
-    }
-    const std::string& written = unfinished_.empty() ? path_ : unfinished_;
+    RefuseLogFile(path_, paths, series);
     descriptor_ =
-        FileDescriptor(::open(written.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+        isReplaced ? MakeUnfinished() : FileDescriptor(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
     if (!descriptor_.IsOpen()) {
         const int reason = errno;
-        unfinished_.clear();
+        unfinishedPage = "";
         throw BadRequest(path + ": " + std::strerror(reason));
     }
+}
+
+// With a name of its own: others may be made beside it.
+FileDescriptor PageFile::MakeUnfinished() {
+    unfinished_ = path_ + ".unfinished-XXXXXX";
+    unfinishedPage = unfinished_.c_str();
+    RemoveWhenInterrupted();
+    return FileDescriptor(::mkostemp(unfinished_.data(), O_CLOEXEC));
 }
 
 PageFile::~PageFile() {
@@ -68,10 +128,12 @@ PageFile::~PageFile() {
         std::error_code ignored;
         fs::remove(unfinished_, ignored);
     }
+    unfinishedPage = "";
 }
 
 void PageFile::Finish() {
     if (!unfinished_.empty()) {
+        TakeOverRights(descriptor_.Get(), path_);
         fs::rename(unfinished_, path_);
         unfinished_.clear();
     }

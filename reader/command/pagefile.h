@@ -9,8 +9,8 @@
 
 namespace NS_LOG_READER {
 
-// Has its name when it is complete; until then what has that name stays as it was. A device or a
-// pipe is written to as it is.
+// Has its name when it is complete; until then what has that name stays as it was, and its rights
+// are the new page's as well. A device or a pipe is written to as it is.
 //
 // Thread safety: one thread.
 class PageFile {
@@ -19,7 +19,7 @@ class PageFile {
     // (`paths`, and the files of `series`), or has the name of a log file.
     PageFile(const std::string& path, const std::vector<std::string>& paths,
              const std::vector<Series>& series);
-    // Leaves nothing behind when it was not finished.
+    // Leaves nothing behind when it was not finished. Nor does an interrupt.
     ~PageFile();
 
     PageFile(const PageFile&) = delete;
@@ -31,6 +31,8 @@ class PageFile {
     void Finish();
 
   private:
+    FileDescriptor MakeUnfinished();
+
     std::string path_;
     std::string unfinished_;  // empty: it has its name already
     FileDescriptor descriptor_;

@@ -19,13 +19,20 @@ void StderrListener::Report(const std::string& path, int64_t offset, const std::
         NoteTrouble(text);
         return;
     }
-    const int count = ++reported_[path];
-    if (count <= kMostProblemsOfFile) {
+    Told& told = told_[path];
+    if (told.count > kMostProblemsOfFile || !told.offsets.insert(offset).second) {
+        return;
+    }
+    if (++told.count <= kMostProblemsOfFile) {
         std::fprintf(stderr, "qvlog: %s: at byte %lld: %s\n", path.c_str(),
                      static_cast<long long>(offset), text.c_str());
-    } else if (count == kMostProblemsOfFile + 1) {
+    } else {
         std::fprintf(stderr, "qvlog: %s: and more; \"qvlog verify\" tells all\n", path.c_str());
     }
+}
+
+void StderrListener::NoteEmptied(const std::string& path) {
+    told_[path].offsets.clear();
 }
 
 void StderrListener::ReportUnread(const std::string& reason, uint64_t offset) {

@@ -19,10 +19,12 @@
 
 namespace NS_LOG_READER {
 
-// Problems go to standard error, a few of each file.
+// Problems go to standard error, a few of each file, and each of them once however often the file
+// is read.
 class StderrListener final : public ProblemListener {
   public:
     void Report(const std::string& path, int64_t offset, const std::string& text) override;
+    void NoteEmptied(const std::string& path) override;
     void ReportUnread(const std::string& reason, uint64_t offset) override;
     void NoteRead(uint64_t bytes) override { progress_.Add(bytes); }
 
@@ -35,7 +37,13 @@ class StderrListener final : public ProblemListener {
     void NoteFailure(const Matcher& matcher);
 
   private:
-    std::map<std::string, int> reported_;
+    // The problems of a file.
+    struct Told {
+        int count = 0;
+        std::set<int64_t> offsets;
+    };
+
+    std::map<std::string, Told> told_;
     std::set<std::string> noted_;
     bool hasTrouble_ = false;
     bool hasToldFailure_ = false;

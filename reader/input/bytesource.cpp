@@ -133,7 +133,7 @@ class ZstdFile final : public CompressedSource {
             }
             isFrameComplete_ = result == 0;
             wanted_ = isFrameComplete_ ? kZstdBeginning : result;
-            mayHoldMore_ = out.pos == size;
+            mayHoldMore_ = out.pos == size && !isFrameComplete_;
         }
         return out.pos;
     }

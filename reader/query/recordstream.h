@@ -40,6 +40,9 @@ class ProblemListener {
     // `offset` is where in the file; negative: the whole of it.
     virtual void Report(const std::string& path, int64_t offset, const std::string& text) = 0;
 
+    // A file was emptied: what is told of it from here on concerns other contents.
+    virtual void NoteEmptied(const std::string&) {}
+
     // A file could not be read to its end; `reason` names it. `offset` is how far its contents were
     // read.
     virtual void ReportUnread(const std::string& reason, uint64_t offset) = 0;

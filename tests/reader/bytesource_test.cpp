@@ -31,9 +31,9 @@ std::string Gzip(const std::string& text) {
     return packed;
 }
 
-std::string Zstd(const std::string& text) {
+std::string Zstd(const std::string& text, bool hasChecksum = true) {
     ZSTD_CCtx* const context = ZSTD_createCCtx();
-    ZSTD_CCtx_setParameter(context, ZSTD_c_checksumFlag, 1);
+    ZSTD_CCtx_setParameter(context, ZSTD_c_checksumFlag, hasChecksum ? 1 : 0);
     std::string packed(ZSTD_compressBound(text.size()) + 64, '\0');
     packed.resize(ZSTD_compress2(context, packed.data(), packed.size(), text.data(), text.size()));
     ZSTD_freeCCtx(context);
@@ -129,6 +129,20 @@ TEST_F(ByteSources, PassOverWhatStandsBehindTheLastMember) {
     EXPECT_EQ(ReadAll(*OpenFile(Path("a.gz"))), text_);
     WriteFile(Path("empty.gz"), "");
     EXPECT_EQ(ReadAll(*OpenFile(Path("empty.gz"))), "");
+}
+
+// Nothing follows the last block then, no check sum either.
+TEST_F(ByteSources, EndWhereTheBufferOfTheReaderDoes) {
+    const std::string text(size_t{2} * 128 * 1024, 'x');
+    WriteFile(Path("a.gz"), Gzip(text));
+    WriteFile(Path("b.zst"), Zstd(text, false));
+    WriteFile(Path("c.zst"), Zstd(text, false) + Zstd(text, false));
+    for (const char* name : {"a.gz", "b.zst", "c.zst"}) {
+        std::string unread;
+        const auto source = OpenSeekable(Path(name), unread);
+        EXPECT_EQ(unread, "") << name;
+        EXPECT_EQ(source->Size(), text.size() * (name[0] == 'c' ? 2 : 1)) << name;
+    }
 }
 
 TEST_F(ByteSources, RefusePipesWhateverTheirNames) {

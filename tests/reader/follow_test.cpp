@@ -1,98 +1,19 @@
 #include <signal.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 
-#include "reader/programfixture.h"
-#include "support/forkedchild.h"
+#include "reader/followfixture.h"
 #include "support/tracing.h"
 
 namespace {
 
 using namespace NS_TEST;
 
-// A process that writes logs, and whose end can be asked for.
-class Writer {
-  public:
-    Writer() : process_(ForkChild(kNoTimeLimit)) {
-        if (process_ == 0) {
-            for (;;) {
-                ::pause();
-            }
-        }
-    }
-    ~Writer() { End(); }
-
-    void End() {
-        if (process_ > 0) {
-            ::kill(process_, SIGKILL);
-            ::waitpid(process_, nullptr, 0);
-            process_ = -1;
-        }
-    }
-
-    int Number() const { return process_; }
-
-  private:
-    pid_t process_;
-};
-
-class Follow : public ReaderProgram {
-  protected:
-    void Append(const std::string& name, const std::string& text) {
-        std::ofstream(Path(name), std::ios::binary | std::ios::app) << text;
-    }
-
-    static std::string Frame(uint32_t number, const std::string& detail) {
-        return LogFrame(number, Fields(static_cast<int>(number), detail));
-    }
-
-    // Follows from here on, with the details alone.
-    std::unique_ptr<ChildProcess> Start(std::vector<std::string> words = {}) {
-        words.insert(words.begin(), {QVLOG, "-f", "--fields", "detail"});
-        words.push_back(Path());
-        return std::make_unique<ChildProcess>(ChildStart{words});
-    }
-
-    // Has the program look at all files twice: the first look may have begun before.
-    void AwaitLook(ChildProcess& program) {
-        for (int i = 0; i < 2; ++i) {
-            const std::string mark = "mark" + std::to_string(++marks_);
-            Append(first_, Frame(static_cast<uint32_t>(marks_), mark));
-            ASSERT_TRUE(program.WaitForOutput(mark + "\n")) << program.GetErrors();
-        }
-    }
-
-    // Whether the program has a file open that has this name or had it.
-    bool IsHeld(const ChildProcess& program, const std::string& name) const {
-        const std::string open = "/proc/" + std::to_string(program.GetId()) + "/fd";
-        for (const auto& entry : std::filesystem::directory_iterator(open)) {
-            std::error_code gone;
-            const std::string file = std::filesystem::read_symlink(entry.path(), gone).string();
-            if (file.find(name) != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    void SetAge(const std::string& name, std::chrono::hours age) {
-        std::filesystem::last_write_time(Path(name),
-                                         std::filesystem::file_time_type::clock::now() - age);
-    }
-
-    // No process has this number.
-    static constexpr int kEnded = 2147483646;
-
-    int marks_ = 0;
-    Writer writer_;
-    std::string first_ = LogName("oper", 1, writer_.Number());
-};
+class Follow : public FollowProgram {};
 
 TEST_F(Follow, ShowsThePastAndWhatIsWrittenThen) {
     Append(first_, CreatedText() + Frame(1, "one") + Frame(2, "two") + Frame(3, "three"));
@@ -145,6 +66,17 @@ TEST_F(Follow, TellsOnceThatAFileWasEmptiedBeforeItIsWrittenAgain) {
     const ProgramResult result = program->Wait();
     EXPECT_EQ(CountIn(result.output, "new\n"), 1) << result.output;
     EXPECT_EQ(CountIn(result.errors, "begins again"), 1) << result.errors;
+}
+
+TEST_F(Follow, TellsEachTimeThatAFileIsEmptied) {
+    Append(first_, CreatedText(1) + Frame(1, "one"));
+    const auto program = Start();
+    for (int times = 1; times <= 2; ++times) {
+        ASSERT_TRUE(program->WaitForOutput("one\n", times));
+        std::filesystem::resize_file(Path(first_), 0);
+        ASSERT_TRUE(program->WaitForError("begins again", times));
+        Append(first_, CreatedText(1) + Frame(1, "one"));
+    }
 }
 
 TEST_F(Follow, GoesOnWithAFileThatIsRenamed) {
@@ -235,6 +167,24 @@ TEST_F(Follow, ShowsARecordThatItsProcessDidNotComplete) {
     const ProgramResult result = ending->Wait();
     EXPECT_EQ(result.output, "one\ntorn\n");
     EXPECT_EQ(CountIn(result.errors, "record 2 is torn"), 1) << result.errors;
+}
+
+// An agent in another container may have a number that a process of this one has had.
+TEST_F(Follow, WaitsForTheRestOfWhatIsWrittenAfterTheEndOfAProcess) {
+    Append(first_, CreatedText() + Frame(2, "past"));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("past\n"));
+    Append(first_, Frame(3, "torn").substr(0, Frame(3, "torn").size() - 7));
+    writer_.End();
+    ASSERT_TRUE(program->WaitForOutput("torn\n"));
+    Append(first_, Frame(4, "living") + Frame(5, "whole").substr(0, 80));
+    ASSERT_TRUE(program->WaitForOutput("living\n"));
+    Append(first_, Frame(5, "whole").substr(80) + Frame(6, "last"));
+    ASSERT_TRUE(program->WaitForOutput("last\n"));
+    program->Signal(SIGTERM);
+    const ProgramResult result = program->Wait();
+    EXPECT_EQ(result.output, "past\ntorn\nliving\nwhole\nlast\n");
+    EXPECT_EQ(CountIn(result.errors, "is torn"), 1) << result.errors;
 }
 
 TEST_F(Follow, ShowsOfThePastWhatWasNeverCompleted) {
@@ -345,77 +295,6 @@ TEST_F(Follow, LetsGoOfWhatAnEndedProcessHasClosed) {
     AwaitLook(*program);
     AwaitLook(*program);
     EXPECT_FALSE(IsHeld(*program, ended));
-}
-
-TEST_F(Follow, GoesOnInADirectoryThatTakesThePlaceOfItsOwn) {
-    const std::string log = Path("share/log");
-    std::filesystem::create_directories(log);
-    const auto append = [&](const std::string& place, const std::string& text) {
-        Append("share/" + place + "/" + first_, text);
-    };
-    append("log", CreatedText(1) + Frame(1, "one"));
-    ChildProcess program(ChildStart{{QVLOG, "-f", "--fields", "detail", log}});
-    ASSERT_TRUE(program.WaitForOutput("one\n"));
-    std::filesystem::rename(log, Path("share/old"));
-    ASSERT_TRUE(program.WaitForError("share/log: No such file or directory\n"));
-    append("old", Frame(2, "moved"));
-    ASSERT_TRUE(program.WaitForOutput("moved\n"));
-    std::filesystem::create_directory(log);
-    append("log", CreatedText(2) + Frame(1, "replaced"));
-    ASSERT_TRUE(program.WaitForOutput("replaced\n"));
-    append("log", Frame(2, "and on"));
-    ASSERT_TRUE(program.WaitForOutput("and on\n"));
-    std::filesystem::remove_all(Path("share"));
-    ASSERT_TRUE(program.WaitForError("share/log: No such file or directory\n", 2));
-    std::filesystem::create_directories(log);
-    append("log", CreatedText(3) + Frame(1, "with its parent"));
-    ASSERT_TRUE(program.WaitForOutput("with its parent\n"));
-}
-
-TEST_F(Follow, FollowsALinkToAFileElsewhere) {
-    std::filesystem::create_directory(Path("elsewhere"));
-    std::filesystem::create_directory(Path("log"));
-    const std::string target = "elsewhere/target";
-    Append(target, CreatedText() + Frame(1, "one"));
-    std::filesystem::create_symlink(Path(target), Path("log/" + first_));
-    ChildProcess program(ChildStart{{QVLOG, "-f", "--fields", "detail", Path("log")}});
-    ASSERT_TRUE(program.WaitForOutput("one\n"));
-    Append(target, Frame(2, "two"));
-    ASSERT_TRUE(program.WaitForOutput("two\n"));
-}
-
-TEST_F(Follow, TellsOnceWhatItCannotOpen) {
-    const std::string pipe = Path(LogName("debug"));
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    Append(first_, CreatedText() + Frame(1, "one"));
-    const auto program = Start({pipe});
-    ASSERT_TRUE(program->WaitForOutput("one\n"));
-    AwaitLook(*program);
-    program->CloseOutput();
-    const ProgramResult result = program->Wait();
-    EXPECT_EQ(CountIn(result.errors, "it is a pipe or a device"), 1) << result.errors;
-    EXPECT_EQ(result.exitCode, 2);
-}
-
-TEST_F(Follow, OpensWhatItCouldNotOpenOnceOthersAreClosed) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer needs descriptors to look at what was thrown";
-#endif
-    Append(first_, CreatedText());
-    ChildProcess program(
-        ChildStart{{"prlimit", "--nofile=14:14", QVLOG, "-f", "--fields", "detail", Path()}});
-    const auto name = [](int file) { return LogName("debug", file, kEnded); };
-    int last = 0;
-    while (CountIn(program.GetErrors(), "Too many open files") == 0) {
-        ++last;
-        ASSERT_LT(last, 14);
-        Append(name(last), Frame(1, "file" + std::to_string(last)));
-        AwaitLook(program);
-    }
-    AwaitLook(program);
-    std::filesystem::remove(Path(name(1)));
-    ASSERT_TRUE(program.WaitForOutput("file" + std::to_string(last) + "\n"));
-    EXPECT_EQ(CountIn(program.GetErrors(), "Too many open files"), 1);
 }
 
 }  // namespace

@@ -66,63 +66,6 @@ TEST_F(Report, NamesWhatWasSelected) {
         HasSubstr("\"selection\":\"category debug; process 7; level 2; not pattern text\""));
 }
 
-TEST_F(Report, NeverReplacesALogFile) {
-    WriteSample();
-    const std::string log = Path(LogName("oper", 1));
-    const std::string other = Path("other.txt");
-    const std::string link = Path("link.html");
-    std::filesystem::copy_file(log, other);
-    std::filesystem::create_symlink(log, link);
-    const std::string text = ReadFile(log);
-    const std::vector<std::vector<std::string>> cases = {{log, Path()},
-                                                         {log, "--category", "debug", Path()},
-                                                         {link, "--category", "debug", Path()},
-                                                         {Path(LogName("new", 1)), Path()},
-                                                         {Path("./other.txt"), other},
-                                                         {other, "--category", "debug", other}};
-    for (std::vector<std::string> words : cases) {
-        words.insert(words.begin(), {"report", "--html"});
-        const ProgramResult result = Run(words);
-        EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(words);
-        EXPECT_THAT(result.errors, testing::AnyOf(HasSubstr("the name of a log file"),
-                                                  HasSubstr("to be made of this file")));
-    }
-    EXPECT_EQ(ReadFile(log), text);
-    EXPECT_EQ(ReadFile(other), text);
-    EXPECT_FALSE(std::filesystem::exists(Path(LogName("new", 1))));
-}
-
-// What was there before is of more use than half a page.
-TEST_F(Report, HasItsNameWhenItIsComplete) {
-    if (!MayTrace()) {
-        GTEST_SKIP() << kNoTrace;
-    }
-    WriteSample();
-    WriteFile(Path("old.html"), "old");
-    std::filesystem::create_symlink("old.html", Path("page.html"));
-    const std::vector<std::string> words = {QVLOG, "report", "--html", Path("page.html"), Path()};
-    std::vector<std::string> failing = {"strace", "-qq",
-                                        "-o",     "/dev/null",
-                                        "-e",     "trace=rename,renameat,renameat2",
-                                        "-e",     "inject=rename,renameat,renameat2:error=EIO"};
-    failing.insert(failing.end(), words.begin(), words.end());
-    EXPECT_EQ(RunProgram(failing, {{"ASAN_OPTIONS", "detect_leaks=0"}}).exitCode, 2);
-    EXPECT_EQ(ReadFile(Path("old.html")), "old");
-    EXPECT_FALSE(std::filesystem::exists(Path("old.html.unfinished")));
-    EXPECT_EQ(RunProgram(words).exitCode, 0);
-    EXPECT_THAT(ReadFile(Path("old.html")), HasSubstr("</html>"));
-    EXPECT_FALSE(std::filesystem::exists(Path("old.html.unfinished")));
-    EXPECT_TRUE(std::filesystem::is_symlink(Path("page.html")));
-}
-
-TEST_F(Report, GoesIntoAPipe) {
-    WriteSample();
-    EXPECT_THAT(
-        RunProgram({"sh", "-c", R"("$0" report --html /dev/stdout "$1" | cat)", QVLOG, Path()})
-            .output,
-        HasSubstr("</html>"));
-}
-
 TEST_F(Report, WorksByKeyboardInABrowser) {
     if (!HasBrowser()) {
         GTEST_SKIP() << "chromium is not installed";

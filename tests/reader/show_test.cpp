@@ -124,6 +124,30 @@ TEST_F(Show, RefusesWhatItDoesNotUnderstand) {
     EXPECT_EQ(Run({"-f", "--story", Path()}).exitCode, 2);
 }
 
+TEST_F(Show, TellsAProblemOnceHoweverOftenItReads) {
+    const auto write = [&](uint32_t torn) {
+        std::string text = CreatedText();
+        for (uint32_t number = 1; number <= torn; ++number) {
+            text += LogFrame(number).substr(0, 99);
+        }
+        WriteFile(Path(LogName("oper")), text + LogFrame(torn + 1) + ClosedText());
+    };
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"-n", "1", "-C", "1", Path()},
+          {"--reverse", "-n", "99", "-C", "1", Path()},
+          {"-n", "99", "-C", "1", Path()}}) {
+        write(4);
+        const std::string few = Run(words).errors;
+        EXPECT_EQ(CountIn(few, " is torn, 99 bytes\n"), 4) << few;
+        EXPECT_EQ(CountIn(few, "\n"), 4) << few;
+        write(12);
+        const std::string many = Run(words).errors;
+        EXPECT_EQ(CountIn(many, " is torn, 99 bytes\n"), 10) << many;
+        EXPECT_EQ(CountIn(many, ": and more; \"qvlog verify\" tells all\n"), 1) << many;
+        EXPECT_EQ(CountIn(many, "\n"), 11) << many;
+    }
+}
+
 TEST_F(Show, GivesFilesBackByteByByte) {
     const std::string text = CreatedText() + LogFrame(1) + std::string(70, '\0') +
                              ShortText(2, "x") + LogDump(3, Fields(3, "", 0), DumpedText({})) +
