@@ -19,7 +19,7 @@ struct HostFile {
     std::string first;
     bool isOpen = false;       // the target has told where to go on
     bool wasOpen = false;      // some target has
-    bool isSentAgain = false;  // all of it is sent again by an order
+    bool isSentAgain = false;  // all of it is sent again, as it was ordered
     std::string failure;       // why it could not be read the last time; empty: it could
 
     // Waiting or reading on will bring something of it.

@@ -140,6 +140,7 @@ bool Shipper::Work() {
             target_->Flush();
             flushed_ = Clock::now();
             NoteSuccess();
+            LookAtIdle();
         }
         if (Clock::now() - told_ >= kStateInterval) {
             TellState();
@@ -148,7 +149,6 @@ bool Shipper::Work() {
         if (hasSent) {
             continue;
         }
-        LookAtIdle();
         hasSentAll = settings_.once && IsAllSent();
         if (!hasSentAll) {
             Wait();
@@ -275,8 +275,8 @@ bool Shipper::OpenAtTarget(HostFile& file) {
     ReopenIfUnknown(file);
     file.isOpen = true;
     if (file.file) {
-        const bool isAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
-        file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
+        file.isSentAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
+        file.file->SetOffset(file.isSentAgain ? 0 : file.target.resumeAt);
     }
     file.wasOpen = true;
     return true;
@@ -333,18 +333,27 @@ bool Shipper::SendFrom(HostFile& file) {
     return true;
 }
 
-// Everything that was read has arrived. Files that nobody writes any more are closed.
+// All of the file has arrived.
+void Shipper::NoteEnd(HostFile& file) {
+    if (file.isSentAgain) {
+        target_->NoteSentAgain(file.target.handle);
+        file.isSentAgain = false;
+    }
+    target_->NoteComplete(file.target.handle, file.file->Size());
+}
+
+// Everything that was read has arrived. Files that nobody writes any more are closed: those that
+// wait for it must not wait for a backlog of others. No target knows a file that is empty.
 void Shipper::LookAtIdle() {
     const Clock::time_point now = Clock::now();
     for (HostFile& file : files_) {
-        if (!file.file || !file.isOpen || !file.file->IsOver(now)) {
+        const bool isEmpty = file.file && file.first.empty() && file.file->Size() == 0;
+        if (!file.file || !(file.isOpen || isEmpty) || !file.file->IsOver(now)) {
             continue;
         }
-        if (file.isSentAgain) {
-            target_->NoteSentAgain(file.target.handle);
-            file.isSentAgain = false;
+        if (file.isOpen) {
+            NoteEnd(file);
         }
-        target_->NoteComplete(file.target.handle, file.file->Size());
         file.status = file.file->Status();
         file.file.reset();
     }

@@ -68,6 +68,7 @@ class Shipper {
     void BeginAgain(HostFile& file);
     bool SendRound();
     bool SendFrom(HostFile& file);
+    void NoteEnd(HostFile& file);
     void LookAtIdle();
     void TellState();
     std::string CurrentProblem() const;

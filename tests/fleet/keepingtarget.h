@@ -71,8 +71,7 @@ class KeepingTarget final : public Target {
         }
         std::string& bytes = kept_.files[static_cast<size_t>(handle)].bytes;
         ASSERT_LE(part.offset, bytes.size());
-        bytes.resize(part.offset);
-        bytes += part.bytes;
+        bytes.replace(part.offset, part.bytes.size(), part.bytes);
         kept_.whenSent();
     }
 
