@@ -20,6 +20,10 @@ struct FileIdentity {
 // So much of a file's beginning is enough to know its identity.
 constexpr size_t kLongestFirst = 256;
 
+// What comes through a stream is put together in the memory of a collector and of the store: a
+// piece that is larger is not taken from one.
+constexpr uint32_t kLargestPiece = uint32_t{64} * 1024 * 1024;
+
 // `first` of a file that begins so. When the end of the line is missing, that is all there is.
 std::string_view FirstLine(std::string_view beginning);
 
