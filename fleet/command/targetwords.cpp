@@ -33,7 +33,7 @@ std::string SchemeAndHost(const std::string& url) {
         return end == std::string::npos ? url : "";
     }
     // Behind a question mark, a password may stand as well.
-    const bool isHost = rest.find('?') >= (user == std::string::npos ? rest.size() : user);
+    const bool isHost = user == std::string::npos || rest.find('?') > user;
     return url.substr(0, scheme + 3) + (isHost ? hosts.substr(0, end) : "");
 }
 

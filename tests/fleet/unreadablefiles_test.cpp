@@ -114,7 +114,7 @@ TEST_F(ShipperTest, OpensAFileAnewWhoseDescriptorHasGoneStale) {
 // A directory that is there again before it ends.
 TEST_F(ShipperTest, LooksForFilesSomeTimesBeforeItEnds) {
     std::filesystem::create_directory(Path("log"));
-    WriteFile(Path("log/unbi_debug_20260305_140709_999999999.log"), Text());
+    WriteFile(Path("log/unbi_oper_20260305_140709_999999999.log"), Text());
     std::filesystem::create_directory_symlink(Path("missing"), Path("way"));
     WriteFile(LogPath(), Text());
     kept_.whenComplete = [&] {
