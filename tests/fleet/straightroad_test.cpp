@@ -1,4 +1,5 @@
 // From the files straight into the store, with the real server.
+#include <fstream>
 #include <future>
 
 #include "fleet/fleetfixture.h"
@@ -275,9 +276,17 @@ TEST_F(StraightRoad, EndsWhenItIsToStopAlthoughTheStoreHangs) {
 TEST_F(StraightRoad, LeavesOutARecordThatIsTooLarge) {
     RunAgent(1);
     const std::string name = ListLogFiles(Logs(), "corbaoper").front();
-    std::string text = ReadFile(Logs() + "/" + name);
-    text.insert(text.find(" Detail: ") + 9, std::string(140000000, 'x'));
-    WriteFile(Logs() + "/" + name, text);
+    {
+        // What the test takes while a program is started counts as that program's.
+        const std::string text = ReadFile(Logs() + "/" + name);
+        const size_t detail = text.find(" Detail: ") + 9;
+        std::ofstream large(Logs() + "/" + name);
+        large << text.substr(0, detail);
+        for (int i = 0; i < 140; ++i) {
+            large << std::string(1000000, 'x');
+        }
+        large << text.substr(detail);
+    }
     const ChildResult result = ShipAll();
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("it is not sent"));
