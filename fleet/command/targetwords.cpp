@@ -20,6 +20,23 @@ std::string HostName() {
     return ::gethostname(name, HOST_NAME_MAX) == 0 ? name : "";
 }
 
+// Of an address that may hold a password, what surely is none: the scheme and the host.
+std::string SchemeAndHost(const std::string& url) {
+    constexpr const char* plain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_+";
+    const size_t scheme = url.find("://");
+    const std::string rest = scheme == std::string::npos ? url : url.substr(scheme + 3);
+    const size_t user = rest.rfind('@');
+    const std::string hosts = user == std::string::npos ? rest : rest.substr(user + 1);
+    const size_t end = hosts.find_first_not_of(plain);
+    if (scheme == std::string::npos) {
+        return end == std::string::npos ? url : "";
+    }
+    // Behind a question mark, a password may stand as well.
+    const bool isHost = user == std::string::npos || rest.find('?') > user;
+    return url.substr(0, scheme + 3) + (isHost ? hosts.substr(0, end) : "");
+}
+
 bool BeginsWith(const std::string& text, const char* beginning) {
     return text.rfind(beginning, 0) == 0;
 }
@@ -72,7 +89,7 @@ Shipper::MakeTarget ChooseTarget(const TargetWords& words) {
             return StreamTarget::Make(stream, host, shards, arrivals);
         };
     }
-    throw BadRequest("--to takes postgresql://... or nats://..., not '" + url + "'");
+    throw BadRequest("--to takes postgresql://... or nats://..., not '" + SchemeAndHost(url) + "'");
 }
 
 }  // namespace NS_LOG_FLEET

@@ -72,8 +72,10 @@ bool IsKnown(const HostFile& file, const std::string& path) {
 // What cannot be looked at may be there.
 bool IsRemoved(const HostFile& file) {
     struct stat status {};
-    return ::stat(file.path.c_str(), &status) == 0 ? !IsSameFile(file.status, status)
-                                                   : errno == ENOENT;
+    if (::stat(file.path.c_str(), &status) != 0) {
+        return errno == ENOENT;
+    }
+    return file.file ? !file.file->IsFile(status) : !IsSameFile(file.status, status);
 }
 
 }  // namespace
@@ -85,6 +87,7 @@ std::vector<std::string> FileFinder::Find(std::vector<HostFile>& files) {
         LookAt(path, files);
     }
     isFirstTime_ = false;
+    tries_ = problems_.empty() ? 0 : std::min(tries_ + 1, kMostTries);
     std::vector<std::string> texts;
     for (const auto& [path, text] : problems_) {
         const auto known = before.find(path);
@@ -169,9 +172,11 @@ bool FileFinder::MayHide(const std::string& name) const {
 }
 
 std::vector<HostFile> FileFinder::TakeRemoved(std::vector<HostFile>& files) {
-    const auto removed = std::stable_partition(
-        files.begin(), files.end(),
-        [](const HostFile& file) { return file.file != nullptr || !IsRemoved(file); });
+    const auto removed =
+        std::stable_partition(files.begin(), files.end(), [](const HostFile& file) {
+            const bool isRead = file.file != nullptr && file.failures < kMostTries;
+            return isRead || !IsRemoved(file);
+        });
     std::vector<HostFile> taken(std::make_move_iterator(removed),
                                 std::make_move_iterator(files.end()));
     files.erase(removed, files.end());

@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -10,6 +12,11 @@
 #include "ship/target.h"
 
 namespace NS_LOG_FLEET {
+
+// What fails may do so for a moment only, as on the disk of another machine. It is tried so many
+// times, at these intervals, before it counts as lasting.
+constexpr int kMostTries = 5;
+constexpr std::chrono::milliseconds kRetryInterval{250};
 
 struct HostFile {
     std::string path;
@@ -19,13 +26,40 @@ struct HostFile {
     std::string first;
     bool isOpen = false;       // the target has told where to go on
     bool wasOpen = false;      // some target has
-    bool isSentAgain = false;  // all of it is sent again by an order
+    bool isSentAgain = false;  // all of it is sent again, as it was ordered
     std::string failure;       // why it could not be read the last time; empty: it could
+    int failures = 0;          // so many times in a row
+    ShippedFile::Clock::time_point failed{};
+    uint64_t leftOut = 0;  // so many bytes were too large to be sent
+    std::string omission;  // what is said of the first of them; empty: there are none
 
     // Waiting or reading on will bring something of it.
     bool HasMoreToSend() const {
-        return file && failure.empty() && !file->IsRead() && !file->IsWaitingForEnd();
+        return file && failures < kMostTries && !file->IsRead() && !file->IsWaitingForEnd();
     }
+
+    // What sending it has trouble with; empty: nothing.
+    const std::string& Problem() const { return failure.empty() ? omission : failure; }
+
+    // Whether it may be read, after it could not.
+    bool IsDue(ShippedFile::Clock::time_point now) const;
+
+    // Reading it has failed, or has not. True: for another reason than the last time.
+    bool NoteFailure(const std::string& reason);
+    void NoteSuccess();
+
+    // A piece of it is not sent. True: it is the first.
+    bool NoteLeftOut(const LeftOut& piece);
+
+    // Goes on there.
+    void SetOffset(uint64_t offset);
+
+    // Opens an idle file. Throws ReadError.
+    void Reopen();
+
+    // The same for one that the target does not have all of: a closing mark was on its way when the
+    // last connection ended, or the target was set back to an earlier state. Throws ReadError.
+    void ReopenIfUnknown();
 
     std::string Name() const { return path.substr(path.rfind('/') + 1); }
 };

@@ -10,6 +10,7 @@
 #include "input/bytesource.h"
 #include "input/piecescanner.h"
 #include "input/series.h"
+#include "ship/pieceend.h"
 #include "ship/writer.h"
 
 namespace NS_LOG_FLEET {
@@ -22,6 +23,11 @@ using NS_LOG_READER::PieceScanner;
 using NS_LOG_READER::ReadError;
 
 constexpr std::chrono::seconds kWriterCheckInterval{1};
+
+// Opening a pipe would wait for who writes it.
+int OpenForReading(const std::string& path) {
+    return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+}
 
 size_t ReadAt(int descriptor, uint64_t offset, char* bytes, size_t size, const std::string& path) {
     ssize_t result = 0;
@@ -64,8 +70,7 @@ class FixedPart final : public ByteSource {
 ShippedFile::ShippedFile(std::string path)
     : path_(std::move(path)),
       name_(path_.substr(path_.rfind('/') + 1)),
-      // Opening a pipe would wait for who writes it.
-      descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
+      descriptor_(OpenForReading(path_)),
       grown_(Clock::now()) {
     if (!descriptor_.IsOpen() || ::fstat(descriptor_.Get(), &status_) != 0) {
         throw ReadError(path_ + ": " + std::strerror(errno));
@@ -76,6 +81,14 @@ ShippedFile::ShippedFile(std::string path)
     const auto parts = NS_LOG_READER::ParseLogFileName(path_);
     category_ = parts ? parts->category : "";
     process_ = parts ? parts->process : 0;
+}
+
+void ShippedFile::OpenAgain() {
+    NS_LOG_READER::FileDescriptor descriptor(OpenForReading(path_));
+    struct stat status {};
+    if (descriptor.IsOpen() && ::fstat(descriptor.Get(), &status) == 0 && IsFile(status)) {
+        descriptor_ = std::move(descriptor);
+    }
 }
 
 void ShippedFile::SetOffset(uint64_t offset) {
@@ -155,7 +168,9 @@ bool ShippedFile::IsOver(Clock::time_point now) {
 }
 
 bool ShippedFile::TakePieces(size_t limit, bool isFinal, FilePart& part) {
-    FixedPart source(descriptor_.Get(), size_, path_);
+    // Each piece that is begun has room for the largest that is taken.
+    const uint64_t end = isFinal ? size_ : std::min(size_, offset_ + limit + kLargestPiece);
+    FixedPart source(descriptor_.Get(), end, path_);
     PieceScanner scanner(source, offset_);
     if (!isFinal) {
         scanner.ExpectGrowth();
@@ -163,7 +178,8 @@ bool ShippedFile::TakePieces(size_t limit, bool isFinal, FilePart& part) {
     Piece piece;
     bool closes = isClosed_;
     while (part.bytes.size() < limit && scanner.Next(piece)) {
-        if (!isSettled_ && piece.offset + piece.bytes.size() >= size_) {
+        const bool isAtEnd = piece.offset + piece.bytes.size() >= size_;
+        if ((!isSettled_ && isAtEnd) || piece.bytes.size() > kLargestPiece) {
             break;
         }
         part.Add(piece);
@@ -189,10 +205,28 @@ bool ShippedFile::ReadPart(size_t limit, FilePart& part) {
     if (!isDry_ && TakePieces(limit, false, part)) {
         return true;
     }
-    isDry_ = isSettled_;
-    // What has no end will get none when its writer has ended.
     part = FilePart();
-    return isSettled_ && HasEnded(Clock::now()) && TakePieces(limit, true, part);
+    // What has no end will get none when its writer has ended.
+    const bool hasEnded = isSettled_ && HasEnded(Clock::now());
+    if (Backlog() <= kLargestPiece) {
+        isDry_ = isSettled_;
+        return hasEnded && TakePieces(limit, true, part);
+    }
+    if ((!isDry_ || hasEnded) && BeginsAsBefore()) {
+        LeavePieceOut(hasEnded);
+    }
+    return false;
+}
+
+// The next piece is too large. Its end may not be there yet.
+void ShippedFile::LeavePieceOut(bool hasEnded) {
+    FixedPart source(descriptor_.Get(), size_, path_);
+    const std::optional<uint64_t> end = FindPieceEnd(source, offset_, isSettled_, hasEnded);
+    isDry_ = isSettled_ && !end;
+    if (end) {
+        leftOut_ = LeftOut{offset_, *end - offset_};
+        offset_ = *end;
+    }
 }
 
 }  // namespace NS_LOG_FLEET

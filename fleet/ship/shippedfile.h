@@ -7,11 +7,18 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "input/filedescriptor.h"
 #include "store/filepart.h"
 
 namespace NS_LOG_FLEET {
+
+// A piece that is larger than any target takes.
+struct LeftOut {
+    uint64_t offset = 0;
+    uint64_t size = 0;
+};
 
 // Keeps the file open, so that a file that is removed can still be read to its end.
 //
@@ -53,8 +60,15 @@ class ShippedFile {
     uint64_t Backlog() const { return size_ > offset_ ? size_ - offset_ : 0; }
 
     // Takes the next pieces, some `limit` bytes of them, or one piece that is larger. False: there
-    // is none that is complete, or the file was emptied meanwhile. Throws ReadError.
+    // is none that is complete, or the file was emptied meanwhile, or the next one is larger than
+    // kLargestPiece: it is left out, without the memory that it would take. Throws ReadError.
     bool ReadPart(size_t limit, FilePart& part);
+
+    // What ReadPart has just left out.
+    std::optional<LeftOut> TakeLeftOut() { return std::exchange(leftOut_, std::nullopt); }
+
+    // Opens the file anew if its name still leads to it.
+    void OpenAgain();
 
     // What was read last was the line that closes the file.
     bool IsClosed() const { return isClosed_; }
@@ -79,6 +93,7 @@ class ShippedFile {
     bool BeginsAsBefore() const;
     bool HasEnded(Clock::time_point now);
     bool TakePieces(size_t limit, bool isFinal, FilePart& part);
+    void LeavePieceOut(bool hasEnded);
 
     std::string path_;
     std::string name_;
@@ -90,6 +105,7 @@ class ShippedFile {
     uint64_t offset_ = 0;
     uint64_t size_ = 0;
     uint64_t lost_ = 0;
+    std::optional<LeftOut> leftOut_;
     Clock::time_point grown_;                   // when it was seen to have another size
     std::optional<Clock::time_point> checked_;  // when the writer was looked for
     bool hasEnded_ = false;

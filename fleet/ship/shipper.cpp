@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -20,7 +21,6 @@ size_t PartSize(uint64_t bytesPerSecond) {
     return bytesPerSecond == 0 ? kPartSize : std::clamp<uint64_t>(bytesPerSecond / 4, 1, kPartSize);
 }
 
-constexpr std::chrono::seconds kScanInterval{5};
 constexpr std::chrono::seconds kStateInterval{5};
 constexpr std::chrono::milliseconds kFlushInterval{500};
 
@@ -29,7 +29,7 @@ constexpr std::chrono::milliseconds kLongestWait{1000};
 constexpr std::chrono::milliseconds kFirstPause{200};
 constexpr std::chrono::milliseconds kLongestPause{5000};
 
-// A shipper that is to stop does so within this time.
+// A shipper that is to stop and does not wait for its target does so within this time.
 constexpr std::chrono::milliseconds kLongestSleep{200};
 
 // What a target that has worked refuses may be a connection that broke in the middle of a greeting.
@@ -61,10 +61,11 @@ void Shipper::ReportLasting(const std::string& text) {
 }
 
 void Shipper::NoteFailure(HostFile& file, const ReadError& error) {
-    if (file.failure != error.what()) {
-        file.failure = error.what();
+    if (file.NoteFailure(error.what())) {
         ReportLasting(file.failure);
     }
+    // It may have been removed.
+    scans_ = scans_ || file.failures == kMostTries;
 }
 
 bool Shipper::Run() {
@@ -131,7 +132,7 @@ void Shipper::SleepUntil(Clock::time_point end) const {
 bool Shipper::Work() {
     bool hasSentAll = false;
     while (!isStopped_ && !hasSentAll) {
-        if (scans_ || Clock::now() - scanned_ >= kScanInterval) {
+        if (scans_ || Clock::now() - scanned_ >= finder_.Interval()) {
             FindFiles();
             DropRemovedFiles();
         }
@@ -140,6 +141,7 @@ bool Shipper::Work() {
             target_->Flush();
             flushed_ = Clock::now();
             NoteSuccess();
+            LookAtIdle();
         }
         if (Clock::now() - told_ >= kStateInterval) {
             TellState();
@@ -148,7 +150,6 @@ bool Shipper::Work() {
         if (hasSent) {
             continue;
         }
-        LookAtIdle();
         hasSentAll = settings_.once && IsAllSent();
         if (!hasSentAll) {
             Wait();
@@ -179,8 +180,12 @@ void Shipper::DropRemovedFiles() {
         const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
             return file.isOpen && file.target.handle == removed.target.handle;
         });
+        const uint64_t unread = removed.file ? removed.file->Backlog() : 0;
+        if (removed.file) {
+            Report(removed.path + " was removed before it could be read to its end");
+        }
         if (removed.isOpen && !isThere) {
-            target_->NoteGone(removed.target.handle, 0);
+            target_->NoteGone(removed.target.handle, removed.leftOut + unread);
         }
     }
 }
@@ -229,34 +234,15 @@ void Shipper::TakeOrder(const KnownFile& known, HostFile& file) {
         return;
     }
     try {
-        Reopen(file);
+        file.Reopen();
     } catch (const ReadError& error) {
         NoteFailure(file, error);
         return;
     }
     Report(known.name + " is sent again");
-    file.file->SetOffset(0);
+    file.SetOffset(0);
     file.target.resumeAt = known.arrived;
     file.isSentAgain = true;
-}
-
-// Throws ReadError.
-void Shipper::Reopen(HostFile& file) {
-    if (file.file) {
-        return;
-    }
-    auto opened = std::make_unique<ShippedFile>(file.path);
-    opened->Look(Clock::now());
-    file.file = std::move(opened);
-}
-
-// An idle file that the target does not have all of: a closing mark was on its way when the last
-// connection ended, or the target was set back to an earlier state. Throws ReadError.
-void Shipper::ReopenIfUnknown(HostFile& file) {
-    const auto size = static_cast<uint64_t>(file.status.st_size);
-    if (!file.target.isComplete || file.target.resumeAt < size) {
-        Reopen(file);
-    }
 }
 
 // False: the file's beginning is not there yet. Throws ReadError.
@@ -272,11 +258,11 @@ bool Shipper::OpenAtTarget(HostFile& file) {
         return false;
     }
     file.target = target_->Open({settings_.host, file.Name(), file.first});
-    ReopenIfUnknown(file);
+    file.ReopenIfUnknown();
     file.isOpen = true;
     if (file.file) {
-        const bool isAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
-        file.file->SetOffset(isAgain ? 0 : file.target.resumeAt);
+        file.isSentAgain = file.isSentAgain || (settings_.again && !file.wasOpen);
+        file.SetOffset(file.isSentAgain ? 0 : file.target.resumeAt);
     }
     file.wasOpen = true;
     return true;
@@ -291,13 +277,15 @@ void Shipper::BeginAgain(HostFile& file) {
             std::to_string(offset) + " of " + std::to_string(end));
     // What is sent again by an order had arrived before.
     const uint64_t lost = end - std::min(end, std::max(offset, file.target.resumeAt));
+    const uint64_t leftOut = std::exchange(file.leftOut, 0);
+    file.omission.clear();
     const bool wasOpen = std::exchange(file.isOpen, false);
     file.isSentAgain = false;
     file.first.clear();
     file.file->Restart();
     if (wasOpen) {
         target_->Flush();
-        target_->NoteGone(file.target.handle, lost);
+        target_->NoteGone(file.target.handle, lost + leftOut);
     }
 }
 
@@ -305,12 +293,12 @@ bool Shipper::SendRound() {
     bool hasSent = false;
     for (size_t i = 0; i < files_.size() && !isStopped_; ++i) {
         HostFile& file = files_[i];
-        if (!file.file) {
+        if (!file.file || !file.IsDue(Clock::now())) {
             continue;
         }
         try {
             hasSent = SendFrom(file) || hasSent;
-            file.failure.clear();
+            file.NoteSuccess();
         } catch (const ReadError& error) {
             NoteFailure(file, error);
         }
@@ -323,8 +311,15 @@ bool Shipper::SendFrom(HostFile& file) {
         BeginAgain(file);
     }
     FilePart part;
-    if (!OpenAtTarget(file) || !file.file->ReadPart(PartSize(settings_.bytesPerSecond), part)) {
+    if (!OpenAtTarget(file)) {
         return false;
+    }
+    if (!file.file->ReadPart(PartSize(settings_.bytesPerSecond), part)) {
+        const std::optional<LeftOut> piece = file.file->TakeLeftOut();
+        if (piece && file.NoteLeftOut(*piece)) {
+            ReportLasting(file.omission);
+        }
+        return piece.has_value();
     }
     const size_t size = part.bytes.size();
     target_->Send(file.target.handle, std::move(part));
@@ -333,18 +328,30 @@ bool Shipper::SendFrom(HostFile& file) {
     return true;
 }
 
-// Everything that was read has arrived. Files that nobody writes any more are closed.
+// All of the file that is sent has arrived.
+void Shipper::NoteEnd(HostFile& file) {
+    if (file.isSentAgain) {
+        target_->NoteSentAgain(file.target.handle);
+        file.isSentAgain = false;
+    }
+    // A target that lacks some of it does not have all.
+    if (file.leftOut == 0) {
+        target_->NoteComplete(file.target.handle, file.file->Size());
+    }
+}
+
+// Everything that was read has arrived. Files that nobody writes any more are closed: those that
+// wait for it must not wait for a backlog of others. No target knows a file that is empty.
 void Shipper::LookAtIdle() {
     const Clock::time_point now = Clock::now();
     for (HostFile& file : files_) {
-        if (!file.file || !file.isOpen || !file.file->IsOver(now)) {
+        const bool isEmpty = file.file && file.first.empty() && file.file->Size() == 0;
+        if (!file.file || !(file.isOpen || isEmpty) || !file.file->IsOver(now)) {
             continue;
         }
-        if (file.isSentAgain) {
-            target_->NoteSentAgain(file.target.handle);
-            file.isSentAgain = false;
+        if (file.isOpen) {
+            NoteEnd(file);
         }
-        target_->NoteComplete(file.target.handle, file.file->Size());
         file.status = file.file->Status();
         file.file.reset();
     }
@@ -364,16 +371,17 @@ void Shipper::TellState() {
 }
 
 std::string Shipper::CurrentProblem() const {
-    const auto failed = std::find_if(files_.begin(), files_.end(),
-                                     [](const HostFile& file) { return !file.failure.empty(); });
-    return !problem_.empty()        ? problem_
-           : failed != files_.end() ? failed->failure
-                                    : finder_.Problem();
+    const auto file = std::find_if(files_.begin(), files_.end(),
+                                   [](const HostFile& each) { return !each.Problem().empty(); });
+    return !problem_.empty()      ? problem_
+           : file != files_.end() ? file->Problem()
+                                  : finder_.Problem();
 }
 
-// But what cannot be read.
+// But what cannot be read or found, again and again.
 bool Shipper::IsAllSent() const {
-    return std::none_of(files_.begin(), files_.end(),
+    return finder_.HasTriedEnough() &&
+           std::none_of(files_.begin(), files_.end(),
                         [](const HostFile& file) { return file.HasMoreToSend(); });
 }
 

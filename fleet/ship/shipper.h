@@ -62,12 +62,11 @@ class Shipper {
     bool MayBeThere(const std::string& name) const;
     void NoteRemoved(const KnownFile& known);
     void TakeOrder(const KnownFile& known, HostFile& file);
-    static void Reopen(HostFile& file);
-    static void ReopenIfUnknown(HostFile& file);
     bool OpenAtTarget(HostFile& file);
     void BeginAgain(HostFile& file);
     bool SendRound();
     bool SendFrom(HostFile& file);
+    void NoteEnd(HostFile& file);
     void LookAtIdle();
     void TellState();
     std::string CurrentProblem() const;

@@ -95,7 +95,7 @@ StreamTarget::~StreamTarget() {
     for (const auto& [handle, file] : files_) {
         const uint64_t lowest = window_->Lowest(handle, none);
         Arrival& arrival = (*arrivals_)[file.subject];
-        arrival.end = std::max(arrival.end, std::min(lowest, file.sent));
+        arrival.end = std::max(arrival.end, std::min({lowest, file.sent, file.gap}));
         arrival.isMarked = file.isMarked && lowest == none;
     }
     KeepForAWhile(window_);
@@ -165,6 +165,7 @@ std::optional<KnownFile> StreamTarget::Find(const FileIdentity& identity) {
 
 void StreamTarget::Send(int64_t handle, FilePart part) {
     files_.at(handle).isMarked = false;
+    NoteGap(files_.at(handle), part.offset);
     FilePart joined;
     part.ForEach([&](const NS_LOG_READER::Piece& piece) {
         // What is joined follows each other: it goes before a piece that goes alone.
@@ -181,6 +182,13 @@ void StreamTarget::Send(int64_t handle, FilePart part) {
     if (!joined.slices.empty()) {
         SendJoined(handle, joined);
     }
+}
+
+// A piece may have been left out in front of what begins there.
+void StreamTarget::NoteGap(File& file, uint64_t offset) {
+    file.gap = offset > file.sent   ? std::min(file.gap, file.sent)
+               : offset <= file.gap ? UINT64_MAX
+                                    : file.gap;
 }
 
 void StreamTarget::SendJoined(int64_t handle, const FilePart& part) {
@@ -214,7 +222,7 @@ void StreamTarget::PublishPart(int64_t handle, Message& message, uint64_t begin,
     const std::string key = file.subject + ":" + std::to_string(begin) + "-" + std::to_string(end);
     window_->Add(key, handle, message.part.offset);
     message.file = file.identity;
-    message.low = window_->Lowest(handle, message.part.offset);
+    message.low = std::min(file.gap, window_->Lowest(handle, message.part.offset));
     Publish(file.subject, message, key);
 }
 

@@ -55,8 +55,9 @@ class StreamTarget final : public Target {
     struct File {
         FileIdentity identity;
         std::string subject;
-        uint64_t sent = 0;      // where the last part that was sent ended
-        bool isMarked = false;  // the last message is a closing mark
+        uint64_t sent = 0;          // where the last part that was sent ended
+        bool isMarked = false;      // the last message is a closing mark
+        uint64_t gap = UINT64_MAX;  // what stands there was not sent; what stands behind it was
     };
 
     // What the last message of a file says.
@@ -70,6 +71,7 @@ class StreamTarget final : public Target {
     static LastMessage ReadLast(natsMsg* last, const std::string& subject);
     void SendJoined(int64_t handle, const FilePart& part);
     void SendInChunks(int64_t handle, const NS_LOG_READER::Piece& piece);
+    static void NoteGap(File& file, uint64_t offset);
     void AwaitRoom(size_t most);
     void PublishPart(int64_t handle, Message& message, uint64_t begin, uint64_t end);
     void Publish(const std::string& subject, const Message& message, const std::string& key);

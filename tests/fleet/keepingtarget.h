@@ -24,12 +24,14 @@ struct Kept {
         bool hasGone = false;
         bool isWantedAgain = false;
         uint64_t lost = 0;
+        std::optional<uint64_t> gap = {};  // where something is missing in front of the rest
     };
 
     std::vector<File> files;
     std::vector<HostState> states;  // what the host has said
     int failures = 0;               // so many parts are taken and not kept
     int parts = 0;
+    bool takesGaps = false;
     bool isAway = false;                     // it is asked in vain
     bool forgets = false;                    // all that it had, when the second file is complete
     std::function<void()> whenSent = [] {};  // what happens when it has taken a part
@@ -46,7 +48,7 @@ class KeepingTarget final : public Target {
         if (known) {
             return {known->handle, known->arrived, known->isComplete};
         }
-        kept_.files.push_back({file, "", false, false, false, 0});
+        kept_.files.push_back({file, "", false, false, false, 0, std::nullopt});
         return {static_cast<int64_t>(kept_.files.size() - 1), 0, false};
     }
 
@@ -69,10 +71,14 @@ class KeepingTarget final : public Target {
             --kept_.failures;
             throw TargetError("the target is away", true);
         }
-        std::string& bytes = kept_.files[static_cast<size_t>(handle)].bytes;
-        ASSERT_LE(part.offset, bytes.size());
-        bytes.resize(part.offset);
-        bytes += part.bytes;
+        Kept::File& file = kept_.files[static_cast<size_t>(handle)];
+        std::string& bytes = file.bytes;
+        if (part.offset > bytes.size()) {
+            ASSERT_TRUE(kept_.takesGaps);
+            file.gap = file.gap.value_or(bytes.size());
+            bytes.resize(part.offset);
+        }
+        bytes.replace(part.offset, part.bytes.size(), part.bytes);
         kept_.whenSent();
     }
 
@@ -114,8 +120,9 @@ class KeepingTarget final : public Target {
   private:
     KnownFile Known(size_t index) const {
         const Kept::File& file = kept_.files[index];
-        return {static_cast<int64_t>(index), file.identity.name, file.identity.first,
-                file.bytes.size(),           file.bytes.size(),  file.isComplete,
+        return {static_cast<int64_t>(index), file.identity.name,
+                file.identity.first,         file.gap.value_or(file.bytes.size()),
+                file.bytes.size(),           file.isComplete,
                 file.isWantedAgain};
     }
 

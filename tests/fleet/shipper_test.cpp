@@ -196,6 +196,77 @@ TEST_F(ShipperTest, SendsAFileAgainByOrder) {
     EXPECT_FALSE(kept_.files[0].isWantedAgain);
 }
 
+// What the target has says nothing of what was to be sent again.
+TEST_F(ShipperTest, SendsAllAgainAlthoughTheTargetGoesAwayInTheMiddle) {
+    const std::string text = LargeText(3500);
+    WriteFile(LogPath(), text);
+    ASSERT_TRUE(Ship());
+    for (char& byte : kept_.files[0].bytes) {
+        byte = '?';
+    }
+    kept_.parts = 0;
+    kept_.whenSent = [&] {
+        if (kept_.parts == 2) {
+            throw TargetError("the target is away", true);
+        }
+    };
+    ShipSettings settings = Settings({Path()});
+    settings.again = true;
+    EXPECT_TRUE(MakeShipper(settings).Run());
+    EXPECT_TRUE(kept_.files[0].bytes == text);
+}
+
+// Both have something to send in each round; the rate makes the larger one last.
+TEST_F(ShipperTest, FinishesAFileWhileItSendsTheBacklogOfAnother) {
+    WriteFile(LogPath(), Text());
+    WriteFile(LogPath("oper"), LargeText(3000));
+    ShipSettings settings = Settings({Path()});
+    settings.bytesPerSecond = 1000000;
+    std::vector<size_t> sizes;
+    kept_.whenComplete = [&] {
+        size_t size = 0;
+        for (const Kept::File& file : kept_.files) {
+            size += file.bytes.size();
+        }
+        sizes.push_back(size);
+    };
+    EXPECT_TRUE(MakeShipper(settings).Run());
+    ASSERT_EQ(sizes.size(), 2U);
+    EXPECT_LT(sizes.front(), sizes.back());
+}
+
+TEST_F(ShipperTest, KeepsNoEmptyFileOpenThatNobodyWrites) {
+    WriteFile(LogPath("oper"), "");
+    WriteFile(LogPath(), Text());
+    const ShipSettings settings = Settings({Path()});
+    Shipper shipper = MakeShipper(settings);
+    EXPECT_TRUE(shipper.Run());
+    ASSERT_EQ(kept_.files.size(), 1U);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        EXPECT_NE(std::filesystem::read_symlink(entry, gone), LogPath("oper"));
+    }
+}
+
+TEST_F(ShipperTest, SendsAFileThatWasEmptyForLong) {
+    WriteFile(LogPath(), Text());
+    WriteFile(LogPath("oper"), "");
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenComplete = [&] {
+        if (kept_.files.size() == 1) {
+            WriteFile(LogPath("oper"), Text());
+            WriteFile(Path("another"), "has it look which files there are");
+        } else {
+            shipper.Stop();
+        }
+    };
+    EXPECT_TRUE(shipper.Run());
+    ASSERT_EQ(kept_.files.size(), 2U);
+    EXPECT_EQ(kept_.files[1].bytes, Text());
+}
+
 // Its record takes a day at this rate.
 TEST_F(ShipperTest, StopsWhileItKeepsToItsRate) {
     WriteFile(LogPath(),

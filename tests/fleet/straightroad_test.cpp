@@ -1,4 +1,5 @@
 // From the files straight into the store, with the real server.
+#include <fstream>
 #include <future>
 
 #include "fleet/fleetfixture.h"
@@ -253,6 +254,49 @@ TEST_F(StraightRoad, RefusesToGoOnWithoutAPasswordAndSaysSo) {
         {{QVLOG, "ship", "--host", "host1", "--to", url, Logs()}, {{"PGPASSFILE", Path("none")}}});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.errors, HasSubstr("no password supplied"));
+}
+
+TEST_F(StraightRoad, EndsWhenItIsToStopAlthoughTheStoreHangs) {
+    RunAgent(1);
+    const auto shipper = StartShipper();
+    Await([&] { return Number("SELECT count(*) FROM qv.file WHERE complete") == 7; });
+    const auto server =
+        static_cast<pid_t>(Number("SELECT pid FROM pg_stat_activity"
+                                  " WHERE application_name = 'qvlog' AND pid <> pg_backend_pid()"));
+    ASSERT_GT(server, 0);
+    ::kill(server, SIGSTOP);
+    shipper->Signal(SIGTERM);
+    const ChildResult result = shipper->Wait();
+    ::kill(server, SIGCONT);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("stopped while a server does not answer"));
+}
+
+// The service may take 256 MB.
+TEST_F(StraightRoad, LeavesOutARecordThatIsTooLarge) {
+    RunAgent(1);
+    const std::string name = ListLogFiles(Logs(), "corbaoper").front();
+    {
+        // What the test takes while a program is started counts as that program's.
+        const std::string text = ReadFile(Logs() + "/" + name);
+        const size_t detail = text.find(" Detail: ") + 9;
+        std::ofstream large(Logs() + "/" + name);
+        large << text.substr(0, detail);
+        for (int i = 0; i < 140; ++i) {
+            large << std::string(1000000, 'x');
+        }
+        large << text.substr(detail);
+    }
+    const ChildResult result = ShipAll();
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("it is not sent"));
+    EXPECT_LT(result.peakMemory, int64_t{200} * 1024 * 1024);
+    EXPECT_EQ(Number("SELECT count(*) FROM qv.file WHERE complete"), 6);
+    EXPECT_GT(Number("SELECT count(*) FROM qv.record r JOIN qv.file f ON f.id = r.file"
+                     " WHERE f.name = '" +
+                     name + "' AND r.byte_offset > 140000000"),
+              0);
+    EXPECT_THAT(PruneShipped({"--to", Target()}).output, HasSubstr(name + ": "));
 }
 
 TEST_F(StraightRoad, StoresARecordOfManyMegabytes) {

@@ -21,6 +21,8 @@ using ::testing::HasSubstr;
 
 ino_t damagedFile = 0;   // reading it fails,
 int readsThatFail = -1;  // so many times; less than 0: always
+bool isStale = false;    // only with the descriptor that was used first
+int staleDescriptor = -1;
 bool isWatchingRefused = false;
 
 void Damage(const std::string& path) {
@@ -86,6 +88,67 @@ TEST_F(ShipperTest, SendsAFileWhenItCanBeReadAgain) {
     ASSERT_EQ(kept_.files.size(), 2U);
     EXPECT_EQ(kept_.files[1].bytes, Text());
     EXPECT_EQ(kept_.states.back().problem, "");
+}
+
+TEST_F(ShipperTest, TriesToReadAFileSomeTimesBeforeItEnds) {
+    WriteFile(LogPath(), Text());
+    readsThatFail = 4;
+    Damage(LogPath());
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(kept_.files[0].bytes, Text());
+    EXPECT_TRUE(kept_.files[0].isComplete);
+    EXPECT_EQ(kept_.states.back().problem, "");
+}
+
+TEST_F(ShipperTest, OpensAFileAnewWhoseDescriptorHasGoneStale) {
+    WriteFile(LogPath(), Text());
+    isStale = true;
+    Damage(LogPath());
+    EXPECT_FALSE(Ship());
+    EXPECT_GE(staleDescriptor, 0);
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(kept_.files[0].bytes, Text());
+}
+
+// A directory that is there again before it ends.
+TEST_F(ShipperTest, LooksForFilesSomeTimesBeforeItEnds) {
+    std::filesystem::create_directory(Path("log"));
+    WriteFile(Path("log/unbi_oper_20260305_140709_999999999.log"), Text());
+    std::filesystem::create_directory_symlink(Path("missing"), Path("way"));
+    WriteFile(LogPath(), Text());
+    kept_.whenComplete = [&] {
+        if (kept_.files.size() == 1) {
+            std::filesystem::remove(Path("way"));
+            std::filesystem::create_directory_symlink(Path("log"), Path("way"));
+        }
+    };
+    EXPECT_FALSE(Ship({LogPath(), Path("way")}));
+    EXPECT_EQ(kept_.files.size(), 2U);
+}
+
+// As long as it was not removed, it may be readable again.
+TEST_F(ShipperTest, GivesUpAFileThatCannotBeReadWhenItIsRemoved) {
+    const std::string text = LargeText(1500);
+    WriteFile(LogPath(), text);
+    kept_.whenSent = [&] {
+        if (kept_.parts == 1) {
+            Damage(LogPath());
+            std::filesystem::remove(LogPath());
+        }
+    };
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenGone = [&shipper] { shipper.Stop(); };
+    const CapturedOutput errors(STDERR_FILENO);
+    EXPECT_FALSE(shipper.Run());
+    EXPECT_THAT(errors.Text(),
+                HasSubstr(LogPath() + " was removed before it could be read to its end\n"));
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(kept_.files[0].lost, text.size() - kept_.files[0].bytes.size());
+    EXPECT_EQ(kept_.states.back().problem, "");
+    EXPECT_EQ(kept_.states.back().files, 0U);
 }
 
 TEST_F(ShipperTest, SeesThatAFileWasEmptiedWhenItCanBeReadAgain) {
@@ -188,9 +251,16 @@ extern "C" ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset)
     struct stat status {};
     if (damagedFile != 0 && readsThatFail != 0 && ::fstat(descriptor, &status) == 0 &&
         status.st_ino == damagedFile) {
-        --readsThatFail;
-        errno = EIO;
-        return -1;
+        if (!isStale) {
+            --readsThatFail;
+            errno = EIO;
+            return -1;
+        }
+        staleDescriptor = staleDescriptor < 0 ? descriptor : staleDescriptor;
+        if (descriptor == staleDescriptor) {
+            errno = ESTALE;
+            return -1;
+        }
     }
     return syscall(SYS_pread64, descriptor, bytes, size, offset);
 }

@@ -1,0 +1,59 @@
+#include "ship/hostfile.h"
+
+#include <utility>
+
+#include "input/bytesource.h"
+
+namespace NS_LOG_FLEET {
+
+bool HostFile::IsDue(ShippedFile::Clock::time_point now) const {
+    return failures == 0 || now - failed >= kRetryInterval;
+}
+
+// A descriptor whose file has moved on its server stays stale for ever; the path may be good.
+bool HostFile::NoteFailure(const std::string& reason) {
+    ++failures;
+    failed = ShippedFile::Clock::now();
+    if (file && failures % 2 == 0) {
+        file->OpenAgain();
+    }
+    return std::exchange(failure, reason) != reason;
+}
+
+void HostFile::NoteSuccess() {
+    failures = 0;
+    failure.clear();
+}
+
+bool HostFile::NoteLeftOut(const LeftOut& piece) {
+    leftOut += piece.size;
+    if (!omission.empty()) {
+        return false;
+    }
+    omission = path + ": the record at byte " + std::to_string(piece.offset) + " has " +
+               std::to_string(piece.size) + " bytes, more than " + std::to_string(kLargestPiece) +
+               ": it is not sent";
+    return true;
+}
+
+void HostFile::SetOffset(uint64_t offset) {
+    leftOut = 0;
+    file->SetOffset(offset);
+}
+
+void HostFile::Reopen() {
+    if (file) {
+        return;
+    }
+    auto opened = std::make_unique<ShippedFile>(path);
+    opened->Look(ShippedFile::Clock::now());
+    file = std::move(opened);
+}
+
+void HostFile::ReopenIfUnknown() {
+    if (!target.isComplete || target.resumeAt < static_cast<uint64_t>(status.st_size)) {
+        Reopen();
+    }
+}
+
+}  // namespace NS_LOG_FLEET

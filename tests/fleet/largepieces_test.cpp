@@ -1,0 +1,133 @@
+// Records that are larger than any target takes.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "fleet/shipperfixture.h"
+#include "ship/pieceend.h"
+#include "support/capturedoutput.h"
+
+namespace {
+
+using namespace NS_TEST;
+using ::testing::HasSubstr;
+
+const std::string kStamp = "2026-03-05T14:07:10.000001+01:00";
+
+class TextSource final : public NS_LOG_READER::ByteSource {
+  public:
+    explicit TextSource(std::string text) : text_(std::move(text)) {}
+
+    // A few bytes each time, so that everything stands at the end of what was read once.
+    size_t Read(char* bytes, size_t size) override {
+        const size_t read = text_.copy(bytes, std::min<size_t>(size, 101), offset_);
+        offset_ += read;
+        return read;
+    }
+    void Seek(uint64_t offset) override { offset_ = offset; }
+    uint64_t Size() const override { return text_.size(); }
+    bool IsPlain() const override { return true; }
+
+  private:
+    const std::string text_;
+    size_t offset_ = 0;
+};
+
+std::optional<uint64_t> EndIn(const std::string& text, bool isSettled, bool isWhole) {
+    TextSource source("xx" + text);
+    return FindPieceEnd(source, 2, isSettled, isWhole);
+}
+
+TEST(PieceEnd, OfAFrameIsItsOwnClosingTagThatAPieceFollows) {
+    const std::string frame = "<7>\n" + kStamp + ", ...\n" + std::string(1000, 'x') +
+                              "\n</7>\n\nquoted, and no piece begins here\n" + kStamp +
+                              ",a line of a dump\n</8>\n\n</7>\n\n";
+    for (const std::string& next :
+         {"<8>\n" + kStamp + ", ...\n", "\nFile close at " + kStamp + ".\n", kStamp + ",short\n"}) {
+        const std::string text = frame + next + std::string(200, 'x');
+        EXPECT_EQ(EndIn(text, false, false), 2 + frame.size()) << next;
+    }
+}
+
+TEST(PieceEnd, OfAShortRecordIsTheLineThatAPieceFollows) {
+    const std::string record = kStamp + ",first\nsecond\n" + std::string(500, 'x') + "\n";
+    EXPECT_EQ(EndIn(record + kStamp + ",short\n" + std::string(200, 'x'), false, false),
+              2 + record.size());
+}
+
+TEST(PieceEnd, IsAwaitedWhileTheFileGrows) {
+    const std::string frame = "<7>\n" + kStamp + ", ...\n" + std::string(1000, 'x');
+    const std::string closed = frame + "\n</7>\n\n";
+    EXPECT_EQ(EndIn(frame, true, false), std::nullopt);
+    EXPECT_EQ(EndIn(closed, false, false), std::nullopt);
+    EXPECT_EQ(EndIn(closed, true, false), 2 + closed.size());
+    EXPECT_EQ(EndIn(frame, true, true), 2 + frame.size());
+}
+
+class LargePieces : public ShipperTest {
+  protected:
+    LargePieces() { kept_.takesGaps = true; }
+
+    static std::string LargeRecord() {
+        return kStamp + "," + std::string(kLargestPiece, 'x') + "\n";
+    }
+
+    // With a large record in front of the last.
+    static std::string TextWithLargeRecord() {
+        std::string text = Text();
+        return text.insert(LargeAt(), LargeRecord());
+    }
+    static size_t LargeAt() { return Text().find("2026-03-05T14:07:11"); }
+};
+
+TEST_F(LargePieces, AreReportedAndLeftOut) {
+    WriteFile(LogPath(), TextWithLargeRecord());
+    for (int i = 0; i < 2; ++i) {
+        const CapturedOutput errors(STDERR_FILENO);
+        EXPECT_FALSE(Ship());
+        EXPECT_THAT(errors.Text(),
+                    HasSubstr(LogPath() + ": the record at byte " + std::to_string(LargeAt()) +
+                              " has " + std::to_string(LargeRecord().size()) +
+                              " bytes, more than 67108864: it is not sent\n"));
+        ASSERT_EQ(kept_.files.size(), 1U);
+        const Kept::File& file = kept_.files[0];
+        EXPECT_TRUE(file.bytes.substr(0, LargeAt()) == Text().substr(0, LargeAt()));
+        EXPECT_TRUE(file.bytes.substr(LargeAt() + LargeRecord().size()) ==
+                    Text().substr(LargeAt()));
+        EXPECT_EQ(file.gap, LargeAt());
+        EXPECT_FALSE(file.isComplete);
+        EXPECT_THAT(kept_.states.back().problem, HasSubstr("it is not sent"));
+    }
+}
+
+TEST_F(LargePieces, CountAsLostWhenTheirFileIsRemoved) {
+    WriteFile(LogPath(), TextWithLargeRecord());
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenSent = [&] {
+        if (kept_.files[0].gap) {
+            std::filesystem::remove(LogPath());
+        }
+    };
+    kept_.whenGone = [&] { shipper.Stop(); };
+    EXPECT_FALSE(shipper.Run());
+    EXPECT_TRUE(kept_.files[0].hasGone);
+    EXPECT_EQ(kept_.files[0].lost, LargeRecord().size());
+    EXPECT_EQ(kept_.states.back().problem, "");
+}
+
+TEST_F(LargePieces, AreSentUpToTheLimit) {
+    std::string text = TextWithLargeRecord();
+    text.erase(LargeAt() + kStamp.size() + 1, kStamp.size() + 2);
+    WriteFile(LogPath(), text);
+    EXPECT_TRUE(Ship());
+    EXPECT_TRUE(kept_.files[0].bytes == text);
+    EXPECT_TRUE(kept_.files[0].isComplete);
+}
+
+}  // namespace
