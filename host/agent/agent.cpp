@@ -163,8 +163,9 @@ ExitCode Agent::Run() {
     }
     const DirectoryLock lock(ShareDirectory());
     // A mistake that is there already is told before the input is waited for.
-    const ConfiguredBundles checked(configuration_,
-                                    ParseConfigText(ReadConfiguration(configuration_)).items);
+    const ConfiguredBundles::Items items = ParseConfigText(ReadConfiguration(configuration_)).items;
+    const ConfiguredBundles checked(configuration_, items);
+    ReadFilePolicy(items);
     const std::optional<Traffic> traffic = ChooseTraffic();
     return traffic ? RunBundles(*traffic) : ExitCode::Done;
 }

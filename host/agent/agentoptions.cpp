@@ -48,6 +48,23 @@ const std::map<std::string, Traffic> kTraffic = {{"auto", Traffic::Auto},
                                                  {"input-or-sample", Traffic::InputOrSample},
                                                  {"none", Traffic::None}};
 
+// The names that the logging service knows.
+const std::vector<std::string> kCategories = {
+    "debug",    "corbadebug", "corbanotify",        "corba_alarm",
+    "corbasys", "corbaoper",  "corba_internal_oper"};
+
+std::string DescribeCategory() {
+    std::string text = "Log category of the input (default: corbaoper):\n" + kCategories.front();
+    for (std::size_t i = 1; i < kCategories.size(); ++i) {
+        text += (i == 4 ? ",\n" : ", ") + kCategories[i];
+    }
+    return text;
+}
+
+// An empty one is a variable of a script that is not set: another agent's directory is not meant.
+const CLI::Validator kNotEmpty(
+    [](const std::string& text) { return std::string(text.empty() ? "it is empty" : ""); }, "");
+
 // Passes the options of a client bundle on unchanged.
 void PassOn(const CLI::App& parser, const std::string& option,
             std::vector<std::string>& arguments) {
@@ -65,7 +82,8 @@ void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
         .add_option("--share,--config", options.shareDirectory,
                     "Directory of configuration and log files\n"
                     "(default: the variable _APP_SHARE_DIR)")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(kNotEmpty);
     parser
         .add_option_function<std::string>(
             "--traffic",
@@ -96,12 +114,10 @@ void DeclareGeneral(CLI::App& parser, AgentOptions& options) {
 }
 
 void DeclareClients(CLI::App& parser) {
-    parser
-        .add_option("--category",
-                    "Log category of the input: debug, corbadebug,\n"
-                    "corbanotify, corba_alarm, corbasys, corbaoper or\n"
-                    "corba_internal_oper (default: corbaoper)")
-        ->type_name("NAME");
+    parser.add_option("--category")
+        ->description(DescribeCategory())
+        ->type_name("NAME")
+        ->check(CLI::IsMember(kCategories).description(""));
     parser.add_option("--level", "Log level of the input, -2 to 3 (default: 1)")
         ->type_name("N")
         ->check(CLI::Range(-2, 3).description(""));

@@ -110,7 +110,7 @@ void ConfigurationCheck::Judge(const std::string& share) {
         }
         Add(kFilePolicyItem, {policy.value_or(kContract), {}});
     } catch (const AgentError& error) {
-        error_ = error.what();
+        errors_.emplace_back(error.what());
     }
     Add("logswitch", CheckLogSwitch(Text("logswitch")));
     for (const std::string& name : NumberItems()) {
@@ -135,8 +135,9 @@ void ConfigurationCheck::JudgeBundles() {
             }
         }
         Add("bundles", item);
+        hasBundles_ = true;
     } catch (const AgentError& error) {
-        error_ = error.what();
+        errors_.emplace_back(error.what());
     }
 }
 
@@ -155,7 +156,9 @@ void ConfigurationCheck::JudgeOthers() {
         const bool isKnown = std::find(known.begin(), known.end(), name) != known.end();
         ItemInForce item{lines_[name].value, {}};
         if (!isKnown && EndsWith(name, kArguments)) {
-            item.warnings.emplace_back("is for a bundle that is not listed");
+            if (hasBundles_) {
+                item.warnings.emplace_back("is for a bundle that is not listed");
+            }
         } else if (const std::string near = isKnown ? "" : FindNearestName(name, known);
                    !near.empty()) {
             item.warnings.push_back("is not known; is \"" + near + "\" meant?");
@@ -187,8 +190,8 @@ void ConfigurationCheck::Print(std::ostream& out) const {
     for (const std::string& line : brokenLines_) {
         out << "warning: " << line << '\n';
     }
-    if (HasErrors()) {
-        out << "error: " << error_ << '\n';
+    for (const std::string& error : errors_) {
+        out << "error: " << error << '\n';
     }
 }
 

@@ -29,7 +29,7 @@ class ConfigurationCheck {
 
     // Whether anything is wrong, and whether an agent would not start.
     bool HasWarnings() const { return !brokenLines_.empty() || !Warnings().empty(); }
-    bool HasErrors() const { return !error_.empty(); }
+    bool HasErrors() const { return !errors_.empty(); }
 
   private:
     // An item as it stands in the file.
@@ -59,7 +59,8 @@ class ConfigurationCheck {
     std::vector<std::string> order_;     // the names, as they come in the file
     std::vector<std::string> brokenLines_;
     std::vector<Finding> findings_;
-    std::string error_;  // why an agent would not start
+    std::vector<std::string> errors_;  // why an agent would not start
+    bool hasBundles_ = false;          // whether the list of bundles can be read
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -9,8 +9,8 @@ enum class ControlExit {
                          // the output could not be written
     BadCommandLine = 2,  // nothing was sent
     NoAgent = 3,         // no agent answers there
-    NoAnswer = 4         // an agent is there, but no whole answer came in time, or none that
-                         // tells its health
+    NoAnswer = 4         // an agent is there, but no whole answer came in time; or its health was
+                         // asked for, and nothing tells it
 };
 
 }  // namespace NS_REFERENCE_HOST

@@ -33,6 +33,6 @@ constexpr char kHelpFooter[] =
     "  3  no agent can be reached\n"
     "  4  the agent did not answer in time, or not to the end\n"
     "health ends with 0 when all is well, 1 with a warning, 2 when a category cannot be written,\n"
-    "4 when the agent cannot tell.";
+    "4 when that is not known: also when the command line is wrong.";
 
 }  // namespace NS_REFERENCE_HOST

@@ -3,9 +3,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <iostream>
+#include <limits>
+#include <vector>
 
 #include "agentctl/controlerror.h"
 #include "agentctl/helptext.h"
@@ -17,7 +20,24 @@ namespace NS_REFERENCE_HOST {
 
 namespace {
 
-const CLI::Range kLevels(0U, 3U);
+// Decimal only: a leading zero does not mean octal to an operator.
+std::optional<unsigned int> ReadDecimal(const std::string& text) {
+    unsigned int number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+// A whole number up to `most`.
+CLI::Validator Decimal(unsigned int most) {
+    const auto check = [most](const std::string& text) {
+        const std::optional<unsigned int> number = ReadDecimal(text);
+        return number && *number <= most
+                   ? std::string()
+                   : "'" + text + "' is no number from 0 to " + std::to_string(most);
+    };
+    return CLI::Validator(check, "");
+}
 
 const CLI::Validator kNotEmpty(
     [](const std::string& text) { return std::string(text.empty() ? "it is empty" : ""); }, "");
@@ -43,7 +63,7 @@ struct Words {
     std::string first;
     std::string second;
     std::string category;
-    unsigned int number = 0;
+    std::string number;
 };
 
 // Reads the command line into an invocation.
@@ -58,6 +78,8 @@ class CommandLine {
     std::optional<Invocation> Read(int argc, char* argv[]);
 
   private:
+    std::optional<Invocation> Parse(int argc, char* argv[]);
+    bool AsksForHealth(int argc, char* argv[]) const;
     CLI::App* Add(const char* name, const char* description, View view);
     CLI::App* AddForCategory(const char* name, const char* description);
     void DeclareGlobal();
@@ -97,11 +119,13 @@ void CommandLine::DeclareGlobal() {
     parser_
         .add_option("--share", words_.share,
                     "The agent's share directory\n(default: the variable _APP_SHARE_DIR)")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(kNotEmpty);
     parser_
         .add_option("--socket", invocation_.socketPath,
                     "The agent's socket (default: qv_agent.sock in\nthe share directory)")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->check(kNotEmpty);
     parser_
         .add_option("--timeout", words_.timeoutSeconds,
                     "How long to wait for the agent (default: 10)")
@@ -150,7 +174,9 @@ void CommandLine::DeclareOutput() {
                                "Set the output mode: 0 ends the periodic output,\n"
                                "1 changes nothing",
                                &ViewNothing);
-    mode->add_option("N", words_.number, "The mode")->required();
+    mode->add_option("N", words_.number, "The mode")
+        ->required()
+        ->check(Decimal(std::numeric_limits<unsigned int>::max()));
 }
 
 void CommandLine::AddSwitch(CLI::App* command) {
@@ -162,7 +188,7 @@ void CommandLine::AddSwitch(CLI::App* command) {
 void CommandLine::DeclareSwitches() {
     Add("loggers", "Show all loggers with their switches", &ViewLoggers);
     CLI::App* const level = Add("level", "Switch a level, globally or of one logger", &ViewNothing);
-    level->add_option("N", words_.number, "The level, 0 to 3")->required()->check(kLevels);
+    level->add_option("N", words_.number, "The level, 0 to 3")->required()->check(Decimal(3));
     AddSwitch(level);
     level->add_option("FIRST", words_.first, "The logger: all three of its strings");
     level->add_option("SECOND", words_.second);
@@ -178,7 +204,7 @@ void CommandLine::DeclareModule() {
 }
 
 void CommandLine::CompleteLevel(const CLI::App* command) {
-    invocation_.request["level"] = words_.number;
+    invocation_.request["level"] = ReadDecimal(words_.number).value();
     const std::size_t names =
         command->count("FIRST") + command->count("SECOND") + command->count("CATEGORY");
     if (names == 0) {
@@ -198,17 +224,14 @@ void CommandLine::CompleteModule() {
         invocation_.view = &ViewModules;
         return;
     }
-    // Decimal only: a leading zero does not mean octal to an operator.
-    unsigned int number = 0;
-    const char* const end = words_.target.data() + words_.target.size();
-    const auto [stop, error] = std::from_chars(words_.target.data(), end, number);
-    if (error != std::errc() || stop != end) {
+    const std::optional<unsigned int> number = ReadDecimal(words_.target);
+    if (!number) {
         FailUsage("module: '" + words_.target + "' is no module's number");
     }
     if (words_.action.empty()) {
         FailUsage("module: on, off or show?");
     }
-    invocation_.request["module"] = number;
+    invocation_.request["module"] = *number;
 }
 
 void CommandLine::ChooseSocket() {
@@ -233,7 +256,26 @@ void CommandLine::ChooseTimes() {
     }
 }
 
+// A slip in the rest of the command line may hide the command: `--share $UNSET health`.
+bool CommandLine::AsksForHealth(int argc, char* argv[]) const {
+    const std::vector<CLI::App*> commands = parser_.get_subcommands();
+    return commands.empty() ? std::find(argv, argv + argc, std::string("health")) != argv + argc
+                            : commands.front()->get_name() == "health";
+}
+
 std::optional<Invocation> CommandLine::Read(int argc, char* argv[]) {
+    try {
+        return Parse(argc, argv);
+    } catch (const ControlError& error) {
+        // As an answer about the health, 2 says that a category cannot be written.
+        if (AsksForHealth(argc, argv)) {
+            throw ControlError(ControlExit::NoAnswer, error.what());
+        }
+        throw;
+    }
+}
+
+std::optional<Invocation> CommandLine::Parse(int argc, char* argv[]) {
     try {
         parser_.parse(argc, argv);
     } catch (const CLI::Success& request) {
@@ -257,7 +299,7 @@ std::optional<Invocation> CommandLine::Read(int argc, char* argv[]) {
     } else if (command->get_name() == "module") {
         CompleteModule();
     } else if (command->get_name() == "mode") {
-        invocation_.request["mode"] = words_.number;
+        invocation_.request["mode"] = ReadDecimal(words_.number).value();
     } else if (command->get_name() == "health") {
         invocation_.exitsByHealth = true;
     } else if (!words_.category.empty()) {

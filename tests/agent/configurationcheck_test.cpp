@@ -188,6 +188,15 @@ TEST_F(ConfigurationCheck, EndsWithThreeWhenTheAgentWouldNotStart) {
     EXPECT_EQ(Check().exitCode, 3);
 }
 
+TEST_F(ConfigurationCheck, TellsEachErrorAndDoesNotGuessAboutBundlesThatItCannotRead) {
+    WriteConfiguration("bundles = a b\nlogfilepolicy = keep\nfirst.arguments = x\n");
+    const ChildResult result = Check();
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_THAT(result.output, HasSubstr("\nerror: configuration item \"bundles\": 'a b'"));
+    EXPECT_THAT(result.output, HasSubstr("\nerror: configuration item \"logfilepolicy\": 'keep'"));
+    EXPECT_EQ(PartAbout("first.arguments", result.output), "first.arguments = x   (line 3)\n");
+}
+
 TEST_F(ConfigurationCheck, IsNoSuccessWhenItsOutputCannotBeWritten) {
     for (const auto& [bundles, exitCode] : {std::pair("qv_base_log", 1), std::pair("a b", 3)}) {
         Configure(std::string("bundles = ") + bundles + "\n");

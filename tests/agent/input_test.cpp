@@ -71,6 +71,16 @@ TEST_F(AgentInput, ATerminalIsNoInput) {
     close(terminal);
 }
 
+TEST_F(AgentInput, IsNotWaitedForWhenTheConfigurationIsWrong) {
+    for (const char* text : {"bundles = a b\n", "bundles = qv_base_log\nlogfilepolicy = keep\n"}) {
+        Configure(text);
+        const Pipe pipe;
+        ChildProcess agent(AgentWith(pipe.Reader()));
+        ASSERT_FALSE(agent.WaitForError("waiting for standard input")) << text;
+        EXPECT_EQ(agent.Wait().exitCode, 3) << text;
+    }
+}
+
 // The items are read behind the wait, and the monitor looks for changes from then on.
 TEST_F(AgentInput, WhatChangesInTheConfigurationBeforeTheFirstByteCounts) {
     Pipe pipe;

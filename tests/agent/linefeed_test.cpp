@@ -133,7 +133,8 @@ TEST_F(LineFeed, SaysWhenTheLevelIsSwitchedOff) {
 }
 
 TEST_F(LineFeed, RefusesAnUnknownCategoryAndUnknownArgumentsByName) {
-    const auto category = RunWith("a\n", {"--category", "CorbaOper"});
+    Configure("bundles = qv_base_log\nqv_line_feed.arguments = --category CorbaOper\n");
+    const auto category = RunWith("a\n", {});
     EXPECT_EQ(category.exitCode, 5);
     EXPECT_THAT(category.errors, HasSubstr("there is no log category 'CorbaOper'"));
     Configure("bundles = qv_base_log\nqv_line_feed.arguments = --colour red\n");

@@ -52,7 +52,11 @@ TEST_F(AgentStarting, WrongOptionsAreRefusedByName) {
     for (const char* level : {"4", "-3", "high"}) {
         ExpectRefusal({"--level", level}, 2, "--level");
     }
+    ExpectRefusal({"--share", ""}, 2, "--share: it is empty");
     // The known names are told.
+    for (const char* category : {"CorbaOper", ""}) {
+        ExpectRefusal({"--category", category}, 2, "corba_internal_oper");
+    }
     ExpectRefusal({"--traffic", "heavy"}, 2, "sample");
 }
 

@@ -129,8 +129,10 @@ std::vector<std::string> WrongCommandLines() {
             "module show on",
             "mode",
             "mode x",
+            "mode 0x1",
+            "mode 4294967296",
+            "level 0x1 on",
             "flushall a b",
-            "health now",
             "reopen a b",
             "rotate a b",
             "level 1 on " + std::string(5000, 'x') + " second debug"};
@@ -141,6 +143,31 @@ TEST_F(ControlProgram, CommandLinesThatAreWrongEndWithTwo) {
         SCOPED_TRACE(words);
         // Two blanks have an empty word between them.
         ExpectFailure(Ask(SplitText(words, ' ')), 2, "qv_agentctl: ");
+    }
+}
+
+// 2 would say that a category cannot be written.
+TEST_F(ControlProgram, HealthIsUnknownWhereTheCommandLineIsWrong) {
+    for (const char* words : {"health extra", "--bogus health", "--timeout x health"}) {
+        SCOPED_TRACE(words);
+        ExpectFailure(Ask(SplitText(words, ' ')), 4, "(--help tells more)");
+    }
+    ExpectFailure(Run({"health"}), 4, "no share directory");
+}
+
+// `--share $UNSET health` of a script.
+TEST_F(ControlProgram, HealthIsUnknownWhereAnOptionTakesTheCommandForItsValue) {
+    ExpectFailure(Run({"--share", "health"}), 4, "no command");
+    ExpectFailure(Run({"--share", Path(), "module", "health"}), 2, "no module's number");
+}
+
+// The variable's agent would get what is meant for another one.
+TEST_F(ControlProgram, AnEmptyPlaceToLookIsRefused) {
+    for (const char* option : {"--share", "--socket"}) {
+        SCOPED_TRACE(option);
+        ExpectFailure(
+            RunProgram({{QV_AGENTCTL, option, "", "status"}, {{"_APP_SHARE_DIR", Path()}}}), 2,
+            std::string(option) + ": it is empty");
     }
 }
 
@@ -205,7 +232,7 @@ TEST_F(ControlProgram, AnAnswerWithoutAnEndIsFour) {
     agent.join();
 }
 
-TEST_F(ControlProgram, ModuleNumbersAreDecimalAndNamesMayBeEmpty) {
+TEST_F(ControlProgram, NumbersAreDecimalAndNamesMayBeEmpty) {
     std::string requests;  // the server's while it runs
     const auto server = Serve([&requests](const std::string& text) {
         requests += text;
@@ -213,10 +240,13 @@ TEST_F(ControlProgram, ModuleNumbersAreDecimalAndNamesMayBeEmpty) {
     });
     EXPECT_EQ(Ask({"module", "010", "off"}).exitCode, 0);
     EXPECT_EQ(Ask({"module", "4294967295", "show"}).output, "module 4294967295 is on\n");
-    EXPECT_EQ(Ask({"level", "1", "on", "first", "", "category"}).exitCode, 0);
+    EXPECT_EQ(Ask({"mode", "010"}).exitCode, 0);
+    EXPECT_EQ(Ask({"level", "01", "on", "first", "", "category"}).exitCode, 0);
     server->Stop();
     EXPECT_THAT(requests, HasSubstr(R"("second":"")"));
     EXPECT_THAT(requests, HasSubstr(R"("module":10,)"));
+    EXPECT_THAT(requests, HasSubstr(R"("mode":10})"));
+    EXPECT_THAT(requests, HasSubstr(R"("level":1,)"));
     EXPECT_THAT(requests, HasSubstr(R"("module":4294967295)"));
 }
 

@@ -64,9 +64,13 @@ TEST_F(NorthboundStart, IsRefusedOnAPortThatIsTaken) {
     NS_TEST::WriteFile(Path("second/conf/corba_agent.cfg"),
                        "bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
                            std::to_string(port) + "\n");
+    // An agent that was killed has left it; nobody is found there.
+    NS_TEST::WriteFile(Path("second/northbound.ior"), "IOR:00\n");
     const ChildResult result = Run({"--traffic", "none", "--share", Path("second")});
     EXPECT_EQ(result.exitCode, 5);
     EXPECT_THAT(result.errors, HasSubstr("the ORB does not start: INITIALIZE"));
+    EXPECT_THAT(NS_TEST::ListFiles(Path("second")),
+                ::testing::Not(::testing::Contains("northbound.ior")));
     EXPECT_EQ(Call({"alarms"}).exitCode, 0);
     EXPECT_EQ(Stop(), 0);
 }
@@ -86,8 +90,20 @@ TEST_F(NorthboundStart, NeedsNoServiceWhenNothingIsLogged) {
     EXPECT_THAT(NS_TEST::ListFiles(Path("log")), ::testing::IsEmpty());
 }
 
+// It has served by then, and a client may have found it: it ends as one that serves does.
+TEST_F(NorthboundStart, EndsInOrderWhenTheReferenceCannotBeWritten) {
+    Configure("bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --reference " +
+              Path("nowhere/northbound.ior") + "\n");
+    const ChildResult result = Run({"--traffic", "none"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors, HasSubstr("cannot serve: " + Path("nowhere/northbound.ior") +
+                                         ": No such file or directory"));
+    EXPECT_THAT(Details("corbasys"), ::testing::ElementsAre("no longer serving"));
+}
+
 TEST_F(NorthboundStart, IsRefusedWithArgumentsThatMakeNoSense) {
-    for (const char* arguments : {"--details some", "--log maybe", "--port 70000"}) {
+    for (const char* arguments :
+         {"--details some", "--log maybe", "--port 70000", "--call-limit 0"}) {
         Configure("bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = " +
                   std::string(arguments) + "\n");
         const ChildResult result = Run({"--traffic", "none"});

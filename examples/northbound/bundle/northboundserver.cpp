@@ -15,18 +15,33 @@ NorthboundServer::NorthboundServer(const ServerOptions& options, const Loggers& 
       operations_(loggers_, network_, board_, std::chrono::milliseconds(options.answerTime)),
       source_(loggers_, network_, board_, options.alarms,
               [this](const Alarm& change) { subscribers_.Tell(change); }),
-      orb_(options.port) {
+      reference_(options.reference),
+      orb_(options.port, options.callLimit) {
+    try {
+        Start(options.answerLimit);
+    } catch (...) {
+        Stop();
+        throw;
+    }
+}
+
+NorthboundServer::~NorthboundServer() {
+    Stop();
+}
+
+void NorthboundServer::Start(unsigned int answerLimit) {
     const PortableServer::Servant_var<AgentServant> servant(
-        new AgentServant(loggers_, operations_, subscribers_, options.answerLimit));
+        new AgentServant(loggers_, operations_, subscribers_, answerLimit));
     const std::string reference = orb_.Serve(*servant.in());
     source_.Start();
-    reference_ = std::make_unique<ReferenceFile>(options.reference, reference);
+    reference_.Write(reference);
     QV_LOG_FORMAT(loggers_.system, NS_LOG_SERVICE1::LOG_LEVEL_1, "serving %u elements",
                   network_.Count());
 }
 
-NorthboundServer::~NorthboundServer() {
-    reference_.reset();
+// Also after a start that failed half-way: a client may have subscribed by then.
+void NorthboundServer::Stop() noexcept {
+    reference_.Remove();
     source_.Stop();
     subscribers_.Close();
     orb_.Stop();

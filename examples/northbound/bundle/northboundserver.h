@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
 #include <string>
 
 #include "bundle/alarmsource.h"
@@ -22,6 +21,7 @@ struct ServerOptions {
     unsigned int alarms = 20;         // how many come or go in a second
     unsigned int answerTime = 0;      // of an element, in milliseconds
     unsigned int answerLimit = 2000;  // for a call-back to a client, in milliseconds
+    unsigned int callLimit = 5000;    // for a call to arrive and its answer to be taken, the same
 };
 
 // Thread safety: one thread.
@@ -37,14 +37,17 @@ class NorthboundServer {
     NorthboundServer& operator=(const NorthboundServer&) = delete;
 
   private:
+    void Start(unsigned int answerLimit);
+    void Stop() noexcept;
+
     const Loggers loggers_;
     const Network network_;
     AlarmBoard board_;
     Operations operations_;
     Subscribers subscribers_;
     AlarmSource source_;
+    ReferenceFile reference_;
     OrbServer orb_;
-    std::unique_ptr<ReferenceFile> reference_;
 };
 
 }  // namespace NS_NORTHBOUND

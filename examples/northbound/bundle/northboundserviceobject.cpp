@@ -41,7 +41,8 @@ bool Read(int argc, char* argv[], Arguments& arguments) {
                                          {{"--port", server.port, 0, 65535},
                                           {"--alarms", server.alarms, 0, 1000},
                                           {"--answer-time", server.answerTime, 0, 600000},
-                                          {"--answer-limit", server.answerLimit, 1, 600000}});
+                                          {"--answer-limit", server.answerLimit, 1, 600000},
+                                          {"--call-limit", server.callLimit, 1, 600000}});
     if (!read) {
         return false;
     }

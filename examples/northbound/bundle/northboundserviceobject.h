@@ -16,6 +16,7 @@ class NorthboundServer;
 //     --alarms N          that come or go in a second (20)
 //     --answer-time MS    how long an element takes to answer (0)
 //     --answer-limit MS   how long a client may take to answer a call-back (2000)
+//     --call-limit MS     how long a call may take to arrive, and its answer to be taken (5000)
 //     --details WHAT      kept-back (the default), as-configured, or none: levels 2 and 3
 //     --log WHAT          on (the default), or off: nothing is logged, and no service is needed
 //

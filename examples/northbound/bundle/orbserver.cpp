@@ -8,13 +8,16 @@ namespace NS_NORTHBOUND {
 
 namespace {
 
-// The interface's own end point: without one, the ORB listens on all interfaces.
-CORBA::ORB_ptr StartOrb(unsigned int port) {
+// The end point is this machine's own: without one, the ORB listens on all interfaces. Without a
+// limit, a client that stalls in the middle of a call would keep the agent from ending.
+CORBA::ORB_ptr StartOrb(unsigned int port, unsigned int callLimit) {
     const std::string endPoint =
         "giop:tcp:127.0.0.1:" + (port == 0 ? std::string() : std::to_string(port));
+    const std::string limit = std::to_string(callLimit);
     const char* options[][2] = {{"endPoint", endPoint.c_str()},
                                 {"threadPerConnectionPolicy", "1"},
                                 {"maxServerThreadPerConnection", "1"},
+                                {"serverCallTimeOutPeriod", limit.c_str()},
                                 {nullptr, nullptr}};
     MakeNilReferences();
     int argc = 0;
@@ -23,7 +26,7 @@ CORBA::ORB_ptr StartOrb(unsigned int port) {
 
 }  // namespace
 
-OrbServer::OrbServer(unsigned int port) : orb_(StartOrb(port)) {
+OrbServer::OrbServer(unsigned int port, unsigned int callLimit) : orb_(StartOrb(port, callLimit)) {
     const CORBA::Object_var root = orb_->resolve_initial_references("RootPOA");
     poa_ = PortableServer::POA::_narrow(root);
     addresses_ = std::make_unique<CallerAddressRecording>();

@@ -15,9 +15,10 @@ namespace NS_NORTHBOUND {
 // Thread safety: one thread.
 class OrbServer {
   public:
-    // Port 0: one that is free. Throws std::runtime_error, or what the ORB throws, when there is no
-    // such port.
-    explicit OrbServer(unsigned int port);
+    // Port 0: one that is free. A call that does not arrive, or an answer that is not taken, within
+    // `callLimit` milliseconds or so costs the client its connection. Throws std::runtime_error, or
+    // what the ORB throws, when there is no such port.
+    OrbServer(unsigned int port, unsigned int callLimit);
 
     ~OrbServer() { Stop(); }
 
@@ -27,8 +28,8 @@ class OrbServer {
     // Serves `servant`, which is counted, from now on. Returns where clients find it, as text.
     std::string Serve(PortableServer::ServantBase& servant);
 
-    // Waits for the calls that are being served; no other comes in. Afterwards the ORB is gone.
-    // What the ORB objects to is reported. May be called again.
+    // Waits for the calls that are being served, and so for their limit; no other comes in.
+    // Afterwards the ORB is gone. What the ORB objects to is reported. May be called again.
     void Stop() noexcept;
 
   private:

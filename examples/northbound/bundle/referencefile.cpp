@@ -1,6 +1,8 @@
 // The file in which clients find the agent.
 #include "bundle/referencefile.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
@@ -8,18 +10,27 @@
 
 namespace NS_NORTHBOUND {
 
-ReferenceFile::ReferenceFile(const std::string& path, const std::string& reference) : path_(path) {
-    const std::string draft = path + ".new";
+ReferenceFile::ReferenceFile(const std::string& path) : path_(path) {
+    // What cannot be removed cannot be replaced either, which Write tells.
+    unlink(path_.c_str());
+}
+
+void ReferenceFile::Write(const std::string& reference) {
+    const std::string draft = path_ + ".new";
     std::ofstream out(draft, std::ios::trunc);
     out << reference << '\n';
     out.close();
-    if (!out || std::rename(draft.c_str(), path.c_str()) != 0) {
-        throw std::system_error(errno, std::generic_category(), path);
+    if (!out || std::rename(draft.c_str(), path_.c_str()) != 0) {
+        throw std::system_error(errno, std::generic_category(), path_);
     }
+    isWritten_ = true;
 }
 
-ReferenceFile::~ReferenceFile() {
-    std::remove(path_.c_str());
+void ReferenceFile::Remove() noexcept {
+    if (isWritten_) {
+        unlink(path_.c_str());
+        isWritten_ = false;
+    }
 }
 
 }  // namespace NS_NORTHBOUND

@@ -8,18 +8,24 @@ namespace NS_NORTHBOUND {
 // Thread safety: one thread.
 class ReferenceFile {
   public:
-    // Writes `reference` into a new file and moves it to `path`, so that nobody reads half of it.
-    // Throws std::system_error when it cannot be written.
-    ReferenceFile(const std::string& path, const std::string& reference);
+    // Removes the file at `path`: an agent that was killed has left it, and nobody is found there.
+    explicit ReferenceFile(const std::string& path);
 
-    // Removes the file.
-    ~ReferenceFile();
+    ~ReferenceFile() { Remove(); }
 
     ReferenceFile(const ReferenceFile&) = delete;
     ReferenceFile& operator=(const ReferenceFile&) = delete;
 
+    // Writes `reference` into a new file and moves it to the path, so that nobody reads half of it.
+    // Throws std::system_error when it cannot be written.
+    void Write(const std::string& reference);
+
+    // Removes the file if it has been written. May be called again.
+    void Remove() noexcept;
+
   private:
     const std::string path_;
+    bool isWritten_ = false;
 };
 
 }  // namespace NS_NORTHBOUND
