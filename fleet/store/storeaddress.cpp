@@ -60,7 +60,7 @@ std::string MistakeInAddress(const std::string& url) {
         return WithoutQuotation(text == nullptr ? "" : text);
     }
     for (const PQconninfoOption* option = options.get(); option->keyword != nullptr; ++option) {
-        const std::string mistake = MistakeIn(option->keyword, option->val ? option->val : "");
+        std::string mistake = MistakeIn(option->keyword, option->val ? option->val : "");
         if (!mistake.empty()) {
             return mistake;
         }

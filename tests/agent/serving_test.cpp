@@ -86,8 +86,8 @@ TEST_F(AgentServing, ServiceDiagnosticsGoToTheLogProxyOrElseToTheFallback) {
 }
 
 TEST_F(AgentServing, WithoutALogProxyTheClientsReportOnStandardError) {
-    const auto result =
-        RunWith("x\n", {"--no-log-proxy", "--traffic", "input", "--category", "nothing"});
+    Configure("bundles = qv_base_log\nqv_line_feed.arguments = --category nothing\n");
+    const auto result = RunWith("x\n", {"--no-log-proxy", "--traffic", "input"});
     EXPECT_EQ(result.exitCode, 5);
     EXPECT_THAT(result.errors, HasSubstr("qv_line_feed: there is no log category 'nothing'"));
 }

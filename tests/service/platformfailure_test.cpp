@@ -260,7 +260,7 @@ TEST_F(PlatformFailure, ToRenderTheTimeOfOneFileKeepsNoOtherQueueFromBeingWritte
     constexpr int kOwn = 7;
     const pid_t child = ForkChild();
     if (child == 0) {
-        MakeAndInit();
+        MakeAndInit()->StopService();  // a thread that still starts would meet the exit of ACE
         Manager().outputmode = 1;
         Log("refused");
         Manager().GetLogger("a", "b", "corbasys")->Log("f.cpp", "Run", 7, 1, "written");
