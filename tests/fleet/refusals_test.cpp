@@ -124,23 +124,4 @@ TEST_F(Refusals, AreNotForWhatANewerShipperSends) {
     EXPECT_EQ(Nats().CountMessages(), 1U);
 }
 
-// The stream gives to the next collector what nobody has worked at for ten seconds.
-TEST_F(Refusals, LeaveNoMessageThatIsHeldToOthers) {
-    StartServers(1);
-    constexpr uint64_t states = 80;
-    AddTrigger("TRIGGER", "BEFORE INSERT OR UPDATE ON qv.host", "PERFORM pg_sleep(0.25);");
-    Nats().Publish("host1", "logs.0.host1.debug.one", MarkOf("host1", "\xFF.log"));
-    for (uint64_t i = 0; i < states; ++i) {
-        Nats().Publish("host1", "logs.0.host1.=.state", StateOf("host1", std::to_string(i)));
-    }
-    const auto collector = StartCollector({"--workers", "1"});
-    Watch(*collector);
-    ASSERT_TRUE(collector->WaitForError("logs.0.host1.debug.one: "));
-    const auto other = StartCollector({"--workers", "1"});
-    Watch(*other);
-    Await([&] { return Nats().IsAllSettled(); });
-    // One that reaches a collector when it has just stopped awaiting more may come again.
-    EXPECT_LT(Nats().CountDeliveries(), states + 10);
-}
-
 }  // namespace
