@@ -90,13 +90,6 @@ class NatsServers {
         return isSettled;
     }
 
-    // How many messages collectors were given, each as often as it was.
-    uint64_t CountDeliveries() const {
-        uint64_t count = 0;
-        WithConsumer([&](const jsConsumerInfo& info) { count = info.Delivered.Consumer; });
-        return count;
-    }
-
     // As the host, whatever the message says. Returns when the stream has it.
     void Publish(const std::string& host, const std::string& subject,
                  const NS_LOG_FLEET::Message& message) const {
