@@ -40,12 +40,14 @@ class CommonFormatter {
   private:
     bool Literal(const char* text, size_t length);
     bool Convert(const char*& format, FormatArguments& arguments);
+    bool ConvertAny(const char*& format, FormatArguments& arguments);
     bool Signed(const Conversion& conversion, FormatArguments& arguments);
     bool Unsigned(const Conversion& conversion, FormatArguments& arguments, int base,
                   bool upperCase);
     bool Integer(const Conversion& conversion, std::string_view sign, uint64_t magnitude, int base,
                  bool upperCase);
     bool PlainDecimal(bool negative, uint64_t magnitude);
+    bool PlainFloating(double value, std::chars_format format, int precision);
     bool Floating(const Conversion& conversion, FormatArguments& arguments,
                   std::chars_format format);
     bool PaddedFloating(const Conversion& conversion, double value, std::chars_format format,
@@ -58,8 +60,9 @@ class CommonFormatter {
     // any number.
     bool IsPlain(const Conversion& conversion) const {
         return conversion.width == 0 && !conversion.plus && !conversion.blank &&
-               static_cast<size_t>(end_ - at_) > kMostDigits;
+               HasRoomForNumber();
     }
+    bool HasRoomForNumber() const { return static_cast<size_t>(end_ - at_) > kMostDigits; }
 
     // `prefix`, then `zeros` zeros, then `body`, padded to the width.
     bool Padded(const Conversion& conversion, std::string_view prefix, size_t zeros,
@@ -79,10 +82,39 @@ std::string_view SignOf(const Conversion& conversion, bool negative) {
     return conversion.blank ? " " : "";
 }
 
+uint64_t Magnitude(int64_t value) {
+    const auto bits = static_cast<uint64_t>(value);
+    return value < 0 ? 0 - bits : bits;
+}
+
 // The zeros that the flag 0 asks for in front of `used` characters.
 size_t ZerosToWidth(const Conversion& conversion, size_t used) {
     const auto width = static_cast<size_t>(conversion.width);
     return conversion.zero && !conversion.left && width > used ? width - used : 0;
+}
+
+// What std::fegetround says, which would be a call of another library. In any other mode, one of
+// the two sums differs from 1.
+bool RoundsToNearest() {
+    volatile float little = std::numeric_limits<float>::min();
+    return 1.0F + little == 1.0F - little;
+}
+
+// Whether the C library would write the value with the digits that WriteDigits gives it.
+bool IsLikeLibrary(double value) {
+    const char* point = nl_langinfo(RADIXCHAR);
+    return std::fabs(value) < kMostMagnitude && point[0] == '.' && point[1] == '\0' &&
+           RoundsToNearest();
+}
+
+// REQUIRES: room for kMostDigits.
+char* WriteDigits(double value, std::chars_format format, int precision, char* out) {
+    if (format == std::chars_format::fixed) {
+        if (char* const end = WriteFixedPoint(value, precision, out)) {
+            return end;
+        }
+    }
+    return std::to_chars(out, out + kMostDigits, value, format, precision).ptr;
 }
 
 char* CommonFormatter::Format(const char* format, FormatArguments& arguments) {
@@ -109,23 +141,33 @@ bool CommonFormatter::Literal(const char* text, size_t length) {
     return true;
 }
 
-// Most conversions are a bare letter, or have a precision of one digit. Returns false for any
-// other, and leaves it as it is.
-bool ParseUsual(const char*& format, Conversion& conversion) {
-    if (*format == 'd' || *format == 's' || *format == 'u') {
-        return true;
+// Most conversions are a bare d or s, or an f with a precision of one digit.
+bool CommonFormatter::Convert(const char*& format, FormatArguments& arguments) {
+    if (!HasRoomForNumber()) {
+        return ConvertAny(format, arguments);
     }
-    if (format[0] != '.' || format[1] < '0' || format[1] > '9' || format[2] != 'f') {
-        return false;
+    if (format[0] == 'd') {
+        ++format;
+        const int value = va_arg(arguments.list, int);
+        return PlainDecimal(value < 0, Magnitude(value));
     }
-    conversion.precision = format[1] - '0';
-    format += 2;
-    return true;
+    if (format[0] == 's') {
+        ++format;
+        const char* text = va_arg(arguments.list, const char*);
+        return text != nullptr && Literal(text, std::strlen(text));
+    }
+    if (format[0] == '.' && format[1] >= '0' && format[1] <= '9' && format[2] == 'f') {
+        const int precision = format[1] - '0';
+        format += 3;
+        const double value = va_arg(arguments.list, double);
+        return IsLikeLibrary(value) && PlainFloating(value, std::chars_format::fixed, precision);
+    }
+    return ConvertAny(format, arguments);
 }
 
-bool CommonFormatter::Convert(const char*& format, FormatArguments& arguments) {
+bool CommonFormatter::ConvertAny(const char*& format, FormatArguments& arguments) {
     Conversion conversion;
-    if (!ParseUsual(format, conversion) && !ParseConversion(format, arguments, conversion)) {
+    if (!ParseConversion(format, arguments, conversion)) {
         return false;
     }
     switch (*format++) {
@@ -187,8 +229,7 @@ uint64_t TakeUnsigned(ConversionLength length, FormatArguments& arguments) {
 
 bool CommonFormatter::Signed(const Conversion& conversion, FormatArguments& arguments) {
     const int64_t value = TakeSigned(conversion.length, arguments);
-    const auto bits = static_cast<uint64_t>(value);
-    const uint64_t magnitude = value < 0 ? 0 - bits : bits;
+    const uint64_t magnitude = Magnitude(value);
     if (conversion.precision == kNoPrecision && IsPlain(conversion)) {
         return PlainDecimal(value < 0, magnitude);
     }
@@ -234,23 +275,6 @@ bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sig
     return Padded(conversion, sign, least > body.size() ? least - body.size() : 0, body);
 }
 
-// REQUIRES: room for kMostDigits.
-char* WriteDigits(double value, std::chars_format format, int precision, char* out) {
-    if (format == std::chars_format::fixed) {
-        if (char* const end = WriteFixedPoint(value, precision, out)) {
-            return end;
-        }
-    }
-    return std::to_chars(out, out + kMostDigits, value, format, precision).ptr;
-}
-
-// What std::fegetround says, which would be a call of another library. In any other mode, one of
-// the two sums differs from 1.
-bool RoundsToNearest() {
-    volatile float little = std::numeric_limits<float>::min();
-    return 1.0F + little == 1.0F - little;
-}
-
 bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& arguments,
                                std::chars_format format) {
     if (conversion.length != ConversionLength::kInt &&
@@ -260,14 +284,15 @@ bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& ar
     const double value = va_arg(arguments.list, double);
     const int precision =
         conversion.precision == kNoPrecision ? kDefaultPrecision : conversion.precision;
-    const char* point = nl_langinfo(RADIXCHAR);
-    if (!(std::fabs(value) < kMostMagnitude) || precision > kMostPrecision || point[0] != '.' ||
-        point[1] != '\0' || !RoundsToNearest()) {
+    if (precision > kMostPrecision || !IsLikeLibrary(value)) {
         return false;
     }
-    if (!IsPlain(conversion)) {
-        return PaddedFloating(conversion, value, format, precision);
-    }
+    return IsPlain(conversion) ? PlainFloating(value, format, precision)
+                               : PaddedFloating(conversion, value, format, precision);
+}
+
+// REQUIRES: room for kMostDigits.
+bool CommonFormatter::PlainFloating(double value, std::chars_format format, int precision) {
     if (std::signbit(value)) {
         *at_++ = '-';
     }

@@ -17,9 +17,10 @@ __attribute__((noinline)) inline void CopyLongText(char* to, const char* from, s
 
 // Copies `size` bytes and returns the end of the copy. Texts of up to 32 bytes are copied in two
 // overlapping pieces, which takes half the instructions of a call of memcpy; a record has a dozen
-// of them. Any thread.
-inline char* CopyText(char* to, const char* from, size_t size) {
-    const auto twoPieces = [=](auto piece) {
+// of them. Inlined in any case: the compiler would make a function of it where it is used often.
+// Any thread.
+__attribute__((always_inline)) inline char* CopyText(char* to, const char* from, size_t size) {
+    const auto twoPieces = [=](auto piece) __attribute__((always_inline)) {
         auto last = piece;
         std::memcpy(&piece, from, sizeof piece);
         std::memcpy(&last, from + size - sizeof last, sizeof last);

@@ -5,6 +5,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cerrno>
 
 #include "base/threadannotations.h"
 
@@ -33,7 +34,15 @@ class CAPABILITY("mutex") Mutex {
         }
         return 0;
     }
-    int release() RELEASE() { return mutex_.release(); }
+    int release() RELEASE() {
+        // Not ACE's operation, which is a call of one library more for each record.
+        const int result = ::pthread_mutex_unlock(&mutex_.lock());
+        if (result == 0) {
+            return 0;
+        }
+        errno = result;
+        return -1;
+    }
 
     // Takes the mutex when nobody holds it; returns whether it is held now. Does not wait.
     bool TryAcquire() TRY_ACQUIRE(true) { return mutex_.tryacquire() != -1; }

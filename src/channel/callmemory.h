@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "base/nodestructor.h"
 #include "base/objectpool.h"
 #include "channel/framebuffer.h"
 #include "channel/framestamps.h"
@@ -26,8 +27,12 @@ struct CallMemory {
 // A CallMemory for the length of a call.
 class BorrowedCallMemory {
   public:
-    BorrowedCallMemory();
-    ~BorrowedCallMemory();
+    BorrowedCallMemory() : memory_(Pool()) {}
+    ~BorrowedCallMemory() {
+        if (HasLarge()) {
+            FreeLarge();
+        }
+    }
 
     BorrowedCallMemory(const BorrowedCallMemory&) = delete;
     BorrowedCallMemory& operator=(const BorrowedCallMemory&) = delete;
@@ -39,6 +44,24 @@ class BorrowedCallMemory {
     static void FreeSpares();
 
   private:
+    // More than usual records need. Each thread may keep as much.
+    static constexpr size_t kKeptSize = size_t{16} * 1024;
+
+    // A thread may log while the process exits.
+    static ObjectPool<CallMemory>& Pool() {
+        static NoDestructor<ObjectPool<CallMemory>> pool;
+        return *pool;
+    }
+
+    bool HasLarge() const {
+        const CallMemory& memory = *memory_;
+        return memory.converted.capacity() > kKeptSize || memory.context.Capacity() > kKeptSize ||
+               memory.frame.Capacity() > kKeptSize || memory.spare.Capacity() > kKeptSize;
+    }
+
+    // Not inlined: most calls have nothing large.
+    __attribute__((noinline)) void FreeLarge();
+
     Borrowed<CallMemory> memory_;
 };
 

@@ -81,8 +81,16 @@ void TEDebugInfoBuf::WriteAlone(WaitingRecord& record) {
     waiting_.BeginAlone();  // a thread that comes during the wait for the mutex joins a group
     const Guard fileGuard(fileMutex_);
     waiting_.BeginAlone();  // again: another thread may have called EndAlone meanwhile
-    TryWriteGroup(&record);
+    TryWriteAlone(record);
     waiting_.EndAlone();
+}
+
+void TEDebugInfoBuf::TryWriteAlone(WaitingRecord& record) {
+    statistics_.receivedDirectly.Add(1);
+    try {
+        logFile_->WriteGroup(&record);
+    } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
+    }
 }
 
 void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {

@@ -163,8 +163,10 @@ class TEDebugInfoBuf {
     // Writes the record together with those of the threads that come at the same time.
     void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
 
-    // Writes the records. Swallows exceptions: a record whose write throws is left undone.
-    inline void TryWriteGroup(WaitingRecord* group) REQUIRES(fileMutex_);
+    // Write one record, or those of a group. Swallow exceptions: a record whose write throws is
+    // left undone.
+    inline void TryWriteAlone(WaitingRecord& record) REQUIRES(fileMutex_);
+    __attribute__((noinline)) void TryWriteGroup(WaitingRecord* group) REQUIRES(fileMutex_);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);

@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <new>
@@ -173,15 +174,15 @@ std::error_code CurrentFile::BeginText(FileStream& next, const std::string& path
         return error;
     }
     const WriteResult result = next.Write(lines_.Created());
-    if (!result.error) {
+    if (result.error == 0) {
         statistics_.bytesWritten.Add(result.written);
-        return result.error;
+        return {};
     }
     next.CutBack(result.written);
     if (next.IsNew() && next.IsSameFile(path)) {
         std::remove(path.c_str());
     }
-    return result.error;
+    return result.Error();
 }
 
 // Whether `path` is that of the current file, and it still stands there.
@@ -269,12 +270,12 @@ void CurrentFile::CountEmptied(uint64_t size, const RecordCounts& lost) {
 
 // The first write after a failure: there may be something to take back.
 WriteResult CurrentFile::WriteAgain(std::string_view piece) {
-    WriteResult result{0, TakeBackTorn()};
-    if (!result.error) {
+    WriteResult result{0, TakeBackTorn().value()};
+    if (result.error == 0) {
         result = stream_.Write(piece);
     }
-    if (result.error) {
-        NoteFailure(result.error, path_);
+    if (result.error != 0) {
+        NoteFailure(result.Error(), path_);
     } else {
         CountWritten(result.written);
         NoteSuccess();
@@ -290,9 +291,9 @@ void CurrentFile::KeepOnly(size_t whole, const WriteResult& failed) {
         torn_ = 0;  // the file is left, torn or not
         return;
     }
-    suspect_ = !IsNoRoom(failed.error);
+    suspect_ = !IsNoRoom(failed.Error());
     pause_.Begin();
-    if (!dying_ && failed.error == std::errc::bad_file_descriptor) {
+    if (!dying_ && failed.error == EBADF) {
         // Somebody has closed it. Its number may be that of another file by now.
         stream_.Abandon();
         Leave(stream_.Identity());
@@ -302,10 +303,11 @@ void CurrentFile::KeepOnly(size_t whole, const WriteResult& failed) {
 
 std::error_code CurrentFile::WriteWhole(std::string_view piece) {
     const WriteResult result = Write(piece);
-    if (result.error) {
+    if (result.error != 0) {
         KeepOnly(0, result);
+        return result.Error();
     }
-    return result.error;
+    return {};
 }
 
 // Removes what is left of the last failure: a record written after it would be taken for its rest.

@@ -73,8 +73,8 @@ class CurrentFile {
             return WriteAgain(piece);
         }
         const WriteResult result = stream_.Write(piece);
-        if (result.error) {
-            NoteFailure(result.error, path_);
+        if (result.error != 0) {
+            NoteFailure(result.Error(), path_);
         } else {
             CountWritten(result.written);
         }

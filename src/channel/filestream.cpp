@@ -102,11 +102,11 @@ WriteResult FileStream::WriteRest(std::string_view bytes, ssize_t taken) {
             result.written += static_cast<size_t>(taken);
         } else if (taken == 0) {
             // Trying again might go on for ever.
-            result.error = std::make_error_code(std::errc::io_error);
+            result.error = EIO;
         } else if (errno != EINTR) {
-            result.error = LastError();
+            result.error = errno;
         }
-        if (result.error || result.written == bytes.size()) {
+        if (result.error != 0 || result.written == bytes.size()) {
             return result;
         }
         taken = Append(bytes.substr(result.written));

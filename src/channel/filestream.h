@@ -14,10 +14,13 @@
 namespace NS_LOG_SERVICE1 {
 
 // The result of a write. `written` is the number of bytes that reached the kernel: all of them,
-// unless there is an error.
+// unless there is an error. `error` is a value of errno, or 0. Each record makes a WriteResult, and
+// a std::error_code, even one that says "none", takes a call of another library.
 struct WriteResult {
     size_t written = 0;
-    std::error_code error;
+    int error = 0;
+
+    std::error_code Error() const { return {error, std::generic_category()}; }
 };
 
 // The result of a read. `length` is the number of bytes that were read: all that were asked for,
@@ -80,7 +83,7 @@ class FileStream {
     // Appends `bytes` to the file. After a failure, CutBack can remove what was written.
     WriteResult Write(std::string_view bytes) {
         const ssize_t taken = Append(bytes);
-        return taken == static_cast<ssize_t>(bytes.size()) ? WriteResult{bytes.size(), {}}
+        return taken == static_cast<ssize_t>(bytes.size()) ? WriteResult{bytes.size(), 0}
                                                            : WriteRest(bytes, taken);
     }
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "base/copytext.h"
+#include "channel/recordtag.h"
 #include "qv_base_log/loglevel.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -23,23 +23,9 @@ constexpr std::string_view kDumpEnd =
 // writing the record. Each function returns the end of what it has written, which so stays in a
 // register.
 
-char* Put(char* at, std::string_view text) {
-    return CopyText(at, text.data(), text.size());
-}
-
 template <class Number>
 char* PutDecimal(char* at, Number number) {
     return std::to_chars(at, at + std::numeric_limits<Number>::digits10 + 2, number).ptr;
-}
-
-char* PutTag(char* at, std::string_view number) {
-    return Put(Put(Put(at, "<"), number), ">\n");
-}
-constexpr size_t kTagMarks = sizeof "<>\n" - 1;
-constexpr size_t kMostTagSize = kTagMarks + std::numeric_limits<uint32_t>::digits10 + 1;
-
-char* PutClosingTag(char* at, std::string_view number) {
-    return Put(Put(Put(at, "</"), number), ">\n\n");
 }
 
 std::string_view CutAtZero(std::string_view text) {
@@ -165,15 +151,6 @@ UnnumberedFrame::UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp,
     body_ = memory.Reserve(kMostTagSize + RecordSizeAtMost(stamp, record)) + kMostTagSize;
     end_ = isShort_ ? PutShortLine(body_, stamp, record)
                     : PutFields(body_, stamp, record, kDetailLabel);
-}
-
-std::string_view UnnumberedFrame::WithNumber(std::string_view number) {
-    if (isShort_) {
-        return {body_, static_cast<size_t>(end_ - body_)};
-    }
-    char* const begin = body_ - (number.size() + kTagMarks);
-    PutTag(begin, number);
-    return {begin, static_cast<size_t>(PutClosingTag(end_, number) - begin)};
 }
 
 }  // namespace NS_LOG_SERVICE1

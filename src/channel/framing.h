@@ -5,6 +5,7 @@
 
 #include "channel/framebuffer.h"
 #include "channel/framestamps.h"
+#include "channel/recordtag.h"
 #include "record/logrecord.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -44,7 +45,14 @@ class UnnumberedFrame {
 
     // Writes the number into the frame and returns the whole frame, valid until the next call. May
     // be called again with another number.
-    std::string_view WithNumber(std::string_view number);
+    std::string_view WithNumber(std::string_view number) {
+        if (isShort_) {
+            return {body_, static_cast<size_t>(end_ - body_)};
+        }
+        char* const begin = body_ - (number.size() + kTagMarks);
+        PutTag(begin, number);
+        return {begin, static_cast<size_t>(PutClosingTag(end_, number) - begin)};
+    }
 
   private:
     char* body_ = nullptr;

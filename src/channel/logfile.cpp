@@ -113,14 +113,6 @@ void LogFile::WriteRecords(const RecordQueue& records) {
     });
 }
 
-void LogFile::WriteGroup(WaitingRecord* first) {
-    if (first->next == nullptr && file_.IsSound()) {
-        WriteAlone(*first);
-    } else {
-        WriteBatches(first);
-    }
-}
-
 void LogFile::WriteBatches(WaitingRecord* first) {
     GroupedRecords next{first};
     while (!next.AtEnd()) {
@@ -128,24 +120,10 @@ void LogFile::WriteBatches(WaitingRecord* first) {
     }
 }
 
-// Most groups are one record. Its frame is written from where its thread has made it.
-void LogFile::WriteAlone(WaitingRecord& record) {
-    ++recordNumber_;
-    const std::string_view frame = record.frame.WithNumber(Number());
-    const WriteResult result = file_.Write(frame);
-    if (result.error) {
-        SalvageAlone(record, frame.size(), result);
-        return;
-    }
-    statistics_.recordsWritten.Add(1);
-    record.done = true;
-    RotateIfFull();
-}
-
 // The record's write has failed. It may belong into the next file.
 void LogFile::SalvageAlone(WaitingRecord& record, size_t frameSize, const WriteResult& failed) {
     file_.KeepOnly(0, failed);
-    WriteBatches(Lose(GroupedRecords{&record}, frameSize, failed.error).at);
+    WriteBatches(Lose(GroupedRecords{&record}, frameSize, failed.Error()).at);
 }
 
 // Makes the frames of the records from `first` on that go into one write. Returns the first one
@@ -202,7 +180,7 @@ Records LogFile::WriteBatch(Records first) {
     const Records next = FrameBatch(first, refusal);
     if (!next.Is(first)) {
         const WriteResult result = file_.Write(frames_.Bytes());
-        if (result.error) {
+        if (result.error != 0) {
             return SalvageBatch(first, numberBefore, result);
         }
         statistics_.recordsWritten.Add(recordNumber_ - numberBefore);
@@ -269,7 +247,7 @@ Records LogFile::SalvageBatch(Records first, uint64_t numberBefore, const WriteR
         LeaveFailedFile();
         std::rethrow_exception(refusal);
     }
-    return Lose(lost, frames_.Size(), failed.error);
+    return Lose(lost, frames_.Size(), failed.Error());
 }
 
 // The record, which is numbered already, could not be written. It is lost, unless the file is full
@@ -352,10 +330,7 @@ void LogFile::LeaveFailedFile() {
 
 // No exception comes out: what was written must not look as if it was not. The next piece is
 // written to whatever file there is then.
-void LogFile::RotateIfFull() noexcept {
-    if (file_.Size() < sizeLimit_) {
-        return;
-    }
+void LogFile::BeginNextIfPossible() noexcept {
     try {
         file_.BeginNext();
     } catch (const std::bad_alloc&) {
