@@ -59,8 +59,7 @@ class CommonFormatter {
     // Whether a number can be written where it belongs: no width, no sign but a minus, and room for
     // any number.
     bool IsPlain(const Conversion& conversion) const {
-        return conversion.width == 0 && !conversion.plus && !conversion.blank &&
-               HasRoomForNumber();
+        return conversion.width == 0 && !conversion.plus && !conversion.blank && HasRoomForNumber();
     }
     bool HasRoomForNumber() const { return static_cast<size_t>(end_ - at_) > kMostDigits; }
 
