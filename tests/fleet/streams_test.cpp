@@ -198,6 +198,38 @@ TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
     ExpectStoreHasFiles();
 }
 
+// What was left out may come after all. A shipper that starts anew asks the stream where to begin.
+TEST_F(Streams, LetTheNextShipperBeginWhereARecordWasLeftOut) {
+    StartServers(1);
+    const NS_LOG_FLEET::FileIdentity file{"host1", "one.log", "first\n"};
+    const auto newTarget = [&] {
+        return std::make_unique<NS_LOG_FLEET::StreamTarget>(
+            Nats().AddressOf("host1"), "host1", 1, std::make_shared<NS_LOG_FLEET::Arrivals>());
+    };
+    const auto send = [&](NS_LOG_FLEET::Target& target, int64_t handle, uint64_t offset) {
+        NS_LOG_FLEET::FilePart part;
+        NS_LOG_READER::Piece piece;
+        piece.offset = offset;
+        piece.bytes = "0123456789";
+        part.Add(piece);
+        target.Send(handle, part);
+        target.Flush();
+    };
+    const auto begin = [&] { return newTarget()->Open(file).resumeAt; };
+    const auto target = newTarget();
+    const int64_t handle = target->Open(file).handle;
+    send(*target, handle, 0);
+    send(*target, handle, 10);
+    EXPECT_EQ(begin(), 10U);
+    send(*target, handle, 50);
+    EXPECT_EQ(begin(), 20U);
+    send(*target, handle, 60);
+    EXPECT_EQ(begin(), 20U);
+    send(*target, handle, 20);
+    send(*target, handle, 30);
+    EXPECT_EQ(begin(), 30U);
+}
+
 // Hosts write new files for ever.
 TEST_F(Streams, LeaveNothingBehindOfAFileThatHasGone) {
     StartServers(1);
