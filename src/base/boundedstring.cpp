@@ -66,19 +66,7 @@ bool HasCountConversion(const char* format) {
 
 }  // namespace
 
-int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_list arguments) {
-    if (size == 0) {
-        return -1;
-    }
-    buffer[0] = '\0';
-    if (format == nullptr) {
-        return -1;
-    }
-    const size_t room = Room(size, limit);
-    const int length = FormatCommon(buffer, room, format, arguments);
-    if (length != kNotCommon) {
-        return length;
-    }
+int FormatWithLibrary(char* buffer, size_t room, const char* format, va_list arguments) {
     buffer[0] = '\0';
     if (HasCountConversion(format)) {
         return -1;

@@ -2,10 +2,17 @@
 // string library.
 #pragma once
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstddef>
 
+#include "base/commonformat.h"
+
 namespace NS_LOG_SERVICE1 {
+
+// What vsnprintf_s does with a text that is not common. `room` does not count the zero byte.
+int FormatWithLibrary(char* buffer, size_t room, const char* format, va_list arguments)
+    __attribute__((format(printf, 3, 0)));
 
 // Common to all three: `size` is the size of `buffer`, `limit` is the maximum number of characters
 // to write, without the zero byte. The smaller one applies. A size of 0 writes nothing and fails.
@@ -18,8 +25,20 @@ namespace NS_LOG_SERVICE1 {
 //
 // Uses the C library: the bounds-checked one prints 1e12 with "%.3f" as 10.000e+11, refuses %Lf and
 // %1$s, and empties what it would have to cut.
-int vsnprintf_s(char* buffer, size_t size, size_t limit, const char* format, va_list arguments)
-    __attribute__((format(printf, 4, 0)));
+__attribute__((format(printf, 4, 0))) inline int vsnprintf_s(char* buffer, size_t size,
+                                                             size_t limit, const char* format,
+                                                             va_list arguments) {
+    if (size == 0) {
+        return -1;
+    }
+    buffer[0] = '\0';
+    if (format == nullptr) {
+        return -1;
+    }
+    const size_t room = std::min(size - 1, limit);
+    const int length = FormatCommon(buffer, room, format, arguments);
+    return length != kNotCommon ? length : FormatWithLibrary(buffer, room, format, arguments);
+}
 
 // Formats one of the service's own texts, which consist of plain integers and short strings.
 // Returns the number of characters written, or a negative number when they do not fit. The text is
