@@ -10,13 +10,14 @@
 
 namespace NS_LOG_SERVICE1 {
 
+// Common to vsnprintf_s, snprintf_s and strncpy_s: `size` is the size of `buffer`, `limit` is the
+// maximum number of characters to write, without the zero byte. The smaller one applies. A size of
+// 0 writes nothing and fails. Thread safety: any thread.
+
 // What vsnprintf_s does with a text that is not common. `room` does not count the zero byte.
+// REQUIRES: a buffer, and a format.
 int FormatWithLibrary(char* buffer, size_t room, const char* format, va_list arguments)
     __attribute__((format(printf, 3, 0)));
-
-// Common to all three: `size` is the size of `buffer`, `limit` is the maximum number of characters
-// to write, without the zero byte. The smaller one applies. A size of 0 writes nothing and fails.
-// Thread safety: any thread.
 
 // Formats a client's text. Returns the number of characters written, or a negative number when the
 // text was cut or could not be formatted; what fits is kept either way, and ends with a zero byte.

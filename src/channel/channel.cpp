@@ -5,6 +5,7 @@
 #include "base/clientwork.h"
 #include "base/renew.h"
 #include "bundlemgr/logsupport.h"
+#include "channel/directoutput.h"
 #include "channel/logfilename.h"
 #include "channel/ownrecord.h"
 #include "qv_base_log/loglevel.h"
@@ -37,30 +38,6 @@ void TEDebugInfoBuf::Output(const LogRecord& record) {
     Output(record, *memory);
 }
 
-void TEDebugInfoBuf::Output(const LogRecord& record, CallMemory& memory) {
-    if (record.level == LOG_LEVEL_0) {
-        WriteDump(record, false);
-        return;
-    }
-    const ClientWork work;
-    Acceptance acceptance(this);
-    WaitingRecord waiting(FrameAhead(record, memory));
-    acceptance.Done();
-    if (waiting.frame.IsEmpty()) {
-        WriteFirst(record);
-        return;
-    }
-    if (waiting_.MayWriteAlone()) {
-        WriteAlone(waiting);
-    } else {
-        WriteWithOthers(waiting);
-    }
-    if (!waiting.done) {
-        const Guard fileGuard(fileMutex_);
-        logFile_->WriteRecord(record);
-    }
-}
-
 // There was no file: an exception from its opening is the caller's, and no other thread's.
 void TEDebugInfoBuf::WriteFirst(const LogRecord& record) {
     const Guard fileGuard(fileMutex_);
@@ -68,29 +45,9 @@ void TEDebugInfoBuf::WriteFirst(const LogRecord& record) {
     logFile_->WriteRecord(record);
 }
 
-// Done before the lock is taken, because it needs none. Without an open file there is no frame yet:
-// the time of the file's first line is rendered before that of its first record.
-UnnumberedFrame TEDebugInfoBuf::FrameAhead(const LogRecord& record, CallMemory& memory) {
-    if (!HasFile()) {
-        return UnnumberedFrame();
-    }
-    return UnnumberedFrame(memory.frame, memory.stamps.Of(record), record);
-}
-
-void TEDebugInfoBuf::WriteAlone(WaitingRecord& record) {
-    waiting_.BeginAlone();  // a thread that comes during the wait for the mutex joins a group
+void TEDebugInfoBuf::WriteAgain(const LogRecord& record) {
     const Guard fileGuard(fileMutex_);
-    waiting_.BeginAlone();  // again: another thread may have called EndAlone meanwhile
-    TryWriteAlone(record);
-    waiting_.EndAlone();
-}
-
-void TEDebugInfoBuf::TryWriteAlone(WaitingRecord& record) {
-    statistics_.receivedDirectly.Add(1);
-    try {
-        logFile_->WriteGroup(&record);
-    } catch (...) {  // NOLINT: whose record is not done tries again alone, and meets it then
-    }
+    logFile_->WriteRecord(record);
 }
 
 void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {

@@ -62,6 +62,7 @@ class TEDebugInfoBuf {
     // records that are kept back; none is kept back afterwards. Does not touch the queue. Records
     // of several threads that come at once share their writes.
     void Output(const LogRecord& record) EXCLUDES(bufferMutex_, fileMutex_);
+    // The second one is inlined: see channel/directoutput.h.
     void Output(const LogRecord& record, CallMemory& memory) EXCLUDES(bufferMutex_, fileMutex_);
 
     // Sets the bytes of the texts at which the queue is full, whatever the number of its records;
@@ -149,13 +150,11 @@ class TEDebugInfoBuf {
     // and empties both.
     void WriteDump(const LogRecord& trigger, bool withQueue) EXCLUDES(bufferMutex_, fileMutex_);
 
-    // The inline functions are called for most records.
-
     // Makes the record's frame in `memory`. Returns an empty frame while no file is open.
-    inline UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
+    UnnumberedFrame FrameAhead(const LogRecord& record, CallMemory& memory);
 
     // Writes the record at once. Most come alone.
-    inline void WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
+    void WriteAlone(WaitingRecord& record) EXCLUDES(fileMutex_);
 
     // Writes the record and opens a file if there is none.
     void WriteFirst(const LogRecord& record) EXCLUDES(fileMutex_);
@@ -163,10 +162,11 @@ class TEDebugInfoBuf {
     // Writes the record together with those of the threads that come at the same time.
     void WriteWithOthers(WaitingRecord& record) EXCLUDES(fileMutex_);
 
-    // Write one record, or those of a group. Swallow exceptions: a record whose write throws is
-    // left undone.
-    inline void TryWriteAlone(WaitingRecord& record) REQUIRES(fileMutex_);
-    __attribute__((noinline)) void TryWriteGroup(WaitingRecord* group) REQUIRES(fileMutex_);
+    // Writes a record whose first attempt an exception ended.
+    void WriteAgain(const LogRecord& record) EXCLUDES(fileMutex_);
+
+    // Writes the records. Swallows exceptions: a record whose write throws is left undone.
+    void TryWriteGroup(WaitingRecord* group) REQUIRES(fileMutex_);
 
     // Writes the records of all threads that wait. `own` is the calling thread's.
     void WriteGroup(const WaitingRecord& own) EXCLUDES(fileMutex_);

@@ -16,6 +16,7 @@
 #include "base/nodestructor.h"
 #include "base/objectpool.h"
 #include "bundlemgr/logsupport.h"
+#include "channel/directoutput.h"
 #include "diagnostic/messages.h"
 #include "logger/asndump.h"
 #include "qv_base_log/loglevel.h"
