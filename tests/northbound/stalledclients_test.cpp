@@ -57,6 +57,15 @@ TEST_F(NorthboundStalledClients, DoNotKeepTheAgentFromEndingWhileTheirCallComesI
     ExpectAnEndInOrder();
 }
 
+// The ORB waits for 8 KiB before it takes a call for one.
+TEST_F(NorthboundStalledClients, AreLikeThoseWhoSayNothingWhileLittleOfTheirCallHasCome) {
+    Start("--call-limit 600000");
+    const RawClient client(Reference());
+    client.Send(PartOfACall(client).substr(0, 4000));
+    ASSERT_EQ(Call({"alarms"}).exitCode, 0);
+    ExpectAnEndInOrder();
+}
+
 TEST_F(NorthboundStalledClients, DoNotKeepTheAgentFromEndingWhileTheirAnswersGoOut) {
     Start("--call-limit 2000");
     const RawClient client(Reference());

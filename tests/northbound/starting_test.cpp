@@ -46,6 +46,11 @@ class NorthboundStart : public NS_TEST::NorthboundAgent {
         }
         return addresses;
     }
+
+    static unsigned long ListeningPort(pid_t process) {
+        const std::multiset<std::string> addresses = ListeningAddresses(process);
+        return addresses.empty() ? 0 : std::stoul(addresses.begin()->substr(9), nullptr, 16);
+    }
 };
 
 TEST_F(NorthboundStart, ListensOnThisMachineOnly) {
@@ -58,9 +63,7 @@ TEST_F(NorthboundStart, ListensOnThisMachineOnly) {
 
 TEST_F(NorthboundStart, IsRefusedOnAPortThatIsTaken) {
     Start();
-    const std::multiset<std::string> addresses = ListeningAddresses(agent_->GetId());
-    ASSERT_THAT(addresses, SizeIs(1));
-    const unsigned long port = std::stoul(addresses.begin()->substr(9), nullptr, 16);
+    const unsigned long port = ListeningPort(agent_->GetId());
     NS_TEST::WriteFile(Path("second/conf/corba_agent.cfg"),
                        "bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
                            std::to_string(port) + "\n");
@@ -75,11 +78,27 @@ TEST_F(NorthboundStart, IsRefusedOnAPortThatIsTaken) {
     EXPECT_EQ(Stop(), 0);
 }
 
+TEST_F(NorthboundStart, LeavesAnotherAgentsReferenceWhenItIsRefused) {
+    const std::string common = " --reference " + Path("common.ior");
+    Start("--port 0" + common);
+    const std::string reference = NS_TEST::ReadFile(Path("common.ior"));
+    NS_TEST::WriteFile(Path("second/conf/corba_agent.cfg"),
+                       "bundles = qv_base_log, qv_northbound\nqv_northbound.arguments = --port " +
+                           std::to_string(ListeningPort(agent_->GetId())) + common + "\n");
+    EXPECT_EQ(Run({"--traffic", "none", "--share", Path("second")}).exitCode, 5);
+    EXPECT_EQ(NS_TEST::ReadFile(Path("common.ior")), reference);
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_FALSE(std::filesystem::exists(Path("common.ior")));
+}
+
 TEST_F(NorthboundStart, IsRefusedWithoutTheLoggingService) {
     Configure("bundles = qv_northbound\n");
+    // An agent that was killed has left it; nobody is found there.
+    NS_TEST::WriteFile(Path("northbound.ior"), "IOR:00\n");
     const ChildResult result = Run({"--traffic", "none"});
     EXPECT_EQ(result.exitCode, 5);
     EXPECT_THAT(result.errors, HasSubstr("is its bundle listed in front of this one?"));
+    EXPECT_FALSE(std::filesystem::exists(Path("northbound.ior")));
 }
 
 TEST_F(NorthboundStart, NeedsNoServiceWhenNothingIsLogged) {

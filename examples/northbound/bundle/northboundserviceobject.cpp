@@ -1,6 +1,7 @@
 // The service object of the northbound bundle.
 #include "bundle/northboundserviceobject.h"
 
+#include <cstdio>
 #include <exception>
 #include <map>
 #include <optional>
@@ -23,6 +24,10 @@ const std::map<std::string, Details> kDetails = {{"kept-back", Details::KeptBack
                                                  {"as-configured", Details::AsConfigured},
                                                  {"none", Details::None}};
 
+std::string UsualReference() {
+    return NS_UTIL::SelfUtilCommon::getEnvValue("_APP_SHARE_DIR") + "/northbound.ior";
+}
+
 struct Arguments {
     ServerOptions server;
     std::string details = "kept-back";
@@ -31,7 +36,7 @@ struct Arguments {
 
 bool Read(int argc, char* argv[], Arguments& arguments) {
     ServerOptions& server = arguments.server;
-    server.reference = NS_UTIL::SelfUtilCommon::getEnvValue("_APP_SHARE_DIR") + "/northbound.ior";
+    server.reference = UsualReference();
     const bool read =
         NS_REFERENCE_HOST::ReadArguments(kName, argc, argv,
                                          {{"--reference", server.reference},
@@ -74,6 +79,9 @@ NorthboundServiceObject::NorthboundServiceObject() : ServiceObjectBase(kName, kN
 NorthboundServiceObject::~NorthboundServiceObject() = default;
 
 int NorthboundServiceObject::init(int argc, ACE_TCHAR* argv[]) {
+    // An agent that was killed has left it, and nobody is found there. A share directory has one
+    // agent. What `--reference` names may be that of another one, so it stays until it is replaced.
+    std::remove(UsualReference().c_str());
     Arguments arguments;
     if (!Read(argc, argv, arguments)) {
         return -1;

@@ -16,8 +16,9 @@ namespace NS_NORTHBOUND {
 class OrbServer {
   public:
     // Port 0: one that is free. A call that does not arrive, or an answer that is not taken, within
-    // `callLimit` milliseconds or so costs the client its connection. Throws std::runtime_error, or
-    // what the ORB throws, when there is no such port.
+    // `callLimit` milliseconds or so costs the client its connection. A call of which less than
+    // 8 KiB has come has not begun to arrive for the ORB. Throws std::runtime_error, or what the
+    // ORB throws, when there is no such port.
     OrbServer(unsigned int port, unsigned int callLimit);
 
     ~OrbServer() { Stop(); }

@@ -10,11 +10,6 @@
 
 namespace NS_NORTHBOUND {
 
-ReferenceFile::ReferenceFile(const std::string& path) : path_(path) {
-    // What cannot be removed cannot be replaced either, which Write tells.
-    unlink(path_.c_str());
-}
-
 void ReferenceFile::Write(const std::string& reference) {
     const std::string draft = path_ + ".new";
     std::ofstream out(draft, std::ios::trunc);

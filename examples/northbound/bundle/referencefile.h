@@ -8,8 +8,8 @@ namespace NS_NORTHBOUND {
 // Thread safety: one thread.
 class ReferenceFile {
   public:
-    // Removes the file at `path`: an agent that was killed has left it, and nobody is found there.
-    explicit ReferenceFile(const std::string& path);
+    // Leaves what stands at `path`, which may be that of another agent.
+    explicit ReferenceFile(const std::string& path) : path_(path) {}
 
     ~ReferenceFile() { Remove(); }
 
