@@ -157,12 +157,35 @@ qv_name_foreign_files() {
     fi
 }
 
+# The packages whose files a compilation reads, and their versions.
+qv_compiled_with() {
+    dpkg-query --show --showformat='${Package} ${Version}\n' 2>/dev/null |
+        LC_ALL=C grep -E '^(g\+\+|gcc|cpp|clang|[^ ]*-dev )' | LC_ALL=C sort
+}
+
+# qv_forget_older_headers DIRECTORY: removes what was compiled there with packages that have been upgraded
+# since. The files of a package have the date of its making, so new headers may look older than what was
+# compiled with the old ones: the build would leave that as it is, and the compiler would refuse its
+# precompiled headers.
+qv_forget_older_headers() {
+    local directory=$1 packages
+    packages=$(qv_compiled_with) || return 0
+    if ! [[ -e $directory/packages ]]; then
+        cmake --build "$directory" --target clean >/dev/null
+    elif [[ -n $(LC_ALL=C comm -23 "$directory/packages" - <<<"$packages") ]]; then
+        echo "Packages that ${directory##*/} was compiled with have changed; compiling it anew." >&2
+        cmake --build "$directory" --target clean >/dev/null
+    fi
+    printf '%s\n' "$packages" >"$directory/packages"
+}
+
 # qv_configure ROOT PRESET [OPTION...]: configures the preset. A build directory that was made for
 # another place (a copied tree, say) cannot be used, so a failure is tried again from scratch.
 qv_configure() {
     local root=$1 preset=$2
     shift 2
-    (cd "$root" && { cmake --preset "$preset" "$@" || cmake --fresh --preset "$preset" "$@"; }) \
+    (cd "$root" && { cmake --preset "$preset" "$@" || cmake --fresh --preset "$preset" "$@"; } &&
+        qv_forget_older_headers "$root/build/$preset") \
         </dev/null || { qv_name_foreign_files "$root/build"; return 1; }
 }
 

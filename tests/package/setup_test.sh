@@ -16,8 +16,10 @@ fail() {
 mkdir "$work/bin"
 cat >"$work/bin/dpkg-query" <<'SCRIPT'
 #!/bin/sh
+[ $# -gt 2 ] || exec cat "$work/versions"
 [ "${3#here}" = "$3" ] || echo installed
 SCRIPT
+printf '#!/bin/sh\necho "$*" >>"$work/builds"\n' >"$work/bin/cmake"
 # Fails as often as the file of its command says, with the words that stand there.
 cat >"$work/bin/apt-get" <<'SCRIPT'
 #!/bin/sh
@@ -79,6 +81,24 @@ if ((EUID != 0)); then
     [[ $(qv_name_foreign_files /etc/passwd 2>&1) == "/etc/passwd belongs to root"* ]] ||
         fail "the owner of a file of root's is not named"
 fi
+
+# What was compiled with a package that has been upgraded is compiled anew, and nothing else is.
+builds_after() {
+    printf '%s\n' "$@" >"$work/versions"
+    rm -f "$work/builds"
+    (export work PATH="$work/bin:$PATH" && qv_forget_older_headers "$work/build") \
+        >"$work/output" 2>"$work/errors" || fail "looking for upgraded packages ended with $?"
+    [[ ! -s $work/output ]] || fail "it writes to the agent's output"
+    cat "$work/builds" 2>/dev/null || true
+}
+[[ -n $(builds_after "libz-dev 1" "bash 1") ]] || fail "what was compiled with unknown packages is kept"
+[[ -z $(builds_after "libz-dev 1" "bash 2") ]] || fail "a package without headers counts"
+[[ -z $(builds_after "liba-dev 1" "libz-dev 1") ]] || fail "a package that is new counts"
+[[ $(builds_after "liba-dev 1" "libz-dev 2") == "--build $work/build --target clean" ]] ||
+    fail "what was compiled with an older package is kept"
+grep -q "build was compiled with have changed" "$work/errors" || fail "it does not say why it compiles"
+[[ -z $(builds_after "liba-dev 1" "libz-dev 2") ]] || fail "it compiles anew each time"
+[[ -n $(builds_after "liba-dev 1" "g++ 2") ]] || fail "a package that has gone does not count"
 
 # A step of several commands ends at the first one that fails, and the script with it.
 fails_in_the_middle() {
