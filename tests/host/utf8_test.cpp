@@ -2,10 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <random>
 #include <string>
-#include <unordered_map>
+#include <vector>
 
 #include "bundlemgr/logsupport.h"
 
@@ -44,17 +45,15 @@ class ReferenceConversion {
         std::string result;
         for (size_t at = 0; at < text.size();) {
             size_t length = 0;  // of the longest piece that is known; no character begins another
-            bool isWhole = false;
-            uint64_t packed = 1;
+            size_t piece = 0;
             for (; at + length < text.size(); ++length) {
-                packed = Append(packed, text[at + length]);
-                const auto found = known_.find(packed);
-                if (found == known_.end()) {
+                const size_t longer = known_[piece].longer[ByteAt(text, at + length)];
+                if (longer == 0) {
                     break;
                 }
-                isWhole = found->second;
+                piece = longer;
             }
-            result += isWhole ? text.substr(at, length) : kReplacement;
+            result += known_[piece].isWhole ? text.substr(at, length) : kReplacement;
             at += std::max<size_t>(length, 1);
         }
         return result;
@@ -67,20 +66,39 @@ class ReferenceConversion {
                 continue;
             }
             const std::string character = Encode(point);
-            uint64_t packed = 1;
-            for (size_t i = 0; i < character.size(); ++i) {
-                packed = Append(packed, character[i]);
-                known_[packed] = i + 1 == character.size();
+            size_t piece = 0;
+            for (size_t i = 0; i + 1 < character.size(); ++i) {
+                piece = Lengthen(piece, ByteAt(character, i));
             }
+            known_[piece].longer[ByteAt(character, character.size() - 1)] = kWhole;
         }
     }
 
-    static uint64_t Append(uint64_t packed, char byte) {
-        return packed << 8 | static_cast<unsigned char>(byte);
+    static unsigned char ByteAt(const std::string& text, size_t at) {
+        return static_cast<unsigned char>(text[at]);
     }
 
-    // Packed behind a one, and whether it is a whole character.
-    std::unordered_map<uint64_t, bool> known_;
+    // Returns the place of the piece with one byte more.
+    size_t Lengthen(size_t piece, unsigned char byte) {
+        if (known_[piece].longer[byte] == 0) {
+            known_.emplace_back();
+            known_[piece].longer[byte] = static_cast<uint16_t>(known_.size() - 1);
+        }
+        return known_[piece].longer[byte];
+    }
+
+    // A beginning of characters, or a whole one.
+    struct Piece {
+        bool isWhole = false;
+        // The places of those with one byte more; 0 where there is none.
+        std::array<uint16_t, 0x100> longer = {};
+    };
+
+    // All whole characters share a place, since none begins another.
+    static constexpr uint16_t kWhole = 1;
+
+    // The empty piece, the whole characters, and all beginnings.
+    std::vector<Piece> known_ = {{false, {}}, {true, {}}};
 };
 
 std::string Hex(const std::string& text) {
