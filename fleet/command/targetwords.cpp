@@ -30,7 +30,8 @@ std::string SchemeAndHost(const std::string& url) {
     const std::string hosts = user == std::string::npos ? rest : rest.substr(user + 1);
     const size_t end = hosts.find_first_not_of(plain);
     if (scheme == std::string::npos) {
-        return end == std::string::npos ? url : "";
+        // A colon or an @ may stand in front of a password.
+        return end == std::string::npos && user == std::string::npos ? url : "";
     }
     // Behind a question mark, a password may stand as well.
     const bool isHost = user == std::string::npos || rest.find('?') > user;

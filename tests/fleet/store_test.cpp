@@ -72,6 +72,9 @@ TEST(StoreAddress, IsShownWithoutAPasswordWhenItIsNone) {
         {"mysql://h/db?password=x@cret", "mysql://"},
         {"mysql://db.example/db?password=cret", "mysql://db.example"},
         {"host=h password=cret", ""},
+        {"shipper:cret@store", ""},
+        {"postgresql:/shipper:cret@store", ""},
+        {"postgresql:cret@x", ""},
         {"store", "store"}};
     for (const auto& [url, text] : shown) {
         const NS_TEST::ChildResult result =
