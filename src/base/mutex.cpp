@@ -1,7 +1,5 @@
 #include "base/mutex.h"
 
-#include <sched.h>
-
 #include <ctime>
 
 #include "base/deadline.h"
@@ -17,12 +15,6 @@ constexpr int kPatience = 10;
 // Before the last look; about a tenth of a microsecond. A thread that looks for longer slows down
 // the one that holds the mutex.
 constexpr int kMostPauses = 8;
-
-// Then a thread lets others run and looks again, up to this many times. Where more threads log than
-// there are processors, the holder probably waits for one. A thread that slept would have to be
-// woken by the holder, and would then take the processor from it or from the thread that writes a
-// queue: eight threads with one queue took 1.6 times as long for a record (docs/performance.md).
-constexpr int kYields = 10;
 
 // On the clock that somebody may set: then the patience is shorter or longer once.
 struct timespec EndOfPatience() {
@@ -45,12 +37,6 @@ bool Mutex::AcquireSoon() {
         for (int i = 0; i < pauses; ++i) {
             Pause();
         }
-        if (::pthread_mutex_trylock(&mutex_.lock()) == 0) {
-            return true;
-        }
-    }
-    for (int i = 0; i < kYields; ++i) {
-        ::sched_yield();
         if (::pthread_mutex_trylock(&mutex_.lock()) == 0) {
             return true;
         }

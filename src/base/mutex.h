@@ -14,9 +14,8 @@ namespace NS_LOG_SERVICE1 {
 // Taken through a LockGuard. Both operations return what ACE's do: -1, with errno set, for a
 // failure.
 //
-// A thread that finds the mutex taken looks again for a short while, then lets other threads run a
-// few times, and sleeps in the end. Most of the service's locks are held for less time than the
-// kernel takes to wake a thread.
+// A thread that finds the mutex taken looks again for a short while before it sleeps. Most of the
+// service's locks are held for less time than the kernel takes to wake a thread.
 //
 // For the same reason a woken thread may find the mutex taken again by a thread that logs without a
 // pause, tens of thousands of times in a row. So a thread that has waited for 10 ms counts as
