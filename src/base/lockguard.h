@@ -15,6 +15,9 @@ template <class Lock>
 class SCOPED_CAPABILITY LockGuard {
   public:
     explicit LockGuard(Lock& lock) ACQUIRE(lock) : lock_(lock) { Acquire(); }
+    // For a lock that can be waited for in several ways.
+    template <class Wait>
+    LockGuard(Lock& lock, Wait wait) ACQUIRE(lock) : lock_(lock), held_(lock.acquire(wait) != -1) {}
     ~LockGuard() RELEASE() { Release(); }
 
     LockGuard(const LockGuard&) = delete;

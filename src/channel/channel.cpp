@@ -87,7 +87,7 @@ void TEDebugInfoBuf::AppendOutputInfo(const LogRecord& record) {
     Acceptance acceptance(this);
     const size_t packedSize = PackedSize(record);
     RecordQueue full;
-    Guard bufferGuard(bufferMutex_);
+    Guard bufferGuard(bufferMutex_, MutexWait::kYieldThenSleep);
     while (!queue_.HasRoomFor(packedSize)) {
         bufferGuard.Release();
         RecordQueue::Chunks chunk = RecordQueue::MakeChunk(packedSize);

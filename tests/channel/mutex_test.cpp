@@ -17,14 +17,15 @@ namespace {
 
 using namespace NS_TEST;
 
-class MutexTurns : public FrozenClockTest {
+// For threads that wait in either way.
+class MutexTurns : public FrozenClockTest, public ::testing::WithParamInterface<MutexWait> {
   protected:
     MutexTurns() { Calls().StopMonotonicClock(); }
 
     // A thread that takes the mutex, notes its name and lets go of it.
     std::thread Taker(char name) {
         return std::thread([this, name] {
-            const LockGuard<Mutex> guard(mutex_);
+            const LockGuard<Mutex> guard(mutex_, GetParam());
             order_ += name;
         });
     }
@@ -40,7 +41,7 @@ class MutexTurns : public FrozenClockTest {
 };
 
 // Whoever logs without a pause would take it again before the one that waits has woken up.
-TEST_F(MutexTurns, OneThatHasWaitedForLongComesBeforeTheHolderComesAgain) {
+TEST_P(MutexTurns, OneThatHasWaitedForLongComesBeforeTheHolderComesAgain) {
     for (int i = 0; i < 5; ++i) {
         order_.clear();
         LockGuard<Mutex> guard(mutex_);
@@ -56,7 +57,7 @@ TEST_F(MutexTurns, OneThatHasWaitedForLongComesBeforeTheHolderComesAgain) {
 }
 
 // Each of those that come later waits, however many they are.
-TEST_F(MutexTurns, OneThatHasWaitedForLongComesBeforeAllThatComeLater) {
+TEST_P(MutexTurns, OneThatHasWaitedForLongComesBeforeAllThatComeLater) {
     LockGuard<Mutex> guard(mutex_);
     std::thread waiting = Taker('w');
     AwaitImpatient(1);
@@ -73,7 +74,7 @@ TEST_F(MutexTurns, OneThatHasWaitedForLongComesBeforeAllThatComeLater) {
 }
 
 // The one whose turn it is may not get a processor for long.
-TEST_F(MutexTurns, NobodyWaitsForEverForTheTurnOfAnotherOne) {
+TEST_P(MutexTurns, NobodyWaitsForEverForTheTurnOfAnotherOne) {
     LockGuard<Mutex> guard(mutex_);
     std::thread waiting = Taker('w');
     AwaitImpatient(1);
@@ -89,7 +90,7 @@ TEST_F(MutexTurns, NobodyWaitsForEverForTheTurnOfAnotherOne) {
     EXPECT_EQ(mutex_.ImpatientThreads(), 0);
 }
 
-TEST_F(MutexTurns, ThoseOfTheParentDoNotCountInAChildProcess) {
+TEST_P(MutexTurns, ThoseOfTheParentDoNotCountInAChildProcess) {
     mutex_.BeforeFork();
     std::thread waiting = Taker('w');
     AwaitImpatient(1);
@@ -105,12 +106,12 @@ TEST_F(MutexTurns, ThoseOfTheParentDoNotCountInAChildProcess) {
 }
 
 // A call that logs must not change what its caller looks at next.
-TEST_F(MutexTurns, WaitingDoesNotTouchTheErrorOfTheCaller) {
+TEST_P(MutexTurns, WaitingDoesNotTouchTheErrorOfTheCaller) {
     LockGuard<Mutex> guard(mutex_);
     int error = 0;
     std::thread waiting([this, &error] {
         errno = ENOENT;
-        const LockGuard<Mutex> own(mutex_);
+        const LockGuard<Mutex> own(mutex_, GetParam());
         error = errno;
     });
     AwaitImpatient(1);
@@ -118,6 +119,13 @@ TEST_F(MutexTurns, WaitingDoesNotTouchTheErrorOfTheCaller) {
     waiting.join();
     EXPECT_EQ(error, ENOENT);
 }
+
+std::string NameOf(const ::testing::TestParamInfo<MutexWait>& info) {
+    return info.param == MutexWait::kSleep ? "Sleeping" : "YieldingFirst";
+}
+
+INSTANTIATE_TEST_SUITE_P(Waits, MutexTurns,
+                         ::testing::Values(MutexWait::kSleep, MutexWait::kYieldThenSleep), NameOf);
 
 }  // namespace
 }  // namespace NS_LOG_SERVICE1
