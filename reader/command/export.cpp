@@ -1,26 +1,31 @@
 #include <sqlite3.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 
 #include "command/commands.h"
 #include "command/session.h"
+#include "command/unfinishedfile.h"
 #include "output/field.h"
 #include "query/badrequest.h"
 
 namespace NS_LOG_READER {
 namespace {
 
-// One table, filled in one go. It has its name when it is complete; nothing is left of it when that
-// fails, and a file of another name when the program is killed.
+// One table, filled in one go. It has its name when it is complete.
 //
 // Thread safety: one thread.
 class Database {
   public:
-    explicit Database(const std::string& path) : path_(path), unfinished_(path + ".unfinished") {
-        RemoveUnfinished();
+    explicit Database(const std::string& path) : path_(path), file_(path) {
+        if (!file_.Descriptor().IsOpen()) {
+            throw std::runtime_error(path + ": " + std::strerror(errno));
+        }
         sqlite3* opened = nullptr;
-        const int result = sqlite3_open(unfinished_.c_str(), &opened);
+        const int result = sqlite3_open(file_.Path().c_str(), &opened);
         database_.reset(opened);
         Require(result);
         // A database that is not finished is of no use, so nothing is done to save it.
@@ -37,14 +42,6 @@ class Database {
                                    ("INSERT INTO records VALUES (" + places + ")").c_str(), -1,
                                    &prepared, nullptr));
         insert_.reset(prepared);
-    }
-
-    ~Database() {
-        if (!isDone_) {
-            insert_.reset();
-            database_.reset();
-            RemoveUnfinished();
-        }
     }
 
     Database(const Database&) = delete;
@@ -73,8 +70,7 @@ class Database {
             "COMMIT");
         insert_.reset();
         database_.reset();
-        std::filesystem::rename(unfinished_, path_);
-        isDone_ = true;
+        file_.Finish();
     }
 
   private:
@@ -92,11 +88,6 @@ class Database {
         return SQLITE_MISUSE;
     }
 
-    void RemoveUnfinished() const {
-        std::error_code ignored;
-        std::filesystem::remove(unfinished_, ignored);
-    }
-
     void Require(int result) const {
         if (result != SQLITE_OK) {
             throw std::runtime_error(path_ + ": " + sqlite3_errmsg(database_.get()));
@@ -108,10 +99,9 @@ class Database {
     }
 
     const std::string path_;
-    const std::string unfinished_;
+    UnfinishedFile file_;
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> database_{nullptr, &sqlite3_close};
     std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> insert_{nullptr, &sqlite3_finalize};
-    bool isDone_ = false;
 };
 
 }  // namespace

@@ -1,13 +1,8 @@
 #include "command/pagefile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -57,43 +52,6 @@ std::string FindTarget(const std::string& path) {
     return target.string();
 }
 
-// Nobody may read the page who could not read the one that it replaces.
-void TakeOverRights(int descriptor, const std::string& replaced) {
-    struct stat status {};
-    if (::stat(replaced.c_str(), &status) != 0) {
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        ::fchmod(descriptor, 0666 & ~mask);
-        return;
-    }
-    mode_t mode = status.st_mode & 0777;
-    const bool hasGroup = ::fchown(descriptor, status.st_uid, status.st_gid) == 0 ||
-                          ::fchown(descriptor, static_cast<uid_t>(-1), status.st_gid) == 0;
-    if (!hasGroup) {
-        // Another group is no more than others are.
-        mode = (mode & 0707) | (mode & 07) << 3;
-    }
-    ::fchmod(descriptor, mode);
-}
-
-// What an interrupt removes.
-std::atomic<const char*> unfinishedPage = "";
-
-void RemoveAndEnd(int signal) {
-    ::unlink(unfinishedPage);
-    ::signal(signal, SIG_DFL);
-    ::raise(signal);
-}
-
-// What is ignored stays so.
-void RemoveWhenInterrupted() {
-    for (const int interrupt : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
-        if (::signal(interrupt, &RemoveAndEnd) == SIG_IGN) {
-            ::signal(interrupt, SIG_IGN);
-        }
-    }
-}
-
 }  // namespace
 
 PageFile::PageFile(const std::string& path, const std::vector<std::string>& paths,
@@ -106,36 +64,19 @@ PageFile::PageFile(const std::string& path, const std::vector<std::string>& path
         path_ = FindTarget(path);
     }
     RefuseLogFile(path_, paths, series);
-    descriptor_ =
-        isReplaced ? MakeUnfinished() : FileDescriptor(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!descriptor_.IsOpen()) {
-        const int reason = errno;
-        unfinishedPage = "";
-        throw BadRequest(path + ": " + std::strerror(reason));
+    if (isReplaced) {
+        unfinished_ = std::make_unique<UnfinishedFile>(path_);
+    } else {
+        special_ = FileDescriptor(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
     }
-}
-
-// With a name of its own: others may be made beside it.
-FileDescriptor PageFile::MakeUnfinished() {
-    unfinished_ = path_ + ".unfinished-XXXXXX";
-    unfinishedPage = unfinished_.c_str();
-    RemoveWhenInterrupted();
-    return FileDescriptor(::mkostemp(unfinished_.data(), O_CLOEXEC));
-}
-
-PageFile::~PageFile() {
-    if (!unfinished_.empty()) {
-        std::error_code ignored;
-        fs::remove(unfinished_, ignored);
+    if (Descriptor() < 0) {
+        throw BadRequest(path + ": " + std::strerror(errno));
     }
-    unfinishedPage = "";
 }
 
 void PageFile::Finish() {
-    if (!unfinished_.empty()) {
-        TakeOverRights(descriptor_.Get(), path_);
-        fs::rename(unfinished_, path_);
-        unfinished_.clear();
+    if (unfinished_) {
+        unfinished_->Finish();
     }
 }
 

@@ -11,6 +11,7 @@ namespace {
 
 using namespace NS_TEST;
 using testing::HasSubstr;
+using testing::Not;
 
 class Report : public ReaderProgram {
   protected:
@@ -89,6 +90,22 @@ TEST_F(Report, WorksByKeyboardInABrowser) {
     EXPECT_THAT(seen, HasSubstr("\n2 of 6\n6 of 6\n2 of 6"));
 }
 
+// Any number may stand where a record's level stands.
+TEST_F(Report, ShowsRecordsOfOtherLevelsAndWithoutAText) {
+    if (!HasBrowser()) {
+        GTEST_SKIP() << "chromium is not installed";
+    }
+    WriteFile(Path(LogName("oper", 1)),
+              LogFrame(1, Fields(1, "odd", -7)) + LogFrame(2, Fields(2, "")));
+    EXPECT_EQ(Run({"report", "--html", Path("page.html"), Path()}).exitCode, 0);
+    const std::string seen = Browse(R"(
+        document.body.replaceChildren(
+            [...document.querySelectorAll('.row')].map(row => row.textContent + '<').join('\n')); )");
+    EXPECT_THAT(seen, HasSubstr("L-7 oper         odd&lt;\n"));
+    EXPECT_THAT(seen, HasSubstr("oper         &lt;"));
+    EXPECT_THAT(seen, Not(HasSubstr("undefined&lt;")));
+}
+
 TEST_F(Report, ShowsAHundredThousandRecords) {
     if (!HasBrowser()) {
         GTEST_SKIP() << "chromium is not installed";
@@ -133,24 +150,33 @@ TEST_F(Export, MakesATableOfAllFields) {
     EXPECT_EQ(Run({"export", "--to", "oracle", Path("new.db"), Path()}).exitCode, 2);
 }
 
-// One that is interrupted leaves nothing that could be taken for a database, or be in the way.
+// One that fails or is interrupted leaves nothing that could be taken for a database.
 TEST_F(Export, HasItsNameWhenItIsComplete) {
     if (!MayTrace()) {
         GTEST_SKIP() << kNoTrace;
     }
     WriteSample();
-    WriteFile(Path("out.db.unfinished"), "of one that was killed");
-    const ProgramResult failed =
-        RunProgram({"strace", "-qq", "-o", "/dev/null", "-e", "trace=rename,renameat,renameat2",
-                    "-e", "inject=rename,renameat,renameat2:error=EIO", QVLOG, "export", "--to",
-                    "sqlite", Path("out.db"), Path()},
-                   {{"ASAN_OPTIONS", "detect_leaks=0"}});
-    EXPECT_EQ(failed.exitCode, 2);
-    EXPECT_FALSE(std::filesystem::exists(Path("out.db")));
-    EXPECT_FALSE(std::filesystem::exists(Path("out.db.unfinished")));
+    std::filesystem::create_directory(Path("out"));
+    for (const std::string fault : {"error=EIO", "error=EIO:signal=SIGTERM"}) {
+        const ProgramResult failed = RunProgram(
+            {"strace", "-qq", "-o", "/dev/null", "-e", "trace=rename,renameat,renameat2", "-e",
+             "inject=rename,renameat,renameat2:" + fault, "env", "--default-signal", QVLOG,
+             "export", "--to", "sqlite", Path("out/out.db"), Path()},
+            {{"ASAN_OPTIONS", "detect_leaks=0"}});
+        EXPECT_NE(failed.exitCode, 0);
+        EXPECT_TRUE(std::filesystem::is_empty(Path("out"))) << fault;
+    }
+    EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out/out.db"), Path()}).exitCode, 0);
+    EXPECT_TRUE(std::filesystem::exists(Path("out/out.db")));
+}
+
+// Another export may write it, or it is somebody's.
+TEST_F(Export, TouchesNoOtherFile) {
+    WriteSample();
+    WriteFile(Path("out.db.unfinished"), "somebody's");
     EXPECT_EQ(Run({"export", "--to", "sqlite", Path("out.db"), Path()}).exitCode, 0);
-    EXPECT_TRUE(std::filesystem::exists(Path("out.db")));
-    EXPECT_FALSE(std::filesystem::exists(Path("out.db.unfinished")));
+    EXPECT_EQ(ReadFile(Path("out.db.unfinished")), "somebody's");
+    EXPECT_EQ(Run({"export", "--to", "sqlite", Path("none/out.db"), Path()}).exitCode, 2);
 }
 
 }  // namespace
