@@ -1,11 +1,13 @@
 #include "input/series.h"
 
+#include <sys/stat.h>
 #include <time.h>
 
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <tuple>
 #include <utility>
 
@@ -29,6 +31,20 @@ bool TakeEnd(std::string_view& text, std::string_view end) {
     }
     text.remove_suffix(end.size());
     return true;
+}
+
+// Of its original, or of another copy. `found` is sorted.
+bool IsCopy(const std::string& path, const std::vector<std::string>& found) {
+    const std::string original = path.substr(0, path.rfind(".log") + 4);
+    for (const std::string& other : {original, original + ".gz"}) {
+        if (other == path) {
+            return false;
+        }
+        if (std::binary_search(found.begin(), found.end(), other)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool IsSecond(std::string_view text) {
@@ -119,8 +135,7 @@ class Collection {
         }
         std::sort(found.begin(), found.end());
         for (const std::string& file : found) {
-            const std::string original = file.substr(0, file.rfind(".log") + 4);
-            if (original == file || !std::binary_search(found.begin(), found.end(), original)) {
+            if (!IsCopy(file, found)) {
                 AddFile(file);
             }
         }
@@ -138,8 +153,7 @@ class Collection {
         }
         file.isCompressed = IsCompressedName(path);
         std::vector<LogFile>& files = files_[key];
-        const auto isSame = [&](const LogFile& other) { return other.name.path == path; };
-        if (std::any_of(files.begin(), files.end(), isSame)) {
+        if (!IsNew(path)) {
             return;
         }
         try {
@@ -150,7 +164,15 @@ class Collection {
         }
     }
 
+    // One file may have several paths.
+    bool IsNew(const std::string& path) {
+        struct stat status {};
+        return ::stat(path.c_str(), &status) != 0 ||
+               known_.emplace(status.st_dev, status.st_ino).second;
+    }
+
     std::vector<std::string>& problems_;
+    std::set<std::pair<dev_t, ino_t>> known_;
     std::map<Key, std::vector<LogFile>> files_;
 };
 

@@ -48,9 +48,10 @@ void AddSeries(const Series& place, std::vector<LogFile> files, std::vector<Seri
 void SortSeries(std::vector<Series>& all);
 
 // The series of the given files and directories (of these, all files with names of log files; a
-// compressed copy beside its original does not count). A file with another name is a series by
-// itself. Process numbers recur: a series ends where the numbers start again. The order is that of
-// creation. What cannot be read is reported into `problems`, one text each.
+// compressed copy beside its original or another copy does not count). A file with several paths is
+// taken once. A file with another name is a series by itself. Process numbers recur: a series ends
+// where the numbers start again. The order is that of creation. What cannot be read is reported
+// into `problems`, one text each.
 std::vector<Series> FindSeries(const std::vector<std::string>& paths,
                                std::vector<std::string>& problems);
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "reader/logtext.h"
+#include "support/childprocess.h"
 #include "support/files.h"
 #include "support/temporarydirectory.h"
 
@@ -85,6 +86,22 @@ TEST_F(SeriesDiscovery, LeavesOutACompressedCopyBesideItsOriginal) {
     Write(LogName("oper", 1), 1, LogFrame(1));
     WriteFile(Path(LogName("oper", 1) + ".gz"), "being written");
     EXPECT_THAT(Find({Path()}), ElementsAre("oper: " + LogName("oper", 1)));
+}
+
+TEST_F(SeriesDiscovery, TakesOneOfTwoCompressedCopies) {
+    Write(LogName("oper", 1), 1, LogFrame(1));
+    EXPECT_EQ(RunProgram({{"gzip", Path(LogName("oper", 1))}}).exitCode, 0);
+    WriteFile(Path(LogName("oper", 1) + ".zst"), "being written");
+    EXPECT_THAT(Find({Path()}), ElementsAre("oper: " + LogName("oper", 1) + ".gz"));
+    EXPECT_TRUE(problems_.empty());
+}
+
+TEST_F(SeriesDiscovery, TakesAFileWithSeveralPathsOnce) {
+    const std::string name = LogName("oper", 1);
+    Write(name, 1, LogFrame(1));
+    std::filesystem::create_symlink(name, Path("link.log"));
+    EXPECT_THAT(Find({Path(), Path(name), Path("./" + name), Path("link.log")}),
+                ElementsAre("oper: " + name));
 }
 
 TEST_F(SeriesDiscovery, TakesAnyFileThatIsNamed) {
