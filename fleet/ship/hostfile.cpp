@@ -1,5 +1,6 @@
 #include "ship/hostfile.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "input/bytesource.h"
@@ -26,7 +27,7 @@ void HostFile::NoteSuccess() {
 }
 
 bool HostFile::NoteLeftOut(const LeftOut& piece) {
-    leftOut += piece.size;
+    leftOut.push_back(piece);
     if (!omission.empty()) {
         return false;
     }
@@ -36,8 +37,18 @@ bool HostFile::NoteLeftOut(const LeftOut& piece) {
     return true;
 }
 
+uint64_t HostFile::LeftOutSize() const {
+    uint64_t size = 0;
+    for (const LeftOut& piece : leftOut) {
+        size += piece.size;
+    }
+    return size;
+}
+
 void HostFile::SetOffset(uint64_t offset) {
-    leftOut = 0;
+    leftOut.erase(std::remove_if(leftOut.begin(), leftOut.end(),
+                                 [&](const LeftOut& piece) { return piece.offset >= offset; }),
+                  leftOut.end());
     file->SetOffset(offset);
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ship/shippedfile.h"
 #include "ship/target.h"
@@ -30,8 +31,8 @@ struct HostFile {
     std::string failure;       // why it could not be read the last time; empty: it could
     int failures = 0;          // so many times in a row
     ShippedFile::Clock::time_point failed{};
-    uint64_t leftOut = 0;  // so many bytes were too large to be sent
-    std::string omission;  // what is said of the first of them; empty: there are none
+    std::vector<LeftOut> leftOut;  // the pieces that were too large to be sent
+    std::string omission;          // what is said of the first of them; empty: there are none
 
     // Waiting or reading on will bring something of it.
     bool HasMoreToSend() const {
@@ -51,7 +52,9 @@ struct HostFile {
     // A piece of it is not sent. True: it is the first.
     bool NoteLeftOut(const LeftOut& piece);
 
-    // Goes on there.
+    uint64_t LeftOutSize() const;
+
+    // Goes on there. What was left out in front of it stays left out.
     void SetOffset(uint64_t offset);
 
     // Opens an idle file. Throws ReadError.

@@ -93,6 +93,7 @@ bool Shipper::Run() {
 // on.
 void Shipper::Connect() {
     target_ = makeTarget_();
+    hasSentPart_ = false;
     for (HostFile& file : files_) {
         file.isOpen = false;
     }
@@ -140,7 +141,10 @@ bool Shipper::Work() {
         if (!hasSent || Clock::now() - flushed_ >= kFlushInterval) {
             target_->Flush();
             flushed_ = Clock::now();
-            NoteSuccess();
+            // A piece that was left out shows nothing of the target.
+            if (hasSentPart_ || !hasSent) {
+                NoteSuccess();
+            }
             LookAtIdle();
         }
         if (Clock::now() - told_ >= kStateInterval) {
@@ -185,7 +189,7 @@ void Shipper::DropRemovedFiles() {
             Report(removed.path + " was removed before it could be read to its end");
         }
         if (removed.isOpen && !isThere) {
-            target_->NoteGone(removed.target.handle, removed.leftOut + unread);
+            target_->NoteGone(removed.target.handle, removed.LeftOutSize() + unread);
         }
     }
 }
@@ -277,7 +281,8 @@ void Shipper::BeginAgain(HostFile& file) {
             std::to_string(offset) + " of " + std::to_string(end));
     // What is sent again by an order had arrived before.
     const uint64_t lost = end - std::min(end, std::max(offset, file.target.resumeAt));
-    const uint64_t leftOut = std::exchange(file.leftOut, 0);
+    const uint64_t leftOut = file.LeftOutSize();
+    file.leftOut.clear();
     file.omission.clear();
     const bool wasOpen = std::exchange(file.isOpen, false);
     file.isSentAgain = false;
@@ -323,6 +328,7 @@ bool Shipper::SendFrom(HostFile& file) {
     }
     const size_t size = part.bytes.size();
     target_->Send(file.target.handle, std::move(part));
+    hasSentPart_ = true;
     const Clock::time_point now = Clock::now();
     SleepUntil(now + pace_.Spend(size, now));
     return true;
@@ -335,7 +341,7 @@ void Shipper::NoteEnd(HostFile& file) {
         file.isSentAgain = false;
     }
     // A target that lacks some of it does not have all.
-    if (file.leftOut == 0) {
+    if (file.leftOut.empty()) {
         target_->NoteComplete(file.target.handle, file.file->Size());
     }
 }

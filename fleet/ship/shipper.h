@@ -86,7 +86,8 @@ class Shipper {
     Clock::time_point told_{};
     std::chrono::milliseconds pause_{0};
     bool hasWorked_ = false;
-    int refusals_ = 0;  // in a row, by a target that has worked
+    bool hasSentPart_ = false;  // to this target
+    int refusals_ = 0;          // in a row, by a target that has worked
     std::string problem_;
     bool hasTrouble_ = false;
     std::atomic<bool> isStopped_{false};

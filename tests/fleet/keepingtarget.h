@@ -31,7 +31,9 @@ struct Kept {
     std::vector<HostState> states;  // what the host has said
     int failures = 0;               // so many parts are taken and not kept
     int parts = 0;
+    int refusals = 0;  // so many parts are refused for good
     bool takesGaps = false;
+    bool resumesBehindGaps = false;
     bool isAway = false;                     // it is asked in vain
     bool forgets = false;                    // all that it had, when the second file is complete
     std::function<void()> whenSent = [] {};  // what happens when it has taken a part
@@ -46,7 +48,8 @@ class KeepingTarget final : public Target {
     TargetFile Open(const FileIdentity& file) override {
         const std::optional<KnownFile> known = Find(file);
         if (known) {
-            return {known->handle, known->arrived, known->isComplete};
+            const uint64_t resumeAt = kept_.resumesBehindGaps ? known->size : known->arrived;
+            return {known->handle, resumeAt, known->isComplete};
         }
         kept_.files.push_back({file, "", false, false, false, 0, std::nullopt});
         return {static_cast<int64_t>(kept_.files.size() - 1), 0, false};
@@ -67,6 +70,10 @@ class KeepingTarget final : public Target {
 
     void Send(int64_t handle, FilePart part) override {
         ++kept_.parts;
+        if (kept_.refusals > 0) {
+            --kept_.refusals;
+            throw TargetError("the target refuses", false);
+        }
         if (kept_.failures > 0) {
             --kept_.failures;
             throw TargetError("the target is away", true);

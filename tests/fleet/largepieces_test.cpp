@@ -121,6 +121,28 @@ TEST_F(LargePieces, CountAsLostWhenTheirFileIsRemoved) {
     EXPECT_EQ(kept_.states.back().problem, "");
 }
 
+// Leaving a piece out is no success of the target.
+TEST_F(LargePieces, DoNotHideThatTheTargetRefusesWhatFollows) {
+    WriteFile(LogPath(), TextWithLargeRecord());
+    EXPECT_FALSE(Ship());
+    kept_.refusals = 1;
+    EXPECT_THROW(Ship(), TargetError);
+}
+
+TEST_F(LargePieces, StayLeftOutWhenANewTargetGoesOnBehindThem) {
+    WriteFile(LogPath(), TextWithLargeRecord());
+    kept_.resumesBehindGaps = true;
+    bool hasFailed = false;
+    kept_.whenSent = [&] {
+        if (kept_.files[0].gap && !std::exchange(hasFailed, true)) {
+            throw TargetError("the target is away", true);
+        }
+    };
+    EXPECT_FALSE(Ship());
+    EXPECT_TRUE(hasFailed);
+    EXPECT_FALSE(kept_.files[0].isComplete);
+}
+
 TEST_F(LargePieces, AreSentUpToTheLimit) {
     std::string text = TextWithLargeRecord();
     text.erase(LargeAt() + kStamp.size() + 1, kStamp.size() + 2);
