@@ -95,7 +95,12 @@ StreamTarget::~StreamTarget() {
     for (const auto& [handle, file] : files_) {
         const uint64_t lowest = window_->Lowest(handle, none);
         Arrival& arrival = (*arrivals_)[file.subject];
-        arrival.end = std::max(arrival.end, std::min({lowest, file.sent, file.gap}));
+        const uint64_t end = std::min(lowest, file.sent);
+        // What is sent again has not come by its gap yet.
+        if (end >= arrival.end) {
+            arrival.end = end;
+            arrival.gap = file.gap < end ? file.gap : UINT64_MAX;
+        }
         arrival.isMarked = file.isMarked && lowest == none;
     }
     KeepForAWhile(window_);
@@ -150,6 +155,7 @@ TargetFile StreamTarget::Open(const FileIdentity& identity) {
     const Arrival arrival = known == arrivals_->end() ? Arrival() : known->second;
     file.isMarked = last.isMark || arrival.isMarked;
     file.sent = std::max(last.low, arrival.end);
+    file.gap = arrival.gap;
     const TargetFile opened{nextHandle_++, file.sent, file.isMarked};
     files_.emplace(opened.handle, std::move(file));
     return opened;
@@ -282,7 +288,8 @@ void StreamTarget::NoteGone(int64_t handle, uint64_t) {
 // What was sent has arrived: the shipper flushes before it says so.
 void StreamTarget::NoteComplete(int64_t handle, uint64_t size) {
     File& file = files_.at(handle);
-    if (file.isMarked) {
+    // A file with a gap is never complete, whoever has it open.
+    if (file.isMarked || file.gap != UINT64_MAX) {
         return;
     }
     Message message;

@@ -18,7 +18,8 @@ namespace NS_LOG_FLEET {
 
 // How far the files of each subject have arrived, as the targets of one program saw it.
 struct Arrival {
-    uint64_t end = 0;
+    uint64_t end = 0;           // without what was left out
+    uint64_t gap = UINT64_MAX;  // where something was left out in front of the end
     bool isMarked = false;
 };
 using Arrivals = std::map<std::string, Arrival>;
