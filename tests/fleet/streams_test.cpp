@@ -198,6 +198,16 @@ TEST_F(Streams, TakesOnlyServersOfItsAuthorityForMembers) {
     ExpectStoreHasFiles();
 }
 
+void SendTenBytes(NS_LOG_FLEET::Target& target, int64_t handle, uint64_t offset) {
+    NS_LOG_FLEET::FilePart part;
+    NS_LOG_READER::Piece piece;
+    piece.offset = offset;
+    piece.bytes = "0123456789";
+    part.Add(piece);
+    target.Send(handle, part);
+    target.Flush();
+}
+
 // What was left out may come after all. A shipper that starts anew asks the stream where to begin.
 TEST_F(Streams, LetTheNextShipperBeginWhereARecordWasLeftOut) {
     StartServers(1);
@@ -206,28 +216,48 @@ TEST_F(Streams, LetTheNextShipperBeginWhereARecordWasLeftOut) {
         return std::make_unique<NS_LOG_FLEET::StreamTarget>(
             Nats().AddressOf("host1"), "host1", 1, std::make_shared<NS_LOG_FLEET::Arrivals>());
     };
-    const auto send = [&](NS_LOG_FLEET::Target& target, int64_t handle, uint64_t offset) {
-        NS_LOG_FLEET::FilePart part;
-        NS_LOG_READER::Piece piece;
-        piece.offset = offset;
-        piece.bytes = "0123456789";
-        part.Add(piece);
-        target.Send(handle, part);
-        target.Flush();
-    };
     const auto begin = [&] { return newTarget()->Open(file).resumeAt; };
     const auto target = newTarget();
     const int64_t handle = target->Open(file).handle;
-    send(*target, handle, 0);
-    send(*target, handle, 10);
+    SendTenBytes(*target, handle, 0);
+    SendTenBytes(*target, handle, 10);
     EXPECT_EQ(begin(), 10U);
-    send(*target, handle, 50);
+    SendTenBytes(*target, handle, 50);
     EXPECT_EQ(begin(), 20U);
-    send(*target, handle, 60);
+    SendTenBytes(*target, handle, 60);
     EXPECT_EQ(begin(), 20U);
-    send(*target, handle, 20);
-    send(*target, handle, 30);
+    SendTenBytes(*target, handle, 20);
+    SendTenBytes(*target, handle, 30);
     EXPECT_EQ(begin(), 30U);
+}
+
+// A stream that refuses now and then would be filled with what is behind the gap, again and again.
+TEST_F(Streams, HaveAShipperGoOnBehindWhatItLeftOutItself) {
+    StartServers(1);
+    const NS_LOG_FLEET::FileIdentity file{"host1", "one.log", "first\n"};
+    const auto arrivals = std::make_shared<NS_LOG_FLEET::Arrivals>();
+    const auto newTarget = [&] {
+        return std::make_unique<NS_LOG_FLEET::StreamTarget>(Nats().AddressOf("host1"), "host1", 1,
+                                                            arrivals);
+    };
+    const auto arrived = [&] { return newTarget()->Find(file)->arrived; };
+    auto target = newTarget();
+    int64_t handle = target->Open(file).handle;
+    SendTenBytes(*target, handle, 0);
+    SendTenBytes(*target, handle, 50);
+    target = newTarget();
+    const NS_LOG_FLEET::TargetFile opened = target->Open(file);
+    EXPECT_EQ(opened.resumeAt, 60U);
+    SendTenBytes(*target, opened.handle, 60);
+    EXPECT_EQ(arrived(), 10U);
+    target->NoteComplete(opened.handle, 70);
+    target->Flush();
+    target = newTarget();
+    handle = target->Open(file).handle;
+    SendTenBytes(*target, handle, 0);
+    target = newTarget();
+    EXPECT_EQ(target->Open(file).resumeAt, 70U);
+    EXPECT_FALSE(newTarget()->Find(file)->isComplete);
 }
 
 // Hosts write new files for ever.
