@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 namespace NS_LOG_FLEET {
@@ -26,6 +27,13 @@ class Pace {
         free_ += std::chrono::duration_cast<Clock::duration>(
             std::chrono::duration<double>(static_cast<double>(bytes) / static_cast<double>(rate_)));
         return std::max(free_ - now, Clock::duration::zero());
+    }
+
+    // What is taken of one file before the next one has its turn. With a limit, what goes at once
+    // is sent within a quarter of a second.
+    size_t PartSize() const {
+        constexpr size_t most = size_t{1} << 20;
+        return rate_ == 0 ? most : std::clamp<uint64_t>(rate_ / 4, 1, most);
     }
 
   private:

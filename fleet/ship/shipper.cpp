@@ -13,14 +13,6 @@ namespace {
 
 using NS_LOG_READER::ReadError;
 
-// What is taken of one file before the next one has its turn.
-constexpr size_t kPartSize = size_t{1} << 20;
-
-// With a limit, what goes at once is sent within a quarter of a second.
-size_t PartSize(uint64_t bytesPerSecond) {
-    return bytesPerSecond == 0 ? kPartSize : std::clamp<uint64_t>(bytesPerSecond / 4, 1, kPartSize);
-}
-
 constexpr std::chrono::seconds kStateInterval{5};
 constexpr std::chrono::milliseconds kFlushInterval{500};
 
@@ -319,7 +311,7 @@ bool Shipper::SendFrom(HostFile& file) {
     if (!OpenAtTarget(file)) {
         return false;
     }
-    if (!file.file->ReadPart(PartSize(settings_.bytesPerSecond), part)) {
+    if (!file.file->ReadPart(pace_.PartSize(), part)) {
         const std::optional<LeftOut> piece = file.file->TakeLeftOut();
         if (piece && file.NoteLeftOut(*piece)) {
             ReportLasting(file.omission);

@@ -291,6 +291,13 @@ TEST(Pace, SpreadsBytesOverTime) {
     EXPECT_EQ(Pace(0).Spend(1000000, start), milliseconds(0));
 }
 
+TEST(Pace, TakesPartsThatAreSentSoon) {
+    EXPECT_EQ(Pace(0).PartSize(), 1048576U);
+    EXPECT_EQ(Pace(1000).PartSize(), 250U);
+    EXPECT_EQ(Pace(1).PartSize(), 1U);
+    EXPECT_EQ(Pace(1000000000).PartSize(), 1048576U);
+}
+
 std::atomic<int> stopOrders{0};
 
 TEST(StopOrders, AreTakenAsLongAsThereIsSomebodyToStop) {
