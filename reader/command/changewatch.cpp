@@ -21,6 +21,11 @@ constexpr uint32_t kChanges =
 // What a directory tells when another one takes the place of one in it.
 constexpr uint32_t kNameChanges = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM;
 
+// Of opening a process: there is none, or the number is that of another one's thread.
+bool IsNoProcess(int error) {
+    return error == ESRCH || error == EINVAL || error == ENOENT;
+}
+
 }  // namespace
 
 ChangeWatch::ChangeWatch() : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
@@ -59,15 +64,22 @@ void ChangeWatch::WatchName(const fs::path& path) {
     }
 }
 
-void ChangeWatch::WatchProcess(int64_t process) {
-    if (process > 0 && processes_.count(process) == 0) {
-        FileDescriptor descriptor(
-            static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(process), 0)));
-        if (descriptor.IsOpen()) {
-            processes_.emplace(process, std::move(descriptor));
-            ended_.erase(process);
-        }
+std::string ChangeWatch::WatchProcess(int64_t process) {
+    const auto known = processes_.find(process);
+    if (process <= 0 || (known != processes_.end() && known->second.IsOpen())) {
+        return "";
     }
+    FileDescriptor descriptor(
+        static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(process), 0)));
+    const int error = descriptor.IsOpen() ? 0 : errno;
+    if (IsNoProcess(error)) {
+        processes_.erase(process);
+        return "";
+    }
+    processes_[process] = std::move(descriptor);
+    ended_.erase(process);
+    return error == 0 ? ""
+                      : std::string("the end of processes is not seen: ") + std::strerror(error);
 }
 
 // Whether one of the events is wanted.

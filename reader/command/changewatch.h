@@ -23,8 +23,9 @@ class ChangeWatch {
     // to be watched again. Throws ReadError; that it comes back is waited for all the same.
     void WatchDirectory(const std::string& directory);
 
-    // Watches for the end of a process; one that does not exist has ended already.
-    void WatchProcess(int64_t process);
+    // Watches for the end of a process; one that does not exist has ended already. Returns why its
+    // end will not be seen, in which case it counts as alive; empty: it will.
+    std::string WatchProcess(int64_t process);
 
     // Waits for a change, or for the end of a process, of which it forgets earlier ones. False:
     // nobody reads the output any more.
@@ -42,9 +43,9 @@ class ChangeWatch {
     bool IsWanted(const inotify_event& event) const;
 
     FileDescriptor events_;
-    std::set<int> directories_;                   // everything in them is wanted
-    std::map<int, std::set<std::string>> names_;  // in others, what has these names
-    std::map<int64_t, FileDescriptor> processes_;
+    std::set<int> directories_;                    // everything in them is wanted
+    std::map<int, std::set<std::string>> names_;   // in others, what has these names
+    std::map<int64_t, FileDescriptor> processes_;  // not open: its end will not be seen
     std::set<int64_t> ended_;
 };
 

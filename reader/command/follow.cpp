@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "command/changewatch.h"
@@ -13,6 +14,7 @@
 #include "command/session.h"
 #include "command/verification.h"
 #include "query/badrequest.h"
+#include "query/mergedstream.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -22,6 +24,10 @@ namespace fs = std::filesystem;
 // Of a log file that may still be written; compressed ones are not.
 std::optional<NameParts> ParseFollowedName(const std::string& path) {
     return IsCompressedName(path) ? std::nullopt : ParseLogFileName(path);
+}
+
+std::string DirectoryOf(const std::string& path) {
+    return fs::path(path).parent_path().string();
 }
 
 // Nothing would ever come from another path.
@@ -62,7 +68,7 @@ class Follow {
   private:
     void FindDirectories() {
         for (const std::string& path : options_.paths) {
-            const std::string parent = fs::path(path).parent_path().string();
+            const std::string parent = DirectoryOf(path);
             directories_.insert(fs::is_directory(path) ? path : parent.empty() ? "." : parent);
         }
     }
@@ -100,12 +106,13 @@ class Follow {
         while (wasClosed) {
             WatchAll(false);
             FindFiles(false);
-            wasClosed = PrintNew() && !unopened_.empty();
+            wasClosed = PrintNew() && isUnopened_;
         }
     }
 
     // Opens what there is new. `isFirst`: what these files hold is past.
     void FindFiles(bool isFirst) {
+        isUnopened_ = false;
         for (const std::string& path : options_.paths) {
             std::error_code error;
             if (!fs::is_directory(path, error)) {
@@ -135,81 +142,130 @@ class Follow {
     void AddFile(const std::string& path, bool isFirst) {
         LogFileName name;
         struct stat status {};
-        if (!IsWanted(path, name) || ::stat(path.c_str(), &status) != 0) {
-            return;
-        }
-        const std::pair<std::string, ino_t> file(path, status.st_ino);
-        if (!known_.insert(file).second || IsOpen(status)) {
+        if (!IsWanted(path, name) || ::stat(path.c_str(), &status) != 0 || IsOpen(IdOf(status))) {
             return;
         }
         try {
-            WatchTarget(path);
-            const auto unopened = unopened_.find(file);
-            const off_t past = unopened != unopened_.end() ? unopened->second : 0;
-            OpenNew(name, isFirst ? status.st_size : past, isFirst);
-            unopened_.erase(file);
-        } catch (const ReadError& error) {
-            known_.erase(file);
-            if (unopened_.emplace(file, isFirst ? status.st_size : 0).second) {
-                output_.Problems().NoteTroubleOnce(error.what());
+            if (!Resume(path, status)) {
+                OpenNew(name, IdOf(status), isFirst);
             }
+        } catch (const ReadError& error) {
+            // Told once, and tried again.
+            isUnopened_ = true;
+            unopened_.emplace(IdOf(status), isFirst ? status.st_size : 0);
+            output_.Problems().NoteTroubleOnce(error.what());
         }
     }
 
-    // `past`: how many bytes of it were there at first.
-    void OpenNew(const LogFileName& name, off_t past, bool isFirst) {
-        auto file = std::make_unique<FollowedFile>(name, series_++);
-        if (past > 0) {
-            // What stands there without an end and has been for long is not written any more.
-            file->SkipTo(static_cast<uint64_t>(past), !file->IsQuiet() || IsAlive(name.process));
+    // Opens a file that is at rest and was changed. False: it is not at rest.
+    bool Resume(const std::string& path, const struct stat& status) {
+        const auto place = atRest_.find(IdOf(status));
+        if (place == atRest_.end()) {
+            return false;
         }
-        if (isFirst && file->IsClosed()) {
+        FollowedFile& file = *place->second;
+        if (file.Name().path != path && !IsAt(file.Name().path, IdOf(status))) {
+            // Another file has its number now.
+            atRest_.erase(place);
+            return false;
+        }
+        if (file.HasChanged(status) && file.Resume()) {
+            WatchProcess(file.Name().process);
+            open_.push_back(std::move(place->second));
+            atRest_.erase(place);
+        }
+        return true;
+    }
+
+    void OpenNew(const LogFileName& name, FileId id, bool isFirst) {
+        std::string& newest = newest_[{DirectoryOf(name.path), name.category, name.process}];
+        newest = std::max(newest, name.path);
+        WatchTarget(name.path);
+        auto file = std::make_unique<FollowedFile>(name, series_++);
+        if (IsOpen(file->Id())) {
+            return;  // it was renamed meanwhile
+        }
+        const auto unopened = unopened_.find(id);
+        if (isFirst || unopened != unopened_.end()) {
+            // What stands there without an end and has been for long is not written any more.
+            file->SkipTo(isFirst ? file->Size() : static_cast<uint64_t>(unopened->second),
+                         !IsUnwritten(*file));
+            unopened_.erase(id);
+        }
+        if (isFirst && (file->IsClosed() || IsUnwritten(*file))) {
+            PutToRest(std::move(file));
             return;
         }
-        watch_.WatchProcess(name.process);
-        files_.push_back(std::move(file));
+        WatchProcess(name.process);
+        open_.push_back(std::move(file));
+    }
+
+    void WatchProcess(int64_t process) {
+        const std::string problem = watch_.WatchProcess(process);
+        if (!problem.empty()) {
+            output_.Problems().NoteTroubleOnce(problem);
+        }
     }
 
     // A file that was renamed is still followed.
-    bool IsOpen(const struct stat& status) const {
-        return std::any_of(files_.begin(), files_.end(),
-                           [&](const auto& file) { return file->IsFile(status); });
+    bool IsOpen(FileId id) const {
+        return std::any_of(open_.begin(), open_.end(),
+                           [&](const auto& file) { return file->Id() == id; });
     }
 
-    // The last records that stood there when the files were opened.
+    static bool IsAt(const std::string& path, FileId id) {
+        struct stat status {};
+        return ::stat(path.c_str(), &status) == 0 && IdOf(status) == id;
+    }
+
+    // The last records that stood there when the files were found, those of compressed ones too.
     void PrintPast() {
+        std::map<std::string, const FollowedFile*> files;
         std::map<std::string, uint64_t> ends;
-        for (const auto& file : files_) {
-            ends[file->Name().path] = file->Offset();
+        const auto add = [&](const FollowedFile& file) {
+            files[file.Name().path] = &file;
+            ends[file.Name().path] = file.Offset();
+        };
+        for (const auto& file : open_) {
+            add(*file);
         }
+        for (const auto& [id, file] : atRest_) {
+            add(*file);
+        }
+        // What is being written beyond is not torn.
+        output_.Problems().TellOnlyBefore(std::move(ends));
         Session session(options_, output_.Problems());
         output_.PrintPast(*session.Open(output_.GetMatcher(), {}, true), [&](const Found& found) {
-            const auto end = ends.find(found.record.origin->path);
-            return known_.count({found.record.origin->path, Inode(found)}) != 0 &&
-                   (end == ends.end() || found.record.offset < end->second);
+            const std::string& path = found.record.origin->path;
+            const bool isCompressed = IsCompressedName(path);
+            const auto file = files.find(path.substr(0, path.rfind(".log") + 4));
+            if (file == files.end()) {
+                return isCompressed;
+            }
+            return found.record.offset < file->second->Offset() &&
+                   (isCompressed || IsAt(path, file->second->Id()));
         });
-    }
-
-    static ino_t Inode(const Found& found) {
-        struct stat status {};
-        return ::stat(found.record.origin->path.c_str(), &status) == 0 ? status.st_ino : 0;
+        output_.Problems().TellOnlyBefore({});
     }
 
     // Everything that was written since the last look, by time. True: files were closed.
     bool PrintNew() {
         // Judged before they are read, which is then to their end.
         const std::set<const FollowedFile*> removed = FindRemoved();
-        std::vector<KeptRecord> fresh;
-        for (const auto& file : files_) {
+        std::vector<std::unique_ptr<RecordStream>> streams;
+        for (const auto& file : open_) {
             try {
                 const bool mayGrow = removed.count(file.get()) == 0 && MayGrow(*file);
-                file->ReadNew(mayGrow, output_.GetMatcher(), output_.Problems(),
-                              [&](const Found& found) { fresh.emplace_back(found); });
+                auto records = file->ReadNew(mayGrow, output_.GetMatcher(), output_.Problems());
+                if (records) {
+                    streams.push_back(std::move(records));
+                }
             } catch (const ReadError& error) {
-                output_.Problems().NoteTrouble(error.what());
+                output_.Problems().NoteTroubleOnce(error.what());
             }
         }
-        output_.PrintNew(std::move(fresh));
+        MergedStream records(std::move(streams), false);
+        output_.PrintNew(records);
         return CloseDoneFiles(removed);
     }
 
@@ -220,47 +276,51 @@ class Follow {
         return !isLastLook && !watch_.HasEnded(file.Name().process);
     }
 
+    // That the process is not seen alone says little: it may live in another container.
+    static bool IsUnwritten(const FollowedFile& file) {
+        return file.IsQuiet() && !IsAlive(file.Name().process);
+    }
+
     // The files that nobody can open any more and their process does not write.
     std::set<const FollowedFile*> FindRemoved() const {
         std::set<const FollowedFile*> removed;
-        for (const auto& file : files_) {
-            if (file->IsRemoved() && (file->IsClosed() || !IsAlive(file->Name().process))) {
+        for (const auto& file : open_) {
+            if (file->IsRemoved() && (file->IsClosed() || IsUnwritten(*file))) {
                 removed.insert(file.get());
             }
         }
         return removed;
     }
 
-    // The newest file of a process may be emptied and written again, even when it was closed. That
-    // the process is not seen alone says little: it may live in another container.
+    // Nothing is expected of it. The newest file of a process may be emptied and written again,
+    // even when it was closed.
     bool IsDone(const FollowedFile& file) const {
         const LogFileName& name = file.Name();
-        if (file.IsClosed() && file.IsQuiet() && !IsAlive(name.process)) {
-            return true;
-        }
-        return file.IsClosed() && std::any_of(files_.begin(), files_.end(), [&](const auto& other) {
-                   return other->Name().category == name.category &&
-                          other->Name().process == name.process && other->Name().path > name.path;
-               });
+        const auto newest = newest_.find({DirectoryOf(name.path), name.category, name.process});
+        return IsUnwritten(file) ||
+               (file.IsClosed() && newest != newest_.end() && newest->second > name.path);
     }
 
     bool CloseDoneFiles(const std::set<const FollowedFile*>& removed) {
-        // Judged before any is removed.
+        const size_t count = open_.size();
         std::vector<std::unique_ptr<FollowedFile>> kept;
-        std::vector<bool> isDone;
-        for (auto& file : files_) {
-            isDone.push_back(removed.count(file.get()) != 0 || IsDone(*file));
-        }
-        for (size_t i = 0; i < files_.size(); ++i) {
-            if (!isDone[i]) {
-                kept.push_back(std::move(files_[i]));
-            } else if (files_[i]->IsRemoved()) {
-                // Its number may come again with another file of that name.
-                known_.erase({files_[i]->Name().path, files_[i]->Inode()});
+        for (auto& file : open_) {
+            if (removed.count(file.get()) != 0) {
+                file.reset();
+            } else if (IsDone(*file) && !file->IsRemoved()) {
+                PutToRest(std::move(file));
+            } else {
+                kept.push_back(std::move(file));
             }
         }
-        files_.swap(kept);
-        return files_.size() < kept.size();
+        open_.swap(kept);
+        return open_.size() < count;
+    }
+
+    void PutToRest(std::unique_ptr<FollowedFile> file) {
+        file->Rest();
+        const FileId id = file->Id();
+        atRest_[id] = std::move(file);
     }
 
     const Options& options_;
@@ -268,10 +328,15 @@ class Follow {
     ChangeWatch watch_;
     std::set<std::string> directories_;
     std::set<std::string> gone_;  // of these, told once
-    std::vector<std::unique_ptr<FollowedFile>> files_;
-    std::set<std::pair<std::string, ino_t>> known_;
-    // What could not be opened, and how much of it is past. Told once, and tried again.
-    std::map<std::pair<std::string, ino_t>, off_t> unopened_;
+    std::vector<std::unique_ptr<FollowedFile>> open_;
+    // What is opened again once it is changed: a file may be emptied or continued long after
+    // another one of its process was begun, when the clock shows an hour twice.
+    std::map<FileId, std::unique_ptr<FollowedFile>> atRest_;
+    // What could not be opened, and how much of it is past.
+    std::map<FileId, off_t> unopened_;
+    bool isUnopened_ = false;  // by the last look
+    // The last name of each process's files of a category in a directory.
+    std::map<std::tuple<std::string, std::string, int64_t>, std::string> newest_;
     size_t series_ = 0;
 };
 

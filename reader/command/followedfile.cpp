@@ -1,10 +1,13 @@
 #include "command/followedfile.h"
 
 #include <algorithm>
+#include <ctime>
+#include <limits>
 #include <utility>
 
 #include "format/recordparser.h"
 #include "input/boundary.h"
+#include "input/piecescanner.h"
 #include "query/seriesstream.h"
 
 namespace NS_LOG_READER {
@@ -20,114 +23,167 @@ constexpr time_t kLong = 60;
 
 }  // namespace
 
-FollowedFile::FollowedFile(LogFileName name, size_t series)
-    : name_(std::move(name)), series_(series), file_(name_.path) {
-    if (::stat(name_.path.c_str(), &status_) != 0) {
-        throw ReadError(name_.path + " has gone");
+// What is there of a file from one place to another.
+class FollowedFile::NewRecords final : public RecordStream {
+  public:
+    NewRecords(FollowedFile& file, bool mayGrow, const Matcher& matcher, ProblemListener& problems)
+        : file_(file),
+          matcher_(matcher),
+          problems_(problems),
+          end_(static_cast<uint64_t>(file.status_.st_size)),
+          scanner_(*file.file_, file.offset_) {
+        if (mayGrow) {
+            scanner_.ExpectGrowth();
+        }
     }
-    StartAt(0, true);
+
+    bool Next(Found& found) override {
+        found.record.origin = &file_.name_;
+        while (NextRecord(found.record)) {
+            found.series = file_.series_;
+            found.ordinal = file_.ordinal_++;
+            found.order = time_;
+            if (matcher_.Matches(found.record)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    Time FirstTime() const override { return std::numeric_limits<Time>::min(); }
+
+  private:
+    bool NextRecord(Record& record) {
+        if (dumped_ && dumped_->Next(record)) {
+            return true;
+        }
+        dumped_.reset();
+        do {
+            if (!NextPiece()) {
+                return false;
+            }
+        } while (!ParseRecord(piece_, record));
+        time_ = record.time;
+        dumped_.emplace(piece_, record);
+        return true;
+    }
+
+    // What is written meanwhile waits for the next look, so that others have their turn.
+    bool NextPiece() {
+        const bool isThere = scanner_.Offset() < end_ && scanner_.Next(piece_);
+        file_.offset_ = scanner_.Offset();
+        if (!isThere) {
+            file_.NoteReadError(scanner_.Error(), problems_);
+            return false;
+        }
+        file_.isClosed_ = piece_.kind == PieceKind::Closed;
+        const std::string problem = DescribeProblem(piece_);
+        if (!problem.empty()) {
+            problems_.Report(file_.name_.path, static_cast<int64_t>(piece_.offset), problem);
+        }
+        return true;
+    }
+
+    FollowedFile& file_;
+    const Matcher& matcher_;
+    ProblemListener& problems_;
+    const uint64_t end_;
+    PieceScanner scanner_;
+    Piece piece_;
+    Time time_ = 0;  // of the piece's first record
+    std::optional<DumpedRecords> dumped_;
+};
+
+FollowedFile::FollowedFile(LogFileName name, size_t series)
+    : name_(std::move(name)), series_(series), file_(name_.path), status_(file_->Status()) {
     beginning_ = ReadBeginning();
 }
 
-bool FollowedFile::IsFile(const struct stat& status) const {
-    return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
+bool FollowedFile::HasChanged(const struct stat& status) const {
+    return status.st_size != status_.st_size || status.st_ctim.tv_sec != status_.st_ctim.tv_sec ||
+           status.st_ctim.tv_nsec != status_.st_ctim.tv_nsec;
+}
+
+bool FollowedFile::Resume() {
+    PlainFile file(name_.path);
+    if (IdOf(file.Status()) != Id()) {
+        return false;
+    }
+    file_.emplace(std::move(file));
+    return true;
 }
 
 bool FollowedFile::IsQuiet() const {
-    return !file_.WasWrittenWithin(kLong);
+    try {
+        return file_->Status().st_mtim.tv_sec + kLong < ::time(nullptr);
+    } catch (const ReadError&) {
+        return false;
+    }
 }
 
-void FollowedFile::StartAt(uint64_t offset, bool mayGrow) {
-    scanner_.emplace(file_, offset);
-    if (mayGrow) {
-        scanner_->ExpectGrowth();
+bool FollowedFile::IsRemoved() const {
+    try {
+        return file_->Status().st_nlink == 0;
+    } catch (const ReadError&) {
+        return false;
     }
-    isClosed_ = false;
 }
 
 std::string FollowedFile::ReadBeginning() {
-    PlainFile file(name_.path);
+    file_->Seek(0);
     char bytes[kBeginningSize];
-    return std::string(bytes, file.Read(bytes, sizeof bytes));
+    return std::string(bytes, file_->Read(bytes, sizeof bytes));
 }
 
 bool FollowedFile::HasBegunAgain() {
-    const bool isShorter = file_.Size() < scanner_->Offset();
-    file_.Seek(0);
-    char bytes[kBeginningSize];
-    const std::string now(bytes, file_.Read(bytes, sizeof bytes));
+    const bool isShorter = static_cast<uint64_t>(status_.st_size) < offset_;
+    const std::string now = ReadBeginning();
     const bool isOther = isShorter || now.compare(0, beginning_.size(), beginning_) != 0;
     beginning_ = now;
     return isOther;
 }
 
 void FollowedFile::SkipTo(uint64_t size, bool mayGrow) {
-    size = std::min(size, file_.Size());
+    size = std::min(size, file_->Size());
     const uint64_t from = size > kTail ? size - kTail : 0;
-    const std::optional<Boundary> place = from > 0 ? FindBoundary(file_, from, size) : std::nullopt;
-    StartAt(place ? place->offset : 0, mayGrow);
+    const std::optional<Boundary> place =
+        from > 0 ? FindBoundary(*file_, from, size) : std::nullopt;
+    PieceScanner scanner(*file_, place ? place->offset : 0);
+    if (mayGrow) {
+        scanner.ExpectGrowth();
+    }
     Piece piece;
-    while (scanner_->Offset() < size && scanner_->Next(piece)) {
+    while (scanner.Offset() < size && scanner.Next(piece)) {
         isClosed_ = piece.kind == PieceKind::Closed;
     }
+    offset_ = scanner.Offset();
 }
 
-void FollowedFile::ReadNew(bool mayGrow, const Matcher& matcher, ProblemListener& problems,
-                           const std::function<void(const Found&)>& take) {
-    const uint64_t offset = scanner_->Offset();
-    if (file_.Size() == offset) {
-        return;
-    }
+std::unique_ptr<RecordStream> FollowedFile::ReadNew(bool mayGrow, const Matcher& matcher,
+                                                    ProblemListener& problems) {
+    status_ = file_->Status();
+    // Also of a file that has its old size: what it holds may be new.
     if (HasBegunAgain()) {
-        problems.NoteEmptied(name_.path);
-        problems.Report(name_.path, static_cast<int64_t>(offset),
+        problems.Report(name_.path, static_cast<int64_t>(offset_),
                         "the file was emptied and begins again");
-        StartAt(0, mayGrow);
-    } else {
-        // The scanner's own place was lost by the look at the beginning.
-        StartAt(offset, mayGrow);
+        // Behind the report, whose place is one in the old contents.
+        problems.NoteEmptied(name_.path);
+        offset_ = 0;
+        isClosed_ = false;
     }
-    Piece piece;
-    while (scanner_->Next(piece)) {
-        isClosed_ = piece.kind == PieceKind::Closed;
-        const std::string problem = DescribeProblem(piece);
-        if (!problem.empty()) {
-            problems.Report(name_.path, static_cast<int64_t>(piece.offset), problem);
-        }
-        Take(piece, matcher, take);
+    if (static_cast<uint64_t>(status_.st_size) == offset_) {
+        return nullptr;
     }
-    NoteReadError(problems);
+    isClosed_ = false;
+    return std::make_unique<NewRecords>(*this, mayGrow, matcher, problems);
 }
 
 // It is read again with each change: said once as long as it lasts.
-void FollowedFile::NoteReadError(ProblemListener& problems) {
-    if (!scanner_->Error().empty() && scanner_->Error() != readError_) {
-        problems.ReportUnread(scanner_->Error(), scanner_->Offset());
+void FollowedFile::NoteReadError(const std::string& error, ProblemListener& problems) {
+    if (!error.empty() && error != readError_) {
+        problems.ReportUnread(error, offset_);
     }
-    readError_ = scanner_->Error();
-}
-
-void FollowedFile::Take(const Piece& piece, const Matcher& matcher,
-                        const std::function<void(const Found&)>& take) {
-    Found found;
-    found.record.origin = &name_;
-    found.series = series_;
-    if (!ParseRecord(piece, found.record)) {
-        return;
-    }
-    const Record record = found.record;
-    found.order = record.time;
-    found.ordinal = ordinal_++;
-    if (matcher.Matches(found.record)) {
-        take(found);
-    }
-    DumpedRecords dumped(piece, record);
-    while (dumped.Next(found.record)) {
-        found.ordinal = ordinal_++;
-        if (matcher.Matches(found.record)) {
-            take(found);
-        }
-    }
+    readError_ = error;
 }
 
 }  // namespace NS_LOG_READER

@@ -37,6 +37,15 @@ void FollowOutput::PrintPast(RecordStream& records,
     problems_.NoteFailure(matcher_);
 }
 
+void FollowOutput::PrintNew(RecordStream& records) {
+    Found found;
+    while (records.Next(found)) {
+        Print(found);
+    }
+    output_.Flush();
+    problems_.NoteFailure(matcher_);
+}
+
 void FollowOutput::PrintNew(std::vector<KeptRecord> fresh) {
     std::stable_sort(fresh.begin(), fresh.end(), [](const KeptRecord& a, const KeptRecord& b) {
         return a.Get().order < b.Get().order;

@@ -34,7 +34,10 @@ class FollowOutput {
         RecordStream& records,
         const std::function<bool(const Found&)>& isPast = [](const Found&) { return true; });
 
-    // What has come since the last look, by time.
+    // What has come since the last look, as it comes.
+    void PrintNew(RecordStream& records);
+
+    // The same, by time.
     void PrintNew(std::vector<KeptRecord> fresh);
 
     ExitCode Exit() const;

@@ -19,6 +19,10 @@ void StderrListener::Report(const std::string& path, int64_t offset, const std::
         NoteTrouble(text);
         return;
     }
+    const auto end = ends_.find(path);
+    if (end != ends_.end() && static_cast<uint64_t>(offset) >= end->second) {
+        return;
+    }
     Told& told = told_[path];
     if (told.count > kMostProblemsOfFile || !told.offsets.insert(offset).second) {
         return;

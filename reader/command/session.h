@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "command/archive.h"
@@ -28,6 +29,9 @@ class StderrListener final : public ProblemListener {
     void ReportUnread(const std::string& reason, uint64_t offset) override;
     void NoteRead(uint64_t bytes) override { progress_.Add(bytes); }
 
+    // Of these files only what is wrong before these places is told: the rest is being written.
+    void TellOnlyBefore(std::map<std::string, uint64_t> ends) { ends_ = std::move(ends); }
+
     // A file could not be read or searched, or not to its end.
     bool HasTrouble() const { return hasTrouble_; }
     void NoteTrouble(const std::string& text);
@@ -44,6 +48,7 @@ class StderrListener final : public ProblemListener {
     };
 
     std::map<std::string, Told> told_;
+    std::map<std::string, uint64_t> ends_;
     std::set<std::string> noted_;
     bool hasTrouble_ = false;
     bool hasToldFailure_ = false;

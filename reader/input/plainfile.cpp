@@ -39,23 +39,16 @@ size_t PlainFile::Read(char* bytes, size_t size) {
     return static_cast<size_t>(result);
 }
 
-uint64_t PlainFile::Size() const {
+struct stat PlainFile::Status() const {
     struct stat status {};
     if (::fstat(descriptor_.Get(), &status) != 0) {
         throw ReadError(path_ + ": " + std::strerror(errno));
     }
-    return static_cast<uint64_t>(status.st_size);
+    return status;
 }
 
-bool PlainFile::HasName() const {
-    struct stat status {};
-    return ::fstat(descriptor_.Get(), &status) != 0 || status.st_nlink != 0;
-}
-
-bool PlainFile::WasWrittenWithin(time_t seconds) const {
-    struct stat status {};
-    return ::fstat(descriptor_.Get(), &status) != 0 ||
-           status.st_mtim.tv_sec + seconds >= ::time(nullptr);
+uint64_t PlainFile::Size() const {
+    return static_cast<uint64_t>(Status().st_size);
 }
 
 }  // namespace NS_LOG_READER

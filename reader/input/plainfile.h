@@ -1,7 +1,8 @@
 // A file that is read as it is.
 #pragma once
 
-#include <ctime>
+#include <sys/stat.h>
+
 #include <string>
 
 #include "input/bytesource.h"
@@ -26,11 +27,8 @@ class PlainFile final : public ByteSource {
     uint64_t Size() const override;
     bool IsPlain() const override { return true; }
 
-    // Whether it stands in a directory still; true when that is not known.
-    bool HasName() const;
-
-    // Whether it was written that lately; true when that is not known.
-    bool WasWrittenWithin(time_t seconds) const;
+    // Throws ReadError.
+    struct stat Status() const;
 
   private:
     std::string path_;

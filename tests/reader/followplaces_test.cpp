@@ -77,6 +77,7 @@ TEST_F(FollowPlaces, OpensWhatItCouldNotOpenOnceOthersAreClosed) {
         AwaitLook(program);
     }
     AwaitLook(program);
+    SetAge(name(1), std::chrono::hours(1));
     std::filesystem::remove(Path(name(1)));
     ASSERT_TRUE(program.WaitForOutput("file" + std::to_string(last) + "\n"));
     EXPECT_EQ(CountIn(program.GetErrors(), "Too many open files"), 1);
