@@ -21,11 +21,6 @@ constexpr uint32_t kChanges =
 // What a directory tells when another one takes the place of one in it.
 constexpr uint32_t kNameChanges = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM;
 
-// Of opening a process: there is none, or the number is that of another one's thread.
-bool IsNoProcess(int error) {
-    return error == ESRCH || error == EINVAL || error == ENOENT;
-}
-
 }  // namespace
 
 ChangeWatch::ChangeWatch() : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
@@ -72,7 +67,8 @@ std::string ChangeWatch::WatchProcess(int64_t process) {
     FileDescriptor descriptor(
         static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(process), 0)));
     const int error = descriptor.IsOpen() ? 0 : errno;
-    if (IsNoProcess(error)) {
+    // Any other failure says nothing about the process.
+    if (error == ESRCH) {
         processes_.erase(process);
         return "";
     }
