@@ -152,7 +152,7 @@ class Follow {
         } catch (const ReadError& error) {
             // Told once, and tried again.
             isUnopened_ = true;
-            unopened_.emplace(IdOf(status), isFirst ? status.st_size : 0);
+            unopened_.emplace(std::pair(path, IdOf(status)), isFirst ? status.st_size : 0);
             output_.Problems().NoteTroubleOnce(error.what());
         }
     }
@@ -185,12 +185,12 @@ class Follow {
         if (IsOpen(file->Id())) {
             return;  // it was renamed meanwhile
         }
-        const auto unopened = unopened_.find(id);
+        const auto unopened = unopened_.find({name.path, id});
         if (isFirst || unopened != unopened_.end()) {
             // What stands there without an end and has been for long is not written any more.
             file->SkipTo(isFirst ? file->Size() : static_cast<uint64_t>(unopened->second),
                          !IsUnwritten(*file));
-            unopened_.erase(id);
+            unopened_.erase({name.path, id});
         }
         if (isFirst && (file->IsClosed() || IsUnwritten(*file))) {
             PutToRest(std::move(file));
@@ -332,8 +332,9 @@ class Follow {
     // What is opened again once it is changed: a file may be emptied or continued long after
     // another one of its process was begun, when the clock shows an hour twice.
     std::map<FileId, std::unique_ptr<FollowedFile>> atRest_;
-    // What could not be opened, and how much of it is past.
-    std::map<FileId, off_t> unopened_;
+    // What could not be opened, and how much of it is past. When it is removed, its number alone
+    // may come again with what is new.
+    std::map<std::pair<std::string, FileId>, off_t> unopened_;
     bool isUnopened_ = false;  // by the last look
     // The last name of each process's files of a category in a directory.
     std::map<std::tuple<std::string, std::string, int64_t>, std::string> newest_;

@@ -129,6 +129,21 @@ TEST_F(FollowContents, ThatCannotBeReadAnyMoreAreToldOnce) {
     EXPECT_EQ(CountIn(program.Wait().errors, other + ": Stale file handle\n"), 1);
 }
 
+// The number of a file alone may come again with another one, when it was removed.
+TEST_F(FollowContents, OfAFileThatCouldNotBeOpenedAreNewUnderAnotherName) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
+    const std::string other = LogName("debug", 1, writer_.Number());
+    Append(first_, CreatedText());
+    Append(other, CreatedText() + Frame(1, "unread"));
+    ChildProcess program(WithFailure(Path(other), "openat", "EACCES", {Path()}));
+    ASSERT_TRUE(program.WaitForError("Permission denied"));
+    AwaitLook(program);
+    std::filesystem::rename(Path(other), Path(LogName("debug", 2, writer_.Number())));
+    EXPECT_TRUE(program.WaitForOutput("unread\n"));
+}
+
 TEST_F(FollowContents, AreFollowedWhenTheEndOfTheAgentIsNotSeen) {
     if (!MayTrace()) {
         GTEST_SKIP() << kNoTrace;

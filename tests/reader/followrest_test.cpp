@@ -53,6 +53,26 @@ TEST_F(FollowAtRest, ShowsWhatContinuesAFileThatWasClosedAtTheStart) {
     EXPECT_EQ(result.errors, "");
 }
 
+TEST_F(FollowAtRest, ShowsWhatRefillsAFileToItsOldSize) {
+    Append(first_, CreatedText(1) + Frame(1, "old") + ClosedText(2));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("old\n"));
+    program->Signal(SIGSTOP);
+    WriteFile(Path(first_), CreatedText(3) + Frame(1, "new") + ClosedText(4));
+    program->Signal(SIGCONT);
+    EXPECT_TRUE(program->WaitForOutput("new\n"));
+}
+
+// A file's number may come again with another file, when its own was removed.
+TEST_F(FollowAtRest, TakesWhatHasAnotherNameForANewFile) {
+    Append(Name(2), CreatedText(1) + Frame(1, "past") + ClosedText(2));
+    const auto program = Start();
+    ASSERT_TRUE(program->WaitForOutput("past\n"));
+    std::filesystem::rename(Path(Name(2)), Path(Name(3)));
+    EXPECT_TRUE(program->WaitForOutput("past\n", 2));
+    EXPECT_EQ(program->GetErrors(), "");
+}
+
 TEST_F(FollowAtRest, ShowsWhatIsWrittenInTheHourThatTheClockShowsTwice) {
     Append(Name(1), CreatedText(1) + Frame(1, "one"));
     const auto program = Start();
