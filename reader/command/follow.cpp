@@ -237,13 +237,11 @@ class Follow {
         Session session(options_, output_.Problems());
         output_.PrintPast(*session.Open(output_.GetMatcher(), {}, true), [&](const Found& found) {
             const std::string& path = found.record.origin->path;
-            const bool isCompressed = IsCompressedName(path);
-            const auto file = files.find(path.substr(0, path.rfind(".log") + 4));
+            const auto file = files.find(path);
             if (file == files.end()) {
-                return isCompressed;
+                return IsCompressedName(path);
             }
-            return found.record.offset < file->second->Offset() &&
-                   (isCompressed || IsAt(path, file->second->Id()));
+            return found.record.offset < file->second->Offset() && IsAt(path, file->second->Id());
         });
         output_.Problems().TellOnlyBefore({});
     }
