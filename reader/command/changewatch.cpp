@@ -67,7 +67,8 @@ std::string ChangeWatch::WatchProcess(int64_t process) {
     FileDescriptor descriptor(
         static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(process), 0)));
     const int error = descriptor.IsOpen() ? 0 : errno;
-    // Any other failure says nothing about the process.
+    // Any other failure says nothing: it may be forbidden, or a thread has the number, as an agent
+    // in another container may have.
     if (error == ESRCH) {
         processes_.erase(process);
         return "";

@@ -148,7 +148,7 @@ TEST_F(FollowContents, AreFollowedWhenTheEndOfTheAgentIsNotSeen) {
     if (!MayTrace()) {
         GTEST_SKIP() << kNoTrace;
     }
-    for (const std::string error : {"ENOSYS", "EPERM", "EMFILE", "EINVAL"}) {
+    for (const std::string error : {"ENOSYS", "EPERM", "EMFILE", "EINVAL", "ENOENT"}) {
         Append(first_, CreatedText() + Frame(1, "past"));
         ChildProcess program(WithFailure("", "pidfd_open", error, {"--end-with-agent", Path()}));
         ASSERT_TRUE(program.WaitForError("the end of processes is not seen: "));
