@@ -8,10 +8,10 @@
 #include <cstring>
 
 #include "input/bytesource.h"
+#include "input/filewriter.h"
 #include "input/piecescanner.h"
 #include "input/series.h"
 #include "ship/pieceend.h"
-#include "ship/writer.h"
 
 namespace NS_LOG_FLEET {
 namespace {
@@ -157,8 +157,8 @@ void ShippedFile::Restart() {
 bool ShippedFile::HasEnded(Clock::time_point now) {
     if (!hasEnded_ && (!checked_ || now - *checked_ >= kWriterCheckInterval)) {
         checked_ = now;
-        hasEnded_ =
-            HasWriterEnded(descriptor_.Get(), process_, int64_t{status_.st_mtim.tv_sec} * 1000000);
+        hasEnded_ = NS_LOG_READER::HasWriterEnded(descriptor_.Get(), process_,
+                                                  int64_t{status_.st_mtim.tv_sec} * 1000000);
     }
     return hasEnded_;
 }

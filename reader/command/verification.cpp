@@ -1,6 +1,8 @@
 #include "command/verification.h"
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +11,8 @@
 #include "format/recordparser.h"
 #include "input/boundary.h"
 #include "input/bytesource.h"
+#include "input/filedescriptor.h"
+#include "input/filewriter.h"
 #include "input/piecescanner.h"
 #include "query/seriesstream.h"
 
@@ -26,6 +30,16 @@ void ReadFile(const LogFile& file, bool mayBeWritten, Verifier& verifier) {
         verifier.NoteUnreadable(scanner.Offset(), scanner.Error());
     }
     verifier.EndFile(scanner.Offset(), mayBeWritten);
+}
+
+// A process may have the number of one that was killed: it says little alone.
+bool IsBeingWritten(const LogFile& file) {
+    const FileDescriptor descriptor(
+        ::open(file.name.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status {};
+    return !file.isCompressed && descriptor.IsOpen() && ::fstat(descriptor.Get(), &status) == 0 &&
+           !HasWriterEnded(descriptor.Get(), file.name.process,
+                           int64_t{status.st_mtim.tv_sec} * kMicrosPerSecond);
 }
 
 }  // namespace
@@ -156,10 +170,10 @@ std::string Verifier::DescribeGap(uint32_t number, uint32_t missing) const {
 Verification VerifyFiles(const Series& series) {
     Verifier verifier;
     for (const LogFile& file : series.files) {
-        const bool isLast = &file == &series.files.back();
+        const bool mayBeWritten = &file == &series.files.back() && IsBeingWritten(file);
         verifier.BeginFile(file);
         try {
-            ReadFile(file, isLast && IsAlive(series.process), verifier);
+            ReadFile(file, mayBeWritten, verifier);
         } catch (const ReadError& error) {
             verifier.NoteUnreadable(0, error.what());
         }

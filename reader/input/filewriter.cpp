@@ -1,4 +1,4 @@
-#include "ship/writer.h"
+#include "input/filewriter.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,11 +11,8 @@
 #include <sstream>
 #include <string>
 
-namespace NS_LOG_FLEET {
+namespace NS_LOG_READER {
 namespace {
-
-using NS_LOG_READER::kMicrosPerSecond;
-using NS_LOG_READER::Time;
 
 // When the process was started; 0: unknown.
 Time StartOf(int64_t process) {
@@ -59,4 +56,4 @@ bool HasWriterEnded(int descriptor, int64_t process, Time changed) {
     return StartOf(process) > changed + tolerance;
 }
 
-}  // namespace NS_LOG_FLEET
+}  // namespace NS_LOG_READER
