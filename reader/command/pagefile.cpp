@@ -1,8 +1,10 @@
 #include "command/pagefile.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -38,15 +40,22 @@ void RefuseLogFile(const std::string& path, const std::vector<std::string>& path
     }
 }
 
-// What a link leads to is written, and the link stays; also where nothing is there yet.
+// A file that the program has open, as /dev/stdout. It is written where its next byte belongs.
+FileDescriptor OpenOwn(const fs::path& link) {
+    return FileDescriptor(
+        ::fcntl(std::atoi(link.filename().c_str()), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+bool IsOwn(const fs::path& link) {
+    return IsSameFile(link.parent_path(), "/proc/self/fd");
+}
+
+// What a link leads to is written, and the link stays; also where nothing is there yet. Stops at a
+// file that the program has open. REQUIRES: the system follows the links.
 std::string FindTarget(const std::string& path) {
-    constexpr int mostLinks = 40;
     fs::path target = path;
     std::error_code none;
-    for (int links = 0; fs::is_symlink(fs::symlink_status(target, none)); ++links) {
-        if (links == mostLinks) {
-            throw BadRequest(path + ": " + std::strerror(ELOOP));
-        }
+    while (fs::is_symlink(fs::symlink_status(target, none)) && !IsOwn(target)) {
         target = target.parent_path() / fs::read_symlink(target);
     }
     return target.string();
@@ -57,14 +66,16 @@ std::string FindTarget(const std::string& path) {
 PageFile::PageFile(const std::string& path, const std::vector<std::string>& paths,
                    const std::vector<Series>& series)
     : path_(path) {
-    std::error_code ignored;
-    const fs::file_status status = fs::status(path, ignored);
-    const bool isReplaced = !fs::exists(status) || fs::is_regular_file(status);
-    if (isReplaced) {
-        path_ = FindTarget(path);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::none) {
+        throw BadRequest(path + ": " + error.message());
     }
+    path_ = FindTarget(path);
     RefuseLogFile(path_, paths, series);
-    if (isReplaced) {
+    if (IsOwn(path_)) {
+        special_ = OpenOwn(path_);
+    } else if (!fs::exists(status) || fs::is_regular_file(status)) {
         unfinished_ = std::make_unique<UnfinishedFile>(path_);
     } else {
         special_ = FileDescriptor(::open(path.c_str(), O_WRONLY | O_CLOEXEC));

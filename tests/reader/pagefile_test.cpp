@@ -1,8 +1,10 @@
 // The file that a page is written into.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "reader/programfixture.h"
@@ -152,6 +154,37 @@ TEST_F(PageFile, GoesIntoAPipe) {
         RunProgram({"sh", "-c", R"("$0" report --html /dev/stdout "$1" | cat)", QVLOG, Path()})
             .output,
         HasSubstr("</html>"));
+}
+
+// It may have no name, or hold something already.
+TEST_F(PageFile, GoesBehindWhatStandsInTheFileThatIsTheOutput) {
+    for (const std::string output : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
+        WriteFile(Path("all.html"), "before ");
+        const ProgramResult result = RunProgram(
+            {"sh", "-c", R"(exec >> "$2"; "$0" report --html "$3" "$1"; printf ' behind')", QVLOG,
+             Path(LogName("oper", 1)), Path("all.html"), output});
+        EXPECT_EQ(result.errors, "");
+        const std::string all = ReadFile(Path("all.html"));
+        EXPECT_EQ(all.substr(0, 7), "before ") << output;
+        EXPECT_THAT(all, HasSubstr("</html>")) << output;
+        EXPECT_EQ(all.substr(all.size() - 7), " behind") << output;
+        EXPECT_EQ(FindUnfinished(), "");
+    }
+}
+
+// In a directory where everybody may make links, one of another user is not followed.
+TEST_F(PageFile, IsNotWrittenWhereTheSystemFollowsNoLink) {
+    std::filesystem::create_directory(Path("sticky"));
+    std::filesystem::create_symlink(Path("new.html"), Path("sticky/page.html"));
+    ASSERT_EQ(::chmod(Path("sticky").c_str(), 01777), 0);
+    if (::lchown(Path("sticky/page.html").c_str(), 12345, 12345) != 0 ||
+        ::open(Path("sticky/page.html").c_str(), O_RDONLY) != -1 || errno != EACCES) {
+        GTEST_SKIP() << "only root may give links away, and not every system protects from them";
+    }
+    const ProgramResult result = Run({"report", "--html", Path("sticky/page.html"), Path()});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.errors, "qvlog: " + Path("sticky/page.html") + ": Permission denied\n");
+    EXPECT_FALSE(std::filesystem::exists(Path("new.html")));
 }
 
 }  // namespace
