@@ -326,6 +326,9 @@ void CommandLine::Complete() {
     if (selection.invert && selection.pattern.empty()) {
         throw BadRequest("--invert: of which --grep?");
     }
+    if (options_.endsWithAgent && !options_.follow) {
+        throw BadRequest("--end-with-agent: of which --follow?");
+    }
     if (!words_.olderThan.empty()) {
         options_.olderThan = now - ParseDuration(words_.olderThan);
     }

@@ -89,6 +89,9 @@ std::unique_ptr<RecordFormat> MakeCsvFormat(const FormatOptions& options) {
 }
 
 std::unique_ptr<RecordFormat> MakeFormat(const std::string& name, const FormatOptions& options) {
+    if (name == "raw" && !options.fields.empty()) {
+        throw BadRequest("--fields: --output raw has none, it is the bytes of the file");
+    }
     if (name == "raw") {
         return MakeRawFormat();
     }

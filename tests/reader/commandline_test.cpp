@@ -63,6 +63,11 @@ TEST_F(CommandLine, RefusesASecondValueWhereOnlyOneMayHold) {
     ExpectRefusal({"--store", "postgresql://a", "--store", "postgresql://b"}, "--store");
 }
 
+TEST_F(CommandLine, RefusesOptionsThatWouldDoNothing) {
+    ExpectRefusal({"--end-with-agent", Path()}, "--end-with-agent: of which --follow?");
+    ExpectRefusal({"-o", "raw", "--fields", "time", Path()}, "--fields: --output raw has none");
+}
+
 TEST_F(CommandLine, RefusesARangeOfTimeThatEndsBeforeItBegins) {
     ExpectRefusal({"-S", "2026-03-05T14:00:20", "-U", "2026-03-05T14:00:10", Path()},
                   "'2026-03-05T14:00:10' is before '2026-03-05T14:00:20' of --since");
