@@ -143,7 +143,6 @@ int RunCollect(const CollectWords& words) {
     settings.once = words.once;
     for (const uint32_t shard : ChosenShards(words)) {
         settings.shard = shard;
-        settings.newer = std::make_shared<NewerMessages>();
         // While one waits for the disk to have its rows, another one's go to the store.
         for (unsigned worker = 0; worker < words.workers; ++worker) {
             runningCollectors.push_back(std::make_unique<Collector>(settings));

@@ -29,9 +29,6 @@ constexpr int64_t kAcknowledgeSeconds = 10;
 // So often the stream is told that somebody works at what is held.
 constexpr std::chrono::seconds kProgressInterval{1};
 
-// A message of a newer program comes again after that: a newer collector may have been started.
-constexpr int64_t kPutOffMilliseconds = 60000;
-
 // More than the collectors of a shard hold at a time.
 constexpr int64_t kMostOutstanding = 4096;
 
@@ -45,18 +42,15 @@ constexpr int kLongestPause = 5000;
 // or a table that an operator has taken away for a while.
 constexpr int kMostRefusals = 10;
 
-// What the stream says of the message; null: nothing.
-StreamOwner<jsMsgMetaData, &jsMsgMetaData_Destroy> DataOf(natsMsg* message) {
-    jsMsgMetaData* found = nullptr;
-    natsMsg_GetMetaData(&found, message);
-    return StreamOwner<jsMsgMetaData, &jsMsgMetaData_Destroy>(found);
-}
-
 // When the stream took the message, in microseconds; none: the message does not say. It may be
 // stored long after: that a host spoke then is no sign of its life now.
 std::optional<int64_t> TimeOf(natsMsg* message) {
-    const auto data = DataOf(message);
-    return data ? std::optional<int64_t>(data->Timestamp / kNanosPerMicro) : std::nullopt;
+    jsMsgMetaData* found = nullptr;
+    if (natsMsg_GetMetaData(&found, message) != NATS_OK) {
+        return std::nullopt;
+    }
+    const StreamOwner<jsMsgMetaData, &jsMsgMetaData_Destroy> data(found);
+    return data->Timestamp / kNanosPerMicro;
 }
 
 // The text may repeat what a host has sent: a terminal must not obey it.
@@ -190,27 +184,11 @@ void Collector::Take(OwnedMessage message) {
         arrived.message = std::move(message);
         held_.push_back(std::move(arrived));
     } catch (const NewerMessage& error) {
-        PutOff(message.get(), error);
+        throw NewerMessage(
+            Printable(std::string(natsMsg_GetSubject(message.get())) + ": " + error.what()));
     } catch (const MessageError& error) {
         Refuse(message.get(), error.what());
     }
-}
-
-// Others are stored meanwhile.
-void Collector::PutOff(natsMsg* message, const NewerMessage& error) {
-    hasTrouble_ = true;
-    const std::string subject = natsMsg_GetSubject(message);
-    const std::string reason = subject + ": " + error.what();
-    const auto data = DataOf(message);
-    const auto answer =
-        settings_.newer->Add(data ? static_cast<uint64_t>(data->Sequence.Stream) : 0, subject);
-    if (answer == NewerMessages::Answer::kTooMany) {
-        throw NewerMessage(Printable(reason));
-    }
-    if (answer == NewerMessages::Answer::kReport) {
-        Report(reason);
-    }
-    natsMsg_NakWithDelay(message, kPutOffMilliseconds, nullptr);
 }
 
 void Collector::Refuse(natsMsg* message, const std::string& reason) {

@@ -11,7 +11,6 @@
 
 #include "store/recordstore.h"
 #include "stream/message.h"
-#include "stream/newermessages.h"
 #include "stream/recentfiles.h"
 #include "stream/streamconnection.h"
 #include "stream/takencounts.h"
@@ -26,7 +25,6 @@ struct CollectSettings {
     // Collectors of one store share it: none of them gives a store up at once that another one has
     // used, and a message that is refused while another one's are taken is to blame for that.
     std::shared_ptr<TakenCounts> taken = std::make_shared<TakenCounts>();
-    std::shared_ptr<NewerMessages> newer = std::make_shared<NewerMessages>();  // the shard's
 };
 
 // A message is acknowledged when the store has it for good; what was not acknowledged comes again,
@@ -39,9 +37,9 @@ class Collector {
 
     // Collects until `Stop`. Throws StreamError or StoreError when one of them refuses for a reason
     // that waiting does not remove, or one that has worked did so again and again. Throws
-    // NewerMessage when there are too many of them. False: a message could not be read, was not its
-    // sender's, or was refused by a store that takes others; it was reported, and is not delivered
-    // again. Or one was made by a newer program: it was reported, and is delivered again.
+    // NewerMessage when there is one, which is delivered again. False: a message could not be read,
+    // was not its sender's, or was refused by a store that takes others; it was reported, and is
+    // not delivered again.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -61,7 +59,6 @@ class Collector {
     bool Fetch();
     bool FetchOne(int64_t milliseconds);
     void Take(OwnedMessage message);
-    void PutOff(natsMsg* message, const NewerMessage& error);
     void Refuse(natsMsg* message, const std::string& reason);
     void TellProgress();
     void ThrowIfStopped() const;
