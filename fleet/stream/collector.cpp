@@ -32,6 +32,11 @@ constexpr std::chrono::seconds kProgressInterval{1};
 // More than the collectors of a shard hold at a time.
 constexpr int64_t kMostOutstanding = 4096;
 
+// So many of them may wait for a newer collector: the others are for what can be stored. When they
+// come again, they cost each time what they hold.
+constexpr int64_t kMostForNewer = kMostOutstanding / 2;
+constexpr int64_t kNewerMilliseconds = 60 * 1000;
+
 // All collectors of a shard share its messages under this name.
 constexpr const char* kConsumer = "store";
 
@@ -141,9 +146,12 @@ bool Collector::Fetch() {
         return false;
     }
     const Clock::time_point end = Clock::now() + kGathering;
-    while (heldBytes_ < kBatchBytes && held_.size() < kBatchMessages) {
+    // What is not held counts as well: it must not keep what is held from the store.
+    for (size_t fetched = 1; heldBytes_ < kBatchBytes && fetched < kBatchMessages;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        if (!FetchOne(std::max<int64_t>(left.count(), 1)) && left.count() <= 0) {
+        if (FetchOne(std::max<int64_t>(left.count(), 1))) {
+            ++fetched;
+        } else if (left.count() <= 0) {
             break;
         }
     }
@@ -172,7 +180,7 @@ bool Collector::FetchOne(int64_t milliseconds) {
 }
 
 // A message that nobody can read, or in another host's name, would come again for ever: it is
-// refused for good. One that a newer collector can read stays where it is.
+// refused for good. One that a newer collector can read stays in the stream.
 void Collector::Take(OwnedMessage message) {
     Arrived arrived;
     const std::string_view bytes(natsMsg_GetData(message.get()),
@@ -184,8 +192,7 @@ void Collector::Take(OwnedMessage message) {
         arrived.message = std::move(message);
         held_.push_back(std::move(arrived));
     } catch (const NewerMessage& error) {
-        throw NewerMessage(
-            Printable(std::string(natsMsg_GetSubject(message.get())) + ": " + error.what()));
+        LeaveToNewer(message.get(), error.what());
     } catch (const MessageError& error) {
         Refuse(message.get(), error.what());
     }
@@ -195,6 +202,22 @@ void Collector::Refuse(natsMsg* message, const std::string& reason) {
     hasTrouble_ = true;
     Report(std::string(natsMsg_GetSubject(message)) + ": " + reason);
     natsMsg_Term(message, nullptr);
+}
+
+// It comes again after a while, perhaps to a collector that can read it.
+void Collector::LeaveToNewer(natsMsg* message, const std::string& reason) {
+    hasTrouble_ = true;
+    const bool mayWait = MayWait(message, streams_.get(), kMostForNewer);
+    const std::string report = natsMsg_GetSubject(message) + std::string(": ") + reason +
+                               (mayWait ? "" : "; too many wait for that: the next are given up");
+    if (settings_.newer->IsFirst(report)) {
+        Report(report);
+    }
+    if (mayWait) {
+        natsMsg_NakWithDelay(message, kNewerMilliseconds, nullptr);
+    } else {
+        natsMsg_Term(message, nullptr);
+    }
 }
 
 // The stream sends again what nobody seems to work at.

@@ -11,6 +11,7 @@
 
 #include "store/recordstore.h"
 #include "stream/message.h"
+#include "stream/newermessages.h"
 #include "stream/recentfiles.h"
 #include "stream/streamconnection.h"
 #include "stream/takencounts.h"
@@ -25,6 +26,7 @@ struct CollectSettings {
     // Collectors of one store share it: none of them gives a store up at once that another one has
     // used, and a message that is refused while another one's are taken is to blame for that.
     std::shared_ptr<TakenCounts> taken = std::make_shared<TakenCounts>();
+    std::shared_ptr<NewerMessages> newer = std::make_shared<NewerMessages>();
 };
 
 // A message is acknowledged when the store has it for good; what was not acknowledged comes again,
@@ -36,10 +38,9 @@ class Collector {
     explicit Collector(CollectSettings settings) : settings_(std::move(settings)) {}
 
     // Collects until `Stop`. Throws StreamError or StoreError when one of them refuses for a reason
-    // that waiting does not remove, or one that has worked did so again and again. Throws
-    // NewerMessage when there is one, which is delivered again. False: a message could not be read,
-    // was not its sender's, or was refused by a store that takes others; it was reported, and is
-    // not delivered again.
+    // that waiting does not remove, or one that has worked did so again and again. False: a message
+    // could not be read, was not its sender's, or was refused by a store that takes others; it was
+    // reported, and is not delivered again. Or there was one of a newer version, which is.
     bool Run();
 
     void Stop() { isStopped_ = true; }
@@ -60,6 +61,7 @@ class Collector {
     bool FetchOne(int64_t milliseconds);
     void Take(OwnedMessage message);
     void Refuse(natsMsg* message, const std::string& reason);
+    void LeaveToNewer(natsMsg* message, const std::string& reason);
     void TellProgress();
     void ThrowIfStopped() const;
     void StoreWhatIsHeld();

@@ -81,6 +81,13 @@ class NatsServers {
         return count;
     }
 
+    // How many messages the collectors were given and have neither stored nor refused.
+    int64_t CountOutstanding() const {
+        int64_t count = 0;
+        WithConsumer([&](const jsConsumerInfo& info) { count = info.NumAckPending; });
+        return count;
+    }
+
     // Whether the collectors have stored or refused every message of the stream.
     bool IsAllSettled() const {
         bool isSettled = false;
@@ -95,16 +102,18 @@ class NatsServers {
                  const NS_LOG_FLEET::Message& message) const {
         PublishBytes(host, subject, Encode(message));
     }
-    void PublishBytes(const std::string& host, const std::string& subject,
-                      const std::string& bytes) const {
+    void PublishBytes(const std::string& host, const std::string& subject, const std::string& bytes,
+                      int times = 1) const {
         const NS_LOG_FLEET::StreamConnection connection(AddressOf(host));
         jsCtx* streams = nullptr;
         NS_LOG_FLEET::CheckStatus(natsConnection_JetStream(&streams, connection.Get(), nullptr),
                                   "streams");
         const NS_LOG_FLEET::StreamOwner<jsCtx, &jsCtx_Destroy> owner(streams);
-        NS_LOG_FLEET::CheckStatus(js_Publish(nullptr, streams, subject.c_str(), bytes.data(),
-                                             static_cast<int>(bytes.size()), nullptr, nullptr),
-                                  "publishing");
+        for (int i = 0; i < times; ++i) {
+            NS_LOG_FLEET::CheckStatus(js_Publish(nullptr, streams, subject.c_str(), bytes.data(),
+                                                 static_cast<int>(bytes.size()), nullptr, nullptr),
+                                      "publishing");
+        }
     }
 
     // What a host connects with.

@@ -27,6 +27,12 @@ class Refusals : public StreamRoad {
         return "RAISE EXCEPTION 'meddled with' USING ERRCODE = '" + state + "';";
     }
 
+    static std::string NewerMessage() {
+        std::string bytes = Encode(StateOf("host2"));
+        bytes[0] = 2;
+        return bytes;
+    }
+
     static NS_LOG_FLEET::Message PartOf(const std::string& host, const std::string& file) {
         NS_LOG_FLEET::Message message;
         message.file = {host, file, "first\n"};
@@ -110,18 +116,41 @@ TEST_F(Refusals, OfACommitAreWaitedOutWhateverTheStoreCallsThem) {
 }
 
 // A collector of the next version stores it.
-TEST_F(Refusals, AreNotForWhatANewerShipperSends) {
+TEST_F(Refusals, AreNotForWhatANewerShipperSendsNorForOthers) {
     StartServers(1);
-    std::string bytes = Encode(StateOf("host1"));
-    bytes[0] = 2;
-    Nats().PublishBytes("host1", "logs.0.host1.=.state", bytes);
-    const ChildResult ended = StartCollector()->Wait();
+    Nats().PublishBytes("host2", "logs.0.host2.=.state", NewerMessage(), 3);
+    RunAgent(5);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    const auto collector = StartCollector();
+    Watch(*collector);
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+    Await([&] { return Nats().CountOutstanding() == 3; });
+    collector->Signal(SIGTERM);
+    const ChildResult ended = collector->Wait();
     EXPECT_EQ(ended.exitCode, 2);
-    EXPECT_THAT(ended.errors,
-                HasSubstr("logs.0.host1.=.state: the message was made by a newer qvlog; "
-                          "update the collectors first\n"));
+    EXPECT_EQ(ended.errors,
+              "qvlog: logs.0.host2.=.state: the message was made by a newer qvlog; update the "
+              "collectors first\n");
     EXPECT_FALSE(Nats().IsAllSettled());
-    EXPECT_EQ(Nats().CountMessages(), 1U);
+}
+
+// A server gives collectors no more than 4096 that they have not settled.
+TEST_F(Refusals, AreForWhatANewerShipperSendsWhenItWouldLeaveNoRoom) {
+    StartServers(1);
+    Nats().PublishBytes("host2", "logs.0.host2.=.state", NewerMessage(), 4200);
+    RunAgent(5);
+    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+    const auto collector = StartCollector();
+    Watch(*collector);
+    AwaitFiles(7);
+    ExpectStoreHasFiles();
+    ASSERT_TRUE(collector->WaitForError("too many wait for that: the next are given up"));
+    const int64_t outstanding = Nats().CountOutstanding();
+    EXPECT_GT(outstanding, 1000);
+    EXPECT_LT(outstanding, 3000);
+    collector->Signal(SIGTERM);
+    EXPECT_EQ(collector->Wait().exitCode, 2);
 }
 
 }  // namespace
