@@ -1,0 +1,85 @@
+// What is noted of the parts of a file that are stored behind a gap.
+#include "fleet/fleetfixture.h"
+#include "reader/logtext.h"
+#include "store/recordstore.h"
+
+namespace {
+
+using namespace NS_TEST;
+using NS_LOG_FLEET::FilePart;
+using NS_LOG_FLEET::RecordStore;
+using ::testing::ElementsAre;
+
+class Ranges : public FleetTest {
+  protected:
+    Ranges() : store_(Target()) {
+        file_.id = store_.FindFile({"host1", LogName("debug"), "first\n"}).id;
+        file_.day = NS_LOG_FLEET::DayOfName(LogName("debug"));
+    }
+
+    // Stores so many short records, which are of one size, behind so many others.
+    void Store(int first, int count) {
+        FilePart part;
+        part.offset = static_cast<uint64_t>(first) * kSize;
+        for (int i = first; i < first + count; ++i) {
+            part.bytes += ShortText(i, "record");
+            part.slices.push_back(
+                {NS_LOG_READER::PieceKind::Short, 0, static_cast<uint32_t>(kSize)});
+        }
+        store_.Store({{file_, &part}});
+    }
+
+    // Where they begin and end, counted in records.
+    std::vector<std::string> Noted() const {
+        Connection store(Target());
+        const Rows rows = store.Run(
+            "SELECT first / $1::bigint || ' to ' || behind / $1::bigint FROM qv.range"
+            " ORDER BY first",
+            {std::to_string(kSize)});
+        std::vector<std::string> noted;
+        for (int row = 0; row < rows.Count(); ++row) {
+            noted.emplace_back(rows.Text(row, 0));
+        }
+        return noted;
+    }
+    int64_t Stored() const { return Number("SELECT stored FROM qv.file") / int64_t{kSize}; }
+
+    static constexpr size_t kSize = 40;  // of ShortText with "record"
+
+    RecordStore store_;
+    NS_LOG_FLEET::RowFile file_;
+};
+
+TEST_F(Ranges, AreOneForEachGap) {
+    ASSERT_EQ(ShortText(1, "record").size(), size_t{kSize});
+    Store(0, 2);
+    Store(3, 1);
+    Store(4, 2);
+    EXPECT_THAT(Noted(), ElementsAre("3 to 6"));
+    Store(8, 2);
+    Store(3, 2);
+    Store(5, 2);
+    EXPECT_THAT(Noted(), ElementsAre("3 to 7", "8 to 10"));
+    EXPECT_EQ(Stored(), 2);
+    Store(7, 1);
+    EXPECT_THAT(Noted(), ElementsAre("3 to 10"));
+    Store(2, 1);
+    EXPECT_THAT(Noted(), ElementsAre());
+    EXPECT_EQ(Stored(), 10);
+}
+
+TEST_F(Ranges, OfAnOlderStoreAreJoinedWhenItsTablesAreChanged) {
+    Store(0, 1);
+    Connection store(Target());
+    store.Run(
+        "INSERT INTO qv.range SELECT id, first * $1::bigint, behind * $1::bigint FROM qv.file,"
+        " (VALUES (2, 4), (4, 5), (2, 9), (9, 10), (12, 13), (12, 14)) AS parts (first, behind)",
+        {std::to_string(kSize)});
+    store.Run("DELETE FROM qv.migration WHERE number >= 5");
+    const ChildResult changed =
+        RunProgram(ChildStart{{QVLOG, "collect", "--migrate", "--to", Target()}});
+    EXPECT_EQ(changed.exitCode, 0) << changed.errors;
+    EXPECT_THAT(Noted(), ElementsAre("2 to 10", "12 to 14"));
+}
+
+}  // namespace
