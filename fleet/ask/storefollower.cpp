@@ -28,6 +28,10 @@ constexpr milliseconds kLookEvery{1000};
 constexpr milliseconds kFirstPause{200};
 constexpr milliseconds kLongestPause{5000};
 
+// Collectors that overtake each other fill a gap before. One that lasts is a record that was left
+// out.
+constexpr milliseconds kLongestGap{10000};
+
 bool IsClosed(const pollfd& output) {
     return (output.revents & (POLLERR | POLLNVAL)) != 0;
 }
@@ -87,11 +91,13 @@ bool StoreFollower::Wait() {
     return !IsClosed(both[0]);
 }
 
-std::map<int64_t, uint64_t> StoreFollower::StoredMarks() {
-    const Rows rows = connection_->Run("SELECT id, stored FROM qv.file");
-    std::map<int64_t, uint64_t> marks;
+StoreFollower::Marks StoreFollower::StoredMarks() {
+    const Rows rows = connection_->Run(
+        "SELECT id, 0, stored FROM qv.file UNION ALL SELECT file, first, behind FROM qv.range");
+    Marks marks;
     for (int row = 0; row < rows.Count(); ++row) {
-        marks[rows.Number(row, 0)] = static_cast<uint64_t>(rows.Number(row, 1));
+        marks[rows.Number(row, 0)].Add({static_cast<uint64_t>(rows.Number(row, 1)),
+                                        static_cast<uint64_t>(rows.Number(row, 2))});
     }
     return marks;
 }
@@ -111,23 +117,52 @@ StoreFollower::File& StoreFollower::FindFile(int64_t id, const Matcher& matcher)
     file.isWanted =
         matcher.Wanted().Wants(MakePlace(file.name.host, file.name.category, file.name.process));
     const auto past = past_.find(id);
-    file.given = past == past_.end() ? 0 : past->second;
+    file.given = past == past_.end() ? ByteRanges() : past->second;
     return files_.emplace(id, std::move(file)).first->second;
 }
 
-// The mark moves with each piece: when the store goes away in between, nothing comes twice.
-void StoreFollower::TakeFile(int64_t id, uint64_t stored, File& file, const Matcher& matcher,
-                             ProblemListener& problems, const Take& take) {
+// Whether what is stored behind the first gap waits for the gap to be filled.
+bool StoreFollower::IsPatient(const ByteRanges& stored, File& file) {
+    const auto now = std::chrono::steady_clock::now();
+    const auto first = stored.All().begin();
+    const uint64_t gap = first->first == 0 ? first->second : 0;
+    if (file.gap != gap) {
+        file.gap = gap;
+        file.gapSeen = now;
+    }
+    return now - file.gapSeen < kLongestGap;
+}
+
+void StoreFollower::TakeFile(int64_t id, const ByteRanges& stored, File& file,
+                             const Matcher& matcher, ProblemListener& problems, const Take& take) {
+    if (stored.All().empty()) {
+        return;
+    }
+    const bool isPatient = IsPatient(stored, file);
+    for (const auto& part : stored.All()) {
+        if (isPatient && part.first != 0) {
+            return;
+        }
+        for (const ByteRanges::Range& range : file.given.MissingIn(part)) {
+            TakeRange(id, range, file, matcher, problems, take);
+            file.given.Add(range);
+        }
+    }
+}
+
+// What is given is noted with each piece: when the store goes away in between, nothing comes twice.
+void StoreFollower::TakeRange(int64_t id, ByteRanges::Range asked, File& file,
+                              const Matcher& matcher, ProblemListener& problems, const Take& take) {
     PieceRange range;
     range.file = id;
-    range.from = file.given;
-    range.until = stored;
+    range.from = asked.first;
+    range.until = asked.second;
     PieceQuery query(*connection_, range, Conditions(matcher));
     std::vector<Found> found;
     for (Piece piece; query.Next(piece);) {
         const std::string problem = NS_LOG_READER::DescribeProblem(piece);
         if (!problem.empty()) {
-            problems.Report(file.name.path, static_cast<int64_t>(piece.offset), problem);
+            problems.Report(PathOnHost(file.name), static_cast<int64_t>(piece.offset), problem);
         }
         found.clear();
         ParsePiece(piece, &file.name, found);
@@ -136,7 +171,7 @@ void StoreFollower::TakeFile(int64_t id, uint64_t stored, File& file, const Matc
                 take(one);
             }
         }
-        file.given = piece.offset + piece.bytes.size();
+        file.given.Add({asked.first, piece.offset + piece.bytes.size()});
     }
 }
 
@@ -146,10 +181,9 @@ void StoreFollower::TakeNew(const Matcher& matcher, ProblemListener& problems, c
         connection_->Run(kBeginOneMoment);
         for (const auto& [id, stored] : StoredMarks()) {
             File& file = FindFile(id, matcher);
-            if (file.isWanted && stored > file.given) {
+            if (file.isWanted) {
                 TakeFile(id, stored, file, matcher, problems, take);
             }
-            file.given = stored;
         }
         connection_->Run("COMMIT");
     } catch (const StoreError& error) {

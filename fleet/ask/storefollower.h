@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "ask/byteranges.h"
 #include "format/record.h"
 #include "query/recordstream.h"
 #include "query/selection.h"
@@ -29,10 +30,10 @@ class StoreFollower {
     // Waits for something new; sometimes there is nothing. False: nobody reads the output any more.
     bool Wait();
 
-    // What was stored since the last time and matches, each file up to its first gap: what comes
-    // behind it waits until the gap is filled. A store that is away gives nothing, which is
-    // reported on standard error. Throws StoreError when it refuses for a reason that waiting does
-    // not remove.
+    // What was stored since the last time and matches, each file up to its first gap. What comes
+    // behind it waits until the gap is filled or has lasted for ten seconds. A store that is away
+    // gives nothing, which is reported on standard error. Throws StoreError when it refuses for a
+    // reason that waiting does not remove.
     void TakeNew(const NS_LOG_READER::Matcher& matcher, NS_LOG_READER::ProblemListener& problems,
                  const Take& take);
 
@@ -40,20 +41,29 @@ class StoreFollower {
     struct File {
         NS_LOG_READER::LogFileName name;
         bool isWanted = false;
-        uint64_t given = 0;  // everything in front of it was handed out, or is past
+        ByteRanges given;  // was handed out, or is past
+        // Since when it has been seen that the first gap is there.
+        uint64_t gap = 0;
+        std::chrono::steady_clock::time_point gapSeen;
     };
+    using Marks = std::map<int64_t, ByteRanges>;  // what each file has stored
 
     void Report(const std::string& text) const;
     void Connect();
     void Lose(const StoreError& error);
-    std::map<int64_t, uint64_t> StoredMarks();
+    Marks StoredMarks();
     File& FindFile(int64_t id, const NS_LOG_READER::Matcher& matcher);
-    void TakeFile(int64_t id, uint64_t stored, File& file, const NS_LOG_READER::Matcher& matcher,
-                  NS_LOG_READER::ProblemListener& problems, const Take& take);
+    static bool IsPatient(const ByteRanges& stored, File& file);
+    void TakeFile(int64_t id, const ByteRanges& stored, File& file,
+                  const NS_LOG_READER::Matcher& matcher, NS_LOG_READER::ProblemListener& problems,
+                  const Take& take);
+    void TakeRange(int64_t id, ByteRanges::Range range, File& file,
+                   const NS_LOG_READER::Matcher& matcher, NS_LOG_READER::ProblemListener& problems,
+                   const Take& take);
 
     const std::string url_;
     std::optional<Connection> connection_;  // none: the store is away
-    std::map<int64_t, uint64_t> past_;      // where each file ended when following began
+    Marks past_;                            // what was there when following began
     std::map<int64_t, File> files_;
     std::chrono::milliseconds pause_{0};  // before the next attempt to connect
     std::string problem_;

@@ -39,6 +39,10 @@ NS_LOG_READER::Series MakePlace(const std::string& host, const std::string& cate
     return place;
 }
 
+std::string PathOnHost(const LogFileName& name) {
+    return name.host + ": " + name.path;
+}
+
 StoreStream::StoreStream(Source source, const NS_LOG_READER::Series& series, size_t index,
                          const NS_LOG_READER::Matcher& matcher,
                          NS_LOG_READER::StreamOptions options, bool newestFirst,
@@ -92,7 +96,7 @@ void StoreStream::TakePiece() {
     given_ = 0;
     const std::string problem = NS_LOG_READER::DescribeProblem(piece_);
     if (!problem.empty()) {
-        problems_.Report(current_->name.path, static_cast<int64_t>(piece_.offset), problem);
+        problems_.Report(PathOnHost(current_->name), static_cast<int64_t>(piece_.offset), problem);
     }
     const LogFileName* const origin = &current_->name;
     if (ParsePiece(piece_, origin, found_)) {

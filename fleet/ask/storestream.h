@@ -24,6 +24,9 @@ bool ParsePiece(const NS_LOG_READER::Piece& piece, const NS_LOG_READER::LogFileN
 NS_LOG_READER::Series MakePlace(const std::string& host, const std::string& category,
                                 int64_t process);
 
+// Several hosts may have files of one name.
+std::string PathOnHost(const NS_LOG_READER::LogFileName& name);
+
 class StoreStream final : public NS_LOG_READER::RecordStream {
   public:
     // What a stream needs of the store.

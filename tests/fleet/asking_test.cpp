@@ -4,6 +4,7 @@
 
 #include "fleet/fleetfixture.h"
 #include "reader/logtext.h"
+#include "store/recordstore.h"
 
 namespace {
 
@@ -267,6 +268,56 @@ TEST_F(Asking, GoesOnFollowingWhenTheStoreIsBack) {
     const ChildResult result = program.Wait();
     EXPECT_EQ(result.output, "host1 one\nhost1 two\nhost1 three\n");
     EXPECT_THAT(result.errors, HasSubstr("qvlog: the store is back\n"));
+}
+
+// A record that was left out stays a gap. What stands in it all the same is shown late.
+TEST_F(Asking, FollowsWhatIsStoredBehindAGapThatLasts) {
+    const std::string path = Logs() + "/" + LogName("corbaoper", 1, kNoProcess);
+    LogFields fields;
+    const auto frame = [&](uint32_t number, const char* detail) {
+        fields.detail = detail;
+        return LogFrame(number, fields);
+    };
+    WriteFile(path, CreatedText() + frame(1, "one"));
+    ASSERT_EQ(ShipAll().exitCode, 0);
+    ChildProcess program(
+        ChildStart{{QVLOG, "-f", "--fields", "host,detail", "--store", Postgres().Url()}});
+    ASSERT_TRUE(program.WaitForOutput("host1 one\n"));
+    NS_LOG_FLEET::RecordStore store(Postgres().Url());
+    NS_LOG_FLEET::RowFile file;
+    file.id = Number("SELECT id FROM qv.file");
+    file.day = NS_LOG_FLEET::DayOfName(LogName("corbaoper", 1, kNoProcess));
+    uint64_t end = ReadFile(path).size();
+    const auto add = [&](uint64_t offset, uint32_t number, const char* detail) {
+        NS_LOG_FLEET::FilePart part;
+        part.offset = offset;
+        part.bytes = frame(number, detail);
+        part.slices = {
+            {NS_LOG_READER::PieceKind::Frame, number, static_cast<uint32_t>(part.bytes.size())}};
+        store.Store({{file, &part}});
+        return part.End();
+    };
+    const uint64_t behind = add(end + frame(2, "two").size(), 3, "three");
+    ASSERT_TRUE(program.WaitForOutput("host1 three\n"));
+    add(behind, 4, "four");
+    ASSERT_TRUE(program.WaitForOutput("host1 four\n"));
+    add(end, 2, "two");
+    ASSERT_TRUE(program.WaitForOutput("host1 two\n"));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait().output, "host1 one\nhost1 three\nhost1 four\nhost1 two\n");
+}
+
+// The files of two hosts may have one name, and be damaged at one place.
+TEST_F(Asking, TellsTheProblemsOfEachHost) {
+    WriteFile(Logs() + "/" + LogName("debug", 1, kNoProcess),
+              CreatedText() + "what belongs to nothing\n\n" + LogFrame(1));
+    ASSERT_EQ(Ship("mgr1", Logs()).exitCode, 0);
+    ASSERT_EQ(Ship("mgr2", Logs()).exitCode, 0);
+    const std::string errors = Ask({}).errors;
+    for (const char* const host : {"mgr1", "mgr2"}) {
+        EXPECT_THAT(errors, HasSubstr("qvlog: " + std::string(host) + ": " +
+                                      LogName("debug", 1, kNoProcess) + ": at byte "));
+    }
 }
 
 // Each "$ command" of the guide's blocks, with what it prints.
