@@ -57,11 +57,15 @@ std::vector<Series> StoreArchive::FindSeries(const Selection& selection,
         file.name.process = rows.Number(row, 4);
         file.created = rows.Number(row, 9);
         file.firstNumber = static_cast<uint32_t>(rows.Number(row, 10));
-        known_[file.id] = {static_cast<uint64_t>(rows.Number(row, 5)),
-                           static_cast<uint64_t>(rows.Number(row, 6)),
-                           static_cast<uint64_t>(rows.Number(row, 7)), rows.Flag(row, 8)};
+        Knowledge& known = known_[file.id];
+        known = {{},
+                 static_cast<uint64_t>(rows.Number(row, 6)),
+                 static_cast<uint64_t>(rows.Number(row, 7)),
+                 rows.Flag(row, 8)};
+        known.stored.Add({0, static_cast<uint64_t>(rows.Number(row, 5))});
         places[{file.name.host, file.name.category, file.name.process}].push_back(std::move(file));
     }
+    FindRanges();
     std::vector<Series> all;
     for (auto& [key, files] : places) {
         const Series place = MakePlace(std::get<0>(key), std::get<1>(key), std::get<2>(key));
@@ -112,6 +116,30 @@ std::unique_ptr<NS_LOG_READER::RecordStream> StoreArchive::Open(
         matcher, options, newestFirst, problems);
 }
 
+// What was stored behind gaps.
+void StoreArchive::FindRanges() {
+    const Rows rows = connection_.Run("SELECT file, first, behind FROM qv.range");
+    for (int row = 0; row < rows.Count(); ++row) {
+        known_[rows.Number(row, 0)].stored.Add({static_cast<uint64_t>(rows.Number(row, 1)),
+                                                static_cast<uint64_t>(rows.Number(row, 2))});
+    }
+}
+
+// The first row begins further behind. What was stored in front of it went with its days.
+void StoreArchive::NoteBeginning(uint64_t behind, const Knowledge& known, Verifier& verifier) {
+    ByteRanges never;
+    for (const ByteRanges::Range& gap : known.stored.MissingIn({0, behind})) {
+        verifier.Note(gap.first, std::to_string(gap.second - gap.first) + " bytes are not stored",
+                      true);
+        never.Add(gap);
+    }
+    for (const ByteRanges::Range& old : never.MissingIn({0, behind})) {
+        verifier.Note(old.first,
+                      std::to_string(old.second - old.first) + " bytes are not kept any more",
+                      false);
+    }
+}
+
 void StoreArchive::ReadPieces(const LogFile& file, Verifier& verifier) {
     const Knowledge& known = known_[file.id];
     PieceRange range;
@@ -120,11 +148,10 @@ void StoreArchive::ReadPieces(const LogFile& file, Verifier& verifier) {
     Piece piece;
     uint64_t end = 0;
     while (query.Next(piece)) {
-        if (piece.offset > end) {
-            const bool isOld = end == 0 && piece.offset <= known.stored;
-            const std::string size = std::to_string(piece.offset - end) + " bytes";
-            verifier.Note(end, size + (isOld ? " are not kept any more" : " are not stored"),
-                          !isOld);
+        if (end == 0) {
+            NoteBeginning(piece.offset, known, verifier);
+        } else if (piece.offset > end) {
+            verifier.Note(end, std::to_string(piece.offset - end) + " bytes are not stored", true);
         }
         verifier.Take(piece);
         end = piece.offset + piece.bytes.size();

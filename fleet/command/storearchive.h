@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ask/byteranges.h"
 #include "ask/conditions.h"
 #include "ask/storefollower.h"
 #include "command/archive.h"
@@ -41,13 +42,16 @@ class StoreArchive final : public NS_LOG_READER::Store {
   private:
     // What the store knows of a file beside its records.
     struct Knowledge {
-        uint64_t stored = 0;
+        ByteRanges stored;
         uint64_t size = 0;
         uint64_t lost = 0;
         bool isComplete = false;
     };
 
     void Begin();
+    void FindRanges();
+    static void NoteBeginning(uint64_t behind, const Knowledge& known,
+                              NS_LOG_READER::Verifier& verifier);
     void ReadPieces(const NS_LOG_READER::LogFile& file, NS_LOG_READER::Verifier& verifier);
 
     const std::string url_;

@@ -40,6 +40,14 @@ class Asking : public FleetTest {
                         {"LC_ALL", "C"}}});
     }
 
+    static size_t CountOf(const std::string& text, const std::string& part) {
+        size_t count = 0;
+        for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+            ++count;
+        }
+        return count;
+    }
+
     // Everything that is hard to find, to quote, or to cut.
     void WriteStrangeFiles() const {
         std::string text = CreatedText();
@@ -318,6 +326,36 @@ TEST_F(Asking, TellsTheProblemsOfEachHost) {
         EXPECT_THAT(errors, HasSubstr("qvlog: " + std::string(host) + ": " +
                                       LogName("debug", 1, kNoProcess) + ": at byte "));
     }
+}
+
+// The day of what stands behind a gap may have been removed as well.
+TEST_F(Asking, CallsOnlyTheGapAMistakeWhereDaysWereRemoved) {
+    NS_LOG_FLEET::RecordStore store(Postgres().Url());
+    NS_LOG_FLEET::RowFile file;
+    const std::string name = LogName("debug", 1, kNoProcess);
+    file.id = store.FindFile({"host1", name, "first\n"}).id;
+    file.day = NS_LOG_FLEET::DayOfName(name);
+    const auto add = [&](uint64_t offset, const std::string& text) {
+        NS_LOG_FLEET::FilePart part;
+        part.offset = offset;
+        part.bytes = text;
+        part.slices = {{NS_LOG_READER::PieceKind::Short, 0, static_cast<uint32_t>(text.size())}};
+        store.Store({{file, &part}});
+    };
+    const std::string record = ShortText(1, "one");
+    const std::string later = "2026-03-06" + record.substr(10);
+    add(0, record);
+    add(1000, record);
+    add(1000 + record.size(), later);
+    ASSERT_EQ(Number("SELECT qv.drop_days('2026-03-06')"), 1);
+    const ChildResult result = Ask({"verify"});
+    EXPECT_EQ(result.exitCode, 1);
+    const std::string size = std::to_string(record.size());
+    EXPECT_THAT(result.output,
+                HasSubstr(" " + std::to_string(1000 - record.size()) + " bytes are not stored\n"));
+    EXPECT_EQ(CountOf(result.output, " are not stored"), 1U) << result.output;
+    EXPECT_EQ(CountOf(result.output, " " + size + " bytes are not kept any more\n"), 2U)
+        << result.output;
 }
 
 // Each "$ command" of the guide's blocks, with what it prints.
