@@ -156,6 +156,10 @@ void StoreArchive::ReadPieces(const LogFile& file, Verifier& verifier) {
         verifier.Take(piece);
         end = piece.offset + piece.bytes.size();
     }
+    if (end == 0 && known.lost == 0 && !known.stored.All().empty()) {
+        NoteBeginning(known.size, known, verifier);
+        return;
+    }
     if (known.lost > 0) {
         verifier.Note(end, std::to_string(known.lost) + " bytes were gone before they were sent",
                       true);

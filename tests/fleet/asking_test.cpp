@@ -328,6 +328,16 @@ TEST_F(Asking, TellsTheProblemsOfEachHost) {
     }
 }
 
+TEST_F(Asking, CallsAFileOfWhichAllDaysWereRemovedNoMistake) {
+    WriteFile(Logs() + "/" + LogName("debug", 1, kNoProcess),
+              CreatedText() + LogFrame(1) + ClosedText());
+    ASSERT_EQ(ShipAll().exitCode, 0);
+    ASSERT_EQ(Number("SELECT qv.drop_days('2026-03-06')"), 1);
+    const ChildResult result = Ask({"verify"});
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    EXPECT_THAT(result.output, HasSubstr(" bytes are not kept any more\n"));
+}
+
 // The day of what stands behind a gap may have been removed as well.
 TEST_F(Asking, CallsOnlyTheGapAMistakeWhereDaysWereRemoved) {
     NS_LOG_FLEET::RecordStore store(Postgres().Url());
