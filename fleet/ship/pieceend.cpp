@@ -12,6 +12,8 @@ namespace {
 
 constexpr size_t kBlockSize = size_t{1} << 20;
 
+constexpr const char* kLineEnd = "\n";
+
 // What stands at the end of a piece that begins so.
 std::string EndOf(std::string_view beginning) {
     std::string_view digits;
@@ -19,7 +21,7 @@ std::string EndOf(std::string_view beginning) {
         NS_LOG_READER::OpeningTagLength(beginning, digits) != 0) {
         return "\n</" + std::string(digits) + ">\n\n";
     }
-    return "\n";
+    return kLineEnd;
 }
 
 // Behind the first end in the text that a piece follows; npos: there is none, or what follows it is
@@ -35,6 +37,28 @@ size_t FindEnd(const std::string& text, const std::string& end, bool isRest, boo
     return std::string::npos;
 }
 
+bool BeginsMark(std::string_view text) {
+    return text.compare(0, NS_LOG_READER::kFileClosed.size(), NS_LOG_READER::kFileClosed) == 0;
+}
+
+// Where a frame without an end may end that begins with the text: behind its own closing tag, or in
+// front of the next frame or the line that closes the file; npos: nothing of that is there. What
+// begins at `last` or behind it is not looked at yet.
+size_t FindTornEnd(const std::string& text, const std::string& end, size_t from, size_t last) {
+    const std::string_view rest = text;
+    const size_t own = text.find(end, from);
+    for (size_t at = text.find_first_of("<\n", from); at < last;
+         at = text.find_first_of("<\n", at + 1)) {
+        if (at == own) {
+            return own + end.size();
+        }
+        if (NS_LOG_READER::BeginsFrame(rest.substr(at)) || BeginsMark(rest.substr(at))) {
+            return at;
+        }
+    }
+    return std::string::npos;
+}
+
 }  // namespace
 
 std::optional<uint64_t> FindPieceEnd(NS_LOG_READER::ByteSource& source, uint64_t offset,
@@ -42,6 +66,8 @@ std::optional<uint64_t> FindPieceEnd(NS_LOG_READER::ByteSource& source, uint64_t
     std::vector<char> block(kBlockSize);
     std::string text;  // begins at `offset`
     std::string end;
+    std::optional<uint64_t> tornEnd;
+    size_t from = 1;  // where a torn end is looked for: not at the piece's own beginning
     source.Seek(offset);
     for (bool isRest = false; !isRest;) {
         const size_t size = source.Read(block.data(), block.size());
@@ -55,10 +81,15 @@ std::optional<uint64_t> FindPieceEnd(NS_LOG_READER::ByteSource& source, uint64_t
         // An end may stand there in part, or what follows it.
         const size_t kept =
             std::min(text.size(), isRest ? 0 : end.size() + NS_LOG_READER::kPieceStartSize);
+        if (!tornEnd && end != kLineEnd) {
+            const size_t torn = FindTornEnd(text, end, from, text.size() - kept);
+            tornEnd = torn == std::string::npos ? tornEnd : std::optional<uint64_t>(offset + torn);
+            from = text.size() == kept ? from : 0;
+        }
         offset += text.size() - kept;
         text.erase(0, text.size() - kept);
     }
-    return isWhole ? std::optional<uint64_t>(offset) : std::nullopt;
+    return isWhole ? tornEnd.value_or(offset) : std::optional<uint64_t>();
 }
 
 }  // namespace NS_LOG_FLEET

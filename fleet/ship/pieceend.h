@@ -10,8 +10,8 @@ namespace NS_LOG_FLEET {
 
 // Where the piece ends that begins at `offset`; nothing when the end is not there. Reads block by
 // block and needs the memory of one, however large the piece is. `isSettled`: the source ends where
-// a piece does. `isWhole`: nothing comes behind what is there, so that a piece without an end ends
-// with the source. Throws ReadError.
+// a piece does. `isWhole`: nothing comes behind what is there, so that a frame without an end ends
+// where the next one begins, and any other piece with the source. Throws ReadError.
 std::optional<uint64_t> FindPieceEnd(NS_LOG_READER::ByteSource& source, uint64_t offset,
                                      bool isSettled, bool isWhole);
 

@@ -24,6 +24,11 @@ using NS_LOG_READER::ReadError;
 
 constexpr std::chrono::seconds kWriterCheckInterval{1};
 
+// All of a piece that has no end yet is read for each search. Nine tenths of the time are left for
+// others.
+constexpr std::chrono::seconds kShortestSearchPause{1};
+constexpr int kSearchPauseFactor = 9;
+
 // Opening a pipe would wait for who writes it.
 int OpenForReading(const std::string& path) {
     return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
@@ -94,6 +99,7 @@ void ShippedFile::OpenAgain() {
 void ShippedFile::SetOffset(uint64_t offset) {
     offset_ = offset;
     isDry_ = false;
+    nextSearch_ = Clock::time_point();
 }
 
 bool ShippedFile::IsFile(const struct stat& status) const {
@@ -147,9 +153,8 @@ bool ShippedFile::Look(Clock::time_point now) {
 
 void ShippedFile::Restart() {
     first_.clear();
-    offset_ = 0;
+    SetOffset(0);
     isClosed_ = false;
-    isDry_ = false;
     isSettled_ = false;
     grown_ = Clock::now();
 }
@@ -199,7 +204,7 @@ bool ShippedFile::TakePieces(size_t limit, bool isFinal, FilePart& part) {
 
 bool ShippedFile::ReadPart(size_t limit, FilePart& part) {
     part = FilePart();
-    if (first_.empty() || Backlog() == 0) {
+    if (first_.empty() || Backlog() == 0 || Clock::now() < nextSearch_) {
         return false;
     }
     if (!isDry_ && TakePieces(limit, false, part)) {
@@ -220,13 +225,18 @@ bool ShippedFile::ReadPart(size_t limit, FilePart& part) {
 
 // The next piece is too large. Its end may not be there yet.
 void ShippedFile::LeavePieceOut(bool hasEnded) {
+    const Clock::time_point begun = Clock::now();
     FixedPart source(descriptor_.Get(), size_, path_);
     const std::optional<uint64_t> end = FindPieceEnd(source, offset_, isSettled_, hasEnded);
     isDry_ = isSettled_ && !end;
     if (end) {
         leftOut_ = LeftOut{offset_, *end - offset_};
         offset_ = *end;
+        return;
     }
+    const Clock::time_point now = Clock::now();
+    nextSearch_ =
+        now + std::max<Clock::duration>(kShortestSearchPause, kSearchPauseFactor * (now - begun));
 }
 
 }  // namespace NS_LOG_FLEET

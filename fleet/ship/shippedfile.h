@@ -110,7 +110,8 @@ class ShippedFile {
     std::optional<Clock::time_point> checked_;  // when the writer was looked for
     bool hasEnded_ = false;
     bool isSettled_ = false;
-    bool isDry_ = false;  // the last attempt to read gave nothing
+    Clock::time_point nextSearch_{};  // for the end of a piece that is too large
+    bool isDry_ = false;              // the last attempt to read gave nothing
     bool isClosed_ = false;
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <utility>
@@ -68,6 +69,20 @@ TEST(PieceEnd, IsAwaitedWhileTheFileGrows) {
     EXPECT_EQ(EndIn(frame, true, true), 2 + frame.size());
 }
 
+TEST(PieceEnd, OfATornFrameIsWhereTheNextPieceBegins) {
+    const std::string torn = "<7>\n" + kStamp + ", ...\n" + std::string(1000, 'x');
+    for (const std::string& next :
+         {"<9>\n" + kStamp + ", ...\n", "\nFile close at " + kStamp + ".\n"}) {
+        const std::string text = torn + next + std::string(1000, 'x') + "\n</9>\n\n";
+        EXPECT_EQ(EndIn(text, true, true), 2 + torn.size()) << next;
+        EXPECT_EQ(EndIn(text, true, false), std::nullopt) << next;
+    }
+    const std::string closed = torn + "\n</7>\n\n";
+    EXPECT_EQ(
+        EndIn(closed + "no piece\n<9>\n" + kStamp + ", ...\n" + std::string(200, 'x'), true, true),
+        2 + closed.size());
+}
+
 class LargePieces : public ShipperTest {
   protected:
     LargePieces() { kept_.takesGaps = true; }
@@ -81,6 +96,11 @@ class LargePieces : public ShipperTest {
         std::string text = Text();
         return text.insert(LargeAt(), LargeRecord());
     }
+    // By all calls of this program that read.
+    static int64_t BytesRead() {
+        return std::stoll(ReadLines("/proc/self/io").front().substr(std::string("rchar: ").size()));
+    }
+
     static size_t LargeAt() { return Text().find("2026-03-05T14:07:11"); }
 };
 
@@ -141,6 +161,31 @@ TEST_F(LargePieces, StayLeftOutWhenANewTargetGoesOnBehindThem) {
     EXPECT_FALSE(Ship());
     EXPECT_TRUE(hasFailed);
     EXPECT_FALSE(kept_.files[0].isComplete);
+}
+
+TEST_F(LargePieces, TakeNothingAlongThatStandsBehindATornOne) {
+    const std::string torn = "<1>\n" + kStamp + ", ...\n" + std::string(kLargestPiece, 'x');
+    const std::string behind = "<3>\n" + kStamp + ", ...\n Detail: whole\n</3>\n\n";
+    WriteFile(LogPath(), torn + behind);
+    EXPECT_FALSE(Ship());
+    ASSERT_EQ(kept_.files.size(), 1U);
+    EXPECT_EQ(kept_.files[0].bytes.size(), torn.size() + behind.size());
+    EXPECT_TRUE(kept_.files[0].bytes.substr(torn.size()) == behind);
+}
+
+TEST_F(LargePieces, AreNotReadAnewAtEachLookWhileTheyGrow) {
+    WriteFile(LogPath(), "<1>\n" + kStamp + ", ...\n" + std::string(kLargestPiece, 'x'));
+    ShippedFile file(LogPath());
+    FilePart part;
+    constexpr int looks = 8;
+    const int64_t before = BytesRead();
+    for (int i = 0; i < looks; ++i) {
+        std::ofstream(LogPath(), std::ios::app) << 'x';
+        EXPECT_TRUE(file.Look(ShippedFile::Clock::now()));
+        EXPECT_FALSE(file.ReadPart(1, part));
+    }
+    // One look reads it twice.
+    EXPECT_LT(BytesRead() - before, int64_t{looks} * kLargestPiece);
 }
 
 TEST_F(LargePieces, AreSentUpToTheLimit) {
