@@ -52,6 +52,20 @@ void HostFile::SetOffset(uint64_t offset) {
     file->SetOffset(offset);
 }
 
+uint64_t HostFile::BeginAgain() {
+    const uint64_t end = file->Offset() + file->Lost();
+    // What is sent again by an order had arrived before.
+    const uint64_t arrived = std::max(file->Offset(), target.resumeAt);
+    const uint64_t lost = end - std::min(end, arrived) + LeftOutSize();
+    leftOut.clear();
+    omission.clear();
+    isOpen = false;
+    isSentAgain = false;
+    first.clear();
+    file->Restart();
+    return lost;
+}
+
 void HostFile::Reopen() {
     if (file) {
         return;

@@ -57,6 +57,9 @@ struct HostFile {
     // Goes on there. What was left out in front of it stays left out.
     void SetOffset(uint64_t offset);
 
+    // It was emptied and is another file now. Returns how many bytes of the old one were lost.
+    uint64_t BeginAgain();
+
     // Opens an idle file. Throws ReadError.
     void Reopen();
 

@@ -216,12 +216,16 @@ bool Shipper::MayBeThere(const std::string& name) const {
 }
 
 void Shipper::NoteRemoved(const KnownFile& known) {
+    const uint64_t end = std::max(known.size, known.arrived);
     if (!known.isComplete) {
-        Trouble(known.name +
-                " was removed before it was sent to its end; what is known of it ends at byte " +
-                std::to_string(known.arrived));
+        const std::string gap =
+            known.arrived < end
+                ? "something is missing from byte " + std::to_string(known.arrived) + " on, and "
+                : "";
+        Trouble(known.name + " was removed before it was sent to its end; " + gap +
+                "what is known of it ends at byte " + std::to_string(end));
     }
-    target_->NoteGone(known.handle, known.size > known.arrived ? known.size - known.arrived : 0);
+    target_->NoteGone(known.handle, end - known.arrived);
 }
 
 // An order that cannot be carried out now stays with the target.
@@ -271,18 +275,11 @@ void Shipper::BeginAgain(HostFile& file) {
     const uint64_t end = offset + file.file->Lost();
     Trouble(file.path + " was emptied and begins again; it was sent up to byte " +
             std::to_string(offset) + " of " + std::to_string(end));
-    // What is sent again by an order had arrived before.
-    const uint64_t lost = end - std::min(end, std::max(offset, file.target.resumeAt));
-    const uint64_t leftOut = file.LeftOutSize();
-    file.leftOut.clear();
-    file.omission.clear();
-    const bool wasOpen = std::exchange(file.isOpen, false);
-    file.isSentAgain = false;
-    file.first.clear();
-    file.file->Restart();
+    const bool wasOpen = file.isOpen;
+    const uint64_t lost = file.BeginAgain();
     if (wasOpen) {
         target_->Flush();
-        target_->NoteGone(file.target.handle, lost + leftOut);
+        target_->NoteGone(file.target.handle, lost);
     }
 }
 

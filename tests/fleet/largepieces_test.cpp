@@ -141,6 +141,18 @@ TEST_F(LargePieces, CountAsLostWhenTheirFileIsRemoved) {
     EXPECT_EQ(kept_.states.back().problem, "");
 }
 
+TEST_F(LargePieces, AreToldApartFromTheEndWhenTheirFileIsRemovedUnseen) {
+    WriteFile(LogPath(), TextWithLargeRecord());
+    EXPECT_FALSE(Ship());
+    std::filesystem::remove(LogPath());
+    const CapturedOutput errors(STDERR_FILENO);
+    EXPECT_FALSE(Ship());
+    EXPECT_THAT(errors.Text(),
+                HasSubstr("something is missing from byte " + std::to_string(LargeAt()) +
+                          " on, and what is known of it ends at byte " +
+                          std::to_string(TextWithLargeRecord().size()) + "\n"));
+}
+
 // Leaving a piece out is no success of the target.
 TEST_F(LargePieces, DoNotHideThatTheTargetRefusesWhatFollows) {
     WriteFile(LogPath(), TextWithLargeRecord());
