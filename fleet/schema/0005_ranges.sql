@@ -8,20 +8,16 @@ CREATE OR REPLACE FUNCTION qv.note_stored(wanted bigint, first_byte bigint, behi
 LANGUAGE plpgsql SET search_path = pg_catalog AS $$
 DECLARE
     reached bigint;
-    joined_first bigint := first_byte;
-    joined_behind bigint := behind_byte;
-    touching bigint;
+    joined_first bigint;
+    joined_behind bigint;
 BEGIN
     SELECT stored INTO reached FROM qv.file WHERE id = wanted FOR UPDATE;
-    LOOP
-        WITH joined AS (
-            DELETE FROM qv.range
-            WHERE file = wanted AND first <= joined_behind AND behind >= joined_first
-            RETURNING first, behind)
-        SELECT count(*), least(joined_first, min(first)), greatest(joined_behind, max(behind))
-        INTO touching, joined_first, joined_behind FROM joined;
-        EXIT WHEN touching = 0;
-    END LOOP;
+    WITH joined AS (
+        DELETE FROM qv.range
+        WHERE file = wanted AND first <= behind_byte AND behind >= first_byte
+        RETURNING first, behind)
+    SELECT least(first_byte, min(first)), greatest(behind_byte, max(behind))
+    INTO joined_first, joined_behind FROM joined;
     IF joined_first > reached THEN
         INSERT INTO qv.range VALUES (wanted, joined_first, joined_behind);
     ELSE

@@ -35,7 +35,7 @@ constexpr int64_t kMostOutstanding = 4096;
 // So many of them may wait for a newer collector: the others are for what can be stored. When they
 // come again, they cost each time what they hold.
 constexpr int64_t kMostForNewer = kMostOutstanding / 2;
-constexpr int64_t kNewerMilliseconds = 60 * 1000;
+constexpr int64_t kNewerMilliseconds = 60000;
 
 // All collectors of a shard share its messages under this name.
 constexpr const char* kConsumer = "store";

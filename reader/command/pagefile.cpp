@@ -42,8 +42,8 @@ void RefuseLogFile(const std::string& path, const std::vector<std::string>& path
 
 // A file that the program has open, as /dev/stdout. It is written where its next byte belongs.
 FileDescriptor OpenOwn(const fs::path& link) {
-    return FileDescriptor(
-        ::fcntl(std::atoi(link.filename().c_str()), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    const auto number = static_cast<int>(std::strtol(link.filename().c_str(), nullptr, 10));
+    return FileDescriptor(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 bool IsOwn(const fs::path& link) {

@@ -37,6 +37,7 @@ class Ranges : public FleetTest {
             " ORDER BY first",
             {std::to_string(kSize)});
         std::vector<std::string> noted;
+        noted.reserve(static_cast<size_t>(rows.Count()));
         for (int row = 0; row < rows.Count(); ++row) {
             noted.emplace_back(rows.Text(row, 0));
         }
