@@ -7,8 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
+#include "format/framing.h"
+#include "input/bytesource.h"
 #include "query/badrequest.h"
 
 namespace NS_LOG_READER {
@@ -19,6 +22,18 @@ namespace fs = std::filesystem;
 bool IsSameFile(const std::string& a, const std::string& b) {
     std::error_code ignored;
     return fs::equivalent(a, b, ignored);
+}
+
+// Also under another name, as logrotate gives it one.
+bool HoldsLog(const std::string& path) {
+    char bytes[kFileCreated.size()];
+    std::error_code none;
+    try {
+        return fs::is_regular_file(path, none) &&
+               std::string_view(bytes, OpenFile(path)->Read(bytes, sizeof bytes)) == kFileCreated;
+    } catch (const ReadError&) {
+        return false;
+    }
 }
 
 void RefuseLogFile(const std::string& path, const std::vector<std::string>& paths,
@@ -37,6 +52,9 @@ void RefuseLogFile(const std::string& path, const std::vector<std::string>& path
     }
     if (isRead) {
         throw BadRequest(path + ": the page is to be made of this file, and would replace it");
+    }
+    if (HoldsLog(path)) {
+        throw BadRequest(path + ": this is a log file, and would be replaced by a page");
     }
 }
 

@@ -80,6 +80,17 @@ TEST_F(PageFile, NeverReplacesALogFile) {
     EXPECT_FALSE(std::filesystem::exists(Path(LogName("new", 1))));
 }
 
+TEST_F(PageFile, NeverReplacesALogFileThatWasMoved) {
+    const std::string moved = Path(LogName("oper", 1) + ".1");
+    WriteFile(moved, CreatedText(1) + LogFrame(1));
+    const std::string text = ReadFile(moved);
+    const ProgramResult result = Run({"report", "--html", moved, Path()});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.errors,
+              "qvlog: " + moved + ": this is a log file, and would be replaced by a page\n");
+    EXPECT_EQ(ReadFile(moved), text);
+}
+
 // What was there before is of more use than half a page.
 TEST_F(PageFile, HasItsNameWhenItIsComplete) {
     if (!MayTrace()) {
