@@ -47,14 +47,16 @@ bool BeginsMark(std::string_view text) {
 size_t FindTornEnd(const std::string& text, const std::string& end, size_t from, size_t last) {
     const std::string_view rest = text;
     const size_t own = text.find(end, from);
-    for (size_t at = text.find_first_of("<\n", from); at < last;
-         at = text.find_first_of("<\n", at + 1)) {
+    size_t tag = text.find('<', from);
+    size_t line = text.find('\n', from);
+    for (size_t at = std::min(tag, line); at < last; at = std::min(tag, line)) {
         if (at == own) {
             return own + end.size();
         }
         if (NS_LOG_READER::BeginsFrame(rest.substr(at)) || BeginsMark(rest.substr(at))) {
             return at;
         }
+        (at == tag ? tag : line) = text.find(text[at], at + 1);
     }
     return std::string::npos;
 }
