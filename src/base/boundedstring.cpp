@@ -72,7 +72,8 @@ int FormatWithLibrary(char* buffer, size_t room, const char* format, va_list arg
         return -1;
     }
     const int written = std::vsnprintf(buffer, room + 1, format, arguments);
-    return written >= 0 && static_cast<size_t>(written) > room ? -1 : written;
+    const bool isWhole = written >= 0 && static_cast<size_t>(written) <= room;
+    return isWhole ? static_cast<int>(std::strlen(buffer)) : -1;
 }
 
 int snprintf_s(char* buffer, size_t size, size_t limit, const char* format, ...) {

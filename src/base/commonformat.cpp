@@ -12,6 +12,7 @@
 
 #include "base/conversion.h"
 #include "base/copytext.h"
+#include "base/digits.h"
 #include "base/fixedpoint.h"
 
 // The analyser loses sight of a va_list that is handed on by reference, and of what to_chars
@@ -30,45 +31,46 @@ constexpr double kMostMagnitude = 1e18;
 // Of a number with at most that precision and magnitude.
 constexpr size_t kMostDigits = 64;
 
+// Each function writes at `at` and returns the end of what it has written, which so stays in a
+// register; or null for what is not common.
 class CommonFormatter {
   public:
-    CommonFormatter(char* buffer, size_t room) : at_(buffer), end_(buffer + room) {}
+    // `end`: of the room.
+    explicit CommonFormatter(const char* end) : end_(end) {}
 
-    // Where the text ends, or null for a text that is not common.
-    char* Format(const char* format, FormatArguments& arguments);
+    char* Format(char* at, const char* format, FormatArguments& arguments) const;
 
   private:
-    bool Literal(const char* text, size_t length);
-    bool Convert(const char*& format, FormatArguments& arguments);
-    bool ConvertAny(const char*& format, FormatArguments& arguments);
-    bool Signed(const Conversion& conversion, FormatArguments& arguments);
-    bool Unsigned(const Conversion& conversion, FormatArguments& arguments, int base,
-                  bool upperCase);
-    bool Integer(const Conversion& conversion, std::string_view sign, uint64_t magnitude, int base,
-                 bool upperCase);
-    bool PlainDecimal(bool negative, uint64_t magnitude);
-    bool PlainFloating(double value, std::chars_format format, int precision);
-    bool Floating(const Conversion& conversion, FormatArguments& arguments,
-                  std::chars_format format);
-    bool PaddedFloating(const Conversion& conversion, double value, std::chars_format format,
-                        int precision);
-    bool String(const Conversion& conversion, FormatArguments& arguments);
-    bool Character(const Conversion& conversion, FormatArguments& arguments);
-    bool Pointer(const Conversion& conversion, FormatArguments& arguments);
+    char* Literal(char* at, const char* text, size_t length) const;
+    char* Convert(char* at, const char*& format, FormatArguments& arguments) const;
+    char* ConvertAny(char* at, const char*& format, FormatArguments& arguments) const;
+    char* Signed(char* at, const Conversion& conversion, FormatArguments& arguments) const;
+    char* Unsigned(char* at, const Conversion& conversion, FormatArguments& arguments, int base,
+                   bool upperCase) const;
+    char* Integer(char* at, const Conversion& conversion, std::string_view sign, uint64_t magnitude,
+                  int base, bool upperCase) const;
+    char* Floating(char* at, const Conversion& conversion, FormatArguments& arguments,
+                   std::chars_format format) const;
+    char* PaddedFloating(char* at, const Conversion& conversion, double value,
+                         std::chars_format format, int precision) const;
+    char* String(char* at, const Conversion& conversion, FormatArguments& arguments) const;
+    char* Character(char* at, const Conversion& conversion, FormatArguments& arguments) const;
+    char* Pointer(char* at, const Conversion& conversion, FormatArguments& arguments) const;
 
     // Whether a number can be written where it belongs: no width, no sign but a minus, and room for
     // any number.
-    bool IsPlain(const Conversion& conversion) const {
-        return conversion.width == 0 && !conversion.plus && !conversion.blank && HasRoomForNumber();
+    bool IsPlain(const char* at, const Conversion& conversion) const {
+        return conversion.width == 0 && !conversion.plus && !conversion.blank &&
+               HasRoomForNumber(at);
     }
-    bool HasRoomForNumber() const { return static_cast<size_t>(end_ - at_) > kMostDigits; }
+    bool HasRoomForNumber(const char* at) const { return Room(at) > kMostDigits; }
+    size_t Room(const char* at) const { return static_cast<size_t>(end_ - at); }
 
     // `prefix`, then `zeros` zeros, then `body`, padded to the width.
-    bool Padded(const Conversion& conversion, std::string_view prefix, size_t zeros,
-                std::string_view body);
+    char* Padded(char* at, const Conversion& conversion, std::string_view prefix, size_t zeros,
+                 std::string_view body) const;
 
-    char* at_;
-    char* end_;
+    const char* const end_;
 };
 
 std::string_view SignOf(const Conversion& conversion, bool negative) {
@@ -99,7 +101,7 @@ bool RoundsToNearest() {
     return 1.0F + little == 1.0F - little;
 }
 
-// Whether the C library would write the value with the digits that WriteDigits gives it.
+// Whether the C library would write the value with the digits that WriteFloating gives it.
 bool IsLikeLibrary(double value) {
     const char* point = nl_langinfo(RADIXCHAR);
     return std::fabs(value) < kMostMagnitude && point[0] == '.' && point[1] == '\0' &&
@@ -107,7 +109,7 @@ bool IsLikeLibrary(double value) {
 }
 
 // REQUIRES: room for kMostDigits.
-char* WriteDigits(double value, std::chars_format format, int precision, char* out) {
+char* WriteFloating(double value, std::chars_format format, int precision, char* out) {
     if (format == std::chars_format::fixed) {
         if (char* const end = WriteFixedPoint(value, precision, out)) {
             return end;
@@ -116,85 +118,101 @@ char* WriteDigits(double value, std::chars_format format, int precision, char* o
     return std::to_chars(out, out + kMostDigits, value, format, precision).ptr;
 }
 
-char* CommonFormatter::Format(const char* format, FormatArguments& arguments) {
-    for (;;) {
-        const char* next = strchrnul(format, '%');
-        if (!Literal(format, static_cast<size_t>(next - format))) {
-            return nullptr;
-        }
-        if (*next == '\0') {
-            return at_;
-        }
-        format = next + 1;
-        if (!Convert(format, arguments)) {
-            return nullptr;
-        }
+// REQUIRES: room for any number.
+char* PlainDecimal(char* at, bool negative, uint64_t magnitude) {
+    if (negative) {
+        *at++ = '-';
     }
+    return WriteDecimal(magnitude, at);
 }
 
-bool CommonFormatter::Literal(const char* text, size_t length) {
-    if (static_cast<size_t>(end_ - at_) < length) {
-        return false;
+// REQUIRES: room for kMostDigits.
+char* PlainFloating(char* at, double value, std::chars_format format, int precision) {
+    if (std::signbit(value)) {
+        *at++ = '-';
     }
-    at_ = CopyText(at_, text, length);
-    return true;
+    return WriteFloating(std::fabs(value), format, precision, at);
+}
+
+char* CommonFormatter::Format(char* at, const char* format, FormatArguments& arguments) const {
+    while (at != nullptr) {
+        if (*format != '%') {
+            const char* const next = strchrnul(format, '%');
+            at = Literal(at, format, static_cast<size_t>(next - format));
+            if (at == nullptr || *next == '\0') {
+                return at;
+            }
+            format = next;
+        }
+        ++format;
+        at = Convert(at, format, arguments);
+    }
+    return nullptr;
+}
+
+inline char* CommonFormatter::Literal(char* at, const char* text, size_t length) const {
+    return Room(at) < length ? nullptr : CopyText(at, text, length);
 }
 
 // Most conversions are a bare d or s, or an f with a precision of one digit.
-bool CommonFormatter::Convert(const char*& format, FormatArguments& arguments) {
-    if (!HasRoomForNumber()) {
-        return ConvertAny(format, arguments);
+inline char* CommonFormatter::Convert(char* at, const char*& format,
+                                      FormatArguments& arguments) const {
+    if (!HasRoomForNumber(at)) {
+        return ConvertAny(at, format, arguments);
     }
     if (format[0] == 'd') {
         ++format;
         const int value = va_arg(arguments.list, int);
-        return PlainDecimal(value < 0, Magnitude(value));
+        return PlainDecimal(at, value < 0, Magnitude(value));
     }
     if (format[0] == 's') {
         ++format;
         const char* text = va_arg(arguments.list, const char*);
-        return text != nullptr && Literal(text, std::strlen(text));
+        return text == nullptr ? nullptr : Literal(at, text, std::strlen(text));
     }
     if (format[0] == '.' && format[1] >= '0' && format[1] <= '9' && format[2] == 'f') {
         const int precision = format[1] - '0';
         format += 3;
         const double value = va_arg(arguments.list, double);
-        return IsLikeLibrary(value) && PlainFloating(value, std::chars_format::fixed, precision);
+        return IsLikeLibrary(value) ? PlainFloating(at, value, std::chars_format::fixed, precision)
+                                    : nullptr;
     }
-    return ConvertAny(format, arguments);
+    return ConvertAny(at, format, arguments);
 }
 
-bool CommonFormatter::ConvertAny(const char*& format, FormatArguments& arguments) {
+// Not inlined: seldom called, and large.
+__attribute__((noinline)) char* CommonFormatter::ConvertAny(char* at, const char*& format,
+                                                            FormatArguments& arguments) const {
     Conversion conversion;
     if (!ParseConversion(format, arguments, conversion)) {
-        return false;
+        return nullptr;
     }
     switch (*format++) {
         case 'd':
         case 'i':
-            return Signed(conversion, arguments);
+            return Signed(at, conversion, arguments);
         case 'u':
-            return Unsigned(conversion, arguments, 10, false);
+            return Unsigned(at, conversion, arguments, 10, false);
         case 'x':
-            return Unsigned(conversion, arguments, 16, false);
+            return Unsigned(at, conversion, arguments, 16, false);
         case 'X':
-            return Unsigned(conversion, arguments, 16, true);
+            return Unsigned(at, conversion, arguments, 16, true);
         case 's':
-            return String(conversion, arguments);
+            return String(at, conversion, arguments);
         case 'c':
-            return Character(conversion, arguments);
+            return Character(at, conversion, arguments);
         case 'p':
-            return Pointer(conversion, arguments);
+            return Pointer(at, conversion, arguments);
         case 'f':
-            return Floating(conversion, arguments, std::chars_format::fixed);
+            return Floating(at, conversion, arguments, std::chars_format::fixed);
         case 'e':
-            return Floating(conversion, arguments, std::chars_format::scientific);
+            return Floating(at, conversion, arguments, std::chars_format::scientific);
         case 'g':
-            return Floating(conversion, arguments, std::chars_format::general);
+            return Floating(at, conversion, arguments, std::chars_format::general);
         case '%':
-            return format[-2] == '%' && Literal("%", 1);
+            return format[-2] == '%' ? Literal(at, "%", 1) : nullptr;
         default:
-            return false;
+            return nullptr;
     }
 }
 
@@ -226,35 +244,27 @@ uint64_t TakeUnsigned(ConversionLength length, FormatArguments& arguments) {
     }
 }
 
-bool CommonFormatter::Signed(const Conversion& conversion, FormatArguments& arguments) {
+char* CommonFormatter::Signed(char* at, const Conversion& conversion,
+                              FormatArguments& arguments) const {
     const int64_t value = TakeSigned(conversion.length, arguments);
     const uint64_t magnitude = Magnitude(value);
-    if (conversion.precision == kNoPrecision && IsPlain(conversion)) {
-        return PlainDecimal(value < 0, magnitude);
+    if (conversion.precision == kNoPrecision && IsPlain(at, conversion)) {
+        return PlainDecimal(at, value < 0, magnitude);
     }
-    return Integer(conversion, SignOf(conversion, value < 0), magnitude, 10, false);
+    return Integer(at, conversion, SignOf(conversion, value < 0), magnitude, 10, false);
 }
 
-// REQUIRES: room for any number.
-bool CommonFormatter::PlainDecimal(bool negative, uint64_t magnitude) {
-    if (negative) {
-        *at_++ = '-';
-    }
-    at_ = std::to_chars(at_, end_, magnitude).ptr;
-    return true;
-}
-
-bool CommonFormatter::Unsigned(const Conversion& conversion, FormatArguments& arguments, int base,
-                               bool upperCase) {
+char* CommonFormatter::Unsigned(char* at, const Conversion& conversion, FormatArguments& arguments,
+                                int base, bool upperCase) const {
     const uint64_t value = TakeUnsigned(conversion.length, arguments);
-    if (base == 10 && conversion.precision == kNoPrecision && IsPlain(conversion)) {
-        return PlainDecimal(false, value);
+    if (base == 10 && conversion.precision == kNoPrecision && IsPlain(at, conversion)) {
+        return PlainDecimal(at, false, value);
     }
-    return Integer(conversion, "", value, base, upperCase);
+    return Integer(at, conversion, "", value, base, upperCase);
 }
 
-bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sign,
-                              uint64_t magnitude, int base, bool upperCase) {
+char* CommonFormatter::Integer(char* at, const Conversion& conversion, std::string_view sign,
+                               uint64_t magnitude, int base, bool upperCase) const {
     char digits[20];
     char* const limit = digits + sizeof digits;
     char* const digitsEnd = base == 10 ? std::to_chars(digits, limit, magnitude).ptr
@@ -266,100 +276,97 @@ bool CommonFormatter::Integer(const Conversion& conversion, std::string_view sig
     }
     std::string_view body(digits, static_cast<size_t>(digitsEnd - digits));
     if (conversion.precision == kNoPrecision) {
-        return Padded(conversion, sign, ZerosToWidth(conversion, sign.size() + body.size()), body);
+        return Padded(at, conversion, sign, ZerosToWidth(conversion, sign.size() + body.size()),
+                      body);
     }
     // No digits at all for a zero of which none are wanted.
     const auto least = static_cast<size_t>(conversion.precision);
     body = magnitude == 0 && least == 0 ? body.substr(0, 0) : body;
-    return Padded(conversion, sign, least > body.size() ? least - body.size() : 0, body);
+    return Padded(at, conversion, sign, least > body.size() ? least - body.size() : 0, body);
 }
 
-bool CommonFormatter::Floating(const Conversion& conversion, FormatArguments& arguments,
-                               std::chars_format format) {
+char* CommonFormatter::Floating(char* at, const Conversion& conversion, FormatArguments& arguments,
+                                std::chars_format format) const {
     if (conversion.length != ConversionLength::kInt &&
         conversion.length != ConversionLength::kLong) {
-        return false;
+        return nullptr;
     }
     const double value = va_arg(arguments.list, double);
     const int precision =
         conversion.precision == kNoPrecision ? kDefaultPrecision : conversion.precision;
     if (precision > kMostPrecision || !IsLikeLibrary(value)) {
-        return false;
+        return nullptr;
     }
-    return IsPlain(conversion) ? PlainFloating(value, format, precision)
-                               : PaddedFloating(conversion, value, format, precision);
+    return IsPlain(at, conversion) ? PlainFloating(at, value, format, precision)
+                                   : PaddedFloating(at, conversion, value, format, precision);
 }
 
-// REQUIRES: room for kMostDigits.
-bool CommonFormatter::PlainFloating(double value, std::chars_format format, int precision) {
-    if (std::signbit(value)) {
-        *at_++ = '-';
-    }
-    at_ = WriteDigits(std::fabs(value), format, precision, at_);
-    return true;
-}
-
-bool CommonFormatter::PaddedFloating(const Conversion& conversion, double value,
-                                     std::chars_format format, int precision) {
+char* CommonFormatter::PaddedFloating(char* at, const Conversion& conversion, double value,
+                                      std::chars_format format, int precision) const {
     const std::string_view sign = SignOf(conversion, std::signbit(value));
     char digits[kMostDigits];
-    const char* const digitsEnd = WriteDigits(std::fabs(value), format, precision, digits);
+    const char* const digitsEnd = WriteFloating(std::fabs(value), format, precision, digits);
     const std::string_view body(digits, static_cast<size_t>(digitsEnd - digits));
-    return Padded(conversion, sign, ZerosToWidth(conversion, sign.size() + body.size()), body);
+    return Padded(at, conversion, sign, ZerosToWidth(conversion, sign.size() + body.size()), body);
 }
 
-bool CommonFormatter::String(const Conversion& conversion, FormatArguments& arguments) {
+char* CommonFormatter::String(char* at, const Conversion& conversion,
+                              FormatArguments& arguments) const {
     const char* text = va_arg(arguments.list, const char*);
     if (text == nullptr || conversion.length != ConversionLength::kInt || conversion.zero) {
-        return false;
+        return nullptr;
     }
     const size_t length = conversion.precision == kNoPrecision
                               ? std::strlen(text)
                               : strnlen(text, static_cast<size_t>(conversion.precision));
-    return conversion.width == 0 ? Literal(text, length)
-                                 : Padded(conversion, "", 0, std::string_view(text, length));
+    return conversion.width == 0 ? Literal(at, text, length)
+                                 : Padded(at, conversion, "", 0, std::string_view(text, length));
 }
 
-bool CommonFormatter::Character(const Conversion& conversion, FormatArguments& arguments) {
+char* CommonFormatter::Character(char* at, const Conversion& conversion,
+                                 FormatArguments& arguments) const {
     if (conversion.length != ConversionLength::kInt || conversion.zero) {
-        return false;
+        return nullptr;
     }
     const auto character = static_cast<char>(va_arg(arguments.list, int));
-    return Padded(conversion, "", 0, std::string_view(&character, 1));
+    if (character == '\0') {
+        return nullptr;
+    }
+    return Padded(at, conversion, "", 0, std::string_view(&character, 1));
 }
 
-bool CommonFormatter::Pointer(const Conversion& conversion, FormatArguments& arguments) {
+char* CommonFormatter::Pointer(char* at, const Conversion& conversion,
+                               FormatArguments& arguments) const {
     const void* pointer = va_arg(arguments.list, const void*);
     if (pointer == nullptr || conversion.precision != kNoPrecision || conversion.zero ||
         conversion.plus || conversion.blank || conversion.length != ConversionLength::kInt) {
-        return false;
+        return nullptr;
     }
-    return Integer(conversion, "0x", reinterpret_cast<uintptr_t>(pointer), 16, false);
+    return Integer(at, conversion, "0x", reinterpret_cast<uintptr_t>(pointer), 16, false);
 }
 
-bool CommonFormatter::Padded(const Conversion& conversion, std::string_view prefix, size_t zeros,
-                             std::string_view body) {
+char* CommonFormatter::Padded(char* at, const Conversion& conversion, std::string_view prefix,
+                              size_t zeros, std::string_view body) const {
     const size_t used = prefix.size() + zeros + body.size();
     const auto width = static_cast<size_t>(conversion.width);
     if (used == body.size() && width <= used) {
-        return Literal(body.data(), body.size());
+        return Literal(at, body.data(), body.size());
     }
     const size_t blanks = width > used ? width - used : 0;
-    if (static_cast<size_t>(end_ - at_) < used + blanks) {
-        return false;
+    if (Room(at) < used + blanks) {
+        return nullptr;
     }
     const size_t before = conversion.left ? 0 : blanks;
-    std::memset(at_, ' ', before);
-    at_ += before;
-    std::memcpy(at_, prefix.data(), prefix.size());
-    at_ += prefix.size();
-    std::memset(at_, '0', zeros);
-    at_ += zeros;
-    std::memcpy(at_, body.data(), body.size());
-    at_ += body.size();
-    std::memset(at_, ' ', blanks - before);
-    at_ += blanks - before;
-    return true;
+    std::memset(at, ' ', before);
+    at += before;
+    std::memcpy(at, prefix.data(), prefix.size());
+    at += prefix.size();
+    std::memset(at, '0', zeros);
+    at += zeros;
+    std::memcpy(at, body.data(), body.size());
+    at += body.size();
+    std::memset(at, ' ', blanks - before);
+    return at + (blanks - before);
 }
 
 }  // namespace
@@ -367,7 +374,7 @@ bool CommonFormatter::Padded(const Conversion& conversion, std::string_view pref
 int FormatCommon(char* buffer, size_t room, const char* format, va_list arguments) {
     FormatArguments copy;
     va_copy(copy.list, arguments);
-    char* const end = CommonFormatter(buffer, room).Format(format, copy);
+    char* const end = CommonFormatter(buffer + room).Format(buffer, format, copy);
     va_end(copy.list);
     if (end == nullptr) {
         return kNotCommon;

@@ -14,7 +14,7 @@ constexpr int kNotCommon = -1;
 // 55 ns where the C library takes 200, most of them for the double.
 //
 // Leaves to the C library what is rare:
-// - texts that do not fit, null strings, wide characters, numbered arguments, %n;
+// - texts that do not fit, null strings, zero bytes, wide characters, numbered arguments, %n;
 // - the flags # and ', octal, hexadecimal and long floating point, upper-case exponents;
 // - infinities, doubles of 10^18 and more, decimal points other than '.', and rounding modes other
 //   than to the nearest.

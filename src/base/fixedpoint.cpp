@@ -1,40 +1,46 @@
 #include "base/fixedpoint.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <limits>
+
+#include "base/copytext.h"
+#include "base/digits.h"
 
 namespace NS_LOG_SERVICE1 {
 
 namespace {
 
-constexpr uint64_t kPowers[] = {1,      10,      100,      1000,      10000,
-                                100000, 1000000, 10000000, 100000000, 1000000000};
+constexpr int kMostPrecision = 9;
 
-// Of a number of 64 bits.
-constexpr int kIntegerDigits = std::numeric_limits<uint64_t>::digits10 + 1;
-
-// Writes `number` divided by 10 to the power of `precision`.
-char* WriteDecimals(uint64_t number, int precision, char* out) {
-    const uint64_t power = kPowers[precision];
-    uint64_t decimals = number % power;
-    out = std::to_chars(out, out + kIntegerDigits, number / power).ptr;
+// Writes `number` divided by 10 to the power of `precision`. The digits are written one place too
+// far, and those before the point moved back.
+char* WriteDecimals(uint64_t number, size_t precision, char* out) {
     if (precision == 0) {
-        return out;
+        return WriteDecimal(number, out);
     }
-    *out++ = '.';
-    for (char* digit = out + precision; digit != out; decimals /= 10) {
-        *--digit = static_cast<char>('0' + decimals % 10);
-    }
-    return out + precision;
+    const size_t count = std::max(CountDigits(number), precision + 1);
+    WriteDigits(number, count, out + 1);
+    char* const point = CopyText(out, out + 1, count - precision);
+    *point = '.';
+    return out + count + 1;
+}
+
+// `number` divided by two to the power of `shift`, halves to the even digit.
+template <class Number>
+Number DivideRounding(Number number, int shift) {
+    const Number quotient = number >> shift;
+    const Number unit = Number{1} << shift;
+    const Number twiceRest = (number & (unit - 1)) << 1;
+    const bool up = twiceRest > unit || (twiceRest == unit && (quotient & 1) != 0);
+    return quotient + (up ? 1 : 0);
 }
 
 }  // namespace
 
 char* WriteFixedPoint(double value, int precision, char* out) {
-    if (precision >= static_cast<int>(std::size(kPowers))) {
+    if (precision > kMostPrecision) {
         return nullptr;
     }
     constexpr int kMantissaBits = 52;
@@ -48,19 +54,21 @@ char* WriteFixedPoint(double value, int precision, char* out) {
     if (shift < 0 || shift > kMostShift) {
         return nullptr;
     }
+    const uint64_t power = kPowersOfTen[precision];
+    // The usual case: 53 bits times 10 bits, and room for twice the rest.
+    constexpr int kShortPrecision = 3;
+    constexpr int kShortShift = 62;
+    if (precision <= kShortPrecision && shift <= kShortShift) {
+        return WriteDecimals(DivideRounding(mantissa * power, shift),
+                             static_cast<size_t>(precision), out);
+    }
     __extension__ using Wide = unsigned __int128;
-    const Wide scaled = static_cast<Wide>(mantissa) * kPowers[precision];
-    const Wide unit = static_cast<Wide>(1) << shift;
-    const Wide wideQuotient = scaled >> shift;
-    if (wideQuotient >= std::numeric_limits<uint64_t>::max()) {
+    const Wide scaled = static_cast<Wide>(mantissa) * power;
+    if (scaled >> shift >= std::numeric_limits<uint64_t>::max()) {
         return nullptr;
     }
-    auto quotient = static_cast<uint64_t>(wideQuotient);
-    const Wide twiceRest = (scaled & (unit - 1)) << 1;
-    if (twiceRest > unit || (twiceRest == unit && (quotient & 1) != 0)) {
-        ++quotient;
-    }
-    return WriteDecimals(quotient, precision, out);
+    return WriteDecimals(static_cast<uint64_t>(DivideRounding(scaled, shift)),
+                         static_cast<size_t>(precision), out);
 }
 
 }  // namespace NS_LOG_SERVICE1

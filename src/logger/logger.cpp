@@ -148,7 +148,8 @@ void Logger::LogFormat(const std::string& file, const std::string& function, uns
         kFormatFailed.Report();
     }
     const Borrowed<std::string> text(Messages());
-    AssignText(*text, std::string_view(message));
+    AssignText(*text, length < 0 ? std::string_view(message)
+                                 : std::string_view(message, static_cast<size_t>(length)));
     acceptance.Done();
     Log(file, function, line, level, *text);
 }

@@ -81,6 +81,13 @@ TEST(BoundedFormat, PrintsTextsAsTheStandardSays) {
     EXPECT_EQ(Formatted("%s%s", "100%n", ""), "100%n");
 }
 
+TEST(BoundedFormat, CountsUpToTheFirstZeroByte) {
+    Buffer buffer(100);
+    EXPECT_EQ(buffer.Format(kNoLimit, "ab%cd", '\0'), 2);
+    EXPECT_EQ(buffer.Text(), "ab");
+    EXPECT_EQ(buffer.Format(kNoLimit, "%c", '\0'), 0);
+}
+
 struct Limits {
     size_t size;
     size_t limit;

@@ -91,9 +91,19 @@ TEST(CommonFormat, RoundsAsTheCLibraryDoes) {
                                2.5,
                                0.125,
                                0.375,
+                               0.0625,
+                               0.1875,
+                               0.0009765625,
+                               0.0014648437500000002,
+                               0.00048828125,
+                               0.00007324218750000001,
                                2.675,
                                1.005,
                                999999.9995,
+                               9999.9995,
+                               0.9996,
+                               4294967.2955,
+                               4294967.2965,
                                0.0005,
                                1e-7,
                                123456789.125,
@@ -106,8 +116,8 @@ TEST(CommonFormat, RoundsAsTheCLibraryDoes) {
                                0.0,
                                -0.0,
                                1e-20}) {
-        for (const char* const format : {"%.0f", "%.1f", "%.2f", "%.3f", "%f", "%.9f", "%.10f",
-                                         "%.17f", "%e", "%.0e", "%g", "%.0g", "%.17g"}) {
+        for (const char* const format : {"%.0f", "%.1f", "%.2f", "%.3f", "%.4f", "%f", "%.9f",
+                                         "%.10f", "%.17f", "%e", "%.0e", "%g", "%.0g", "%.17g"}) {
             Same(format, value);
             Same(format, -value);
         }
@@ -136,6 +146,8 @@ TEST(CommonFormat, LeavesTheRestToTheCLibrary) {
     const char* const null = nullptr;
     EXPECT_FALSE(Common("%s", null).common);
     EXPECT_FALSE(Common("%p", null).common);
+    EXPECT_FALSE(Common("%c", '\0').common);
+    EXPECT_FALSE(Common("%3c", '\0').common);
     EXPECT_FALSE(Common("%f", HUGE_VAL).common);
     EXPECT_FALSE(Common("%f", std::nan("")).common);
     EXPECT_FALSE(Common("%f", 1e18).common);
