@@ -40,17 +40,20 @@ void TEDebugInfoBuf::Output(const LogRecord& record) {
 
 // There was no file: an exception from its opening is the caller's, and no other thread's.
 void TEDebugInfoBuf::WriteFirst(const LogRecord& record) {
+    const ClientWork work;
     const Guard fileGuard(fileMutex_);
     statistics_.receivedDirectly.Add(1);
     logFile_->WriteRecord(record);
 }
 
 void TEDebugInfoBuf::WriteAgain(const LogRecord& record) {
+    const ClientWork work;
     const Guard fileGuard(fileMutex_);
     logFile_->WriteRecord(record);
 }
 
 void TEDebugInfoBuf::WriteWithOthers(WaitingRecord& record) {
+    const ClientWork work;
     if (waiting_.Join(record)) {
         WriteGroup(record);
     } else {

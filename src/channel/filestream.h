@@ -1,6 +1,7 @@
 // A file that is written without a buffer.
 #pragma once
 
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -80,7 +81,8 @@ class FileStream {
     // The bytes that stand in it now.
     uint64_t Size() const;
 
-    // Appends `bytes` to the file. After a failure, CutBack can remove what was written.
+    // Appends `bytes` to the file. After a failure, CutBack can remove what was written. No
+    // cancellation point.
     WriteResult Write(std::string_view bytes) {
         const ssize_t taken = Append(bytes);
         return taken == static_cast<ssize_t>(bytes.size()) ? WriteResult{bytes.size(), 0}
@@ -110,8 +112,14 @@ class FileStream {
 
     // Linux writes a file with O_APPEND at its end, whatever the offset. Without the position that
     // all users of a descriptor share, the kernel need not lock it: a twentieth of a record's time.
+    //
+    // The system call itself, because the C library's pwrite is a cancellation point: that takes
+    // two locked instructions, and keeping the thread from being cancelled there two more. Together
+    // they are a twelfth of a record's instructions.
     ssize_t Append(std::string_view bytes) {
-        const ssize_t taken = ::pwrite(descriptor_, bytes.data(), bytes.size(), end_);
+        static_assert(sizeof(long) >= sizeof(off_t), "an offset is one argument");
+        const ssize_t taken =
+            ::syscall(SYS_pwrite64, descriptor_, bytes.data(), bytes.size(), end_);
         end_ += taken > 0 ? taken : 0;
         return taken;
     }

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/clientwork.h"
 #include "base/renew.h"
 #include "channel/framing.h"
 #include "channel/logfilename.h"
@@ -114,6 +115,7 @@ void LogFile::WriteRecords(const RecordQueue& records) {
 }
 
 void LogFile::WriteBatches(WaitingRecord* first) {
+    const ClientWork work;
     GroupedRecords next{first};
     while (!next.AtEnd()) {
         next = WriteBatch(next);
@@ -122,6 +124,7 @@ void LogFile::WriteBatches(WaitingRecord* first) {
 
 // The record's write has failed. It may belong into the next file.
 void LogFile::SalvageAlone(WaitingRecord& record, size_t frameSize, const WriteResult& failed) {
+    const ClientWork work;
     file_.KeepOnly(0, failed);
     WriteBatches(Lose(GroupedRecords{&record}, frameSize, failed.Error()).at);
 }
@@ -331,6 +334,7 @@ void LogFile::LeaveFailedFile() {
 // No exception comes out: what was written must not look as if it was not. The next piece is
 // written to whatever file there is then.
 void LogFile::BeginNextIfPossible() noexcept {
+    const ClientWork work;
     try {
         file_.BeginNext();
     } catch (const std::bad_alloc&) {

@@ -24,7 +24,7 @@ struct WaitingRecord {
     std::atomic<int> state{kWaiting};
     // Initialised by the thread when it falls asleep. A plain semaphore takes no memory: nothing
     // may fail once others know the record.
-    sem_t wake{};
+    sem_t wake;
 };
 
 // A mutex around a write makes two threads slower than one: each change of hands goes through the

@@ -7,9 +7,11 @@
 #include <functional>
 #include <future>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 #include "channel/channelfixture.h"
+#include "channel/timestamps.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
@@ -22,15 +24,11 @@ using namespace NS_TEST;
 
 class Channel : public ChannelTest {
   protected:
-    // From now on each write that holds `text` ends in an exception.
-    static void Refuse(const std::string& text) {
-        Calls().ScriptWrites([text](uint64_t, std::string_view bytes) {
-            if (bytes.find(text) != std::string_view::npos) {
-                throw std::bad_alloc();
-            }
-            return Fate();
-        });
-    }
+    ~Channel() override { RefuseTimesAfter(-1); }
+
+    // From now on a file can be created, but no record be written: no time is rendered behind that
+    // of the file's first line.
+    static void RefuseRecords() { RefuseTimesAfter(1); }
 };
 
 TEST_F(Channel, StartsWithNothingAndTouchesNoFile) {
@@ -93,7 +91,7 @@ TEST_F(Channel, LetsOthersQueueRecordsWhileItIsFlushed) {
     }
 }
 
-// Exceptions, as for lack of memory, leave no lock behind: the channel goes on afterwards.
+// Exceptions, as the platform's, leave no lock behind: the channel goes on afterwards.
 TEST_F(Channel, GoesOnAfterAnException) {
     const std::function<void()> operations[] = {
         [this] { Output("refused"); }, [this] { Output("refused", 0); },
@@ -103,9 +101,9 @@ TEST_F(Channel, GoesOnAfterAnException) {
         Make(2);
         Queue("queued, refused");
         Keep("kept");
-        Refuse("refused");
-        EXPECT_THROW(operation(), std::bad_alloc);
-        Calls().ScriptWrites(nullptr);
+        RefuseRecords();
+        EXPECT_THROW(operation(), std::runtime_error);
+        RefuseTimesAfter(-1);
         Output("written");
         Output("written", 0);
         Queue("written", 0);
@@ -124,9 +122,9 @@ TEST_F(Channel, LeavesTheHistoryForTheNextErrorWhenADumpThrows) {
         };
         Make();
         Keep("kept");
-        Refuse("refused");
-        EXPECT_THROW(error("refused"), std::bad_alloc);
-        Calls().ScriptWrites(nullptr);
+        RefuseRecords();
+        EXPECT_THROW(error("refused"), std::runtime_error);
+        RefuseTimesAfter(-1);
         error("the next one");
         EXPECT_NE(Written().find("kept"), std::string::npos);
     }
@@ -147,14 +145,14 @@ TEST_F(Channel, LeavesItsFileOpenWhenItsLastFlushThrows) {
 #endif
     Make();
     Queue("refused");
-    Refuse("refused");
+    RefuseRecords();
     EXPECT_NO_THROW(channel_.reset());
     EXPECT_EQ(Written(), Created());
 }
 
 TEST_F(Channel, EndsWithoutItsClosingLineWhenThatThrows) {
     Output("one");
-    Refuse("File close");
+    RefuseTimesAfter(0);
     EXPECT_NO_THROW(channel_.reset());
     EXPECT_EQ(Written(), Created() + Frame(1, "one"));
 }

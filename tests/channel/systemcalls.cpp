@@ -12,6 +12,8 @@
 #include <ctime>
 #include <utility>
 
+#include "support/kernelcall.h"
+
 namespace NS_TEST {
 
 SystemCalls& SystemCalls::Instance() {
@@ -55,8 +57,8 @@ ssize_t SystemCalls::Write(int descriptor, const void* bytes, size_t size, off_t
         return -1;
     }
     const size_t taken = std::min(size, fate.bytes);
-    return offset < 0 ? syscall(SYS_write, descriptor, bytes, taken)
-                      : syscall(SYS_pwrite64, descriptor, bytes, taken, offset);
+    return offset < 0 ? KernelCall(SYS_write, descriptor, bytes, taken)
+                      : KernelCall(SYS_pwrite64, descriptor, bytes, taken, offset);
 }
 
 int SystemCalls::Open(const char* path, int flags, unsigned int mode) {
@@ -67,7 +69,7 @@ int SystemCalls::Open(const char* path, int flags, unsigned int mode) {
         errno = error;
         return -1;
     }
-    const auto descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    const auto descriptor = static_cast<int>(KernelCall(SYS_openat, AT_FDCWD, path, flags, mode));
     if (creates && descriptor >= 0) {
         stepIsDue_ = true;
     }
@@ -86,8 +88,16 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
     return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size);
 }
 
-ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
-    return NS_TEST::SystemCalls::Instance().Write(descriptor, bytes, size, offset);
+// The service writes its records by this.
+long syscall(long number, ...) noexcept {
+    va_list list;
+    va_start(list, number);
+    const NS_TEST::KernelArguments arguments(list);
+    va_end(list);
+    return number == SYS_pwrite64 ? NS_TEST::SystemCalls::Instance().Write(
+                                        arguments.As<int>(0), arguments.As<const void*>(1),
+                                        arguments.As<size_t>(2), arguments.As<off_t>(3))
+                                  : arguments.PassOn(number);
 }
 
 int open(const char* path, int flags, ...) {
@@ -115,7 +125,7 @@ int clock_gettime(clockid_t clock, struct timespec* now) noexcept {
     const int64_t monotonic =
         clock == CLOCK_MONOTONIC ? NS_TEST::SystemCalls::Instance().Monotonic() : -1;
     if (monotonic < 0) {
-        return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+        return static_cast<int>(NS_TEST::KernelCall(SYS_clock_gettime, clock, now));
     }
     *now = {monotonic / 1000000, monotonic % 1000000 * 1000};
     return 0;

@@ -14,7 +14,7 @@
 
 namespace NS_TEST {
 
-// What the test program's own write, pwrite, open, time, gettimeofday and clock_gettime do. The
+// What the test program's own write, syscall, open, time, gettimeofday and clock_gettime do. The
 // service is linked into the program statically and so calls these; the platform, the C library and
 // the test framework go on calling the real ones.
 //
@@ -26,7 +26,7 @@ class SystemCalls {
     static constexpr int64_t kStart = 1709647629;
     static constexpr int kMicrosecond = 654321;
 
-    // What becomes of one call of write or pwrite: up to so many bytes are written, or the call
+    // What becomes of one call of write or pwrite64: up to so many bytes are written, or the call
     // fails with the error and nothing is written.
     struct Fate {
         size_t bytes = SIZE_MAX;
@@ -62,7 +62,7 @@ class SystemCalls {
     // No scripts, the clock stands at its start, and the one that nobody sets runs.
     void Reset();
 
-    // `offset`: pwrite's; negative for write.
+    // `offset`: that of pwrite64; negative for write.
     ssize_t Write(int descriptor, const void* bytes, size_t size, off_t offset = -1);
     int Open(const char* path, int flags, unsigned int mode);
     int64_t Time() const { return second_; }

@@ -19,6 +19,8 @@
 #include <ctime>
 #include <sstream>
 
+#include "support/kernelcall.h"
+
 namespace NS_TEST {
 namespace {
 
@@ -61,8 +63,9 @@ bool IsWatched(const char* path, int flags) {
            std::strncmp(path, directory.c_str(), directory.size()) == 0;
 }
 
-// Counts the call; null where it goes as usual. A held one waits here.
-const Fault* Meet(FaultyCall call) {
+// Counts the call; null where it goes as usual. A held one waits here, and is a cancellation point
+// if the call is one whose place this takes.
+const Fault* Meet(FaultyCall call, bool mayCancel = true) {
     Plan& plan = ThePlan();
     const uint64_t number = ++plan.calls[static_cast<size_t>(call)];
     int next = static_cast<int>(call);
@@ -70,9 +73,11 @@ const Fault* Meet(FaultyCall call) {
         plan.held = true;
         while (plan.held) {
             const struct timespec pause { 0, 1'000'000 };
-            syscall(SYS_nanosleep, &pause, nullptr);
+            KernelCall(SYS_nanosleep, &pause, nullptr);
         }
-        ::pthread_testcancel();  // as the calls that this takes the place of
+        if (mayCancel) {
+            ::pthread_testcancel();
+        }
     }
     for (const Fault& fault : plan.faults) {
         if (fault.call == call && fault.first <= number && number <= fault.last) {
@@ -89,12 +94,12 @@ int Refuse(const Fault& fault) {
 }
 
 // `offset`: pwrite's; negative for write.
-ssize_t Write(int descriptor, const void* bytes, size_t size, off_t offset = -1) {
-    const auto write = [=](size_t taken) {
-        return offset < 0 ? syscall(SYS_write, descriptor, bytes, taken)
-                          : syscall(SYS_pwrite64, descriptor, bytes, taken, offset);
+ssize_t Write(int descriptor, const void* bytes, size_t size, off_t offset, bool mayCancel = true) {
+    const auto write = [=](size_t taken) -> ssize_t {
+        return offset < 0 ? KernelCall(SYS_write, descriptor, bytes, taken)
+                          : KernelCall(SYS_pwrite64, descriptor, bytes, taken, offset);
     };
-    const Fault* const fault = IsWatched(descriptor) ? Meet(FaultyCall::WRITE) : nullptr;
+    const Fault* const fault = IsWatched(descriptor) ? Meet(FaultyCall::WRITE, mayCancel) : nullptr;
     if (fault == nullptr) {
         return write(size);
     }
@@ -103,7 +108,7 @@ ssize_t Write(int descriptor, const void* bytes, size_t size, off_t offset = -1)
     }
     const ssize_t taken = write(std::min(size, fault->bytes));
     if (fault->kills) {
-        syscall(SYS_kill, getpid(), SIGKILL);
+        KernelCall(SYS_kill, getpid(), SIGKILL);
     }
     return taken;
 }
@@ -117,7 +122,7 @@ int Open(const char* path, int flags, unsigned int mode) {
             return Refuse(*fault);
         }
     }
-    const auto descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    const auto descriptor = static_cast<int>(KernelCall(SYS_openat, AT_FDCWD, path, flags, mode));
     if (watched && descriptor >= 0 && static_cast<size_t>(descriptor) < kDescriptors) {
         plan.watched[static_cast<size_t>(descriptor)] = true;
         plan.stepIsDue = true;
@@ -132,13 +137,13 @@ int Close(int descriptor) {
     if (watched) {
         ThePlan().watched[static_cast<size_t>(descriptor)] = false;
     }
-    const auto result = static_cast<int>(syscall(SYS_close, descriptor));
+    const auto result = static_cast<int>(KernelCall(SYS_close, descriptor));
     return fault == nullptr ? result : Refuse(*fault);
 }
 
 int Truncate(int descriptor, off_t size) {
-    const Fault* const fault = IsWatched(descriptor) ? Meet(FaultyCall::TRUNCATE) : nullptr;
-    return fault == nullptr ? static_cast<int>(syscall(SYS_ftruncate, descriptor, size))
+    const Fault* const fault = IsWatched(descriptor) ? Meet(FaultyCall::TRUNCATE, false) : nullptr;
+    return fault == nullptr ? static_cast<int>(KernelCall(SYS_ftruncate, descriptor, size))
                             : Refuse(*fault);
 }
 
@@ -148,7 +153,7 @@ ssize_t Read(int descriptor, void* bytes, size_t size, off_t offset) {
         return Refuse(*fault);
     }
     const size_t wanted = fault == nullptr ? size : std::min(size, fault->bytes);
-    return syscall(SYS_pread64, descriptor, bytes, wanted, offset);
+    return KernelCall(SYS_pread64, descriptor, bytes, wanted, offset);
 }
 
 int64_t StandingSecond() {
@@ -248,22 +253,34 @@ void HurryMonotonicClock(int64_t seconds) {
 extern "C" {
 
 ssize_t write(int descriptor, const void* bytes, size_t size) {
-    return NS_TEST::Write(descriptor, bytes, size);
+    return NS_TEST::Write(descriptor, bytes, size, -1);
 }
 
 ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
     return NS_TEST::Write(descriptor, bytes, size, offset);
 }
 
+// The service writes its records by this, without a cancellation point.
+long syscall(long number, ...) noexcept {
+    va_list list;
+    va_start(list, number);
+    const NS_TEST::KernelArguments arguments(list);
+    va_end(list);
+    return number == SYS_pwrite64
+               ? NS_TEST::Write(arguments.As<int>(0), arguments.As<const void*>(1),
+                                arguments.As<size_t>(2), arguments.As<off_t>(3), false)
+               : arguments.PassOn(number);
+}
+
 ssize_t writev(int descriptor, const struct iovec* parts, int count) {
     if (!NS_TEST::IsWatched(descriptor)) {
-        return syscall(SYS_writev, descriptor, parts, count);
+        return NS_TEST::KernelCall(SYS_writev, descriptor, parts, count);
     }
     std::string all;
     for (int i = 0; i < count; ++i) {
         all.append(static_cast<const char*>(parts[i].iov_base), parts[i].iov_len);
     }
-    return NS_TEST::Write(descriptor, all.data(), all.size());
+    return NS_TEST::Write(descriptor, all.data(), all.size(), -1);
 }
 
 int open(const char* path, int flags, ...) {
@@ -302,7 +319,7 @@ time_t time(time_t* result) noexcept {
         now = NS_TEST::ThePlan().second;
     } else {
         struct timespec spec {};
-        syscall(SYS_clock_gettime, CLOCK_REALTIME, &spec);
+        NS_TEST::KernelCall(SYS_clock_gettime, CLOCK_REALTIME, &spec);
         now = spec.tv_sec;
     }
     if (result != nullptr) {
@@ -312,7 +329,7 @@ time_t time(time_t* result) noexcept {
 }
 
 int clock_gettime(clockid_t clock, struct timespec* now) noexcept {
-    const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+    const auto result = static_cast<int>(NS_TEST::KernelCall(SYS_clock_gettime, clock, now));
     if (result == 0 && clock == CLOCK_MONOTONIC) {
         now->tv_sec += NS_TEST::ahead += NS_TEST::hurry.load();
     }
@@ -324,7 +341,7 @@ int gettimeofday(struct timeval* __restrict now, void* __restrict zone) noexcept
         *now = {NS_TEST::StandingSecond(), 654321};
         return 0;
     }
-    return static_cast<int>(syscall(SYS_gettimeofday, now, zone));
+    return static_cast<int>(NS_TEST::KernelCall(SYS_gettimeofday, now, zone));
 }
 
 }  // extern "C"

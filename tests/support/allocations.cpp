@@ -2,6 +2,7 @@
 #include "support/allocations.h"
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <thread>
@@ -13,6 +14,7 @@ thread_local NS_TEST::Allocations g_allocations;
 thread_local long g_successesLeft = -1;
 thread_local bool g_failsOnce = false;
 thread_local bool g_holdsNext = false;
+std::atomic<std::size_t> g_tooLarge{SIZE_MAX};
 std::atomic<bool> g_held{false};
 
 void WaitIfHeld() {
@@ -36,6 +38,9 @@ void* Allocate(std::size_t size) noexcept {
 
 void* AllocateOrThrow(std::size_t size) {
     WaitIfHeld();
+    if (size >= g_tooLarge) {
+        throw std::bad_alloc();
+    }
     if (g_successesLeft == 0) {
         g_successesLeft = g_failsOnce ? -1 : 0;
         throw std::bad_alloc();
@@ -86,6 +91,10 @@ void FailNextAllocation() {
 void FailOneAllocationAfter(long successes) {
     g_successesLeft = successes;
     g_failsOnce = true;
+}
+
+void FailAllocationsFrom(std::size_t size) {
+    g_tooLarge = size;
 }
 
 void HoldNextAllocation() {

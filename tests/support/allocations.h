@@ -28,6 +28,10 @@ void FailAllocationsAfter(long successes);
 void FailNextAllocation();
 void FailOneAllocationAfter(long successes);
 
+// Lets allocations of so many bytes and more fail, of all threads; SIZE_MAX lets them succeed
+// again.
+void FailAllocationsFrom(std::size_t size);
+
 // The calling thread's next allocation waits until it is released.
 void HoldNextAllocation();
 bool IsAllocationHeld();

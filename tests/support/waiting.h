@@ -1,13 +1,27 @@
-// Whether what runs on another thread comes to its end.
+// Whether what runs on another thread waits, and whether it comes to its end.
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <future>
+#include <string>
 #include <thread>
 #include <utility>
 
 namespace NS_TEST {
+
+// Whether a thread of this process sleeps, as it does while it waits for another one. 0: a thread
+// that does not run yet.
+inline bool IsAsleep(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string number;
+    std::string name;
+    std::string state;
+    return thread != 0 && status >> number >> name >> state && state == "S";
+}
 
 // Whether `running` is still not done after a while in which it could have been.
 template <class Result>
