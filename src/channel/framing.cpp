@@ -6,13 +6,9 @@
 #include <limits>
 
 #include "channel/recordtag.h"
-#include "qv_base_log/loglevel.h"
 
 namespace NS_LOG_SERVICE1 {
 namespace {
-
-// More than all labels, numbers and separators of one piece need.
-constexpr size_t kFixedTextSize = 256;
 
 constexpr std::string_view kDumpBegin =
     "*********** Dump filtered debug information begin **********\n";
@@ -36,13 +32,18 @@ bool HasZero(const char* begin, const char* end) {
     return std::memchr(begin, '\0', static_cast<size_t>(end - begin)) != nullptr;
 }
 
+// The label of the detail differs between the two places where a record is shown.
+enum class Place { kWritten, kDumped };
+template <Place place>
 constexpr std::string_view kDetailLabel = "\n Detail: ";
 // The blank before the colon marks a record that was kept back.
-constexpr std::string_view kDumpedDetailLabel = "\n Detail : ";
+template <>
+constexpr std::string_view kDetailLabel<Place::kDumped> = "\n Detail : ";
 
-// `detailLabel` differs between the two places where a record is shown.
-char* PutWholeFields(char* at, const FrameStamp& stamp, const LogRecord& record,
-                     std::string_view detailLabel) {
+// Inlined into the one function for each place that all records go through.
+template <Place place>
+__attribute__((always_inline)) inline char* PutWholeFields(char* at, const FrameStamp& stamp,
+                                                           const LogRecord& record) {
     at = Put(at, stamp.time);
     at = Put(at, ", ");
     at = Put(at, record.context);
@@ -56,7 +57,7 @@ char* PutWholeFields(char* at, const FrameStamp& stamp, const LogRecord& record,
     at = Put(at, record.function);
     at = Put(at, " Line:");
     at = PutDecimal(at, record.line);
-    at = Put(at, detailLabel);
+    at = Put(at, kDetailLabel<place>);
     at = Put(at, record.detail);
     return Put(at, "\n");
 }
@@ -76,18 +77,18 @@ struct CutTexts {
 };
 
 // Not inlined: seldom called.
+template <Place place>
 __attribute__((noinline)) char* PutCutFields(char* at, const FrameStamp& stamp,
-                                             const LogRecord& record,
-                                             std::string_view detailLabel) {
+                                             const LogRecord& record) {
     const CutTexts cut(stamp, record);
-    return PutWholeFields(at, cut.stamp, cut.record, detailLabel);
+    return PutWholeFields<place>(at, cut.stamp, cut.record);
 }
 
 // Hardly a text holds a zero byte, so all are copied whole first, and looked through at once.
-char* PutFields(char* at, const FrameStamp& stamp, const LogRecord& record,
-                std::string_view detailLabel) {
-    char* const end = PutWholeFields(at, stamp, record, detailLabel);
-    return HasZero(at, end) ? PutCutFields(at, stamp, record, detailLabel) : end;
+template <Place place>
+char* PutFields(char* at, const FrameStamp& stamp, const LogRecord& record) {
+    char* const end = PutWholeFields<place>(at, stamp, record);
+    return HasZero(at, end) ? PutCutFields<place>(at, stamp, record) : end;
 }
 
 char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
@@ -103,32 +104,32 @@ void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_vi
 
 }  // namespace
 
-size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record) {
-    return stamp.time.size() + record.context.size() + record.file.size() + record.function.size() +
-           record.detail.size() + kFixedTextSize;
+char* PutUnnumbered(char* at, const FrameStamp& stamp, const LogRecord& record) {
+    return record.level == LOG_LEVEL_SHORT ? PutShortLine(at, stamp, record)
+                                           : PutFields<Place::kWritten>(at, stamp, record);
 }
 
 void AppendRecord(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                   const LogRecord& record) {
     char* at = buffer.Reserve(RecordSizeAtMost(stamp, record));
     if (record.level == LOG_LEVEL_SHORT) {
-        buffer.Commit(PutShortLine(at, stamp, record));
+        buffer.Commit(PutUnnumbered(at, stamp, record));
         return;
     }
-    at = PutFields(PutTag(at, number), stamp, record, kDetailLabel);
+    at = PutUnnumbered(PutTag(at, number), stamp, record);
     buffer.Commit(PutClosingTag(at, number));
 }
 
 void AppendDumpOpening(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                        const LogRecord& trigger) {
     char* at = buffer.Reserve(RecordSizeAtMost(stamp, trigger));
-    at = PutFields(PutTag(at, number), stamp, trigger, kDetailLabel);
+    at = PutUnnumbered(PutTag(at, number), stamp, trigger);
     buffer.Commit(Put(at, kDumpBegin));
 }
 
 void AppendDumpedRecord(FrameBuffer& buffer, const FrameStamp& stamp, const LogRecord& record) {
     char* const at = buffer.Reserve(RecordSizeAtMost(stamp, record));
-    buffer.Commit(PutFields(at, stamp, record, kDumpedDetailLabel));
+    buffer.Commit(PutFields<Place::kDumped>(at, stamp, record));
 }
 
 void AppendDumpClosing(FrameBuffer& buffer, std::string_view number) {
@@ -142,15 +143,6 @@ void AppendFileCreated(FrameBuffer& buffer, std::string_view time) {
 
 void AppendFileClosed(FrameBuffer& buffer, std::string_view time) {
     AppendFileLine(buffer, "\nFile close at ", time, ".\n");
-}
-
-UnnumberedFrame::UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp,
-                                 const LogRecord& record)
-    : isShort_(record.level == LOG_LEVEL_SHORT) {
-    memory.Clear();
-    body_ = memory.Reserve(kMostTagSize + RecordSizeAtMost(stamp, record)) + kMostTagSize;
-    end_ = isShort_ ? PutShortLine(body_, stamp, record)
-                    : PutFields(body_, stamp, record, kDetailLabel);
 }
 
 }  // namespace NS_LOG_SERVICE1

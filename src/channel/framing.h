@@ -6,6 +6,7 @@
 #include "channel/framebuffer.h"
 #include "channel/framestamps.h"
 #include "channel/recordtag.h"
+#include "qv_base_log/loglevel.h"
 #include "record/logrecord.h"
 
 namespace NS_LOG_SERVICE1 {
@@ -17,8 +18,18 @@ namespace NS_LOG_SERVICE1 {
 void AppendRecord(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                   const LogRecord& record);
 
+// More than all labels, numbers and separators of one piece need.
+constexpr size_t kFixedTextSize = 256;
+
 // Returns an upper bound for the size of that piece in bytes.
-size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record);
+inline size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record) {
+    return stamp.time.size() + record.context.size() + record.file.size() + record.function.size() +
+           record.detail.size() + kFixedTextSize;
+}
+
+// That piece without the lines that show the number. Returns the end of what it has written.
+// REQUIRES: room for that size at `at`.
+char* PutUnnumbered(char* at, const FrameStamp& stamp, const LogRecord& record);
 
 // The parts of a dump: the opening with the record that triggered it, each record that was kept
 // back, and the closing, which repeats the opening's number.
@@ -38,8 +49,15 @@ class UnnumberedFrame {
     // No frame.
     UnnumberedFrame() = default;
 
-    // Replaces what stands in `memory`, which holds the frame from now on.
-    UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp, const LogRecord& record);
+    // Replaces what stands in `memory`, which holds the frame from now on. Inlined into the logging
+    // call, so that hardly any register is saved twice: 25 instructions less.
+    __attribute__((always_inline))
+    UnnumberedFrame(FrameBuffer& memory, const FrameStamp& stamp, const LogRecord& record)
+        : isShort_(record.level == LOG_LEVEL_SHORT) {
+        memory.Clear();
+        body_ = memory.Reserve(kMostTagSize + RecordSizeAtMost(stamp, record)) + kMostTagSize;
+        end_ = PutUnnumbered(body_, stamp, record);
+    }
 
     bool IsEmpty() const { return body_ == nullptr; }
 
