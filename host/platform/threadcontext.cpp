@@ -42,12 +42,8 @@ struct ThreadContextInfo::ThreadsOwn {
     // destroy the copy.
     static const Contents* HandOut() noexcept {
         State& own = state;
-        if (own.current == nullptr) {
-            return nullptr;
-        }
-        if (own.stock == 1) {
-            own.current->Take(kStock);
-            own.stock += kStock;
+        if (own.stock <= 1) {
+            return HandOutOfNewStock();
         }
         --own.stock;
         return own.current;
@@ -55,25 +51,43 @@ struct ThreadContextInfo::ThreadsOwn {
 
     // Takes back the count of a copy that goes.
     static void TakeBack(const Contents* contents) noexcept {
-        if (contents == nullptr) {
+        if (contents != state.current) {
+            TakeBackOther(contents);
             return;
         }
-        if (contents == state.current) {
-            ++state.stock;
-        } else {
-            contents->GiveBack(1);
-        }
+        ++state.stock;
     }
+
+    // Hardly ever called, and not inlined: so the others save no registers.
+    static const Contents* HandOutOfNewStock() noexcept;
+    static void TakeBackOther(const Contents* contents) noexcept;
 
     struct State {
         const Contents* current;
-        int64_t stock;  // counts of `current` that are in nobody's hand
+        // Counts of `current` that are in nobody's hand. Of no contents, numbers without meaning.
+        int64_t stock;
         bool threadEnds;
     };
     static thread_local State state;
 };
 
 thread_local ThreadContextInfo::ThreadsOwn::State ThreadContextInfo::ThreadsOwn::state = {};
+
+__attribute__((noinline)) const ThreadContextInfo::Contents*
+ThreadContextInfo::ThreadsOwn::HandOutOfNewStock() noexcept {
+    if (state.current != nullptr) {
+        state.current->Take(kStock);
+    }
+    state.stock += kStock - 1;
+    return state.current;
+}
+
+__attribute__((noinline)) void ThreadContextInfo::ThreadsOwn::TakeBackOther(
+    const Contents* contents) noexcept {
+    if (contents != nullptr) {
+        contents->GiveBack(1);
+    }
+}
 
 void ThreadContextInfo::ThreadsOwn::Set(const Contents* contents) noexcept {
     const Contents* const previous = std::exchange(state.current, nullptr);

@@ -39,6 +39,10 @@ struct Zone {
 // The text of one second, to which each record adds its microseconds. Each thread has one. The type
 // is trivial, so that it can be used while the thread ends.
 struct RenderedSecond {
+    bool Holds(time_t which, const Zone& ofZone) const {
+        return isValid && second == which && zone == ofZone;
+    }
+
     bool isValid;
     time_t second;
     Zone zone;
@@ -112,14 +116,6 @@ char* WriteOffset(const struct tm& local, char* out) {
 // A year of four digits makes a text of this length, which the compiler copies without a call.
 constexpr size_t kUsualLength = 32;
 
-void CopyStamp(const RenderedSecond& from, char* to) {
-    if (from.length == kUsualLength) {
-        std::memcpy(to, from.text, kUsualLength);
-    } else {
-        std::memcpy(to, from.text, from.length);
-    }
-}
-
 // Returns false when the year does not fit the calendar.
 bool ToLocalTime(time_t second, struct tm& local) {
     // localtime_r(3) does not have to look at the environment.
@@ -134,7 +130,7 @@ bool ToLocalTime(time_t second, struct tm& local) {
 
 // Converts each second anew, because the offset of a zone may change at any second. A change of the
 // zone itself takes effect within a second after a call of tzset(3).
-__attribute__((noinline)) void Render(time_t second, Zone zone, RenderedSecond& result) {
+void Render(time_t second, Zone zone, RenderedSecond& result) {
     struct tm local;
     char* out = result.text;
     if (ToLocalTime(second, local)) {
@@ -153,6 +149,28 @@ __attribute__((noinline)) void Render(time_t second, Zone zone, RenderedSecond& 
     result.isValid = true;
 }
 
+// Not inlined: so the usual way saves no registers.
+__attribute__((noinline)) void RenderStamp(const ACE_Time_Value& time, std::string& stamp) {
+    // Times before 1970 have negative microseconds too; the text counts them upwards.
+    time_t second = time.sec();
+    int micros = static_cast<int>(time.usec());
+    if (micros < 0) {
+        if (second == std::numeric_limits<time_t>::min()) {
+            micros = 0;
+        } else {
+            --second;
+            micros += kMicrosPerSecond;
+        }
+    }
+    const Zone zone = Zone::Current();
+    RenderedSecond& cached = rendered;
+    if (!cached.Holds(second, zone)) {
+        Render(second, zone, cached);
+    }
+    stamp.assign(cached.text, cached.length);
+    WriteMicros(static_cast<unsigned>(micros), stamp.data() + cached.microsAt);
+}
+
 }  // namespace
 
 namespace NS_REFERENCE_HOST {
@@ -166,29 +184,14 @@ Mutex& LocalTimeLock() {
 namespace NS_BUNDLEMGR1 {
 
 void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
-    // Times before 1970 have negative microseconds too; the text counts them upwards.
-    time_t second = time.sec();
-    int micros = static_cast<int>(time.usec());
-    if (micros < 0) {
-        if (second == std::numeric_limits<time_t>::min()) {
-            micros = 0;
-        } else {
-            --second;
-            micros += kMicrosPerSecond;
-        }
+    const RenderedSecond& cached = rendered;
+    if (time.usec() < 0 || !cached.Holds(time.sec(), Zone::Current()) ||
+        cached.length != kUsualLength || stamp.size() != kUsualLength) {
+        RenderStamp(time, stamp);
+        return;
     }
-
-    const Zone zone = Zone::Current();
-    RenderedSecond& cached = rendered;
-    if (!cached.isValid || cached.second != second || !(cached.zone == zone)) {
-        Render(second, zone, cached);
-    }
-    // A string that has its size already is only written over.
-    if (stamp.size() != cached.length) {
-        stamp.resize(cached.length);
-    }
-    CopyStamp(cached, stamp.data());
-    WriteMicros(static_cast<unsigned>(micros), stamp.data() + cached.microsAt);
+    std::memcpy(stamp.data(), cached.text, kUsualLength);
+    WriteMicros(static_cast<unsigned>(time.usec()), stamp.data() + cached.microsAt);
 }
 
 }  // namespace NS_BUNDLEMGR1
