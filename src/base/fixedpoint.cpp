@@ -12,7 +12,7 @@ namespace NS_LOG_SERVICE1 {
 
 namespace {
 
-constexpr int kMostPrecision = 9;
+constexpr int kMostDecimals = 9;
 
 // Writes `number` divided by 10 to the power of `precision`. The digits are written one place too
 // far, and those before the point moved back.
@@ -40,7 +40,7 @@ Number DivideRounding(Number number, int shift) {
 }  // namespace
 
 char* WriteFixedPoint(double value, int precision, char* out) {
-    if (precision > kMostPrecision) {
+    if (precision > kMostDecimals) {
         return nullptr;
     }
     constexpr int kMantissaBits = 52;
