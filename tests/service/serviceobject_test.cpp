@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <string>
 #include <thread>
 
 #include "qv_base_log/logservice.h"
@@ -116,14 +117,23 @@ TEST_F(Factory, MayBeCalledByManyThreadsAtOnce) {
 
 class ServiceObject : public NS_TEST::ServiceObjectTest {
   protected:
-    // The thread sanitizer starts a thread of its own together with the first one, for good.
     ServiceObject() {
-        std::thread([] {}).join();
+        StartFirstThread();
         for (const char* item : {"logfilesize", "logfilecount", "queuebuflength", "filterbuflength",
                                  "logtimeinterval", "bEnableAsnLog", "bLogOutputPara"}) {
             store_.Set(item, "1000000");
         }
         store_.Set("outputmode", "0");
+    }
+
+    // The thread sanitizer starts a thread of its own together with the first one, for good. A
+    // thread that has been joined leaves the process's list a moment later.
+    static void StartFirstThread() {
+        pid_t number = 0;
+        std::thread([&number] { number = ::gettid(); }).join();
+        while (std::filesystem::exists("/proc/self/task/" + std::to_string(number))) {
+            std::this_thread::yield();
+        }
     }
 
     static size_t Threads() {
@@ -135,7 +145,6 @@ class ServiceObject : public NS_TEST::ServiceObjectTest {
         return threads;
     }
 
-    // A thread that has been joined leaves the process's list a moment later.
     static bool ThreadsBecome(size_t expected) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (Threads() != expected) {
