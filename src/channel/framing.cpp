@@ -91,11 +91,6 @@ char* PutFields(char* at, const FrameStamp& stamp, const LogRecord& record) {
     return HasZero(at, end) ? PutCutFields<place>(at, stamp, record) : end;
 }
 
-char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
-    const CutTexts cut(stamp, record);
-    return Put(Put(Put(Put(at, cut.stamp.time), ","), cut.record.detail), "\n");
-}
-
 void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_view time,
                     std::string_view after) {
     char* const at = buffer.Reserve(before.size() + time.size() + after.size());
@@ -105,15 +100,19 @@ void AppendFileLine(FrameBuffer& buffer, std::string_view before, std::string_vi
 }  // namespace
 
 char* PutUnnumbered(char* at, const FrameStamp& stamp, const LogRecord& record) {
-    return record.level == LOG_LEVEL_SHORT ? PutShortLine(at, stamp, record)
-                                           : PutFields<Place::kWritten>(at, stamp, record);
+    return PutFields<Place::kWritten>(at, stamp, record);
+}
+
+char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record) {
+    const CutTexts cut(stamp, record);
+    return Put(Put(Put(Put(at, cut.stamp.time), ","), cut.record.detail), "\n");
 }
 
 void AppendRecord(FrameBuffer& buffer, std::string_view number, const FrameStamp& stamp,
                   const LogRecord& record) {
     char* at = buffer.Reserve(RecordSizeAtMost(stamp, record));
     if (record.level == LOG_LEVEL_SHORT) {
-        buffer.Commit(PutUnnumbered(at, stamp, record));
+        buffer.Commit(PutShortLine(at, stamp, record));
         return;
     }
     at = PutUnnumbered(PutTag(at, number), stamp, record);

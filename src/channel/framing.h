@@ -27,9 +27,10 @@ inline size_t RecordSizeAtMost(const FrameStamp& stamp, const LogRecord& record)
            record.detail.size() + kFixedTextSize;
 }
 
-// That piece without the lines that show the number. Returns the end of what it has written.
-// REQUIRES: room for that size at `at`.
+// That piece without the lines that show the number, and the short line of a record of level -2.
+// Each returns the end of what it has written. REQUIRES: room for that size at `at`.
 char* PutUnnumbered(char* at, const FrameStamp& stamp, const LogRecord& record);
+char* PutShortLine(char* at, const FrameStamp& stamp, const LogRecord& record);
 
 // The parts of a dump: the opening with the record that triggered it, each record that was kept
 // back, and the closing, which repeats the opening's number.
@@ -56,7 +57,7 @@ class UnnumberedFrame {
         : isShort_(record.level == LOG_LEVEL_SHORT) {
         memory.Clear();
         body_ = memory.Reserve(kMostTagSize + RecordSizeAtMost(stamp, record)) + kMostTagSize;
-        end_ = PutUnnumbered(body_, stamp, record);
+        end_ = isShort_ ? PutShortLine(body_, stamp, record) : PutUnnumbered(body_, stamp, record);
     }
 
     bool IsEmpty() const { return body_ == nullptr; }
