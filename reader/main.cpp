@@ -65,6 +65,8 @@ ExitCode Run(const Options& options) {
 int main(int argc, char* argv[]) {
     FillStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
+    // Somebody may open a file for writing just when its lease is asked for.
+    std::signal(SIGIO, SIG_IGN);
     AllowManyFiles();
     try {
         const std::optional<Options> options = ReadCommandLine(argc, argv);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -220,8 +219,6 @@ class Pruning {
 }  // namespace
 
 ExitCode RunPrune(const Options& options) {
-    // A lease that the agent breaks by opening the file is told by a signal, which would end us.
-    std::signal(SIGIO, SIG_IGN);
     if (options.keep || options.maxBytes || options.olderThan) {
         return Pruning(options).Run();
     }

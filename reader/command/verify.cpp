@@ -1,7 +1,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 
 #include "command/commands.h"
@@ -95,8 +94,6 @@ std::vector<const LogFile*> FilesWithProblems(const Series& series, const Verifi
 }  // namespace
 
 ExitCode RunVerify(const Options& options) {
-    // Somebody may open a file for writing just when its lease is asked for.
-    std::signal(SIGIO, SIG_IGN);
     const std::unique_ptr<Store> store = options.store.empty() ? nullptr : OpenStore(options.store);
     const std::unique_ptr<Archive> files = store ? nullptr : OpenArchive(options);
     Session session(options, store ? *store : *files);

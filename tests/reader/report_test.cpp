@@ -56,6 +56,22 @@ TEST_F(Report, HoldsNoMessagesWhenTheStandardErrorIsClosed) {
     EXPECT_EQ(page.find("qvlog: "), std::string::npos);
 }
 
+// The agent may open a file again at the moment in which it is asked whether anybody writes it.
+TEST_F(Report, IsNotEndedByTheSignalOfABrokenLease) {
+    if (!MayTrace()) {
+        GTEST_SKIP() << kNoTrace;
+    }
+    WriteFile(Path(LogName("oper")), CreatedText() + LogFrame(1));
+    const ProgramResult traced =
+        RunProgram({"strace", "-qq", "-o", Path("trace.txt"), "-e", "trace=fcntl", "-e",
+                    "inject=fcntl:signal=SIGIO", QVLOG, "report", "--html", Path("page.html"),
+                    Path(LogName("oper"))},
+                   {{"ASAN_OPTIONS", "detect_leaks=0"}});
+    EXPECT_EQ(traced.exitCode, 0) << traced.errors;
+    EXPECT_THAT(ReadFile(Path("trace.txt")), HasSubstr("F_SETLEASE"));
+    EXPECT_THAT(ReadFile(Path("page.html")), HasSubstr("</html>"));
+}
+
 TEST_F(Report, NamesWhatWasSelected) {
     WriteSample();
     EXPECT_EQ(Run({"report", "--html", Path("page.html"), "--category", "debug", "--process", "7",
