@@ -119,8 +119,14 @@ class Follow {
                 AddFile(path, isFirst);
                 continue;
             }
+            // In the order in which the past is read: of a file with several paths, both take the
+            // first one.
+            std::set<std::string> found;
             for (const auto& entry : fs::directory_iterator(path, error)) {
-                AddFile(entry.path().string(), isFirst);
+                found.insert(entry.path().string());
+            }
+            for (const std::string& file : found) {
+                AddFile(file, isFirst);
             }
         }
     }

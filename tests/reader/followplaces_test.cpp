@@ -48,6 +48,25 @@ TEST_F(FollowPlaces, FollowsALinkToAFileElsewhere) {
     ASSERT_TRUE(program.WaitForOutput("two\n"));
 }
 
+// Whichever of its names the directory tells first.
+TEST_F(FollowPlaces, ShowsAFileOfSeveralNamesWhole) {
+    std::filesystem::create_directory(Path("log"));
+    const auto name = [](int second) { return "log/" + LogName("corbaoper", second); };
+    Append(name(5), CreatedText() + Frame(1, "one") + Frame(2, "two").substr(0, 60));
+    for (const int second : {1, 3, 7, 9}) {
+        std::filesystem::create_symlink(Path(name(5)), Path(name(second)));
+        std::filesystem::create_hard_link(Path(name(5)), Path(name(second + 10)));
+    }
+    ChildProcess program(ChildStart{{QVLOG, "-f", "--fields", "detail", Path("log")}});
+    ASSERT_TRUE(program.WaitForOutput("one\n"));
+    Append(name(5), Frame(2, "two").substr(60) + Frame(3, "three"));
+    ASSERT_TRUE(program.WaitForOutput("three\n"));
+    program.Signal(SIGTERM);
+    const ProgramResult result = program.Wait();
+    EXPECT_EQ(result.output, "one\ntwo\nthree\n");
+    EXPECT_EQ(CountIn(result.errors, "torn"), 0) << result.errors;
+}
+
 TEST_F(FollowPlaces, TellsOnceWhatItCannotOpen) {
     const std::string pipe = Path(LogName("debug"));
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
