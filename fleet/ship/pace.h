@@ -8,14 +8,6 @@
 
 namespace NS_LOG_FLEET {
 
-// What is taken of one file before the next one has its turn.
-constexpr size_t kPartSize = size_t{1} << 20;
-
-// With a limit, what goes at once is sent within a quarter of a second.
-inline size_t PartSize(uint64_t bytesPerSecond) {
-    return bytesPerSecond == 0 ? kPartSize : std::clamp<uint64_t>(bytesPerSecond / 4, 1, kPartSize);
-}
-
 // What was not used up within a second is not saved for later.
 //
 // Thread safety: none.
