@@ -122,7 +122,10 @@ class Follow {
             // In the order in which the past is read: of a file with several paths, both take the
             // first one.
             std::set<std::string> found;
-            for (const auto& entry : fs::directory_iterator(path, error)) {
+            // Open until the files are: when descriptors run out, it is a file that cannot be
+            // opened, and that is told.
+            const fs::directory_iterator directory(path, error);
+            for (const auto& entry : directory) {
                 found.insert(entry.path().string());
             }
             for (const std::string& file : found) {
