@@ -31,9 +31,10 @@ class StoreFollower {
     bool Wait();
 
     // What was stored since the last time and matches, each file up to its first gap. What comes
-    // behind it waits until the gap is filled or has lasted for ten seconds. A store that is away
-    // gives nothing, which is reported on standard error. Throws StoreError when it refuses for a
-    // reason that waiting does not remove.
+    // behind it waits until the gap is filled, or until the end in front of it has not moved for
+    // ten seconds: of a file that was quiet for so long, or of which nothing in front is stored, it
+    // does not wait. A store that is away gives nothing, which is reported on standard error.
+    // Throws StoreError when it refuses for a reason that waiting does not remove.
     void TakeNew(const NS_LOG_READER::Matcher& matcher, NS_LOG_READER::ProblemListener& problems,
                  const Take& take);
 
