@@ -20,7 +20,7 @@ int FormatWithLibrary(char* buffer, size_t room, const char* format, va_list arg
     __attribute__((format(printf, 3, 0)));
 
 // Formats a client's text. Returns its length up to its first zero byte, or a negative number when
-// the text was cut or could not be formatted; what fits is kept either way, and ends with a zero
+// the text was cut or could not be formatted. What fits is kept either way, and ends with a zero
 // byte.
 // A format with the conversion %n, which would write through a client's pointer, is refused: the
 // text is empty then.

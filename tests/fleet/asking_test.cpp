@@ -29,6 +29,12 @@ class Asking : public FleetTest {
         return RunProgram(ChildStart{words});
     }
 
+    static std::string Frame(uint32_t number, const std::string& detail) {
+        LogFields fields;
+        fields.detail = detail;
+        return LogFrame(number, fields);
+    }
+
     // By the shell, in the directory of the files.
     ChildResult RunThere(const std::string& command) {
         return RunProgram(
@@ -233,18 +239,13 @@ TEST_F(Asking, FindsWhatIsMissingAndHasItSentAgain) {
 
 TEST_F(Asking, FollowsWhatIsStored) {
     const std::string file = Logs() + "/" + LogName("corbaoper", 1, kNoProcess);
-    LogFields fields;
-    const auto frame = [&](uint32_t number, const char* detail) {
-        fields.detail = detail;
-        return LogFrame(number, fields);
-    };
-    WriteFile(file, CreatedText() + frame(1, "one") + frame(2, "two") + frame(3, "three"));
+    WriteFile(file, CreatedText() + Frame(1, "one") + Frame(2, "two") + Frame(3, "three"));
     ASSERT_EQ(ShipAll().exitCode, 0);
     ChildProcess program(ChildStart{
         {QVLOG, "-f", "-n", "1", "--fields", "host,detail", "--store", Postgres().Url()}});
     ASSERT_TRUE(program.WaitForOutput("host1 three\n"));
-    WriteFile(file, ReadFile(file) + frame(4, "four"));
-    WriteFile(Logs() + "/" + LogName("debug", 2, kNoProcess), CreatedText(2) + frame(1, "other"));
+    WriteFile(file, ReadFile(file) + Frame(4, "four"));
+    WriteFile(Logs() + "/" + LogName("debug", 2, kNoProcess), CreatedText(2) + Frame(1, "other"));
     ASSERT_EQ(ShipAll().exitCode, 0);
     ASSERT_TRUE(program.WaitForOutput("host1 four\n"));
     ASSERT_TRUE(program.WaitForOutput("host1 other\n"));
@@ -254,12 +255,7 @@ TEST_F(Asking, FollowsWhatIsStored) {
 
 TEST_F(Asking, GoesOnFollowingWhenTheStoreIsBack) {
     const std::string file = Logs() + "/" + LogName("corbaoper", 1, kNoProcess);
-    LogFields fields;
-    const auto frame = [&](uint32_t number, const char* detail) {
-        fields.detail = detail;
-        return LogFrame(number, fields);
-    };
-    WriteFile(file, CreatedText() + frame(1, "one"));
+    WriteFile(file, CreatedText() + Frame(1, "one"));
     ASSERT_EQ(ShipAll().exitCode, 0);
     ChildProcess program(
         ChildStart{{QVLOG, "-f", "--fields", "host,detail", "--store", Postgres().Url()}});
@@ -268,7 +264,7 @@ TEST_F(Asking, GoesOnFollowingWhenTheStoreIsBack) {
         Postgres().Kill();
         ASSERT_TRUE(program.WaitForError("qvlog: the store: ", static_cast<int>(number) - 1));
         Postgres().Start();
-        WriteFile(file, ReadFile(file) + frame(number, detail));
+        WriteFile(file, ReadFile(file) + Frame(number, detail));
         ASSERT_EQ(ShipAll().exitCode, 0);
         ASSERT_TRUE(program.WaitForOutput("host1 " + std::string(detail) + "\n"));
     }
@@ -281,12 +277,7 @@ TEST_F(Asking, GoesOnFollowingWhenTheStoreIsBack) {
 // A record that was left out stays a gap. What stands in it all the same is shown late.
 TEST_F(Asking, FollowsWhatIsStoredBehindAGapThatLasts) {
     const std::string path = Logs() + "/" + LogName("corbaoper", 1, kNoProcess);
-    LogFields fields;
-    const auto frame = [&](uint32_t number, const char* detail) {
-        fields.detail = detail;
-        return LogFrame(number, fields);
-    };
-    WriteFile(path, CreatedText() + frame(1, "one"));
+    WriteFile(path, CreatedText() + Frame(1, "one"));
     ASSERT_EQ(ShipAll().exitCode, 0);
     ChildProcess program(
         ChildStart{{QVLOG, "-f", "--fields", "host,detail", "--store", Postgres().Url()}});
@@ -299,13 +290,13 @@ TEST_F(Asking, FollowsWhatIsStoredBehindAGapThatLasts) {
     const auto add = [&](uint64_t offset, uint32_t number, const char* detail) {
         NS_LOG_FLEET::FilePart part;
         part.offset = offset;
-        part.bytes = frame(number, detail);
+        part.bytes = Frame(number, detail);
         part.slices = {
             {NS_LOG_READER::PieceKind::Frame, number, static_cast<uint32_t>(part.bytes.size())}};
         store.Store({{file, &part}});
         return part.End();
     };
-    const uint64_t behind = add(end + frame(2, "two").size(), 3, "three");
+    const uint64_t behind = add(end + Frame(2, "two").size(), 3, "three");
     ASSERT_TRUE(program.WaitForOutput("host1 three\n"));
     add(behind, 4, "four");
     ASSERT_TRUE(program.WaitForOutput("host1 four\n"));

@@ -33,6 +33,20 @@ class Refusals : public StreamRoad {
         return bytes;
     }
 
+    // A collector that has stored the others' files. So many messages of a newer shipper came
+    // first.
+    auto CollectBesideNewerMessages(int count) {
+        StartServers(1);
+        Nats().PublishBytes("host2", "logs.0.host2.=.state", NewerMessage(), count);
+        RunAgent(5);
+        EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
+        auto collector = StartCollector();
+        Watch(*collector);
+        AwaitFiles(7);
+        ExpectStoreHasFiles();
+        return collector;
+    }
+
     static NS_LOG_FLEET::Message PartOf(const std::string& host, const std::string& file) {
         NS_LOG_FLEET::Message message;
         message.file = {host, file, "first\n"};
@@ -117,14 +131,7 @@ TEST_F(Refusals, OfACommitAreWaitedOutWhateverTheStoreCallsThem) {
 
 // A collector of the next version stores it.
 TEST_F(Refusals, AreNotForWhatANewerShipperSendsNorForOthers) {
-    StartServers(1);
-    Nats().PublishBytes("host2", "logs.0.host2.=.state", NewerMessage(), 3);
-    RunAgent(5);
-    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
-    const auto collector = StartCollector();
-    Watch(*collector);
-    AwaitFiles(7);
-    ExpectStoreHasFiles();
+    const auto collector = CollectBesideNewerMessages(3);
     Await([&] { return Nats().CountOutstanding() == 3; });
     collector->Signal(SIGTERM);
     const ChildResult ended = collector->Wait();
@@ -137,14 +144,7 @@ TEST_F(Refusals, AreNotForWhatANewerShipperSendsNorForOthers) {
 
 // A server gives collectors no more than 4096 that they have not settled.
 TEST_F(Refusals, AreForWhatANewerShipperSendsWhenItWouldLeaveNoRoom) {
-    StartServers(1);
-    Nats().PublishBytes("host2", "logs.0.host2.=.state", NewerMessage(), 4200);
-    RunAgent(5);
-    EXPECT_EQ(ShipAllIntoStream().exitCode, 0);
-    const auto collector = StartCollector();
-    Watch(*collector);
-    AwaitFiles(7);
-    ExpectStoreHasFiles();
+    const auto collector = CollectBesideNewerMessages(4200);
     ASSERT_TRUE(collector->WaitForError("too many wait for that: the next are given up"));
     const int64_t outstanding = Nats().CountOutstanding();
     EXPECT_GT(outstanding, 1000);
