@@ -4,12 +4,14 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "input/filedescriptor.h"
 #include "reader/programfixture.h"
 #include "support/tracing.h"
 
 namespace {
 
 using namespace NS_TEST;
+using NS_LOG_READER::FileDescriptor;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -67,6 +69,34 @@ TEST_F(Verify, FindsEverythingThatIsMissing) {
               "the time goes back to 2026-03-05T14:01:40.000000+01:00; 1");
     EXPECT_EQ(Findings({frame(1, 90) + frame(2, 89) + end}), "0");
     EXPECT_EQ(Findings({end}), "note: the file holds no record; 0");
+}
+
+// A writer may be anywhere in a record, and in the first line.
+TEST_F(Verify, WaitsForTheEndOfWhatIsBeingWritten) {
+    const std::string begun = CreatedText(1) + LogFrame(1);
+    const std::string all = begun + LogFrame(2);
+    const std::string name = LogName("oper", 1, kNobody);
+    for (const size_t size : {size_t{0}, size_t{20}, begun.size() + 3, all.size() - 1}) {
+        WriteFile(Path(name), all.substr(0, size));
+        const FileDescriptor writer(::open(Path(name).c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        const ProgramResult result = Run({"verify", Path()});
+        EXPECT_EQ(result.exitCode, 0) << size << ": " << result.output;
+        EXPECT_THAT(result.output, HasSubstr(": note: the file is being written\n"));
+        EXPECT_THAT(result.output, HasSubstr(" 0 torn,"));
+    }
+    EXPECT_THAT(
+        Run({"verify", Path()}).output,
+        HasSubstr(": record 2 is torn, " + std::to_string(LogFrame(2).size() - 1) + " bytes\n"));
+}
+
+// What stands behind a torn record shows that nobody writes it any more.
+TEST_F(Verify, FindsATornRecordInAFileThatIsBeingWritten) {
+    const std::string name = LogName("oper", 1, kNobody);
+    WriteFile(Path(name), CreatedText(1) + LogFrame(1).substr(0, 99) + LogFrame(2));
+    const FileDescriptor writer(::open(Path(name).c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    const ProgramResult result = Run({"verify", Path()});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.output, HasSubstr(": record 1 is torn, 99 bytes\n"));
 }
 
 // Another process may have the number of one that was killed.
