@@ -28,18 +28,27 @@ constexpr milliseconds kLookEvery{1000};
 constexpr milliseconds kFirstPause{200};
 constexpr milliseconds kLongestPause{5000};
 
-// Collectors that overtake each other fill a gap before. One that lasts is a record that was left
-// out.
-constexpr milliseconds kLongestGap{10000};
-
 bool IsClosed(const pollfd& output) {
     return (output.revents & (POLLERR | POLLNVAL)) != 0;
 }
 
+// Where the first byte is missing that something is stored behind. None: nothing is.
+std::optional<uint64_t> FirstGap(const ByteRanges& stored) {
+    const auto& all = stored.All();
+    const auto first = all.begin();
+    if (first != all.end() && first->first != 0) {
+        return 0;
+    }
+    return all.size() > 1 ? std::optional(first->second) : std::nullopt;
+}
+
 }  // namespace
 
-StoreFollower::StoreFollower(std::string url, Connection connection)
-    : url_(std::move(url)), connection_(std::move(connection)), past_(StoredMarks()) {
+StoreFollower::StoreFollower(std::string url, Connection connection, milliseconds longestGap)
+    : url_(std::move(url)),
+      longestGap_(longestGap),
+      connection_(std::move(connection)),
+      past_(StoredMarks()) {
     connection_->Run("COMMIT");
     connection_->Run(std::string("LISTEN ") + kStoredChannel);
 }
@@ -122,22 +131,18 @@ StoreFollower::File& StoreFollower::FindFile(int64_t id, const Matcher& matcher)
 }
 
 // Whether what is stored behind the first gap waits for the gap to be filled.
-bool StoreFollower::IsPatient(const ByteRanges& stored, File& file) {
+bool StoreFollower::IsPatient(const ByteRanges& stored, File& file) const {
     const auto now = std::chrono::steady_clock::now();
-    const auto first = stored.All().begin();
-    const uint64_t gap = first->first == 0 ? first->second : 0;
+    const std::optional<uint64_t> gap = FirstGap(stored);
     if (file.gap != gap) {
         file.gap = gap;
         file.gapSeen = now;
     }
-    return now - file.gapSeen < kLongestGap;
+    return now - file.gapSeen < longestGap_;
 }
 
 void StoreFollower::TakeFile(int64_t id, const ByteRanges& stored, File& file,
                              const Matcher& matcher, ProblemListener& problems, const Take& take) {
-    if (stored.All().empty()) {
-        return;
-    }
     const bool isPatient = IsPatient(stored, file);
     for (const auto& part : stored.All()) {
         if (isPatient && part.first != 0) {

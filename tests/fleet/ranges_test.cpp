@@ -1,34 +1,13 @@
 // What is noted of the parts of a file that are stored behind a gap.
-#include "fleet/fleetfixture.h"
-#include "reader/logtext.h"
-#include "store/recordstore.h"
+#include "fleet/storedrangesfixture.h"
 
 namespace {
 
 using namespace NS_TEST;
-using NS_LOG_FLEET::FilePart;
-using NS_LOG_FLEET::RecordStore;
 using ::testing::ElementsAre;
 
-class Ranges : public FleetTest {
+class Ranges : public StoredRangesTest {
   protected:
-    Ranges() : store_(Target()) {
-        file_.id = store_.FindFile({"host1", LogName("debug"), "first\n"}).id;
-        file_.day = NS_LOG_FLEET::DayOfName(LogName("debug"));
-    }
-
-    // Stores so many short records, which are of one size, behind so many others.
-    void Store(int first, int count) {
-        FilePart part;
-        part.offset = static_cast<uint64_t>(first) * kSize;
-        for (int i = first; i < first + count; ++i) {
-            part.bytes += ShortText(i, "record");
-            part.slices.push_back(
-                {NS_LOG_READER::PieceKind::Short, 0, static_cast<uint32_t>(kSize)});
-        }
-        store_.Store({{file_, &part}});
-    }
-
     // Where they begin and end, counted in records.
     std::vector<std::string> Noted() const {
         Connection store(Target());
@@ -44,11 +23,6 @@ class Ranges : public FleetTest {
         return noted;
     }
     int64_t Stored() const { return Number("SELECT stored FROM qv.file") / int64_t{kSize}; }
-
-    static constexpr size_t kSize = 40;  // of ShortText with "record"
-
-    RecordStore store_;
-    NS_LOG_FLEET::RowFile file_;
 };
 
 TEST_F(Ranges, AreOneForEachGap) {
