@@ -143,17 +143,20 @@ void FileFinder::Add(const std::string& path, std::vector<HostFile>& files) {
         return;
     }
     try {
+        auto opened = std::make_unique<ShippedFile>(path);
+        // Another file that has its path now is left to TakeRemoved.
+        const auto idle = std::find_if(files.begin(), files.end(), [&](const HostFile& file) {
+            return !file.file && file.path == path && IsSameFile(file.status, opened->Status());
+        });
+        if (idle != files.end() && idle->GoOnWith(opened)) {
+            return;
+        }
+        if (idle != files.end()) {
+            files.erase(idle);
+        }
         HostFile file;
         file.path = path;
-        file.file = std::make_unique<ShippedFile>(path);
-        // An idle file that has changed is looked at anew. One that another file has replaced is
-        // left to TakeRemoved.
-        files.erase(std::remove_if(files.begin(), files.end(),
-                                   [&](const HostFile& known) {
-                                       return !known.file && known.path == path &&
-                                              IsSameFile(known.status, file.file->Status());
-                                   }),
-                    files.end());
+        file.file = std::move(opened);
         files.push_back(std::move(file));
     } catch (const ReadError& error) {
         // It may have been removed since the directory was read.

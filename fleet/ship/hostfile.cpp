@@ -45,6 +45,14 @@ uint64_t HostFile::LeftOutSize() const {
     return size;
 }
 
+// Of an idle file that could not be opened for a new target, what that target lacks.
+uint64_t HostFile::Unsent() const {
+    if (file) {
+        return LeftOutSize() + file->Backlog();
+    }
+    return isOpen ? LeftOutSize() : IdleSize() - std::min(IdleSize(), target.resumeAt);
+}
+
 void HostFile::SetOffset(uint64_t offset) {
     leftOut.erase(std::remove_if(leftOut.begin(), leftOut.end(),
                                  [&](const LeftOut& piece) { return piece.offset >= offset; }),
@@ -59,6 +67,7 @@ uint64_t HostFile::BeginAgain() {
     const uint64_t lost = end - std::min(end, arrived) + LeftOutSize();
     leftOut.clear();
     omission.clear();
+    isAsked = false;
     isOpen = false;
     isSentAgain = false;
     first.clear();
@@ -75,8 +84,20 @@ void HostFile::Reopen() {
     file = std::move(opened);
 }
 
+bool HostFile::GoOnWith(std::unique_ptr<ShippedFile>& opened) {
+    opened->Look(ShippedFile::Clock::now());
+    if (opened->First() != first || opened->Size() < IdleSize()) {
+        return false;
+    }
+    file = std::move(opened);
+    if (isOpen) {
+        file->SetOffset(IdleSize());
+    }
+    return true;
+}
+
 void HostFile::ReopenIfUnknown() {
-    if (!target.isComplete || target.resumeAt < static_cast<uint64_t>(status.st_size)) {
+    if (!target.isComplete || target.resumeAt < IdleSize()) {
         Reopen();
     }
 }

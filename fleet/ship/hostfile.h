@@ -25,8 +25,9 @@ struct HostFile {
     std::unique_ptr<ShippedFile> file;  // null: idle, all of it has arrived and nobody writes it
     TargetFile target;
     std::string first;
-    bool isOpen = false;       // the target has told where to go on
-    bool wasOpen = false;      // some target has
+    bool isAsked = false;      // the target has told where to go on, and keeps the handle
+    bool isOpen = false;       // it goes on there
+    bool wasOpen = false;      // it has gone on where some target told
     bool isSentAgain = false;  // all of it is sent again, as it was ordered
     std::string failure;       // why it could not be read the last time; empty: it could
     int failures = 0;          // so many times in a row
@@ -52,7 +53,11 @@ struct HostFile {
     // A piece of it is not sent. True: it is the first.
     bool NoteLeftOut(const LeftOut& piece);
 
-    uint64_t LeftOutSize() const;
+    // So much of it will not arrive when it is removed now.
+    uint64_t Unsent() const;
+
+    // That is so because it was not read to its end.
+    bool EndsEarly() const { return file || (isAsked && !isOpen && Unsent() > 0); }
 
     // Goes on there. What was left out in front of it stays left out.
     void SetOffset(uint64_t offset);
@@ -63,11 +68,19 @@ struct HostFile {
     // Opens an idle file. Throws ReadError.
     void Reopen();
 
+    // The same with one that was opened, and goes on where this one had ended. False: it has other
+    // contents. Throws ReadError.
+    bool GoOnWith(std::unique_ptr<ShippedFile>& opened);
+
     // The same for one that the target does not have all of: a closing mark was on its way when the
     // last connection ended, or the target was set back to an earlier state. Throws ReadError.
     void ReopenIfUnknown();
 
     std::string Name() const { return path.substr(path.rfind('/') + 1); }
+
+  private:
+    uint64_t IdleSize() const { return static_cast<uint64_t>(status.st_size); }
+    uint64_t LeftOutSize() const;
 };
 
 }  // namespace NS_LOG_FLEET

@@ -13,7 +13,6 @@ namespace {
 
 using NS_LOG_READER::ReadError;
 
-constexpr std::chrono::seconds kStateInterval{5};
 constexpr std::chrono::milliseconds kFlushInterval{500};
 
 constexpr std::chrono::milliseconds kLongestWait{1000};
@@ -87,6 +86,7 @@ void Shipper::Connect() {
     target_ = makeTarget_();
     hasSentPart_ = false;
     for (HostFile& file : files_) {
+        file.isAsked = false;
         file.isOpen = false;
     }
     scans_ = true;
@@ -139,7 +139,7 @@ bool Shipper::Work() {
             }
             LookAtIdle();
         }
-        if (Clock::now() - told_ >= kStateInterval) {
+        if (Clock::now() - told_ >= settings_.stateInterval) {
             TellState();
             CompareWithTarget();
         }
@@ -174,14 +174,13 @@ void Shipper::DropRemovedFiles() {
     }
     for (const HostFile& removed : FileFinder::TakeRemoved(files_)) {
         const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const HostFile& file) {
-            return file.isOpen && file.target.handle == removed.target.handle;
+            return file.isAsked && file.target.handle == removed.target.handle;
         });
-        const uint64_t unread = removed.file ? removed.file->Backlog() : 0;
-        if (removed.file) {
+        if (removed.EndsEarly()) {
             Report(removed.path + " was removed before it could be read to its end");
         }
-        if (removed.isOpen && !isThere) {
-            target_->NoteGone(removed.target.handle, removed.LeftOutSize() + unread);
+        if (removed.isAsked && !isThere) {
+            target_->NoteGone(removed.target.handle, removed.Unsent());
         }
     }
 }
@@ -197,7 +196,7 @@ void Shipper::CompareWithTarget() {
     }
     for (const KnownFile& known : target_->FilesOf(settings_.host)) {
         const auto file = std::find_if(files_.begin(), files_.end(), [&](const HostFile& other) {
-            return other.isOpen && other.target.handle == known.handle;
+            return other.isAsked && other.target.handle == known.handle;
         });
         if (file != files_.end()) {
             TakeOrder(known, *file);
@@ -257,7 +256,10 @@ bool Shipper::OpenAtTarget(HostFile& file) {
     if (file.first.empty()) {
         return false;
     }
-    file.target = target_->Open({settings_.host, file.Name(), file.first});
+    if (!file.isAsked) {
+        file.target = target_->Open({settings_.host, file.Name(), file.first});
+        file.isAsked = true;
+    }
     file.ReopenIfUnknown();
     file.isOpen = true;
     if (file.file) {

@@ -23,6 +23,8 @@ struct ShipSettings {
     uint64_t bytesPerSecond = 0;     // 0: as fast as it goes
     bool once = false;               // end when all that is there has arrived
     bool again = false;              // begin every file from its beginning
+    // How often the host tells about itself, and asks for orders.
+    std::chrono::milliseconds stateInterval{5000};
 };
 
 // Needs the memory of what is on its way, however much there is to send.

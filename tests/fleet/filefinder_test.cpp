@@ -29,6 +29,9 @@ class FileFinderTest : public DirectoryTest {
 
     // All of it has arrived.
     static void Close(HostFile& file) {
+        file.file->Look(ShippedFile::Clock::now());
+        file.first = file.file->First();
+        file.isOpen = true;
         file.status = file.file->Status();
         file.file.reset();
     }
@@ -107,6 +110,46 @@ TEST_F(FileFinderTest, TakesAClosedFileForRemovedThatAnotherOneHasReplaced) {
     Look();
     EXPECT_EQ(removed_, 1U);
     EXPECT_EQ(files_.size(), 1U);
+}
+
+TEST_F(FileFinderTest, GoesOnAtTheEndOfAClosedFileThatHasGrown) {
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    files_[0].NoteLeftOut({0, 3});
+    Close(files_[0]);
+    WriteFile(log_, "one\ntwo\n");
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    ASSERT_TRUE(files_[0].file);
+    EXPECT_EQ(files_[0].file->Offset(), 4U);
+    EXPECT_EQ(files_[0].leftOut.size(), 1U);
+    EXPECT_NE(files_[0].Problem(), "");
+    EXPECT_TRUE(files_[0].isOpen);
+}
+
+TEST_F(FileFinderTest, BeginsAgainWithAClosedFileThatHasOtherContents) {
+    Look();
+    for (const char* const contents : {"other\n", "oth\n", "o\n"}) {
+        SCOPED_TRACE(contents);
+        ASSERT_EQ(files_.size(), 1U);
+        Close(files_[0]);
+        WriteFile(log_, contents);
+        Look();
+        ASSERT_EQ(files_.size(), 1U);
+        ASSERT_TRUE(files_[0].file);
+        EXPECT_FALSE(files_[0].isOpen);
+    }
+}
+
+TEST_F(FileFinderTest, BeginsAgainWithAClosedFileThatHasLostItsEnd) {
+    WriteFile(log_, "one\ntwo\n");
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    Close(files_[0]);
+    WriteFile(log_, "one\n");
+    Look();
+    ASSERT_EQ(files_.size(), 1U);
+    EXPECT_FALSE(files_[0].isOpen);
 }
 
 TEST_F(FileFinderTest, TellsWhetherItHasSeenAllThatThereMayBe) {

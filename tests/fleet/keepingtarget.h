@@ -30,6 +30,7 @@ struct Kept {
     std::vector<File> files;
     std::vector<HostState> states;  // what the host has said
     int failures = 0;               // so many parts are taken and not kept
+    int asks = 0;                   // so many times it was asked where to go on
     int parts = 0;
     int refusals = 0;  // so many parts are refused for good
     bool takesGaps = false;
@@ -39,6 +40,7 @@ struct Kept {
     std::function<void()> whenSent = [] {};  // what happens when it has taken a part
     std::function<void()> whenComplete = [] {};  // when a file is complete
     std::function<void()> whenGone = [] {};      // when a file has gone, before that is kept
+    std::function<void()> whenTold = [] {};      // when the host has told about itself
 };
 
 class KeepingTarget final : public Target {
@@ -46,6 +48,7 @@ class KeepingTarget final : public Target {
     explicit KeepingTarget(Kept& kept) : kept_(kept) {}
 
     TargetFile Open(const FileIdentity& file) override {
+        ++kept_.asks;
         const std::optional<KnownFile> known = Find(file);
         if (known) {
             const uint64_t resumeAt = kept_.resumesBehindGaps ? known->size : known->arrived;
@@ -122,7 +125,10 @@ class KeepingTarget final : public Target {
     void NoteSentAgain(int64_t handle) override {
         kept_.files[static_cast<size_t>(handle)].isWantedAgain = false;
     }
-    void NoteHost(const HostState& state) override { kept_.states.push_back(state); }
+    void NoteHost(const HostState& state) override {
+        kept_.states.push_back(state);
+        kept_.whenTold();
+    }
 
   private:
     KnownFile Known(size_t index) const {

@@ -267,6 +267,29 @@ TEST_F(ShipperTest, SendsAFileThatWasEmptyForLong) {
     EXPECT_EQ(kept_.files[1].bytes, Text());
 }
 
+// Somebody writes to it by hand, say.
+TEST_F(ShipperTest, SendsNoMoreThanWhatIsNewOfAFileThatGrowsBehindItsWritersEnd) {
+    WriteFile(LogPath(), Text());
+    ShipSettings settings = Settings({Path()});
+    settings.once = false;
+    settings.again = true;
+    Shipper shipper = MakeShipper(settings);
+    kept_.whenComplete = [&] {
+        if (kept_.files[0].bytes.size() > Text().size()) {
+            shipper.Stop();
+            return;
+        }
+        kept_.files[0].bytes[60] = '?';
+        WriteFile(LogPath(), Text() + Text());
+        WriteFile(Path("another"), "has it look which files there are");
+    };
+    EXPECT_TRUE(shipper.Run());
+    EXPECT_EQ(kept_.asks, 1);
+    std::string expected = Text() + Text();
+    expected[60] = '?';
+    EXPECT_EQ(kept_.files[0].bytes, expected);
+}
+
 // Its record takes a day at this rate.
 TEST_F(ShipperTest, StopsWhileItKeepsToItsRate) {
     WriteFile(LogPath(),

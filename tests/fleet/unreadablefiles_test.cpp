@@ -234,6 +234,63 @@ TEST_F(ShipperTest, LeavesAnOrderForLaterWhenTheFileCannotBeOpened) {
     EXPECT_GT(kept_.parts, 0);
 }
 
+// Two files, of which the first cannot be opened any more when a target has forgotten all.
+class ForgottenFile : public ShipperTest {
+  protected:
+    ForgottenFile() {
+        WriteFile(LogPath(), Text());
+        WriteFile(LogPath("oper"), Text());
+        settings_.once = false;
+        settings_.stateInterval = std::chrono::milliseconds(1);
+        kept_.forgets = true;
+        kept_.whenComplete = [&] {
+            if (first_.empty()) {
+                first_ = Path(kept_.files[kept_.files[0].isComplete ? 0 : 1].identity.name);
+                std::filesystem::rename(first_, Path("elsewhere"));
+                std::filesystem::create_symlink(first_, first_);
+            }
+        };
+    }
+
+    bool HasForgotten() const { return !kept_.forgets; }
+    const Kept::File& First() const {
+        return Path(kept_.files[0].identity.name) == first_ ? kept_.files[0] : kept_.files[1];
+    }
+
+    ShipSettings settings_ = Settings({Path()});
+    std::string first_;
+};
+
+TEST_F(ForgottenFile, IsAskedForOnceWhenItCannotBeOpened) {
+    Shipper shipper = MakeShipper(settings_);
+    int states = 0;
+    kept_.whenTold = [&] {
+        states += HasForgotten() ? 1 : 0;
+        if (states == 5) {
+            shipper.Stop();
+        }
+    };
+    EXPECT_FALSE(shipper.Run());
+    EXPECT_EQ(kept_.asks, 4) << "each file once by each connection";
+    EXPECT_FALSE(First().hasGone);
+}
+
+TEST_F(ForgottenFile, IsLostWhenItIsRemovedBeforeItCanBeOpened) {
+    Shipper shipper = MakeShipper(settings_);
+    kept_.whenTold = [&] {
+        if (HasForgotten()) {
+            std::filesystem::remove(first_);
+        }
+    };
+    kept_.whenGone = [&shipper] { shipper.Stop(); };
+    const CapturedOutput errors(STDERR_FILENO);
+    EXPECT_FALSE(shipper.Run());
+    EXPECT_TRUE(First().hasGone);
+    EXPECT_EQ(First().lost, Text().size());
+    EXPECT_EQ(CountIn(errors.Text(), first_ + " was removed before it could be read to its end\n"),
+              1U);
+}
+
 TEST_F(ShipperTest, SaysWhyItCannotWatchDirectories) {
     isWatchingRefused = true;
     std::string text;
