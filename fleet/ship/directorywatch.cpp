@@ -5,15 +5,18 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 
 #include "input/bytesource.h"
+#include "input/watchfailure.h"
 
 namespace NS_LOG_FLEET {
 namespace {
 
 namespace fs = std::filesystem;
+
+using NS_LOG_READER::DescribeWatchFailure;
+using NS_LOG_READER::ReadError;
 
 constexpr uint32_t kNameChanges = IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM;
 constexpr uint32_t kChanges = kNameChanges | IN_MODIFY | IN_CLOSE_WRITE;
@@ -23,8 +26,7 @@ constexpr uint32_t kChanges = kNameChanges | IN_MODIFY | IN_CLOSE_WRITE;
 DirectoryWatch::DirectoryWatch(const std::vector<std::string>& paths)
     : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
     if (!events_.IsOpen()) {
-        throw NS_LOG_READER::ReadError(std::string("watching directories: ") +
-                                       std::strerror(errno));
+        throw ReadError("watching directories: " + DescribeWatchFailure(errno));
     }
     for (const std::string& path : paths) {
         const std::string parent = fs::path(path).parent_path().string();
@@ -32,7 +34,7 @@ DirectoryWatch::DirectoryWatch(const std::vector<std::string>& paths)
                                        : parent.empty()       ? "."
                                                               : parent;
         if (::inotify_add_watch(events_.Get(), directory.c_str(), kChanges) < 0) {
-            throw NS_LOG_READER::ReadError(directory + ": " + std::strerror(errno));
+            throw ReadError(directory + ": " + DescribeWatchFailure(errno));
         }
     }
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "input/bytesource.h"
+#include "input/watchfailure.h"
 
 namespace NS_LOG_READER {
 namespace {
@@ -25,7 +26,7 @@ constexpr uint32_t kNameChanges = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED
 
 ChangeWatch::ChangeWatch() : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
     if (!events_.IsOpen()) {
-        throw ReadError(std::string("inotify: ") + std::strerror(errno));
+        throw ReadError("watching files: " + DescribeWatchFailure(errno));
     }
 }
 
@@ -39,7 +40,7 @@ void ChangeWatch::WatchDirectory(const std::string& directory) {
     }
     const int watch = ::inotify_add_watch(events_.Get(), directory.c_str(), kChanges | IN_MASK_ADD);
     if (watch < 0) {
-        throw ReadError(directory + ": " + std::strerror(errno));
+        throw ReadError(directory + ": " + DescribeWatchFailure(errno));
     }
     directories_.insert(watch);
 }

@@ -113,7 +113,8 @@ ExitCode RunExport(const Options& options) {
     if (options.target.empty()) {
         throw BadRequest("export: into which FILE?");
     }
-    if (std::filesystem::exists(options.target)) {
+    // A link as well, wherever it leads.
+    if (std::filesystem::exists(std::filesystem::symlink_status(options.target))) {
         throw BadRequest(options.target + " is there already");
     }
     Session session(options);

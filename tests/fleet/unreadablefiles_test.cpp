@@ -23,7 +23,8 @@ ino_t damagedFile = 0;   // reading it fails,
 int readsThatFail = -1;  // so many times; less than 0: always
 bool isStale = false;    // only with the descriptor that was used first
 int staleDescriptor = -1;
-bool isWatchingRefused = false;
+int watchingError = 0;          // of inotify_init1
+int watchedDirectoryError = 0;  // of inotify_add_watch
 
 void Damage(const std::string& path) {
     struct stat status {};
@@ -291,15 +292,29 @@ TEST_F(ForgottenFile, IsLostWhenItIsRemovedBeforeItCanBeOpened) {
               1U);
 }
 
-TEST_F(ShipperTest, SaysWhyItCannotWatchDirectories) {
-    isWatchingRefused = true;
-    std::string text;
-    try {
-        Ship();
-    } catch (const NS_LOG_READER::ReadError& error) {
-        text = error.what();
+class WatchedDirectory : public ShipperTest {
+  protected:
+    std::string Failure() {
+        try {
+            Ship();
+        } catch (const NS_LOG_READER::ReadError& error) {
+            return error.what();
+        }
+        return "";
     }
-    EXPECT_EQ(text, "watching directories: Too many open files");
+};
+
+TEST_F(WatchedDirectory, IsNoneWithoutInstancesOfWatching) {
+    watchingError = EMFILE;
+    EXPECT_EQ(Failure(),
+              "watching directories: Too many open files, or fs.inotify.max_user_instances is "
+              "reached");
+}
+
+TEST_F(WatchedDirectory, IsToldWhenNoMoreMayBeWatched) {
+    watchedDirectoryError = ENOSPC;
+    EXPECT_EQ(Failure(),
+              Path() + ": No space left on device: fs.inotify.max_user_watches is reached");
 }
 
 }  // namespace
@@ -323,9 +338,17 @@ extern "C" ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset)
 }
 
 extern "C" int inotify_init1(int flags) {
-    if (isWatchingRefused) {
-        errno = EMFILE;
+    if (watchingError != 0) {
+        errno = watchingError;
         return -1;
     }
     return static_cast<int>(syscall(SYS_inotify_init1, flags));
+}
+
+extern "C" int inotify_add_watch(int descriptor, const char* path, uint32_t mask) {
+    if (watchedDirectoryError != 0) {
+        errno = watchedDirectoryError;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_inotify_add_watch, descriptor, path, mask));
 }

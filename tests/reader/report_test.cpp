@@ -186,6 +186,15 @@ TEST_F(Export, HasItsNameWhenItIsComplete) {
     EXPECT_TRUE(std::filesystem::exists(Path("out/out.db")));
 }
 
+TEST_F(Export, LeavesALinkAsItIs) {
+    WriteSample();
+    std::filesystem::create_symlink(Path("none.db"), Path("out.db"));
+    const ProgramResult result = Run({"export", "--to", "sqlite", Path("out.db"), Path()});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.errors, "qvlog: " + Path("out.db") + " is there already\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("out.db")));
+}
+
 // Another export may write it, or it is somebody's.
 TEST_F(Export, TouchesNoOtherFile) {
     WriteSample();
