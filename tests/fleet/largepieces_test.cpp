@@ -87,37 +87,41 @@ class LargePieces : public ShipperTest {
   protected:
     LargePieces() { kept_.takesGaps = true; }
 
-    static std::string LargeRecord() {
-        return kStamp + "," + std::string(kLargestPiece, 'x') + "\n";
+    // One of the size in front of the last record.
+    void WriteFileWithLargeRecord(size_t size = kLargeSize) const {
+        std::ofstream file(LogPath(), std::ios::binary);
+        file << Text().substr(0, LargeAt()) << kStamp << ',';
+        const std::string part(size_t{1} << 16, 'x');
+        for (size_t left = size - kStamp.size() - 2; left > 0;) {
+            const size_t length = std::min(left, part.size());
+            file.write(part.data(), static_cast<std::streamsize>(length));
+            left -= length;
+        }
+        file << '\n' << Text().substr(LargeAt());
     }
 
-    // With a large record in front of the last.
-    static std::string TextWithLargeRecord() {
-        std::string text = Text();
-        return text.insert(LargeAt(), LargeRecord());
-    }
     // By all calls of this program that read.
     static int64_t BytesRead() {
         return std::stoll(ReadLines("/proc/self/io").front().substr(std::string("rchar: ").size()));
     }
 
     static size_t LargeAt() { return Text().find("2026-03-05T14:07:11"); }
+    static constexpr size_t kLargeSize = kLargestPiece + 1;
 };
 
 TEST_F(LargePieces, AreReportedAndLeftOut) {
-    WriteFile(LogPath(), TextWithLargeRecord());
+    WriteFileWithLargeRecord();
     for (int i = 0; i < 2; ++i) {
         const CapturedOutput errors(STDERR_FILENO);
         EXPECT_FALSE(Ship());
-        EXPECT_THAT(errors.Text(),
-                    HasSubstr(LogPath() + ": the record at byte " + std::to_string(LargeAt()) +
-                              " has " + std::to_string(LargeRecord().size()) +
-                              " bytes, more than 67108864: it is not sent\n"));
+        EXPECT_THAT(
+            errors.Text(),
+            HasSubstr(LogPath() + ": the record at byte " + std::to_string(LargeAt()) + " has " +
+                      std::to_string(kLargeSize) + " bytes, more than 67108864: it is not sent\n"));
         ASSERT_EQ(kept_.files.size(), 1U);
         const Kept::File& file = kept_.files[0];
-        EXPECT_TRUE(file.bytes.substr(0, LargeAt()) == Text().substr(0, LargeAt()));
-        EXPECT_TRUE(file.bytes.substr(LargeAt() + LargeRecord().size()) ==
-                    Text().substr(LargeAt()));
+        EXPECT_EQ(file.bytes.substr(0, LargeAt()), Text().substr(0, LargeAt()));
+        EXPECT_EQ(file.bytes.substr(LargeAt() + kLargeSize), Text().substr(LargeAt()));
         EXPECT_EQ(file.gap, LargeAt());
         EXPECT_FALSE(file.isComplete);
         EXPECT_THAT(kept_.states.back().problem, HasSubstr("it is not sent"));
@@ -125,7 +129,7 @@ TEST_F(LargePieces, AreReportedAndLeftOut) {
 }
 
 TEST_F(LargePieces, CountAsLostWhenTheirFileIsRemoved) {
-    WriteFile(LogPath(), TextWithLargeRecord());
+    WriteFileWithLargeRecord();
     ShipSettings settings = Settings({Path()});
     settings.once = false;
     Shipper shipper = MakeShipper(settings);
@@ -137,12 +141,12 @@ TEST_F(LargePieces, CountAsLostWhenTheirFileIsRemoved) {
     kept_.whenGone = [&] { shipper.Stop(); };
     EXPECT_FALSE(shipper.Run());
     EXPECT_TRUE(kept_.files[0].hasGone);
-    EXPECT_EQ(kept_.files[0].lost, LargeRecord().size());
+    EXPECT_EQ(kept_.files[0].lost, kLargeSize);
     EXPECT_EQ(kept_.states.back().problem, "");
 }
 
 TEST_F(LargePieces, AreToldApartFromTheEndWhenTheirFileIsRemovedUnseen) {
-    WriteFile(LogPath(), TextWithLargeRecord());
+    WriteFileWithLargeRecord();
     EXPECT_FALSE(Ship());
     std::filesystem::remove(LogPath());
     const CapturedOutput errors(STDERR_FILENO);
@@ -150,19 +154,19 @@ TEST_F(LargePieces, AreToldApartFromTheEndWhenTheirFileIsRemovedUnseen) {
     EXPECT_THAT(errors.Text(),
                 HasSubstr("something is missing from byte " + std::to_string(LargeAt()) +
                           " on, and what is known of it ends at byte " +
-                          std::to_string(TextWithLargeRecord().size()) + "\n"));
+                          std::to_string(Text().size() + kLargeSize) + "\n"));
 }
 
 // Leaving a piece out is no success of the target.
 TEST_F(LargePieces, DoNotHideThatTheTargetRefusesWhatFollows) {
-    WriteFile(LogPath(), TextWithLargeRecord());
+    WriteFileWithLargeRecord();
     EXPECT_FALSE(Ship());
     kept_.refusals = 1;
     EXPECT_THROW(Ship(), TargetError);
 }
 
 TEST_F(LargePieces, StayLeftOutWhenANewTargetGoesOnBehindThem) {
-    WriteFile(LogPath(), TextWithLargeRecord());
+    WriteFileWithLargeRecord();
     kept_.resumesBehindGaps = true;
     bool hasFailed = false;
     kept_.whenSent = [&] {
@@ -182,7 +186,7 @@ TEST_F(LargePieces, TakeNothingAlongThatStandsBehindATornOne) {
     EXPECT_FALSE(Ship());
     ASSERT_EQ(kept_.files.size(), 1U);
     EXPECT_EQ(kept_.files[0].bytes.size(), torn.size() + behind.size());
-    EXPECT_TRUE(kept_.files[0].bytes.substr(torn.size()) == behind);
+    EXPECT_EQ(kept_.files[0].bytes.substr(torn.size()), behind);
 }
 
 TEST_F(LargePieces, AreNotReadAnewAtEachLookWhileTheyGrow) {
@@ -201,11 +205,9 @@ TEST_F(LargePieces, AreNotReadAnewAtEachLookWhileTheyGrow) {
 }
 
 TEST_F(LargePieces, AreSentUpToTheLimit) {
-    std::string text = TextWithLargeRecord();
-    text.erase(LargeAt() + kStamp.size() + 1, kStamp.size() + 2);
-    WriteFile(LogPath(), text);
+    WriteFileWithLargeRecord(kLargestPiece);
     EXPECT_TRUE(Ship());
-    EXPECT_TRUE(kept_.files[0].bytes == text);
+    EXPECT_TRUE(kept_.files[0].bytes == ReadFile(LogPath()));
     EXPECT_TRUE(kept_.files[0].isComplete);
 }
 

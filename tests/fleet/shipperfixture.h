@@ -35,13 +35,14 @@ class ShipperTest : public DirectoryTest {
 
     // More than is taken at once.
     static std::string LargeText(size_t records) {
-        std::string text = Text();
         const std::string record =
             "2026-03-05T14:07:10.000001+01:00," + std::string(1000, 'x') + "\n";
+        std::string more;
         for (size_t i = 0; i < records; ++i) {
-            text.insert(text.find('\n') + 1, record);
+            more += record;
         }
-        return text;
+        std::string text = Text();
+        return text.insert(text.find('\n') + 1, more);
     }
 
     ShipSettings Settings(std::vector<std::string> paths) const {
