@@ -2,13 +2,17 @@
 #include "channel/channel.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <future>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <thread>
 
 #include "channel/channelfixture.h"
 #include "channel/timestamps.h"
@@ -136,6 +140,35 @@ TEST_F(Channel, GoesOnAfterAnExceptionWhileItsFileIsOpened) {
     Calls().ScriptOpens(nullptr);
     Output("written");
     EXPECT_EQ(Written(), Created() + Frame(2, "written"));  // the lost one has used up its number
+}
+
+// Behind a pause the record's first attempt has no memory to open a file. The second one opens it,
+// in a call that is a cancellation point.
+TEST_F(Channel, CompletesTheSecondAttemptOfAThreadThatIsCancelled) {
+    Calls().StopMonotonicClock();
+    channel_->SetFilePolicy(FilePolicy::kKeepRecords);
+    Output("one");
+    Calls().ScriptWrites([](uint64_t, std::string_view) { return Fate{0, EIO}; });
+    Output("lost");
+    Calls().ScriptWrites(nullptr);
+    Calls().LetPass(1000000);
+    Calls().ScriptOpens([](uint64_t number) -> int {
+        if (number == 1) {
+            throw std::bad_alloc();
+        }
+        ::pthread_cancel(::pthread_self());
+        ::pthread_testcancel();
+        return 0;
+    });
+    bool returned = false;
+    std::thread([&] {
+        Output("two");
+        returned = true;
+    }).join();
+    EXPECT_EQ(Calls().Opens(), 2u);
+    Calls().ScriptOpens(nullptr);
+    EXPECT_TRUE(returned);
+    EXPECT_NE(Written().find(Frame(3, "two")), std::string::npos);
 }
 
 // Writing has failed in a way that is not understood: a closing line would say that all is well.
