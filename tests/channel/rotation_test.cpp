@@ -169,7 +169,9 @@ TEST_F(Rotation, LeavesTheObjectClosedWhereTheNextFileCannotBeOpened) {
     Calls().ScriptOpens([](uint64_t number) { return number == 2 || number == 3 ? EMFILE : 0; });
     Write("one");
     EXPECT_FALSE(file_->IsOpen());
+    EXPECT_FALSE(file_->HasFile());
     EXPECT_EQ(file_->CurrentPath(), "");
+    EXPECT_EQ(file_->Opened().path, "");
     Write("two");
     EXPECT_FALSE(file_->IsOpen());
     const std::string expected = Created() + Frame(1, "one") + Closed(1);

@@ -58,6 +58,14 @@ TEST_F(CallAllocations, AreNoneForARecordThatIsKeptBack) {
     EXPECT_EQ(Of([] { LogFormat(2); }), 0u);
 }
 
+// It fills less than a quarter of what a record is given at first.
+TEST_F(CallAllocations, AreNoneForAVeryShortRecordThatIsKeptBack) {
+    NS_UTIL::ThreadContextMgr::Instance()->SetThreadContext(
+        NS_UTIL::ThreadContextInfo(7, "", "", ""));
+    const auto log = [] { logger_->Log("a.cpp", "F", 4, 2, ""); };
+    EXPECT_EQ(Of(log), 0u);
+}
+
 TEST_F(CallAllocations, AreFewForRecordsThatAreQueued) {
     Manager().outputmode = kQueuedOutput;
     EXPECT_LE(Of([] { Log(1); }), kRecords / 64u);

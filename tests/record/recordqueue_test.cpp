@@ -106,6 +106,10 @@ TEST(RecordQueue, CountsTheBytesOfItsTexts) {
     queue.MoveRecordsTo(taken);
     EXPECT_EQ(queue.TextBytes(), 0U);
     EXPECT_EQ(taken.TextBytes(), 2 * texts);
+    AppendTo(queue, record);
+    queue.AppendRecordsTo(taken);
+    EXPECT_EQ(queue.TextBytes(), 0U);
+    EXPECT_EQ(taken.TextBytes(), 3 * texts);
     EXPECT_TRUE(taken.Clear().empty());
     EXPECT_EQ(taken.TextBytes(), 0U);
 }
