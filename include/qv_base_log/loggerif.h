@@ -19,8 +19,8 @@ namespace NS_LOG_SERVICE1 {
 // Each logger has a switch for each of the levels 0 to 3. They start as a copy of the service's
 // global switches. A record whose level is off is not lost at once. The service keeps back the
 // newest such records of the category ("filterbuflength" of them) and writes them with the next
-// record of level 0. Older ones are lost, and so are those that are still kept back when the
-// service ends.
+// record of level 0 that is written; one whose level is off is kept back like any other. Older ones
+// are lost, and so are those that are still kept back when the service ends.
 //
 // Errors: the logging operations report nothing to the caller. A record is lost when no log file
 // can be opened or a write fails, and, under LOG_FILE_POLICY_KEEP_RECORDS of the maintenance

@@ -6,8 +6,8 @@ namespace NS_LOG_SERVICE1 {
 // Levels 0 to 3 have a switch each. A level above 3 is recorded as 3. Negative levels have no
 // switch: such a record is always written.
 enum LogLevel {
-    // The gravest level. With a record of it, the service writes the history of the category: the
-    // records that were kept back because their level was off.
+    // The gravest level. With a record of it whose level is on, the service writes the history of
+    // the category: the records that were kept back because their level was off.
     LOG_LEVEL_0 = 0,
     LOG_LEVEL_1 = 1,
     LOG_LEVEL_2 = 2,

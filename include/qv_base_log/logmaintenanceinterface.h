@@ -102,10 +102,14 @@ struct LogSwitches {
 // `fini`. The service owns the object.
 //
 // Thread safety: any thread may call any operation; WriteQueuesBeforeDeath, one thread at a time.
-// An operation delays logging only while it writes what it was asked to write.
+// An operation delays logging only while it writes what it was asked to write. Those that write,
+// Reopen, Rotate and SetFilePolicy wait for a write to the same file that goes on.
 //
 // Errors: records that cannot be written are lost and counted (ChannelBooks::recordsDropped).
 // Operations may throw std::bad_alloc. SetQueuedOutput passes on what the schedule service throws.
+// When something throws while FlushAll, OutputAll, Reopen or Rotate works on one of several
+// categories, the others have their turn before the first exception passes on. The records of that
+// category that were not written then are lost and counted too.
 //
 // Virtual slots: 0 to 3 ServiceInterface, then as declared (4 to 14, from version 2 on 4 to 23).
 class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
@@ -161,7 +165,8 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
 
     // From here on: version 2.
 
-    // Sets the policy of all channels. Initially LOG_FILE_POLICY_CONTRACT. Once it was called,
+    // Sets the policy of all channels, from the next record on. Initially LOG_FILE_POLICY_CONTRACT,
+    // for which any other value than those of LogFilePolicy is taken. Once it was called,
     // whatever the policy, the service also reports through the log proxy at its end how many
     // records of which categories were lost; otherwise losses are only counted.
     virtual void SetFilePolicy(LogFilePolicy policy) = 0;
@@ -183,8 +188,11 @@ class LogMaintenanceInterface : public NS_BUNDLEMGR1::ServiceInterface {
     virtual bool Rotate(const std::string& category) = 0;
 
     // Limits the texts in each category's queue to so many bytes; 0, the initial value: no limit.
-    // A queue that reaches it is full, as one with "queuebuflength" records.
+    // A queue that reaches it is full, as one with "queuebuflength" records. Takes effect with the
+    // next record that is queued.
     virtual void SetQueueBytes(uint64_t bytes) = 0;
+
+    // Returns the limit that was set last.
     virtual uint64_t GetQueueBytes() = 0;
 
     // Replaces `books` by the books of all channels, in the order of their names. Waits for no file

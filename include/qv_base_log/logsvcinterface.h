@@ -23,7 +23,9 @@ class LogSvcInterface : public NS_BUNDLEMGR1::ServiceInterface {
   public:
     // Reads the configuration, creates the seven channels and starts the switch monitor. Reports a
     // missing item and uses its default. Returns false when the configuration store is out of reach
-    // or the log manager cannot be created. Passes on other exceptions. Called once.
+    // or the log manager cannot be created; the monitor is started then too, and Fini ends it. What
+    // is logged to a channel that was not created by then is lost uncounted. Passes on other
+    // exceptions. Called once.
     virtual bool Init() = 0;
 
     // Ends the service: writes out the queues, closes the log files and deletes every logger.
@@ -43,11 +45,13 @@ class LogSvcInterface : public NS_BUNDLEMGR1::ServiceInterface {
     // itself stays, and what is queued stays queued. Mode 1: returns success and changes nothing.
     // Use LogMaintenanceInterface::SetQueuedOutput to switch queued output. Returns one of the
     // codes in resultcode.h. Passes on what the schedule service throws, except
-    // InterfaceNotExistException.
+    // InterfaceNotExistException. May throw std::bad_alloc. A thread that is cancelled meanwhile
+    // ends behind the call.
     virtual unsigned int SetOutputMode(unsigned int mode) = 0;
 
     // Return and set the switch of a module. A module that was never set is on. The bundles agree
-    // on the numbers; the service gives them no meaning.
+    // on the numbers; the service gives them no meaning. The switches outlive the service: they are
+    // the same after another start, until the library is unloaded. May throw std::bad_alloc.
     virtual bool GetModuleSwitch(const unsigned int& module) = 0;
     virtual void SetModuleSwitch(const unsigned int& module, const bool& on) = 0;
 

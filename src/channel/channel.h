@@ -188,8 +188,8 @@ class TEDebugInfoBuf {
     Mutex bufferMutex_ ACQUIRED_BEFORE(fileMutex_);
     RecordQueue queue_ GUARDED_BY(bufferMutex_);
     KeptRecords keptBack_ GUARDED_BY(bufferMutex_);
-    // The records that WriteBeforeDeath wrote. They are kept, because a dying process must not free
-    // memory.
+    // The records that WriteBeforeDeath wrote or gave up. They are kept, because a dying process
+    // must not free memory.
     RecordQueue lastRecords_ GUARDED_BY(bufferMutex_);
     const uint64_t queueCapacity_;
     const uint64_t keptCapacity_;

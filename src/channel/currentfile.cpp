@@ -97,7 +97,7 @@ bool CurrentFile::BeginEmptied() {
     }
     const std::string name = NewLogFileName(prefix_);
     OpenedFile opened{PathOf(name), {}};
-    path_.reserve(opened.path.size());  // a file that is there must be used
+    path_.reserve(opened.path.size());  // Adopt must not fail for lack of memory: the file is there
     FileStream next;
     std::error_code error = CreateInDirectory(next, directory_, name);
     if (ended.IsOpen() && (error == std::errc::too_many_files_open ||
@@ -240,7 +240,7 @@ void CurrentFile::CloseCounted(FileStream& stream, const std::string& path) {
     }
 }
 
-// Forgets the file.
+// Forgets the file, but for how many records it holds.
 void CurrentFile::Leave(const FileIdentity& file) {
     const RecordCounts records = RecordsInFile();
     if (records.written + records.dumped != 0) {

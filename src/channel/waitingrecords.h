@@ -69,8 +69,8 @@ class WaitingRecords {
     // REQUIRES: the caller writes the group and holds the file's mutex.
     WaitingRecord* BeginWriting();
 
-    // Lets the threads of the group go on. REQUIRES: as above; no record of `group` but the
-    // caller's own may be used afterwards.
+    // Lets the threads of the group go on. The caller has written the group and need not hold the
+    // mutex any more. REQUIRES: no record of `group` but the caller's own is used afterwards.
     void EndWriting(WaitingRecord* group, const WaitingRecord& own);
 
     // In a child process: the records that wait belong to threads of the parent.

@@ -209,7 +209,7 @@ void Logger::LogAsnTrace(const std::string& file, const std::string& function, u
 }
 
 void Logger::MakeStaticObjects() {
-    FreeMemory();
+    FreeMemory();  // makes the pools, which have nothing to free yet
     AsnDump::MakeStaticObjects();
     TheEchoes();
 }

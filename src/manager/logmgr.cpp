@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "base/clientwork.h"
 #include "base/lockguard.h"
 #include "base/renew.h"
 #include "bundlemgr/processexception.h"
@@ -128,7 +129,11 @@ bool LogMgr::IsLogLevelEnabled(const uint32_t& level) const {
 // Mode 1 is acknowledged but not entered, and `outputmode` is never written here: switching to 0
 // only ends the periodic task; see docs/compatibility.md. The maintenance interface switches queued
 // output on and off.
+//
+// A thread that was cancelled between the end of the task and the last line would leave the handle
+// of a task that is gone: output would be taken for periodic, and could not be switched off.
 unsigned int LogMgr::SetOutputMode(const unsigned int& mode) {
+    const ClientWork work;
     if (mode == outputmode || mode == kQueuedOutput) {
         return LOG_RESULT_OK;
     }

@@ -1,6 +1,9 @@
 // Switching the output mode at run time.
+#include <pthread.h>
+
 #include <climits>
 #include <stdexcept>
+#include <thread>
 
 #include "support/otherservices.h"
 #include "support/servicefixture.h"
@@ -89,6 +92,19 @@ TEST_F(OutputMode, ZeroKeepsTheHandleOfATaskThatWasStartedMeanwhile) {
     SetMode(1);
     EXPECT_EQ(Switch(0), 0U);
     EXPECT_EQ(Manager().outputTask, 42);
+}
+
+// With the handle of a task that is gone, output could be switched neither on nor off any more.
+TEST_F(OutputMode, ZeroForgetsTheHandleThoughItsThreadIsCancelled) {
+    const RegisteredInterface registered(SCHEDULE_NAME, schedule_);
+    schedule_.onDelete = [] { ::pthread_testcancel(); };
+    SetMode(1);
+    std::thread([] {
+        ::pthread_cancel(::pthread_self());
+        Switch(0);
+    }).join();
+    EXPECT_THAT(schedule_.deleted, ElementsAre(kTask));
+    EXPECT_EQ(Manager().outputTask, -1);
 }
 
 TEST_F(OutputMode, ZeroLeavesQueuedRecordsQueued) {

@@ -48,6 +48,16 @@ TEST_F(ServiceInterface, LeavesTheManagerTheMonitorAndTheModulesAloneWhenItIsDel
     EXPECT_THAT(Proxy().Texts(), IsEmpty());
 }
 
+TEST_F(ServiceInterface, KeepsTheModuleSwitchesForAnotherStart) {
+    EXPECT_TRUE(service_.Init());
+    service_.SetModuleSwitch(7, false);
+    service_.Fini();
+    LogSvcIFImpl another;
+    EXPECT_TRUE(another.Init());
+    EXPECT_FALSE(another.GetModuleSwitch(7));
+    another.Fini();
+}
+
 TEST_F(ServiceInterface, GivesOutTheManagersLoggers) {
     Manager().CreateChannels();
     LoggerIF* const logger = service_.GetLogger("a", "b", "corbaoper");
