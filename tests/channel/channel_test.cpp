@@ -1,6 +1,7 @@
 // A channel as a whole: where its files go, what it locks while it writes, and exceptions.
 #include "channel/channel.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -25,6 +26,8 @@ namespace NS_LOG_SERVICE1 {
 namespace {
 
 using namespace NS_TEST;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 class Channel : public ChannelTest {
   protected:
@@ -69,6 +72,29 @@ TEST_F(Channel, CanBeMoved) {
     Output("two");
     EXPECT_EQ(CountFiles(), 0u);
     EXPECT_EQ(Written("new"), Created() + Created() + Frame(1, "one") + Closed() + Frame(2, "two"));
+}
+
+// Whoever follows the calls to the platform meets them in the order of the lines, and none for a
+// record that has no file.
+TEST_F(Channel, RendersTheTimesInTheOrderOfTheLines) {
+    constexpr int64_t kOfFiles = SystemCalls::kMicrosecond;
+    constexpr int64_t kOfRecords = 123456;
+    RenderedTimes times;
+    Output("one");
+    EXPECT_THAT(times.Take(), ElementsAre(kOfFiles, kOfRecords));
+    Output("two");
+    EXPECT_THAT(times.Take(), ElementsAre(kOfRecords));
+    channel_->BeforeFork();
+    channel_->AfterForkInChild();
+    Output("one of a child");
+    EXPECT_THAT(times.Take(), ElementsAre(kOfFiles, kOfRecords));
+    Make(10, 10, 1);
+    Calls().ScriptOpens([](uint64_t number) { return number > 1 ? EMFILE : 0; });
+    times.Take();
+    Output("fills the file, and no other one can be opened");
+    EXPECT_THAT(times.Take(), ElementsAre(kOfFiles, kOfRecords, kOfFiles));
+    Output("lost");
+    EXPECT_THAT(times.Take(), IsEmpty());
 }
 
 // Files may be slow: while one is written, other threads go on queueing and keeping records.

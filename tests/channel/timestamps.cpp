@@ -5,12 +5,14 @@
 #include <atomic>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "bundlemgr/logsupport.h"
 
 namespace {
 
 std::atomic<long> g_stampsLeft{-1};
+std::atomic<std::vector<int64_t>*> g_rendered{nullptr};
 
 bool IsRefused() {
     const long left = g_stampsLeft;
@@ -28,6 +30,18 @@ void RefuseTimesAfter(long successes) {
     g_stampsLeft = successes;
 }
 
+RenderedTimes::RenderedTimes() {
+    g_rendered = &times_;
+}
+
+RenderedTimes::~RenderedTimes() {
+    g_rendered = nullptr;
+}
+
+std::vector<int64_t> RenderedTimes::Take() {
+    return std::exchange(times_, {});
+}
+
 }  // namespace NS_TEST
 
 namespace NS_BUNDLEMGR1 {
@@ -36,6 +50,9 @@ namespace NS_BUNDLEMGR1 {
 void GetZoneTimeStamp(const ACE_Time_Value& time, std::string& stamp) {
     if (IsRefused()) {
         throw std::runtime_error("no time zone");
+    }
+    if (std::vector<int64_t>* const rendered = g_rendered) {
+        rendered->push_back(time.usec());
     }
     static const auto next = reinterpret_cast<void (*)(const ACE_Time_Value&, std::string&)>(
         ::dlsym(RTLD_NEXT,
