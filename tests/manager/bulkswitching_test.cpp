@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "manager/managerfixture.h"
+#include "support/forkedchild.h"
 #include "support/onthreads.h"
 #include "support/switchinglogger.h"
 
@@ -163,6 +164,26 @@ TEST_F(BulkSwitching, OfOneLevelEverywhereIsOverBeforeAnotherThreadSwitchesItEve
     EXPECT_FALSE(Manager().IsLogLevelEnabled(1));
     EXPECT_THAT(logger.calls, ElementsAre("+1", "-1"));
     EXPECT_EQ(logger.Levels().to_ulong(), 0u);
+}
+
+// The thread that switches is the parent's alone.
+TEST_F(BulkSwitching, IsPossibleInAChildThatBeganMeanwhile) {
+    Manager().BeforeFork();  // holds the list, for which the thread waits
+    std::future<void> switching =
+        std::async(std::launch::async, [] { Manager().SwitchLevel(1, true); });
+    while (!Manager().IsLogLevelEnabled(1)) {
+        std::this_thread::yield();
+    }
+    const pid_t child = ForkChild();
+    if (child == 0) {
+        Manager().AfterForkInChild();
+        Manager().SwitchLevel(1, false);
+        EndChild(Manager().IsLogLevelEnabled(1) ? 1 : 0);
+    }
+    Manager().AfterForkInParent();
+    switching.get();
+    EXPECT_TRUE(Manager().IsLogLevelEnabled(1));
+    EXPECT_EQ(AwaitChild(child), 0);
 }
 
 using OneLoggersSwitching = BulkSwitching;
