@@ -66,6 +66,17 @@ TEST_F(ChangePath, CarriesTheContentsToAnotherDirectoryOrPrefix) {
     }
 }
 
+// A rotation would wait for the next second there. A move is none, and is not counted as one.
+TEST_F(ChangePath, HappensInTheFirstSecondOfAFileAlsoWhereRecordsAreKept) {
+    file_->SetPolicy(FilePolicy::kKeepRecords);
+    Write("one");
+    MoveTo("new");
+    EXPECT_EQ(file_->CurrentPath(), PathIn("new"));
+    EXPECT_EQ(CountFiles("old"), 0u);
+    EXPECT_EQ(Written("new"), moved_);
+    EXPECT_EQ(Counts().rotations.Get(), 0u);
+}
+
 TEST_F(ChangePath, CarriesContentsOfAnySize) {
     for (const size_t size : {4095u, 4096u, 4097u, 8192u, 100000u, 800000u}) {
         Make(10000000, "old");

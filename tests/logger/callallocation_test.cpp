@@ -94,6 +94,19 @@ TEST_F(CallAllocations, AreNoneForRecordsThatAreQueuedOnceTheQueueWasWritten) {
 }
 
 // The thread's memory stays with the thread's number, and its next records are of the same kind.
+// Nothing else of the call is large then.
+TEST_F(CallAllocations, OfALongConversionOfAQueuedRecordAreNotKept) {
+    Manager().outputmode = kQueuedOutput;
+    const auto queue = [](const std::string& text) {
+        logger_->Log(file_, function_, 42, 1, text);
+        Manager().FlushAll();
+    };
+    queue(std::string(1'000'000, 'v'));
+    const long usual = NS_TEST::LiveAllocations();
+    queue(std::string(1'000'000, '\xff'));
+    EXPECT_LE(NS_TEST::LiveAllocations(), usual);
+}
+
 TEST_F(CallAllocations, AreNoneOnAnotherThreadEither) {
     std::thread([] { EXPECT_EQ(Of([] { LogFormat(1); }), 0u); }).join();
 }
